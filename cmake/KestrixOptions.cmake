@@ -1,0 +1,30 @@
+# Compiler settings that every target of the project shares.
+option(KESTRIX_TESTS "Build the tests" ON)
+option(KESTRIX_BENCH "Build the benchmarks" OFF)
+set(KESTRIX_SANITIZE "" CACHE STRING "Value of -fsanitize= for every target, empty for none")
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+add_library(kestrix_options INTERFACE)
+target_compile_options(kestrix_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  # Assertions print the source file: keep the folder of the build machine out of them.
+  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
+  # The same numbers from every machine, whatever its instruction set.
+  -ffp-contract=off
+  -fstack-protector-strong
+  # GCC 12 sees overlaps in std::string's own copies where there are none.
+  $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
+target_compile_definitions(kestrix_options INTERFACE
+  $<$<CONFIG:Release,RelWithDebInfo>:_FORTIFY_SOURCE=2>)
+target_link_options(kestrix_options INTERFACE -pie -Wl,-z,relro,-z,now)
+
+if(KESTRIX_SANITIZE)
+  add_compile_options(-fsanitize=${KESTRIX_SANITIZE} -fno-sanitize-recover=all
+                      -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${KESTRIX_SANITIZE})
+endif()

@@ -1,0 +1,37 @@
+# Finds what the project links and names the Debian package to install where something is missing.
+function(kestrix_find_library variable header library package)
+  find_path(${variable}_INCLUDE ${header})
+  find_library(${variable}_LIBRARY ${library})
+  if(NOT ${variable}_INCLUDE OR NOT ${variable}_LIBRARY)
+    message(FATAL_ERROR "${library} was not found: install the Debian package ${package} "
+                        "(scripts/setup installs everything)")
+  endif()
+  add_library(${variable}_target INTERFACE)
+  target_include_directories(${variable}_target SYSTEM INTERFACE ${${variable}_INCLUDE})
+  target_link_libraries(${variable}_target INTERFACE ${${variable}_LIBRARY})
+  set(${variable} ${variable}_target PARENT_SCOPE)
+endfunction()
+
+kestrix_find_library(KESTRIX_LIBDEFLATE libdeflate.h deflate libdeflate-dev)
+
+if(KESTRIX_TESTS)
+  find_package(GTest QUIET)
+  if(NOT GTest_FOUND)
+    message(FATAL_ERROR "GoogleTest was not found: install the Debian package libgtest-dev "
+                        "(scripts/setup installs everything)")
+  endif()
+  kestrix_find_library(KESTRIX_ASSIMP assimp/Importer.hpp assimp libassimp-dev)
+  find_package(nlohmann_json QUIET)
+  if(NOT nlohmann_json_FOUND)
+    message(FATAL_ERROR "nlohmann/json.hpp was not found: install the Debian package "
+                        "nlohmann-json3-dev (scripts/setup installs everything)")
+  endif()
+endif()
+
+if(KESTRIX_BENCH)
+  find_package(benchmark QUIET)
+  if(NOT benchmark_FOUND)
+    message(FATAL_ERROR "Google Benchmark was not found: install the Debian package "
+                        "libbenchmark-dev (scripts/setup installs everything)")
+  endif()
+endif()

@@ -1,0 +1,89 @@
+// The body map: which system variables drive the six transforms of one body, and in which order the
+// transforms are applied.
+#pragma once
+
+#include <istream>
+#include <memory>
+
+#include "array.h"
+#include "batransform.h"
+#include "btlist.h"
+#include "btscan.h"
+
+class BaUnlockedBodyMap {
+ public:
+  // No body yet: the id is -1 and there are no transforms.
+  BaUnlockedBodyMap() = default;
+  // A body, id 1 or above, with single-variable transforms: see set().
+  BaUnlockedBodyMap(int body_id, const BtList<int>& order, const BtList<int>& sysvar_ids);
+
+  // Reads one record; null when an error was recorded.
+  [[nodiscard]] static std::unique_ptr<BaUnlockedBodyMap> scanNewFrom(std::istream& is);
+  // Writes the record as it is read. Asserts that each of the six transforms is there once.
+  void printOn(std::ostream& os) const;
+
+  [[nodiscard]] int bodyId() const { return _body_id; }
+  // Replaces all transforms. `order` lists transform ids in the order in which they are applied,
+  // none of them twice; `sysvar_ids` has a variable (0 for none) per transform id, from id 1 on.
+  void set(const BtList<int>& order, const BtList<int>& sysvar_ids);
+
+  // The transforms in the order in which they are applied. A record that repeats a transform id in
+  // its order is kept as it is read: the transform is then listed more than once.
+  [[nodiscard]] const BaUnlockedTransformList& transforms() const { return _transforms; }
+  // The transform id at a 0-based position of the order.
+  [[nodiscard]] int transformId(int position) const { return _transforms[position].id(); }
+  // The transform of an axis and a kind, translation (1) or rotation (2). Where the body has none,
+  // one that does not exist().
+  [[nodiscard]] const BaUnlockedTransform& getTransform(BtAxis_t axis, int type) const;
+  // Replaces the transform of this id, which must be that of `transform`, where it stands in the
+  // order; a transform that the body does not have yet becomes the last one.
+  void setTransform(int id, const BaUnlockedTransform& transform);
+
+  [[nodiscard]] const BaUnlockedTransform& xTranslation() const { return _transform(1); }
+  [[nodiscard]] const BaUnlockedTransform& yTranslation() const { return _transform(2); }
+  [[nodiscard]] const BaUnlockedTransform& zTranslation() const { return _transform(3); }
+  [[nodiscard]] const BaUnlockedTransform& xRotation() const { return _transform(4); }
+  [[nodiscard]] const BaUnlockedTransform& yRotation() const { return _transform(5); }
+  [[nodiscard]] const BaUnlockedTransform& zRotation() const { return _transform(6); }
+  // The variables of the transforms, each of which must be a single-variable one.
+  [[nodiscard]] int xTransSysVarId() const { return xTranslation().sysVarId(); }
+  [[nodiscard]] int yTransSysVarId() const { return yTranslation().sysVarId(); }
+  [[nodiscard]] int zTransSysVarId() const { return zTranslation().sysVarId(); }
+  [[nodiscard]] int xRotSysVarId() const { return xRotation().sysVarId(); }
+  [[nodiscard]] int yRotSysVarId() const { return yRotation().sysVarId(); }
+  [[nodiscard]] int zRotSysVarId() const { return zRotation().sysVarId(); }
+
+  // The axes of the three rotations in the order in which they are applied, X = 1, Y = 2, Z = 3.
+  // Each asserts that the answer has three places and the body exactly three rotations.
+  void getRotOrder(BtArray<int>* order) const;
+  void getAngleSequence(int (*sequence)[3]) const;
+  void getAngleSequence(BtArray<int>* sequence) const;
+
+  // Appends the transforms that a variable, 1 or above, drives; they stay the body map's.
+  void getSysVarTransforms(BtList<Ba_Transform*>* transforms, int var_id);
+  [[nodiscard]] bool usesSysVarId(int var_id) const;
+  // Calls visit(id) with every variable id of every transform, 0 left out.
+  template <class Visit>
+  void forEachSysVarId(Visit visit) const {
+    for (const BaUnlockedTransform& transform : _transforms) transform.forEachSysVarId(visit);
+  }
+  // Replaces every variable id i by new_ids[i]; 0, which stands for no variable, stays.
+  void renumberSysVarIds(const BtArray<int>& new_ids);
+  // Adds an offset to every variable id but 0; no sum may leave the range of int.
+  void offsetSysVarIds(int offset);
+
+  bool operator==(const BaUnlockedBodyMap& other) const = default;
+
+ private:
+  friend class BaUnlockedMapping;  // finds its body maps by id, so it alone changes the id
+
+  void _setBodyId(int body_id);
+  bool _scanFrom(BtScanner* scanner);
+  [[nodiscard]] const BaUnlockedTransform& _transform(int id) const;
+
+  int _body_id = -1;
+  BaUnlockedTransformList _transforms;
+};
+
+// True when every entry of the order is a transform id, 1 to 6, and none stands there twice.
+[[nodiscard]] bool ValidOrder(const BtList<int>& order);

@@ -1,0 +1,28 @@
+// A polygon between two bodies.
+#pragma once
+
+#include "bavertexelement.h"
+
+// Each vertex has a mode, a number that is kept as read.
+class BaFlexiblePolygon : public BaVertexElement {
+ public:
+  [[nodiscard]] int otherBodyId() const { return _other_body_id; }
+  void setOtherBodyId(int id) { _other_body_id = id; }
+  // One for each vertex.
+  [[nodiscard]] const BtDArray<int>& modes() const { return _modes; }
+
+  using BaVertexElement::scanFrom;
+  bool scanFrom(BtScanner& in) override;
+  void printOn(std::ostream& os) const override;
+
+ protected:
+  void _resize(int n) override;
+  bool _scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) override;
+  void _printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const override;
+
+ private:
+  bool _scanModeAndVertex(BaVertex* vertex, int i, BtScanner& in);
+
+  int _other_body_id = -1;
+  BtDArray<int> _modes;
+};

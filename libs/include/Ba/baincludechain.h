@@ -1,0 +1,32 @@
+// Guards the reading of files that include other files: against circles, endless nesting and small
+// files that multiply each other into something that no memory holds.
+#pragma once
+
+#include <sys/types.h>
+
+#include <vector>
+
+// The files that are being read at the moment, each included by the one before it.
+class Ba_IncludeChain {
+ public:
+  // `kind` begins the messages: "Mapping" for mapping files. It is kept by address.
+  explicit Ba_IncludeChain(const char* kind) : _kind(kind) {}
+
+  // Adds the file that is read next. False, with an error recorded and nothing added, when the file
+  // is in the chain already or a limit is reached. A file that is not there is no error here.
+  bool enter(const char* file_name);
+  // Removes the file that was added last.
+  void leave() { _files.pop_back(); }
+
+ private:
+  // Two names of one file are the same file.
+  struct FileId {
+    dev_t device;
+    ino_t inode;
+    bool operator==(const FileId& other) const = default;
+  };
+
+  const char* _kind;
+  std::vector<FileId> _files;
+  long long _included_bytes = 0;
+};

@@ -1,0 +1,77 @@
+// A hash table of positions in an array: finds the element that equals a key without holding keys.
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+// Flat and open-addressed, so that welding millions of corners stays within memory that is read in
+// a row. The elements stay with the user, who gives a hash and tells which position holds the key.
+class BaIndexTable {
+ public:
+  // The position with this hash for which `equal(position)` holds, -1 when there is none.
+  template <class Equal>
+  [[nodiscard]] int find(std::uint64_t hash, Equal equal) const {
+    const Slot* slot = _find(hash, equal);
+    return slot == nullptr ? -1 : slot->position;
+  }
+  // Puts a position in the place of the one that find() answers; false when there is none.
+  template <class Equal>
+  bool replace(std::uint64_t hash, Equal equal, int position) {
+    const Slot* slot = _find(hash, equal);
+    if (slot != nullptr) const_cast<Slot*>(slot)->position = position;
+    return slot != nullptr;
+  }
+  // Adds a position whose key is not in the table.
+  void insert(std::uint64_t hash, int position) {
+    if ((_count + 1) * 2 > _slots.size()) _grow();
+    _put({static_cast<std::uint32_t>(hash), position});
+    ++_count;
+  }
+
+  // A hash of floats in which 0.0 and -0.0 are the same.
+  static std::uint64_t hashOf(const float* values, int count) {
+    std::uint64_t hash = 0x9E3779B97F4A7C15;
+    for (int i = 0; i < count; ++i) {
+      hash ^= std::bit_cast<std::uint32_t>(values[i] + 0.0F);
+      hash *= 0xD6E8FEB86659FD93;
+      hash ^= hash >> 32;
+    }
+    return hash;
+  }
+
+ private:
+  struct Slot {
+    std::uint32_t tag;
+    std::int32_t position;  // -1 for a free slot
+  };
+  static constexpr std::size_t kFirstSize = 16;
+
+  template <class Equal>
+  [[nodiscard]] const Slot* _find(std::uint64_t hash, Equal equal) const {
+    if (_slots.empty()) return nullptr;
+    const auto tag = static_cast<std::uint32_t>(hash);
+    for (std::size_t i = _home(tag);; i = (i + 1) & (_slots.size() - 1)) {
+      const Slot& slot = _slots[i];
+      if (slot.position < 0) return nullptr;
+      if (slot.tag == tag && equal(slot.position)) return &slot;
+    }
+  }
+  [[nodiscard]] std::size_t _home(std::uint32_t tag) const { return tag & (_slots.size() - 1); }
+  void _put(Slot slot) {
+    std::size_t i = _home(slot.tag);
+    while (_slots[i].position >= 0) i = (i + 1) & (_slots.size() - 1);
+    _slots[i] = slot;
+  }
+  void _grow() {
+    std::vector<Slot> old(_slots.empty() ? kFirstSize : _slots.size() * 2, Slot{0, -1});
+    old.swap(_slots);
+    for (const Slot& slot : old) {
+      if (slot.position >= 0) _put(slot);
+    }
+  }
+
+  std::vector<Slot> _slots;  // a power of two of them, half of them free at least
+  std::size_t _count = 0;
+};

@@ -1,0 +1,45 @@
+// A body of a model document: its name and id, its parent by name and its coordinate system.
+#pragma once
+
+#include <iosfwd>
+#include <optional>
+
+#include "bamdcoordsys.h"
+#include "btstr.h"
+
+class BaMDSource;
+
+class BaMDBody {
+ public:
+  // The parent name that stands for the world.
+  static constexpr const char* kWorldName = "GLOBAL";
+
+  [[nodiscard]] const BtStr& name() const { return _name; }
+  // A body of a document is renamed with BaModelData::changeBodyNames, which keeps the lookups
+  // true.
+  void setName(const BtStr& name) { _name = name; }
+  [[nodiscard]] bool hasId() const { return _id.has_value(); }
+  // Asserts hasId().
+  [[nodiscard]] int id() const;
+  void setId(int id) { _id = id; }
+  // Null until it is set.
+  [[nodiscard]] const BtStr& parentName() const { return _parent_name; }
+  void setParentName(const BtStr& name) { _parent_name = name; }
+  [[nodiscard]] bool isTopLevel() const { return _parent_name == kWorldName; }
+  [[nodiscard]] const BaMDCoordSys& coordSys() const { return _coord_sys; }
+  void setCoordSys(const BaMDCoordSys& coord_sys) { _coord_sys = coord_sys; }
+
+  // Reads the text of a BODY block; false after a recorded error.
+  bool scanFrom(std::istream& is);
+  bool scanFrom(BaMDSource& source);
+  // Writes the section; asserts that both names are set.
+  bool printOn(std::ostream& os) const;
+
+  friend bool operator==(const BaMDBody& a, const BaMDBody& b) = default;
+
+ private:
+  BtStr _name;
+  std::optional<int> _id;
+  BaMDCoordSys _coord_sys;
+  BtStr _parent_name;
+};

@@ -1,0 +1,75 @@
+// The part of a geometry that has one material: bones, polygons and triangle strips.
+#pragma once
+
+#include <iosfwd>
+#include <vector>
+
+#include "bamdindexlists.h"
+#include "bamdpoint.h"
+#include "banamemap.h"
+#include "btstr.h"
+
+class BaMDMaterial;
+class BaMDSource;
+
+// A corner with texture: a vertex of the geometry's vertex set and a texture coordinate of the
+// geometry, both 1-based.
+struct BaMDTexturedCorner {
+  int vertex;
+  int coord;
+
+  friend bool operator==(const BaMDTexturedCorner& a, const BaMDTexturedCorner& b) = default;
+};
+
+// A bone: a line between two points, in the body's system.
+struct BaMDBone {
+  BaMDPoint from;
+  BaMDPoint to;
+
+  friend bool operator==(const BaMDBone& a, const BaMDBone& b) = default;
+};
+
+// Vertex indices are 1-based in the geometry's vertex set. Polygons have no fixed corner count; the
+// triangles of a strip are its corners 0 1 2, 1 2 3 and so on, of alternating winding.
+class BaMDMaterialGroup {
+ public:
+  using Materials = BaNameMap<BaMDMaterial*>;
+
+  [[nodiscard]] const BtStr& material() const { return _material; }
+  void setMaterial(const BtStr& name) { _material = name; }
+
+  [[nodiscard]] const std::vector<BaMDBone>& bones() const { return _bones; }
+  std::vector<BaMDBone>& bones() { return _bones; }
+  [[nodiscard]] const BaMDIndexLists<int>& polygons() const { return _polygons; }
+  BaMDIndexLists<int>& polygons() { return _polygons; }
+  [[nodiscard]] const BaMDIndexLists<BaMDTexturedCorner>& texturedPolygons() const {
+    return _textured_polygons;
+  }
+  BaMDIndexLists<BaMDTexturedCorner>& texturedPolygons() { return _textured_polygons; }
+  [[nodiscard]] const BaMDIndexLists<int>& triangleStrips() const { return _triangle_strips; }
+  BaMDIndexLists<int>& triangleStrips() { return _triangle_strips; }
+  [[nodiscard]] const BaMDIndexLists<BaMDTexturedCorner>& texturedTriangleStrips() const {
+    return _textured_triangle_strips;
+  }
+  BaMDIndexLists<BaMDTexturedCorner>& texturedTriangleStrips() { return _textured_triangle_strips; }
+
+  // True when the group holds polygons or strips of any kind.
+  [[nodiscard]] bool hasPolygons() const;
+  // Moves the textured polygons and strips to the plain ones, their vertex indices only.
+  void untexture();
+
+  // Reads the text of a MATERIAL_GROUP block; false after a recorded error. The material must be
+  // among `materials`, unless that is null.
+  bool scanFrom(std::istream& is, const Materials* materials);
+  bool scanFrom(BaMDSource& source, const Materials* materials);
+  // Writes the section; asserts that the material is set.
+  bool printOn(std::ostream& os) const;
+
+ private:
+  BtStr _material;
+  std::vector<BaMDBone> _bones;
+  BaMDIndexLists<int> _polygons;
+  BaMDIndexLists<BaMDTexturedCorner> _textured_polygons;
+  BaMDIndexLists<int> _triangle_strips;
+  BaMDIndexLists<BaMDTexturedCorner> _textured_triangle_strips;
+};

@@ -1,0 +1,30 @@
+// A named group of sliders; each slider drives one blend of vertex positions.
+#pragma once
+
+#include <iosfwd>
+
+#include "btlist.h"
+#include "btstr.h"
+
+class BaMDSource;
+
+class BaMDSliderGroup {
+ public:
+  [[nodiscard]] const BtStr& name() const { return _name; }
+  void setName(const BtStr& name) { _name = name; }
+  // Names of the sliders, in order.
+  [[nodiscard]] const BtList<BtStr>& sliders() const { return _sliders; }
+  void addSlider(const BtStr& name) { _sliders.append(name); }
+
+  // Reads the text of a SLIDER_GROUP block; false after a recorded error.
+  bool scanFrom(std::istream& is);
+  bool scanFrom(BaMDSource& source);
+  // Writes the section; asserts that the name is set.
+  bool printOn(std::ostream& os) const;
+
+  friend bool operator==(const BaMDSliderGroup& a, const BaMDSliderGroup& b) = default;
+
+ private:
+  BtStr _name;
+  BtList<BtStr> _sliders;
+};

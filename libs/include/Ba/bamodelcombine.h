@@ -1,0 +1,51 @@
+// Puts several models together into one, as documents that include others need it.
+#pragma once
+
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "bamodel.h"
+
+// Adds copies of models to one that is being built. Of what a document cannot hold, such as lights
+// and muscles, nothing is copied.
+//
+// Materials and slider groups of the same name and content become one; of those with the same name
+// and another content the later one gets a number behind its name.
+class BaModelCombine {
+ public:
+  // `model` must outlive this object and must be changed by nothing else meanwhile.
+  explicit BaModelCombine(BaModel* model);
+
+  // Adds `source` with `body_id_offset` added to every body id and `body_name_suffix` appended to
+  // every body name. False after a recorded error: an id out of range, or an id or name that is
+  // taken. The model is incomplete then.
+  bool add(const BaModel& source, int body_id_offset, const BtStr& body_name_suffix);
+
+ private:
+  // How the parts of one source are called in the model.
+  struct Names {
+    int body_id_offset = 0;
+    std::unordered_map<int, int> material_ids;
+    BaNameMap<BtStr> slider_groups;
+  };
+  using Contents = std::unordered_map<std::string, BtStr>;  // name and content to the name used
+
+  bool _addBody(const BaBody& body, int body_id_offset, const BtStr& body_name_suffix);
+  void _addMaterial(const BaMaterial& material, Names* names);
+  void _addSliderGroup(const BaMDSliderGroup& group, Names* names);
+  template <class Element>
+  std::unique_ptr<Element> _copy(const Element& element, const Names& names) const;
+  template <class Element>
+  std::unique_ptr<Element> _copyWithVertices(const Element& element, const Names& names) const;
+  // `name` with the first number behind it that makes it new.
+  template <class IsTaken>
+  BtStr _freeName(const BtStr& name, IsTaken is_taken);
+
+  BaModel* _model;
+  std::unordered_set<BtStr, BaNameHash> _body_names;
+  Contents _materials;
+  Contents _slider_groups;
+  BaNameMap<int> _last_numbers;  // behind each name
+  int _last_material_id = 0;
+};

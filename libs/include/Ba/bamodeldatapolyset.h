@@ -1,0 +1,150 @@
+// The polygons of one body of a model over one list of vertices, as a step on the way from the
+// model to a document.
+#pragma once
+
+#include <span>
+#include <unordered_map>
+#include <vector>
+
+#include "array.h"
+#include "baindextable.h"
+#include "bamdindexlists.h"
+#include "bamdpoint.h"
+#include "batexturecoords.h"
+#include "bavertex.h"
+#include "btlist.h"
+
+class BaBody;
+class BaModel;
+class BaPolygon;
+class BaTMesh;
+class BaTexturedPolygon;
+class BaTexturedTMesh;
+
+// Polygons or strips of a poly set, flat. Vertex indices are 0-based positions in the set's
+// vertices.
+class BaModelData_PolyList {
+ public:
+  // One polygon or strip.
+  struct Polygon {
+    int material_id;
+    std::span<const int> vertices;
+    std::span<const BaTextureCoords> t_coords;  // one for each vertex, none without texture
+  };
+
+  [[nodiscard]] int count() const { return _vertices.count(); }
+  [[nodiscard]] bool empty() const { return _vertices.empty(); }
+  // Positions are 0-based. Valid until the list changes.
+  [[nodiscard]] Polygon operator[](int i) const;
+  // A polygon is built by pushing its corners and ending it. All of a list have texture, or none.
+  void push(int vertex) { _vertices.push(vertex); }
+  void push(int vertex, const BaTextureCoords& t_coord) {
+    _vertices.push(vertex);
+    _t_coords.push_back(t_coord);
+  }
+  void end(int material_id) {
+    _vertices.endList();
+    _material_ids.push_back(material_id);
+  }
+  void append(const Polygon& polygon);
+  // Takes back the corners pushed since the last polygon ended.
+  void drop();
+  // The vertices pushed since then.
+  [[nodiscard]] std::span<const int> open() const { return _vertices.openList(); }
+
+ private:
+  std::vector<int> _material_ids;
+  BaMDIndexLists<int> _vertices;
+  std::vector<BaTextureCoords> _t_coords;  // of all corners in a row
+};
+
+// Refers to effects of the model's vertices, so the model must outlive it unchanged.
+class BaModelData_PolySet {
+ public:
+  // The effects of a vertex that has some.
+  struct Effects {
+    int vertex;  // 0-based
+    const BaVertexEffects* effects;
+  };
+
+  // Gathers the polygons and triangle meshes of a body. Those of fewer than two vertices, which a
+  // legacy reader lets pass with a warning, are left out.
+  explicit BaModelData_PolySet(const BaBody* body);
+  // A set without polygons.
+  BaModelData_PolySet(int of_body_id, int of_parent_id)
+      : body_id(of_body_id), parent_id(of_parent_id) {}
+
+  // While merging is on, which it is unless someone turns it off, vertices of equal coordinates are
+  // one vertex, with the effects of the first. 0.0 equals -0.0.
+  static void setMergeVertices(bool merge) { _merge_vertices = merge; }
+  [[nodiscard]] static bool mergeVertices() { return _merge_vertices; }
+
+  // The index of a vertex, which is added if need be.
+  int vertexAt(const BaVertex& vertex);
+  // The index of a vertex that must be there.
+  [[nodiscard]] int vertexAt(const BaVertex& vertex) const;
+
+  // Each answers the position of the polygon in its list. Polygons must be valid.
+  int addPolygon(const BaPolygon& polygon);
+  int addTexturedPolygon(const BaTexturedPolygon& polygon);
+  int addTMesh(const BaTMesh& mesh);
+  int addTexturedTMesh(const BaTexturedTMesh& mesh);
+
+  // Cuts every polygon of more than `max` vertices into a fan of pieces that stand in its place;
+  // pieces without a face are dropped. Asserts that `max` is 3 at least.
+  void splitPolygons(int max);
+
+  [[nodiscard]] std::span<const BaMDPoint> vertices() const { return _vertices; }
+  // In the order of the vertices.
+  [[nodiscard]] std::span<const Effects> effects() const { return _effects; }
+  [[nodiscard]] const BaModelData_PolyList& polygons() const { return _polygons; }
+  [[nodiscard]] const BaModelData_PolyList& texturedPolygons() const { return _textured_polygons; }
+  [[nodiscard]] const BaModelData_PolyList& tMeshes() const { return _t_meshes; }
+  [[nodiscard]] const BaModelData_PolyList& texturedTMeshes() const { return _textured_t_meshes; }
+
+  int body_id;
+  int parent_id;
+
+ private:
+  void _split(const BaModelData_PolyList::Polygon& polygon, int max, BaModelData_PolyList* pieces);
+  [[nodiscard]] bool _hasFace(std::span<const int> polygon) const;
+
+  static bool _merge_vertices;
+
+  std::vector<BaMDPoint> _vertices;
+  std::vector<Effects> _effects;
+  BaIndexTable _by_coordinates;
+  BaModelData_PolyList _polygons;
+  BaModelData_PolyList _textured_polygons;
+  BaModelData_PolyList _t_meshes;
+  BaModelData_PolyList _textured_t_meshes;
+};
+
+// Appends a poly set, to be deleted by the caller, for each body that has polygons, in model order.
+void BuildPolySets(BtList<BaModelData_PolySet*>* poly_sets, const BaModel& model);
+
+// Asserts that neighbours in a polygon, the last and the first included, are at different places;
+// answers 1.
+int ValidPolygon(const BaPolygon& polygon);
+
+// Steps through the triangles of a strip; their winding alternates, so all face the same way.
+class BaModelData_TMeshTriIter {
+ public:
+  explicit BaModelData_TMeshTriIter(std::span<const int> strip) : _strip(strip) {}
+  [[nodiscard]] bool atEnd() const { return _next + 2 >= _strip.size(); }
+  // The vertex indices of the next triangle; asserts that there is one.
+  void getNextTri(int (*triangle)[3]);
+
+ private:
+  std::span<const int> _strip;
+  std::size_t _next = 0;
+};
+
+// Material ids by their position in an array, in the order of their first use.
+using MaterialIdMap = std::unordered_map<int, int>;
+// The position of a material id, which is appended when it is new.
+int MaterialIdAt(int material_id, BtDynArray<int>& material_ids, MaterialIdMap& map);
+
+// The same for texture coordinates. 0.0 equals -0.0.
+using TCoordMap = BaIndexTable;
+int TCoordAt(const BaTextureCoords& t_coord, BtDynArray<BaTextureCoords>& t_coords, TCoordMap& map);

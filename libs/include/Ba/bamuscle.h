@@ -1,0 +1,31 @@
+// A muscle: a named line over several bodies.
+#pragma once
+
+#include <iosfwd>
+
+#include "array.h"
+#include "btstr.h"
+
+class BtScanner;
+
+class BaMuscle {
+ public:
+  [[nodiscard]] int materialId() const { return _material_id; }
+  void setMaterialId(int id) { _material_id = id; }
+  [[nodiscard]] const BtStr& name() const { return _name; }
+  // The ids of the bodies that the muscle runs over, in order. Nothing says that they exist.
+  [[nodiscard]] const BtDynArray<int>& bodyIds() const { return _body_ids; }
+
+  // Reads what follows the record letter; false after a recorded error.
+  bool scanFrom(std::istream& is);
+  bool scanFrom(BtScanner& in);
+  void printOn(std::ostream& os) const;
+
+ private:
+  bool _scanName(BtScanner& in);
+  bool _scanBodyIds(BtScanner& in);
+
+  int _material_id = -1;
+  BtStr _name;
+  BtDynArray<int> _body_ids;
+};

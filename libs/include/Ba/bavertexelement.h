@@ -1,0 +1,53 @@
+// The base of the elements that are made of vertices: polygons, flexible polygons, triangle meshes.
+#pragma once
+
+#include <iosfwd>
+
+#include "array.h"
+#include "baelement.h"
+#include "bavertex.h"
+
+// Derived classes may keep arrays parallel to the vertices; the hooks keep them in step.
+class BaVertexElement : public BaElement {
+ public:
+  virtual ~BaVertexElement() = default;
+
+  [[nodiscard]] int numVertices() const { return _vertices.size(); }
+  [[nodiscard]] const BtDArray<BaVertex>& vertices() const { return _vertices; }
+  // For changing vertices; their number stays.
+  BtArray<BaVertex>& vertices() { return _vertices; }
+  // Lets flex2 effects of the vertices follow body `new_id` instead of `old_id`.
+  void changeFlex2BodyId(int old_id, int new_id);
+
+  // Reads and writes the element's record, the record letter not included in reading. Reading
+  // replaces the content and answers false after a recorded error.
+  bool scanFrom(std::istream& is);
+  virtual bool scanFrom(BtScanner& in) = 0;
+  virtual void printOn(std::ostream& os) const = 0;
+
+ protected:
+  BaVertexElement() = default;
+  BaVertexElement(int body_id, int material_id) : BaElement(body_id, material_id) {}
+  BaVertexElement(const BaVertexElement&) = default;
+  BaVertexElement& operator=(const BaVertexElement&) = default;
+
+  // Gives the element `n` vertices, new ones at the origin.
+  virtual void _resize(int n);
+  // Reads what the file has for vertex `i`; false after a recorded error.
+  virtual bool _scanVertexFrom(BaVertex* vertex, int i, BtScanner& in);
+  // Writes the same, each value after a blank.
+  virtual void _printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const;
+
+  // Reads the number of vertices; records `message` and answers false where that fails.
+  static bool _scanCount(BtScanner& in, const char* message, int* count);
+  // Reads `count` vertices. The arrays grow as vertices are really read, so that a count that the
+  // file does not keep costs nothing.
+  bool _scanVertices(BtScanner& in, int count);
+  // Writes a line for each vertex.
+  void _printVerticesOn(std::ostream& os) const;
+
+  // Of polygons only. It fills a gap here that would be sixteen bytes there, and polygons come by
+  // the million.
+  int _s_flag = 0;
+  BtDArray<BaVertex> _vertices;
+};

@@ -1,0 +1,36 @@
+// Rotations as three angles about the axes and as matrices, and the way between the two.
+//
+// Angles are in radians and indexed by axis: element 0 is the angle about X, 1 about Y, 2 about Z.
+// A sequence names three different axes by number: 1 is X, 2 is Y, 3 is Z. The matrix of the angles
+// (x, y, z) with the sequence 3, 2, 1 is Rx(x) Ry(y) Rz(z) for row vectors: a point is turned about
+// the last axis of the sequence first. Matrices must be right-handed, sequences must be as
+// described; anything else is an assertion failure.
+#pragma once
+
+#include <span>
+
+#include "array.h"
+#include "btfloatmat.h"
+
+// The angles whose matrix `matrix_in` is. Where the middle angle is a right angle, so that only the
+// sum or the difference of the outer ones counts, each outer angle gets half of it.
+void BtGetDecomposedRotationMatrix(std::span<float, 3> result, std::span<const int, 3> sequence,
+                                   const Bt3X3FloatMat& matrix_in);
+// The same with arrays, which must have three elements each.
+void BtGetDecomposedRotationMatrix(BtArray<float>* result, const BtArray<int>& sequence,
+                                   const Bt3X3FloatMat& matrix_in);
+
+// The worker of the decomposition: the angles in the order of the sequence, precise for every
+// middle angle. It also takes sequences whose last axis is the first again, such as 1, 2, 1.
+void StableDecomp(float* first, float* middle, float* last, std::span<const int, 3> sequence,
+                  const Bt3X3FloatMat& m);
+
+// The matrix of three angles: what the decomposition takes apart.
+[[nodiscard]] Bt3X3FloatMat BtComposeRotationMatrix(std::span<const double, 3> angles,
+                                                    std::span<const int, 3> sequence);
+
+// Replaces `angles` by those angles of the same rotation that are nearest to `target`, measured as
+// the sum of squared differences: full turns are added, and the second solution is tried in which
+// the outer axes make half a turn more and the middle angle is mirrored.
+void BtGetClosestAngles(std::span<float, 3> angles, std::span<const int, 3> sequence,
+                        std::span<const float, 3> target);

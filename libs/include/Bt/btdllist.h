@@ -1,0 +1,153 @@
+// The doubly linked list under BtList, with untyped data, and its cursors. A node that is removed
+// while cursors stand on it stays linked, marked as deleted, until the last of them leaves.
+#pragma once
+
+#include <utility>
+
+#include "btassert.h"
+
+class Bt_DLListCursor;
+
+// One element of a list. The list owns the node; the data belongs to the list's user.
+class Bt_DoubleLinkedList_Node {
+ public:
+  explicit Bt_DoubleLinkedList_Node(void* data) : _data(data) {}
+  ~Bt_DoubleLinkedList_Node() { BtAssert(_ref_count == 0, "_ref_count==0"); }
+  Bt_DoubleLinkedList_Node(const Bt_DoubleLinkedList_Node&) = delete;
+  Bt_DoubleLinkedList_Node& operator=(const Bt_DoubleLinkedList_Node&) = delete;
+
+  [[nodiscard]] bool isDeleted() const { return _deleted; }
+  // Cursors that stand on the node.
+  [[nodiscard]] int refCount() const { return _ref_count; }
+
+ private:
+  friend class BtDoubleLinkedList;
+  friend class Bt_DLListCursor;
+
+  void* _data;
+  Bt_DoubleLinkedList_Node* _next = nullptr;
+  Bt_DoubleLinkedList_Node* _prev = nullptr;
+  int _ref_count = 0;
+  bool _deleted = false;
+};
+
+// Positions are 0-based and count live nodes only. The list must be empty when it is destroyed, and
+// no cursor may stand in it then.
+class BtDoubleLinkedList {
+ public:
+  BtDoubleLinkedList() = default;
+  ~BtDoubleLinkedList();
+  BtDoubleLinkedList(const BtDoubleLinkedList&) = delete;
+  BtDoubleLinkedList& operator=(const BtDoubleLinkedList&) = delete;
+
+  [[nodiscard]] int count() const { return _count; }
+  // Walks from the first node; null after a message when the links disagree with the count.
+  void* operator[](int i) const;
+  // Data of the last live node, null in an empty list.
+  [[nodiscard]] void* lastData() const;
+
+  void append(void* data);
+  // Inserts before position i, which may be count().
+  void insert(int i, void* data);
+  // Removes an element and answers its data.
+  void* remove(int i);
+  // Removes the element under the cursor; the cursor stays and can go on from there.
+  void* remove(Bt_DLListCursor& cursor);
+  // Exchanges the data under two cursors of this list.
+  void swap(Bt_DLListCursor& c1, Bt_DLListCursor& c2);
+  // Exchanges the contents of two lists. No cursor may stand in either.
+  void swap(BtDoubleLinkedList& other) noexcept;
+
+ private:
+  friend class Bt_DLListCursor;
+  using Node = Bt_DoubleLinkedList_Node;
+
+  // The live node at a position that is known to be within bounds; null when the links disagree.
+  [[nodiscard]] Node* _nodeAt(int i) const;
+  void* _remove(Node* node);
+  void _unlink(Node* node);
+  static Node* _liveFrom(Node* node) {
+    while (node != nullptr && node->_deleted) node = node->_next;
+    return node;
+  }
+
+  Node* _first = nullptr;
+  Node* _last = nullptr;
+  int _count = 0;
+};
+
+// Stands on a node of a list, or at its end. Cursors must not outlive their list.
+class Bt_DLListCursor {
+ public:
+  // At the first live node.
+  explicit Bt_DLListCursor(BtDoubleLinkedList* list) : _list(list) {
+    _enterNode(BtDoubleLinkedList::_liveFrom(list->_first));
+  }
+  static Bt_DLListCursor atEndOf(BtDoubleLinkedList* list) {
+    return Bt_DLListCursor(list, nullptr);
+  }
+  Bt_DLListCursor(const Bt_DLListCursor& other) : Bt_DLListCursor(other._list, other._node) {}
+  Bt_DLListCursor(Bt_DLListCursor&& other) noexcept
+      : _list(other._list), _node(std::exchange(other._node, nullptr)) {}
+  Bt_DLListCursor& operator=(Bt_DLListCursor other) noexcept {
+    std::swap(_list, other._list);
+    std::swap(_node, other._node);
+    return *this;
+  }
+  ~Bt_DLListCursor() { _leaveNode(_node); }
+
+  [[nodiscard]] bool atEnd() const { return _node == nullptr; }
+  // The data under the cursor. Reading that of a removed element aborts with a message.
+  [[nodiscard]] void* data() const {
+    BtAssert(!atEnd(), "!atEnd()");
+    if (_node->_deleted) _failDeleted();
+    return _node->_data;
+  }
+  // To the next live node, or to the end.
+  void next() {
+    BtAssert(!atEnd(), "!atEnd()");
+    _moveTo(BtDoubleLinkedList::_liveFrom(_node->_next));
+  }
+  void toFirst() { _moveTo(BtDoubleLinkedList::_liveFrom(_list->_first)); }
+  // Live nodes before the cursor.
+  [[nodiscard]] int position() const;
+  [[nodiscard]] bool sameNode(const Bt_DLListCursor& other) const { return _node == other._node; }
+  // The list that the cursor belongs to.
+  [[nodiscard]] BtDoubleLinkedList* _listPtr() const { return _list; }
+
+ private:
+  friend class BtDoubleLinkedList;
+  using Node = Bt_DoubleLinkedList_Node;
+
+  Bt_DLListCursor(BtDoubleLinkedList* list, Node* node) : _list(list) { _enterNode(node); }
+  void _enterNode(Node* node) {
+    _node = node;
+    if (node != nullptr) ++node->_ref_count;
+  }
+  void _leaveNode(Node* node) {
+    if (node == nullptr) return;
+    if (--node->_ref_count == 0 && node->_deleted) _list->_unlink(node);
+  }
+  // Enters before it leaves: leaving may free the node that led here.
+  void _moveTo(Node* node) {
+    Node* const left = _node;
+    _enterNode(node);
+    _leaveNode(left);
+  }
+  [[noreturn]] static void _failDeleted();
+
+  BtDoubleLinkedList* _list;
+  Node* _node = nullptr;
+};
+
+// A cursor over a list whose data are objects of type T.
+template <class T>
+class BtDLListCursor : public Bt_DLListCursor {
+ public:
+  using Bt_DLListCursor::Bt_DLListCursor;
+  [[nodiscard]] T* data() const { return static_cast<T*>(Bt_DLListCursor::data()); }
+};
+
+// The same for readers.
+template <class T>
+using BtDLListIter = BtDLListCursor<const T>;

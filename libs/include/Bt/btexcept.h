@@ -1,0 +1,85 @@
+// The error state of the process: a failing operation records an error or a warning here and
+// returns false or null; its callers may add context above it; the program prints it once.
+#pragma once
+
+#include <cstdarg>
+#include <iosfwd>
+
+#include "btassert.h"
+#include "btstr.h"
+
+// One recorded error or warning and the chain of records that explain it.
+class BtExcept {
+ public:
+  // Takes ownership of `detail`, which may be null.
+  BtExcept(bool warning, const BtStr& message, BtExcept* detail);
+  ~BtExcept();  // the chain is freed without recursion: it may be millions long
+  BtExcept(const BtExcept&) = delete;
+  BtExcept& operator=(const BtExcept&) = delete;
+
+  [[nodiscard]] bool isWarning() const { return _warning; }
+  [[nodiscard]] const BtStr& message() const { return _message; }
+  [[nodiscard]] bool hasDetail() const { return _detail != nullptr; }
+  [[nodiscard]] const BtExcept& detail() const;
+
+ private:
+  bool _warning;
+  BtStr _message;
+  BtExcept* _detail;
+};
+
+class BtExceptionHandler {
+ public:
+  BtExceptionHandler() = default;
+  ~BtExceptionHandler();
+  BtExceptionHandler(const BtExceptionHandler&) = delete;
+  BtExceptionHandler& operator=(const BtExceptionHandler&) = delete;
+
+  // Record an error; what was recorded before becomes its detail.
+  void set(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void set(const BtStr& message);
+  // Record a warning above earlier warnings. While an error is recorded this prints the error and
+  // fails the assertion `!errorOccurred()`.
+  void setAsWarning(const char* format, ...) __attribute__((format(printf, 2, 3)));
+  void setAsWarning(const BtStr& message);
+
+  [[nodiscard]] bool errorOccurred() const;
+  [[nodiscard]] bool hasException() const { return _exception != nullptr; }
+  // The current record; asserts that there is one.
+  [[nodiscard]] const BtExcept& exception() const;
+  // Forgets the record.
+  void clear();
+  // Takes the record away without clearing it, and puts one back (asserting that none is held).
+  [[nodiscard]] BtExcept* release();
+  void restore(BtExcept* exception);
+
+  // While set, clear() of a record is an assertion failure.
+  static void setAbortOnClear(bool abort_on_clear) { _abort_on_clear = abort_on_clear; }
+  // While set, recording an error aborts the process once the record is stored.
+  static void setAbortOnError(bool abort_on_error) { _abort_on_error = abort_on_error; }
+
+  // The question that long operations ask: has the user asked to stop? Null for never.
+  using CancelHook = bool (*)();
+  void setCancelHook(CancelHook hook) { _cancel_hook = hook; }
+  // Asks the hook; when it says yes, records "Canceled." and answers true.
+  bool checkCancel();
+
+ private:
+  void _record(bool warning, const BtStr& message);
+
+  BtExcept* _exception = nullptr;
+  CancelHook _cancel_hook = nullptr;
+  static bool _abort_on_clear;
+  static bool _abort_on_error;
+};
+
+// The one error state.
+extern BtExceptionHandler theExceptObj;
+
+// True when an error, not a warning, is recorded.
+bool BtError();
+// Prints what is recorded on standard error and clears it; true when it was an error.
+bool BtReportError();
+// The printed form: two empty lines, "ERROR: " or "WARNING: " and the message wrapped at 70
+// columns, the chain of details indented beneath it, one empty line.
+void BtGetExceptionStr(BtStr* str, const BtExcept& exception);

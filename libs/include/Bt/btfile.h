@@ -1,0 +1,51 @@
+// What the system asks of the file system: paths, permissions, opening. Functions that answer bool
+// for success record an error where they answer false; plain questions record nothing.
+#pragma once
+
+#include <fstream>
+#include <memory>
+
+#include "btifstream.h"
+#include "btstr.h"
+
+// Paths. Nothing is looked up on disk, "." and ".." stand as they are.
+
+[[nodiscard]] bool BtFileIsAbsolutePath(const BtStr& path);
+// `path` itself when it is absolute, else the path joined to the absolute folder `workdir`.
+[[nodiscard]] BtStr BtFileAbsolutePath(const BtStr& path, const BtStr& workdir);
+// "dir/file" and "dir/file.ext"; no part may be empty. A slash that ends `dir` is not doubled.
+[[nodiscard]] BtStr BtFileJoin(const BtStr& dir, const BtStr& file);
+[[nodiscard]] BtStr BtFileJoin(const BtStr& dir, const BtStr& file, const BtStr& ext);
+// The path up to its last "/": "." when there is none, "/" for "/x". Null counts as empty.
+[[nodiscard]] BtStr BtFileDirectory(const char* path);
+// The text behind the last "/" or, where there is no "/", behind the last "\", so that Windows
+// paths work too; one "/" or "\" at the end is not counted. Null for a null or an empty path.
+[[nodiscard]] BtStr BtFileBaseName(const char* path);
+
+// Questions and checks. Access is checked for the effective user.
+
+[[nodiscard]] bool BtFileExists(const char* path);
+// True for a file, but not a directory, that may be run. The path must exist.
+[[nodiscard]] bool BtFileCanExecute(const BtStr& path);
+// True when `path` can be read and is no directory.
+bool BtFileHaveReadAccess(const BtStr& path);
+// True when `path` can be written: an existing file, or a new one in an existing folder.
+bool BtFileHaveWriteAccess(const BtStr& path);
+
+// Opening. Null where that fails.
+
+[[nodiscard]] std::unique_ptr<BtIFStream> BtFileOpenInput(const BtStr& path);
+enum class BtFileOverwrite { Yes, No };
+// Creates or, where `overwrite` allows it, empties the file.
+[[nodiscard]] std::unique_ptr<std::ofstream> BtFileOpenOutput(const BtStr& path,
+                                                              BtFileOverwrite overwrite);
+
+// Programs.
+
+// Looks `command` up as a shell does: in the folders of the environment variable PATH, or as it
+// stands when it holds a "/". Answers its path; null, without a record, when it is not found.
+[[nodiscard]] BtStr BtFileFindCommand(const BtStr& command);
+// Where a symbolic link points to.
+bool BtFileReadLink(const BtStr& link, BtStr* target);
+// The path of the running program.
+bool BtFileProgramPath(BtStr* path);

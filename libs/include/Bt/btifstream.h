@@ -1,0 +1,45 @@
+// Input files as the readers see them: large blocks, read errors told apart from the end of the
+// file.
+#pragma once
+
+#include <istream>
+#include <memory>
+#include <streambuf>
+
+// The stream buffer of a file descriptor. It reads in blocks rather than mapping the file: a file
+// that shrinks while it is read then ends early instead of ending the process, pipes need no second
+// way, and a block stays in the processor's cache while it is scanned.
+class BtFileBuf : public std::streambuf {
+ public:
+  explicit BtFileBuf(std::ios& owner) : _owner(owner) {}
+  ~BtFileBuf() override;
+  BtFileBuf(const BtFileBuf&) = delete;
+  BtFileBuf& operator=(const BtFileBuf&) = delete;
+
+  // False, with errno set, when there is no such file or it is a directory.
+  bool open(const char* file_name);
+  [[nodiscard]] bool isOpen() const { return _fd >= 0; }
+  // Bytes that the file had when it was opened; 0 for what has no size, such as a pipe.
+  [[nodiscard]] long long sizeHint() const { return _size_hint; }
+  void close();
+
+ protected:
+  int_type underflow() override;
+
+ private:
+  std::ios& _owner;  // its badbit is set when reading fails
+  int _fd = -1;
+  long long _size_hint = 0;
+  std::unique_ptr<char[]> _block;
+};
+
+// An input stream over a BtFileBuf. A read error sets badbit, the end of the file eofbit.
+class BtIFStream : public std::istream {
+ public:
+  explicit BtIFStream(const char* file_name);
+  [[nodiscard]] bool isOpen() const { return _file_buf.isOpen(); }
+  [[nodiscard]] long long sizeHint() const { return _file_buf.sizeHint(); }
+
+ private:
+  BtFileBuf _file_buf;
+};

@@ -1,0 +1,9 @@
+// Raw memory for the containers. Running out of it ends the process: nothing that the system does
+// makes sense with half a model.
+#pragma once
+
+#include <cstddef>
+
+// Resizes `block` (null for a new one) to `count` elements of `size` bytes. Prints "Unable to
+// allocate memory!" and ends the process with status 1 where that fails.
+void* BtReallocOrExit(void* block, std::size_t count, std::size_t size);

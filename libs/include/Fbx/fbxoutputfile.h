@@ -1,0 +1,85 @@
+// FbxOutputFile: the file that a scene is saved to. It is written under another name beside its
+// target and put in the target's place when it is complete, so that a failure leaves an older file
+// as it was. Targets that are no regular files (pipes, devices) get the bytes when all of them are
+// known.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "fbxignoredsignals.h"
+
+class FbxOutputFile {
+ public:
+  // Offsets in a file are 32-bit numbers; a longer file is refused.
+  static constexpr std::uint64_t kMaxSize = 0xFFFFFFFFU;
+
+  explicit FbxOutputFile(std::uint64_t max_size = kMaxSize) : _max_size(max_size) {}
+  // Removes what was not committed.
+  ~FbxOutputFile();
+  FbxOutputFile(const FbxOutputFile&) = delete;
+  FbxOutputFile& operator=(const FbxOutputFile&) = delete;
+
+  // The first failure of any of these is recorded ("Unable to write '%s': %s."); after it, and
+  // after abandon(), nothing more is done. A cancel is noticed while bytes are written.
+  bool open(const std::string& target);
+  void write(const void* data, std::size_t size) {
+    if (size > _room) {
+      _writeSlowly({static_cast<const char*>(data), size});
+      return;
+    }
+    std::memcpy(_buffer.get() + _used, data, size);
+    _used += size;
+    _room -= size;
+  }
+  void writeZeros(std::size_t count);
+  // Replaces bytes that were written before.
+  void patch(std::uint64_t position, std::span<const std::uint8_t> bytes);
+  // Bytes written so far: where the next one goes.
+  [[nodiscard]] std::uint64_t position() const { return _flushed + _used; }
+  // Completes the file and puts it in its place.
+  bool commit();
+
+  // Gives up, for a reason that the caller has recorded.
+  void abandon();
+  [[nodiscard]] bool ok() const { return _ok; }
+
+ private:
+  void _writeSlowly(std::span<const char> bytes);
+  bool _fail(const char* reason);
+  bool _failErrno();
+  bool _createBeside(const std::string& path);
+  bool _createInMemory();
+  bool _flush();
+  bool _writeAll(int fd, std::span<const char> bytes);
+  bool _replaceTarget();
+  bool _copyToTarget();
+  void _close();
+
+  struct Older {
+    mode_t mode;
+    uid_t owner;
+    gid_t group;
+  };
+
+  std::uint64_t _max_size;
+  std::string _target;  // as given
+  std::string _path;    // what the target's links point to; empty where there is no file to replace
+  std::string _temporary;  // the name until commit(); empty for a file in memory
+  std::optional<Older> _older;
+  int _fd = -1;
+  bool _ok = true;
+  std::unique_ptr<char[]> _buffer;
+  std::size_t _used = 0;       // bytes in the buffer
+  std::size_t _room = 0;       // bytes that it still takes; 0 once writing has failed
+  std::uint64_t _flushed = 0;  // bytes that left it
+  std::uint64_t _unasked = 0;  // bytes since the last question for a cancel
+  FbxIgnoredSignals _signals;
+};

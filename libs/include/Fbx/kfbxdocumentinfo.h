@@ -1,0 +1,18 @@
+// KFbxDocumentInfo: who made the scene and what it is, for the header of the file.
+#pragma once
+
+#include "kfbxsdkmanager.h"
+
+class KFbxDocumentInfo : public KFbxCreated<KFbxDocumentInfo> {
+ public:
+  BtStr mTitle;
+  BtStr mSubject;
+  BtStr mAuthor;
+  BtStr mKeywords;
+  BtStr mRevision;
+  BtStr mComment;
+
+ private:
+  friend class KFbxCreated<KFbxDocumentInfo>;
+  using KFbxCreated::KFbxCreated;
+};

@@ -1,0 +1,95 @@
+// KFbxNode: one transform in the tree of a scene, with the bone or mesh that it carries and the
+// materials of that mesh.
+#pragma once
+
+#include <optional>
+#include <unordered_map>
+#include <vector>
+
+#include "kfbxmath.h"
+#include "kfbxnodeattribute.h"
+
+class KFbxMesh;
+class KFbxNode;
+class KFbxScene;
+class KFbxSurfacePhong;
+
+// A part of a node's local transform.
+class KFbxTransformProperty {
+ public:
+  KFbxTransformProperty(KFbxNode* node, const KFbxVector4& value) : _node(node), _value(value) {}
+  void Set(const KFbxVector4& value);
+  [[nodiscard]] const KFbxVector4& Get() const { return _value; }
+
+ private:
+  KFbxNode* _node;
+  KFbxVector4 _value;
+};
+
+class KFbxNode : public KFbxObject {
+ public:
+  using ERotationOrder = EFbxRotationOrder;
+  // Nodes keep one set of pivots, the source.
+  enum EPivotSet { eSOURCE_SET };
+
+  static KFbxNode* Create(KFbxSdkManager* manager, const char* name);
+  // A node that the scene finds by its name.
+  static KFbxNode* Create(KFbxScene* scene, const char* name);
+
+  // The local transform: translation * pre-rotation * rotation * scaling, the last applied first.
+  // Angles are in degrees, indexed by axis.
+  KFbxTransformProperty LclTranslation{this, KFbxVector4(0, 0, 0)};
+  KFbxTransformProperty LclRotation{this, KFbxVector4(0, 0, 0)};
+  KFbxTransformProperty LclScaling{this, KFbxVector4(1, 1, 1)};
+
+  // While this is off, readers ignore the pre-rotation and take the rotation order to be XYZ.
+  void SetRotationActive(bool active);
+  [[nodiscard]] bool GetRotationActive() const { return _rotation_active; }
+  void SetRotationOrder(EPivotSet set, ERotationOrder order);
+  [[nodiscard]] ERotationOrder GetRotationOrder(EPivotSet /*set*/) const { return _rotation_order; }
+  // In degrees, always combined in the order XYZ.
+  void SetPreRotation(EPivotSet set, const KFbxVector4& degrees);
+  [[nodiscard]] const KFbxVector4& GetPreRotation(EPivotSet /*set*/) const { return _pre_rotation; }
+  // The local transform that the values above make.
+  [[nodiscard]] KFbxXMatrix LocalTransform() const;
+
+  // Null for a plain transform.
+  void SetNodeAttribute(KFbxNodeAttribute* attribute) { _attribute = attribute; }
+  [[nodiscard]] KFbxNodeAttribute* GetNodeAttribute() const { return _attribute; }
+  // The attribute where it is a mesh, otherwise null.
+  [[nodiscard]] KFbxMesh* GetMesh() const;
+
+  // Makes the node the last child, taking it from an earlier parent. False, and nothing is changed,
+  // for null and for a node that this one is or hangs under.
+  bool AddChild(KFbxNode* child);
+  [[nodiscard]] KFbxNode* GetParent() const { return _parent; }
+  [[nodiscard]] int GetChildCount() const { return static_cast<int>(_children.size()); }
+  // Children are numbered from 0.
+  [[nodiscard]] KFbxNode* GetChild(int i) const;
+
+  // The index, from 0, by which polygons name the material: a new one at its first call, then the
+  // same.
+  int AddMaterial(KFbxSurfacePhong* material);
+  [[nodiscard]] int GetMaterialCount() const { return static_cast<int>(_materials.size()); }
+  [[nodiscard]] KFbxSurfacePhong* GetMaterial(int i) const;
+
+ private:
+  friend class KFbxScene;
+  friend class KFbxSceneEvaluator;
+  friend class KFbxTransformProperty;
+  using KFbxObject::KFbxObject;
+
+  // Forgets the global transforms of this node and everything below it.
+  void _forgetGlobal();
+
+  KFbxNodeAttribute* _attribute = nullptr;
+  KFbxNode* _parent = nullptr;
+  std::vector<KFbxNode*> _children;
+  std::vector<KFbxSurfacePhong*> _materials;
+  std::unordered_map<const KFbxSurfacePhong*, int> _material_index;
+  KFbxVector4 _pre_rotation{0, 0, 0};
+  ERotationOrder _rotation_order = eEULER_XYZ;
+  bool _rotation_active = false;
+  // Computed by the evaluator; present only where the parent's is.
+  std::optional<KFbxXMatrix> _global;
+};

@@ -1,0 +1,39 @@
+// What all objects of a scene have in common: a name, and the manager that owns them. Objects are
+// made by the Create() of their class and live until the manager is destroyed.
+#pragma once
+
+#include "btstr.h"
+
+class KFbxSdkManager;
+
+class KFbxObject {
+ public:
+  virtual ~KFbxObject() = default;
+  KFbxObject(const KFbxObject&) = delete;
+  KFbxObject& operator=(const KFbxObject&) = delete;
+
+  // As given when the object was made; empty where that was null.
+  [[nodiscard]] const char* GetName() const { return _name; }
+  [[nodiscard]] KFbxSdkManager* GetFbxSdkManager() const { return _manager; }
+
+ protected:
+  KFbxObject(KFbxSdkManager* manager, const char* name)
+      : _manager(manager), _name(name == nullptr ? "" : name) {}
+
+ private:
+  KFbxSdkManager* _manager;
+  BtStr _name;
+};
+
+// A value of an object that callers set and writers read.
+template <class T>
+class KFbxProperty {
+ public:
+  KFbxProperty() = default;
+  explicit KFbxProperty(const T& value) : _value(value) {}
+  void Set(const T& value) { _value = value; }
+  [[nodiscard]] const T& Get() const { return _value; }
+
+ private:
+  T _value{};
+};

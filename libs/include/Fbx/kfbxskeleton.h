@@ -1,0 +1,20 @@
+// KFbxSkeleton: makes a node a bone.
+#pragma once
+
+#include "kfbxnodeattribute.h"
+#include "kfbxsdkmanager.h"
+
+class KFbxSkeleton : public KFbxCreated<KFbxSkeleton, KFbxNodeAttribute> {
+ public:
+  enum ESkeletonType { eROOT, eLIMB, eLIMB_NODE, eEFFECTOR };
+
+  void SetSkeletonType(ESkeletonType type) { _type = type; }
+  [[nodiscard]] ESkeletonType GetSkeletonType() const { return _type; }
+  [[nodiscard]] EAttributeType GetAttributeType() const override { return eSKELETON; }
+
+ private:
+  friend class KFbxCreated<KFbxSkeleton, KFbxNodeAttribute>;
+  using KFbxCreated::KFbxCreated;
+
+  ESkeletonType _type = eLIMB_NODE;
+};

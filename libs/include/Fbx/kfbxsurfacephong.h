@@ -1,0 +1,45 @@
+// KFbxSurfacePhong: a material, and the textures that drive parts of it.
+#pragma once
+
+#include <string_view>
+#include <vector>
+
+#include "kfbxmath.h"
+#include "kfbxsdkmanager.h"
+
+class KFbxTexture;
+
+class KFbxSurfacePhong : public KFbxCreated<KFbxSurfacePhong> {
+ public:
+  // Colours are red, green and blue from 0 to 1; a factor multiplies the colour of its name.
+  KFbxProperty<KFbxVector4> EmissiveColor{KFbxVector4(0, 0, 0)};
+  KFbxProperty<double> EmissiveFactor{1.0};
+  KFbxProperty<KFbxVector4> AmbientColor{KFbxVector4(0.2, 0.2, 0.2)};
+  KFbxProperty<double> AmbientFactor{1.0};
+  KFbxProperty<KFbxVector4> DiffuseColor{KFbxVector4(0.8, 0.8, 0.8)};
+  KFbxProperty<double> DiffuseFactor{1.0};
+  // The product of colour and factor is how much passes through: black or 0 is opaque.
+  KFbxProperty<KFbxVector4> TransparentColor{KFbxVector4(0, 0, 0)};
+  KFbxProperty<double> TransparencyFactor{0.0};
+  KFbxProperty<KFbxVector4> SpecularColor{KFbxVector4(0.2, 0.2, 0.2)};
+  KFbxProperty<double> SpecularFactor{1.0};
+  KFbxProperty<double> ShininessExponent{20.0};
+  KFbxProperty<KFbxVector4> ReflectionColor{KFbxVector4(0, 0, 0)};
+  KFbxProperty<double> ReflectionFactor{1.0};
+
+  // A texture and the property that it drives, such as "DiffuseColor".
+  struct Connection {
+    KFbxTexture* texture;
+    const char* slot;
+  };
+  // False for null, for a slot that no reader knows and for one that has a texture already.
+  bool Connect(KFbxTexture* texture, std::string_view slot);
+  // In the order in which they were connected.
+  [[nodiscard]] const std::vector<Connection>& GetTextures() const { return _textures; }
+
+ private:
+  friend class KFbxCreated<KFbxSurfacePhong>;
+  using KFbxCreated::KFbxCreated;
+
+  std::vector<Connection> _textures;
+};

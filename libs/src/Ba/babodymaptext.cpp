@@ -1,0 +1,149 @@
+// The text record of a body map: body id, order, then a description per transform id.
+#include <algorithm>
+#include <charconv>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "babodymap.h"
+#include "btexcept.h"
+
+namespace {
+
+using Term = BaUnlockedTransform::Term;
+
+bool Fail(const BtStr& message) {
+  theExceptObj.set(message);
+  return false;
+}
+
+// Reads the terms of a combination. Their stated number sizes nothing before they have been seen.
+bool ReadTerms(BtScanner* scanner, int id, int body_id, int count, BtDArray<Term>* terms) {
+  std::vector<Term> read;
+  for (int i = 0; i < count; ++i) {
+    Term term = {};
+    if (!scanner->readInt(&term.sysvar_id) || !scanner->readFloat(&term.coefficient)) {
+      return Fail(BtFormat("Cannot read sysvar/coefficent pair for transform #%d, body id %d.", id,
+                           body_id));
+    }
+    if (term.sysvar_id < 1) {
+      return Fail(
+          BtFormat("Invalid system variable id in linear combination for transform #%d, "
+                   "body id %d.",
+                   id, body_id));
+    }
+    read.push_back(term);
+  }
+  terms->resize(static_cast<int>(read.size()));
+  std::copy(read.begin(), read.end(), terms->begin());
+  return true;
+}
+
+// Reads the description of one transform id: a variable id of 0 or more, or -(n+1) and a linear
+// combination of n terms.
+bool ReadTransform(BtScanner* scanner, int id, int body_id, BaUnlockedTransform* transform) {
+  int value = 0;
+  if (!scanner->readInt(&value)) {
+    return Fail(
+        BtFormat("Unable to read system variable id for transform #%d, body %d.", id, body_id));
+  }
+  if (value >= 0) {
+    *transform = BaUnlockedTransform(id, value);
+    return true;
+  }
+  float constant = 0;
+  if (!scanner->readFloat(&constant)) {
+    return Fail(
+        BtFormat("Unable to read constant for linear combination for transform #%d, "
+                 "body %d.",
+                 id, body_id));
+  }
+  BtDArray<Term> terms;
+  if (!ReadTerms(scanner, id, body_id, -(value + 1), &terms)) return false;
+  *transform = BaUnlockedTransform(id, constant, std::move(terms));
+  return true;
+}
+
+bool ReadOrder(BtScanner* scanner, int body_id, int (&order)[kBaTransformCount]) {
+  for (int& id : order) {
+    if (!scanner->readInt(&id)) {
+      return Fail(BtFormat("Cannot read transformation type for body id %d.", body_id));
+    }
+    if (id < 1 || id > kBaTransformCount) {
+      return Fail(BtFormat("Invalid transformation type (%d) for body id %d.", id, body_id));
+    }
+  }
+  return true;
+}
+
+// The shortest text that reads back to the same value.
+template <class Number>
+void AppendNumber(std::string* text, Number number) {
+  char digits[32];
+  const std::to_chars_result result = std::to_chars(digits, digits + sizeof(digits), number);
+  text->append(digits, result.ptr);
+}
+
+void AppendTransform(std::string* text, const BaUnlockedTransform& transform) {
+  if (!transform.isCombination()) {
+    AppendNumber(text, transform.sysVarId());
+    *text += '\n';
+    return;
+  }
+  AppendNumber(text, -(static_cast<long long>(transform.terms().size()) + 1));
+  *text += ' ';
+  AppendNumber(text, transform.constant());
+  *text += ' ';
+  for (const Term& term : transform.terms()) {
+    AppendNumber(text, term.sysvar_id);
+    *text += ' ';
+    AppendNumber(text, term.coefficient);
+    *text += ' ';
+  }
+  *text += '\n';
+}
+
+}  // namespace
+
+std::unique_ptr<BaUnlockedBodyMap> BaUnlockedBodyMap::scanNewFrom(std::istream& is) {
+  BtScanner scanner(is);
+  auto new_bodymap_ptr = std::make_unique<BaUnlockedBodyMap>();
+  if (!new_bodymap_ptr->_scanFrom(&scanner)) return nullptr;
+  BtAssert(new_bodymap_ptr->bodyId() >= 1, "new_bodymap_ptr->bodyId()>=1");
+  return new_bodymap_ptr;
+}
+
+bool BaUnlockedBodyMap::_scanFrom(BtScanner* scanner) {
+  if (!scanner->readInt(&_body_id)) return Fail("Error reading body id\n");
+  if (_body_id < 1) return Fail(BtFormat("Invalid body id %d.", _body_id));
+  int order[kBaTransformCount];
+  if (!ReadOrder(scanner, _body_id, order)) return false;
+  BaUnlockedTransform by_id[kBaTransformCount];
+  for (int id = 1; id <= kBaTransformCount; ++id) {
+    if (!ReadTransform(scanner, id, _body_id, &by_id[id - 1])) return false;
+  }
+  _transforms.resize(kBaTransformCount);
+  for (int position = 0; position < kBaTransformCount; ++position) {
+    _transforms[position] = by_id[order[position] - 1];
+  }
+  return true;
+}
+
+void BaUnlockedBodyMap::printOn(std::ostream& os) const {
+  const BaUnlockedTransformList& transformation_order = _transforms;
+  BtAssert(transformation_order.size() == kBaTransformCount, "transformation_order.count() == 6");
+  std::string text;
+  AppendNumber(&text, _body_id);
+  text += '\n';
+  for (const BaUnlockedTransform& transform : transformation_order) {
+    if (&transform != transformation_order.begin()) text += ' ';
+    AppendNumber(&text, transform.id());
+  }
+  text += '\n';
+  for (int id = 1; id <= kBaTransformCount; ++id) {
+    const BaUnlockedTransform* transform = FindTransform(transformation_order, id);
+    BtAssert(transform != nullptr, "transformation_order.contains(id)");
+    AppendTransform(&text, *transform);
+  }
+  os.write(text.data(), static_cast<std::streamsize>(text.size()));
+}

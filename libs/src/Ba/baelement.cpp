@@ -1,0 +1,11 @@
+#include "baelement.h"
+
+#include "balegacytext.h"
+#include "btscan.h"
+
+bool BaElement::_scanIds(BtScanner& in) {
+  BtAssert(isValid(), "isValid()");
+  if (!in.readInt(&_body_id)) return Ba_Fail("Unable to read body id.");
+  if (!in.readInt(&_material_id)) return Ba_Fail("Unable to read material id.");
+  return true;
+}

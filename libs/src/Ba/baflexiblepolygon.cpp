@@ -1,0 +1,41 @@
+#include "baflexiblepolygon.h"
+
+#include <ostream>
+
+#include "balegacytext.h"
+
+bool BaFlexiblePolygon::scanFrom(BtScanner& in) {
+  int count = 0;
+  if (!_scanIds(in) || !_scanCount(in, "Unable to read number of vertices.", &count)) return false;
+  if (!in.readInt(&_other_body_id)) return Ba_Fail("Unable to read other body id.");
+  return _scanVertices(in, count);
+}
+
+void BaFlexiblePolygon::printOn(std::ostream& os) const {
+  BtAssert(isValid(), "isValid()");
+  os << "f  ";
+  Ba_PutInt(os, bodyId());
+  Ba_PutInt(os, materialId());
+  Ba_PutInt(os, numVertices());
+  Ba_PutInt(os, _other_body_id);
+  os << '\n';
+  _printVerticesOn(os);
+}
+
+void BaFlexiblePolygon::_resize(int n) {
+  BaVertexElement::_resize(n);
+  _modes.resize(n);
+}
+
+bool BaFlexiblePolygon::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) {
+  return _scanModeAndVertex(vertex, i, in) || Ba_Fail("Unable to read flexible vertex.");
+}
+
+bool BaFlexiblePolygon::_scanModeAndVertex(BaVertex* vertex, int i, BtScanner& in) {
+  return in.readInt(&_modes[i]) ? vertex->scanFrom(in) : Ba_Fail("Unable to read mode.");
+}
+
+void BaFlexiblePolygon::_printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const {
+  Ba_PutInt(os, _modes[i]);
+  vertex.printOn(os);
+}

@@ -1,0 +1,53 @@
+#include "balegacytext.h"
+
+#include <charconv>
+#include <cstring>
+#include <limits>
+#include <ostream>
+
+#include "btexcept.h"
+
+namespace {
+
+// Enough for a blank and any number in its shortest form.
+constexpr std::size_t kNumberSize = 24;
+
+template <class Number>
+void Put(std::ostream& os, Number value) {
+  char text[kNumberSize] = {' '};
+  const std::to_chars_result end = std::to_chars(text + 1, text + sizeof text, value);
+  os.write(text, end.ptr - text);
+}
+
+}  // namespace
+
+bool Ba_Fail(const char* message) {
+  theExceptObj.set(BtStr(message));
+  return false;
+}
+
+void Ba_SkipLine(BtScanner& in, int limit) { in.stream().ignore(limit, '\n'); }
+
+void Ba_SkipLine(BtScanner& in) {
+  in.stream().ignore(std::numeric_limits<std::streamsize>::max(), '\n');
+}
+
+bool Ba_ScanLine(BtScanner& in, BtStr* line) {
+  line->scanLine(in.stream());
+  if (line->isNull() || line->view().find('\0') != std::string_view::npos) return false;
+  line->trimRight().trimLeft();
+  return true;
+}
+
+bool Ba_ScanSwitch(BtScanner& in, bool* on) {
+  int value = 0;
+  if (!in.readInt(&value) || (value != 0 && value != 1)) return false;
+  *on = value == 1;
+  return true;
+}
+
+void Ba_PutInt(std::ostream& os, int value) { Put(os, value); }
+
+void Ba_PutFloats(std::ostream& os, std::span<const float> values) {
+  for (const float value : values) Put(os, value);
+}

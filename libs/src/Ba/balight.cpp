@@ -1,0 +1,68 @@
+#include "balight.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include "balegacytext.h"
+#include "btexcept.h"
+
+namespace {
+
+constexpr BaLightAttrs::Code kCodes[] = {
+    {2, Ba_LightAttr_t::AmbientAttr, "Unable to read light ambient attribute."},
+    {101, Ba_LightAttr_t::DiffuseAttr, "Unable to read light color attribute."},
+    {102, Ba_LightAttr_t::PositionAttr, "Unable to read light position attribute."},
+    {103, Ba_LightAttr_t::SpotDirectionAttr, "Unable to read light spot direction attribute."},
+    {104, Ba_LightAttr_t::SpotLightAttr, "Unable to read light spot light attribute."},
+};
+
+constexpr int kNoMoreAttributes = 0;
+constexpr float kMaxSpotExponent = 128.0F;
+
+}  // namespace
+
+bool BaLight::scanFrom(std::istream& is) {
+  BtScanner in(is);
+  return scanFrom(in);
+}
+
+bool BaLight::scanFrom(BtScanner& in) {
+  if (!in.readInt(&_id)) return Ba_Fail("Unable to read light id.");
+  if (!Ba_ScanSwitch(in, &_on)) return Ba_Fail("Unable to read light on/off status.");
+  for (;;) {
+    int code = kNoMoreAttributes;
+    if (!in.readInt(&code)) return Ba_Fail("Unable to read light attribute status.");
+    if (code == kNoMoreAttributes) return true;
+    if (!_scanAttribute(code, in)) return false;
+  }
+}
+
+bool BaLight::_scanAttribute(int code, BtScanner& in) {
+  const auto* found = std::ranges::find(kCodes, code, &BaLightAttrs::Code::code);
+  if (found == std::end(kCodes)) return Ba_Fail("Invalid light attribute.");
+  if (!_attributes.scanFrom(*found, in)) return false;
+  if (found->kind == Ba_LightAttr_t::SpotLightAttr) _clipSpotExponent();
+  return true;
+}
+
+void BaLight::_clipSpotExponent() {
+  float& exponent = _attributes.add(Ba_LightAttr_t::SpotLightAttr)->values()[0];
+  const float clipped = std::clamp(exponent, 0.0F, kMaxSpotExponent);
+  if (clipped == exponent) return;
+  // The record made last stands on top, so the light is named first.
+  theExceptObj.setAsWarning("Warning while reading light id %i.", _id);
+  theExceptObj.setAsWarning(
+      "Spot light exponent (%f) should be between 0.0 and 128.0.  Value clipped to %f.",
+      static_cast<double>(exponent), static_cast<double>(clipped));
+  exponent = clipped;
+}
+
+void BaLight::printOn(std::ostream& os) const {
+  os << "I  ";
+  Ba_PutInt(os, _id);
+  Ba_PutInt(os, _on ? 1 : 0);
+  os << '\n';
+  _attributes.printOn(kCodes, os);
+  Ba_PutInt(os, kNoMoreAttributes);
+  os << '\n';
+}

@@ -1,0 +1,54 @@
+#include "balightingmodel.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include "balegacytext.h"
+#include "btexcept.h"
+
+namespace {
+
+constexpr BaLightAttrs::Code kCodes[] = {
+    {2, Ba_LightAttr_t::AmbientAttr, "Unable to read lighting model ambient attribute."},
+    {201, Ba_LightAttr_t::LocalViewerAttr, "Unable to read lighting model local viewer attribute."},
+    {202, Ba_LightAttr_t::AttenuationAttr, "Unable to read lighting model attenuation attribute."},
+};
+
+constexpr int kNoMoreAttributes = 0;
+
+}  // namespace
+
+bool BaLightingModel::scanFrom(std::istream& is) {
+  BtScanner in(is);
+  return scanFrom(in);
+}
+
+bool BaLightingModel::scanFrom(BtScanner& in) {
+  if (!in.readInt(&_id)) return Ba_Fail("Unable to read lighting model id.");
+  if (!Ba_ScanSwitch(in, &_on)) return Ba_Fail("Unable to read lighting model on/off status.");
+  for (;;) {
+    int code = kNoMoreAttributes;
+    if (!in.readInt(&code)) return Ba_Fail("Unable to read lighting model attribute type.");
+    if (code == kNoMoreAttributes) return true;
+    if (!_scanAttribute(code, in)) return false;
+  }
+}
+
+bool BaLightingModel::_scanAttribute(int code, BtScanner& in) {
+  const auto* found = std::ranges::find(kCodes, code, &BaLightAttrs::Code::code);
+  if (found == std::end(kCodes)) {
+    theExceptObj.set("Unknown lighting model attribute type %d.", code);
+    return false;
+  }
+  return _attributes.scanFrom(*found, in);
+}
+
+void BaLightingModel::printOn(std::ostream& os) const {
+  os << "G  ";
+  Ba_PutInt(os, _id);
+  Ba_PutInt(os, _on ? 1 : 0);
+  os << '\n';
+  _attributes.printOn(kCodes, os);
+  Ba_PutInt(os, kNoMoreAttributes);
+  os << '\n';
+}

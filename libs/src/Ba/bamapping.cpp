@@ -1,0 +1,165 @@
+#include "bamapping.h"
+
+#include <algorithm>
+
+namespace {
+
+// Frees what the pointers of a list own, and empties the list.
+void FreeAll(BtList<BaUnlockedBodyMap*>* body_maps) {
+  for (BaUnlockedBodyMap* body_map : *body_maps) {
+    const std::unique_ptr<BaUnlockedBodyMap> owner(body_map);
+  }
+  body_maps->clear();
+}
+
+template <class T>
+void CopyTo(BtDArray<T>* array, const std::vector<T>& values) {
+  array->clear();
+  array->resize(SizeTToInt(values.size()));
+  std::copy(values.begin(), values.end(), array->begin());
+}
+
+}  // namespace
+
+BaUnlockedMapping::BaUnlockedMapping(const BaUnlockedMapping& other)
+    : _num_sysvars(other._num_sysvars),
+      _texture_index_maps(other._texture_index_maps),
+      _blend_effect_maps(other._blend_effect_maps),
+      _includes(other._includes),
+      _directory(other._directory),
+      _body_id_offset(other._body_id_offset),
+      _sysvar_id_offset(other._sysvar_id_offset) {
+  for (const BaUnlockedBodyMap* body_map : other._body_maps) addBodyMap(*body_map);
+}
+
+BaUnlockedMapping::~BaUnlockedMapping() { FreeAll(&_body_maps); }
+
+BaUnlockedMapping& BaUnlockedMapping::operator=(const BaUnlockedMapping& other) {
+  BaUnlockedMapping copy(other);
+  swap(copy);
+  return *this;
+}
+
+BaUnlockedMapping& BaUnlockedMapping::operator=(BaUnlockedMapping&& other) noexcept {
+  swap(other);
+  return *this;
+}
+
+void BaUnlockedMapping::swap(BaUnlockedMapping& other) noexcept {
+  std::swap(_num_sysvars, other._num_sysvars);
+  std::swap(_body_maps, other._body_maps);
+  std::swap(_body_map_index, other._body_map_index);
+  std::swap(_texture_index_maps, other._texture_index_maps);
+  std::swap(_blend_effect_maps, other._blend_effect_maps);
+  std::swap(_includes, other._includes);
+  std::swap(_directory, other._directory);
+  std::swap(_body_id_offset, other._body_id_offset);
+  std::swap(_sysvar_id_offset, other._sysvar_id_offset);
+}
+
+bool BaUnlockedMapping::operator==(const BaUnlockedMapping& other) const {
+  if (_num_sysvars != other._num_sysvars || _body_maps.count() != other._body_maps.count() ||
+      _texture_index_maps != other._texture_index_maps ||
+      _blend_effect_maps != other._blend_effect_maps || _includes != other._includes) {
+    return false;
+  }
+  auto other_map = other._body_maps.begin();
+  for (const BaUnlockedBodyMap* body_map : _body_maps) {
+    if (!(*body_map == **other_map)) return false;
+    ++other_map;
+  }
+  return true;
+}
+
+void BaUnlockedMapping::clear() {
+  BaUnlockedMapping empty;
+  swap(empty);
+}
+
+const BaUnlockedBodyMap* BaUnlockedMapping::bodyMap(int body_id) const {
+  const auto found = _body_map_index.find(body_id);
+  return found == _body_map_index.end() ? nullptr : found->second;
+}
+
+BaUnlockedBodyMap* BaUnlockedMapping::bodyMap(int body_id) {
+  const auto found = _body_map_index.find(body_id);
+  return found == _body_map_index.end() ? nullptr : found->second;
+}
+
+void BaUnlockedMapping::getBodies(BtDArray<int>* body_ids) const {
+  std::vector<int> ids;
+  for (const BaUnlockedBodyMap* body_map : _body_maps) ids.push_back(body_map->bodyId());
+  CopyTo(body_ids, ids);
+}
+
+void BaUnlockedMapping::getBodiesUsingSysVar(BtDArray<int>* body_ids, int var_id) const {
+  std::vector<int> ids;
+  for (const BaUnlockedBodyMap* body_map : _body_maps) {
+    if (body_map->usesSysVarId(var_id)) ids.push_back(body_map->bodyId());
+  }
+  CopyTo(body_ids, ids);
+}
+
+void BaUnlockedMapping::getSysVarTransforms(BtList<Ba_Transform*>* transforms, int var_id) {
+  transforms->clear();
+  for (BaUnlockedBodyMap* body_map : _body_maps) body_map->getSysVarTransforms(transforms, var_id);
+}
+
+void BaUnlockedMapping::getUsedSysVarIds(BtDArray<int>* var_ids) const {
+  std::vector<int> ids;
+  for (const BaUnlockedBodyMap* body_map : _body_maps) {
+    body_map->forEachSysVarId([&ids](int id) { ids.push_back(id); });
+  }
+  std::sort(ids.begin(), ids.end());
+  ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
+  CopyTo(var_ids, ids);
+}
+
+void BaUnlockedMapping::addBodyMap(const BaUnlockedBodyMap& body_map) {
+  _addBodyMap(std::make_unique<BaUnlockedBodyMap>(body_map), body_map.bodyId());
+}
+
+void BaUnlockedMapping::_addBodyMap(std::unique_ptr<BaUnlockedBodyMap> body_map, int body_id) {
+  const bool is_new = _body_map_index.emplace(body_id, body_map.get()).second;
+  BtAssert(is_new, "bodyMap(body_id)==0");
+  body_map->_setBodyId(body_id);
+  _body_maps.append(body_map.release());
+}
+
+void BaUnlockedMapping::removeBodyMap(int body_id) {
+  const std::unique_ptr<BaUnlockedBodyMap> owner(bodyMap(body_id));
+  BtAssert(owner != nullptr, "bodyMap(body_id)!=0");
+  _body_map_index.erase(body_id);
+  _body_maps.removeValue(owner.get());
+}
+
+void BaUnlockedMapping::removeUnusedBodyMaps() {
+  BtList<BaUnlockedBodyMap*> used;
+  for (BaUnlockedBodyMap* body_map : _body_maps) {
+    bool is_used = false;
+    body_map->forEachSysVarId([&is_used](int) { is_used = true; });
+    if (is_used) {
+      used.append(body_map);
+    } else {
+      _body_map_index.erase(body_map->bodyId());
+      const std::unique_ptr<BaUnlockedBodyMap> owner(body_map);
+    }
+  }
+  _body_maps = std::move(used);
+}
+
+void BaUnlockedMapping::changeBodyId(int from, int to) {
+  BaUnlockedBodyMap* body_map = bodyMap(from);
+  BtAssert(body_map != nullptr, "bodyMap(from)!=0");
+  BtAssert(bodyMap(to) == nullptr, "bodyMap(to)==0");
+  body_map->_setBodyId(to);
+  _body_map_index.erase(from);
+  _body_map_index.emplace(to, body_map);
+}
+
+void BaUnlockedMapping::setHighestSysVar() {
+  _num_sysvars = 0;
+  for (const BaUnlockedBodyMap* body_map : _body_maps) {
+    body_map->forEachSysVarId([this](int id) { _num_sysvars = std::max(_num_sysvars, id); });
+  }
+}

@@ -1,0 +1,136 @@
+// Reading a mapping file up to its sections: header, counts, body maps.
+#include <string>
+
+#include "baincludechain.h"
+#include "bamapping.h"
+#include "bamappingheader.h"
+#include "btexcept.h"
+#include "btfile.h"
+#include "btifstream.h"
+
+namespace {
+
+// The user is asked for a cancel after so many body maps.
+constexpr int kCancelInterval = 40;
+
+// What of the first line counts.
+constexpr int kMaxHeaderLine = 80;
+
+bool Fail(const char* message) {
+  theExceptObj.set("%s", message);
+  return false;
+}
+
+// Reads the first line and compares its beginning; the rest of the line is read over only when
+// the beginning is right, since a file of another kind may have no line end at all.
+bool ReadHeaderLine(BtScanner* scanner) {
+  std::string line;
+  int c = scanner->get();
+  if (c < 0) return Fail("Error reading file.");
+  for (; c >= 0 && c != '\n' && line.size() < kMaxHeaderLine; c = scanner->get()) {
+    line += static_cast<char>(c);
+  }
+  if (!line.starts_with(kBaMappingHeader)) return Fail("Invalid datafile header id.");
+  while (c >= 0 && c != '\n') c = scanner->get();
+  return true;
+}
+
+}  // namespace
+
+bool BaUnlockedMapping::streamContainsMapping(std::istream& is) {
+  BtScanner scanner(is);
+  if (!ReadHeaderLine(&scanner)) return false;
+  scanner.get();  // the "v"
+  double version = 0;
+  if (!scanner.readDouble(&version)) return Fail("Unable to read datafile version number.");
+  if (version >= kBaMappingVersion && version < kBaMappingVersion + 1) return true;
+  theExceptObj.set("Unsupported datafile version %.2f.  Application uses version %.2f.", version,
+                   kBaMappingVersion);
+  return false;
+}
+
+bool BaUnlockedMapping::read(const BtStr& file, bool load_includes) {
+  BtAssert(!file.isNull());
+  Ba_IncludeChain chain("Mapping");
+  return _readFile(file, load_includes, &chain);
+}
+
+bool BaUnlockedMapping::scanFrom(std::istream& is, bool load_includes, const BtStr& directory) {
+  if (!_scanFrom(is, directory)) return false;
+  Ba_IncludeChain chain("Mapping");
+  const char* unnamed = "";
+  return !load_includes || (chain.enter(unnamed) && _loadIncludes(&chain));
+}
+
+bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_IncludeChain* chain) {
+  if (!chain->enter(file)) return false;
+  bool opened = false;
+  const bool read = _scanFile(file, &opened) && (!load_includes || _loadIncludes(chain));
+  chain->leave();
+  if (opened && !read) {
+    theExceptObj.set("Unable to read file '%s'.", static_cast<const char*>(file));
+  }
+  return read;
+}
+
+// The file is closed again on return: files that include each other must not all stay open.
+bool BaUnlockedMapping::_scanFile(const BtStr& file, bool* opened) {
+  BtIFStream is(file);
+  *opened = is.isOpen();
+  if (*opened) return _scanFrom(is, BtFileDirectory(file));
+  theExceptObj.set("Unable to open file '%s'.", static_cast<const char*>(file));
+  return false;
+}
+
+bool BaUnlockedMapping::_scanFrom(std::istream& is, const BtStr& directory) {
+  if (!is.good()) return Fail("Unable to open file.");
+  if (!streamContainsMapping(is)) {
+    Fail("Unable to validate datafile header.");
+    Fail("Invalid datafile.");
+    return Fail("Unable to read file.");
+  }
+  clear();
+  _directory = directory;
+  if (!_scanContent(is)) return Fail("Unable to read file.");
+  _checkNumSysVars();
+  return true;
+}
+
+bool BaUnlockedMapping::_scanContent(std::istream& is) {
+  BtScanner scanner(is);
+  int num_bodies = 0;
+  if (!scanner.readInt(&_num_sysvars)) return Fail("Error reading number of variables\n");
+  if (!scanner.readInt(&num_bodies) || num_bodies < 0) {
+    return Fail("Error reading number of bodies\n");
+  }
+  return _scanBodyMaps(is, num_bodies) && _scanSections(is);
+}
+
+bool BaUnlockedMapping::_scanBodyMaps(std::istream& is, int count) {
+  int last_body_id = 0;
+  for (int i = 1; i <= count; ++i) {
+    if (i % kCancelInterval == 0 && theExceptObj.checkCancel()) return false;
+    std::unique_ptr<BaUnlockedBodyMap> body_map = BaUnlockedBodyMap::scanNewFrom(is);
+    if (body_map == nullptr) {
+      clear();
+      theExceptObj.set("Unable to read Body Map.  Last successfully read body map was for body %d.",
+                       last_body_id);
+      return false;
+    }
+    last_body_id = body_map->bodyId();
+    if (bodyMap(last_body_id) != nullptr) {
+      theExceptObj.set("The mapping for body %d is specified multiple times.", last_body_id);
+      return false;
+    }
+    _addBodyMap(std::move(body_map), last_body_id);
+  }
+  return true;
+}
+
+void BaUnlockedMapping::_checkNumSysVars() {
+  const int stated = _num_sysvars;
+  setHighestSysVar();
+  if (_num_sysvars == stated) return;
+  theExceptObj.setAsWarning("Mapping file specifies %d variables, but actually uses %d variables.",
+                            stated, _num_sysvars);
+}

@@ -1,0 +1,183 @@
+// The sections behind the body maps of a mapping file.
+#include <charconv>
+#include <string_view>
+
+#include "bamapping.h"
+#include "banamemap.h"
+#include "btexcept.h"
+#include "btparse.h"
+#include "btscan.h"
+#include "btviewstream.h"
+
+namespace {
+
+using BlendEffectMap = BaUnlockedMapping::BlendEffectMap;
+
+// The user is asked for a cancel after so many sections.
+constexpr int kCancelInterval = 40;
+
+bool Fail(const BtStr& message) {
+  theExceptObj.set(message);
+  return false;
+}
+
+bool FailId(const char* kind, std::string_view id) {
+  return Fail(
+      BtFormat("Invalid %s id '%.*s' specified.", kind, static_cast<int>(id.size()), id.data()));
+}
+
+// Removes the next word from the front of the text; empty when there is none.
+std::string_view TakeWord(std::string_view* text) {
+  std::size_t begin = 0;
+  while (begin < text->size() && BtIsSpace((*text)[begin])) ++begin;
+  std::size_t end = begin;
+  while (end < text->size() && !BtIsSpace((*text)[end])) ++end;
+  const std::string_view word = text->substr(begin, end - begin);
+  text->remove_prefix(end);
+  return word;
+}
+
+// False unless the whole word is a number in the range of int.
+bool WordToInt(std::string_view word, int* value) {
+  if (word.starts_with('+') && !word.starts_with("+-")) word.remove_prefix(1);
+  const char* end = word.data() + word.size();
+  const std::from_chars_result result = std::from_chars(word.data(), end, *value);
+  return result.ec == std::errc() && result.ptr == end;
+}
+
+// Reads the pairs of a SLIDERS block. `known` holds the sliders of this effect map so far.
+bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* map) {
+  for (std::string_view word = TakeWord(&text); !word.empty(); word = TakeWord(&text)) {
+    // A brace belongs to a block that cannot stand here.
+    if (word.front() == '{') return Fail("Unable to read slider name from SLIDERS section.");
+    const BtStr name(word);
+    const std::string_view id_word = TakeWord(&text);
+    int id = 0;
+    if (!WordToInt(id_word, &id)) return Fail("Unable to read sysvar id from SLIDERS section.");
+    if (id < 1) return FailId("sysvar", id_word);
+    const auto [slider, is_new] = known->emplace(name, id);
+    if (is_new) {
+      map->sliders.push_back({name, id});
+    } else if (slider->second != id) {
+      return Fail("Slider " + name + " appears multiple times with different mappings.");
+    }
+  }
+  return true;
+}
+
+bool ReadSliderGroup(const BtStr& value, bool single_line, BtStr* slider_group) {
+  const bool has_blanks = value.view().find_first_of(" \t\n") != std::string_view::npos;
+  if (single_line && has_blanks) Fail("Slider group names cannot contain spaces.");
+  if (!single_line || has_blanks || value.length() == 0) {
+    return Fail("Invalid value for SLIDER_GROUP in BLEND_EFFECT_MAP section.");
+  }
+  *slider_group = value;
+  return true;
+}
+
+bool ReadIncludeItem(const BtStr& key, const BtStr& value, bool single_line,
+                     BaUnlockedMapping::Include* include) {
+  // A line drawn in by a backslash could not be written back.
+  bool valid = single_line && value.length() > 0 && value.matchCount('\n') == 0;
+  if (key == "FILE_NAME") {
+    include->file_name = value;
+  } else if (key == "BODY_ID_OFFSET") {
+    valid = valid && value.intValue(&include->body_id_offset);
+  } else if (key == "SYSTEM_VARIABLE_ID_OFFSET") {
+    valid = valid && value.intValue(&include->sysvar_id_offset);
+  } else {
+    return Fail("Unrecognized key word \"" + key + "\".");
+  }
+  return valid || Fail("Invalid value for " + key + ".");
+}
+
+}  // namespace
+
+bool BaUnlockedMapping::_scanSections(std::istream& is) {
+  for (int count = 1;; ++count) {
+    if (count % kCancelInterval == 0 && theExceptObj.checkCancel()) return false;
+    BtStr tag;
+    BtStr value;
+    if (!BtReadTaggedValue(is, &tag, &value, nullptr)) return false;
+    if (is.bad()) return Fail("Error reading file.");
+    if (tag.isNull() || tag == "END") return true;
+    if (!_scanSection(tag, value)) return false;
+  }
+}
+
+bool BaUnlockedMapping::_scanSection(const BtStr& tag, const BtStr& value) {
+  struct Section {
+    const char* tag;
+    bool (BaUnlockedMapping::*scan)(const BtStr& value);
+    bool before_includes;
+    const char* failure;
+  };
+  static constexpr Section kSections[] = {
+      {"MATERIAL_TEXTURE_INDEX_MAPS", &BaUnlockedMapping::_scanTextureIndexMaps, true,
+       "Unable to read material texture index maps."},
+      {"BLEND_EFFECT_MAP", &BaUnlockedMapping::_scanBlendEffectMap, true,
+       "Unable to blend effect map."},
+      {"INCLUDE", &BaUnlockedMapping::_scanInclude, false, "Unable to read include."},
+  };
+  for (const Section& section : kSections) {
+    if (!(tag == section.tag)) continue;
+    if (section.before_includes && !_includes.empty()) {
+      return Fail(tag + " must be specified before IMPORT.");
+    }
+    return (this->*section.scan)(value) || Fail(section.failure);
+  }
+  return Fail("Invalid tag '" + tag + "' in mapping file.");
+}
+
+bool BaUnlockedMapping::_scanTextureIndexMaps(const BtStr& value) {
+  std::string_view text = value.view();
+  for (std::string_view word = TakeWord(&text); !word.empty(); word = TakeWord(&text)) {
+    TextureIndexMap map = {};
+    if (!WordToInt(word, &map.material_id) || map.material_id < 1) return FailId("material", word);
+    word = TakeWord(&text);
+    if (!WordToInt(word, &map.sysvar_id) || map.sysvar_id < 1) return FailId("sysvar", word);
+    _texture_index_maps.push_back(map);
+  }
+  return true;
+}
+
+bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
+  constexpr const char* kNoGroup = "No SLIDER_GROUP specified in BLEND_EFFECT_MAP section.";
+  BtViewStream is(value.view());
+  BlendEffectMap map;
+  BaNameMap<int> known;
+  for (;;) {
+    BtStr key;
+    BtStr item;
+    bool single_line = false;
+    if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
+    if (key.isNull()) break;
+    if (key == "SLIDER_GROUP") {
+      if (!ReadSliderGroup(item, single_line, &map.slider_group)) return false;
+    } else if (key == "SLIDERS") {
+      if (!ReadSliders(item.view(), &known, &map)) return false;
+      if (map.slider_group.isNull()) return Fail(kNoGroup);
+    } else {
+      return Fail("Unrecognized key word \"" + key + "\" in BLEND_EFFECT_MAP section.");
+    }
+  }
+  if (map.slider_group.isNull()) return Fail(kNoGroup);
+  _blend_effect_maps.push_back(std::move(map));
+  return true;
+}
+
+bool BaUnlockedMapping::_scanInclude(const BtStr& value) {
+  BtViewStream is(value.view());
+  Include include;
+  for (;;) {
+    BtStr key;
+    BtStr item;
+    bool single_line = false;
+    if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
+    if (key.isNull()) break;
+    if (!ReadIncludeItem(key, item, single_line, &include)) return false;
+  }
+  if (include.file_name.isNull()) return Fail("No FILE_NAME specified.");
+  _includes.push_back(include);
+  return true;
+}

@@ -1,0 +1,186 @@
+#include "bamaterial.h"
+
+#include <algorithm>
+#include <cctype>
+#include <ostream>
+#include <string>
+#include <utility>
+
+#include "balegacytext.h"
+#include "btexcept.h"
+
+namespace {
+
+using AttrPtr = std::unique_ptr<Ba_MatAttr>;
+
+template <class Attr>
+AttrPtr Create() {
+  return std::make_unique<Attr>();
+}
+
+// How a file names an attribute, and the error when its numbers cannot be read. In the order of
+// Ba_MatAttr_t.
+struct AttrCode {
+  int code;
+  AttrPtr (*create)();
+  const char* failure;
+};
+
+constexpr AttrCode kAttrCodes[] = {
+    {1, Create<BaMatEmissionAttr>, "Unable to read material emission attribute."},
+    {2, Create<BaMatAmbientAttr>, "Unable to read material ambient attribute."},
+    {3, Create<BaMatDiffuseAttr>, "Unable to read material diffuse attribute."},
+    {4, Create<BaMatSpecularAttr>, "Unable to read material specular attribute."},
+    {5, Create<BaMatShininessAttr>, "Unable to read material shininess attribute."},
+    {7, Create<BaMatAlphaAttr>, "Unable to read material alpha attribute."},
+};
+
+constexpr int kNoMoreAttributes = 0;
+constexpr int kTextureCode = 100;
+constexpr int kFlagCode = 101;
+constexpr double kTexturesSince = 1.1;
+
+const AttrCode& CodeOf(Ba_MatAttr_t kind) { return kAttrCodes[static_cast<std::size_t>(kind)]; }
+
+}  // namespace
+
+BaMaterial::BaMaterial(const BaMaterial& other)
+    : _id(other._id),
+      _name(other._name),
+      _version(other._version),
+      _textures(other._textures),
+      _flag(other._flag) {
+  other._checkMagicNumber();
+  for (const AttrPtr& attr : other._attributes) _addAttribute(attr->kind())->set(*attr);
+}
+
+const Ba_MatAttr* BaMaterial::attribute(Ba_MatAttr_t kind) const {
+  _checkMagicNumber();
+  for (const AttrPtr& attr : _attributes) {
+    if (attr->kind() == kind) return attr.get();
+  }
+  return nullptr;
+}
+
+Ba_MatAttr* BaMaterial::_addAttribute(Ba_MatAttr_t kind) {
+  _checkMagicNumber();
+  for (const AttrPtr& attr : _attributes) {
+    if (attr->kind() == kind) return attr.get();
+  }
+  _attributes.append(CodeOf(kind).create());
+  return _attributes.last().get();
+}
+
+BaMatEmissionAttr* BaMaterial::addEmissionAttribute() {
+  return static_cast<BaMatEmissionAttr*>(_addAttribute(Ba_MatAttr_t::Emission));
+}
+
+BaMatAmbientAttr* BaMaterial::addAmbientAttribute() {
+  return static_cast<BaMatAmbientAttr*>(_addAttribute(Ba_MatAttr_t::Ambient));
+}
+
+BaMatDiffuseAttr* BaMaterial::addDiffuseAttribute() {
+  return static_cast<BaMatDiffuseAttr*>(_addAttribute(Ba_MatAttr_t::Diffuse));
+}
+
+BaMatSpecularAttr* BaMaterial::addSpecularAttribute() {
+  return static_cast<BaMatSpecularAttr*>(_addAttribute(Ba_MatAttr_t::Specular));
+}
+
+BaMatShininessAttr* BaMaterial::addShininessAttribute() {
+  return static_cast<BaMatShininessAttr*>(_addAttribute(Ba_MatAttr_t::Shininess));
+}
+
+BaMatAlphaAttr* BaMaterial::addAlphaAttribute() {
+  return static_cast<BaMatAlphaAttr*>(_addAttribute(Ba_MatAttr_t::Alpha));
+}
+
+const BaTexture& BaMaterial::texture() const {
+  static const BaTexture none;
+  const auto decal = std::ranges::find(_textures, BaTexture::TEX_2D_DECAL, &BaTexture::kind);
+  return decal == _textures.end() ? none : *decal;
+}
+
+void BaMaterial::setTexture(const BaTexture& texture) { _textures.assign(1, texture); }
+
+bool BaMaterial::scanFrom(std::istream& is) {
+  BtScanner in(is);
+  return scanFrom(in);
+}
+
+bool BaMaterial::scanFrom(BtScanner& in) {
+  _checkMagicNumber();
+  if (!in.readInt(&_id)) return Ba_Fail("Unable to read id.");
+  if (!_scanName(in)) return Ba_Fail("Unable to read material name.");
+  for (;;) {
+    int code = kNoMoreAttributes;
+    if (!in.readInt(&code)) return Ba_Fail("Unable to read material attribute type.");
+    if (code == kNoMoreAttributes) return true;
+    if (!_scanAttribute(code, in)) return false;
+  }
+}
+
+bool BaMaterial::_scanName(BtScanner& in) {
+  BtStr line;
+  if (!Ba_ScanLine(in, &line)) return false;
+  std::string name(line.view());
+  std::erase_if(name, BtIsSpace);
+  _name = name.empty() ? BtFormat("material_%d", _id) : BtStr(std::string_view(name));
+  return true;
+}
+
+bool BaMaterial::_scanAttribute(int code, BtScanner& in) {
+  if (code == kTextureCode) return _scanTexture(in);
+  if (code == kFlagCode) {
+    int flag = 0;
+    if (!in.readInt(&flag)) return false;
+    _flag = flag != 0;
+    return true;
+  }
+  const auto* found = std::ranges::find(kAttrCodes, code, &AttrCode::code);
+  if (found == std::end(kAttrCodes)) {
+    theExceptObj.set("Unknown material attribute %d.", code);
+    return false;
+  }
+  const std::span<float> values =
+      _addAttribute(static_cast<Ba_MatAttr_t>(found - kAttrCodes))->values();
+  return in.readFloats(values.data(), static_cast<int>(values.size())) || Ba_Fail(found->failure);
+}
+
+bool BaMaterial::_scanTexture(BtScanner& in) {
+  if (static_cast<double>(_version) < kTexturesSince) {
+    theExceptObj.set(
+        "The data file version (%.2f) does not support textures. "
+        "Support for textures began with version 1.10.",
+        static_cast<double>(_version));
+    return false;
+  }
+  BaTexture texture;
+  if (!texture.scanFrom(in)) return Ba_Fail("Unable to read texture data.");
+  setTexture(texture);
+  return true;
+}
+
+void BaMaterial::printOn(std::ostream& os) const {
+  _checkMagicNumber();
+  os << "M  ";
+  Ba_PutInt(os, _id);
+  os << ' ' << _name << '\n';
+  for (const AttrPtr& attr : _attributes) {
+    Ba_PutInt(os, CodeOf(attr->kind()).code);
+    Ba_PutFloats(os, attr->values());
+    os << '\n';
+  }
+  if (!texture().fileName().isNull()) {
+    Ba_PutInt(os, kTextureCode);
+    texture().printOn(os);
+    os << '\n';
+  }
+  if (_flag) {
+    Ba_PutInt(os, kFlagCode);
+    Ba_PutInt(os, 1);
+    os << '\n';
+  }
+  Ba_PutInt(os, kNoMoreAttributes);
+  os << '\n';
+}

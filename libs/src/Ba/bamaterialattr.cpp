@@ -1,0 +1,8 @@
+#include "bamaterialattr.h"
+
+#include <algorithm>
+
+void Ba_MatAttr::set(const Ba_MatAttr& other) {
+  BtAssert(kind() == other.kind(), "kind()==other.kind()");
+  std::ranges::copy(other.values(), values().begin());
+}

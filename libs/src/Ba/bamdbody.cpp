@@ -1,0 +1,121 @@
+#include "bamdbody.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include "bamdsection.h"
+
+namespace {
+
+class BodyReader {
+ public:
+  explicit BodyReader(BaMDBody* body) : _body(body) {}
+
+  bool readName(const BaMDItem& item);
+  bool readId(const BaMDItem& item);
+  bool readCoordSys(const BaMDItem& item);
+  bool readParentName(const BaMDItem& item);
+  bool readUnknown(const BaMDItem& item) {
+    return _fail("Unrecognized key word \"" + BtStr(item.key) + "\" in BODY section");
+  }
+  [[nodiscard]] bool checkComplete() const;
+
+ private:
+  // Records `message` and, where it is known already, the body's name.
+  [[nodiscard]] bool _fail(const BtStr& message) const;
+
+  BaMDBody* _body;
+  bool _has_coord_sys = false;
+};
+
+constexpr BaMDKey<BodyReader> kKeys[] = {
+    {"NAME", &BodyReader::readName},
+    {"ID", &BodyReader::readId},
+    {"COORDINATE_SYSTEM", &BodyReader::readCoordSys},
+    {"PARENT_NAME", &BodyReader::readParentName},
+};
+
+// Letters, digits and punctuation. Bytes above ASCII are parts of UTF-8 letters.
+bool IsNameChar(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte > ' ' && byte != 0x7F;
+}
+
+bool BodyReader::_fail(const BtStr& message) const {
+  if (_body->name().isNull()) return BaFail(message + ".");
+  return BaFail(message + " for body \"" + _body->name() + "\".");
+}
+
+bool BodyReader::readName(const BaMDItem& item) {
+  const std::string_view name = item.value;
+  if (!item.single_line || name.empty()) return BaFail("Invalid value for NAME in BODY section.");
+  if (!std::all_of(name.begin(), name.end(), IsNameChar)) {
+    return BaFail("Body name \"" + BtStr(item.value) + "\" has invalid characters.");
+  }
+  _body->setName(BtStr(item.value));
+  return true;
+}
+
+bool BodyReader::readId(const BaMDItem& item) {
+  int id = 0;
+  if (!BaReadInt(item, &id)) return _fail("Unable to read ID");
+  _body->setId(id);
+  return true;
+}
+
+bool BodyReader::readCoordSys(const BaMDItem& item) {
+  BaMDCoordSys coord_sys;
+  if (!BaScanBlock(item, coord_sys)) return _fail("Unable to read COORDINATE_SYSTEM section");
+  _body->setCoordSys(coord_sys);
+  _has_coord_sys = true;
+  return true;
+}
+
+// A name with blanks is an error that does not end the section: what else is wrong is told as well.
+bool BodyReader::readParentName(const BaMDItem& item) {
+  if (!item.single_line) return _fail("Invalid value for PARENT_NAME");
+  if (BaHoldsSpace(item.value)) {
+    BaFail("Body names cannot contain spaces.");
+    (void)_fail("Invalid value for PARENT_NAME");
+  }
+  _body->setParentName(BtStr(item.value));
+  return true;
+}
+
+bool BodyReader::checkComplete() const {
+  if (_body->name().isNull()) return BaFail("No NAME specified in BODY section.");
+  return _has_coord_sys || BaFail("No COORDINATE_SYSTEM specified in BODY section.");
+}
+
+}  // namespace
+
+int BaMDBody::id() const {
+  BtAssert(hasId());
+  return *_id;
+}
+
+bool BaMDBody::scanFrom(std::istream& is) {
+  BaMDSource source(is);
+  return scanFrom(source);
+}
+
+bool BaMDBody::scanFrom(BaMDSource& source) {
+  BodyReader reader(this);
+  return BaScanSection(source, reader, kKeys) && reader.checkComplete() && !BtError();
+}
+
+bool BaMDBody::printOn(std::ostream& os) const {
+  BtAssert(!_name.isNull(), "!_name.isNull()");
+  BtAssert(!_parent_name.isNull(), "!_parent_name.isNull()");
+  os << "BODY {\n";
+  if (!BaPrintName(os, "  NAME: ", _name)) return false;
+  if (hasId()) {
+    os << "  ID: ";
+    BaPrintInt(os, id());
+    os << '\n';
+  }
+  if (!_coord_sys.printOn(os)) return BaFail("Unable to write COORDINATE_SYSTEM section.");
+  if (!BaPrintName(os, "  PARENT_NAME: ", _parent_name)) return false;
+  os << "}\n";
+  return BaCheckWritten(os, "Unable to write file.");
+}

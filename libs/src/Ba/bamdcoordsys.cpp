@@ -1,0 +1,127 @@
+#include "bamdcoordsys.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include "bamdsection.h"
+
+namespace {
+
+constexpr std::string_view kAxisLetters = "XYZ";
+
+class CoordSysReader {
+ public:
+  explicit CoordSysReader(BaMDCoordSys* coord_sys) : _coord_sys(coord_sys) {}
+
+  bool readTranslation(const BaMDItem& item);
+  bool readRotation(const BaMDItem& item);
+  bool readUnknown(const BaMDItem& item) {
+    return BaFail("Unrecognized key word \"" + BtStr(item.key) +
+                  "\" in COORDINATE_SYSTEM section.");
+  }
+  [[nodiscard]] bool checkComplete() const;
+
+ private:
+  static bool _readThree(const BaMDItem& item, std::string_view* text,
+                         std::array<float, 3>* values);
+  bool _readOrder(std::string_view text);
+
+  BaMDCoordSys* _coord_sys;
+  bool _has_translation = false;
+  bool _has_rotation = false;
+};
+
+constexpr BaMDKey<CoordSysReader> kKeys[] = {
+    {"TRANSLATION", &CoordSysReader::readTranslation},
+    {"ROTATION", &CoordSysReader::readRotation},
+};
+
+bool CoordSysReader::_readThree(const BaMDItem& item, std::string_view* text,
+                                std::array<float, 3>* values) {
+  *text = item.value;
+  return item.single_line && std::all_of(values->begin(), values->end(), [text](float& value) {
+           return BtReadFloat(text, &value);
+         });
+}
+
+bool CoordSysReader::readTranslation(const BaMDItem& item) {
+  std::array<float, 3> translation = {};
+  std::string_view text;
+  if (!_readThree(item, &text, &translation) || !BaAtEnd(text)) {
+    return BaFail("Unable to read value for TRANSLATION.");
+  }
+  _coord_sys->setTranslation(translation);
+  _has_translation = true;
+  return true;
+}
+
+bool CoordSysReader::readRotation(const BaMDItem& item) {
+  std::array<float, 3> rotation = {};
+  std::string_view text;
+  if (!_readThree(item, &text, &rotation)) return BaFail("Unable to read value for ROTATION.");
+  _coord_sys->setRotation(rotation);
+  _has_rotation = true;
+  return _readOrder(text);
+}
+
+bool CoordSysReader::_readOrder(std::string_view text) {
+  std::array<int, 3> order = {-1, -1, -1};
+  for (int& place : order) {
+    std::string_view word;
+    if (!BtReadToken(&text, &word)) return BaFail("Unable to read value for ROTATION.");
+    const std::size_t axis =
+        word.size() == 1 ? kAxisLetters.find(word.front()) : std::string_view::npos;
+    if (axis == std::string_view::npos) continue;
+    const int number = static_cast<int>(axis) + 1;
+    if (std::find(order.begin(), order.end(), number) != order.end()) {
+      theExceptObj.set(
+          "The \"%c\" component of the rotation order is specified more than once in the "
+          "COORDINATE_SYSTEM section.",
+          kAxisLetters[axis]);
+      return false;
+    }
+    place = number;
+  }
+  if (!BaAtEnd(text)) return BaFail("Unable to read value for ROTATION.");
+  if (std::find(order.begin(), order.end(), -1) != order.end()) {
+    return BaFail("The rotation order has not been fully specified.");
+  }
+  _coord_sys->setRotationOrder(order);
+  return true;
+}
+
+bool CoordSysReader::checkComplete() const {
+  if (!_has_translation) {
+    return BaFail("No TRANSLATION specified in COORDINATE_SYSTEM section.");
+  }
+  return _has_rotation || BaFail("No ROTATION specified in COORDINATE_SYSTEM section.");
+}
+
+}  // namespace
+
+void BaMDCoordSys::setRotationVector(const BtFloatArray& vec) {
+  BtAssert(vec.size() == 3, "vec.size()==3");
+  std::copy(vec.begin(), vec.end(), _rotation.begin());
+}
+
+bool BaMDCoordSys::scanFrom(std::istream& is) {
+  BaMDSource source(is);
+  return scanFrom(source);
+}
+
+bool BaMDCoordSys::scanFrom(BaMDSource& source) {
+  CoordSysReader reader(this);
+  return BaScanSection(source, reader, kKeys) && reader.checkComplete();
+}
+
+bool BaMDCoordSys::printOn(std::ostream& os) const {
+  os << "  COORDINATE_SYSTEM {\n    TRANSLATION: ";
+  BaPrintFloats(os, _translation);
+  os << "\n    ROTATION: ";
+  BaPrintFloats(os, _rotation);
+  for (const int axis : _rotation_order) {
+    if (axis >= 1 && axis <= 3) os << ' ' << kAxisLetters[static_cast<std::size_t>(axis - 1)];
+  }
+  os << "\n  }\n";
+  return BaCheckWritten(os, "Error writing file.");
+}

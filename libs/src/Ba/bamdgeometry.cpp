@@ -1,0 +1,174 @@
+#include "bamdgeometry.h"
+
+#include <ostream>
+#include <vector>
+
+#include "bamdsection.h"
+#include "bamdvertices.h"
+
+namespace {
+
+class GeometryReader {
+ public:
+  GeometryReader(BaMDGeometry* geometry, const BaMDGeometry::Materials* materials)
+      : _geometry(geometry), _materials(materials) {}
+
+  bool readBody(const BaMDItem& item);
+  bool readVertices(const BaMDItem& item);
+  bool readTextureCoords(const BaMDItem& item);
+  bool readMaterialGroup(const BaMDItem& item);
+  bool readUnknown(const BaMDItem& item) { return BaFailUnknownKey(item.key); }
+
+ private:
+  BaMDGeometry* _geometry;
+  const BaMDGeometry::Materials* _materials;
+};
+
+constexpr BaMDKey<GeometryReader> kKeys[] = {
+    {"BODY", &GeometryReader::readBody},
+    {"VERTICES", &GeometryReader::readVertices},
+    {"TEXTURE_COORDINATES", &GeometryReader::readTextureCoords},
+    {"MATERIAL_GROUP", &GeometryReader::readMaterialGroup},
+};
+
+bool GeometryReader::readBody(const BaMDItem& item) {
+  BtStr name;
+  if (!BaReadName(item, nullptr, &name)) return BaFail("Invalid value for BODY.");
+  _geometry->setBodyName(name);
+  return true;
+}
+
+bool GeometryReader::readVertices(const BaMDItem& item) {
+  BtStr name;
+  if (!BaReadName(item, nullptr, &name)) return BaFail("Invalid value for VERTICES.");
+  _geometry->setVerticesName(name);
+  return true;
+}
+
+bool GeometryReader::readTextureCoords(const BaMDItem& item) {
+  constexpr const char* kMessage = "Error reading texture coordinate.";
+  if (item.single_line) return BaFail(kMessage);
+  BtViewStream block(item.value);
+  BtScanner in(block);
+  std::vector<BaTextureCoords> coords;
+  while (BaSkipToToken(&in)) {
+    BaTextureCoords coord;
+    if (!in.readFloat(&coord.u) || !in.readFloat(&coord.v)) return BaFail(kMessage);
+    coords.push_back(coord);
+  }
+  _geometry->setTextureCoords(BaToArray<BaTextureCoords>(coords));
+  return true;
+}
+
+bool GeometryReader::readMaterialGroup(const BaMDItem& item) {
+  auto group = std::make_unique<BaMDMaterialGroup>();
+  if (BaScanBlock(item, *group, _materials)) {
+    _geometry->addMaterialGroup(std::move(group));
+    return true;
+  }
+  if (group->material().isNull()) return BaFail("Unable to read MATERIAL_GROUP section.");
+  return BaFail("Unable to read MATERIAL_GROUP section \"" + group->material() + "\".");
+}
+
+// How many vertices and texture coordinates there are to refer to.
+struct Limits {
+  int vertices;
+  int coords;
+};
+
+bool CheckVertex(int vertex, int limit, const char* element, const BtStr& body_name) {
+  if (vertex >= 1 && vertex <= limit) return true;
+  if (vertex < 1) return BaFail("Invlalid vertex in GEOMETRY for body " + body_name + ".");
+  theExceptObj.set("A %s references a vertex (%d) that does not exist.", element, vertex);
+  return false;
+}
+
+bool CheckEntry(int vertex, const Limits& limits, const char* element, const BtStr& body_name) {
+  return CheckVertex(vertex, limits.vertices, element, body_name);
+}
+
+bool CheckEntry(const BaMDTexturedCorner& corner, const Limits& limits, const char* element,
+                const BtStr& body_name) {
+  if (!CheckVertex(corner.vertex, limits.vertices, element, body_name)) return false;
+  if (corner.coord >= 1 && corner.coord <= limits.coords) return true;
+  theExceptObj.set("A %s references a texture coordinate (%d) that does not exist.", element,
+                   corner.coord);
+  return false;
+}
+
+template <class Entry>
+bool CheckEntries(const BaMDIndexLists<Entry>& lists, const Limits& limits, const char* element,
+                  const BtStr& body_name) {
+  for (const Entry& entry : lists.entries()) {
+    if (!CheckEntry(entry, limits, element, body_name)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+BaMDGeometry::~BaMDGeometry() { BaDeleteAll(&_groups); }
+
+BaMDMaterialGroup* BaMDGeometry::addMaterialGroup(std::unique_ptr<BaMDMaterialGroup> group) {
+  return BaAppend(&_groups, std::move(group));
+}
+
+bool BaMDGeometry::hasPolygons() const {
+  for (const BaMDMaterialGroup* group : _groups) {
+    if (group->hasPolygons()) return true;
+  }
+  return false;
+}
+
+void BaMDGeometry::untexture() {
+  for (BaMDMaterialGroup* mg : _groups) {
+    BtAssert(mg, "mg");
+    mg->untexture();
+  }
+}
+
+bool BaMDGeometry::checkIndices(const BaMDVertices* vertices) const {
+  const Limits limits = {vertices == nullptr ? 0 : vertices->coordinates().size(),
+                         _texture_coords.size()};
+  for (const BaMDMaterialGroup* group : _groups) {
+    if (!CheckEntries(group->polygons(), limits, "POLYGON", _body_name) ||
+        !CheckEntries(group->texturedPolygons(), limits, "TEXTURED_POLYGON", _body_name) ||
+        !CheckEntries(group->triangleStrips(), limits, "TRIANGLE_STRIP", _body_name) ||
+        !CheckEntries(group->texturedTriangleStrips(), limits, "TEXTURED_TRIANGLE_STRIP",
+                      _body_name)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+bool BaMDGeometry::scanFrom(std::istream& is, const Materials* materials) {
+  BaMDSource source(is);
+  return scanFrom(source, materials);
+}
+
+bool BaMDGeometry::scanFrom(BaMDSource& source, const Materials* materials) {
+  GeometryReader reader(this, materials);
+  return BaScanSection(source, reader, kKeys);
+}
+
+bool BaMDGeometry::printOn(std::ostream& os) const {
+  os << "GEOMETRY {\n";
+  if (!BaPrintName(os, "  BODY: ", _body_name)) return false;
+  if (!_vertices_name.isNull() && !BaPrintName(os, "  VERTICES: ", _vertices_name)) return false;
+  if (!_texture_coords.empty()) {
+    os << "  TEXTURE_COORDINATES {\n";
+    for (const BaTextureCoords& coord : _texture_coords) {
+      const float numbers[] = {coord.u, coord.v};
+      os << "    ";
+      BaPrintFloats(os, numbers);
+      os << '\n';
+    }
+    os << "  }\n";
+  }
+  for (const BaMDMaterialGroup* group : _groups) {
+    if (!group->printOn(os)) return BaFail("Unable to write MATERIAL_GROUP section.");
+  }
+  os << "}\n";
+  return BaCheckWritten(os, "Unable to write file.");
+}

@@ -1,0 +1,140 @@
+#include "bamdsection.h"
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <ostream>
+#include <vector>
+
+#include "btscan.h"
+
+namespace {
+
+// "C:\\maps\\skin.png" or "\\\\server\\skin.png".
+bool IsWindowsAbsolute(std::string_view path) {
+  return path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
+}
+
+}  // namespace
+
+bool BaFail(const BtStr& message) {
+  theExceptObj.set(message);
+  return false;
+}
+
+bool BaFailUnknownKey(std::string_view key) {
+  return BaFail("Unrecognized key word \"" + BtStr(key) + "\".");
+}
+
+bool BaAtEnd(std::string_view text) { return std::all_of(text.begin(), text.end(), BtIsSpace); }
+
+bool BaHoldsSpace(std::string_view text) {
+  return std::any_of(text.begin(), text.end(), BtIsSpace);
+}
+
+bool BaLines::next(std::string_view* line) {
+  constexpr std::string_view kSpace = " \t\r\v\f";
+  while (!_rest.empty()) {
+    const std::size_t end = std::min(_rest.find('\n'), _rest.size());
+    *line = _rest.substr(0, end);
+    _rest.remove_prefix(std::min(end + 1, _rest.size()));
+    line->remove_prefix(std::min(line->find_first_not_of(kSpace), line->size()));
+    line->remove_suffix(line->size() - (line->find_last_not_of(kSpace) + 1));
+    if (!line->empty()) return true;
+  }
+  return false;
+}
+
+bool BaReadInt(const BaMDItem& item, int* value) {
+  std::string_view text = item.value;
+  return item.single_line && BtReadInt(&text, value) && BaAtEnd(text);
+}
+
+bool BaReadFloat(const BaMDItem& item, float* value) {
+  std::string_view text = item.value;
+  return item.single_line && BtReadFloat(&text, value) && BaAtEnd(text);
+}
+
+bool BaReadFloatArray(const BaMDItem& item, BtFloatArray* values) {
+  if (!item.single_line) return false;
+  std::vector<float> read;
+  std::string_view text = item.value;
+  while (!BaAtEnd(text)) {
+    float value = 0;
+    if (!BtReadFloat(&text, &value)) return false;
+    read.push_back(value);
+  }
+  values->clear();
+  values->resize(SizeTToInt(read.size()));
+  std::copy(read.begin(), read.end(), values->begin());
+  return true;
+}
+
+bool BaReadName(const BaMDItem& item, const char* spaces_message, BtStr* name) {
+  if (!item.single_line || item.value.empty()) return false;
+  if (BaHoldsSpace(item.value)) {
+    if (spaces_message != nullptr) theExceptObj.set("%s", spaces_message);
+    return false;
+  }
+  *name = BtStr(item.value);
+  return true;
+}
+
+bool BaSkipToToken(BtScanner* in) {
+  int c = in->peek();
+  while (c >= 0 && BtIsSpace(static_cast<char>(c))) {
+    in->get();
+    c = in->peek();
+  }
+  return c >= 0;
+}
+
+BtStr BaSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from) {
+  namespace fs = std::filesystem;
+  const fs::path path(name.view());
+  if (to == from || path.is_absolute() || IsWindowsAbsolute(name.view())) return name;
+  std::error_code error;
+  const fs::path file = fs::absolute(fs::path(from.view()) / path, error).lexically_normal();
+  const fs::path folder = fs::absolute(fs::path(to.view()), error).lexically_normal();
+  return error ? name : BtStr(file.lexically_proximate(folder).c_str());
+}
+
+void BaPrintFloat(std::ostream& os, float value) {
+  char text[512];
+  // Streams count a precision of 0 as 1 and never need more digits than a float has.
+  const int precision = static_cast<int>(std::clamp<std::streamsize>(os.precision(), 1, 200));
+  const std::to_chars_result end =
+      std::to_chars(text, text + sizeof(text), value, std::chars_format::general, precision);
+  os.write(text, end.ptr - text);
+}
+
+void BaPrintInt(std::ostream& os, int value) {
+  char text[16];
+  const std::to_chars_result end = std::to_chars(text, text + sizeof(text), value);
+  os.write(text, end.ptr - text);
+}
+
+void BaPrintFloats(std::ostream& os, std::span<const float> values) {
+  const char* separator = "";
+  for (const float value : values) {
+    os << separator;
+    BaPrintFloat(os, value);
+    separator = " ";
+  }
+}
+
+bool BaPrintName(std::ostream& os, const char* key, const BtStr& name) {
+  const std::string_view text = name.view();
+  if (text.empty() || BaHoldsSpace(text) || text.find_first_of("#}") != std::string_view::npos ||
+      text.ends_with('{') || text.ends_with('\\')) {
+    return BaFail("The name \"" + name + "\" cannot be written to a model document.");
+  }
+  os << key << text << '\n';
+  return true;
+}
+
+bool BaCheckWritten(const std::ostream& os, const char* message) {
+  if (os.good()) return true;
+  theExceptObj.set("%s", message);
+  return false;
+}

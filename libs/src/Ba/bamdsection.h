@@ -1,0 +1,116 @@
+// What the sections of a model document share: reading items by a table of key words, taking plain
+// values apart, and writing numbers.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <iosfwd>
+#include <memory>
+#include <span>
+#include <string_view>
+
+#include "bamdsource.h"
+#include "btexcept.h"
+#include "btfloatarray.h"
+#include "btlist.h"
+#include "btparse.h"
+#include "btscan.h"
+#include "btstr.h"
+#include "btviewstream.h"
+
+// A key word and the operation of the section's reader that takes its value; that operation answers
+// false after a recorded error.
+template <class Reader>
+struct BaMDKey {
+  std::string_view word;
+  bool (Reader::*read)(const BaMDItem& item);
+};
+
+// Records an error whose text needs no formatting; answers false.
+bool BaFail(const BtStr& message);
+bool BaFailUnknownKey(std::string_view key);
+
+// Reads the items of a section up to the end of the input. A key word that is not in the table goes
+// to reader.readUnknown(item).
+template <class Reader, std::size_t N>
+bool BaScanSection(BaMDSource& source, Reader& reader, const BaMDKey<Reader> (&keys)[N]) {
+  BaMDItem item;
+  while (source.next(&item)) {
+    bool (Reader::*read)(const BaMDItem&) = &Reader::readUnknown;
+    for (const BaMDKey<Reader>& key : keys) {
+      if (key.word == item.key) read = key.read;
+    }
+    if (!(reader.*read)(item)) return false;
+  }
+  return !source.failed();
+}
+
+// Reads a block with a section reader of its own: anything with scanFrom(BaMDSource&, ...).
+template <class Section, class... Args>
+bool BaScanBlock(const BaMDItem& item, Section& section, Args... args) {
+  BaMDSource block(item.value);
+  return section.scanFrom(block, args...);
+}
+
+// The lines of a block that hold something, blanks at both ends removed.
+class BaLines {
+ public:
+  explicit BaLines(std::string_view text) : _rest(text) {}
+  // False after the last line.
+  bool next(std::string_view* line);
+
+ private:
+  std::string_view _rest;
+};
+
+// Plain values. Each answers false, without a record of its own where the token readers make none,
+// when the value is a block, is not wholly of its kind, or is empty.
+bool BaReadInt(const BaMDItem& item, int* value);
+bool BaReadFloat(const BaMDItem& item, float* value);
+// Any number of floats, none included.
+bool BaReadFloatArray(const BaMDItem& item, BtFloatArray* values);
+// A name without white space; where it holds some, `spaces_message` is recorded unless it is null.
+bool BaReadName(const BaMDItem& item, const char* spaces_message, BtStr* name);
+// True when nothing but white space is left of a value.
+[[nodiscard]] bool BaAtEnd(std::string_view text);
+[[nodiscard]] bool BaHoldsSpace(std::string_view text);
+
+// Lists that own what they point to.
+template <class T>
+T* BaAppend(BtList<T*>* list, std::unique_ptr<T> element) {
+  T* const plain = element.get();
+  list->append(element.release());
+  return plain;
+}
+template <class T>
+void BaDeleteAll(BtList<T*>* list) {
+  for (T* element : *list) std::default_delete<T>()(element);
+  list->clear();
+}
+
+// An array of exactly these elements.
+template <class T>
+BtDArray<T> BaToArray(std::span<const T> elements) {
+  BtDArray<T> array(SizeTToInt(elements.size()));
+  std::copy(elements.begin(), elements.end(), array.begin());
+  return array;
+}
+
+// True when there is something but white space left, which is skipped.
+bool BaSkipToToken(BtScanner* in);
+
+// A file name that starts from folder `from`, as it is seen from folder `to`; absolute ones stand.
+BtStr BaSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from);
+
+// Numbers as the stream's precision has them, without its field width.
+void BaPrintFloat(std::ostream& os, float value);
+void BaPrintInt(std::ostream& os, int value);
+// Separated by blanks.
+void BaPrintFloats(std::ostream& os, std::span<const float> values);
+// A line of a key, with its indentation and colon, and a name. False, with an error recorded, for a
+// name that a reader of the document would not get back: one that is empty, holds white space, "#"
+// or
+// "}", or ends in "{" or a backslash.
+bool BaPrintName(std::ostream& os, const char* key, const BtStr& name);
+// Answers true when the stream is well, else records `message` and answers false.
+bool BaCheckWritten(const std::ostream& os, const char* message);

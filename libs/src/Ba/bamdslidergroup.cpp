@@ -1,0 +1,74 @@
+#include "bamdslidergroup.h"
+
+#include <ostream>
+
+#include "bamdsection.h"
+
+namespace {
+
+class SliderGroupReader {
+ public:
+  explicit SliderGroupReader(BaMDSliderGroup* group) : _group(group) {}
+
+  bool readName(const BaMDItem& item);
+  bool readSliders(const BaMDItem& item);
+  bool readUnknown(const BaMDItem& item) {
+    return BaFail("Unrecognized key word \"" + BtStr(item.key) + "\" in SLIDER_GROUP section.");
+  }
+
+ private:
+  BaMDSliderGroup* _group;
+};
+
+constexpr BaMDKey<SliderGroupReader> kKeys[] = {
+    {"NAME", &SliderGroupReader::readName},
+    {"SLIDERS", &SliderGroupReader::readSliders},
+};
+
+bool SliderGroupReader::readName(const BaMDItem& item) {
+  BtStr name;
+  if (!BaReadName(item, "Slider group names cannot contain spaces.", &name)) {
+    return BaFail("Invalid value for NAME in SLIDER_GROUP section.");
+  }
+  _group->setName(name);
+  return true;
+}
+
+bool SliderGroupReader::readSliders(const BaMDItem& item) {
+  if (item.single_line) return BaFail("Unable to read slider name from SLIDERS section.");
+  BaLines lines(item.value);
+  std::string_view line;
+  while (lines.next(&line)) {
+    if (BaHoldsSpace(line)) {
+      BaFail("Slider names cannot contain spaces.");
+      return BaFail("Invalid value for slider name in SLIDERS section.");
+    }
+    _group->addSlider(BtStr(line));
+  }
+  return true;
+}
+
+}  // namespace
+
+bool BaMDSliderGroup::scanFrom(std::istream& is) {
+  BaMDSource source(is);
+  return scanFrom(source);
+}
+
+bool BaMDSliderGroup::scanFrom(BaMDSource& source) {
+  SliderGroupReader reader(this);
+  if (!BaScanSection(source, reader, kKeys)) return false;
+  return !_name.isNull() || BaFail("No NAME specified in SLIDER_GROUP section.");
+}
+
+bool BaMDSliderGroup::printOn(std::ostream& os) const {
+  BtAssert(!_name.isNull(), "!_name.isNull()");
+  os << "SLIDER_GROUP {\n";
+  if (!BaPrintName(os, "  NAME: ", _name)) return false;
+  os << "  SLIDERS {\n";
+  for (const BtStr& slider : _sliders) {
+    if (!BaPrintName(os, "    ", slider)) return false;
+  }
+  os << "  }\n}\n";
+  return BaCheckWritten(os, "Unable to write file.");
+}

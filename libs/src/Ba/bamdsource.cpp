@@ -1,0 +1,111 @@
+#include "bamdsource.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "btparse.h"
+#include "btviewstream.h"
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\v\f\r";
+
+std::string_view Trim(std::string_view text) {
+  const std::size_t first = std::min(text.find_first_not_of(kBlanks), text.size());
+  text.remove_prefix(first);
+  return text.substr(0, text.find_last_not_of(kBlanks) + 1);
+}
+
+const char* EndOfLine(const char* from, const char* end) {
+  const void* found =
+      from == end ? nullptr : std::memchr(from, '\n', static_cast<std::size_t>(end - from));
+  return found == nullptr ? end : static_cast<const char*>(found);
+}
+
+// What follows a brace on its line, blanks aside: 0 for nothing.
+char AfterBrace(const char* brace, const char* end) {
+  const char* p = brace + 1;
+  while (p != end && (*p == ' ' || *p == '\t')) ++p;
+  return p == end || *p == '\n' ? '\0' : *p;
+}
+
+}  // namespace
+
+const char* BaMDSource::Finder::find(const char* from, const char* end) {
+  if (place == nullptr || place < from) {
+    const void* found =
+        from == end ? nullptr : std::memchr(from, c, static_cast<std::size_t>(end - from));
+    place = found == nullptr ? end : static_cast<const char*>(found);
+  }
+  return place;
+}
+
+bool BaMDSource::next(BaMDItem* item) {
+  if (_is != nullptr) return _read(*_is, item);
+  return _cutItem(item) || (_next != _end && _readRest(item));
+}
+
+bool BaMDSource::_read(std::istream& is, BaMDItem* item) {
+  _failed = !BtReadTaggedValue(is, &_key, &_value, &item->single_line);
+  if (_failed || _key.isNull()) return false;
+  item->key = _key.view();
+  item->value = _value.view();
+  return true;
+}
+
+// The way for everything that is not plainly an item: escaped line ends, comments, errors.
+bool BaMDSource::_readRest(BaMDItem* item) {
+  BtViewStream rest({_next, static_cast<std::size_t>(_end - _next)});
+  const bool read = _read(rest, item);
+  _next = _end - rest.rest().size();
+  return read;
+}
+
+// Finds an item that is part of the text as it stands. False, without moving past anything but
+// empty lines, when there is none or it takes more than looking for braces to read it.
+bool BaMDSource::_cutItem(BaMDItem* item) {
+  while (_next != _end && (*_next == '\n' || kBlanks.find(*_next) != std::string_view::npos))
+    ++_next;
+  if (_next == _end || *_next == '#') return false;
+  const char* const line_end = EndOfLine(_next, _end);
+  const std::string_view line(_next, static_cast<std::size_t>(line_end - _next));
+  const std::size_t colon = line.find(':');
+  if (colon != std::string_view::npos) {
+    if (line.back() == '\\') return false;
+    *item = {Trim(line.substr(0, colon)), Trim(line.substr(colon + 1)), true};
+    _next = std::min(line_end + 1, _end);
+    return true;
+  }
+  const std::size_t brace = line.find('{');
+  if (brace == std::string_view::npos || line_end == _end) return false;
+  if (AfterBrace(_next + brace, line_end) != '\0') return false;
+  const char* const begin = line_end + 1;
+  const char* const block_end = _findBlockEnd(begin);
+  if (block_end == nullptr) return false;
+  *item = {
+      Trim(line.substr(0, brace)), {begin, static_cast<std::size_t>(block_end - begin)}, false};
+  _next = std::min(EndOfLine(block_end, _end) + 1, _end);
+  return true;
+}
+
+// The brace that closes a block; null when there is none, or something else is to be minded.
+const char* BaMDSource::_findBlockEnd(const char* begin) {
+  const char* p = begin;
+  for (int depth = 1;;) {
+    const char* const open = _open_brace.find(p, _end);
+    const char* const close = _close_brace.find(p, _end);
+    const char* const backslash = _backslash.find(p, _end);
+    p = std::min({open, close, backslash});
+    if (p == _end) return nullptr;
+    if (p == backslash) {
+      if (p + 1 != _end && p[1] == '\n') return nullptr;
+    } else {
+      const char after = AfterBrace(p, _end);
+      if (after == '#' || (p == close && after != '\0')) return nullptr;
+      if (p == close) --depth;
+      if (p == open && after == '\0') ++depth;
+      if (depth == 0) return p;
+    }
+    ++p;
+  }
+}

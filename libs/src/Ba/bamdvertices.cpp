@@ -1,0 +1,160 @@
+#include "bamdvertices.h"
+
+#include <ostream>
+#include <vector>
+
+#include "bamdsection.h"
+
+namespace {
+
+// Reads the blocks of an EFFECTS block.
+class EffectsReader {
+ public:
+  explicit EffectsReader(BaMDVertices* vertices) : _vertices(vertices) {}
+
+  bool readFlex(const BaMDItem& item) { return _read(item, std::make_unique<BaMDFlexVEffects>()); }
+  bool readBlend(const BaMDItem& item) {
+    return _read(item, std::make_unique<BaMDBlendVEffects>());
+  }
+  bool readUnknown(const BaMDItem& item) { return BaFailUnknownKey(item.key); }
+
+ private:
+  bool _read(const BaMDItem& item, std::unique_ptr<BaMDVertexEffects> effects) {
+    if (!BaScanBlock(item, *effects))
+      return BaFail("Unable to read " + BtStr(item.key) + " effect.");
+    _vertices->addEffects(std::move(effects));
+    return true;
+  }
+
+  BaMDVertices* _vertices;
+};
+
+constexpr BaMDKey<EffectsReader> kEffectsKeys[] = {
+    {"FLEX", &EffectsReader::readFlex},
+    {"BLEND", &EffectsReader::readBlend},
+};
+
+class VerticesReader {
+ public:
+  explicit VerticesReader(BaMDVertices* vertices) : _vertices(vertices) {}
+
+  bool readName(const BaMDItem& item);
+  bool readCoordinates(const BaMDItem& item);
+  bool readEffects(const BaMDItem& item);
+  bool readUnknown(const BaMDItem& item) { return BaFailUnknownKey(item.key); }
+
+ private:
+  bool _readPoints(std::string_view text);
+
+  BaMDVertices* _vertices;
+};
+
+constexpr BaMDKey<VerticesReader> kKeys[] = {
+    {"NAME", &VerticesReader::readName},
+    {"COORDINATES", &VerticesReader::readCoordinates},
+    {"EFFECTS", &VerticesReader::readEffects},
+};
+
+bool VerticesReader::readName(const BaMDItem& item) {
+  BtStr name;
+  if (!BaReadName(item, "Vertex group names cannot contain spaces.", &name)) {
+    return BaFail("Invalid value for NAME in VERTICES section.");
+  }
+  _vertices->setName(name);
+  return true;
+}
+
+bool VerticesReader::readCoordinates(const BaMDItem& item) {
+  if (item.single_line || !_readPoints(item.value)) {
+    return BaFail("Unable to read values for COORDINATES.");
+  }
+  return true;
+}
+
+bool VerticesReader::_readPoints(std::string_view text) {
+  BtViewStream block(text);
+  BtScanner in(block);
+  std::vector<BaMDPoint> points;
+  while (BaSkipToToken(&in)) {
+    BaMDPoint point;
+    if (!in.readFloat(&point.x)) return BaFail("Error reading X coordinate.");
+    if (!in.readFloat(&point.y)) return BaFail("Error reading Y coordinate.");
+    if (!in.readFloat(&point.z)) return BaFail("Error reading Z coordinate.");
+    points.push_back(point);
+  }
+  _vertices->setCoordinates(BaToArray<BaMDPoint>(points));
+  return true;
+}
+
+bool VerticesReader::readEffects(const BaMDItem& item) {
+  EffectsReader reader(_vertices);
+  BaMDSource block(item.value);
+  return BaScanSection(block, reader, kEffectsKeys) || BaFail("Unable to read EFFECTS section.");
+}
+
+// True when no entry refers to a vertex beyond `count`.
+template <class Entry>
+bool CheckEntries(const BtDArray<Entry>& entries, int count, const char* section) {
+  for (const Entry& entry : entries) {
+    if (entry.vertex > count) {
+      theExceptObj.set("Invalid vertex index (%d) in %s section.", entry.vertex, section);
+      return false;
+    }
+  }
+  return true;
+}
+
+// Effects may stand before the coordinates, so their indices are checked at the end.
+bool CheckEffects(const BaMDVertices& vertices) {
+  const int count = vertices.coordinates().size();
+  for (const BaMDVertexEffects* effects : vertices.effects()) {
+    const BaMDFlexVEffects* flex = effects->asFlex();
+    const BaMDBlendVEffects* blend = effects->asBlend();
+    if (flex != nullptr && !CheckEntries(flex->weights(), count, "WEIGHTS")) return false;
+    if (blend != nullptr && !CheckEntries(blend->vectors(), count, "VECTORS")) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+BaMDVertices::~BaMDVertices() { BaDeleteAll(&_effects); }
+
+BaMDVertexEffects* BaMDVertices::addEffects(std::unique_ptr<BaMDVertexEffects> effects) {
+  return BaAppend(&_effects, std::move(effects));
+}
+
+bool BaMDVertices::scanFrom(std::istream& is) {
+  BaMDSource source(is);
+  return scanFrom(source);
+}
+
+bool BaMDVertices::scanFrom(BaMDSource& source) {
+  VerticesReader reader(this);
+  if (!BaScanSection(source, reader, kKeys)) return false;
+  if (_name.isNull()) return BaFail("No NAME specified in VERTICES section.");
+  return CheckEffects(*this);
+}
+
+bool BaMDVertices::printOn(std::ostream& os) const {
+  BtAssert(!_name.isNull(), "!_name.isNull()");
+  os << "VERTICES {\n";
+  if (!BaPrintName(os, "  NAME: ", _name)) return false;
+  os << "  COORDINATES {\n";
+  for (const BaMDPoint& point : _coordinates) {
+    const float numbers[] = {point.x, point.y, point.z};
+    os << "    ";
+    BaPrintFloats(os, numbers);
+    os << '\n';
+  }
+  os << "  }\n  EFFECTS {\n";
+  for (const BaMDVertexEffects* effects : _effects) {
+    if (!effects->printOn(os)) {
+      BaFail(effects->asFlex() != nullptr ? "Unable to write FLEX effect."
+                                          : "Unable to write BLEND effect.");
+      return BaFail("Unable to write EFFECTS section.");
+    }
+  }
+  os << "  }\n}\n";
+  return BaCheckWritten(os, "Unable to write file.");
+}

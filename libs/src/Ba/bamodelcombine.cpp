@@ -1,0 +1,172 @@
+#include "bamodelcombine.h"
+
+#include <algorithm>
+#include <sstream>
+
+#include "bamdsection.h"
+#include "bamodelconvert.h"
+
+namespace {
+
+// Digits after which a float comes back exactly.
+constexpr int kExactDigits = 9;
+
+void PutText(std::ostream& os, const BtStr& text) { os << '\n' << text.length() << ' ' << text; }
+
+// Texts that are equal for equal names and contents.
+std::string ContentOf(const BaMaterial& material) {
+  std::ostringstream os;
+  os.precision(kExactDigits);
+  PutText(os, material.name());
+  os << ' ' << material.flag();
+  for (const std::unique_ptr<Ba_MatAttr>& attribute : material.attributes()) {
+    os << '\n' << static_cast<int>(attribute->kind()) << ' ';
+    BaPrintFloats(os, std::as_const(*attribute).values());
+  }
+  for (const BaTexture& texture : material.textures()) {
+    PutText(os, texture.fileName());
+    os << ' ' << static_cast<int>(texture.kind()) << ' ' << texture.unit();
+    PutText(os, texture.sAttributes());
+    PutText(os, texture.tAttributes());
+  }
+  return os.str();
+}
+
+std::string ContentOf(const BaMDSliderGroup& group) {
+  std::ostringstream os;
+  PutText(os, group.name());
+  for (const BtStr& slider : group.sliders()) PutText(os, slider);
+  return os.str();
+}
+
+}  // namespace
+
+BaModelCombine::BaModelCombine(BaModel* model) : _model(model) {
+  for (const std::unique_ptr<BaBody>& body : _model->bodies()) {
+    if (body != nullptr && body->id() != 0) _body_names.insert(body->name());
+  }
+  for (const std::unique_ptr<BaMaterial>& material : _model->materials()) {
+    _materials.emplace(ContentOf(*material), material->name());
+    _last_material_id = std::max(_last_material_id, material->id());
+  }
+  for (const std::unique_ptr<BaMDSliderGroup>& group : _model->sliderGroups()) {
+    _slider_groups.emplace(ContentOf(*group), group->name());
+  }
+}
+
+template <class IsTaken>
+BtStr BaModelCombine::_freeName(const BtStr& name, IsTaken is_taken) {
+  if (!is_taken(name)) return name;
+  int& number = _last_numbers.try_emplace(name, 1).first->second;
+  BtStr free_name;
+  do {
+    free_name = BtFormat("%s_%d", static_cast<const char*>(name), ++number);
+  } while (is_taken(free_name));
+  return free_name;
+}
+
+bool BaModelCombine::_addBody(const BaBody& body, int body_id_offset,
+                              const BtStr& body_name_suffix) {
+  const long long id = static_cast<long long>(body.id()) + body_id_offset;
+  const BtStr name = body.name() + body_name_suffix;
+  if (id < 1 || id > BaModel::kMaxBodyId) {
+    theExceptObj.set("Invalid body id %lld.", id);
+    return false;
+  }
+  if (_model->findBody(static_cast<int>(id)) != nullptr) {
+    theExceptObj.set("Multiple bodies have id %lld.", id);
+    return false;
+  }
+  if (!_body_names.insert(name).second) {
+    return BaFail("Multiple bodies have name \"" + name + "\".");
+  }
+  auto copy = std::make_unique<BaBody>();
+  copy->setName(name);
+  copy->setId(static_cast<int>(id));
+  copy->setParentId(body.parentId() == 0 ? 0 : body.parentId() + body_id_offset);
+  copy->setTransform(body.transform());
+  copy->setPostScaleFactor(body.postScaleFactor());
+  _model->addBody(std::move(copy));
+  return true;
+}
+
+void BaModelCombine::_addMaterial(const BaMaterial& material, Names* names) {
+  BtStr& name = _materials[ContentOf(material)];
+  if (name.isNull()) {
+    name = _freeName(material.name(), [this](const BtStr& candidate) {
+      return _model->materialByName(candidate) != nullptr;
+    });
+    auto copy = std::make_unique<BaMaterial>(material);
+    copy->setName(name);
+    copy->setId(++_last_material_id);
+    _model->addMaterial(std::move(copy));
+  }
+  names->material_ids.emplace(material.id(), _model->materialByName(name)->id());
+}
+
+void BaModelCombine::_addSliderGroup(const BaMDSliderGroup& group, Names* names) {
+  BtStr& name = _slider_groups[ContentOf(group)];
+  if (name.isNull()) {
+    name = _freeName(group.name(), [this](const BtStr& candidate) {
+      return _model->findSliderGroup(candidate) != nullptr;
+    });
+    auto copy = std::make_unique<BaMDSliderGroup>(group);
+    copy->setName(name);
+    _model->addSliderGroup(std::move(copy));
+  }
+  names->slider_groups.emplace(group.name(), name);
+}
+
+template <class Element>
+std::unique_ptr<Element> BaModelCombine::_copy(const Element& element, const Names& names) const {
+  auto copy = std::make_unique<Element>(element);
+  if (element.bodyId() != 0) copy->setBodyId(element.bodyId() + names.body_id_offset);
+  copy->setMaterialId(names.material_ids.at(element.materialId()));
+  return copy;
+}
+
+template <class Element>
+std::unique_ptr<Element> BaModelCombine::_copyWithVertices(const Element& element,
+                                                           const Names& names) const {
+  std::unique_ptr<Element> copy = _copy(element, names);
+  for (BaVertex& vertex : copy->vertices()) {
+    Ba_VertexEffect* effect = vertex.effects().first();
+    for (; effect != nullptr; effect = effect->next()) {
+      if (effect->type() == BaFlex2Effect) {
+        static_cast<BaVertexFlex2Effect*>(effect)->body_id += names.body_id_offset;
+      } else if (effect->type() == BaBlendEffect) {
+        BtStr& group = static_cast<BaVertexBlendEffect*>(effect)->slider_group;
+        const auto new_name = names.slider_groups.find(group);
+        if (new_name != names.slider_groups.end()) group = new_name->second;
+      }
+    }
+  }
+  return copy;
+}
+
+bool BaModelCombine::add(const BaModel& source, int body_id_offset, const BtStr& body_name_suffix) {
+  Names names;
+  names.body_id_offset = body_id_offset;
+  for (const std::unique_ptr<BaBody>& body : source.bodies()) {
+    if (body == nullptr || body->id() == 0) continue;
+    if (!_addBody(*body, body_id_offset, body_name_suffix)) return false;
+  }
+  for (const std::unique_ptr<BaMaterial>& material : source.materials()) {
+    _addMaterial(*material, &names);
+  }
+  for (const std::unique_ptr<BaMDSliderGroup>& group : source.sliderGroups()) {
+    _addSliderGroup(*group, &names);
+  }
+  for (const auto& bone : source.bones()) _model->addBone(_copy(*bone, names));
+  for (const auto& polygon : source.polygons()) {
+    _model->addPolygon(_copyWithVertices(*polygon, names));
+  }
+  for (const auto& polygon : source.texturedPolygons()) {
+    _model->addTexturedPolygon(_copyWithVertices(*polygon, names));
+  }
+  for (const auto& mesh : source.tMeshes()) _model->addTMesh(_copyWithVertices(*mesh, names));
+  for (const auto& mesh : source.texturedTMeshes()) {
+    _model->addTexturedTMesh(_copyWithVertices(*mesh, names));
+  }
+  return true;
+}

@@ -1,0 +1,69 @@
+// Checks across the sections of a document.
+#include <unordered_set>
+
+#include "bamdsection.h"
+#include "bamodeldata.h"
+
+namespace {
+
+// Calls `check(blend)` for the blend effects of all vertex sets until one answers false.
+template <class Check>
+bool CheckBlends(const BtList<BaMDVertices*>& vertex_sets, Check check) {
+  for (const BaMDVertices* vertices : vertex_sets) {
+    for (const BaMDVertexEffects* effects : vertices->effects()) {
+      const BaMDBlendVEffects* blend = effects->asBlend();
+      if (blend != nullptr && !check(*blend)) return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+bool BaModelData::_checkGeometryBodies() const {
+  for (const BaMDGeometry* geometry : _geometries) {
+    if (bodyByName(geometry->bodyName()) == nullptr) {
+      return BaFail("A GEOMETRY section specifies an undefined body name (" + geometry->bodyName() +
+                    ").");
+    }
+  }
+  return true;
+}
+
+bool BaModelData::_checkBlendGroups() const {
+  return CheckBlends(_vertex_sets, [this](const BaMDBlendVEffects& blend) {
+    return sliderGroupByName(blend.sliderGroup()) != nullptr ||
+           BaFail("A BLEND effect specifies a slider group, \"" + blend.sliderGroup() +
+                  "\", that does not exist.");
+  });
+}
+
+bool BaModelData::_checkBlendEffects() const {
+  using Names = std::unordered_set<BtStr, BaNameHash>;
+  std::unordered_map<const BaMDSliderGroup*, Names> sliders_of;
+  return CheckBlends(_vertex_sets, [&](const BaMDBlendVEffects& blend) {
+    const BaMDSliderGroup* blend_effects_slider_group = sliderGroupByName(blend.sliderGroup());
+    BtAssert(blend_effects_slider_group, "blend_effects_slider_group");
+    const auto [entry, is_new] = sliders_of.try_emplace(blend_effects_slider_group);
+    if (is_new) {
+      for (const BtStr& slider : blend_effects_slider_group->sliders()) {
+        entry->second.insert(slider);
+      }
+    }
+    return entry->second.contains(blend.sliderName()) ||
+           BaFail("Invalid slider name '" + blend.sliderName() + "' used in the blend effects.");
+  });
+}
+
+bool BaModelData::_checkVertices() const {
+  for (const BaMDGeometry* geometry : _geometries) {
+    const BtStr& set_name = geometry->verticesName();
+    const BaMDVertices* vertices = set_name.isNull() ? nullptr : vertexSetByName(set_name);
+    if (vertices == nullptr && !set_name.isNull()) {
+      return BaFail("GEOMETRY for body \"" + geometry->bodyName() +
+                    "\" specifies a VERTICES set (" + set_name + ") that does not exist.");
+    }
+    if (!geometry->checkIndices(vertices)) return false;
+  }
+  return true;
+}

@@ -1,0 +1,105 @@
+// From a document to a model.
+#include <algorithm>
+
+#include "bamdsection.h"
+#include "bamodelconvert.h"
+
+namespace {
+
+// The id of a body that has none of its own comes after all that are given.
+int HighestId(const BtList<BaMDBody*>& bodies) {
+  int highest = 0;
+  for (const BaMDBody* body : bodies) {
+    if (body->hasId()) highest = std::max(highest, body->id());
+  }
+  return highest;
+}
+
+int HighestMaterialId(const BaModel& model) {
+  int highest = 0;
+  for (const std::unique_ptr<BaMaterial>& material : model.materials()) {
+    highest = std::max(highest, material->id());
+  }
+  return highest;
+}
+
+// The id of a body's parent, -1 where there is no such body yet.
+int ParentId(const BaMDBody& md_body, const BaBodiesByName& bodies) {
+  if (md_body.isTopLevel()) return 0;
+  const auto parent = bodies.find(md_body.parentName());
+  return parent == bodies.end() ? -1 : parent->second->id();
+}
+
+std::unique_ptr<BaBody> ToBody(const BaModelData& data, const BaMDBody& md_body, int id,
+                               int parent_id) {
+  BtCoordSystem coord_system;
+  data.getCoordSystem(md_body, &coord_system);
+  auto body = std::make_unique<BaBody>();
+  body->setName(md_body.name());
+  body->setId(id);
+  body->setParentId(parent_id);
+  body->setTransform(coord_system.matrix());
+  return body;
+}
+
+bool ExtractBodies(const BaModelData& data, BaModel* model, BaBodiesByName* bodies) {
+  long long free_id = HighestId(data.bodies());
+  for (const BaMDBody* md_body : data.bodies()) {
+    const long long id = md_body->hasId() ? md_body->id() : ++free_id;
+    if (id < 1 || id > BaModel::kMaxBodyId) {
+      theExceptObj.set("Invalid body id %lld.", id);
+      return false;
+    }
+    const int p_id = ParentId(*md_body, *bodies);
+    if (p_id == -1) {
+      BaFail("Body \"" + md_body->name() + "\" specifies a parent body, \"" +
+             md_body->parentName() + "\", that does not exist.");
+      BtReportError();
+    }
+    BtAssert(p_id != -1, "p_id!= -1");
+    const BaBody* body = model->addBody(ToBody(data, *md_body, static_cast<int>(id), p_id));
+    bodies->try_emplace(body->name(), body);
+  }
+  return true;
+}
+
+}  // namespace
+
+bool BaModelData::extractTo(BaModel* model) const {
+  model->beginLoad();
+  return _extractInto(model) && model->endLoad();
+}
+
+bool BaModelData::_extractInto(BaModel* model) const {
+  model->setCombineVertexNormals(_combine_vertex_normals);
+  model->setLengthUnits(_length_units);
+  model->setAngleUnits(_angle_units);
+  for (const BaMDSliderGroup* group : _slider_groups) {
+    model->addSliderGroup(std::make_unique<BaMDSliderGroup>(*group));
+  }
+  BaBodiesByName bodies;
+  if (!extractMaterialsTo(model, true, false) || !ExtractBodies(*this, model, &bodies) ||
+      !_checkVertices()) {
+    return false;
+  }
+  for (const BaMDGeometry* geometry : _geometries) {
+    const BtStr& set_name = geometry->verticesName();
+    const BaMDVertices* vertices = set_name.isNull() ? nullptr : vertexSetByName(set_name);
+    if (!BaExtractGeometry(*geometry, vertices, bodies, model)) return false;
+  }
+  return true;
+}
+
+bool BaModelData::extractMaterialsTo(BaModel* model, bool textures, bool skip_known) const {
+  int id = HighestMaterialId(*model);
+  for (const BaMDMaterial* md_material : _materials) {
+    const bool is_known = model->materialByName(md_material->name()) != nullptr;
+    if (is_known && skip_known) continue;
+    BtAssert(!is_known, "model->materialByName(ba_mat.name())==0");
+    std::unique_ptr<BaMaterial> ba_mat = BaToMaterial(*md_material, textures);
+    ba_mat->setName(md_material->name());
+    ba_mat->setId(++id);
+    model->addMaterial(std::move(ba_mat));
+  }
+  return true;
+}

@@ -1,0 +1,104 @@
+// Geometries from poly sets.
+#include "bamdsection.h"
+#include "bamodelconvert.h"
+
+namespace {
+
+// Collects the material groups of one body.
+class GeometryMaker {
+ public:
+  GeometryMaker(const BaMaterialNames& material_names, BaMDGeometry* geometry)
+      : _material_names(material_names), _geometry(geometry) {}
+
+  void addPolygons(const BaModelData_PolyList& polygons,
+                   BaMDIndexLists<int>& (BaMDMaterialGroup::*lists)());
+  void addTexturedPolygons(const BaModelData_PolyList& polygons,
+                           BaMDIndexLists<BaMDTexturedCorner>& (BaMDMaterialGroup::*lists)());
+  void addBones(const BaElements<BaBone*>& bones);
+  void setTextureCoords() {
+    _geometry->setTextureCoords(BaToArray<BaTextureCoords>({_coords.begin(), _coords.end()}));
+  }
+
+ private:
+  // The group of a material, made at its first use.
+  BaMDMaterialGroup& _groupOf(int material_id);
+
+  const BaMaterialNames& _material_names;
+  BaMDGeometry* _geometry;
+  BtDynArray<int> _material_ids;
+  MaterialIdMap _material_id_map;
+  std::vector<BaMDMaterialGroup*> _groups;  // parallel to _material_ids
+  int _last_material_id = -1;
+  BaMDMaterialGroup* _last_group = nullptr;
+  BtDynArray<BaTextureCoords> _coords;
+  TCoordMap _coord_map;
+};
+
+BaMDMaterialGroup& GeometryMaker::_groupOf(int material_id) {
+  if (_last_group != nullptr && _last_material_id == material_id) return *_last_group;
+  const int place = MaterialIdAt(material_id, _material_ids, _material_id_map);
+  if (static_cast<std::size_t>(place) == _groups.size()) {
+    auto group = std::make_unique<BaMDMaterialGroup>();
+    group->setMaterial(_material_names(material_id));
+    _groups.push_back(_geometry->addMaterialGroup(std::move(group)));
+  }
+  _last_material_id = material_id;
+  _last_group = _groups[static_cast<std::size_t>(place)];
+  return *_last_group;
+}
+
+void GeometryMaker::addPolygons(const BaModelData_PolyList& polygons,
+                                BaMDIndexLists<int>& (BaMDMaterialGroup::*lists)()) {
+  for (int i = 0; i < polygons.count(); ++i) {
+    const BaModelData_PolyList::Polygon polygon = polygons[i];
+    BaMDIndexLists<int>& list = (_groupOf(polygon.material_id).*lists)();
+    for (const int vertex : polygon.vertices) list.push(vertex + 1);
+    list.endList();
+  }
+}
+
+void GeometryMaker::addTexturedPolygons(
+    const BaModelData_PolyList& polygons,
+    BaMDIndexLists<BaMDTexturedCorner>& (BaMDMaterialGroup::*lists)()) {
+  for (int i = 0; i < polygons.count(); ++i) {
+    const BaModelData_PolyList::Polygon polygon = polygons[i];
+    BaMDIndexLists<BaMDTexturedCorner>& list = (_groupOf(polygon.material_id).*lists)();
+    for (std::size_t corner = 0; corner < polygon.vertices.size(); ++corner) {
+      const int coord = TCoordAt(polygon.t_coords[corner], _coords, _coord_map);
+      list.push({polygon.vertices[corner] + 1, coord + 1});
+    }
+    list.endList();
+  }
+}
+
+void GeometryMaker::addBones(const BaElements<BaBone*>& bones) {
+  for (const BaBone* bone : bones) {
+    const std::array<float, 3>& from = bone->from();
+    const std::array<float, 3>& to = bone->to();
+    _groupOf(bone->materialId())
+        .bones()
+        .push_back({{from[0], from[1], from[2]}, {to[0], to[1], to[2]}});
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<BaMDGeometry> BaToMDGeometry(const BaBody& body,
+                                             const BaModelData_PolySet* poly_set,
+                                             const BaMaterialNames& material_names) {
+  auto geometry = std::make_unique<BaMDGeometry>();
+  geometry->setBodyName(BaDocumentName(body));
+  GeometryMaker maker(material_names, geometry.get());
+  if (poly_set != nullptr) {
+    BtAssert(poly_set->body_id == body.id(), "poly_set->body_id==body->id()");
+    geometry->setVerticesName(geometry->bodyName() + "_vertices");
+    maker.addPolygons(poly_set->polygons(), &BaMDMaterialGroup::polygons);
+    maker.addTexturedPolygons(poly_set->texturedPolygons(), &BaMDMaterialGroup::texturedPolygons);
+    maker.addPolygons(poly_set->tMeshes(), &BaMDMaterialGroup::triangleStrips);
+    maker.addTexturedPolygons(poly_set->texturedTMeshes(),
+                              &BaMDMaterialGroup::texturedTriangleStrips);
+    maker.setTextureCoords();
+  }
+  maker.addBones(body.bones());
+  return geometry;
+}

@@ -1,0 +1,229 @@
+#include "bamodeldatapolyset.h"
+
+#include <algorithm>
+#include <array>
+
+#include "bamodel.h"
+
+bool BaModelData_PolySet::_merge_vertices = true;
+
+namespace {
+
+constexpr int kFewestVertices = 2;
+
+bool SamePlace(const BaMDPoint& point, const float* position) {
+  return point.x == position[0] && point.y == position[1] && point.z == position[2];
+}
+
+}  // namespace
+
+BaModelData_PolyList::Polygon BaModelData_PolyList::operator[](int i) const {
+  const std::span<const int> vertices = _vertices[i];
+  std::span<const BaTextureCoords> t_coords;
+  if (!_t_coords.empty()) {
+    const auto start = static_cast<std::size_t>(vertices.data() - _vertices.entries().data());
+    t_coords = std::span<const BaTextureCoords>(_t_coords).subspan(start, vertices.size());
+  }
+  return {_material_ids[static_cast<std::size_t>(i)], vertices, t_coords};
+}
+
+void BaModelData_PolyList::append(const Polygon& polygon) {
+  _vertices.append(polygon.vertices);
+  _t_coords.insert(_t_coords.end(), polygon.t_coords.begin(), polygon.t_coords.end());
+  _material_ids.push_back(polygon.material_id);
+}
+
+void BaModelData_PolyList::drop() {
+  if (!_t_coords.empty()) _t_coords.resize(_t_coords.size() - open().size());
+  _vertices.dropList();
+}
+
+BaModelData_PolySet::BaModelData_PolySet(const BaBody* body)
+    : body_id(body->id()), parent_id(body->parentId()) {
+  BtAssert(body->isValid(), "body->isValid()");
+  for (const BaPolygon* polygon : body->polygons()) {
+    BtAssert(polygon->isValid(), "body->polygons()[num]->isValid()");
+    if (polygon->numVertices() >= kFewestVertices) addPolygon(*polygon);
+  }
+  for (const BaTexturedPolygon* polygon : body->texturedPolygons()) {
+    BtAssert(polygon->isValid(), "body->texturedPolygons()[num]->isValid()");
+    if (polygon->numVertices() >= kFewestVertices) addTexturedPolygon(*polygon);
+  }
+  for (const BaTMesh* mesh : body->tMeshes()) {
+    if (mesh->numVertices() >= kFewestVertices) addTMesh(*mesh);
+  }
+  for (const BaTexturedTMesh* mesh : body->texturedTMeshes()) {
+    if (mesh->numVertices() >= kFewestVertices) addTexturedTMesh(*mesh);
+  }
+}
+
+int BaModelData_PolySet::vertexAt(const BaVertex& vertex) {
+  const float* position = vertex.position();
+  const std::uint64_t hash = BaIndexTable::hashOf(position, 3);
+  const auto is_here = [this, position](int index) {
+    return SamePlace(_vertices[static_cast<std::size_t>(index)], position);
+  };
+  if (_merge_vertices) {
+    const int found = _by_coordinates.find(hash, is_here);
+    if (found >= 0) return found;
+  }
+  const int index = SizeTToInt(_vertices.size());
+  _vertices.push_back({position[0], position[1], position[2]});
+  if (!vertex.effects().empty()) _effects.push_back({index, &vertex.effects()});
+  if (_merge_vertices || !_by_coordinates.replace(hash, is_here, index)) {
+    _by_coordinates.insert(hash, index);
+  }
+  return index;
+}
+
+int BaModelData_PolySet::vertexAt(const BaVertex& vertex) const {
+  const float* position = vertex.position();
+  const int index =
+      _by_coordinates.find(BaIndexTable::hashOf(position, 3), [this, position](int i) {
+        return SamePlace(_vertices[static_cast<std::size_t>(i)], position);
+      });
+  BtAssert(index >= 0, "index>=0 && index<vertices.size()");
+  return index;
+}
+
+int BaModelData_PolySet::addPolygon(const BaPolygon& polygon) {
+  BtAssert(ValidPolygon(polygon), "ValidPolygon(*bap)");
+  for (const BaVertex& vertex : polygon.vertices()) _polygons.push(vertexAt(vertex));
+  _polygons.end(polygon.materialId());
+  return _polygons.count() - 1;
+}
+
+int BaModelData_PolySet::addTexturedPolygon(const BaTexturedPolygon& polygon) {
+  BtAssert(ValidPolygon(polygon), "ValidPolygon(*bap)");
+  for (int i = 0; i < polygon.numVertices(); ++i) {
+    _textured_polygons.push(vertexAt(polygon.vertices()[i]), polygon.textureCoords()[i]);
+  }
+  _textured_polygons.end(polygon.materialId());
+  return _textured_polygons.count() - 1;
+}
+
+int BaModelData_PolySet::addTMesh(const BaTMesh& mesh) {
+  for (const BaVertex& vertex : mesh.vertices()) _t_meshes.push(vertexAt(vertex));
+  _t_meshes.end(mesh.materialId());
+  return _t_meshes.count() - 1;
+}
+
+int BaModelData_PolySet::addTexturedTMesh(const BaTexturedTMesh& mesh) {
+  for (int i = 0; i < mesh.numVertices(); ++i) {
+    _textured_t_meshes.push(vertexAt(mesh.vertices()[i]), mesh.textureCoords()[i]);
+  }
+  _textured_t_meshes.end(mesh.materialId());
+  return _textured_t_meshes.count() - 1;
+}
+
+// The normal of Newell's method, which holds for polygons that are not flat or not convex, too.
+bool BaModelData_PolySet::_hasFace(std::span<const int> polygon) const {
+  std::array<double, 3> normal = {};
+  for (std::size_t i = 0; i < polygon.size(); ++i) {
+    const BaMDPoint& a = _vertices[static_cast<std::size_t>(polygon[i])];
+    const BaMDPoint& b = _vertices[static_cast<std::size_t>(polygon[(i + 1) % polygon.size()])];
+    const std::array<double, 3> p = {a.x, a.y, a.z};
+    const std::array<double, 3> q = {b.x, b.y, b.z};
+    for (std::size_t c = 0; c < 3; ++c) {
+      const std::size_t d = (c + 1) % 3;
+      const std::size_t e = (c + 2) % 3;
+      normal[c] += (p[d] - q[d]) * (p[e] + q[e]);
+    }
+  }
+  return normal[0] != 0 || normal[1] != 0 || normal[2] != 0;
+}
+
+void BaModelData_PolySet::_split(const BaModelData_PolyList::Polygon& polygon, int max,
+                                 BaModelData_PolyList* pieces) {
+  const auto push = [&polygon, pieces](int corner) {
+    const auto place = static_cast<std::size_t>(corner);
+    if (polygon.t_coords.empty()) return pieces->push(polygon.vertices[place]);
+    pieces->push(polygon.vertices[place], polygon.t_coords[place]);
+  };
+  const auto end = [this, &polygon, pieces] {
+    const std::span<const int> piece = pieces->open();
+    for (std::size_t i = 1; i < piece.size(); ++i) {
+      BtAssert(piece[i] != piece[i - 1], "poly.vertices[i]!=poly.vertices[i-1]");
+    }
+    if (_hasFace(piece)) return pieces->end(polygon.material_id);
+    pieces->drop();
+  };
+  const int polyvertcount = SizeTToInt(polygon.vertices.size());
+  int vert_num = std::min(max, polyvertcount);
+  for (int i = 0; i < vert_num; ++i) push(i);
+  end();
+  while (vert_num < polyvertcount) {
+    const int count = std::min(max, polyvertcount + 2 - vert_num);
+    push(0);
+    for (int i = 1; i < count; ++i) push(vert_num - 2 + i);
+    end();
+    vert_num += count - 2;
+  }
+  BtAssert(vert_num == polyvertcount, "vert_num==polyvertcount");
+}
+
+void BaModelData_PolySet::splitPolygons(int max) {
+  BtAssert(max >= 3, "max>=3");
+  for (BaModelData_PolyList* list : {&_polygons, &_textured_polygons}) {
+    BaModelData_PolyList pieces;
+    for (int i = 0; i < list->count(); ++i) {
+      const BaModelData_PolyList::Polygon polygon = (*list)[i];
+      if (polygon.vertices.size() > static_cast<std::size_t>(max)) {
+        _split(polygon, max, &pieces);
+      } else {
+        pieces.append(polygon);
+      }
+    }
+    *list = std::move(pieces);
+  }
+}
+
+void BuildPolySets(BtList<BaModelData_PolySet*>* poly_sets, const BaModel& model) {
+  for (const std::unique_ptr<BaBody>& body : model.bodies()) {
+    if (body == nullptr) continue;
+    BtAssert(body->isValid(), "body->isValid()");
+    if (!body->hasPolygons()) continue;
+    poly_sets->append(std::make_unique<BaModelData_PolySet>(body.get()).release());
+  }
+}
+
+int ValidPolygon(const BaPolygon& polygon) {
+  BtAssert(polygon.isValid(), "polygon.isValid()");
+  const BtDArray<BaVertex>& vertices = polygon.vertices();
+  for (int i = 1; i < vertices.size(); ++i) {
+    BtAssert(vertices[i] != vertices[i - 1], "polygon.vertices()[i]!=polygon.vertices()[i-1]");
+  }
+  BtAssert(vertices[0] != vertices.last(), "polygon.vertices()[0]!=polygon.vertices().last()");
+  return 1;
+}
+
+void BaModelData_TMeshTriIter::getNextTri(int (*triangle)[3]) {
+  BtAssert(!atEnd(), "!atEnd()");
+  const std::size_t odd = _next % 2;
+  (*triangle)[0] = _strip[_next + odd];
+  (*triangle)[1] = _strip[_next + 1 - odd];
+  (*triangle)[2] = _strip[_next + 2];
+  ++_next;
+}
+
+int MaterialIdAt(int material_id, BtDynArray<int>& material_ids, MaterialIdMap& map) {
+  const auto [entry, is_new] = map.try_emplace(material_id, material_ids.size());
+  if (is_new) material_ids.append(material_id);
+  const int index = entry->second;
+  BtAssert(index >= 0 && index < material_ids.size(), "index>=0 && index<material_ids.size()");
+  return index;
+}
+
+int TCoordAt(const BaTextureCoords& t_coord, BtDynArray<BaTextureCoords>& t_coords,
+             TCoordMap& map) {
+  const float values[] = {t_coord.u, t_coord.v};
+  const std::uint64_t hash = BaIndexTable::hashOf(values, 2);
+  int index = map.find(hash, [&](int i) { return t_coords[i] == t_coord; });
+  if (index < 0) {
+    index = t_coords.size();
+    t_coords.append(t_coord);
+    map.insert(hash, index);
+  }
+  BtAssert(index >= 0 && index < t_coords.size(), "index>=0 && index<t_coords.size()");
+  return index;
+}

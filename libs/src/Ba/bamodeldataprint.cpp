@@ -1,0 +1,69 @@
+// Writing documents.
+#include <ostream>
+
+#include "bamdsection.h"
+#include "bamodeldata.h"
+#include "bamodelheader.h"
+#include "btfile.h"
+
+namespace {
+
+template <class Section>
+bool PrintAll(std::ostream& os, const BtList<Section*>& sections, const char* message) {
+  for (const Section* section : sections) {
+    if (!section->printOn(os)) {
+      theExceptObj.set("%s", message);
+      return false;
+    }
+  }
+  return true;
+}
+
+void PrintUnits(std::ostream& os, const char* key, const BaUnits& units) {
+  os << key;
+  BaPrintFloat(os, units.factor);
+  os << ' ' << units.name << '\n';
+}
+
+}  // namespace
+
+bool BaModelData::printOn(std::ostream& os) const { return _printOn(os, _directory); }
+
+bool BaModelData::_printOn(std::ostream& os, const BtStr& directory) const {
+  (void)_checkGeometryBodies();
+  BtAssert(!BtError(), "!BtError()");
+  BtAssert(!_length_units.name.isNull(), "!_length_units.isNull()");
+  BtAssert(!_angle_units.name.isNull(), "!_angle_units.isNull()");
+  os << kBaModelFileId << "\nv2.00\n";
+  if (_bodies_external) os << "BODIES: EXTERNAL\n";
+  if (_materials_external) os << "MATERIALS: EXTERNAL\n";
+  if (!_combine_vertex_normals) os << "COMBINE_VERTEX_NORMALS: false\n";
+  os << "UNITS {\n";
+  PrintUnits(os, "  LENGTH: ", _length_units);
+  PrintUnits(os, "  ANGLE: ", _angle_units);
+  os << "}\n";
+  if ((!_bodies_external && !PrintAll(os, _bodies, "Unable to write BODY section.")) ||
+      (!_materials_external && !PrintAll(os, _materials, "Unable to write MATERIAL section.")) ||
+      !PrintAll(os, _slider_groups, "Unable to write SLIDER_GROUP section.") ||
+      !PrintAll(os, _vertex_sets, "Unable to write VERTICES section.") ||
+      !PrintAll(os, _geometries, "Unable to write GEOMETRY section.")) {
+    return false;
+  }
+  for (const BaMDInclude* include : _includes) {
+    BaMDInclude moved(*include);
+    moved.setFileName(BaSeenFrom(directory, include->fileName(), _directory));
+    if (!moved.printOn(os)) return false;
+  }
+  return BaCheckWritten(os, "Unable to write file.");
+}
+
+bool BaModelData::save(const char* file_name) const {
+  const std::unique_ptr<std::ofstream> os = BtFileOpenOutput(file_name, BtFileOverwrite::Yes);
+  bool saved = os != nullptr && _printOn(*os, BtFileDirectory(file_name));
+  if (saved) {
+    os->close();
+    saved = BaCheckWritten(*os, "Unable to write file.");
+  }
+  if (!saved) theExceptObj.set("Unable to write '%s'.", file_name);
+  return saved;
+}

@@ -1,0 +1,300 @@
+// Reading documents.
+#include <cmath>
+#include <istream>
+
+#include "baincludechain.h"
+#include "bamdsection.h"
+#include "bamodeldata.h"
+#include "bamodelheader.h"
+#include "btfile.h"
+#include "btifstream.h"
+
+namespace {
+
+constexpr double kVersion = 2.0;
+// Items between two questions whether the user wants to stop.
+constexpr int kCancelInterval = 40;
+// Factors below would make angles that no float holds.
+constexpr float kMinUnitFactor = 1e-30F;
+
+// Reads the UNITS block.
+class UnitsReader {
+ public:
+  explicit UnitsReader(BaModelData* data) : _data(data) {}
+
+  bool readLength(const BaMDItem& item) {
+    BaUnits units;
+    if (!_readUnits(item, {"INCHES", "METERS"}, &units)) return false;
+    _data->setLengthUnits(units);
+    return true;
+  }
+  bool readAngle(const BaMDItem& item) {
+    BaUnits units;
+    if (!_readUnits(item, {"DEGREES", "RADIANS"}, &units)) return false;
+    _data->setAngleUnits(units);
+    return true;
+  }
+  bool readUnknown(const BaMDItem& item) { return BaFailUnknownKey(item.key); }
+
+ private:
+  static bool _readUnits(const BaMDItem& item, std::initializer_list<std::string_view> words,
+                         BaUnits* units);
+
+  BaModelData* _data;
+};
+
+constexpr BaMDKey<UnitsReader> kUnitsKeys[] = {
+    {"LENGTH", &UnitsReader::readLength},
+    {"ANGLE", &UnitsReader::readAngle},
+};
+
+bool UnitsReader::_readUnits(const BaMDItem& item, std::initializer_list<std::string_view> words,
+                             BaUnits* units) {
+  std::string_view text = item.value;
+  if (!item.single_line || !BtReadFloat(&text, &units->factor) || units->factor < kMinUnitFactor) {
+    return BaFail("Unable to read " + BtStr(item.key) + " scale factor.");
+  }
+  std::string_view word;
+  if (!BtReadToken(&text, &word) || !BaAtEnd(text)) {
+    return BaFail("Unable to read " + BtStr(item.key) + " units.");
+  }
+  units->name = BtStr(word);
+  if (std::find(words.begin(), words.end(), word) != words.end()) return true;
+  return BaFail("Unsupported " + BtStr(item.key) + " units \"" + units->name + "\".");
+}
+
+class DocumentReader {
+ public:
+  explicit DocumentReader(BaModelData* data) : _data(data) {}
+
+  // Reads up to the end of the document.
+  bool read(std::istream& is);
+
+  bool readComment(const BaMDItem& /*item*/) { return true; }
+  bool readBodies(const BaMDItem& item);
+  bool readMaterials(const BaMDItem& item);
+  bool readCombineVertexNormals(const BaMDItem& item);
+  bool readUnits(const BaMDItem& item);
+  bool readBody(const BaMDItem& item);
+  bool readSliderGroup(const BaMDItem& item);
+  bool readMaterial(const BaMDItem& item);
+  bool readVertices(const BaMDItem& item);
+  bool readGeometry(const BaMDItem& item);
+  bool readInclude(const BaMDItem& item);
+  bool readEnd(const BaMDItem& /*item*/) {
+    _ended = true;
+    return true;
+  }
+
+ private:
+  bool _readItem(const BaMDItem& item);
+  bool _checkBody(BaMDBody* body) const;
+  static bool _isExternal(const BaMDItem& item) {
+    return item.single_line && item.value == "EXTERNAL";
+  }
+
+  BaModelData* _data;
+  BaMDGeometry::Materials _materials;
+  bool _include_seen = false;
+  bool _ended = false;
+};
+
+struct DocumentKey {
+  BaMDKey<DocumentReader> key;
+  bool after_include = false;  // may stand behind an INCLUDE section
+};
+
+constexpr DocumentKey kDocumentKeys[] = {
+    {{"COMMENT", &DocumentReader::readComment}, true},
+    {{"BODIES", &DocumentReader::readBodies}},
+    {{"MATERIALS", &DocumentReader::readMaterials}},
+    {{"COMBINE_VERTEX_NORMALS", &DocumentReader::readCombineVertexNormals}},
+    {{"UNITS", &DocumentReader::readUnits}},
+    {{"BODY", &DocumentReader::readBody}},
+    {{"SLIDER_GROUP", &DocumentReader::readSliderGroup}},
+    {{"MATERIAL", &DocumentReader::readMaterial}},
+    {{"VERTICES", &DocumentReader::readVertices}},
+    {{"GEOMETRY", &DocumentReader::readGeometry}},
+    {{"INCLUDE", &DocumentReader::readInclude}, true},
+    {{"END", &DocumentReader::readEnd}, true},
+};
+
+bool DocumentReader::read(std::istream& is) {
+  BaMDSource source(is);
+  BaMDItem item;
+  for (long long count = 1; !_ended && source.next(&item); ++count) {
+    if (!_readItem(item)) return false;
+    if (count % kCancelInterval == 0 && theExceptObj.checkCancel()) return false;
+  }
+  return !source.failed();
+}
+
+bool DocumentReader::_readItem(const BaMDItem& item) {
+  const DocumentKey* found = nullptr;
+  for (const DocumentKey& row : kDocumentKeys) {
+    if (row.key.word == item.key) found = &row;
+  }
+  if (_include_seen && (found == nullptr || !found->after_include)) {
+    return BaFail(BtStr(item.key) + " cannot occur after an INCLUDE section.");
+  }
+  return found == nullptr ? BaFailUnknownKey(item.key) : (this->*found->key.read)(item);
+}
+
+bool DocumentReader::readBodies(const BaMDItem& item) {
+  if (!_isExternal(item)) return BaFail("Invalid value for BODIES section.");
+  _data->setBodiesExternal(true);
+  return true;
+}
+
+bool DocumentReader::readMaterials(const BaMDItem& item) {
+  if (!_isExternal(item)) return BaFail("Invalid value for MATERIALS section.");
+  _data->setMaterialsExternal(true);
+  return true;
+}
+
+bool DocumentReader::readCombineVertexNormals(const BaMDItem& item) {
+  bool combine = false;
+  BtStr text(item.value);
+  if (!item.single_line || !BtReadBool(&text, &combine) || !BaAtEnd(text.view())) {
+    return BaFail("Invalid value for COMBINE_VERTEX_NORMALS.");
+  }
+  _data->setCombineVertexNormals(combine);
+  return true;
+}
+
+bool DocumentReader::readUnits(const BaMDItem& item) {
+  UnitsReader reader(_data);
+  BaMDSource block(item.value);
+  return BaScanSection(block, reader, kUnitsKeys) || BaFail("Unable to read UNITS section.");
+}
+
+bool DocumentReader::readBody(const BaMDItem& item) {
+  auto body = std::make_unique<BaMDBody>();
+  if (!BaScanBlock(item, *body)) return BaFail("Unable to read BODY section.");
+  if (!_checkBody(body.get())) return false;
+  _data->addBody(std::move(body));
+  return true;
+}
+
+// Checks a body against those before it. Names of parents come to share their text on the way.
+bool DocumentReader::_checkBody(BaMDBody* body) const {
+  const BtStr& name = body->name();
+  if (body->parentName().isNull()) return BaFail("No parent specified for body " + name + ".");
+  if (!body->isTopLevel()) {
+    const BaMDBody* parent = _data->bodyByName(body->parentName());
+    if (parent == nullptr) {
+      return BaFail("Body \"" + name + "\" specifies an undefined parent body \"" +
+                    body->parentName() + "\".");
+    }
+    body->setParentName(parent->name());
+  }
+  if (_data->bodyByName(name) != nullptr) {
+    return BaFail("Multiple bodies have name \"" + name + "\".");
+  }
+  if (body->hasId() && _data->bodyById(body->id()) != nullptr) {
+    theExceptObj.set("Multiple bodies have id %d.", body->id());
+    return false;
+  }
+  return true;
+}
+
+bool DocumentReader::readSliderGroup(const BaMDItem& item) {
+  auto group = std::make_unique<BaMDSliderGroup>();
+  if (!BaScanBlock(item, *group)) return BaFail("Unable to read SLIDER_GROUP section.");
+  _data->addSliderGroup(std::move(group));
+  return true;
+}
+
+bool DocumentReader::readMaterial(const BaMDItem& item) {
+  auto material = std::make_unique<BaMDMaterial>();
+  if (!BaScanBlock(item, *material)) return BaFail("Unable to read MATERIAL section.");
+  if (_data->materialByName(material->name()) != nullptr) {
+    return BaFail("Multiple materials have name \"" + material->name() + "\".");
+  }
+  _materials.emplace(material->name(), material.get());
+  _data->addMaterial(std::move(material));
+  return true;
+}
+
+bool DocumentReader::readVertices(const BaMDItem& item) {
+  auto vertices = std::make_unique<BaMDVertices>();
+  if (!BaScanBlock(item, *vertices)) {
+    if (vertices->name().isNull()) return BaFail("Unable to read VERTICES section.");
+    return BaFail("Unable to read \"" + vertices->name() + "\" VERTICES section.");
+  }
+  _data->addVertexSet(std::move(vertices));
+  return true;
+}
+
+bool DocumentReader::readGeometry(const BaMDItem& item) {
+  auto geometry = std::make_unique<BaMDGeometry>();
+  const BaMDGeometry::Materials* materials = _data->materialsExternal() ? nullptr : &_materials;
+  if (!BaScanBlock(item, *geometry, materials)) {
+    if (geometry->bodyName().isNull()) return BaFail("Unable to read GEOMETRY section.");
+    return BaFail("Unable to read GEOMETRY section \"" + geometry->bodyName() + "\".");
+  }
+  _data->addGeometry(std::move(geometry));
+  return true;
+}
+
+bool DocumentReader::readInclude(const BaMDItem& item) {
+  auto include = std::make_unique<BaMDInclude>();
+  if (!BaScanBlock(item, *include)) return BaFail("Unable to read INCLUDE section.");
+  _data->addInclude(std::move(include));
+  _include_seen = true;
+  return true;
+}
+
+}  // namespace
+
+bool BaModelData::read(const char* file_name, bool process_includes) {
+  clear();
+  _bodies_external = false;
+  _materials_external = false;
+  _combine_vertex_normals = true;
+  if (!process_includes) return _readFile(file_name);
+  Ba_IncludeChain chain("Model");
+  if (!chain.enter(file_name) || !_readFile(file_name)) return false;
+  if (_mergeIncludes(&chain)) return true;
+  theExceptObj.set("Unable to read '%s'.", file_name);
+  return false;
+}
+
+bool BaModelData::_readFile(const char* file_name) {
+  BtIFStream is(file_name);
+  if (!is.isOpen()) {
+    theExceptObj.set("Unable to open '%s'.", file_name);
+    return false;
+  }
+  if (!scanHeader(is, nullptr)) {
+    theExceptObj.set("File is not a valid %s.", kBaModelFileId);
+    return false;
+  }
+  if (_scanSections(is, BtFileDirectory(file_name))) return true;
+  theExceptObj.set("Unable to read '%s'.", file_name);
+  return false;
+}
+
+bool BaModelData::scanHeader(std::istream& is, float* version) {
+  double number = 0;
+  if (!BaScanModelHeaderNumber(is, &number)) return false;
+  if (number > kVersion || std::floor(number) != kVersion) {
+    theExceptObj.set("Unsupported datafile version %.2f. Application supports version %.2f.",
+                     number, kVersion);
+    return false;
+  }
+  if (version != nullptr) *version = static_cast<float>(number);
+  return true;
+}
+
+bool BaModelData::scan(std::istream& is, const BtStr& directory, bool process_includes) {
+  if (!_scanSections(is, directory)) return false;
+  Ba_IncludeChain chain("Model");
+  return !process_includes || _mergeIncludes(&chain);
+}
+
+bool BaModelData::_scanSections(std::istream& is, const BtStr& directory) {
+  _directory = directory;
+  return DocumentReader(this).read(is) && _checkGeometryBodies() && _checkBlendGroups() &&
+         _checkBlendEffects() && _checkVertices();
+}

@@ -1,0 +1,166 @@
+// The questions that walk a whole model, and the edits built on them.
+
+#include <array>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "bamodel.h"
+#include "btset.h"
+
+namespace {
+
+// Calls `use(elements)` for each of the model's element collections.
+template <class Use>
+void ForEachCollection(const BaModel& model, Use use) {
+  use(model.bones());
+  use(model.tMeshes());
+  use(model.texturedTMeshes());
+  use(model.polygons());
+  use(model.texturedPolygons());
+  use(model.flexiblePolygons());
+}
+
+// As ForEachCollection, for the elements of one body.
+template <class Use>
+void ForEachCollection(const BaBody& body, Use use) {
+  use(body.bones());
+  use(body.tMeshes());
+  use(body.texturedTMeshes());
+  use(body.polygons());
+  use(body.texturedPolygons());
+  use(body.flexiblePolygons());
+}
+
+// Calls `use(object)` for everything in the model that refers to a material.
+template <class Use>
+void ForEachMaterialUser(const BaModel& model, Use use) {
+  ForEachCollection(model, [&use](const auto& elements) {
+    for (const auto& element : elements) use(*element);
+  });
+  for (const auto& muscle : model.muscles()) use(*muscle);
+}
+
+// Calls `use(element)` for everything in the model that has vertices.
+template <class Use>
+void ForEachVertexElement(const BaModel& model, Use use) {
+  ForEachCollection(model, [&use](const auto& elements) {
+    for (const auto& element : elements) {
+      if constexpr (requires { element->vertices(); }) use(*element);
+    }
+  });
+}
+
+}  // namespace
+
+void BaModel::getBodyNames(BtSet<BtStr>* names) const {
+  for (int id = 1; id < _bodies.size(); ++id) {
+    if (_bodies[id] != nullptr) names->insert(_bodies[id]->name());
+  }
+}
+
+void BaModel::getEndBodies(BtList<BaBody*>* bodies) const {
+  std::vector<BaBody*> waiting;
+  if (!_bodies.empty()) waiting.push_back(_bodies[0].get());
+  while (!waiting.empty()) {
+    BaBody* const body = waiting.back();
+    waiting.pop_back();
+    if (body->numChildren() == 0 && body->id() != 0) bodies->append(body);
+    for (int i = body->numChildren() - 1; i >= 0; --i) waiting.push_back(body->child(i));
+  }
+}
+
+void BaModel::getUsedMaterials(BtList<BaMaterial*>* materials, int body_id) const {
+  const BaBody* const body = findBody(body_id);
+  BtAssert(body != nullptr, "body");
+  std::unordered_set<int> seen;
+  ForEachCollection(*body, [&](const auto& elements) {
+    for (const auto& element : elements) {
+      if (!seen.insert(element->materialId()).second) continue;
+      BaMaterial* const material = materialById(element->materialId());
+      if (material != nullptr) materials->append(material);
+    }
+  });
+}
+
+void BaModel::getTextureFileNames(BtList<BtStr>* names) const {
+  for (const auto& material : _materials) {
+    for (const BaTexture& texture : material->textures()) {
+      if (texture.type() == BaTexture::FileName && !texture.fileName().isNull()) {
+        names->append(texture.fileName());
+      }
+    }
+  }
+}
+
+void BaModel::getVertices(BtDArray<BaVertex*>* vertices) const {
+  long long n_vertices = vertices->size();
+  ForEachVertexElement(*this, [&](const auto& element) { n_vertices += element.numVertices(); });
+  int filled = vertices->size();
+  vertices->resize(SizeTToInt(static_cast<std::size_t>(n_vertices)));
+  ForEachVertexElement(*this, [&](auto& element) {
+    for (BaVertex& vertex : element.vertices()) (*vertices)[filled++] = &vertex;
+  });
+  BtAssert(filled == vertices->size());
+}
+
+void BaModel::removeBones() {
+  for (const auto& body : _bodies) {
+    if (body != nullptr) body->removeBones();
+  }
+  _bones.clear();
+}
+
+void GetUsedAndUnusedMaterials(const BaModel& model, BtList<BaMaterial*>* used,
+                               BtList<BaMaterial*>* unused) {
+  std::unordered_set<int> used_ids;
+  ForEachMaterialUser(model, [&](const auto& user) { used_ids.insert(user.materialId()); });
+  for (const auto& material : model.materials()) {
+    (used_ids.contains(material->id()) ? used : unused)->append(material.get());
+  }
+}
+
+void BaModel::removeUnusedMaterials(bool renumber) {
+  BtList<BaMaterial*> used;
+  BtList<BaMaterial*> unused;
+  GetUsedAndUnusedMaterials(*this, &used, &unused);
+  if (!unused.empty()) {
+    // Both lists are in the order of the whole, so the unused ones are met one after another.
+    auto next_unused = unused.begin();
+    BtList<std::unique_ptr<BaMaterial>> kept;
+    for (auto& material : _materials) {
+      if (next_unused != unused.end() && *next_unused == material.get()) {
+        ++next_unused;
+      } else {
+        kept.append(std::move(material));
+      }
+    }
+    _materials = std::move(kept);
+  }
+  if (renumber) _renumberMaterials();
+  _materials_by_id.clear();
+  _materials_by_name.clear();
+  for (const auto& material : _materials) _indexMaterial(material.get());
+}
+
+void BaModel::_renumberMaterials() {
+  BtAssert(_flexible_polygons.empty(), "_flexible_polygons.size()==0");
+  std::unordered_set<int> taken;
+  for (const auto& material : _materials) taken.insert(material->id());
+  std::unordered_map<int, int> new_ids;
+  int counter = 1;
+  for (const auto& material : _materials) {
+    const int old_id = material->id();
+    // An id that another material has would make one material of the two.
+    if (old_id > counter && taken.insert(counter).second) {
+      taken.erase(old_id);
+      new_ids[old_id] = counter;
+      material->setId(counter);
+    }
+    ++counter;
+  }
+  ForEachMaterialUser(*this, [&](auto& user) {
+    const auto entry = new_ids.find(user.materialId());
+    if (entry != new_ids.end()) user.setMaterialId(entry->second);
+  });
+}

@@ -1,0 +1,357 @@
+// The reader of legacy text: a sequence of records, each a letter and what belongs to it.
+
+#include <iostream>
+#include <memory>
+#include <new>
+#include <sstream>
+#include <string>
+#include <utility>
+
+#include "balegacytext.h"
+#include "bamodel.h"
+#include "btexcept.h"
+#include "btscan.h"
+
+namespace {
+
+// After this many records the user is asked whether to go on.
+constexpr int kCancelInterval = 40;
+// An error shows this much of the object before it.
+constexpr int kShownLines = 5;
+
+// The errors of one kind of element. The undefined ones take the id.
+struct ElementTexts {
+  const char* unallocated;
+  const char* unreadable;
+  const char* undefined_body;
+  const char* undefined_material;
+};
+
+constexpr ElementTexts kPolygonTexts = {"Unable to polygon data.", "Unable to read polygon data.",
+                                        "Polygon has an undefined body id (%d).",
+                                        "Polygon has an undefined material id (%d)."};
+constexpr ElementTexts kTexturedPolygonTexts = {
+    "Unable to textured polygon data.", "Unable to read textured polygon data.",
+    "Textured Polygon has an undefined body id (%d).",
+    "Textured Polygon has an undefined material id (%d)."};
+constexpr ElementTexts kFlexiblePolygonTexts = {
+    "Unable to allocate flexible polygon data.", "Unable to read flexible polygon data.",
+    "Flexible Polygon has an undefined body id (%d).",
+    "Flexible Polygon has an undefined material id (%d)."};
+constexpr ElementTexts kTMeshTexts = {"Unable to triangle mesh data.",
+                                      "Unable to read triangle mesh data.",
+                                      "Triangle mesh has an undefined body id (%d).",
+                                      "Triangle mesh has an undefined material id (%d)."};
+constexpr ElementTexts kTexturedTMeshTexts = {
+    "Unable to textured triangle mesh data.", "Unable to read textured triangle mesh data.",
+    "Textured triangle mesh has an undefined body id (%d).",
+    "Textured triangle mesh has an undefined material id (%d)."};
+
+// A new object; null after a recorded error.
+template <class T>
+std::unique_ptr<T> Allocate(const char* failure) {
+  std::unique_ptr<T> object(new (std::nothrow) T);
+  if (object == nullptr) {
+    Ba_Fail("Memory allocation error.");
+    Ba_Fail(failure);
+  }
+  return object;
+}
+
+// Records an error whose text takes an id; answers false.
+bool FailWithId(const char* format, int id) {
+  theExceptObj.set(format, id);
+  return false;
+}
+
+class Reader {
+ public:
+  Reader(BaModel* model, std::istream& is) : _model(*model), _in(is) {}
+  // Reads all records into the model; false after a recorded error.
+  bool run();
+
+ private:
+  // One kind of record. Files older than `since` must not hold it: `unsupported` takes their
+  // version. `print_last` writes the object that the record read last made.
+  struct Record {
+    char letter;
+    bool (Reader::*read)();
+    void (Reader::*print_last)(std::ostream& os) const;
+    double since = 0;
+    const char* unsupported = nullptr;
+  };
+  static const Record kRecords[];
+
+  bool _nextLetter(char* letter);
+  static const Record* _find(char letter);
+  bool _read(const Record& record);
+  void _report();
+
+  bool _skipComment();
+  bool _readBody();
+  bool _readMaterial();
+  bool _readLightingModel();
+  bool _readLight();
+  bool _readBone();
+  bool _readPolygon();
+  bool _readTexturedPolygon();
+  bool _readFlexiblePolygon();
+  bool _readTMesh();
+  bool _readTexturedTMesh();
+  bool _readMuscle();
+
+  // Reads an object that refers to nothing; null after recorded errors.
+  template <class T>
+  std::unique_ptr<T> _readObject(const char* unallocated, const char* unreadable);
+  // Reads an element and makes sure that its body and its material exist; null after recorded
+  // errors.
+  template <class T>
+  std::unique_ptr<T> _readElement(const ElementTexts& texts);
+  // Hands an object that was read to the model; false when there is none.
+  template <class T>
+  bool _add(std::unique_ptr<T> object, T* (BaModel::*add)(std::unique_ptr<T>));
+  // False after a recorded error: a flex2 effect of the polygon names no body.
+  [[nodiscard]] bool _checkFlex2(const BaPolygon& polygon) const;
+
+  void _printNothing(std::ostream& /*os*/) const {}
+  void _printHighestBody(std::ostream& os) const { _highest_body->printOn(os); }
+  template <auto kCollection>
+  void _printLastOf(std::ostream& os) const {
+    (_model.*kCollection)().last()->printOn(os);
+  }
+
+  BaModel& _model;
+  BtScanner _in;
+  bool _s_flag = false;  // the record is prefixed with S
+  const BaBody* _highest_body = nullptr;
+  const Record* _last_record = nullptr;
+};
+
+constexpr Reader::Record Reader::kRecords[] = {
+    {'P', &Reader::_readTexturedPolygon, &Reader::_printLastOf<&BaModel::texturedPolygons>, 1.1,
+     "The datafile version (%.2f) does not supporttextured polygons.  "
+     "Support for textured polygons beganwith version 1.10."},
+    {'F', &Reader::_readPolygon, &Reader::_printLastOf<&BaModel::polygons>},
+    {'X', &Reader::_readBody, &Reader::_printHighestBody},
+    {'M', &Reader::_readMaterial, &Reader::_printLastOf<&BaModel::materials>},
+    {'G', &Reader::_readLightingModel, &Reader::_printLastOf<&BaModel::lightingModels>},
+    {'I', &Reader::_readLight, &Reader::_printLastOf<&BaModel::lights>},
+    {'B', &Reader::_readBone, &Reader::_printLastOf<&BaModel::bones>},
+    {'f', &Reader::_readFlexiblePolygon, &Reader::_printLastOf<&BaModel::flexiblePolygons>},
+    {'T', &Reader::_readTMesh, &Reader::_printLastOf<&BaModel::tMeshes>, 1.2,
+     "The datafile version (%.2f) does not supporttriangle meshes.  "
+     "Support for triangle meshes beganwith version 1.20."},
+    {'t', &Reader::_readTexturedTMesh, &Reader::_printLastOf<&BaModel::texturedTMeshes>, 1.2,
+     "The datafile version (%.2f) does not supporttextured triangle meshes.  "
+     "Support for triangle meshes beganwith version 1.20."},
+    {'m', &Reader::_readMuscle, &Reader::_printLastOf<&BaModel::muscles>},
+    {'#', &Reader::_skipComment, &Reader::_printNothing},
+};
+
+bool Reader::run() {
+  int n_records = 0;
+  char letter = 0;
+  while (_nextLetter(&letter)) {
+    if (letter == 'V') {
+      std::cerr << "Unsupported Obj type 'V'" << std::endl;
+      continue;
+    }
+    const Record* const record = _find(letter);
+    if (record == nullptr) theExceptObj.set("Unknown object type '%c'.", letter);
+    if (record == nullptr || !_read(*record)) {
+      _report();
+      return false;
+    }
+    _last_record = record;
+    ++n_records;
+    if (n_records % kCancelInterval == 0 && theExceptObj.checkCancel()) return false;
+  }
+  if (_in.stream().eof() && !_in.stream().bad()) return true;
+  return Ba_Fail("Error reading file.");
+}
+
+bool Reader::_nextLetter(char* letter) {
+  _s_flag = false;
+  if (!_in.readChar(letter)) return false;
+  while (*letter == 'S') {
+    _s_flag = true;
+    if (!_in.readChar(letter)) return false;
+  }
+  return true;
+}
+
+const Reader::Record* Reader::_find(char letter) {
+  for (const Record& record : kRecords) {
+    if (record.letter == letter) return &record;
+  }
+  return nullptr;
+}
+
+bool Reader::_read(const Record& record) {
+  const double version = static_cast<double>(_model.version());
+  if (version >= record.since) return (this->*record.read)();
+  theExceptObj.set(record.unsupported, version);
+  return false;
+}
+
+void Reader::_report() {
+  if (_last_record == nullptr) {
+    Ba_Fail("Unable to read first object from file.");
+    return;
+  }
+  BtExcept* const error = theExceptObj.release();
+  std::ostringstream os;
+  (this->*_last_record->print_last)(os);
+  const std::unique_ptr<BtExcept> dropped(theExceptObj.release());
+  theExceptObj.restore(error);
+
+  const BtStr text(std::string_view(os.view()));
+  BtStr shown = text;
+  int end = 0;
+  if (text.findNth('\n', kShownLines, &end) && end + 1 < text.length()) {
+    shown = text.left(end + 1) + "(subsequent lines omitted)\n";
+  }
+  theExceptObj.set(BtStr("\nThe last successfully read object was:\n") + shown);
+}
+
+template <class T>
+std::unique_ptr<T> Reader::_readObject(const char* unallocated, const char* unreadable) {
+  std::unique_ptr<T> object = Allocate<T>(unallocated);
+  if (object != nullptr && !object->scanFrom(_in)) {
+    Ba_Fail(unreadable);
+    object.reset();
+  }
+  return object;
+}
+
+template <class T>
+std::unique_ptr<T> Reader::_readElement(const ElementTexts& texts) {
+  std::unique_ptr<T> element = _readObject<T>(texts.unallocated, texts.unreadable);
+  if (element == nullptr) return nullptr;
+  if (_model.findBody(element->bodyId()) == nullptr) {
+    FailWithId(texts.undefined_body, element->bodyId());
+    return nullptr;
+  }
+  if (_model.materialById(element->materialId()) == nullptr) {
+    FailWithId(texts.undefined_material, element->materialId());
+    return nullptr;
+  }
+  return element;
+}
+
+template <class T>
+bool Reader::_add(std::unique_ptr<T> object, T* (BaModel::*add)(std::unique_ptr<T>)) {
+  if (object == nullptr) return false;
+  (_model.*add)(std::move(object));
+  return true;
+}
+
+bool Reader::_skipComment() {
+  Ba_SkipLine(_in, kBaLineLimit);
+  return true;
+}
+
+bool Reader::_readBody() {
+  constexpr const char* kFailure = "Unable to read body data.";
+  auto body = _readObject<BaBody>(kFailure, kFailure);
+  if (body == nullptr) return false;
+  if (body->id() < 0 || body->id() > BaModel::kMaxBodyId) {
+    FailWithId("Invalid body id %d.", body->id());
+    return Ba_Fail(kFailure);
+  }
+  if (_model.findBody(body->id()) != nullptr) {
+    return FailWithId("Duplicate body id %d.", body->id());
+  }
+  const BaBody* const added = _model.addBody(std::move(body));
+  if (_highest_body == nullptr || added->id() > _highest_body->id()) _highest_body = added;
+  return true;
+}
+
+bool Reader::_readMaterial() {
+  constexpr const char* kFailure = "Unable to read material data.";
+  auto material = Allocate<BaMaterial>(kFailure);
+  if (material == nullptr) return false;
+  material->setVersion(_model.version());
+  if (!material->scanFrom(_in)) return Ba_Fail(kFailure);
+  if (_model.materialById(material->id()) != nullptr) {
+    return FailWithId("Duplicate material id %d.", material->id());
+  }
+  _model.addMaterial(std::move(material));
+  return true;
+}
+
+bool Reader::_readLightingModel() {
+  constexpr const char* kFailure = "Unable to read lighting model data.";
+  return _add(_readObject<BaLightingModel>(kFailure, kFailure), &BaModel::addLightingModel);
+}
+
+bool Reader::_readLight() {
+  constexpr const char* kFailure = "Unable to read light data.";
+  return _add(_readObject<BaLight>(kFailure, kFailure), &BaModel::addLight);
+}
+
+bool Reader::_readBone() {
+  constexpr const char* kFailure = "Unable to read bone data.";
+  auto bone = _readObject<BaBone>(kFailure, kFailure);
+  if (bone == nullptr) return false;
+  if (_model.findBody(bone->bodyId()) == nullptr) {
+    return FailWithId("Bone has an unspecified body id (%d).", bone->bodyId());
+  }
+  if (_model.materialById(bone->materialId()) == nullptr) {
+    theExceptObj.set("Bone of body id (%d) uses an unspecified material id (%d).", bone->bodyId(),
+                     bone->materialId());
+    return false;
+  }
+  _model.addBone(std::move(bone));
+  return true;
+}
+
+bool Reader::_readPolygon() {
+  auto polygon = _readElement<BaPolygon>(kPolygonTexts);
+  if (polygon == nullptr || !_checkFlex2(*polygon)) return false;
+  _model.addPolygon(std::move(polygon));
+  return true;
+}
+
+bool Reader::_checkFlex2(const BaPolygon& polygon) const {
+  for (const BaVertex& vertex : polygon.vertices()) {
+    for (auto* effect = vertex.effects().first(); effect != nullptr; effect = effect->next()) {
+      if (effect->type() != BaFlex2Effect) continue;
+      const int id = static_cast<const BaVertexFlex2Effect*>(effect)->body_id;
+      if (_model.findBody(id) != nullptr) continue;
+      return FailWithId("Polygon has a flex2 vertex effect that references an undefined body. (%d)",
+                        id);
+    }
+  }
+  return true;
+}
+
+bool Reader::_readTexturedPolygon() {
+  auto polygon = _readElement<BaTexturedPolygon>(kTexturedPolygonTexts);
+  if (polygon == nullptr) return false;
+  polygon->setSFlag(_s_flag ? 1 : 0);
+  _model.addTexturedPolygon(std::move(polygon));
+  return true;
+}
+
+bool Reader::_readFlexiblePolygon() {
+  return _add(_readElement<BaFlexiblePolygon>(kFlexiblePolygonTexts), &BaModel::addFlexiblePolygon);
+}
+
+bool Reader::_readTMesh() { return _add(_readElement<BaTMesh>(kTMeshTexts), &BaModel::addTMesh); }
+
+bool Reader::_readTexturedTMesh() {
+  return _add(_readElement<BaTexturedTMesh>(kTexturedTMeshTexts), &BaModel::addTexturedTMesh);
+}
+
+bool Reader::_readMuscle() {
+  return _add(_readObject<BaMuscle>("Unable to muscle data.", "Unable to read muscle data."),
+              &BaModel::addMuscle);
+}
+
+}  // namespace
+
+void BaModel::rawScanFrom(std::istream& is) {
+  beginLoad();
+  if (!Reader(this, is).run() || !endLoad()) _clear();
+}

@@ -1,0 +1,52 @@
+#include "bamuscle.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include "balegacytext.h"
+
+bool BaMuscle::scanFrom(std::istream& is) {
+  BtScanner in(is);
+  return scanFrom(in);
+}
+
+bool BaMuscle::scanFrom(BtScanner& in) {
+  if (!in.readInt(&_material_id)) return Ba_Fail("Unable to read material id for muscle data.");
+  if (!_scanName(in)) return Ba_Fail("Unable to read name for muscle data.");
+  return _scanBodyIds(in);
+}
+
+void BaMuscle::printOn(std::ostream& os) const {
+  os << 'm';
+  Ba_PutInt(os, _material_id);
+  os << ' ' << _name << '\n';
+  for (const int id : _body_ids) Ba_PutInt(os, id);
+  os << '\n';
+}
+
+bool BaMuscle::_scanName(BtScanner& in) {
+  BtStr line;
+  line.scanLine(in.stream());
+  if (line.isNull()) return false;
+  // What goes beyond the limit is not part of the name.
+  _name = line.left(std::min(line.length(), kBaLineLimit));
+  _name.trimRight().trimLeft();
+  return _name.view().find('\0') == std::string_view::npos;
+}
+
+bool BaMuscle::_scanBodyIds(BtScanner& in) {
+  _body_ids.clear();
+  for (;;) {
+    const int c = in.peek();
+    if (c == std::char_traits<char>::eof()) return Ba_Fail("Error reading muscle data.");
+    const bool blank = BtIsSpace(static_cast<char>(c));
+    if (blank) {
+      in.get();
+      if (c == '\n') return true;
+      continue;
+    }
+    int id = 0;
+    if (!in.readInt(&id)) return Ba_Fail("Error reading body id for muscle.");
+    _body_ids.append(id);
+  }
+}

@@ -1,0 +1,82 @@
+#include "bapolygon.h"
+
+#include <ostream>
+#include <utility>
+
+#include "balegacytext.h"
+#include "btexcept.h"
+
+namespace {
+
+// Fewer vertices have no face.
+constexpr int kMinVertices = 3;
+
+// Warnings may come by the million; all records of one share its text.
+void WarnOfDuplicate() {
+  static const BtStr text("Duplicate vertex removed in polygon.");
+  theExceptObj.setAsWarning(text);
+}
+
+void WarnOfDegeneration() {
+  static const BtStr text("Degnerate polygon in model.");
+  theExceptObj.setAsWarning(text);
+}
+
+}  // namespace
+
+void BaPolygon::setVertices(BtDArray<BaVertex> vertices) { _vertices = std::move(vertices); }
+
+bool BaPolygon::frontFacing() const {
+  BtAssert(isValid(), "isValid()");
+  // Twice the area of the polygon's shadow on the x-y plane, signed by its sense.
+  double area = 0;
+  for (int i = 0; i < numVertices(); ++i) {
+    const float* a = _vertices[i].position();
+    const float* b = _vertices[i + 1 < numVertices() ? i + 1 : 0].position();
+    area += static_cast<double>(a[0]) * static_cast<double>(b[1]) -
+            static_cast<double>(b[0]) * static_cast<double>(a[1]);
+  }
+  return area > 0;
+}
+
+bool BaPolygon::scanFrom(BtScanner& in) {
+  int count = 0;
+  if (!_scanIds(in) || !_scanCount(in, "Unable to read the number of vertices.", &count) ||
+      !_scanVertices(in, count)) {
+    return false;
+  }
+  _removeDuplicates();
+  if (numVertices() < kMinVertices) WarnOfDegeneration();
+  return true;
+}
+
+void BaPolygon::printOn(std::ostream& os) const {
+  BtAssert(isValid(), "isValid()");
+  _printTypeOn(os);
+  Ba_PutInt(os, bodyId());
+  Ba_PutInt(os, materialId());
+  Ba_PutInt(os, numVertices());
+  os << '\n';
+  _printVerticesOn(os);
+}
+
+void BaPolygon::_printTypeOn(std::ostream& os) const { os << 'F'; }
+
+void BaPolygon::_moveVertex(int from, int to) { _vertices[to] = std::move(_vertices[from]); }
+
+void BaPolygon::_removeDuplicates() {
+  int kept = 0;
+  for (int i = 0; i < numVertices(); ++i) {
+    if (kept > 0 && _vertices[i] == _vertices[kept - 1]) {
+      WarnOfDuplicate();
+      continue;
+    }
+    if (kept != i) _moveVertex(i, kept);
+    ++kept;
+  }
+  if (kept > 1 && _vertices[kept - 1] == _vertices[0]) {
+    WarnOfDuplicate();
+    --kept;
+  }
+  if (kept != numVertices()) _resize(kept);
+}

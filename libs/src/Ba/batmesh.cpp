@@ -1,0 +1,45 @@
+#include "batmesh.h"
+
+#include <ostream>
+#include <utility>
+
+#include "balegacytext.h"
+
+void BaTMesh::setVertices(BtDArray<BaVertex> vertices) {
+  _vertices = std::move(vertices);
+  _swap_flags.clear();
+  _swap_flags.resize(numVertices());
+}
+
+bool BaTMesh::scanFrom(BtScanner& in) {
+  int count = 0;
+  return _scanIds(in) && _scanCount(in, "Unable to read the number of vertices.", &count) &&
+         _scanVertices(in, count);
+}
+
+void BaTMesh::printOn(std::ostream& os) const {
+  BtAssert(isValid(), "isValid()");
+  _printTypeOn(os);
+  Ba_PutInt(os, bodyId());
+  Ba_PutInt(os, materialId());
+  Ba_PutInt(os, numVertices());
+  os << '\n';
+  _printVerticesOn(os);
+}
+
+void BaTMesh::_resize(int n) {
+  BaVertexElement::_resize(n);
+  _swap_flags.resize(n);
+}
+
+bool BaTMesh::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) {
+  if (!in.readInt(&_swap_flags[i])) return Ba_Fail("Unable to read swap flag.");
+  return BaVertexElement::_scanVertexFrom(vertex, i, in);
+}
+
+void BaTMesh::_printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const {
+  Ba_PutInt(os, _swap_flags[i]);
+  vertex.printOn(os);
+}
+
+void BaTMesh::_printTypeOn(std::ostream& os) const { os << 'T'; }

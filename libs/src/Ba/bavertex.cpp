@@ -1,0 +1,61 @@
+#include "bavertex.h"
+
+#include <ostream>
+#include <utility>
+
+#include "balegacytext.h"
+#include "btexcept.h"
+
+namespace {
+
+// The number that ends the effects of a vertex.
+constexpr int kNoMoreEffects = -1;
+
+// What is recorded above the error of an effect, by its number.
+constexpr const char* kFailures[] = {"Unable to read bulge effect.", "Unable to read morph effect.",
+                                     "Unable to read flex effect.", "Unable to read flex2 effect."};
+
+std::unique_ptr<Ba_VertexEffect> ScanEffect(BtScanner& in, int type) {
+  std::unique_ptr<Ba_VertexEffect> effect = Ba_VertexEffect::create(type);
+  if (effect == nullptr) {
+    theExceptObj.set("Unknown vertex effect type - %d.", type);
+  } else if (!effect->scanFrom(in)) {
+    Ba_Fail(kFailures[type]);
+    effect.reset();
+  }
+  return effect;
+}
+
+bool ScanEffects(BtScanner& in, int type, BaVertexEffects* effects) {
+  BaVertexEffectsBuilder builder(effects);
+  while (type != kNoMoreEffects) {
+    std::unique_ptr<Ba_VertexEffect> effect = ScanEffect(in, type);
+    if (effect == nullptr) return false;
+    builder.add(std::move(effect));
+    if (!in.readInt(&type)) return Ba_Fail("Unable to read effect type.");
+  }
+  return true;
+}
+
+}  // namespace
+
+bool BaVertex::scanFrom(std::istream& is) {
+  BtScanner in(is);
+  return scanFrom(in);
+}
+
+bool BaVertex::scanFrom(BtScanner& in) {
+  if (!in.readFloats(_position, 3)) return Ba_Fail("Unable to read x,y and z.");
+  if (!_effects.empty()) _effects.clear();
+  int type = kNoMoreEffects;
+  if (!in.readInt(&type)) return Ba_Fail("Unable to read effect type.");
+  return type == kNoMoreEffects || ScanEffects(in, type, &_effects);
+}
+
+void BaVertex::printOn(std::ostream& os) const {
+  Ba_PutFloats(os, _position);
+  for (auto* effect = _effects.first(); effect != nullptr; effect = effect->next()) {
+    effect->printOn(os);
+  }
+  Ba_PutInt(os, kNoMoreEffects);
+}

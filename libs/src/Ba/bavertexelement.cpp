@@ -1,0 +1,56 @@
+#include "bavertexelement.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include "balegacytext.h"
+
+namespace {
+
+// Counts up to this one are believed before the vertices were seen.
+constexpr int kFirstChunk = 64;
+
+}  // namespace
+
+void BaVertexElement::changeFlex2BodyId(int old_id, int new_id) {
+  BtAssert(isValid(), "isValid()");
+  for (BaVertex& vertex : _vertices) vertex.effects().changeFlex2BodyId(old_id, new_id);
+}
+
+bool BaVertexElement::scanFrom(std::istream& is) {
+  BtScanner in(is);
+  return scanFrom(in);
+}
+
+void BaVertexElement::_resize(int n) { _vertices.resize(n); }
+
+bool BaVertexElement::_scanVertexFrom(BaVertex* vertex, int /*i*/, BtScanner& in) {
+  return vertex->scanFrom(in) || Ba_Fail("Unable to read vertex.");
+}
+
+void BaVertexElement::_printVertexOn(const BaVertex& vertex, int /*i*/, std::ostream& os) const {
+  vertex.printOn(os);
+}
+
+bool BaVertexElement::_scanCount(BtScanner& in, const char* message, int* count) {
+  return (in.readInt(count) && *count >= 0) || Ba_Fail(message);
+}
+
+bool BaVertexElement::_scanVertices(BtScanner& in, int count) {
+  _resize(0);
+  for (int i = 0; i < count; ++i) {
+    if (i == numVertices()) {
+      const long long chunk = std::max(kFirstChunk, i);
+      _resize(static_cast<int>(std::min<long long>(count, i + chunk)));
+    }
+    if (!_scanVertexFrom(&_vertices[i], i, in)) return false;
+  }
+  return true;
+}
+
+void BaVertexElement::_printVerticesOn(std::ostream& os) const {
+  for (int i = 0; i < numVertices(); ++i) {
+    _printVertexOn(_vertices[i], i, os);
+    os << '\n';
+  }
+}

@@ -1,0 +1,114 @@
+#include "btdllist.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+BtDoubleLinkedList::~BtDoubleLinkedList() {
+  BtAssert(_count == 0, "_count==0");
+  // What is still linked was removed under a cursor that never left.
+  for (const Node* node = _first; node != nullptr; node = node->_next) {
+    BtAssert(node->refCount() == 0, "node->refCount()==0");
+  }
+}
+
+void* BtDoubleLinkedList::operator[](int i) const {
+  BtAssert(i >= 0, "i>=0");
+  BtAssert(i <= _count - 1, "i<=_count-1");
+  const Node* node = _nodeAt(i);
+  if (node == nullptr) {
+    std::fprintf(stderr, "BtDoubleLinkedList::operator [] (int) : element %d not found!\n", i);
+    return nullptr;
+  }
+  return node->_data;
+}
+
+void* BtDoubleLinkedList::lastData() const {
+  const Node* node = _last;
+  while (node != nullptr && node->_deleted) node = node->_prev;
+  return node == nullptr ? nullptr : node->_data;
+}
+
+void BtDoubleLinkedList::append(void* data) {
+  Node* const node = std::make_unique<Node>(data).release();
+  node->_prev = _last;
+  (_last == nullptr ? _first : _last->_next) = node;
+  _last = node;
+  ++_count;
+}
+
+void BtDoubleLinkedList::insert(int i, void* data) {
+  BtAssert(i >= 0, "i>=0");
+  BtAssert(i <= _count, "i<=_count");
+  Node* const after = i == _count ? nullptr : _nodeAt(i);
+  if (after == nullptr) {
+    append(data);
+    return;
+  }
+  Node* const node = std::make_unique<Node>(data).release();
+  node->_prev = after->_prev;
+  node->_next = after;
+  (after->_prev == nullptr ? _first : after->_prev->_next) = node;
+  after->_prev = node;
+  ++_count;
+}
+
+void* BtDoubleLinkedList::remove(int i) {
+  BtAssert(i >= 0, "i>=0");
+  BtAssert(i <= _count - 1, "i<=_count-1");
+  return _remove(_nodeAt(i));
+}
+
+void* BtDoubleLinkedList::remove(Bt_DLListCursor& cursor) {
+  BtAssert(!cursor.atEnd(), "!cursor.atEnd()");
+  BtAssert(cursor._listPtr() == this, "cursor._listPtr()==this");
+  return _remove(cursor._node);
+}
+
+void BtDoubleLinkedList::swap(Bt_DLListCursor& c1, Bt_DLListCursor& c2) {
+  BtAssert(!c1.atEnd(), "!c1.atEnd()");
+  BtAssert(!c2.atEnd(), "!c2.atEnd()");
+  BtAssert(c1._listPtr() == this, "c1._listPtr()==this");
+  BtAssert(c2._listPtr() == this, "c2._listPtr()==this");
+  std::swap(c1._node->_data, c2._node->_data);
+}
+
+void BtDoubleLinkedList::swap(BtDoubleLinkedList& other) noexcept {
+  std::swap(_first, other._first);
+  std::swap(_last, other._last);
+  std::swap(_count, other._count);
+}
+
+BtDoubleLinkedList::Node* BtDoubleLinkedList::_nodeAt(int i) const {
+  Node* node = _liveFrom(_first);
+  for (; node != nullptr && i > 0; --i) node = _liveFrom(node->_next);
+  return node;
+}
+
+void* BtDoubleLinkedList::_remove(Node* node) {
+  BtAssert(node != nullptr && !node->_deleted, "!node->_deleted");
+  void* const data = node->_data;
+  node->_deleted = true;
+  --_count;
+  if (node->_ref_count == 0) _unlink(node);
+  return data;
+}
+
+void BtDoubleLinkedList::_unlink(Node* node) {
+  (node->_prev == nullptr ? _first : node->_prev->_next) = node->_next;
+  (node->_next == nullptr ? _last : node->_next->_prev) = node->_prev;
+  std::default_delete<Node>()(node);
+}
+
+int Bt_DLListCursor::position() const {
+  int i = 0;
+  for (const Node* node = _list->_first; node != _node; node = node->_next) {
+    if (!node->_deleted) ++i;
+  }
+  return i;
+}
+
+void Bt_DLListCursor::_failDeleted() {
+  std::fputs("Bt_DLListCursor::data(): retrieving data from deleted node.\n", stderr);
+  std::abort();
+}

@@ -1,0 +1,25 @@
+#include "btnew.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+void* BtReallocOrExit(void* block, std::size_t count, std::size_t size) {
+  std::size_t bytes = 0;
+  void* result = nullptr;
+  if (!__builtin_mul_overflow(count, size, &bytes)) {
+    result = std::realloc(block, std::max<std::size_t>(bytes, 1));
+  }
+  if (result != nullptr) return result;
+  // A product that overflows is shown all the same, so it is not computed in integers.
+  const long double total = static_cast<long double>(count) * static_cast<long double>(size);
+  std::cout.flush();
+  std::fflush(stdout);
+  std::fprintf(stderr,
+               "Unable to allocate memory!\n"
+               "Attempted to allocate %zu elements, total size: %.0Lf\n",
+               count, total);
+  std::fflush(stderr);
+  std::_Exit(EXIT_FAILURE);
+}

@@ -1,0 +1,259 @@
+#include "btparse.h"
+
+#include <cstring>
+#include <iostream>
+#include <limits>
+
+#include "btexcept.h"
+#include "btlinecharreader.h"
+#include "btscan.h"
+
+namespace {
+
+using namespace std::string_view_literals;
+
+constexpr int kEndOfLine = BtLineCharReader::kEndOfLine;
+constexpr int kEndOfFile = BtLineCharReader::kEndOfFile;
+
+constexpr BtCharSet kLineEnds("\r\n"sv);
+constexpr BtCharSet kTextStops("\r\n\0"sv);
+constexpr BtCharSet kHeadStops(":\r\n\0"sv);
+constexpr BtCharSet kBlockStops("\r\n\0#{}\\"sv);
+constexpr BtCharSet kNotBlank = BtCharSet(" \t"sv).inverted();
+constexpr BtCharSet kNotSpaceInLine = BtCharSet(" \t\v\f"sv).inverted();
+
+bool RefuseNul() {
+  theExceptObj.set("Text contains a NUL character.");
+  return false;
+}
+
+// Gathers a string from small pieces and hands them to it in large ones, so that a short text costs
+// one allocation and a long one no more than its length.
+class TextCollector {
+ public:
+  explicit TextCollector(BtStr* text) : _text(text) {}
+
+  // False, with an error recorded, when the text gets too long.
+  bool add(std::string_view piece) {
+    if (piece.size() > sizeof(_buffer) - _used) {
+      if (!flush()) return false;
+      if (piece.size() > sizeof(_buffer)) return _append(piece);
+    }
+    if (!piece.empty()) std::memcpy(_buffer + _used, piece.data(), piece.size());
+    _used += piece.size();
+    return true;
+  }
+  bool add(char c) { return add(std::string_view(&c, 1)); }
+  // Puts everything into the string, which is not null afterwards.
+  bool flush() {
+    const std::string_view piece(_buffer, _used);
+    _used = 0;
+    return _append(piece);
+  }
+  [[nodiscard]] bool endsWith(char c) const {
+    if (_used > 0) return _buffer[_used - 1] == c;
+    return _text->length() > 0 && _text->view().back() == c;
+  }
+  void dropLast() {
+    if (_used > 0) {
+      --_used;
+    } else {
+      _text->lengthTo(_text->length() - 1);
+    }
+  }
+
+ private:
+  bool _append(std::string_view piece) {
+    constexpr int kMaxLength = std::numeric_limits<int>::max() - 1;
+    if (piece.size() > static_cast<std::size_t>(kMaxLength - _text->length())) {
+      theExceptObj.set("Insufficient memory.");
+      return false;
+    }
+    _text->append(piece);
+    return true;
+  }
+
+  BtStr* _text;
+  std::size_t _used = 0;
+  char _buffer[4096];
+};
+
+void Skip(BtLineCharReader* reader, const BtCharSet& stops) {
+  while (!reader->takeUntil(stops).empty()) {
+  }
+}
+
+bool Copy(BtLineCharReader* reader, const BtCharSet& stops, TextCollector* text) {
+  for (std::string_view run = reader->takeUntil(stops); !run.empty();
+       run = reader->takeUntil(stops)) {
+    if (!text->add(run)) return false;
+  }
+  return true;
+}
+
+// Collects the text of a block whose opening line has been read.
+class BlockReader {
+ public:
+  BlockReader(std::istream& is, const BtStr& keyword, BtStr* value)
+      : _keyword(keyword), _value(value), _reader(is), _text(value) {}
+
+  bool read() {
+    Skip(&_reader, kNotBlank);
+    while (_depth > 0) {
+      if (!Copy(&_reader, kBlockStops, &_text) || !_readSpecial(_reader.next())) return false;
+    }
+    return _text.flush();
+  }
+
+ private:
+  bool _readSpecial(int c) {
+    switch (c) {
+      case kEndOfLine:
+        Skip(&_reader, kNotBlank);
+        return _text.add('\n');
+      case '#':
+        return _dropComment();
+      case '{':
+        return _openBrace();
+      case '}':
+        return _closeBrace();
+      case '\\':
+        return _backslash();
+      case '\0':
+        return RefuseNul();
+      default:
+        return _endOfFile();
+    }
+  }
+
+  bool _dropComment() {
+    Skip(&_reader, kLineEnds);
+    while (_text.endsWith(' ') || _text.endsWith('\t')) _text.dropLast();
+    // A backslash that the comment kept from the line's end must not come to stand there.
+    return !_text.endsWith('\\') || _text.add(' ');
+  }
+
+  // A brace counts only at the end of its line, where a comment may follow it.
+  bool _openBrace() {
+    if (!_text.add('{') || !Copy(&_reader, kNotBlank, &_text)) return false;
+    if (_reader.peek() == '#' && !Copy(&_reader, kTextStops, &_text)) return false;
+    if (_reader.peek() == kEndOfLine) ++_depth;
+    return true;
+  }
+
+  bool _closeBrace() {
+    Skip(&_reader, kNotBlank);
+    if (_reader.peek() == '#') Skip(&_reader, kLineEnds);
+    const int c = _reader.peek();
+    if (c != kEndOfLine && c != kEndOfFile) {
+      if (c == '\0') return RefuseNul();
+      theExceptObj.set("Invalid character ('%c') trailing '%c' for '%s'.", c, '}',
+                       static_cast<const char*>(_keyword));
+      return false;
+    }
+    --_depth;
+    if (_depth > 0) return _text.add('}');
+    _reader.next();
+    return true;
+  }
+
+  // A backslash at the end of a line makes text of the whole next line, and so on.
+  bool _backslash() {
+    if (!_text.add('\\')) return false;
+    while (_text.endsWith('\\') && _reader.peek() == kEndOfLine) {
+      _reader.next();
+      if (!_text.add('\n') || !Copy(&_reader, kTextStops, &_text)) return false;
+    }
+    return true;
+  }
+
+  bool _endOfFile() {
+    if (!_text.flush()) return false;
+    std::cerr << "Hit eof: " << _value->view() << '\n';
+    theExceptObj.set("Hit end of file without reading '}' for tag %s",
+                     static_cast<const char*>(_keyword));
+    return false;
+  }
+
+  const BtStr& _keyword;
+  BtStr* _value;
+  BtLineCharReader _reader;
+  TextCollector _text;
+  int _depth = 1;
+};
+
+// Steps to the first character of the next line that says something; false at the end of input.
+bool FindItem(BtLineCharReader* reader) {
+  for (;;) {
+    Skip(reader, kNotSpaceInLine);
+    const int c = reader->peek();
+    if (c == '#') Skip(reader, kLineEnds);
+    if (c != '#' && c != kEndOfLine) return c != kEndOfFile;
+    reader->next();
+  }
+}
+
+// Reads the value behind a colon with the lines that it draws in.
+bool ReadColonValue(BtLineCharReader* reader, BtStr* value) {
+  TextCollector text(value);
+  Skip(reader, kNotSpaceInLine);
+  for (;;) {
+    if (!Copy(reader, kTextStops, &text)) return false;
+    const int end = reader->next();
+    if (end == '\0') return RefuseNul();
+    if (!text.endsWith('\\')) break;
+    text.dropLast();
+    if (!text.add('\n')) return false;
+    if (end == kEndOfFile) break;
+  }
+  if (!text.flush()) return false;
+  value->trimRight().trimLeft();
+  return true;
+}
+
+// Cuts the line that opens a block down to its keyword.
+bool CutBlockKeyword(BtStr* line) {
+  const std::size_t brace = line->view().find('{');
+  if (brace == std::string_view::npos) {
+    theExceptObj.set("No ':' or '{' following tag '%s'.", static_cast<const char*>(*line));
+    *line = BtStr();
+    return false;
+  }
+  const std::string_view tail = line->view().substr(brace + 1);
+  const std::size_t text = tail.find_first_not_of(" \t");
+  const bool valid = text == std::string_view::npos || tail[text] == '#';
+  line->lengthTo(static_cast<int>(brace)).trimRight();
+  if (!valid) {
+    theExceptObj.set("Invalid characters trailing '{' for '%s'.", static_cast<const char*>(*line));
+  }
+  return valid;
+}
+
+bool ReadItem(std::istream& is, BtStr* keyword, BtStr* value, bool* single_line) {
+  BtLineCharReader reader(is);
+  if (!is.good() || !FindItem(&reader)) return true;
+  TextCollector head(keyword);
+  if (!Copy(&reader, kHeadStops, &head) || !head.flush()) return false;
+  const int end = reader.next();
+  if (end == '\0') return RefuseNul();
+  if (end == ':') {
+    keyword->trimRight();
+    *single_line = true;
+    return ReadColonValue(&reader, value);
+  }
+  return CutBlockKeyword(keyword) && BlockReader(is, *keyword, value).read();
+}
+
+}  // namespace
+
+bool BtReadTaggedValue(std::istream& is, BtStr* keyword, BtStr* value, bool* single_line) {
+  *keyword = BtStr();
+  *value = BtStr();
+  bool colon_item = false;
+  const bool read = ReadItem(is, keyword, value, &colon_item);
+  if (single_line != nullptr) *single_line = colon_item;
+  if (!is.bad()) return read;
+  // What came before a read error may be cut short in the middle.
+  theExceptObj.set("Error reading file.");
+  return false;
+}

@@ -1,0 +1,212 @@
+#include "btscan.h"
+
+#include <bit>
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+
+namespace {
+
+bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
+
+const char* SkipSpace(const char* p, const char* end) {
+  while (p != end && BtIsSpace(*p)) ++p;
+  return p;
+}
+
+// Powers of ten that a double holds exactly.
+constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                   1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                   1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr int kMaxExactPower = 22;
+constexpr std::uint64_t kMaxExactMantissa = std::uint64_t{1} << 53;
+
+// Parses one integer that ends before `end`. Answers the position behind it, null where the slow
+// path must decide: the token may go on behind the buffer, is malformed or out of range.
+const char* ParseInt(const char* p, const char* end, int* value) {
+  p = SkipSpace(p, end);
+  if (p == end) return nullptr;
+  const bool negative = *p == '-';
+  if (negative || *p == '+') ++p;
+  std::int64_t number = 0;
+  const char* digits = p;
+  while (p != end && IsDigit(*p)) {
+    number = number * 10 + (*p - '0');
+    ++p;
+    if (p - digits > 10) return nullptr;
+  }
+  if (p == digits || p == end) return nullptr;
+  if (negative) number = -number;
+  if (number < std::numeric_limits<int>::min() || number > std::numeric_limits<int>::max()) {
+    return nullptr;
+  }
+  *value = static_cast<int>(number);
+  return p;
+}
+
+// Reads an exponent at `p` ("e-12"); null when it is malformed or may go on behind `end`.
+const char* ParseExponent(const char* p, const char* end, int* exponent) {
+  ++p;
+  if (p == end) return nullptr;
+  const bool negative = *p == '-';
+  if (negative || *p == '+') ++p;
+  const char* digits = p;
+  int number = 0;
+  while (p != end && IsDigit(*p)) {
+    if (number < 10000) number = number * 10 + (*p - '0');
+    ++p;
+  }
+  if (p == digits || p == end) return nullptr;
+  *exponent = negative ? -number : number;
+  return p;
+}
+
+// The value of `mantissa` times ten to the `exponent` where one rounding gives it exactly.
+bool ExactProduct(std::uint64_t mantissa, int exponent, double* value) {
+  if (mantissa > kMaxExactMantissa) return false;
+  if (exponent < -kMaxExactPower || exponent > kMaxExactPower) return false;
+  const double number = static_cast<double>(mantissa);
+  *value = exponent < 0 ? number / kPowersOfTen[-exponent] : number * kPowersOfTen[exponent];
+  return true;
+}
+
+// Takes up to eight digits at once into `mantissa`; answers the position behind them.
+const char* TakeDigits(const char* p, const char* end, std::uint64_t* mantissa) {
+  constexpr std::uint64_t kTens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+  if (end - p < 8) return p;
+  std::uint64_t v = 0;
+  std::memcpy(&v, p, 8);
+  v ^= 0x3030303030303030U;  // digits become their values, the first one in the lowest byte
+  // The top bit of every byte above 9; bytes behind the first of them may be marked by its carry.
+  const std::uint64_t others = ((v + 0x7676767676767676U) | v) & 0x8080808080808080U;
+  const int count = others == 0 ? 8 : std::countr_zero(others) / 8;
+  if (count == 0) return p;
+  v <<= 64 - 8 * count;
+  // Neighbours are joined three times: to pairs, to fours, to the whole.
+  v = (v * 10 + (v >> 8)) & 0x00FF00FF00FF00FFU;
+  v = (v * 100 + (v >> 16)) & 0x0000FFFF0000FFFFU;
+  v = (v * 10000 + (v >> 32)) & 0x00000000FFFFFFFFU;
+  *mantissa = *mantissa * kTens[count] + v;
+  return p + count;
+}
+static_assert(std::endian::native == std::endian::little);
+
+// As ParseInt, for a decimal number.
+const char* ParseDouble(const char* p, const char* end, double* value) {
+  p = SkipSpace(p, end);
+  if (p == end) return nullptr;
+  const bool negative = *p == '-';
+  if (negative || *p == '+') ++p;
+  const char* start = p;
+  std::uint64_t mantissa = 0;
+  while (p != end && IsDigit(*p)) {
+    mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+    ++p;
+  }
+  std::int64_t digits = p - start;
+  int exponent = 0;
+  if (p != end && *p == '.') {
+    const char* fraction = ++p;
+    p = TakeDigits(p, end, &mantissa);
+    while (p != end && IsDigit(*p)) {
+      mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
+      ++p;
+    }
+    if (p - fraction > 10000) return nullptr;
+    exponent = -static_cast<int>(p - fraction);
+    digits += p - fraction;
+  }
+  if (digits == 0 || p == end) return nullptr;
+  if (*p == 'e' || *p == 'E') {
+    int written_exponent = 0;
+    p = ParseExponent(p, end, &written_exponent);
+    if (p == nullptr) return nullptr;
+    exponent += written_exponent;
+  }
+  // Nineteen digits fit the mantissa; more of them may have wrapped around.
+  double magnitude = 0;
+  if (digits > 19 || !ExactProduct(mantissa, exponent, &magnitude)) {
+    const std::from_chars_result result = std::from_chars(start, p, magnitude);
+    if (result.ec != std::errc() || result.ptr != p) return nullptr;
+  }
+  *value = negative ? -magnitude : magnitude;
+  return p;
+}
+
+// False where `number` is no finite float.
+bool Narrow(double number, float* value) {
+  *value = static_cast<float>(number);
+  return std::isfinite(*value);
+}
+
+}  // namespace
+
+// Tries the get area first; what it cannot decide is left to formatted extraction.
+template <class Number>
+bool BtScanner::_read(Number* value, const char* (*parse)(const char*, const char*, Number*)) {
+  if (_is.good()) {
+    const char* after = parse(Bt_GetArea::next(_buf), Bt_GetArea::end(_buf), value);
+    if (after != nullptr) {
+      Bt_GetArea::moveTo(_buf, after);
+      return true;
+    }
+  }
+  return static_cast<bool>(_is >> *value);
+}
+
+bool BtScanner::readInt(int* value) { return _read(value, ParseInt); }
+
+bool BtScanner::readDouble(double* value) { return _read(value, ParseDouble); }
+
+bool BtScanner::readFloat(float* value) {
+  double number = 0;
+  if (!readDouble(&number)) return false;
+  if (Narrow(number, value)) return true;
+  _is.setstate(std::ios::failbit);
+  return false;
+}
+
+bool BtScanner::readFloats(float* values, int count) {
+  int n = 0;
+  if (_is.good()) {
+    const char* p = Bt_GetArea::next(_buf);
+    const char* const end = Bt_GetArea::end(_buf);
+    for (; n < count; ++n) {
+      double number = 0;
+      const char* const after = ParseDouble(p, end, &number);
+      if (after == nullptr || !Narrow(number, values + n)) break;
+      p = after;
+    }
+    Bt_GetArea::moveTo(_buf, p);
+  }
+  for (; n < count; ++n) {
+    if (!readFloat(values + n)) return false;
+  }
+  return true;
+}
+
+bool BtScanner::readChar(char* c) {
+  if (_is.good()) {
+    const char* end = Bt_GetArea::end(_buf);
+    const char* p = SkipSpace(Bt_GetArea::next(_buf), end);
+    if (p != end) {
+      *c = *p;
+      Bt_GetArea::moveTo(_buf, p + 1);
+      return true;
+    }
+  }
+  return static_cast<bool>(_is >> *c);
+}
+
+int BtScanner::get() {
+  if (_is.good()) {
+    const char* p = Bt_GetArea::next(_buf);
+    if (p != Bt_GetArea::end(_buf)) {
+      Bt_GetArea::moveTo(_buf, p + 1);
+      return static_cast<unsigned char>(*p);
+    }
+  }
+  return _is.get();
+}

@@ -1,0 +1,259 @@
+#include <cstddef>
+#include <iterator>
+
+#include "fbxdocument.h"
+#include "fbxgeometryrecords.h"
+#include "fbxskeletontypes.h"
+#include "kfbxmesh.h"
+#include "kfbxnode.h"
+#include "kfbxscene.h"
+#include "kfbxsurfacephong.h"
+#include "kfbxtexture.h"
+
+FbxDocument71::FbxDocument71(FbxRecordSink* sink_in, const FbxDocumentSource& source_in)
+    : FbxDocument(sink_in, source_in, FbxFamily::e71) {}
+
+void FbxDocument71::write() {
+  writeHeaderExtension(kVersion);
+  writeIdentity();
+  writeGlobalSettings();
+  _writeDocuments();
+  sink.open("References");
+  sink.end();
+  _writeDefinitions();
+  _writeObjects();
+  _writeConnections();
+  sink.open("Takes");
+  sink.leaf("Current", "");
+  sink.end();
+  sink.endSection();
+}
+
+void FbxDocument71::_writeDocuments() {
+  constexpr FbxPropertyRow kProperties[] = {
+      {"SourceObject", FbxPropertyType::eObject, 0},
+      {"ActiveAnimStackName", FbxPropertyType::eString, ""},
+  };
+  sink.open("Documents");
+  sink.leaf("Count", std::int32_t{1});
+  sink.open("Document", content.document_id, FbxText(source.scene->GetName()), "Scene");
+  FbxPropertyWriter list = properties();
+  list.begin();
+  list.write(kProperties);
+  list.end();
+  sink.leaf("RootNode", std::int64_t{0});
+  sink.end();
+  sink.end();
+}
+
+void FbxDocument71::_writeDefinitions() {
+  struct ObjectType {
+    std::string_view name;
+    int count;
+    std::string_view template_name;  // empty for types without a template
+    std::span<const FbxPropertyRow> table;
+  };
+  const int meshes = content.meshCount();
+  const auto size = [](const auto& list) { return static_cast<int>(list.size()); };
+  const ObjectType types[] = {
+      {"GlobalSettings", 1, "", {}},
+      {"Geometry", meshes + content.shapeCount(), "FbxMesh", FbxMeshProperties()},
+      {"Material", size(content.materials), "FbxSurfacePhong", FbxPhongProperties()},
+      {"Model", size(content.models), "FbxNode", FbxNodeProperties()},
+      {"NodeAttribute", size(content.attributes) - meshes, "FbxSkeleton", FbxSkeletonProperties()},
+      {"Pose", size(content.poses), "", {}},
+      {"Deformer", content.deformerCount(), "", {}},
+      {"Texture", size(content.textures), "FbxFileTexture", FbxTextureProperties()},
+      {"Video", size(content.videos), "FbxVideo", FbxVideoProperties()},
+  };
+  std::int32_t sum = 0;
+  for (const ObjectType& type : types) sum += type.count;
+  sink.open("Definitions");
+  sink.leaf("Version", std::int32_t{100});
+  sink.leaf("Count", sum);
+  for (const ObjectType& type : types) {
+    // Readers skip objects of types that are not listed.
+    if (type.count > 0) _writeObjectType(type.name, type.count, type.template_name, type.table);
+  }
+  sink.end();
+}
+
+void FbxDocument71::_writeObjectType(std::string_view type, int count,
+                                     std::string_view template_name,
+                                     std::span<const FbxPropertyRow> table) {
+  sink.open("ObjectType", type);
+  sink.leaf("Count", count);
+  if (!template_name.empty()) {
+    sink.open("PropertyTemplate", template_name);
+    FbxPropertyWriter list = properties();
+    list.begin();
+    list.write(table);
+    list.end();
+    sink.end();
+  }
+  sink.end();
+}
+
+void FbxDocument71::_writeObjects() {
+  sink.open("Objects");
+  for (const auto& attribute : content.attributes) {
+    if (!sink.ok()) break;
+    _writeAttribute(attribute);
+  }
+  _writeShapes();
+  for (const auto& model : content.models) {
+    if (!sink.ok()) break;
+    _writeModel(model);
+  }
+  writePoses();
+  writeMaterials();
+  _writeDeformers();
+  for (const auto& video : content.videos) _writeVideo(video);
+  writeTextures();
+  sink.end();
+}
+
+void FbxDocument71::_writeAttribute(const FbxSceneContent::Attribute& attribute) {
+  const KFbxMesh* mesh = attribute.mesh();
+  if (mesh == nullptr) {
+    openObject("NodeAttribute", _refer(attribute), FbxSkeletonTypeName(*attribute.attribute));
+    sink.leaf("TypeFlags", "Skeleton");
+  } else {
+    const KFbxNode& node = *content.models[static_cast<std::size_t>(attribute.model)].node;
+    openObject("Geometry", _refer(attribute), "Mesh");
+    FbxWriteGeometry(&sink, *mesh, !content.materials.empty() && node.GetMaterialCount() > 0);
+  }
+  sink.end();
+}
+
+void FbxDocument71::_writeShapes() {
+  for (const auto& blend_shape : content.blend_shapes) {
+    for (const auto& channel : blend_shape.channels) {
+      openObject("Geometry", _shapeOf(channel), "Shape");
+      sink.leaf("Version", std::int32_t{100});
+      FbxWriteShape(&sink, *channel.channel->GetTargetShape());
+      sink.end();
+    }
+  }
+}
+
+void FbxDocument71::_writeModel(const FbxSceneContent::Model& model) {
+  openObject("Model", {model.id, {model.name, "Model"}}, FbxModelTypeName(*model.node));
+  sink.leaf("Version", std::int32_t{232});
+  FbxPropertyWriter list = properties();
+  list.begin();
+  writeNodeProperties(model, &list);
+  list.end();
+  sink.leaf("Shading", 'Y');
+  sink.leaf("Culling", "CullingOff");
+  sink.end();
+}
+
+void FbxDocument71::_writeDeformers() {
+  for (const auto& skin : content.skins) {
+    openObject("Deformer", refer(skin), "Skin");
+    sink.leaf("Version", std::int32_t{100});
+    sink.leaf("Link_DeformAcuracy", 50.0);
+    sink.end();
+    for (const auto& cluster : skin.clusters) {
+      openObject("Deformer", refer(cluster), "Cluster");
+      sink.leaf("Version", std::int32_t{100});
+      writeClusterWeights(*cluster.cluster);
+      sink.end();
+    }
+  }
+  for (const auto& blend_shape : content.blend_shapes) {
+    openObject("Deformer", _refer(blend_shape), "BlendShape");
+    sink.leaf("Version", std::int32_t{100});
+    sink.end();
+    for (const auto& channel : blend_shape.channels) {
+      constexpr double kFullWeight[] = {100.0};
+      openObject("Deformer", _refer(channel), "BlendShapeChannel");
+      sink.leaf("Version", std::int32_t{100});
+      sink.leaf("DeformPercent", channel.channel->DeformPercent.Get());
+      sink.leaf("FullWeights", std::span<const double>(kFullWeight));
+      sink.end();
+    }
+  }
+}
+
+void FbxDocument71::_writeVideo(const FbxSceneContent::Video& entry) {
+  const std::string file_name = FbxText(entry.video->GetFileName());
+  const FbxSetting settings[] = {{"Path", file_name}};
+  openObject("Video", refer(entry), "Clip");
+  sink.leaf("Type", "Clip");
+  FbxPropertyWriter list = properties();
+  list.begin();
+  list.write(FbxVideoProperties(), settings, selection());
+  list.end();
+  sink.leaf("UseMipMap", std::int32_t{0});
+  sink.leaf("Filename", file_name);
+  sink.leaf("RelativeFilename", FbxText(entry.video->GetRelativeFileName()));
+  writeContent(entry);
+  sink.end();
+}
+
+void FbxDocument71::_writeConnections() {
+  sink.open("Connections");
+  for (const int top : content.top_models) connect(modelAt(top), modelAt(FbxSceneContent::kNone));
+  for (const auto& model : content.models) {
+    if (!sink.ok()) break;
+    const Reference parent = {model.id, {model.name, "Model"}};
+    if (model.attribute != FbxSceneContent::kNone) {
+      connect(_refer(content.attributes[static_cast<std::size_t>(model.attribute)]), parent);
+    }
+    // Polygons number the materials by the order of these.
+    for (int i = 0; i < model.node->GetMaterialCount(); ++i) {
+      const int material = content.materialOf(model.node->GetMaterial(i));
+      if (material == FbxSceneContent::kNone) continue;
+      connect(refer(content.materials[static_cast<std::size_t>(material)]), parent);
+    }
+    for (const int child : model.children) connect(modelAt(child), parent);
+  }
+  for (const auto& material : content.materials) {
+    for (const auto& [texture, slot] : material.material->GetTextures()) {
+      const int index = content.textureOf(texture);
+      if (index == FbxSceneContent::kNone) continue;
+      connect(refer(content.textures[static_cast<std::size_t>(index)]), refer(material), slot);
+    }
+  }
+  for (const auto& texture : content.textures) writeTextureConnection(texture);
+  _connectDeformers();
+  sink.end();
+}
+
+void FbxDocument71::_connectDeformers() {
+  const auto geometry = [this](int attribute) {
+    return _refer(content.attributes[static_cast<std::size_t>(attribute)]);
+  };
+  for (const auto& skin : content.skins) {
+    connect(refer(skin), geometry(skin.attribute));
+    for (const auto& cluster : skin.clusters) {
+      connect(refer(cluster), refer(skin));
+      connect(modelAt(cluster.link), refer(cluster));
+    }
+  }
+  for (const auto& blend_shape : content.blend_shapes) {
+    connect(_refer(blend_shape), geometry(blend_shape.attribute));
+    for (const auto& channel : blend_shape.channels) {
+      connect(_refer(channel), _refer(blend_shape));
+      connect(_shapeOf(channel), _refer(channel));
+    }
+  }
+}
+
+FbxDocument::Reference FbxDocument71::_refer(const FbxSceneContent::Attribute& entry) {
+  return {entry.id, {entry.name, entry.mesh() == nullptr ? "NodeAttribute" : "Geometry"}};
+}
+
+FbxDocument::Reference FbxDocument71::_refer(const FbxSceneContent::BlendShape& entry) {
+  return {entry.id, {entry.name, "Deformer"}};
+}
+
+FbxDocument::Reference FbxDocument71::_refer(const FbxSceneContent::Channel& entry) {
+  return {entry.id, {entry.name, "SubDeformer"}};
+}
+
+FbxDocument::Reference FbxDocument71::_shapeOf(const FbxSceneContent::Channel& entry) {
+  return {entry.shape_id, {entry.name, "Geometry"}};
+}

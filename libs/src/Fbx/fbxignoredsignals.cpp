@@ -1,0 +1,13 @@
+#include "fbxignoredsignals.h"
+
+FbxIgnoredSignals::FbxIgnoredSignals() {
+  struct sigaction ignore {};
+  ignore.sa_handler = SIG_IGN;
+  sigaction(SIGPIPE, &ignore, &_pipe);
+  sigaction(SIGXFSZ, &ignore, &_file_size);
+}
+
+FbxIgnoredSignals::~FbxIgnoredSignals() {
+  sigaction(SIGPIPE, &_pipe, nullptr);
+  sigaction(SIGXFSZ, &_file_size, nullptr);
+}

@@ -1,0 +1,289 @@
+#include "fbxscenecontent.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <span>
+
+#include "btexcept.h"
+#include "kfbxiosettings.h"
+#include "kfbxmesh.h"
+#include "kfbxnode.h"
+#include "kfbxpose.h"
+#include "kfbxscene.h"
+#include "kfbxsurfacephong.h"
+#include "kfbxtexture.h"
+
+namespace {
+
+// Ids count up from here. Readers keep 0 for the root; a distance from small numbers tells ids from
+// indices when a file is looked at.
+constexpr std::int64_t kFirstId = 1000000;
+
+const KFbxVector4 kNoScale(1, 1, 1);
+
+template <class T>
+int LastIndex(const std::vector<T>& list) {
+  return static_cast<int>(list.size()) - 1;
+}
+
+template <class T>
+auto& At(std::vector<T>& list, int i) {
+  return list[static_cast<std::size_t>(i)];
+}
+
+bool Fail(const KFbxObject& object, const char* what) {
+  theExceptObj.set("Unable to write \"%s\": %s.", object.GetName(), what);
+  return false;
+}
+
+bool IsFinite(const KFbxXMatrix& matrix) {
+  const auto& values = matrix.Values();
+  return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
+}
+
+bool AreIndices(std::span<const std::int32_t> indices, int count) {
+  return std::all_of(indices.begin(), indices.end(),
+                     [count](std::int32_t index) { return index >= 0 && index < count; });
+}
+
+bool AreFinite(std::span<const double> values) {
+  return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
+}
+
+// Gives each entry of a list a name of its own.
+template <class T>
+void MakeUnique(std::vector<T>* list, FbxUniqueNames* names) {
+  for (const T& entry : *list) names->reserve(entry.name);
+  for (T& entry : *list) entry.name = names->make(entry.name);
+}
+
+template <class T>
+void MakeUnique(std::vector<T>* list) {
+  FbxUniqueNames names;
+  MakeUnique(list, &names);
+}
+
+}  // namespace
+
+const KFbxMesh* FbxSceneContent::Attribute::mesh() const {
+  const bool is_mesh = attribute->GetAttributeType() == KFbxNodeAttribute::eMESH;
+  return is_mesh ? static_cast<const KFbxMesh*>(attribute) : nullptr;
+}
+
+bool FbxSceneContent::collect(KFbxScene* scene, const KFbxIOSettings& settings, FbxFamily family) {
+  if (!_collectModels(scene->GetRootNode())) return false;
+  if (settings.GetBoolProp(EXP_FBX_MATERIAL, true)) {
+    _collectMaterials(settings.GetBoolProp(EXP_FBX_TEXTURE, true));
+  }
+  if (!_collectDeformers(settings.GetBoolProp(EXP_FBX_SHAPE, true))) return false;
+  for (int i = 0; i < scene->GetPoseCount(); ++i) {
+    KFbxPose* pose = scene->GetPose(i);
+    poses.push_back({pose, FbxCleanName(pose->GetName())});
+  }
+  if (family == FbxFamily::e71) {
+    _nameObjects71();
+  } else {
+    _nameObjects61();
+  }
+  _numberObjects();
+  return true;
+}
+
+bool FbxSceneContent::_collectModels(KFbxNode* root) {
+  struct Waiting {
+    KFbxNode* node;
+    int parent;
+  };
+  std::vector<Waiting> waiting;
+  const auto add_children = [&waiting](const KFbxNode* node, int parent) {
+    for (int i = node->GetChildCount() - 1; i >= 0; --i) {
+      waiting.push_back({node->GetChild(i), parent});
+    }
+  };
+  add_children(root, kNone);
+  while (!waiting.empty()) {
+    const Waiting next = waiting.back();
+    waiting.pop_back();
+    if (!_addModel(next.node, next.parent)) return false;
+    add_children(next.node, LastIndex(models));
+  }
+  return true;
+}
+
+bool FbxSceneContent::_addModel(KFbxNode* node, int parent) {
+  if (!IsFinite(node->LocalTransform())) return Fail(*node, "its transform is not finite");
+  const auto index = static_cast<int>(models.size());
+  bool has_scaled_ancestor = false;
+  if (parent == kNone) {
+    top_models.push_back(index);
+  } else {
+    Model& above = At(models, parent);
+    above.children.push_back(index);
+    has_scaled_ancestor = above.has_scaled_ancestor || above.node->LclScaling.Get() != kNoScale;
+  }
+  KFbxMesh* mesh = node->GetMesh();
+  if (mesh != nullptr) {
+    if (const char* fault = mesh->Complete(node->GetMaterialCount())) return Fail(*node, fault);
+  }
+  const int attribute = _addAttribute(node->GetNodeAttribute(), index);
+  models.push_back(
+      {node, FbxCleanName(node->GetName()), parent, attribute, has_scaled_ancestor, {}});
+  _models.emplace(node, index);
+  return true;
+}
+
+int FbxSceneContent::_addAttribute(KFbxNodeAttribute* attribute, int model) {
+  if (attribute == nullptr) return kNone;
+  const auto [found, is_new] = _attributes.emplace(attribute, static_cast<int>(attributes.size()));
+  if (is_new) attributes.push_back({attribute, FbxCleanName(attribute->GetName()), model, {}});
+  return found->second;
+}
+
+void FbxSceneContent::_collectMaterials(bool with_textures) {
+  for (const Model& model : models) {
+    for (int i = 0; i < model.node->GetMaterialCount(); ++i) {
+      KFbxSurfacePhong* material = model.node->GetMaterial(i);
+      if (!_materials.emplace(material, static_cast<int>(materials.size())).second) continue;
+      materials.push_back({material, FbxCleanName(material->GetName())});
+      if (!with_textures) continue;
+      for (const auto& connection : material->GetTextures()) _addTexture(connection.texture);
+    }
+  }
+}
+
+void FbxSceneContent::_addTexture(KFbxTexture* texture) {
+  if (!_textures.emplace(texture, static_cast<int>(textures.size())).second) return;
+  int video_index = kNone;
+  if (KFbxVideo* video = texture->GetMedia()) {
+    const auto [found, is_new] = _videos.emplace(video, static_cast<int>(videos.size()));
+    if (is_new) videos.push_back({video, FbxCleanName(video->GetName())});
+    video_index = found->second;
+  }
+  textures.push_back({texture, FbxCleanName(texture->GetName()), video_index});
+}
+
+bool FbxSceneContent::_collectDeformers(bool with_shapes) {
+  for (int i = 0; i < static_cast<int>(attributes.size()); ++i) {
+    const KFbxMesh* mesh = At(attributes, i).mesh();
+    FbxUniqueNames shape_names;
+    for (int k = 0; mesh != nullptr && k < mesh->GetDeformerCount(); ++k) {
+      const KFbxDeformer* deformer = mesh->GetDeformer(k);
+      if (deformer->GetDeformerType() == KFbxDeformer::eSKIN) {
+        if (!_addSkin(static_cast<const KFbxSkin&>(*deformer), i)) return false;
+      } else if (with_shapes) {
+        const auto& blend_shape = static_cast<const KFbxBlendShape&>(*deformer);
+        if (!_addBlendShape(blend_shape, i, &shape_names)) return false;
+      }
+    }
+  }
+  return true;
+}
+
+bool FbxSceneContent::_addSkin(const KFbxSkin& skin, int attribute) {
+  const Attribute& bound = At(attributes, attribute);
+  const int points = bound.mesh()->GetControlPointsCount();
+  Skin& added = skins.emplace_back(Skin{FbxCleanName(skin.GetName()), attribute, {}});
+  for (int i = 0; i < skin.GetClusterCount(); ++i) {
+    KFbxCluster* cluster = skin.GetCluster(i);
+    const int link = modelOf(cluster->GetLink());
+    if (link == kNone) return Fail(*bound.attribute, "its skin names a bone outside of the scene");
+    const auto& weights = cluster->GetControlPointWeights();
+    if (!AreIndices(cluster->GetControlPointIndices(), points) || !AreFinite(weights) ||
+        weights.size() != cluster->GetControlPointIndices().size() ||
+        !IsFinite(cluster->GetTransformMatrix()) || !IsFinite(cluster->GetTransformLinkMatrix())) {
+      return Fail(*bound.attribute, "its skin does not fit its points");
+    }
+    added.clusters.push_back({cluster, FbxCleanName(cluster->GetName()), link});
+  }
+  return true;
+}
+
+bool FbxSceneContent::_addBlendShape(const KFbxBlendShape& blend_shape, int attribute,
+                                     FbxUniqueNames* names) {
+  Attribute& bound = At(attributes, attribute);
+  const int points = bound.mesh()->GetControlPointsCount();
+  bound.blend_shapes.push_back(static_cast<int>(blend_shapes.size()));
+  BlendShape& added =
+      blend_shapes.emplace_back(BlendShape{FbxCleanName(blend_shape.GetName()), attribute, {}});
+  for (int i = 0; i < blend_shape.GetBlendShapeChannelCount(); ++i) {
+    KFbxBlendShapeChannel* channel = blend_shape.GetBlendShapeChannel(i);
+    const KFbxShape* shape = channel->GetTargetShape();
+    if (shape == nullptr || !AreIndices(shape->GetControlPointIndices(), points) ||
+        !AreFinite(shape->GetOffsets()) ||
+        shape->GetOffsets().size() != 3 * shape->GetControlPointIndices().size()) {
+      return Fail(*bound.attribute, "a blend shape does not fit its points");
+    }
+    added.channels.push_back({channel, names->make(FbxCleanName(channel->GetName()))});
+  }
+  return true;
+}
+
+void FbxSceneContent::_nameObjects71() {
+  MakeUnique(&models);
+  MakeUnique(&materials);
+  MakeUnique(&textures);
+  MakeUnique(&videos);
+}
+
+void FbxSceneContent::_nameObjects61() {
+  // A name is what refers to an object. Nodes, their attributes and materials are told apart from
+  // each other; the root's name stands for the root only.
+  FbxUniqueNames names;
+  (void)names.make("Scene");
+  MakeUnique(&models, &names);
+  MakeUnique(&attributes, &names);
+  MakeUnique(&materials, &names);
+  MakeUnique(&textures);
+  MakeUnique(&videos);
+  MakeUnique(&poses);
+  FbxUniqueNames skin_names;
+  FbxUniqueNames cluster_names;
+  for (Skin& skin : skins) {
+    const int model = At(attributes, skin.attribute).model;
+    skin.name = skin_names.make("Skin " + At(models, model).name);
+    for (Cluster& cluster : skin.clusters) {
+      cluster.name = cluster_names.make("Cluster " + At(models, cluster.link).name);
+    }
+  }
+}
+
+void FbxSceneContent::_numberObjects() {
+  std::int64_t id = kFirstId;
+  document_id = id++;
+  for (Attribute& attribute : attributes) attribute.id = id++;
+  for (BlendShape& blend_shape : blend_shapes) {
+    for (Channel& channel : blend_shape.channels) channel.shape_id = id++;
+  }
+  for (Model& model : models) model.id = id++;
+  for (Pose& pose : poses) pose.id = id++;
+  for (Material& material : materials) material.id = id++;
+  for (Skin& skin : skins) {
+    skin.id = id++;
+    for (Cluster& cluster : skin.clusters) cluster.id = id++;
+  }
+  for (BlendShape& blend_shape : blend_shapes) {
+    blend_shape.id = id++;
+    for (Channel& channel : blend_shape.channels) channel.id = id++;
+  }
+  for (Video& video : videos) video.id = id++;
+  for (Texture& texture : textures) texture.id = id++;
+}
+
+int FbxSceneContent::meshCount() const {
+  return static_cast<int>(
+      std::count_if(attributes.begin(), attributes.end(),
+                    [](const Attribute& attribute) { return attribute.mesh() != nullptr; }));
+}
+
+int FbxSceneContent::shapeCount() const {
+  std::size_t count = 0;
+  for (const BlendShape& blend_shape : blend_shapes) count += blend_shape.channels.size();
+  return static_cast<int>(count);
+}
+
+int FbxSceneContent::deformerCount() const {
+  std::size_t count = skins.size() + blend_shapes.size();
+  for (const Skin& skin : skins) count += skin.clusters.size();
+  return static_cast<int>(count) + shapeCount();
+}

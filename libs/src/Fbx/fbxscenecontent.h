@@ -1,0 +1,144 @@
+// FbxSceneContent: everything of a scene that becomes an object of a file, in the order of writing,
+// with the names and ids that the file gives it. Documents are written from it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "fbxnames.h"
+#include "kfbxdeformer.h"
+#include "kfbxiopluginregistry.h"
+
+class KFbxIOSettings;
+class KFbxMesh;
+class KFbxNode;
+class KFbxNodeAttribute;
+class KFbxPose;
+class KFbxScene;
+class KFbxSurfacePhong;
+class KFbxTexture;
+class KFbxVideo;
+
+// Names are as the file has them; ids are the newer family's. References to other objects are
+// indices, from 0, into the vectors of the content.
+struct FbxSceneContent {
+  static constexpr int kNone = -1;
+
+  struct Attribute {
+    KFbxNodeAttribute* attribute;
+    std::string name;
+    int model;                      // the first that carries it
+    std::vector<int> blend_shapes;  // of a mesh
+    std::int64_t id = 0;
+    [[nodiscard]] const KFbxMesh* mesh() const;  // null for another attribute
+  };
+  struct Model {
+    KFbxNode* node;
+    std::string name;
+    int parent;                // kNone at the top
+    int attribute;             // kNone for a plain transform
+    bool has_scaled_ancestor;  // so that its way of inheriting a scale matters
+    std::vector<int> children;
+    std::int64_t id = 0;
+  };
+  struct Pose {
+    KFbxPose* pose;
+    std::string name;
+    std::int64_t id = 0;
+  };
+  struct Material {
+    KFbxSurfacePhong* material;
+    std::string name;
+    std::int64_t id = 0;
+  };
+  struct Cluster {
+    KFbxCluster* cluster;
+    std::string name;
+    int link;  // model
+    std::int64_t id = 0;
+  };
+  struct Skin {
+    std::string name;
+    int attribute;  // the mesh
+    std::vector<Cluster> clusters;
+    std::int64_t id = 0;
+  };
+  struct Channel {
+    KFbxBlendShapeChannel* channel;
+    std::string name;  // unique within its mesh
+    std::int64_t id = 0;
+    std::int64_t shape_id = 0;
+  };
+  struct BlendShape {
+    std::string name;
+    int attribute;  // the mesh
+    std::vector<Channel> channels;
+    std::int64_t id = 0;
+  };
+  struct Video {
+    KFbxVideo* video;
+    std::string name;
+    std::int64_t id = 0;
+  };
+  struct Texture {
+    KFbxTexture* texture;
+    std::string name;
+    int video;  // kNone for none
+    std::int64_t id = 0;
+  };
+
+  // Collects the scene. False, with a recorded error, for a scene that cannot be written: a mesh
+  // that contradicts itself, a bone outside of the scene, a number that is not finite.
+  bool collect(KFbxScene* scene, const KFbxIOSettings& settings, FbxFamily family);
+
+  [[nodiscard]] int modelOf(const KFbxNode* node) const { return _find(_models, node); }
+  [[nodiscard]] int materialOf(const KFbxSurfacePhong* material) const {
+    return _find(_materials, material);
+  }
+  [[nodiscard]] int textureOf(const KFbxTexture* texture) const {
+    return _find(_textures, texture);
+  }
+
+  std::vector<Attribute> attributes;
+  std::vector<Model> models;  // depth first, parents first
+  std::vector<int> top_models;
+  std::vector<Pose> poses;
+  std::vector<Material> materials;  // in the order of first use
+  std::vector<Skin> skins;
+  std::vector<BlendShape> blend_shapes;
+  std::vector<Video> videos;
+  std::vector<Texture> textures;
+  std::int64_t document_id = 0;
+
+  // Objects of the types that the file counts together.
+  [[nodiscard]] int meshCount() const;
+  [[nodiscard]] int shapeCount() const;
+  [[nodiscard]] int deformerCount() const;
+
+ private:
+  using Index = std::unordered_map<const void*, int>;
+  [[nodiscard]] static int _find(const Index& index, const void* object) {
+    const auto found = index.find(object);
+    return found == index.end() ? kNone : found->second;
+  }
+
+  bool _collectModels(KFbxNode* root);
+  bool _addModel(KFbxNode* node, int parent);
+  int _addAttribute(KFbxNodeAttribute* attribute, int model);
+  void _collectMaterials(bool with_textures);
+  void _addTexture(KFbxTexture* texture);
+  bool _collectDeformers(bool with_shapes);
+  bool _addSkin(const KFbxSkin& skin, int attribute);
+  bool _addBlendShape(const KFbxBlendShape& blend_shape, int attribute, FbxUniqueNames* names);
+  void _nameObjects71();
+  void _nameObjects61();
+  void _numberObjects();
+
+  Index _models;
+  Index _attributes;
+  Index _materials;
+  Index _textures;
+  Index _videos;
+};

@@ -1,0 +1,78 @@
+#include "kfbxexporter.h"
+
+#include <string>
+#include <string_view>
+
+#include "btassert.h"
+#include "btexcept.h"
+#include "fbxbinaryencoder.h"
+#include "fbxdocument.h"
+#include "fbxoutputfile.h"
+#include "fbxscenecontent.h"
+
+bool KFbxExporter::Initialize(const char* file_name, int format, KFbxIOSettings* settings) {
+  const KFbxIOPluginRegistry& registry = *GetFbxSdkManager()->GetIOPluginRegistry();
+  _format = -1;
+  if (file_name == nullptr || *file_name == '\0') return _fail("No file name is given.");
+  if (format < 0 || format >= registry.GetWriterFormatCount()) {
+    return _fail(BtFormat("There is no file format %d.", format));
+  }
+  const FbxKind kind = registry.WriterKind(format);
+  if (kind != FbxKind::eBinary) {
+    return _fail(BtFormat("Files of the format \"%s\" cannot be written.",
+                          registry.GetWriterFormatDescription(format)));
+  }
+  _file_name = file_name;
+  _format = format;
+  _version = registry.GetWritableVersions(format)[0];
+  _settings = settings == nullptr ? &_own_settings : settings;
+  return true;
+}
+
+bool KFbxExporter::SetFileExportVersion(const char* version, ERenamingMode renaming) {
+  if (_format < 0) return _fail("The exporter has no file format yet.");
+  if (renaming != eFBX_TO_FBX) return _fail("The renaming mode is not known.");
+  const KFbxIOPluginRegistry& registry = *GetFbxSdkManager()->GetIOPluginRegistry();
+  const std::string_view wanted = version == nullptr ? "" : version;
+  for (const char* const* known = registry.GetWritableVersions(_format); *known != nullptr;
+       ++known) {
+    if (wanted != *known) continue;
+    _version = *known;
+    return true;
+  }
+  return _fail(BtFormat("The format \"%s\" has no version \"%s\".",
+                        registry.GetWriterFormatDescription(_format), wanted.data()));
+}
+
+bool KFbxExporter::Export(KFbxScene* scene) {
+  BtAssert(scene);
+  if (_format < 0) {
+    theExceptObj.set("The exporter has no file format yet.");
+    return _fail(theExceptObj.exception().message());
+  }
+  const KFbxIOPluginRegistry& registry = *GetFbxSdkManager()->GetIOPluginRegistry();
+  const FbxFamily family = registry.WriterFamily(_format);
+  const std::string file_name(_file_name.view());
+  FbxSceneContent content;
+  FbxOutputFile file;
+  if (!content.collect(scene, *_settings, family) || !file.open(file_name)) {
+    return _fail(theExceptObj.exception().message());
+  }
+  const FbxDocumentSource source = {scene, &content, FbxCreationTime::Current(),
+                                    _settings->GetBoolProp(EXP_FBX_EMBEDDED, false)};
+  const bool is_71 = family == FbxFamily::e71;
+  FbxBinaryEncoder encoder(&file, is_71 ? FbxDocument71::kVersion : FbxDocument61::kVersion,
+                           source.creation_time);
+  if (is_71) {
+    FbxDocument71(&encoder, source).write();
+  } else {
+    FbxDocument61(&encoder, source).write();
+  }
+  if (file.commit()) return true;
+  return _fail(theExceptObj.exception().message());
+}
+
+bool KFbxExporter::_fail(const BtStr& message) {
+  _last_error = message;
+  return false;
+}

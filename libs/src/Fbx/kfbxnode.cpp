@@ -1,0 +1,101 @@
+#include "kfbxnode.h"
+
+#include <algorithm>
+#include <memory>
+
+#include "btassert.h"
+#include "kfbxmesh.h"
+#include "kfbxscene.h"
+#include "kfbxsdkmanager.h"
+
+void KFbxTransformProperty::Set(const KFbxVector4& value) {
+  _value = value;
+  _node->_forgetGlobal();
+}
+
+KFbxNode* KFbxNode::Create(KFbxSdkManager* manager, const char* name) {
+  return manager->Adopt(std::unique_ptr<KFbxNode>(new KFbxNode(manager, name)));
+}
+
+KFbxNode* KFbxNode::Create(KFbxScene* scene, const char* name) {
+  KFbxNode* node = Create(scene->GetFbxSdkManager(), name);
+  scene->_nodes_by_name.emplace(node->GetName(), node);
+  return node;
+}
+
+void KFbxNode::SetRotationActive(bool active) {
+  _rotation_active = active;
+  _forgetGlobal();
+}
+
+void KFbxNode::SetRotationOrder(EPivotSet /*set*/, ERotationOrder order) {
+  _rotation_order = order;
+  _forgetGlobal();
+}
+
+void KFbxNode::SetPreRotation(EPivotSet /*set*/, const KFbxVector4& degrees) {
+  _pre_rotation = degrees;
+  _forgetGlobal();
+}
+
+KFbxXMatrix KFbxNode::LocalTransform() const {
+  const KFbxXMatrix scaling = KFbxXMatrix::Scaling(LclScaling.Get());
+  const KFbxXMatrix translation = KFbxXMatrix::Translation(LclTranslation.Get());
+  if (!_rotation_active) {
+    return translation * KFbxXMatrix::Rotation(LclRotation.Get()) * scaling;
+  }
+  return translation * KFbxXMatrix::Rotation(_pre_rotation) *
+         KFbxXMatrix::Rotation(LclRotation.Get(), _rotation_order) * scaling;
+}
+
+KFbxMesh* KFbxNode::GetMesh() const {
+  const bool is_mesh =
+      _attribute != nullptr && _attribute->GetAttributeType() == KFbxNodeAttribute::eMESH;
+  return is_mesh ? static_cast<KFbxMesh*>(_attribute) : nullptr;
+}
+
+bool KFbxNode::AddChild(KFbxNode* child) {
+  if (child == nullptr || child == this) return false;
+  // A node without children has nothing below it; this spares most calls the way up.
+  if (!child->_children.empty()) {
+    for (const KFbxNode* node = _parent; node != nullptr; node = node->_parent) {
+      if (node == child) return false;
+    }
+  }
+  if (child->_parent != nullptr) std::erase(child->_parent->_children, child);
+  child->_forgetGlobal();
+  child->_parent = this;
+  _children.push_back(child);
+  return true;
+}
+
+KFbxNode* KFbxNode::GetChild(int i) const {
+  BtAssert(i >= 0 && i < GetChildCount());
+  return _children[static_cast<std::size_t>(i)];
+}
+
+int KFbxNode::AddMaterial(KFbxSurfacePhong* material) {
+  BtAssert(material);
+  const auto [found, is_new] = _material_index.emplace(material, GetMaterialCount());
+  if (is_new) _materials.push_back(material);
+  return found->second;
+}
+
+KFbxSurfacePhong* KFbxNode::GetMaterial(int i) const {
+  BtAssert(i >= 0 && i < GetMaterialCount());
+  return _materials[static_cast<std::size_t>(i)];
+}
+
+void KFbxNode::_forgetGlobal() {
+  // Nothing below a node without a global transform has one.
+  if (!_global) return;
+  std::vector<KFbxNode*> waiting = {this};
+  while (!waiting.empty()) {
+    KFbxNode* node = waiting.back();
+    waiting.pop_back();
+    node->_global.reset();
+    for (KFbxNode* child : node->_children) {
+      if (child->_global) waiting.push_back(child);
+    }
+  }
+}

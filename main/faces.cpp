@@ -1,0 +1,160 @@
+#include "faces.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <unordered_map>
+#include <utility>
+
+#include "bamdbody.h"
+#include "bamdgeometry.h"
+#include "bamdmaterialgroup.h"
+#include "bamdvertices.h"
+#include "bamodeldata.h"
+
+namespace {
+
+// A corner of a face: 0-based indices; a coordinate below 0 means that there is none.
+struct Corner {
+  int vertex;
+  int coord;
+};
+
+Corner CornerOf(int vertex) { return {vertex - 1, -1}; }
+Corner CornerOf(const BaMDTexturedCorner& corner) { return {corner.vertex - 1, corner.coord - 1}; }
+
+bool IsTextured(const BaMDGeometry& geometry) {
+  return std::any_of(geometry.materialGroups().begin(), geometry.materialGroups().end(),
+                     [](const BaMDMaterialGroup* group) {
+                       return group->texturedPolygons().count() > 0 ||
+                              group->texturedTriangleStrips().count() > 0;
+                     });
+}
+
+class Gatherer {
+ public:
+  Gatherer(const BaModelData& model_data, float scale_factor, bool textured)
+      : _model_data(model_data), _scale(static_cast<double>(scale_factor)), _textured(textured) {}
+
+  void addGeometry(const BaMDGeometry& geometry, int body, const KFbxXMatrix& to_mesh) {
+    const BaMDVertices* vertices = _model_data.vertexSetByName(geometry.verticesName());
+    if (vertices == nullptr || !geometry.hasPolygons()) return;  // bones only
+    _first_point = static_cast<int>(_faces.pointCount());
+    _first_uv = static_cast<int>(_faces.uvs.size() / 2);
+    _faces.parts.push_back({body, vertices, _first_point});
+    addPoints(*vertices, to_mesh);
+    for (const BaTextureCoords& coords : geometry.textureCoords()) {
+      _faces.uvs.push_back(static_cast<double>(coords.u));
+      _faces.uvs.push_back(static_cast<double>(coords.v));
+    }
+    for (const BaMDMaterialGroup* group : geometry.materialGroups()) addGroup(*group);
+  }
+
+  Faces take() { return std::move(_faces); }
+
+ private:
+  void addPoints(const BaMDVertices& vertices, const KFbxXMatrix& to_mesh) {
+    for (const BaMDPoint& p : vertices.coordinates()) {
+      const std::array<double, 3> scaled = {static_cast<double>(p.x) * _scale,
+                                            static_cast<double>(p.y) * _scale,
+                                            static_cast<double>(p.z) * _scale};
+      for (int column = 0; column < 3; ++column) {
+        double sum = to_mesh.Get(3, column);
+        for (int row = 0; row < 3; ++row) {
+          sum += scaled[static_cast<std::size_t>(row)] * to_mesh.Get(row, column);
+        }
+        _faces.points.push_back(sum);
+      }
+    }
+  }
+
+  void addGroup(const BaMDMaterialGroup& group) {
+    _material = -1;
+    _material_name = group.material();
+    addPolygons(group.polygons());
+    addPolygons(group.texturedPolygons());
+    addStrips(group.triangleStrips());
+    addStrips(group.texturedTriangleStrips());
+  }
+
+  template <class Lists>
+  void addPolygons(const Lists& polygons) {
+    for (int i = 0; i < polygons.count(); ++i) {
+      const auto polygon = polygons[i];
+      if (polygon.size() < 3) continue;
+      for (const auto& corner : polygon) addCorner(CornerOf(corner));
+      endFace();
+    }
+  }
+
+  // Every second triangle of a strip runs the other way round.
+  template <class Lists>
+  void addStrips(const Lists& strips) {
+    for (int i = 0; i < strips.count(); ++i) {
+      const auto strip = strips[i];
+      for (std::size_t k = 2; k < strip.size(); ++k) {
+        const std::size_t odd = k % 2;
+        addTriangle(
+            {CornerOf(strip[k - 2 + odd]), CornerOf(strip[k - 1 - odd]), CornerOf(strip[k])});
+      }
+    }
+  }
+
+  void addTriangle(const std::array<Corner, 3>& t) {
+    if (t[0].vertex == t[1].vertex || t[1].vertex == t[2].vertex || t[2].vertex == t[0].vertex) {
+      return;
+    }
+    for (const Corner& corner : t) addCorner(corner);
+    endFace();
+  }
+
+  void addCorner(const Corner& corner) {
+    _faces.corners.push_back(_first_point + corner.vertex);
+    if (_textured) {
+      _faces.corner_uvs.push_back(corner.coord < 0 ? -1 : _first_uv + corner.coord);
+    }
+  }
+
+  void endFace() {
+    _faces.corners.back() = -_faces.corners.back() - 1;
+    if (_material < 0) _material = materialIndex();
+    _faces.face_materials.push_back(_material);
+  }
+
+  // The mesh's index of the current group's material, which is entered on its first face.
+  int materialIndex() {
+    const auto [entry, is_new] =
+        _material_indices.try_emplace(_material_name, static_cast<int>(_faces.materials.size()));
+    if (is_new) _faces.materials.push_back(_material_name);
+    return entry->second;
+  }
+
+  const BaModelData& _model_data;
+  double _scale;
+  bool _textured;
+  Faces _faces;
+  int _first_point = 0;  // of the geometry at hand
+  int _first_uv = 0;     // of the geometry at hand
+  int _material = -1;    // of the group at hand; -1 until it makes a face
+  const char* _material_name = nullptr;
+  std::unordered_map<std::string_view, int> _material_indices;
+};
+
+}  // namespace
+
+Faces GatherFaces(const BaModelData& model_data, const std::vector<MeshBody>& bodies,
+                  float scale_factor) {
+  bool textured = false;
+  for (const MeshBody& body : bodies) {
+    for (const BaMDGeometry* geometry : model_data.geometriesOf(body.body->name())) {
+      textured = textured || IsTextured(*geometry);
+    }
+  }
+  Gatherer gatherer(model_data, scale_factor, textured);
+  for (std::size_t i = 0; i < bodies.size(); ++i) {
+    for (const BaMDGeometry* geometry : model_data.geometriesOf(bodies[i].body->name())) {
+      gatherer.addGeometry(*geometry, static_cast<int>(i), bodies[i].to_mesh);
+    }
+  }
+  return gatherer.take();
+}

@@ -1,0 +1,122 @@
+#include "mesh.h"
+
+#include <unordered_map>
+#include <utility>
+
+#include "bamdbody.h"
+#include "bamdgeometry.h"
+#include "bamodeldata.h"
+#include "blendshape.h"
+#include "btassert.h"
+#include "kfbxmesh.h"
+#include "kfbxnode.h"
+#include "kfbxscene.h"
+#include "material.h"
+#include "normals.h"
+#include "skin.h"
+
+namespace {
+
+// The body's ancestor that hangs under the world.
+const BaMDBody& TopOf(const BaModelData& model_data, const BaMDBody& body) {
+  const BaMDBody* top = &body;
+  while (!top->isTopLevel()) top = model_data.bodyByName(top->parentName());
+  return *top;
+}
+
+}  // namespace
+
+bool BodyHasPolys(const BaModelData& model_data, const BaMDBody& body) {
+  for (const BaMDGeometry* geo : model_data.geometriesOf(body.name())) {
+    BtAssert(geo);
+    if (geo->hasPolygons()) return true;
+  }
+  return false;
+}
+
+MeshBuilder::MeshBuilder(KFbxScene* scene, const BaModelData& model_data, float scale_factor,
+                         SceneMaterials* materials)
+    : _scene(scene), _model_data(model_data), _scale_factor(scale_factor), _materials(materials) {}
+
+KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* node,
+                                                bool whole_chain) {
+  const std::vector<MeshBody> bodies =
+      whole_chain ? chainBelow(body, node) : std::vector<MeshBody>{{&body, KFbxXMatrix()}};
+  Faces faces = GatherFaces(_model_data, bodies, _scale_factor);
+
+  KFbxNode* mesh_node = KFbxNode::Create(_scene, body.name() + "_mesh");
+  KFbxMesh* mesh = KFbxMesh::Create(_scene, body.name() + "_mesh");
+  mesh_node->SetNodeAttribute(mesh);
+  for (const char* name : faces.materials) mesh_node->AddMaterial(_materials->material(name));
+  setNormals(mesh, body, faces, whole_chain);
+  AddSkin(_scene, mesh, node, bodies, faces);
+  AddBlendShapes(_scene, mesh, _model_data, bodies, faces, _scale_factor);
+
+  mesh->GetControlPoints() = std::move(faces.points);
+  mesh->SetPolygons(std::move(faces.corners), std::move(faces.face_materials));
+  if (!faces.corner_uvs.empty()) {
+    mesh->SetUVs(SceneMaterials::kUvSet, std::move(faces.uvs), std::move(faces.corner_uvs));
+  }
+  return mesh_node;
+}
+
+// The bodies of a chain, parents first, each with the transform from its rest place into that of
+// the chain's top.
+std::vector<MeshBody> MeshBuilder::chainBelow(const BaMDBody& top, KFbxNode* top_node) const {
+  KFbxSceneEvaluator* evaluator = _scene->GetEvaluator();
+  const KFbxXMatrix from_world = evaluator->GetNodeGlobalTransform(top_node).Inverse();
+  std::vector<MeshBody> bodies;
+  std::vector<const BaMDBody*> waiting = {&top};
+  while (!waiting.empty()) {
+    const BaMDBody* body = waiting.back();
+    waiting.pop_back();
+    if (body == &top) {
+      bodies.push_back({body, KFbxXMatrix()});
+    } else {
+      KFbxNode* node = _scene->FindNodeByName(body->name());
+      bodies.push_back({body, from_world * evaluator->GetNodeGlobalTransform(node)});
+    }
+    const std::vector<BaMDBody*>& children = _model_data.childBodies(body->name());
+    waiting.insert(waiting.end(), children.rbegin(), children.rend());
+  }
+  return bodies;
+}
+
+void MeshBuilder::setNormals(KFbxMesh* mesh, const BaMDBody& body, const Faces& faces,
+                             bool whole_chain) {
+  if (!_model_data.combineVertexNormals()) {
+    mesh->SetNormals(KFbxMesh::eBY_POLYGON_VERTEX, FlatNormals(faces), FacePerCorner(faces));
+  } else if (whole_chain) {
+    mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, SmoothNormals(faces));
+  } else {
+    mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, bodyNormals(body, faces.pointCount()));
+  }
+}
+
+// The normals of a body that is a mesh of its own, taken from those of its whole chain: its
+// neighbours count where bodies meet.
+std::vector<double> MeshBuilder::bodyNormals(const BaMDBody& body, std::size_t count) {
+  if (!_chain.to_top.contains(&body)) computeChain(TopOf(_model_data, body));
+  const KFbxXMatrix& to_top = _chain.to_top.at(&body);
+  const double* source = _chain.normals.data() + 3 * _chain.first_point.at(&body);
+  std::vector<double> normals(3 * count);
+  for (std::size_t i = 0; i < normals.size(); ++i) {
+    // Turned back by the transposed rotation.
+    const int axis = static_cast<int>(i % 3);
+    const double* normal = source + (i - i % 3);
+    for (int k = 0; k < 3; ++k) normals[i] += normal[k] * to_top.Get(axis, k);
+  }
+  return normals;
+}
+
+void MeshBuilder::computeChain(const BaMDBody& top) {
+  _chain = {};
+  const std::vector<MeshBody> bodies = chainBelow(top, _scene->FindNodeByName(top.name()));
+  const Faces faces = GatherFaces(_model_data, bodies, _scale_factor);
+  _chain.normals = SmoothNormals(faces);
+  for (const Faces::Part& part : faces.parts) {
+    const MeshBody& body = bodies[static_cast<std::size_t>(part.body)];
+    _chain.first_point.try_emplace(body.body, static_cast<std::size_t>(part.first_point));
+    _chain.to_top.try_emplace(body.body, body.to_mesh);
+  }
+}

@@ -1,0 +1,49 @@
+// Meshes of the scene: of one body, or of a body and everything below it.
+#pragma once
+
+#include <unordered_map>
+#include <vector>
+
+#include "faces.h"
+
+class BaMDBody;
+class BaModelData;
+class KFbxMesh;
+class KFbxNode;
+class KFbxScene;
+class SceneMaterials;
+
+// Whether any geometry of the body holds polygons.
+bool BodyHasPolys(const BaModelData& model_data, const BaMDBody& body);
+
+// Builds the mesh nodes of one scene. The skeleton nodes must stand already: a mesh takes the rest
+// transforms of its bodies from them, so that mesh, skeleton and bind pose agree to the last bit.
+class MeshBuilder {
+ public:
+  MeshBuilder(KFbxScene* scene, const BaModelData& model_data, float scale_factor,
+              SceneMaterials* materials);
+
+  // A new node, named after the body with "_mesh" appended, for the caller to hang under `node`,
+  // the body's own. It carries the geometry of the body alone, or of the body and all its
+  // descendants when `whole_chain` is set, in the space of `node`.
+  KFbxNode* createSingleMeshGeometry(const BaMDBody& body, KFbxNode* node, bool whole_chain);
+
+ private:
+  // The normals of a whole chain, and where each of its bodies finds its own.
+  struct Chain {
+    std::vector<double> normals;  // x y z per control point, in the top body's space
+    std::unordered_map<const BaMDBody*, std::size_t> first_point;
+    std::unordered_map<const BaMDBody*, KFbxXMatrix> to_top;
+  };
+
+  std::vector<MeshBody> chainBelow(const BaMDBody& top, KFbxNode* top_node) const;
+  void setNormals(KFbxMesh* mesh, const BaMDBody& body, const Faces& faces, bool whole_chain);
+  std::vector<double> bodyNormals(const BaMDBody& body, std::size_t count);
+  void computeChain(const BaMDBody& top);
+
+  KFbxScene* _scene;
+  const BaModelData& _model_data;
+  float _scale_factor;
+  SceneMaterials* _materials;
+  Chain _chain;  // computed last: bodies of one chain come one after the other
+};

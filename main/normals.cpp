@@ -1,0 +1,218 @@
+#include "normals.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+#include "faces.h"
+
+namespace {
+
+using Vector = std::array<double, 3>;
+
+// Points that lie closer than this part of the mesh's diagonal coincide: positions that two bodies
+// share are rounded in each body's own space.
+constexpr double kCoincidence = 1e-5;
+// Edge of the search grid's cells in units of the coincidence distance.
+constexpr double kCellSize = 64.0;
+
+Vector PointAt(const std::vector<double>& points, std::size_t i) {
+  return {points[3 * i], points[3 * i + 1], points[3 * i + 2]};
+}
+
+void AddTo(std::vector<double>* sums, std::size_t i, const Vector& v) {
+  for (std::size_t k = 0; k < 3; ++k) (*sums)[3 * i + k] += v[k];
+}
+
+std::size_t PointOfCorner(std::int32_t corner) {
+  return static_cast<std::size_t>(corner < 0 ? -(corner + 1) : corner);
+}
+
+// Makes unit vectors of all; a vector without direction points up.
+void Normalize(std::vector<double>* vectors) {
+  for (std::size_t i = 0; i < vectors->size(); i += 3) {
+    double* v = vectors->data() + i;
+    const double length = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
+    if (length > 0.0 && std::isfinite(length)) {
+      for (int k = 0; k < 3; ++k) v[k] /= length;
+    } else {
+      v[0] = v[2] = 0.0;
+      v[1] = 1.0;
+    }
+  }
+}
+
+// Twice the area vector of the face whose corners are [first, last): the sum of cross products
+// around its first corner, right for concave faces too.
+Vector AreaVector(const Faces& faces, std::size_t first, std::size_t last) {
+  const Vector origin = PointAt(faces.points, PointOfCorner(faces.corners[first]));
+  Vector sum = {};
+  Vector before = {};
+  for (std::size_t i = first + 1; i < last; ++i) {
+    Vector edge = PointAt(faces.points, PointOfCorner(faces.corners[i]));
+    for (std::size_t k = 0; k < 3; ++k) edge[k] -= origin[k];
+    sum[0] += before[1] * edge[2] - before[2] * edge[1];
+    sum[1] += before[2] * edge[0] - before[0] * edge[2];
+    sum[2] += before[0] * edge[1] - before[1] * edge[0];
+    before = edge;
+  }
+  return sum;
+}
+
+// Calls visit(first corner, last corner + 1) for every face in order.
+template <class Visit>
+void ForEachFace(const Faces& faces, Visit visit) {
+  std::size_t first = 0;
+  for (std::size_t i = 0; i < faces.corners.size(); ++i) {
+    if (faces.corners[i] >= 0) continue;
+    visit(first, i + 1);
+    first = i + 1;
+  }
+}
+
+// Finds for each point the first point that coincides with it. A grid holds the points that stand
+// for others; each stands in one cell and is searched for in all cells within reach.
+class CoincidentPoints {
+ public:
+  explicit CoincidentPoints(const std::vector<double>& points)
+      : _points(points), _count(points.size() / 3) {
+    std::size_t buckets = 16;
+    while (buckets < 2 * _count) buckets *= 2;
+    _buckets.assign(buckets, kNone);
+    _next.assign(_count, kNone);
+    measure();
+  }
+
+  std::vector<std::uint32_t> firstOfEach() {
+    std::vector<std::uint32_t> first(_count);
+    for (std::size_t i = 0; i < _count; ++i) {
+      const Vector point = PointAt(_points, i);
+      std::uint32_t found = find(point);
+      if (found == kNone) {
+        found = static_cast<std::uint32_t>(i);
+        insert(found, point);
+      }
+      first[i] = found;
+    }
+    return first;
+  }
+
+ private:
+  static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+
+  // Sets the corner that cells count from and the distance within which points coincide.
+  void measure() {
+    double square = 0.0;
+    for (std::size_t k = 0; k < 3; ++k) {
+      double low = std::numeric_limits<double>::max();
+      double high = std::numeric_limits<double>::lowest();
+      for (std::size_t i = k; i < _points.size(); i += 3) {
+        low = std::min(low, _points[i]);
+        high = std::max(high, _points[i]);
+      }
+      _low[k] = low;
+      if (high > low) square += (high - low) * (high - low);
+    }
+    _distance = kCoincidence * std::sqrt(square);
+  }
+
+  // The cell of a coordinate on axis k; the whole mesh spans less than two thousand of them.
+  [[nodiscard]] int cell(double coordinate, std::size_t k) const {
+    if (_distance <= 0.0) return 0;
+    return static_cast<int>(std::floor((coordinate - _low[k]) / (_distance * kCellSize)));
+  }
+
+  [[nodiscard]] std::uint32_t& bucket(int x, int y, int z) {
+    std::uint64_t hash = 0;
+    for (const int c : {x, y, z}) {
+      hash = (hash ^ static_cast<std::uint64_t>(c)) * 0x9E3779B97F4A7C15U;
+      hash ^= hash >> 29U;
+    }
+    return _buckets[hash & (_buckets.size() - 1)];
+  }
+
+  void insert(std::uint32_t i, const Vector& p) {
+    std::uint32_t& head = bucket(cell(p[0], 0), cell(p[1], 1), cell(p[2], 2));
+    _next[i] = head;
+    head = i;
+  }
+
+  [[nodiscard]] std::uint32_t find(const Vector& p) {
+    std::uint32_t best = kNone;
+    const auto low = [&](std::size_t k) { return cell(p[k] - _distance, k); };
+    const auto high = [&](std::size_t k) { return cell(p[k] + _distance, k); };
+    for (int x = low(0); x <= high(0); ++x) {
+      for (int y = low(1); y <= high(1); ++y) {
+        for (int z = low(2); z <= high(2); ++z) {
+          for (std::uint32_t i = bucket(x, y, z); i != kNone; i = _next[i]) {
+            if (i < best && near(PointAt(_points, i), p)) best = i;
+          }
+        }
+      }
+    }
+    return best;
+  }
+
+  [[nodiscard]] bool near(const Vector& a, const Vector& b) const {
+    return std::fabs(a[0] - b[0]) <= _distance && std::fabs(a[1] - b[1]) <= _distance &&
+           std::fabs(a[2] - b[2]) <= _distance;
+  }
+
+  const std::vector<double>& _points;
+  std::size_t _count;
+  Vector _low = {};
+  double _distance = 0.0;
+  std::vector<std::uint32_t> _buckets;  // first point of each cell's chain
+  std::vector<std::uint32_t> _next;     // next point of the same chain
+};
+
+// Every point gets the sum of all points that coincide with it.
+void ShareSums(const Faces& faces, std::vector<double>* sums) {
+  const std::vector<std::uint32_t> first = CoincidentPoints(faces.points).firstOfEach();
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    if (first[i] != i) AddTo(sums, first[i], PointAt(*sums, i));
+  }
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    std::copy_n(sums->begin() + 3 * static_cast<std::ptrdiff_t>(first[i]), 3,
+                sums->begin() + 3 * static_cast<std::ptrdiff_t>(i));
+  }
+}
+
+}  // namespace
+
+std::vector<double> SmoothNormals(const Faces& faces) {
+  std::vector<double> normals(faces.points.size(), 0.0);
+  ForEachFace(faces, [&](std::size_t first, std::size_t last) {
+    const Vector area = AreaVector(faces, first, last);
+    for (std::size_t i = first; i < last; ++i) {
+      AddTo(&normals, PointOfCorner(faces.corners[i]), area);
+    }
+  });
+  // The points of one part are already welded.
+  if (faces.parts.size() > 1) ShareSums(faces, &normals);
+  Normalize(&normals);
+  return normals;
+}
+
+std::vector<double> FlatNormals(const Faces& faces) {
+  std::vector<double> normals;
+  normals.reserve(3 * faces.faceCount());
+  ForEachFace(faces, [&](std::size_t first, std::size_t last) {
+    const Vector area = AreaVector(faces, first, last);
+    normals.insert(normals.end(), area.begin(), area.end());
+  });
+  Normalize(&normals);
+  return normals;
+}
+
+std::vector<std::int32_t> FacePerCorner(const Faces& faces) {
+  std::vector<std::int32_t> face_of_corner;
+  face_of_corner.reserve(faces.corners.size());
+  std::int32_t face = 0;
+  for (const std::int32_t corner : faces.corners) {
+    face_of_corner.push_back(face);
+    if (corner < 0) ++face;
+  }
+  return face_of_corner;
+}

@@ -1,0 +1,22 @@
+// The command line: what the user asks for.
+#pragma once
+
+#include <iosfwd>
+
+#include "btstr.h"
+
+// What one run is to do.
+struct Settings {
+  float scale_factor = 2.54F;  // multiplies every length; the default turns inches into centimetres
+  bool mesh_per_body = false;  // one mesh per body instead of one per chain
+  BtStr mb_version = "2011";   // the MotionBuilder release whose file version is written
+  BtStr model_file;
+  BtStr dof_file;
+  BtStr fbx_file;
+};
+
+// Reads the arguments behind the program's name. Options come first, then exactly three file names.
+// A fault is printed on standard error in one line, and the answer is false.
+bool ParseOptions(int argc, char** argv, Settings* settings);
+
+void PrintUsage(std::ostream& os);

@@ -1,0 +1,27 @@
+// Picture files of textures: where they lie, and what they are called in the scene.
+#pragma once
+
+#include <string>
+#include <unordered_map>
+
+#include "btstr.h"
+
+// The readable file that a texture name means, null when there is none. The name is tried as it
+// stands (relative names in `directory`); of a Windows path also with slashes, and its last
+// component alone.
+BtStr FindPicture(const BtStr& directory, const BtStr& name);
+
+// Whether readers can look for the picture beside the scene's file under this name.
+bool IsRelativePicture(const BtStr& name);
+
+// Gives files names that differ in their last component: readers unpack embedded pictures under it.
+class PictureNames {
+ public:
+  // The name itself, or one with a number before its extension where its last component is taken.
+  BtStr unique(const BtStr& name);
+
+ private:
+  // Last components in use and the highest number tried behind each. They are in lower case, since
+  // the file systems of some readers ignore case. Nodes of the map keep their place.
+  std::unordered_map<std::string, int> _last_number;
+};

@@ -1,0 +1,165 @@
+#include "skeleton.h"
+
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "babodymap.h"
+#include "bamapping.h"
+#include "bamdbody.h"
+#include "bamodeldata.h"
+#include "btangles.h"
+#include "btcoordsys.h"
+#include "kfbxpose.h"
+#include "kfbxscene.h"
+#include "kfbxskeleton.h"
+#include "mesh.h"
+
+namespace {
+
+constexpr const char* kWorld = BaMDBody::kWorldName;
+
+// Transform ids of the rotations about X, Y and Z are 4, 5 and 6.
+constexpr int kFirstRotationId = 4;
+constexpr int kTransforms = 6;
+
+// Indexed by the file's rotation order value.
+constexpr std::string_view kRotationOrders[] = {"XYZ", "XZY", "YZX", "YXZ", "ZXY", "ZYX"};
+
+// Translation and rotation of a body against its parent, as its node holds them.
+struct Placement {
+  float translation[3];  // unscaled
+  float rotation[3];     // degrees about X, Y and Z
+};
+
+Placement PlacementOf(const BaModelData& model_data, const BaMDBody& body) {
+  constexpr float kDegreesPerRadian = 57.29578F;
+  constexpr int kSequence[3] = {3, 2, 1};
+  BtCoordSystem coord_system;
+  model_data.getCoordSystem(body, &coord_system);
+  float angles[3];
+  BtGetDecomposedRotationMatrix(angles, kSequence, coord_system.rotation());
+  Placement placement = {};
+  for (int axis = 0; axis < 3; ++axis) {
+    placement.translation[axis] = coord_system.origin()[static_cast<std::size_t>(axis)];
+    placement.rotation[axis] = angles[axis] * kDegreesPerRadian;
+  }
+  return placement;
+}
+
+KFbxNode* CreateNode(KFbxScene* scene, const BaModelData& model_data, const BaMDBody& body,
+                     const BaUnlockedMapping& mapping, float scale_factor) {
+  KFbxSkeleton* skel_attribute = KFbxSkeleton::Create(scene, body.name());
+  BtAssert(skel_attribute);
+  skel_attribute->SetSkeletonType(KFbxSkeleton::eLIMB_NODE);
+  KFbxNode* skel_node = KFbxNode::Create(scene, body.name());
+  BtAssert(skel_node);
+  skel_node->SetNodeAttribute(skel_attribute);
+
+  const Placement placement = PlacementOf(model_data, body);
+  const float* t = placement.translation;
+  const float* r = placement.rotation;
+  skel_node->LclTranslation.Set(
+      KFbxVector4(t[0] * scale_factor, t[1] * scale_factor, t[2] * scale_factor, 1.0));
+  skel_node->SetRotationActive(true);
+  skel_node->SetRotationOrder(KFbxNode::eSOURCE_SET, GetRotationOrder(body, mapping));
+  skel_node->SetPreRotation(KFbxNode::eSOURCE_SET, KFbxVector4(r[0], r[1], r[2], 1.0));
+  return skel_node;
+}
+
+// A body whose children are being built. Chains may be long, so this stack stands for recursion.
+struct Level {
+  const BaMDBody* body;
+  KFbxNode* node;
+  const std::vector<BaMDBody*>* children;
+  std::size_t next_child;
+  bool has_geometry;
+};
+
+// Decides, once a body's subtree is built, whether the body gets a mesh.
+void AddGeoBody(const Level& level, bool has_polys, bool mesh_per_body, GeoBodies* geo_bodies) {
+  BtAssert(geo_bodies, "geo_bodies_ptr");
+  if (mesh_per_body ? has_polys : level.body->isTopLevel()) geo_bodies->append(level.body);
+}
+
+}  // namespace
+
+void CreateSkeletons(KFbxScene* scene, const BaModelData& model_data,
+                     const BaUnlockedMapping& mapping, float scale_factor, bool mesh_per_body,
+                     SceneMaterials* materials) {
+  GeoBodies geo_bodies;
+  bool has_geometry = false;
+  CreateChildSkeletonNodes(model_data, kWorld, &geo_bodies, &has_geometry, scene, mapping,
+                           scale_factor, scene->GetRootNode(), mesh_per_body);
+  MeshBuilder meshes(scene, model_data, scale_factor, materials);
+  for (const BaMDBody* geo_body : geo_bodies) {
+    BtAssert(geo_body, "geo_body_ptr");
+    KFbxNode* node =
+        geo_body->name() == kWorld ? scene->GetRootNode() : scene->FindNodeByName(geo_body->name());
+    node->AddChild(meshes.createSingleMeshGeometry(*geo_body, node, !mesh_per_body));
+  }
+  StoreBindPose(scene, scene->GetRootNode(), "BindPose");
+}
+
+void CreateChildSkeletonNodes(const BaModelData& model_data, const BtStr& parent_name,
+                              GeoBodies* geo_bodies, bool* has_geometry, KFbxScene* scene,
+                              const BaUnlockedMapping& mapping, float scale_factor,
+                              KFbxNode* parent_node, bool mesh_per_body) {
+  std::vector<Level> levels = {
+      {nullptr, parent_node, &model_data.childBodies(parent_name), 0, false}};
+  while (true) {
+    Level& level = levels.back();
+    if (level.next_child < level.children->size()) {
+      const BaMDBody* body = (*level.children)[level.next_child++];
+      if (body == nullptr) continue;
+      KFbxNode* child_node = CreateNode(scene, model_data, *body, mapping, scale_factor);
+      BtAssert(child_node);
+      level.node->AddChild(child_node);
+      levels.push_back({body, child_node, &model_data.childBodies(body->name()), 0, false});
+      continue;
+    }
+    if (levels.size() == 1) break;
+    const bool has_polys = BodyHasPolys(model_data, *level.body);
+    const bool chain_has_polys = has_polys || level.has_geometry;
+    if (chain_has_polys) AddGeoBody(level, has_polys, mesh_per_body, geo_bodies);
+    levels.pop_back();
+    levels.back().has_geometry |= chain_has_polys;
+  }
+  *has_geometry = levels.back().has_geometry;
+}
+
+KFbxNode::ERotationOrder GetRotationOrder(const BaMDBody& body, const BaUnlockedMapping& mapping) {
+  const BaUnlockedBodyMap* body_map = mapping.bodyMap(body.id());
+  if (body_map == nullptr) return KFbxNode::ERotationOrder{};
+  std::string order_str;
+  for (int position = 0; position < kTransforms; ++position) {
+    const int axis = body_map->transformId(position) - kFirstRotationId;
+    if (axis >= 0) order_str.insert(0, 1, static_cast<char>('X' + axis));
+  }
+  const auto* order = std::find(std::begin(kRotationOrders), std::end(kRotationOrders), order_str);
+  BtAssert(order != std::end(kRotationOrders), "order_str==\"ZYX\"");
+  return static_cast<KFbxNode::ERotationOrder>(order - std::begin(kRotationOrders));
+}
+
+void StoreBindPose(KFbxScene* scene, KFbxNode* start, const char* pose_name) {
+  KFbxPose* pose = nullptr;
+  for (int i = 0; i < scene->GetPoseCount() && pose == nullptr; ++i) {
+    if (BtStr(scene->GetPose(i)->GetName()) == pose_name) pose = scene->GetPose(i);
+  }
+  const bool is_new = pose == nullptr;
+  if (is_new) {
+    pose = KFbxPose::Create(scene, pose_name);
+    pose->SetIsBindPose(true);
+  }
+  std::vector<KFbxNode*> waiting = {start};
+  while (!waiting.empty()) {
+    KFbxNode* node = waiting.back();
+    waiting.pop_back();
+    const KFbxXMatrix& global = scene->GetEvaluator()->GetNodeGlobalTransform(node, KTIME_INFINITE);
+    if (pose->Add(node, global, false, true) == -1) {
+      std::cerr << "Unable to store bind pose for node " << node->GetName() << ".\n";
+    }
+    for (int i = node->GetChildCount() - 1; i >= 0; --i) waiting.push_back(node->GetChild(i));
+  }
+  if (is_new) scene->AddPose(pose);
+}

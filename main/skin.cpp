@@ -1,0 +1,176 @@
+#include "skin.h"
+
+#include <algorithm>
+#include <tuple>
+#include <unordered_map>
+#include <utility>
+
+#include "bamdbody.h"
+#include "bamdvertexeffects.h"
+#include "bamdvertices.h"
+#include "btexcept.h"
+#include "kfbxdeformer.h"
+#include "kfbxmesh.h"
+#include "kfbxnode.h"
+#include "kfbxscene.h"
+
+namespace {
+
+// One weight of one control point. Nodes are numbered in the order in which they come up.
+struct Influence {
+  std::int32_t point;
+  int node;
+  double weight;
+};
+
+// Numbers the nodes that vertices follow.
+class FollowedNodes {
+ public:
+  explicit FollowedNodes(KFbxScene* scene) : _scene(scene) {}
+
+  int numberOf(const BtStr& body_name) {
+    KFbxNode* node = _scene->FindNodeByName(body_name);
+    const auto [entry, is_new] = _numbers.try_emplace(node, static_cast<int>(_nodes.size()));
+    if (is_new) _nodes.push_back(node);
+    return entry->second;
+  }
+  [[nodiscard]] const std::vector<KFbxNode*>& nodes() const { return _nodes; }
+
+ private:
+  KFbxScene* _scene;
+  std::vector<KFbxNode*> _nodes;
+  std::unordered_map<KFbxNode*, int> _numbers;
+};
+
+// What had to be put right in the weights of one body.
+struct Corrections {
+  bool negative = false;
+  bool above_one = false;
+};
+
+void Warn(const BaMDBody& body, const Corrections& corrections) {
+  if (corrections.negative) {
+    theExceptObj.setAsWarning(
+        "Vertices of body \"%s\" have negative weights.  They are taken as 0.",
+        static_cast<const char*>(body.name()));
+  }
+  if (corrections.above_one) {
+    theExceptObj.setAsWarning(
+        "Vertices of body \"%s\" have weights of more than 1 in sum.  They are scaled to 1.",
+        static_cast<const char*>(body.name()));
+  }
+}
+
+// The flex weights of one part, sorted by point and node; points count from the start of the mesh.
+std::vector<Influence> FlexWeights(const BaMDVertices& vertices, int first_point,
+                                   FollowedNodes* nodes, Corrections* corrections) {
+  std::vector<Influence> influences;
+  for (const BaMDVertexEffects* effects : vertices.effects()) {
+    const BaMDFlexVEffects* flex = effects->asFlex();
+    if (flex == nullptr) continue;
+    const int node = nodes->numberOf(flex->bodyName());
+    for (const BaMDFlexVEffects::Weight& weight : flex->weights()) {
+      corrections->negative |= weight.weight < 0.0F;
+      if (weight.weight <= 0.0F) continue;
+      influences.push_back(
+          {first_point + weight.vertex - 1, node, static_cast<double>(weight.weight)});
+    }
+  }
+  std::stable_sort(influences.begin(), influences.end(),
+                   [](const Influence& a, const Influence& b) {
+                     return std::tie(a.point, a.node) < std::tie(b.point, b.node);
+                   });
+  return influences;
+}
+
+// Several weights of a point toward one node count as one.
+void MergeWeights(std::vector<Influence>* influences) {
+  std::size_t kept = 0;
+  for (const Influence& influence : *influences) {
+    Influence* last = kept == 0 ? nullptr : &(*influences)[kept - 1];
+    if (last != nullptr && last->point == influence.point && last->node == influence.node) {
+      last->weight += influence.weight;
+    } else {
+      (*influences)[kept++] = influence;
+    }
+  }
+  influences->resize(kept);
+}
+
+// Weights written with six decimals may miss 1 by their rounding.
+constexpr double kRoundingOfSum = 1e-5;
+
+// Adds the influences of one part to `all`: its flex weights, and its own body with the rest.
+void AddPart(int first_point, int last_point, int own_node, std::vector<Influence> flex,
+             Corrections* corrections, std::vector<Influence>* all) {
+  std::size_t next = 0;
+  for (std::int32_t point = first_point; point < last_point; ++point) {
+    const std::size_t start = next;
+    double sum = 0.0;
+    for (; next < flex.size() && flex[next].point == point; ++next) sum += flex[next].weight;
+    corrections->above_one |= sum > 1.0 + kRoundingOfSum;
+    const double factor = sum > 1.0 ? 1.0 / sum : 1.0;
+    for (std::size_t i = start; i < next; ++i) flex[i].weight *= factor;
+    double own = 1.0 - sum;
+    if (own <= 0.0) own = 0.0;
+    // Flexing toward the own body is following it.
+    for (std::size_t i = start; i < next; ++i) {
+      if (flex[i].node == own_node) own += flex[i].weight;
+    }
+    if (own > 0.0) all->push_back({point, own_node, own});
+    for (std::size_t i = start; i < next; ++i) {
+      if (flex[i].node != own_node) all->push_back(flex[i]);
+    }
+  }
+}
+
+std::vector<Influence> CollectInfluences(const std::vector<MeshBody>& bodies, const Faces& faces,
+                                         FollowedNodes* nodes) {
+  std::vector<Influence> all;
+  all.reserve(faces.pointCount());
+  for (std::size_t i = 0; i < faces.parts.size(); ++i) {
+    const Faces::Part& part = faces.parts[i];
+    const BaMDBody& body = *bodies[static_cast<std::size_t>(part.body)].body;
+    const int last_point = i + 1 < faces.parts.size() ? faces.parts[i + 1].first_point
+                                                      : static_cast<int>(faces.pointCount());
+    Corrections corrections;
+    const int own_node = nodes->numberOf(body.name());
+    std::vector<Influence> flex =
+        FlexWeights(*part.vertices, part.first_point, nodes, &corrections);
+    MergeWeights(&flex);
+    AddPart(part.first_point, last_point, own_node, std::move(flex), &corrections, &all);
+    Warn(body, corrections);
+  }
+  return all;
+}
+
+}  // namespace
+
+void AddSkin(KFbxScene* scene, KFbxMesh* mesh, KFbxNode* mesh_parent,
+             const std::vector<MeshBody>& bodies, const Faces& faces) {
+  FollowedNodes nodes(scene);
+  const std::vector<Influence> influences = CollectInfluences(bodies, faces, &nodes);
+  const bool rigid =
+      std::all_of(influences.begin(), influences.end(), [&](const Influence& influence) {
+        return nodes.nodes()[static_cast<std::size_t>(influence.node)] == mesh_parent;
+      });
+  if (rigid) return;
+
+  KFbxSkin* skin = KFbxSkin::Create(scene, "");
+  std::vector<KFbxCluster*> clusters(nodes.nodes().size(), nullptr);
+  for (const Influence& influence : influences) {
+    KFbxCluster*& cluster = clusters[static_cast<std::size_t>(influence.node)];
+    if (cluster == nullptr) cluster = KFbxCluster::Create(scene, "");
+    cluster->AddControlPointIndex(influence.point, influence.weight);
+  }
+  for (std::size_t i = 0; i < clusters.size(); ++i) {
+    if (clusters[i] == nullptr) continue;
+    clusters[i]->SetLink(nodes.nodes()[i]);
+    // The mesh's node coincides with the node that it hangs under.
+    clusters[i]->SetTransformMatrix(scene->GetEvaluator()->GetNodeGlobalTransform(mesh_parent));
+    clusters[i]->SetTransformLinkMatrix(
+        scene->GetEvaluator()->GetNodeGlobalTransform(nodes.nodes()[i]));
+    skin->AddCluster(clusters[i]);
+  }
+  mesh->AddDeformer(skin);
+}

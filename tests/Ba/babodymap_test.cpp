@@ -1,0 +1,131 @@
+#include "babodymap.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "Bt/deathcases.h"
+#include "mappingtexts.h"
+
+namespace {
+
+std::unique_ptr<BaUnlockedBodyMap> Scan(const std::string& text) {
+  std::istringstream is(text);
+  return BaUnlockedBodyMap::scanNewFrom(is);
+}
+
+std::string Written(const BaUnlockedBodyMap& body_map) {
+  std::ostringstream os;
+  body_map.printOn(os);
+  return os.str();
+}
+
+TEST(BaBodyMap, RecordsThatAreNotReadSayWhy) {
+  const struct {
+    const char* text;
+    const char* printed;
+  } cases[] = {
+      {"x", "Error reading body id|"},
+      {"0 1 2 3 4 5 6", "Invalid body id 0."},
+      {"5 1 2 x", "Cannot read transformation type for body id 5."},
+      {"5 1 2 7", "Invalid transformation type (7) for body id 5."},
+      {"5 1 2 0", "Invalid transformation type (0) for body id 5."},
+      {"5 1 2 3 4 5 6\n1 99999999999",
+       "Unable to read system variable id for transform #2, body 5."},
+      {"5 1 2 3 4 5 6\n1 -1 nan",
+       "Unable to read constant for linear combination for transform #2, body|5."},
+      {"5 1 2 3 4 5 6\n-2 0.5 1",
+       "Cannot read sysvar/coefficent pair for transform #1, body id 5."},
+      {"5 1 2 3 4 5 6\n-2147483648 0.5 1 1 1 1e39",
+       "Cannot read sysvar/coefficent pair for transform #1, body id 5."},
+      {"5 1 2 3 4 5 6\n-3 0.5 1 1 0 1",
+       "Invalid system variable id in linear combination for transform #1,|body id 5."},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(Scan(c.text), nullptr) << c.text;
+    EXPECT_EQ(TakePrintedForm(), "ERROR: " + std::string(c.printed)) << c.text;
+  }
+}
+
+TEST(BaBodyMap, OrderLineGivesTheOrderOfTheRotations) {
+  const struct {
+    const char* order;
+    BtArray<int> axes;
+  } cases[] = {{"4 5 6 1 2 3", {1, 2, 3}},
+               {"1 2 3 6 4 5", {3, 1, 2}},
+               {"5 1 4 2 6 3", {2, 1, 3}},
+               {"6 6 3 4 2 1", {3, 3, 1}}};  // repeated ids are kept as they stand
+  for (const auto& c : cases) {
+    const auto body_map = Scan("1 " + std::string(c.order) + " 1 2 3 4 5 6");
+    ASSERT_NE(body_map, nullptr);
+    BtArray<int> order(3);
+    BtArray<int> sequence(3);
+    body_map->getRotOrder(&order);
+    body_map->getAngleSequence(&sequence);
+    EXPECT_EQ(order, c.axes) << c.order;
+    EXPECT_EQ(sequence, c.axes) << c.order;
+    std::istringstream ids(c.order);
+    for (int i = 0, id = 0; ids >> id; ++i) EXPECT_EQ(body_map->transformId(i), id) << c.order;
+  }
+}
+
+TEST(BaBodyMap, EditsKeepTheOrder) {
+  BaUnlockedBodyMap body_map(3, {5, 4, 1}, {21, 0, 0, 24, 25, 0});
+  EXPECT_EQ(body_map.xTransSysVarId() * 10000 + body_map.xRotSysVarId() * 100 +
+                body_map.getTransform(BtAxis_t::Y, kBaRotationKind).sysVarId(),
+            212425);
+  EXPECT_FALSE(body_map.zTranslation().exists());
+  EXPECT_EQ(body_map.zTranslation().id(), 3);
+
+  // An id that is there is replaced in place, another one goes last.
+  body_map.setTransform(4, *CreateTransform(4, 2.0F, {8, 9}, {0.5F, -1.0F}));
+  body_map.setTransform(6, *CreateTransform(6, 9));
+  BtList<Ba_Transform*> driven;
+  body_map.getSysVarTransforms(&driven, 9);
+  ASSERT_EQ(driven.count(), 2);
+  EXPECT_EQ(driven[0], &body_map.transforms()[1]);
+  EXPECT_EQ(driven[1], &body_map.transforms()[3]);
+  EXPECT_TRUE(body_map.usesSysVarId(8));
+  EXPECT_FALSE(body_map.usesSysVarId(24));
+}
+
+TEST(BaBodyMap, VariablesAreRenumberedButZeroStaysZero) {
+  const auto body_map = Scan("1 1 2 3 4 5 6 0 1 -3 0 2 1.5 1 2.5 2 0 1");
+  body_map->renumberSysVarIds({7, 12, 11});
+  EXPECT_EQ(Written(*body_map), "1\n1 2 3 4 5 6\n0\n12\n-3 0 11 1.5 12 2.5 \n11\n0\n12\n");
+}
+
+TEST(BaBodyMapDeathTest, MisuseAborts) {
+  static BtArray<int> three(3);
+  static BtArray<int> four(4);
+  static BtList<Ba_Transform*> driven;
+  ExpectDeaths({
+      {ASSERTION("body_id>=1"), [] { BaUnlockedBodyMap(0, {1}, {1}); }},
+      {ASSERTION("ValidOrder(order)"),
+       [] {
+         BaUnlockedBodyMap(1, {1, 7}, {1, 1});
+       }},
+      {ASSERTION("ValidOrder(order)"),
+       [] {
+         BaUnlockedBodyMap(1, {2, 2}, {1, 1});
+       }},
+      {ASSERTION("sysvar_ids[order_i - 1] >= 0"),
+       [] {
+         BaUnlockedBodyMap(1, {2}, {1, -1});
+       }},
+      {ASSERTION("id>=1 && id<=6"), [] { (void)CreateTransform(7, 1); }},
+      {ASSERTION("transform.id()==id"),
+       [] {
+         BaUnlockedBodyMap().setTransform(2, {3, 1});
+       }},
+      {ASSERTION("var_id>0"), [] { BaUnlockedBodyMap().getSysVarTransforms(&driven, 0); }},
+      {ASSERTION("order_ptr->size()==3"), [] { BaUnlockedBodyMap().getRotOrder(&four); }},
+      {ASSERTION("x==3"), [] { Scan("1 4 4 4 4 5 6 1 2 3 4 5 6")->getRotOrder(&three); }},
+      {ASSERTION("seqnum==3"), [] { BaUnlockedBodyMap().getAngleSequence(&three); }},
+      {ASSERTION("transformation_order.count() == 6"), [] { Written(BaUnlockedBodyMap()); }},
+      {ASSERTION("transformation_order.contains(id)"),
+       [] { Written(*Scan("1 1 2 3 4 5 5 1 2 3 4 5 6")); }},
+  });
+}
+
+}  // namespace

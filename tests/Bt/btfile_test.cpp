@@ -1,0 +1,130 @@
+#include "btfile.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "btexcept.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// A working folder with files of several permissions, seen with the rights of an ordinary user.
+class BtFileTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    _dir = testing::TempDir() + "btfile_test." + std::to_string(getpid());
+    for (const char* const folder : {"", "/folder", "/closed"}) fs::create_directory(_dir + folder);
+    _old_workdir = fs::current_path();
+    fs::current_path(_dir);
+    for (const char* const file : {"file", "secret", "fixed", "folder/tool"}) std::ofstream f(file);
+    for (const char* const open : {".", "folder", "folder/tool"}) chmod(open, 0777);
+    for (const char* const closed : {"closed", "fixed"}) chmod(closed, 0555);
+    chmod("secret", 0);
+    ASSERT_TRUE(getuid() != 0 || seteuid(65534) == 0);
+  }
+  void TearDown() override {
+    ASSERT_TRUE(getuid() != 0 || seteuid(0) == 0);
+    fs::current_path(_old_workdir);
+    fs::remove_all(_dir);
+  }
+
+  std::string _dir;
+  fs::path _old_workdir;
+};
+
+std::string TakeError() {
+  std::string message(BtError() ? theExceptObj.exception().message().view() : "");
+  theExceptObj.clear();
+  return message;
+}
+
+template <auto open, auto... overwrite>
+bool Opens(const BtStr& file) {
+  return open(file, overwrite...) != nullptr;
+}
+
+TEST_F(BtFileTest, ChecksAccessAndOpensWithExactMessages) {
+  constexpr auto kReadable = BtFileHaveReadAccess;
+  constexpr auto kWritable = BtFileHaveWriteAccess;
+  constexpr auto kInput = Opens<BtFileOpenInput>;
+  constexpr auto kOutput = Opens<BtFileOpenOutput, BtFileOverwrite::Yes>;
+  constexpr auto kNew = Opens<BtFileOpenOutput, BtFileOverwrite::No>;
+  const struct {
+    bool (*check)(const BtStr&);
+    std::string file;
+    std::string error = "";
+  } cases[] = {
+      {kReadable, "none", "File does not exist."},
+      {kReadable, "folder", "File is a directory."},
+      {kReadable, "secret", "Insufficient access to read file.  Check permissions."},
+      {kWritable, "fixed", "Insufficient access to write to existing file.  Check permissions."},
+      {kWritable, "folder", "File \"folder\" is unwritable."},
+      {kWritable, "new"},
+      {kWritable, _dir + "/none/new", "Parent directory \"" + _dir + "/none\" does not exist."},
+      {kWritable, "closed/new",
+       "Insufficient access to create file in \"" + _dir + "/closed\".  Check permissions."},
+      {kInput, "secret", "Couldn't open secret"},
+      {kOutput, "folder", "folder is a directory."},
+      {kOutput, "fixed", "fixed is not writable."},
+      {kOutput, "closed/new", "Couldn't create closed/new"},
+      {kNew, "new"},
+      {kNew, "file", "file already exists."}};
+  for (const auto& row : cases) {
+    EXPECT_EQ(row.check(row.file.c_str()), row.error.empty()) << row.file;
+    EXPECT_EQ(TakeError(), row.error) << row.file;
+  }
+  // Without a working folder only absolute paths can be checked.
+  fs::create_directory("gone");
+  fs::current_path("gone");
+  fs::remove(_dir + "/gone");
+  EXPECT_TRUE(BtFileHaveWriteAccess((_dir + "/other").c_str()));
+  EXPECT_FALSE(BtFileHaveWriteAccess("other"));
+  EXPECT_EQ(TakeError(), "Cannot get current working directory in BtFileHaveWriteAccess().\n");
+}
+
+TEST_F(BtFileTest, FindsCommandsAndLinks) {
+  const BtStr old_path = std::getenv("PATH");
+  setenv("PATH", "none:closed:folder", 1);
+  EXPECT_EQ(BtFileFindCommand("tool"), "folder/tool");
+  EXPECT_EQ(BtFileFindCommand("./folder/tool"), "./folder/tool");
+  EXPECT_TRUE(BtFileFindCommand("../file").isNull());
+  setenv("PATH", "none:", 1);
+  EXPECT_TRUE(BtFileFindCommand("folder").isNull());
+  EXPECT_TRUE(BtFileFindCommand("file").isNull());
+  fs::current_path("folder");
+  EXPECT_EQ(BtFileFindCommand("tool"), "./tool");
+  setenv("PATH", old_path, 1);
+  BtStr target;
+  EXPECT_FALSE(BtFileReadLink("tool", &target));
+  EXPECT_EQ(TakeError(), "Unable to read link tool");
+  EXPECT_TRUE(BtFileProgramPath(&target) && BtFileCanExecute(target));
+}
+
+TEST(BtFilePaths, AreTakenApartAndJoined) {
+  const struct {
+    const char* path;
+    const char* directory;
+    const char* base_name;  // null for a null string
+  } cases[] = {{nullptr, ".", nullptr}, {"", ".", nullptr},
+               {"x", ".", "x"},         {"/x", "/", "x"},
+               {"/", "/", ""},          {"a/b/c.x", "a/b", "c.x"},
+               {"a/b/", "a/b", "b"},    {"C:\\a\\b.x", ".", "b.x"},
+               {"C:\\a\\", ".", "a"},   {"a\\b/c", "a\\b", "c"}};
+  for (const auto& row : cases) {
+    EXPECT_EQ(BtFileDirectory(row.path), row.directory);
+    EXPECT_EQ(BtFileBaseName(row.path), BtStr(row.base_name));
+  }
+  EXPECT_EQ(BtFileJoin("a", "b", "x"), "a/b.x");
+  EXPECT_EQ(BtFileJoin("/", "b"), "/b");
+  EXPECT_EQ(BtFileAbsolutePath("b", "/a"), "/a/b");
+  EXPECT_EQ(BtFileAbsolutePath("/b", "/a"), "/b");
+  EXPECT_DEATH(static_cast<void>(BtFileJoin("", "a")), "dir.length\\(\\)>=1");
+}
+
+}  // namespace

@@ -1,0 +1,233 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <functional>
+#include <memory>
+#include <random>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "Bt/deathcases.h"
+#include "array.h"
+#include "btciter.h"
+#include "btcontainerutil.h"
+#include "btlist.h"
+#include "btmap.h"
+#include "btnullable.h"
+#include "btrbtree.h"
+#include "btset.h"
+
+namespace {
+
+using Strings = BtDArray<std::string>;
+
+TEST(BtDArray, EveryEditLeavesExactlyItsElements) {
+  const struct {
+    Strings expected;
+    std::function<void(Strings*)> edit;  // of "a", "b", "c"
+  } cases[] = {
+      {{"a", "b", "c", "d"}, [](Strings* a) { a->append("d"); }},
+      {{"a", "b", "c", "a"}, [](Strings* a) { a->append((*a)[0]); }},
+      {{"a", "b", "c", "a", "b", "c"}, [](Strings* a) { a->append(*a); }},
+      {{"x", "a", "b", "c"}, [](Strings* a) { a->insert(0, "x"); }},
+      {{"a", "b", "c", "x"}, [](Strings* a) { a->insert(3, "x"); }},
+      {{"a", "c"}, [](Strings* a) { a->remove(1); }},
+      {{"c"}, [](Strings* a) { a->remove(0, 2); }},
+      {{"a", "b", "c"}, [](Strings* a) { a->remove(3, 0); }},
+      {{"a"}, [](Strings* a) { a->subSize(2); }},
+      {{"a", "b", "c", ""}, [](Strings* a) { a->resize(4); }},
+      {{"a", "b", "c", "a", "a"}, [](Strings* a) { a->resize(5, (*a)[0]); }},
+      {{}, [](Strings* a) { a->clear(); }},
+      {{"y", "z"},
+       [](Strings* a) {
+         *a = Strings{"y", "z"};
+       }},
+      {{"a", "b", "c"}, [](Strings* a) { *a = static_cast<const Strings&>(*a); }},
+  };
+  for (const auto& c : cases) {
+    Strings array{"a", "b", "c"};
+    c.edit(&array);
+    EXPECT_EQ(array, c.expected);
+  }
+}
+
+TEST(BtDArray, ResizesPlainDataToTheNewSizeOnly) {
+  BtDArray<int> array(3, 7);
+  const int* block = array.begin();
+  array.resize(3);
+  EXPECT_EQ(array.begin(), block);
+  array.resize(5);
+  EXPECT_EQ(array, (BtDArray<int>{7, 7, 7, 0, 0}));
+  array.resize(0);
+  EXPECT_EQ(array.begin(), nullptr);
+}
+
+TEST(BtDynArray, DoublesItsCapacity) {
+  BtDynArray<std::string> array;
+  EXPECT_EQ(array.capacity(), 0);
+  const struct {
+    int added, size, capacity;
+  } steps[] = {
+      {0, 0, 1024}, {1, 1, 1024}, {1023, 1024, 1024}, {1, 1025, 2048}, {8000, 9025, 16384}};
+  for (const auto& step : steps) {
+    array.addSize(step.added,
+                  array.empty() ? std::string("text of more than a few bytes") : array[0]);
+    EXPECT_EQ(array.size(), step.size);
+    EXPECT_EQ(array.capacity(), step.capacity);
+  }
+  EXPECT_EQ(array.last(), "text of more than a few bytes");
+  array.truncate(2);
+  array.append(array[1]);
+  const BtDynArray<std::string> copy(array);
+  array.release();
+  EXPECT_EQ(array.capacity(), 0);
+  EXPECT_EQ(copy.size(), 3);
+  EXPECT_EQ(copy.last(), "text of more than a few bytes");
+}
+
+TEST(BtContainerUtil, CopiesSortsAndRemovesDuplicates) {
+  const auto one = std::make_unique<int>(1);
+  BtDArray<int*> array_copy;
+  BtCopyPtrArray(&array_copy, BtDArray<int*>{one.get(), nullptr});
+  BtList<int*> list_copy;
+  BtCopyPtrList(&list_copy, BtList<int*>{nullptr, one.get()});
+  const std::unique_ptr<int> first(array_copy[0]), second(list_copy[1]);
+  EXPECT_TRUE(*first == 1 && *second == 1 && first != one && second != one);
+  EXPECT_TRUE(array_copy[1] == nullptr && list_copy[0] == nullptr);
+
+  BtDArray<int> keys{3, 1, 3, 2, 1};
+  BtDArray<char> values{'a', 'b', 'c', 'd', 'e'};
+  BtSort(&keys, &values);
+  EXPECT_EQ(values, (BtDArray<char>{'b', 'e', 'd', 'a', 'c'}));
+  BtRemoveDupes(&keys);
+  EXPECT_EQ(keys, (BtDArray<int>{1, 2, 3}));
+  BtDArray<char> three{'x', 'y', 'z'};
+  BtSort(&keys, &three, BtSortDirection::Descending);
+  EXPECT_EQ(three, (BtDArray<char>{'z', 'y', 'x'}));
+  EXPECT_TRUE(keys.isSorted(BtSortDirection::Descending));
+  EXPECT_FALSE(keys.isSorted());
+
+  BtDArray<int> same(100, 0), order(100, 0);
+  for (int i = 0; i < 100; ++i) order[i] = i;
+  BtSort(&same, &order);
+  EXPECT_TRUE(order.isSorted());  // equal keys keep their order
+}
+
+TEST(BtCIter, WalksListsAndGrowingArrays) {
+  const BtList<int> list{1, 2};
+  BtDynArray<int> array;
+  BtCIter<BtDynArray<int>> to(array);
+  for (BtCIter<BtList<int>> from(list); !from.atEnd(); from.next(), to.next()) {
+    array.append(from.data());
+    EXPECT_EQ(to.data(), from.data());
+  }
+  EXPECT_TRUE(to.atEnd());
+}
+
+std::vector<int> met;  // items on the way down of the search at hand
+
+int CompareInts(void* a, void* b) {
+  met.push_back(*static_cast<int*>(b));
+  return *static_cast<int*>(a) - *static_cast<int*>(b);
+}
+
+// The tree holds what the set holds, in order, and reaches everything in few steps.
+void ExpectSame(const BtRBTreeBase& tree, const std::set<int>& twin) {
+  ASSERT_EQ(tree.count(), static_cast<int>(twin.size()));
+  auto expected = twin.begin();
+  const int depth_limit = static_cast<int>(2 * std::log2(static_cast<double>(twin.size()) + 1));
+  for (BtRBTreeIter iter(tree); !iter.atEnd(); iter.next(), ++expected) {
+    ASSERT_EQ(*static_cast<int*>(iter.data()), *expected);
+    met.clear();
+    ASSERT_EQ(tree.find(iter.data(), CompareInts), iter.data());
+    ASSERT_LE(static_cast<int>(met.size()), depth_limit);
+  }
+}
+
+TEST(BtRBTree, BehavesAsASetAndStaysBalanced) {
+  constexpr int kCount = 3000;
+  std::vector<int> items(kCount);
+  for (int i = 0; i < kCount; ++i) items[static_cast<std::size_t>(i)] = i;
+  BtRBTreeBase tree;
+  std::set<int> twin;
+  for (int& item : items) {
+    tree.insert(&item, CompareInts);
+    twin.insert(item);
+  }
+  ExpectSame(tree, twin);
+  // Shrinks and grows in a random order.
+  std::mt19937 random(11);
+  for (int step = 0; step < 20000; ++step) {
+    int& item = items[random() % kCount];
+    const bool shrink = (step / 5000) % 2 == 0;
+    if (twin.count(item) != 0 && shrink) {
+      EXPECT_EQ(tree.remove(&item, CompareInts), &item);
+      twin.erase(item);
+    } else if (twin.count(item) == 0 && !shrink) {
+      EXPECT_EQ(tree.remove(&item, CompareInts), nullptr);
+      tree.insert(&item, CompareInts);
+      twin.insert(item);
+    }
+    if (step % 500 == 0) ExpectSame(tree, twin);
+  }
+  // Leaves only the longest way down, which must fold up.
+  met.clear();
+  tree.find(&items.back(), CompareInts);
+  const std::set<int> kept(met.begin(), met.end());
+  for (int& item : items) {
+    if (kept.count(item) == 0) tree.remove(&item, CompareInts);
+  }
+  ExpectSame(tree, kept);
+}
+
+TEST(ContainersDeathTest, MisuseIsAnAssertion) {
+  ExpectDeaths({
+      {ASSERTION("i>=0"), [] { (void)BtArray<int>(1)[-1]; }},
+      {ASSERTION("i<_size"), [] { (void)BtArray<int>(1)[1]; }},
+      {ASSERTION("n>=0"), [] { BtDArray<int>(3).subSize(4); }},
+      {ASSERTION("_size==o.size()"),
+       [] {
+         BtArray<int> array(1);
+         const BtArray<int> other(2);
+         array = other;
+       }},
+      {ASSERTION("size()==o.size()"), [] { BtArray<int>(1).setElements(BtArray<int>(2)); }},
+      {ASSERTION("amount>=0"), [] { BtDynArray<int>().addSize(-1, 0); }},
+      {ASSERTION("!_is_null"), [] { (void)BtNullable<int>().data(); }},
+      {ASSERTION("iter!=end()"),
+       [] {
+         const BtMap<int, int> map;
+         (void)map[1];
+       }},
+      {ASSERTION("count==1"), [] { BtMap<int, int>().remove(1); }},
+      {ASSERTION("count==1"), [] { BtSet<int>().remove(1); }},
+      {ASSERTION("!atEnd()"), [] { (void)BtCIter<BtList<int>>(BtList<int>()).data(); }},
+      {ASSERTION("!atEnd()"), [] { BtCIter<BtDArray<int>>(BtDArray<int>()).next(); }},
+      {ASSERTION("array_ptr->isSorted()"),
+       [] {
+         BtDArray<int> array{2, 1};
+         BtRemoveDupes(&array);
+       }},
+      {ASSERTION("cmp_val!=0"),
+       [] {
+         BtRBTreeBase tree;
+         int item = 1;
+         tree.insert(&item, CompareInts);
+         tree.insert(&item, CompareInts);
+       }},
+      {ASSERTION("this->_hasNoIters()"),
+       [] {
+         BtRBTreeBase tree;
+         int item = 1;
+         const BtRBTreeIter iter(tree);
+         tree.insert(&item, CompareInts);
+       }},
+  });
+  EXPECT_EXIT(BtReallocOrExit(nullptr, std::size_t{1} << 62, 8), testing::ExitedWithCode(1),
+              "^Unable to allocate memory!\nAttempted to allocate 4611686018427387904 elements, "
+              "total size: 36893488147419103232\n$");
+}
+
+}  // namespace

@@ -1,0 +1,230 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <functional>
+#include <limits>
+#include <numeric>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "btexcept.h"
+#include "fbxbinaryencoder.h"
+#include "fbxcreationtime.h"
+#include "fbxoutputfile.h"
+#include "fbxrecords.h"
+#include "testscene.h"
+
+namespace {
+
+std::string Hex(const FbxCode& code) {
+  std::string text;
+  for (const int byte : code) text += BtFormat("%02X", byte);
+  return text;
+}
+
+std::string Hex(const std::string& bytes) {
+  FbxCode code{};
+  std::copy_n(bytes.begin(), std::min(bytes.size(), code.size()), code.begin());
+  return Hex(code);
+}
+
+FbxCreationTime TimeOf(const std::string& text) {
+  const auto number = [&](std::size_t at, std::size_t count) {
+    return std::stoi(text.substr(at, count));
+  };
+  return {number(0, 4),  number(5, 2),  number(8, 2), number(11, 2),
+          number(14, 2), number(17, 2), number(20, 3)};
+}
+
+// What an encoder makes of some records.
+FbxFile Encoded(int version, const std::function<void(FbxRecordSink*)>& write) {
+  const TestFolder folder;
+  FbxOutputFile file;
+  EXPECT_TRUE(file.open(folder.path("a.fbx")));
+  FbxBinaryEncoder encoder(&file, version, {});
+  write(&encoder);
+  EXPECT_TRUE(file.commit());
+  return ParseFbx(ReadFile(folder.path("a.fbx")));
+}
+
+TEST(FbxCreationTime, GivesTheCodesThatReadersCheck) {
+  const struct {
+    const char* text;
+    const char* file_id;
+    const char* footer_code;
+  } cases[] = {
+      {"2012-03-29 14:05:06:789", "28B52CEFB224CEC8B2CDB625A020F7FF",
+       "FABCAB0FD6CAD664B17EF68E17F52477"},
+      {"1970-01-01 10:00:00:000", "28B32AEBB624CCC2BFC8B02AA92BFCF1",
+       "FABCAB09D0C8D466B176FB831CF7267E"},
+  };
+  for (const auto& c : cases) {
+    const FbxCreationTime time = TimeOf(c.text);
+    EXPECT_EQ(time.text(), c.text);
+    EXPECT_EQ(Hex(time.fileId()), c.file_id);
+    EXPECT_EQ(Hex(time.footerCode()), c.footer_code);
+  }
+}
+
+TEST(FbxCreationTime, FollowsTheEnvironmentWhereItIsANumber) {
+  constexpr const char* kFixed = "1970-01-01 10:00:00:000";
+  const struct {
+    const char* variable;
+    const char* text;
+  } cases[] = {
+      {"0", "1970-01-01 00:00:00:000"},
+      {"1709210096", "2024-02-29 12:34:56:000"},
+      {"253402300799", "9999-12-31 23:59:59:000"},
+      {"253402300800", kFixed},
+      {"-1", kFixed},
+      {"12x", kFixed},
+      {" 12", kFixed},
+      {"", kFixed},
+      {"99999999999999999999999", kFixed},
+      {nullptr, kFixed},
+  };
+  for (const auto& c : cases) {
+    if (c.variable == nullptr) {
+      unsetenv("SOURCE_DATE_EPOCH");
+    } else {
+      setenv("SOURCE_DATE_EPOCH", c.variable, 1);
+    }
+    EXPECT_EQ(FbxCreationTime::Current().text(), c.text);
+  }
+}
+
+// The parser itself, and the codes, against files of other programs.
+TEST(FbxRecords, TakeApartFilesOfOtherPrograms) {
+  const struct {
+    const char* name;
+    int version;
+    bool has_extension;
+    bool has_compressed;
+    std::size_t picture;  // bytes of the first embedded one
+  } cases[] = {
+      {"max2009_cube_texture_6100_binary.fbx", 6100, true, false, 2487},
+      {"maya_blend_shape_cube_7100_binary.fbx", 7100, false, false, 0},
+      {"marvelous_quad_7200_binary.fbx", 7200, false, true, 14623},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::string bytes = ReadFile(std::string(KESTRIX_TEST_DATA "/fbx/") + c.name);
+    const FbxFile file = ParseFbx(bytes);
+    ASSERT_EQ(file.fault, "");
+    EXPECT_EQ(file.version, c.version);
+    EXPECT_EQ(!file.extension.children.empty(), c.has_extension);
+    const FbxCreationTime time = TimeOf(file.main.child("CreationTime").text());
+    EXPECT_EQ(Hex(file.main.child("FileId").text()), Hex(time.fileId()));
+    EXPECT_EQ(Hex(file.footer_code), Hex(time.footerCode()));
+    bool has_compressed = false;
+    file.main.walk([&](const FbxRecord& record) {
+      for (const FbxValue& value : record.values) has_compressed |= value.compressed;
+    });
+    EXPECT_EQ(has_compressed, c.has_compressed);
+    if (c.picture > 0) {
+      const auto& video = file.main.child("Objects").child("Video");
+      EXPECT_EQ(video.child("Content").text().size(), c.picture);
+    }
+    // Every cut leaves a file that is refused.
+    for (const std::size_t cut : {bytes.size() - 1, bytes.size() / 2, std::size_t{40}}) {
+      EXPECT_NE(ParseFbx(bytes.substr(0, cut)).fault, "");
+    }
+  }
+}
+
+TEST(FbxBinaryEncoder, AlignsTheFooterForEveryEnd) {
+  for (const int version : {7100, 6100}) {
+    for (std::size_t length = 0; length < 16; ++length) {
+      const FbxFile file = Encoded(version, [&](FbxRecordSink* sink) {
+        sink->leaf("Text", std::string(length, 'x'));
+        sink->endSection();
+        sink->leaf("Text", std::string(length * 3, 'y'));
+        sink->endSection();
+      });
+      EXPECT_EQ(file.fault, "") << length;
+      EXPECT_EQ(file.extension.child("Text").text(), std::string(length * 3, 'y'));
+    }
+  }
+}
+
+TEST(FbxBinaryEncoder, KeepsEveryBit) {
+  using Limits = std::numeric_limits<double>;
+  const std::vector<double> numbers = {0.1, -0.0, Limits::max(), Limits::denorm_min(), 1.0 / 3};
+  for (const int version : {7100, 6100}) {
+    const FbxFile file = Encoded(version, [&](FbxRecordSink* sink) {
+      sink->open("Values", 'Y', INT32_MIN, INT64_MIN, Limits::lowest(), "a\"\xC3\xA9");
+      sink->leaf("Name", FbxObjectName{"hips", "Model"});
+      sink->leaf("Doubles", std::span<const double>(numbers));
+      sink->leaf("None", std::span<const double>());
+      sink->open("Empty");
+      sink->end();
+      sink->leaf("Leaf");
+      sink->end();
+      sink->endSection();
+    });
+    ASSERT_EQ(file.fault, "");
+    const FbxRecord& values = file.main.child("Values");
+    EXPECT_EQ(values.integer(0), 'Y');
+    EXPECT_EQ(values.integer(1), INT32_MIN);
+    EXPECT_EQ(values.integer(2), INT64_MIN);
+    EXPECT_EQ(values.values[3].number, Limits::lowest());
+    EXPECT_EQ(values.text(4), "a\"\xC3\xA9");
+    EXPECT_EQ(values.child("Name").text(), std::string("hips\0\1Model", 11));
+    EXPECT_EQ(values.child("Doubles").numbers(), numbers);
+    EXPECT_TRUE(values.child("None").numbers().empty());
+    EXPECT_TRUE(values.child("Empty").has_list);
+    EXPECT_FALSE(values.child("Leaf").has_list);
+  }
+}
+
+TEST(FbxBinaryEncoder, CompressesLongArraysOfTheNewerFamilyOnly) {
+  const struct {
+    int version;
+    std::size_t count;
+    bool array;
+    bool compressed;
+  } cases[] = {{7100, 255, true, false},
+               {7100, 256, true, true},
+               {7100, 3000000, true, true},
+               {6100, 256, false, false},
+               {6100, 300000, false, false}};
+  for (const auto& c : cases) {
+    std::vector<std::int32_t> numbers(c.count);
+    std::iota(numbers.begin(), numbers.end(), -100);
+    const FbxFile file = Encoded(c.version, [&](FbxRecordSink* sink) {
+      sink->leaf("Numbers", std::span<const std::int32_t>(numbers));
+      sink->endSection();
+    });
+    ASSERT_EQ(file.fault, "");
+    const FbxRecord& record = file.main.child("Numbers");
+    EXPECT_EQ(record.values.size(), c.array ? 1 : c.count);
+    EXPECT_EQ(record.values[0].code, c.array ? 'i' : 'I');
+    EXPECT_EQ(record.values[0].compressed, c.compressed);
+    EXPECT_EQ(record.numbers(), std::vector<double>(numbers.begin(), numbers.end()));
+  }
+}
+
+TEST(FbxBinaryEncoder, RefusesMoreThanOffsetsCanSay) {
+  const TestFolder folder;
+  WriteFile(folder.path("a.fbx"), "older");
+  FbxOutputFile file(5000000);
+  ASSERT_TRUE(file.open(folder.path("a.fbx")));
+  FbxBinaryEncoder encoder(&file, 6100, {});
+  const std::vector<double> numbers(100000);
+  encoder.open("List");
+  for (int i = 0; i < 10; ++i) encoder.leaf("Numbers", std::span<const double>(numbers));
+  encoder.end();
+  encoder.endSection();
+  EXPECT_FALSE(encoder.ok());
+  EXPECT_FALSE(file.commit());
+  EXPECT_EQ(theExceptObj.exception().message(),
+            BtStr(("Unable to write '" + folder.path("a.fbx") +
+                   "': an FBX file cannot be larger than 4 GiB.")
+                      .c_str()));
+  theExceptObj.clear();
+  EXPECT_EQ(ReadFile(folder.path("a.fbx")), "older");
+}
+
+}  // namespace

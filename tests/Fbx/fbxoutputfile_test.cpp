@@ -1,0 +1,203 @@
+#include "fbxoutputfile.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <filesystem>
+#include <functional>
+#include <thread>
+
+#include "btexcept.h"
+#include "testscene.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+// More than the file keeps in memory, and a piece that crosses from there.
+const std::string kText(3000000, 'k');
+
+bool Write(const std::string& target) {
+  FbxOutputFile file;
+  if (!file.open(target)) return false;
+  file.write("0123", 4);
+  file.write(kText.data(), kText.size() / 2);
+  file.write(kText.data(), 10);
+  file.write(kText.data(), kText.size() - kText.size() / 2 - 10);
+  const std::array<std::uint8_t, 2> patched = {'a', 'b'};
+  file.patch(1, patched);
+  file.patch(file.position() - 2, patched);
+  return file.commit();
+}
+
+std::string Written() { return "0ab3" + kText.substr(2) + "ab"; }
+
+BtStr TakeError() {
+  if (!theExceptObj.hasException()) return "";
+  BtStr message = theExceptObj.exception().message();
+  theExceptObj.clear();
+  return message;
+}
+
+mode_t ModeOf(const std::string& path) {
+  struct stat status {};
+  stat(path.c_str(), &status);
+  return status.st_mode & 0777;
+}
+
+TEST(FbxOutputFile, PutsTheFileInItsPlace) {
+  const TestFolder folder;
+  umask(022);
+  ASSERT_TRUE(Write(folder.path("new.fbx")));
+  EXPECT_EQ(ModeOf(folder.path("new.fbx")), 0644);
+
+  WriteFile(folder.path("older.fbx"), "older");
+  fs::permissions(folder.path("older.fbx"), fs::perms(0600));
+  ASSERT_TRUE(Write(folder.path("older.fbx")));
+  EXPECT_EQ(ModeOf(folder.path("older.fbx")), 0600);
+
+  fs::create_directory(folder.path("sub"));
+  fs::create_symlink("older.fbx", folder.path("near"));
+  fs::create_symlink("../near", folder.path("sub/link"));
+  fs::create_symlink("made.fbx", folder.path("dangling"));
+  for (const char* link : {"sub/link", "dangling"}) {
+    ASSERT_TRUE(Write(folder.path(link)));
+    EXPECT_TRUE(fs::is_symlink(folder.path(link)));
+  }
+  for (const char* name : {"new.fbx", "older.fbx", "made.fbx"}) {
+    EXPECT_EQ(ReadFile(folder.path(name)), Written()) << name;
+  }
+  EXPECT_EQ(folder.entries(), 6);  // nothing temporary is left
+}
+
+TEST(FbxOutputFile, TellsWhyItCannotWrite) {
+  const TestFolder folder;
+  fs::create_directory(folder.path("folder"));
+  WriteFile(folder.path("file"), "older");
+  fs::create_symlink("loop", folder.path("loop"));
+  const struct {
+    std::string target;
+    const char* reason;
+  } cases[] = {
+      {folder.path("missing/a.fbx"), "No such file or directory"},
+      {folder.path("folder"), "Is a directory"},
+      {folder.path("file/a.fbx"), "Not a directory"},
+      {folder.path("loop"), "Too many levels of symbolic links"},
+      {folder.path(std::string(300, 'n')), "File name too long"},
+      {"/dev/full", "No space left on device"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_FALSE(Write(c.target));
+    EXPECT_EQ(TakeError(),
+              BtStr(("Unable to write '" + c.target + "': " + c.reason + ".").c_str()));
+  }
+  EXPECT_EQ(folder.entries(), 3);
+}
+
+TEST(FbxOutputFile, LeavesTheOlderFileWhenWritingFails) {
+  const TestFolder folder;
+  const std::string target = folder.path("a.fbx");
+  const struct {
+    const char* name;
+    std::function<void()> spoil;
+    std::function<void()> repair;
+    const char* error;
+  } cases[] = {
+      {"cancel", [] { theExceptObj.setCancelHook([] { return true; }); },
+       [] { theExceptObj.setCancelHook(nullptr); }, "Canceled."},
+      {"file size limit",
+       [] {
+         const rlimit small = {1000000, RLIM_INFINITY};
+         setrlimit(RLIMIT_FSIZE, &small);
+       },
+       [] {
+         const rlimit none = {RLIM_INFINITY, RLIM_INFINITY};
+         setrlimit(RLIMIT_FSIZE, &none);
+       },
+       "File too large"},
+  };
+  for (const auto& c : cases) {
+    WriteFile(target, "older");
+    bool done = false;
+    c.spoil();
+    {
+      FbxOutputFile file;
+      done = file.open(target);
+      for (int i = 0; i < 4; ++i) file.write(kText.data(), kText.size());
+      done = done && file.commit();
+    }
+    c.repair();
+    EXPECT_FALSE(done) << c.name;
+    EXPECT_NE(std::string(TakeError()).find(c.error), std::string::npos) << c.name;
+    EXPECT_EQ(ReadFile(target), "older") << c.name;
+    EXPECT_EQ(folder.entries(), 1) << c.name;
+  }
+}
+
+TEST(FbxOutputFile, RefusesAVanishedFolder) {
+  const TestFolder folder;
+  fs::create_directory(folder.path("sub"));
+  FbxOutputFile file;
+  ASSERT_TRUE(file.open(folder.path("sub/a.fbx")));
+  fs::remove_all(folder.path("sub"));
+  EXPECT_FALSE(file.commit());
+  EXPECT_NE(std::string(TakeError()).find("No such file"), std::string::npos);
+}
+
+// The superuser may write everywhere, so these run as another user.
+TEST(FbxOutputFile, RespectsPermissions) {
+  const TestFolder folder;
+  fs::create_directory(folder.path("closed"));
+  WriteFile(folder.path("protected"), "older");
+  fs::permissions(folder.path(""), fs::perms(0777));
+  fs::permissions(folder.path("closed"), fs::perms(0555));
+  fs::permissions(folder.path("protected"), fs::perms(0444));
+  const pid_t child = fork();
+  if (child == 0) {
+    if (geteuid() == 0 && setuid(65534) != 0) _exit(3);
+    for (const char* target : {"closed/a.fbx", "protected"}) {
+      if (Write(folder.path(target))) _exit(1);
+      if (std::string(TakeError()).find("Permission denied") == std::string::npos) _exit(2);
+    }
+    _exit(0);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(WEXITSTATUS(status), 0);
+  EXPECT_EQ(ReadFile(folder.path("protected")), "older");
+  EXPECT_EQ(folder.entries(), 2);
+  fs::permissions(folder.path("closed"), fs::perms(0755));
+}
+
+TEST(FbxOutputFile, WritesIntoPipesAndNoticesThatTheyClose) {
+  const TestFolder folder;
+  const std::string pipe = folder.path("pipe");
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const struct {
+    bool reads_all;
+    const char* error;
+  } cases[] = {{true, ""}, {false, "Broken pipe"}};
+  for (const auto& c : cases) {
+    std::string received;
+    std::thread reader([&] {
+      if (c.reads_all) {
+        received = ReadFile(pipe);
+      } else {
+        const int fd = open(pipe.c_str(), O_RDONLY);
+        close(fd);
+      }
+    });
+    EXPECT_EQ(Write(pipe), c.reads_all);
+    reader.join();
+    EXPECT_NE(std::string(TakeError()).find(c.error), std::string::npos);
+    EXPECT_EQ(received, c.reads_all ? Written() : "");
+  }
+  EXPECT_TRUE(Write("/dev/null"));
+}
+
+}  // namespace
