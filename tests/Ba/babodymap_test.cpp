@@ -5,7 +5,7 @@
 #include <sstream>
 
 #include "Bt/deathcases.h"
-#include "mappingtexts.h"
+#include "support/mappingerrors.h"
 
 namespace {
 
@@ -21,29 +21,9 @@ std::string Written(const BaUnlockedBodyMap& body_map) {
 }
 
 TEST(BaBodyMap, RecordsThatAreNotReadSayWhy) {
-  const struct {
-    const char* text;
-    const char* printed;
-  } cases[] = {
-      {"x", "Error reading body id|"},
-      {"0 1 2 3 4 5 6", "Invalid body id 0."},
-      {"5 1 2 x", "Cannot read transformation type for body id 5."},
-      {"5 1 2 7", "Invalid transformation type (7) for body id 5."},
-      {"5 1 2 0", "Invalid transformation type (0) for body id 5."},
-      {"5 1 2 3 4 5 6\n1 99999999999",
-       "Unable to read system variable id for transform #2, body 5."},
-      {"5 1 2 3 4 5 6\n1 -1 nan",
-       "Unable to read constant for linear combination for transform #2, body|5."},
-      {"5 1 2 3 4 5 6\n-2 0.5 1",
-       "Cannot read sysvar/coefficent pair for transform #1, body id 5."},
-      {"5 1 2 3 4 5 6\n-2147483648 0.5 1 1 1 1e39",
-       "Cannot read sysvar/coefficent pair for transform #1, body id 5."},
-      {"5 1 2 3 4 5 6\n-3 0.5 1 1 0 1",
-       "Invalid system variable id in linear combination for transform #1,|body id 5."},
-  };
-  for (const auto& c : cases) {
+  for (const ErrorCase& c : BodyMapErrors()) {
     EXPECT_EQ(Scan(c.text), nullptr) << c.text;
-    EXPECT_EQ(TakePrintedForm(), "ERROR: " + std::string(c.printed)) << c.text;
+    EXPECT_EQ(TakePrinted(), PrintedError(c.lines)) << c.text;
   }
 }
 

@@ -11,7 +11,8 @@
 #include "Bt/deathcases.h"
 #include "babody.h"
 #include "bamodel.h"
-#include "mappingtexts.h"
+#include "support/mappingerrors.h"
+#include "support/mappingtexts.h"
 
 namespace {
 
@@ -22,7 +23,7 @@ bool Scan(const std::string& text, BaUnlockedMapping* mapping) {
 
 BaUnlockedMapping Scanned(const std::string& text) {
   BaUnlockedMapping mapping;
-  EXPECT_TRUE(Scan(text, &mapping)) << text << TakePrintedForm();
+  EXPECT_TRUE(Scan(text, &mapping)) << text << TakePrinted();
   return mapping;
 }
 
@@ -32,105 +33,37 @@ std::string Written(const BaUnlockedMapping& mapping) {
   return os.str();
 }
 
-std::string Textures(const std::string& pairs) {
-  return OneBody("MATERIAL_TEXTURE_INDEX_MAPS {\n" + pairs + "\n}\n");
-}
-std::string Effects(const std::string& block) {
-  return OneBody("BLEND_EFFECT_MAP {\n" + block + "\n}\n");
-}
-std::string Sliders(const std::string& pairs) {
-  return Effects("SLIDER_GROUP: g\nSLIDERS {\n" + pairs + "\n}");
-}
-std::string Include(const std::string& block) { return OneBody("INCLUDE {\n" + block + "\n}\n"); }
-
 TEST(BaMapping, FilesThatAreNotReadSayWhy) {
-  const std::string header = "Zov Graphic Mapping File\n";
-  const std::string no_header = "Invalid datafile.|Unable to validate datafile header.|";
-  const std::string no_map =
-      "Unable to read Body Map.  Last successfully read body map was for body|";
-  const std::string no_texture = "Unable to read material texture index maps.|";
-  const std::string no_effect = "Unable to blend effect map.|";
-  const std::string no_group = no_effect + "No SLIDER_GROUP specified in BLEND_EFFECT_MAP section.";
-  const std::string bad_group =
-      no_effect + "Invalid value for SLIDER_GROUP in BLEND_EFFECT_MAP section.";
-  const std::string no_include = "Unable to read include.|";
-  const std::string include = "INCLUDE {\nFILE_NAME: a\n}\n";
-  const struct {
-    std::string text;
-    std::string printed;
-  } cases[] = {
-      {"", no_header + "Error reading file."},
-      {"Zov Graphic Mapping\nv1.0\n", no_header + "Invalid datafile header id."},
-      {header + "version 1.0", no_header + "Unable to read datafile version number."},
-      {header + "v2.0\n",
-       no_header + "Unsupported datafile version 2.00.  Application uses version 1.00."},
-      {header + "v1.0\nx", "Error reading number of variables|"},
-      {header + "v1.0\n5\n", "Error reading number of bodies|"},
-      {header + "v1.0\n5\n-1\n", "Error reading number of bodies|"},
-      {MappingText(5, 2147483647, ""), no_map + "0.|Error reading body id|"},
-      {MappingText(6, 2, BodyRecord(9, 1) + "4 0"),
-       no_map + "9.|Invalid transformation type (0) for body id 4."},
-      {MappingText(6, 3, BodyRecord(9, 1) + BodyRecord(2, 1) + BodyRecord(9, 1)),
-       "The mapping for body 9 is specified multiple times."},
-      {OneBody("END\n"), "No ':' or '{' following tag 'END'."},
-      {OneBody("MODEL: x\n"), "Invalid tag 'MODEL' in mapping file."},
-      {Textures("0 1"), no_texture + "Invalid material id '0' specified."},
-      {Textures("1 7 a 1"), no_texture + "Invalid material id 'a' specified."},
-      {Textures("1 7 2"), no_texture + "Invalid sysvar id '' specified."},
-      {Textures("1 2147483648"), no_texture + "Invalid sysvar id '2147483648' specified."},
-      {OneBody(include + "MATERIAL_TEXTURE_INDEX_MAPS {\n}\n"),
-       "MATERIAL_TEXTURE_INDEX_MAPS must be specified before IMPORT."},
-      {OneBody(include + "BLEND_EFFECT_MAP {\n}\n"),
-       "BLEND_EFFECT_MAP must be specified before IMPORT."},
-      {Effects(""), no_group},
-      {Effects("SLIDERS {\na 1\n}\nSLIDER_GROUP: g"), no_group},
-      {Effects("SLIDER_GROUP: a b"), bad_group + "|Slider group names cannot contain spaces."},
-      {Effects("SLIDER_GROUP {\na\n}"), bad_group},
-      {Sliders("{ 1"), no_effect + "Unable to read slider name from SLIDERS section."},
-      {Sliders("a 1 b 2x"), no_effect + "Unable to read sysvar id from SLIDERS section."},
-      {Sliders("a -3"), no_effect + "Invalid sysvar id '-3' specified."},
-      {Sliders("a 1 b 2 a 3"),
-       no_effect + "Slider a appears multiple times with different mappings."},
-      {Effects("S: x"), no_effect + "Unrecognized key word \"S\" in BLEND_EFFECT_MAP section."},
-      {Include(""), no_include + "No FILE_NAME specified."},
-      {Include("FILE_NAME:"), no_include + "Invalid value for FILE_NAME."},
-      {Include("FILE_NAME: a\\\nb"), no_include + "Invalid value for FILE_NAME."},
-      {Include("BODY_ID_OFFSET: 1x"), no_include + "Invalid value for BODY_ID_OFFSET."},
-      {Include("SYSTEM_VARIABLE_ID_OFFSET {\n1\n}"),
-       no_include + "Invalid value for SYSTEM_VARIABLE_ID_OFFSET."},
-      {Include("FILE: a"), no_include + "Unrecognized key word \"FILE\"."},
-      {Include("a"), no_include + "No ':' or '{' following tag 'a'."},
-  };
-  for (const auto& c : cases) {
+  for (const ErrorCase& c : MappingErrors()) {
     BaUnlockedMapping mapping;
     EXPECT_FALSE(Scan(c.text, &mapping)) << c.text;
-    EXPECT_EQ(TakePrintedForm(), "ERROR: Unable to read file.|" + c.printed) << c.text;
+    EXPECT_EQ(TakePrinted(), PrintedError(c.lines)) << c.text;
   }
   std::istringstream failed;
   failed.setstate(std::ios::failbit);
   EXPECT_FALSE(BaUnlockedMapping().scanFrom(failed, false));
-  EXPECT_EQ(TakePrintedForm(), "ERROR: Unable to open file.");
+  EXPECT_EQ(TakePrinted(), PrintedError("Unable to open file."));
   EXPECT_FALSE(BaUnlockedMapping().read("/no/such.dof", true));
-  EXPECT_EQ(TakePrintedForm(), "ERROR: Unable to open file '/no/such.dof'.");
+  EXPECT_EQ(TakePrinted(), PrintedError("Unable to open file '/no/such.dof'."));
 }
 
 TEST(BaMapping, FilesThatAreReadGiveTheirVariableCount) {
   const struct {
     std::string text;
     int num_vars;
-    const char* printed;
+    std::string warning;
   } cases[] = {
       {"Zov Graphic Mapping File, draft\r\nv1.9\r\n0\r\n0\r\n", 0, ""},
       {"Zov Graphic Mapping File" + std::string(200, '!') + "\nV1.999 0 0", 0, ""},
       {MappingText(0, 0, "# comment\nEND:\nno section"), 0, ""},
       {MappingText(10, 1, BodyRecord(1, 7)), 12,
-       "WARNING: Mapping file specifies 10 variables, but actually uses 12 variables."},
-      {Textures("1 9"), 6, ""},          // only variables of transforms count
-      {Include("FILE_NAME: a"), 6, ""},  // the include is not loaded
+       "Mapping file specifies 10 variables, but actually uses 12 variables."},
+      {TextureMaps("1 9"), 6, ""},            // only variables of transforms count
+      {IncludeBlock("FILE_NAME: a"), 6, ""},  // the include is not loaded
   };
   for (const auto& c : cases) {
     EXPECT_EQ(Scanned(c.text).numSysVars(), c.num_vars) << c.text;
-    EXPECT_EQ(TakePrintedForm(), c.printed) << c.text;
+    EXPECT_EQ(TakePrinted(), c.warning.empty() ? "" : PrintedWarning(c.warning)) << c.text;
   }
 }
 
@@ -203,8 +136,8 @@ TEST(BaMapping, EditsKeepTheLookupsTrue) {
 
 TEST(BaMapping, LoadCompatibilityNamesTheFirstBodyThatDiffers) {
   const std::string partial = "2 1 1 2 3 4 5 1 2 3 4 5 6\n";
-  const std::string differs = "ERROR: The transformations do not match for body ";
-  const std::string extra = "ERROR: The source model has extra transformations for body ";
+  const std::string differs = "The transformations do not match for body ";
+  const std::string extra = "The source model has extra transformations for body ";
   const std::string one = BodyRecord(1, 1);
   const std::string cases[][3] = {
       {one + BodyRecord(2, 7), BodyRecord(2, 7) + one, ""},
@@ -224,9 +157,9 @@ TEST(BaMapping, LoadCompatibilityNamesTheFirstBodyThatDiffers) {
     theExceptObj.clear();
     const bool fits = message.empty();
     EXPECT_EQ(BaMappingCheckLoadCompatibility(dest, source, nullptr), fits);
-    EXPECT_EQ(TakePrintedForm(), fits ? "" : message + "with id of 2.");
+    EXPECT_EQ(TakePrinted(), fits ? "" : PrintedError(message + "with id of 2."));
     EXPECT_EQ(BaMappingCheckLoadCompatibility(dest, source, &model), fits);
-    EXPECT_EQ(TakePrintedForm(), fits ? "" : message + "\"hip\".");
+    EXPECT_EQ(TakePrinted(), fits ? "" : PrintedError(message + "\"hip\"."));
   }
 }
 
@@ -237,7 +170,7 @@ TEST(BaMapping, CancelEndsReading) {
   BaUnlockedMapping mapping;
   EXPECT_FALSE(Scan(MappingText(6, 40, records), &mapping));
   theExceptObj.setCancelHook(nullptr);
-  EXPECT_EQ(TakePrintedForm(), "ERROR: Unable to read file.|Canceled.");
+  EXPECT_EQ(TakePrinted(), PrintedError("Unable to read file.|Canceled."));
 }
 
 TEST(BaMappingDeathTest, MisuseAborts) {

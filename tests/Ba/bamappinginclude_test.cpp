@@ -6,7 +6,8 @@
 #include <sstream>
 
 #include "bamapping.h"
-#include "mappingtexts.h"
+#include "support/mappingtexts.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -75,7 +76,7 @@ TEST_F(BaMappingInclude, MergesWhatIsIncluded) {
     Write("main", OneBody(sections));
     BaUnlockedMapping mapping;
     EXPECT_TRUE(mapping.read("main", true)) << sections;
-    EXPECT_EQ(TakePrintedForm(), "");
+    EXPECT_EQ(TakePrinted(), "");
     EXPECT_EQ(Summary(mapping), summary) << sections;
     // What was merged is written as part of the mapping.
     std::stringstream written;
@@ -124,9 +125,9 @@ TEST_F(BaMappingInclude, RefusesWhatDoesNotFit) {
     Write("main", OneBody(sections));
     BaUnlockedMapping mapping;
     EXPECT_FALSE(mapping.read("main", true)) << sections;
-    const std::string printed = TakePrintedForm();
-    EXPECT_TRUE(printed.starts_with("ERROR: Unable to read file 'main'.|")) << printed;
-    EXPECT_TRUE(printed.ends_with(printed_end)) << printed;
+    const std::string printed = TakePrinted();
+    EXPECT_TRUE(printed.starts_with("\n\nERROR: Unable to read file 'main'.\n")) << printed;
+    EXPECT_TRUE(printed.ends_with(IndentedLines(7, printed_end) + "\n\n")) << printed;
   }
 }
 
@@ -155,7 +156,7 @@ TEST_F(BaMappingInclude, ReadsTheSamples) {
   for (const auto& [name, num_vars] : samples) {
     BaUnlockedMapping mapping;
     EXPECT_TRUE(mapping.read(BtFormat(KESTRIX_SAMPLES "/%s.dof", name), true)) << name;
-    EXPECT_EQ(TakePrintedForm(), "") << name;
+    EXPECT_EQ(TakePrinted(), "") << name;
     EXPECT_EQ(mapping.numSysVars(), num_vars) << name;
   }
   std::istringstream stage(OneBody(Include("fox.dof", 100, "7")));

@@ -231,11 +231,15 @@ TEST(BaModelDataFill, CoordinateSystemsComeBack) {
       const BtCoordSystem expected(BtComposeRotationMatrix(angles, order), {1.5F, -2, 1e6F});
       BaModel model;
       ReadLegacy(Body(1, "m", 0), &model);
-      model.findBody(1)->setTransform(expected.matrix());
+      Bt4X4FloatMat transform = expected.matrix();
+      const float scales[] = {2.5F, 0.5F, 4};  // of the axes, in every other model
+      for (int k = 0; k < 9; ++k) transform(k / 3, k % 3) *= i % 2 == 0 ? 1 : scales[k / 3];
+      model.findBody(1)->setTransform(transform);
       model.setAngleUnits(units);
       BaModelData data;
       ASSERT_TRUE(data.fillFrom(model, true)) << TakeMessages();
       EXPECT_EQ(data.bodyById(1)->coordSys().rotationOrder(), (std::array<int, 3>{3, 2, 1}));
+      theExceptObj.clear();
       BtCoordSystem filled;
       data.getCoordSystem(*data.bodyById(1), &filled);
       EXPECT_EQ(filled.origin(), expected.origin());
@@ -254,7 +258,10 @@ TEST(BaModelDataFill, OneBodyAtATime) {
   BaModelData whole;
   ASSERT_TRUE(whole.fillFrom(model, true));
   BaModelData data;
-  data.addMaterial(std::make_unique<BaMDMaterial>(*whole.materials()[0]));
+  auto material = std::make_unique<BaMDMaterial>();
+  material->setName("skin");
+  material->setDiffuse({0.5F, 0.25F, 1});
+  data.addMaterial(std::move(material));
   ASSERT_TRUE(data.fillBodyFrom(model, 1, true)) << TakeMessages();
   ASSERT_TRUE(data.fillBodyFrom(model, 2, true)) << TakeMessages();
   EXPECT_EQ(Print(data), Print(whole));

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <span>
 #include <vector>
 
 #include "baelements.h"
@@ -50,6 +51,8 @@ class BaBodyObj {
   // Linking. The two directions are set one by one, the ids are not touched.
   void setParent(BaBodyObj* parent) { _parent = parent; }
   void appendChild(BaBodyObj* child) { _children.push_back(child); }
+  // Adds children, given in ascending order of their ids, to children in that order.
+  void insertChildren(std::span<BaBodyObj* const> children);
   // Asserts that `child` is among the children.
   void removeChild(BaBodyObj* child);
   void clearChildren() { _children.clear(); }
@@ -110,6 +113,11 @@ class BaBody : public BaBodyObj {
   void add(BaTexturedTMesh* mesh) { _textured_t_meshes.add(mesh, kChunk); }
   // Forgets the bones, which the caller deletes.
   void removeBones() { _bones.clear(); }
+  // Forgets the flexible polygons for which `is_gone(polygon)` holds, which the caller deletes.
+  template <class IsGone>
+  void removeFlexiblePolygons(IsGone is_gone) {
+    _flexible_polygons.removeIf(is_gone);
+  }
 
   // Reads what follows the record letter; false after a recorded error.
   bool scanFrom(std::istream& is);

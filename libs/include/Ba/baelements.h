@@ -33,6 +33,15 @@ class BaElements {
     _elements[_n_added] = std::move(element);
     ++_n_added;
   }
+  // Removes the elements for which `is_gone(element)` holds; the others keep their order.
+  template <class IsGone>
+  void removeIf(IsGone is_gone) {
+    Pointer* const end = _elements.begin() + _n_added;
+    Pointer* const kept = std::remove_if(
+        _elements.begin(), end, [&is_gone](const Pointer& element) { return is_gone(*element); });
+    std::fill(kept, end, nullptr);
+    _n_added = static_cast<int>(kept - _elements.begin());
+  }
   void trim() { _elements.resize(_n_added); }
   // True when there are no spare places.
   [[nodiscard]] bool isTrimmed() const { return _n_added == _elements.size(); }

@@ -15,7 +15,7 @@ class BaMDSource;
 class BaMDMaterial {
  public:
   BaMDMaterial() = default;
-  BaMDMaterial(const BaMDMaterial& other);  // copies the textures, too
+  BaMDMaterial(const BaMDMaterial&) = delete;
   BaMDMaterial& operator=(const BaMDMaterial&) = delete;
   ~BaMDMaterial();
 
@@ -43,9 +43,6 @@ class BaMDMaterial {
   bool scanFrom(BaMDSource& source);
   // Writes the section; asserts that the name is set.
   bool printOn(std::ostream& os) const;
-
-  // Equal in everything but the name.
-  [[nodiscard]] bool sameContent(const BaMDMaterial& other) const;
 
  private:
   BtStr _name;

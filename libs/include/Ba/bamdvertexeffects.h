@@ -3,7 +3,7 @@
 #pragma once
 
 #include <iosfwd>
-#include <memory>
+#include <utility>
 
 #include "array.h"
 #include "btstr.h"
@@ -20,13 +20,13 @@ class BaMDBlendVEffects;
 class BaMDVertexEffects {
  public:
   virtual ~BaMDVertexEffects() = default;
+  BaMDVertexEffects(const BaMDVertexEffects&) = delete;
   BaMDVertexEffects& operator=(const BaMDVertexEffects&) = delete;
 
   [[nodiscard]] virtual BaMDVertexEffects_t type() const = 0;
   // This object as what it is; null when it is of the other kind.
   [[nodiscard]] virtual const BaMDFlexVEffects* asFlex() const { return nullptr; }
   [[nodiscard]] virtual const BaMDBlendVEffects* asBlend() const { return nullptr; }
-  [[nodiscard]] virtual std::unique_ptr<BaMDVertexEffects> clone() const = 0;
 
   // Reads the text of the effect's block; false after a recorded error.
   bool scanFrom(std::istream& is);
@@ -36,7 +36,6 @@ class BaMDVertexEffects {
 
  protected:
   BaMDVertexEffects() = default;
-  BaMDVertexEffects(const BaMDVertexEffects&) = default;
 };
 
 // Vertices that follow another body with a weight each.
@@ -51,7 +50,6 @@ class BaMDFlexVEffects : public BaMDVertexEffects {
 
   [[nodiscard]] BaMDVertexEffects_t type() const override { return BaMDVertexEffects_t::Flex; }
   [[nodiscard]] const BaMDFlexVEffects* asFlex() const override { return this; }
-  [[nodiscard]] std::unique_ptr<BaMDVertexEffects> clone() const override;
 
   // The body that the vertices flex toward.
   [[nodiscard]] const BtStr& bodyName() const { return _body_name; }
@@ -80,7 +78,6 @@ class BaMDBlendVEffects : public BaMDVertexEffects {
 
   [[nodiscard]] BaMDVertexEffects_t type() const override { return BaMDVertexEffects_t::Blend; }
   [[nodiscard]] const BaMDBlendVEffects* asBlend() const override { return this; }
-  [[nodiscard]] std::unique_ptr<BaMDVertexEffects> clone() const override;
 
   [[nodiscard]] const BtStr& sliderGroup() const { return _slider_group; }
   void setSliderGroup(const BtStr& name) { _slider_group = name; }

@@ -24,6 +24,7 @@
 #include "baunits.h"
 #include "btlist.h"
 
+class Bt_GeoObj;
 template <class T, class F>
 class BtSet;
 
@@ -56,6 +57,9 @@ class BaModel {
   // Writes the model as legacy text, always of version 1.30. Blend effects, sliders, units and
   // textures beyond the first decal have no legacy form and are left out.
   void printOn(std::ostream& os) const;
+  // Saves the model as a document, never as legacy text. Asserts that no error stands; errors are
+  // recorded.
+  void save(const char* file_name) const;
 
   // The content.
 
@@ -137,7 +141,56 @@ class BaModel {
   BaMuscle* addMuscle(std::unique_ptr<BaMuscle> muscle);
   BaMDSliderGroup* addSliderGroup(std::unique_ptr<BaMDSliderGroup> group);
 
-  // Edits.
+  // Edits, of a model that was read or that endLoad() was called for; of an empty model as well,
+  // to which adding a body adds the reference body. Each leaves a model that passes
+  // checkInvariants(). What they take as a plain reference is copied. Misuse is an assertion
+  // failure.
+
+  // Adds name, id, parent id, transform and post scale factor of a body, without elements, links or
+  // children. A parent id of -1 hangs it under the reference body. Asserts that the id is free and
+  // within range, that no body has the name and that the parent exists; a body that is in the way
+  // of itself by name or id is shown on standard error.
+  BaBody* addBody(const BaBody& c_body);
+  // Adds a body and a shape for it; see addBody() and addBodyTMeshes().
+  BaBody* createBody(int id, int parent_id, const char* name, const Bt4X4FloatMat& transform,
+                     int material_id, const Bt_GeoObj& geometry);
+  // Id and name must be new.
+  BaMaterial* addMaterial(const BaMaterial& material);
+  // The id must be new among the lights, or among the lighting models.
+  BaLight* addLight(const BaLight& light);
+  BaLightingModel* addLightingModel(const BaLightingModel& lighting_model);
+  // Body and material of an element must exist, and so must the bodies that its vertices follow.
+  BaBone* addBone(const BaBone& bone);
+  BaPolygon* addBodyPolygon(int body_id, const BaPolygon& polygon);
+  BaTexturedPolygon* addBodyTexturedPolygon(int body_id, const BaTexturedPolygon& polygon);
+  BaTMesh* addBodyTMesh(int body_id, const BaTMesh& t_mesh);
+  BaTexturedTMesh* addBodyTexturedTMesh(int body_id, const BaTexturedTMesh& t_mesh);
+  // Adds a triangle mesh for every strip of a shape that stands in the system of the body.
+  void addBodyTMeshes(int body_id, int material_id, const Bt_GeoObj& geometry);
+  // Adds slider groups. The sliders of a group whose name the model has already go to that group,
+  // where they are not there yet.
+  void addSliderGroups(const BtList<BaMDSliderGroup*>& groups);
+
+  // Gives a body another id. Everything that refers to the body follows: its elements, its
+  // children, flex2 effects, flexible polygons, muscles. A reference to a body that does not exist
+  // stays one. A mapping is to be told with BaUnlockedMapping::changeBodyId(). The reference body
+  // keeps its id.
+  void changeBodyId(BaBody* body, int new_id);
+  void changeBodyId(int old_id, int new_id);
+  // Two bodies trade their ids, in the way of changeBodyId(): parents, children, shapes and weights
+  // stay with the body.
+  void swapBodyIds(int id1, int id2);
+  // Deletes a body as one takes a joint out of a character. Its elements go, and the flexible
+  // polygons that have it on either side. Its children go to its parent and stay where they are in
+  // the world at rest. The weight with which vertices follow it goes to its parent; at the top,
+  // where the parent is the world, or where it would come back to the vertex's own body, it falls
+  // to the vertex's own body. Muscles run past it; one that ran over nothing else goes.
+  void removeBody(BaBody* body);
+  // Cuts the polygons of a body, textured or not, into triangles in the sense of the polygon;
+  // concave ones too. Corners keep their effects and texture coordinates, triangles the material
+  // and the S flag. The first triangle takes the polygon's place, the others are added behind.
+  // Asserts that every polygon has three corners at least.
+  void triangulateBody(BaBody* body);
 
   // Deletes all bones, in the bodies as well.
   void removeBones();
@@ -145,15 +198,36 @@ class BaModel {
   // order; asserts that there are no flexible polygons then.
   void removeUnusedMaterials(bool renumber);
 
+  // True when the model holds together: ids and the table, parents and children, the element lists
+  // of the bodies against those of the model, what elements refer to, parallel arrays, effects,
+  // lookups. Otherwise `fault`, unless it is null, says what is wrong. It walks the whole model,
+  // each part once, and changes nothing; models that are being loaded do not pass.
+  bool checkInvariants(BtStr* fault) const;
+
  private:
+  friend class Ba_ModelChecker;
+
   // Deletes everything and forgets version, units and settings.
   void _clear();
+  // Reads either form of text. `file_name` is the file that the text comes from, null for none.
+  void _scanFrom(std::istream& is, const BtStr& directory, const char* file_name);
   // Reads a document, header included already, and takes its content over.
-  void _scanDocumentFrom(std::istream& is, const BtStr& directory);
+  void _scanDocumentFrom(std::istream& is, const BtStr& directory, const char* file_name);
   bool _linkBodies();
   [[nodiscard]] bool _checkParents() const;
   [[nodiscard]] bool _checkAncestors() const;
   void _trim();
+  void _growBodyTable(int id);
+  void _indexBody(BaBody* body);
+  // For a body that is in the table no more.
+  void _unindexBody(const BaBody* body);
+  void _linkBody(BaBody* body);
+  // The body of one id gets another id, and what has that id, if anything, gets the first one.
+  void _exchangeBodyIds(int id1, int id2);
+  void _exchangeBodyReferences(int id1, int id2);
+  void _removeElementsOf(BaBody* body);
+  void _removeReferencesTo(const BaBody& body);
+  void _moveChildrenUp(BaBody* body);
   void _indexMaterial(BaMaterial* material);
   void _renumberMaterials();
   template <class T>
@@ -177,6 +251,7 @@ class BaModel {
   BaUnits _angle_units;
   bool _combine_vertex_normals = true;
 
+  int _n_bodies = 0;
   BaNameMap<BaBody*> _bodies_by_name;
   std::unordered_map<int, BaMaterial*> _materials_by_id;
   BaNameMap<BaMaterial*> _materials_by_name;

@@ -20,18 +20,18 @@ class BaModelCombine {
   // Adds `source` with `body_id_offset` added to every body id and `body_name_suffix` appended to
   // every body name. False after a recorded error: an id out of range, or an id or name that is
   // taken. The model is incomplete then.
-  bool add(const BaModel& source, int body_id_offset, const BtStr& body_name_suffix);
+  bool add(const BaModel& source, long long body_id_offset, const BtStr& body_name_suffix);
 
  private:
   // How the parts of one source are called in the model.
   struct Names {
-    int body_id_offset = 0;
+    long long body_id_offset = 0;
     std::unordered_map<int, int> material_ids;
     BaNameMap<BtStr> slider_groups;
   };
   using Contents = std::unordered_map<std::string, BtStr>;  // name and content to the name used
 
-  bool _addBody(const BaBody& body, int body_id_offset, const BtStr& body_name_suffix);
+  bool _addBody(const BaBody& body, long long body_id_offset, const BtStr& body_name_suffix);
   void _addMaterial(const BaMaterial& material, Names* names);
   void _addSliderGroup(const BaMDSliderGroup& group, Names* names);
   template <class Element>

@@ -86,8 +86,10 @@ class BaModelData {
   // merged into it.
   bool read(const char* file_name, bool process_includes = true);
   // Reads the sections behind the header. `directory` is the folder that relative file names in the
-  // document start from.
-  bool scan(std::istream& is, const BtStr& directory, bool process_includes);
+  // document start from; `file_name` is the file that the text comes from, if any, so that a file
+  // that includes itself is found out.
+  bool scan(std::istream& is, const BtStr& directory, bool process_includes,
+            const char* file_name = nullptr);
   // Reads the two header lines. The version read goes to `version` unless that is null.
   static bool scanHeader(std::istream& is, float* version);
   // Writes the document to a stream or a file; asserts that no error stands. A saved document names
@@ -119,16 +121,24 @@ class BaModelData {
     std::vector<BaMDGeometry*> geometries;
   };
 
+  // Where included models go.
+  struct IncludeTarget {
+    BaModelCombine* combine;
+    BtStr directory;  // of the including document, from which texture files are named
+    Ba_IncludeChain* chain;
+  };
+
   void _indexBody(BaMDBody* body);
   bool _scanSections(std::istream& is, const BtStr& directory);
   // Reads a file without merging what it includes.
   bool _readFile(const char* file_name);
-  // Extracts the content and that of the included models into a model that is being built. Texture
-  // files are named from `directory` on.
-  bool _combineInto(BaModel* model, const BtStr& directory, Ba_IncludeChain* chain) const;
-  bool _combineInclude(const BaMDInclude& include, const BtStr& directory, BaModelCombine* combine,
-                       Ba_IncludeChain* chain) const;
   bool _mergeIncludes(Ba_IncludeChain* chain);
+  // Adds the models that the document includes, and those that they include, to a model. Offset and
+  // suffix come on top of their own.
+  bool _combineIncludes(const IncludeTarget& target, long long body_id_offset,
+                        const BtStr& body_name_suffix) const;
+  bool _combineFile(const BtStr& file_name, const IncludeTarget& target, long long body_id_offset,
+                    const BtStr& body_name_suffix) const;
   // Extracts the content into a model that is being built.
   bool _extractInto(BaModel* model) const;
   bool _printOn(std::ostream& os, const BtStr& directory) const;

@@ -15,6 +15,7 @@ class BaMuscle {
   [[nodiscard]] const BtStr& name() const { return _name; }
   // The ids of the bodies that the muscle runs over, in order. Nothing says that they exist.
   [[nodiscard]] const BtDynArray<int>& bodyIds() const { return _body_ids; }
+  BtDynArray<int>& bodyIds() { return _body_ids; }
 
   // Reads what follows the record letter; false after a recorded error.
   bool scanFrom(std::istream& is);

@@ -5,6 +5,7 @@
 #include <array>
 #include <iosfwd>
 #include <memory>
+#include <utility>
 
 #include "btstr.h"
 
@@ -153,6 +154,18 @@ class BaVertexEffects {
   void add(std::unique_ptr<Ba_VertexEffect> effect);
   // Lets flex2 effects toward body `old_id` follow `new_id` instead, with the same rule.
   void changeFlex2BodyId(int old_id, int new_id);
+  // Removes the effects for which `is_gone(effect)` holds.
+  template <class IsGone>
+  void removeIf(IsGone is_gone) {
+    std::unique_ptr<Ba_VertexEffect>* link = &_first;
+    while (*link != nullptr) {
+      if (is_gone(std::as_const(**link))) {
+        *link = std::move((*link)->_next);
+      } else {
+        link = &(*link)->_next;
+      }
+    }
+  }
   void clear() noexcept;
 
  private:

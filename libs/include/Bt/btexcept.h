@@ -61,6 +61,8 @@ class BtExceptionHandler {
   // The question that long operations ask: has the user asked to stop? Null for never.
   using CancelHook = bool (*)();
   void setCancelHook(CancelHook hook) { _cancel_hook = hook; }
+  // Asks the hook and records nothing.
+  [[nodiscard]] bool cancelAsked() const { return _cancel_hook != nullptr && _cancel_hook(); }
   // Asks the hook; when it says yes, records "Canceled." and answers true.
   bool checkCancel();
 

@@ -25,6 +25,11 @@ class BtFileBuf : public std::streambuf {
 
  protected:
   int_type underflow() override;
+  // Reads up to `size` bytes: their number, 0 at the end of the file, -1 for a read error.
+  virtual long long readBlock(char* to, std::size_t size);
+  // Takes over an open file.
+  void adopt(int fd);
+  [[nodiscard]] int descriptor() const { return _fd; }
 
  private:
   std::ios& _owner;  // its badbit is set when reading fails

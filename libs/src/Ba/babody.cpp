@@ -45,6 +45,17 @@ void BaBodyObj::setPostScaleFactor(float psf) {
   _post_scale_factor = psf;
 }
 
+void BaBodyObj::insertChildren(std::span<BaBodyObj* const> children) {
+  const auto before = [](const BaBodyObj* a, const BaBodyObj* b) { return a->_id < b->_id; };
+  const auto n_old = static_cast<std::ptrdiff_t>(_children.size());
+  _children.insert(_children.end(), children.begin(), children.end());
+  // Only those behind the first new one have to move.
+  const auto middle = _children.begin() + n_old;
+  if (middle == _children.end()) return;
+  const auto first = std::upper_bound(_children.begin(), middle, *middle, before);
+  std::inplace_merge(first, middle, _children.end(), before);
+}
+
 void BaBodyObj::removeChild(BaBodyObj* child) {
   const auto place = std::find(_children.begin(), _children.end(), child);
   BtAssert(place != _children.end());

@@ -6,7 +6,7 @@
 #include "bamappingheader.h"
 #include "btexcept.h"
 #include "btfile.h"
-#include "btifstream.h"
+#include "bttextfile.h"
 
 namespace {
 
@@ -75,11 +75,14 @@ bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_Incl
 
 // The file is closed again on return: files that include each other must not all stay open.
 bool BaUnlockedMapping::_scanFile(const BtStr& file, bool* opened) {
-  BtIFStream is(file);
-  *opened = is.isOpen();
-  if (*opened) return _scanFrom(is, BtFileDirectory(file));
-  theExceptObj.set("Unable to open file '%s'.", static_cast<const char*>(file));
-  return false;
+  BtInputFile input(file);
+  *opened = input.isOpen();
+  if (!*opened) {
+    theExceptObj.set("Unable to open file '%s'.", static_cast<const char*>(file));
+    return false;
+  }
+  const bool scanned = _scanFrom(input.stream(), BtFileDirectory(file));
+  return input.close() && scanned;
 }
 
 bool BaUnlockedMapping::_scanFrom(std::istream& is, const BtStr& directory) {

@@ -5,6 +5,7 @@
 #include "bamappingheader.h"
 #include "btexcept.h"
 #include "btfile.h"
+#include "bttextfile.h"
 
 namespace {
 
@@ -61,11 +62,10 @@ void BaUnlockedMapping::_printOn(std::ostream& os, const BtStr& directory) const
 }
 
 bool BaUnlockedMapping::save(const char* file) const {
-  const std::unique_ptr<std::ofstream> os = BtFileOpenOutput(file, BtFileOverwrite::Yes);
-  if (os != nullptr) {
-    _printOn(*os, BtFileDirectory(file));
-    os->close();
-    if (*os) return true;
+  BtOutputFile output(file);
+  if (output.isOpen()) {
+    _printOn(output.stream(), BtFileDirectory(file));
+    if (output.close()) return true;
   }
   theExceptObj.set("Unable to write file '%s'.", file);
   return false;

@@ -76,21 +76,29 @@ struct Limits {
   int coords;
 };
 
-bool CheckVertex(int vertex, int limit, const char* element, const BtStr& body_name) {
-  if (vertex >= 1 && vertex <= limit) return true;
-  if (vertex < 1) return BaFail("Invlalid vertex in GEOMETRY for body " + body_name + ".");
+bool IsWithin(int index, int limit) { return index >= 1 && index <= limit; }
+bool IsWithin(int vertex, const Limits& limits) { return IsWithin(vertex, limits.vertices); }
+bool IsWithin(const BaMDTexturedCorner& corner, const Limits& limits) {
+  return IsWithin(corner.vertex, limits.vertices) && IsWithin(corner.coord, limits.coords);
+}
+
+bool FailVertex(int vertex, const char* element, const BtStr& body_name) {
+  if (vertex < 1) {
+    return BaFail("Invlalid vertex in GEOMETRY for body " + BaShown(body_name) + ".");
+  }
   theExceptObj.set("A %s references a vertex (%d) that does not exist.", element, vertex);
   return false;
 }
 
-bool CheckEntry(int vertex, const Limits& limits, const char* element, const BtStr& body_name) {
-  return CheckVertex(vertex, limits.vertices, element, body_name);
+bool FailEntry(int vertex, const Limits& /*limits*/, const char* element, const BtStr& body_name) {
+  return FailVertex(vertex, element, body_name);
 }
 
-bool CheckEntry(const BaMDTexturedCorner& corner, const Limits& limits, const char* element,
-                const BtStr& body_name) {
-  if (!CheckVertex(corner.vertex, limits.vertices, element, body_name)) return false;
-  if (corner.coord >= 1 && corner.coord <= limits.coords) return true;
+bool FailEntry(const BaMDTexturedCorner& corner, const Limits& limits, const char* element,
+               const BtStr& body_name) {
+  if (!IsWithin(corner.vertex, limits.vertices)) {
+    return FailVertex(corner.vertex, element, body_name);
+  }
   theExceptObj.set("A %s references a texture coordinate (%d) that does not exist.", element,
                    corner.coord);
   return false;
@@ -100,7 +108,7 @@ template <class Entry>
 bool CheckEntries(const BaMDIndexLists<Entry>& lists, const Limits& limits, const char* element,
                   const BtStr& body_name) {
   for (const Entry& entry : lists.entries()) {
-    if (!CheckEntry(entry, limits, element, body_name)) return false;
+    if (!IsWithin(entry, limits)) return FailEntry(entry, limits, element, body_name);
   }
   return true;
 }

@@ -5,10 +5,13 @@
 #include <limits>
 #include <ostream>
 #include <type_traits>
+#include <utility>
 
 #include "bamdsection.h"
 
 namespace {
+
+constexpr int kFewestCorners = 3;
 
 bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
 
@@ -28,109 +31,114 @@ const BtStr& DegenerateWarning() {
   return warning;
 }
 
-template <class Entry>
-class LineReader {
- public:
-  LineReader(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lists)
-      : _next(text.data()), _end(text.data() + text.size()), _kind(kind), _lists(lists) {}
+// Skips blanks up to `end`, which need not be the end of a line.
+const char* SkipBlanks(const char* p, const char* end) {
+  while (p != end && *p != '\n' && BtIsSpace(*p)) ++p;
+  return p;
+}
 
-  bool read() {
-    const auto chars = static_cast<std::size_t>(_end - _next);
-    if (chars > kLargeBlock) _lists->reserve(chars / kFewestCharsPerEntry);
-    while (_next != _end) {
-      if (!_readLine()) return false;
-    }
-    return true;
+// The readers of single things answer the place behind what they read, null after a recorded error.
+const char* ReadIndex(const char* p, const char* end, const char* message, int* index) {
+  constexpr std::int64_t kMaxIndex = std::numeric_limits<int>::max();
+  constexpr std::ptrdiff_t kMostDigits = 10;
+  const bool negative = p != end && *p == '-';
+  if (p != end && (negative || *p == '+')) ++p;
+  const char* const digits = p;
+  const char* const limit = p + std::min(end - p, kMostDigits);
+  std::int64_t number = 0;
+  while (p != limit && IsDigit(*p)) number = number * 10 + (*p++ - '0');
+  if (p == digits || number > kMaxIndex || (p != end && IsDigit(*p))) {
+    theExceptObj.set("%s", message);
+    return nullptr;
   }
+  if (negative || number == 0) {
+    theExceptObj.set("Indices must be greater than zero.");
+    return nullptr;
+  }
+  *index = static_cast<int>(number);
+  return p;
+}
+
+const char* ReadEntry(const char* p, const char* end, int* vertex) {
+  return ReadIndex(p, end, "Unable to read vertex index.", vertex);
+}
+
+const char* ReadEntry(const char* p, const char* end, BaMDTexturedCorner* corner) {
+  p = ReadEntry(p, end, &corner->vertex);
+  if (p == nullptr) return nullptr;
+  p = SkipBlanks(p, end);
+  if (p == end || *p == '\n' || IsDigit(*p) || *p == '-' || *p == '+') {
+    theExceptObj.set("Unable to read delimiter.");
+    return nullptr;
+  }
+  return ReadIndex(SkipBlanks(p + 1, end), end, "Unable to read texture coordinate index.",
+                   &corner->coord);
+}
+
+// Takes the entries of one list after another and keeps what makes a polygon or a strip.
+template <class Entry>
+class ListMaker {
+ public:
+  ListMaker(BaMDLines kind, BaMDIndexLists<Entry>* lists) : _kind(kind), _lists(lists) {}
+
+  void add(const Entry& entry) {
+    const int vertex = VertexOf(entry);
+    if (_count > 0 && vertex == _last) return _warnOfDuplicate();
+    if (_count == 0) _first = vertex;
+    _last = vertex;
+    ++_count;
+    _lists->push(entry);
+  }
+  void end();
 
  private:
-  // In a large block as much room is reserved as its text can fill; what stays empty is no memory.
-  static constexpr std::size_t kLargeBlock = std::size_t{1} << 20;
-  static constexpr std::size_t kFewestCharsPerEntry = std::is_same_v<Entry, int> ? 2 : 4;
+  static void _warnOfDuplicate() { theExceptObj.setAsWarning(DuplicateWarning<Entry>()); }
 
-  bool _readLine() {
-    _count = 0;
-    while (_skipBlanks()) {
-      Entry entry = {};
-      if (!_readEntry(&entry)) return false;
-      _add(entry);
-    }
-    if (_next != _end) ++_next;
-    _endLine();
-    return true;
-  }
-  // False at the end of the line.
-  bool _skipBlanks() {
-    while (_next != _end && *_next != '\n' && BtIsSpace(*_next)) ++_next;
-    return _next != _end && *_next != '\n';
-  }
-  bool _readEntry(int* vertex) { return _readIndex("Unable to read vertex index.", vertex); }
-  bool _readEntry(BaMDTexturedCorner* corner) {
-    if (!_readEntry(&corner->vertex)) return false;
-    if (!_skipBlanks() || IsDigit(*_next) || *_next == '-' || *_next == '+') {
-      return BaFail("Unable to read delimiter.");
-    }
-    ++_next;
-    _skipBlanks();
-    return _readIndex("Unable to read texture coordinate index.", &corner->coord);
-  }
-  bool _readIndex(const char* message, int* index);
-  void _add(const Entry& entry);
-  void _endLine();
-  void _dropVertex() { theExceptObj.setAsWarning(DuplicateWarning<Entry>()); }
-
-  const char* _next;
-  const char* _end;
   BaMDLines _kind;
   BaMDIndexLists<Entry>* _lists;
-  // Of the line at hand: what was kept of it.
+  // Of the list at hand: what was kept of it.
   int _count = 0;
   int _first = 0;
   int _last = 0;
 };
 
 template <class Entry>
-bool LineReader<Entry>::_readIndex(const char* message, int* index) {
-  constexpr std::int64_t kMaxIndex = std::numeric_limits<int>::max();
-  constexpr std::ptrdiff_t kMostDigits = 10;
-  const bool negative = _next != _end && *_next == '-';
-  if (_next != _end && (negative || *_next == '+')) ++_next;
-  const char* p = _next;
-  const char* const limit = p + std::min(_end - p, kMostDigits);
-  std::int64_t number = 0;
-  while (p != limit && IsDigit(*p)) number = number * 10 + (*p++ - '0');
-  if (p == _next || number > kMaxIndex || (p != _end && IsDigit(*p))) return BaFail(message);
-  if (negative || number == 0) return BaFail("Indices must be greater than zero.");
-  _next = p;
-  *index = static_cast<int>(number);
-  return true;
-}
-
-template <class Entry>
-void LineReader<Entry>::_add(const Entry& entry) {
-  const int vertex = VertexOf(entry);
-  if (_count > 0 && vertex == _last) return _dropVertex();
-  if (_count == 0) _first = vertex;
-  _last = vertex;
-  ++_count;
-  _lists->push(entry);
-}
-
-template <class Entry>
-void LineReader<Entry>::_endLine() {
-  if (_count == 0) return;
-  if (_kind == BaMDLines::Polygons) {
-    if (_count > 1 && _last == _first) {
-      _lists->popEntry();
-      --_count;
-      _dropVertex();
-    }
-    if (_count < 3) {
-      theExceptObj.setAsWarning(DegenerateWarning());
-      return _lists->dropList();
-    }
+void ListMaker<Entry>::end() {
+  const int count = std::exchange(_count, 0);
+  if (count == 0) return;
+  const bool is_closed = _kind == BaMDLines::Polygons && count > 1 && _last == _first;
+  if (is_closed) {
+    _lists->popEntry();
+    _warnOfDuplicate();
+  }
+  if (_kind == BaMDLines::Polygons && count - (is_closed ? 1 : 0) < kFewestCorners) {
+    theExceptObj.setAsWarning(DegenerateWarning());
+    return _lists->dropList();
   }
   _lists->endList();
+}
+
+template <class Entry>
+bool ReadLines(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lists) {
+  // In a large block as much room is reserved as its text can fill; what stays empty is no memory.
+  constexpr std::size_t kLargeBlock = std::size_t{1} << 20;
+  constexpr std::size_t kFewestCharsPerEntry = std::is_same_v<Entry, int> ? 2 : 4;
+  if (text.size() > kLargeBlock) lists->reserve(text.size() / kFewestCharsPerEntry);
+  ListMaker<Entry> maker(kind, lists);
+  const char* const end = text.data() + text.size();
+  for (const char* p = SkipBlanks(text.data(), end); p != end; p = SkipBlanks(p, end)) {
+    if (*p == '\n') {
+      maker.end();
+      ++p;
+      continue;
+    }
+    Entry entry = {};
+    p = ReadEntry(p, end, &entry);
+    if (p == nullptr) return false;
+    maker.add(entry);
+  }
+  maker.end();
+  return true;
 }
 
 void PrintEntry(std::ostream& os, int vertex) { BaPrintInt(os, vertex); }
@@ -158,12 +166,12 @@ void PrintLists(std::ostream& os, const char* key, const BaMDIndexLists<Entry>& 
 }  // namespace
 
 bool BaReadIndexLines(std::string_view text, BaMDLines kind, BaMDIndexLists<int>* lists) {
-  return LineReader<int>(text, kind, lists).read();
+  return ReadLines(text, kind, lists);
 }
 
 bool BaReadIndexLines(std::string_view text, BaMDLines kind,
                       BaMDIndexLists<BaMDTexturedCorner>* lists) {
-  return LineReader<BaMDTexturedCorner>(text, kind, lists).read();
+  return ReadLines(text, kind, lists);
 }
 
 void BaPrintIndexLines(std::ostream& os, const char* key, const BaMDIndexLists<int>& lists) {

@@ -84,19 +84,6 @@ void PrintFloats(std::ostream& os, const char* key, const BtFloatArray& values) 
 
 }  // namespace
 
-BaMDMaterial::BaMDMaterial(const BaMDMaterial& other)
-    : _name(other._name),
-      _emission(other._emission),
-      _ambient(other._ambient),
-      _diffuse(other._diffuse),
-      _specular(other._specular),
-      _shininess(other._shininess),
-      _alpha(other._alpha) {
-  for (const BaMDTexture* texture : other._textures) {
-    addTexture(std::make_unique<BaMDTexture>(*texture));
-  }
-}
-
 BaMDMaterial::~BaMDMaterial() { BaDeleteAll(&_textures); }
 
 BaMDTexture* BaMDMaterial::addTexture(std::unique_ptr<BaMDTexture> texture) {
@@ -129,18 +116,4 @@ bool BaMDMaterial::printOn(std::ostream& os) const {
   }
   os << "}\n";
   return BaCheckWritten(os, "Unable to write file.");
-}
-
-bool BaMDMaterial::sameContent(const BaMDMaterial& other) const {
-  if (_emission != other._emission || _ambient != other._ambient || _diffuse != other._diffuse ||
-      _specular != other._specular || _shininess != other._shininess || _alpha != other._alpha ||
-      _textures.count() != other._textures.count()) {
-    return false;
-  }
-  auto other_texture = other._textures.begin();
-  for (const BaMDTexture* texture : _textures) {
-    if (!(*texture == **other_texture)) return false;
-    ++other_texture;
-  }
-  return true;
 }

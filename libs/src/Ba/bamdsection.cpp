@@ -127,7 +127,7 @@ bool BaPrintName(std::ostream& os, const char* key, const BtStr& name) {
   const std::string_view text = name.view();
   if (text.empty() || BaHoldsSpace(text) || text.find_first_of("#}") != std::string_view::npos ||
       text.ends_with('{') || text.ends_with('\\')) {
-    return BaFail("The name \"" + name + "\" cannot be written to a model document.");
+    return BaFail("The name \"" + BaShown(name) + "\" cannot be written to a model document.");
   }
   os << key << text << '\n';
   return true;

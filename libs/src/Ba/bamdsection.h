@@ -29,6 +29,8 @@ struct BaMDKey {
 // Records an error whose text needs no formatting; answers false.
 bool BaFail(const BtStr& message);
 bool BaFailUnknownKey(std::string_view key);
+// A name for messages: empty where it is not set.
+inline BtStr BaShown(const BtStr& name) { return BtStr(name.view()); }
 
 // Reads the items of a section up to the end of the input. A key word that is not in the table goes
 // to reader.readUnknown(item).

@@ -119,10 +119,6 @@ bool BaMDVertexEffects::scanFrom(std::istream& is) {
   return scanFrom(source);
 }
 
-std::unique_ptr<BaMDVertexEffects> BaMDFlexVEffects::clone() const {
-  return std::make_unique<BaMDFlexVEffects>(*this);
-}
-
 bool BaMDFlexVEffects::scanFrom(BaMDSource& source) {
   FlexReader reader(this);
   if (!BaScanSection(source, reader, kFlexKeys)) return false;
@@ -131,7 +127,7 @@ bool BaMDFlexVEffects::scanFrom(BaMDSource& source) {
 
 bool BaMDFlexVEffects::printOn(std::ostream& os) const {
   BtAssert(!_body_name.isNull(), "!_body_name.isNull()");
-  BtAssert(_weights.size() > 0, "_weights.size()>0");
+  BtAssert(!_weights.empty(), "_weights.size()>0");
   os << "    FLEX {\n";
   if (!BaPrintName(os, "      BODY: ", _body_name)) return false;
   os << "      WEIGHTS {\n";
@@ -146,10 +142,6 @@ bool BaMDFlexVEffects::printOn(std::ostream& os) const {
   return BaCheckWritten(os, "Unable to write file.");
 }
 
-std::unique_ptr<BaMDVertexEffects> BaMDBlendVEffects::clone() const {
-  return std::make_unique<BaMDBlendVEffects>(*this);
-}
-
 bool BaMDBlendVEffects::scanFrom(BaMDSource& source) {
   BlendReader reader(this);
   if (!BaScanSection(source, reader, kBlendKeys)) return false;
@@ -160,7 +152,7 @@ bool BaMDBlendVEffects::scanFrom(BaMDSource& source) {
 bool BaMDBlendVEffects::printOn(std::ostream& os) const {
   BtAssert(!_slider_group.isNull(), "!_slider_group.isNull()");
   BtAssert(!_slider_name.isNull(), "!_slider_name.isNull()");
-  BtAssert(_vectors.size() > 0, "_vectors.size()>0");
+  BtAssert(!_vectors.empty(), "_vectors.size()>0");
   os << "    BLEND {\n";
   if (!BaPrintName(os, "      SLIDER_GROUP: ", _slider_group)) return false;
   if (!BaPrintName(os, "      SLIDER_NAME: ", _slider_name)) return false;

@@ -33,6 +33,7 @@ BaModel::~BaModel() {
 
 void BaModel::_clear() {
   BtAssert(isValid(), "isValid()");
+  _n_bodies = 0;
   _bodies_by_name.clear();
   _materials_by_id.clear();
   _materials_by_name.clear();
@@ -141,16 +142,37 @@ BaBody* BaModel::addBody(std::unique_ptr<BaBody> body) {
   BtAssert(id >= 0, "c_body.id()>=0");
   BtAssert(id <= kMaxBodyId);
   BtAssert(findBody(id) == nullptr, "_bodies[new_body->id()]==(BaBody *)0");
-  if (id >= _bodies.size()) {
-    const int growth = std::max(kBodyChunk, _bodies.size() / 2);
-    _bodies.resize(std::max(_bodies.size() + growth, id + kBodyChunk));
-  }
+  _growBodyTable(id);
   body->preAddElements();
   _bodies[id] = std::move(body);
-  BaBody* const plain = _bodies[id].get();
-  const auto [entry, is_new] = _bodies_by_name.try_emplace(plain->name(), plain);
-  if (!is_new && id < entry->second->id()) entry->second = plain;
-  return plain;
+  _indexBody(_bodies[id].get());
+  return _bodies[id].get();
+}
+
+void BaModel::_growBodyTable(int id) {
+  if (id < _bodies.size()) return;
+  const int growth = std::max(kBodyChunk, _bodies.size() / 2);
+  _bodies.resize(std::max(_bodies.size() + growth, id + kBodyChunk));
+}
+
+void BaModel::_indexBody(BaBody* body) {
+  ++_n_bodies;
+  const auto [entry, is_new] = _bodies_by_name.try_emplace(body->name(), body);
+  if (!is_new && body->id() < entry->second->id()) entry->second = body;
+}
+
+void BaModel::_unindexBody(const BaBody* body) {
+  const bool names_are_unique = static_cast<std::size_t>(_n_bodies) == _bodies_by_name.size();
+  --_n_bodies;
+  const auto entry = _bodies_by_name.find(body->name());
+  if (entry == _bodies_by_name.end() || entry->second != body) return;
+  _bodies_by_name.erase(entry);
+  if (names_are_unique) return;
+  for (const auto& other : _bodies) {
+    if (other == nullptr || other->name() != body->name()) continue;
+    _bodies_by_name.emplace(other->name(), other.get());
+    return;
+  }
 }
 
 BaMaterial* BaModel::addMaterial(std::unique_ptr<BaMaterial> material) {

@@ -39,6 +39,11 @@ std::string ContentOf(const BaMDSliderGroup& group) {
   return os.str();
 }
 
+// The id of another body of the model, whose own id was found to be in range. The world stays.
+int Moved(int body_id, long long offset) {
+  return body_id == 0 ? 0 : static_cast<int>(body_id + offset);
+}
+
 }  // namespace
 
 BaModelCombine::BaModelCombine(BaModel* model) : _model(model) {
@@ -65,10 +70,10 @@ BtStr BaModelCombine::_freeName(const BtStr& name, IsTaken is_taken) {
   return free_name;
 }
 
-bool BaModelCombine::_addBody(const BaBody& body, int body_id_offset,
+bool BaModelCombine::_addBody(const BaBody& body, long long body_id_offset,
                               const BtStr& body_name_suffix) {
-  const long long id = static_cast<long long>(body.id()) + body_id_offset;
-  const BtStr name = body.name() + body_name_suffix;
+  const long long id = body.id() + body_id_offset;
+  const BtStr name = BaShown(body.name()) + body_name_suffix;
   if (id < 1 || id > BaModel::kMaxBodyId) {
     theExceptObj.set("Invalid body id %lld.", id);
     return false;
@@ -83,7 +88,7 @@ bool BaModelCombine::_addBody(const BaBody& body, int body_id_offset,
   auto copy = std::make_unique<BaBody>();
   copy->setName(name);
   copy->setId(static_cast<int>(id));
-  copy->setParentId(body.parentId() == 0 ? 0 : body.parentId() + body_id_offset);
+  copy->setParentId(Moved(body.parentId(), body_id_offset));
   copy->setTransform(body.transform());
   copy->setPostScaleFactor(body.postScaleFactor());
   _model->addBody(std::move(copy));
@@ -120,7 +125,7 @@ void BaModelCombine::_addSliderGroup(const BaMDSliderGroup& group, Names* names)
 template <class Element>
 std::unique_ptr<Element> BaModelCombine::_copy(const Element& element, const Names& names) const {
   auto copy = std::make_unique<Element>(element);
-  if (element.bodyId() != 0) copy->setBodyId(element.bodyId() + names.body_id_offset);
+  copy->setBodyId(Moved(element.bodyId(), names.body_id_offset));
   copy->setMaterialId(names.material_ids.at(element.materialId()));
   return copy;
 }
@@ -133,7 +138,8 @@ std::unique_ptr<Element> BaModelCombine::_copyWithVertices(const Element& elemen
     Ba_VertexEffect* effect = vertex.effects().first();
     for (; effect != nullptr; effect = effect->next()) {
       if (effect->type() == BaFlex2Effect) {
-        static_cast<BaVertexFlex2Effect*>(effect)->body_id += names.body_id_offset;
+        int& body_id = static_cast<BaVertexFlex2Effect*>(effect)->body_id;
+        body_id = Moved(body_id, names.body_id_offset);
       } else if (effect->type() == BaBlendEffect) {
         BtStr& group = static_cast<BaVertexBlendEffect*>(effect)->slider_group;
         const auto new_name = names.slider_groups.find(group);
@@ -144,7 +150,8 @@ std::unique_ptr<Element> BaModelCombine::_copyWithVertices(const Element& elemen
   return copy;
 }
 
-bool BaModelCombine::add(const BaModel& source, int body_id_offset, const BtStr& body_name_suffix) {
+bool BaModelCombine::add(const BaModel& source, long long body_id_offset,
+                         const BtStr& body_name_suffix) {
   Names names;
   names.body_id_offset = body_id_offset;
   for (const std::unique_ptr<BaBody>& body : source.bodies()) {

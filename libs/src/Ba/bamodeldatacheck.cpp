@@ -23,8 +23,8 @@ bool CheckBlends(const BtList<BaMDVertices*>& vertex_sets, Check check) {
 bool BaModelData::_checkGeometryBodies() const {
   for (const BaMDGeometry* geometry : _geometries) {
     if (bodyByName(geometry->bodyName()) == nullptr) {
-      return BaFail("A GEOMETRY section specifies an undefined body name (" + geometry->bodyName() +
-                    ").");
+      return BaFail("A GEOMETRY section specifies an undefined body name (" +
+                    BaShown(geometry->bodyName()) + ").");
     }
   }
   return true;

@@ -50,7 +50,7 @@ bool VertexMaker::_addFlexEntries(const BaMDFlexVEffects& flex) {
   const auto target = _bodies.find(flex.bodyName());
   if (target == _bodies.end()) {
     return BaFail("A flexible vertex effect on body \"" + _body.name() +
-                  "\" flexes to a non-existing body \"" + flex.bodyName() + "\".");
+                  "\" flexes to a non-existing body \"" + BaShown(flex.bodyName()) + "\".");
   }
   _targets.emplace(&flex, target->second->id());
   for (int i = 0; i < flex.weights().size(); ++i) {
@@ -152,7 +152,7 @@ bool GeometryExtractor::_extractGroup(const BaMDMaterialGroup& group) {
   const BaMaterial* material =
       group.material().isNull() ? nullptr : _model->materialByName(group.material());
   if (material == nullptr) {
-    return BaFail("MATERIAL_GROUP specifies a material, \"" + group.material() +
+    return BaFail("MATERIAL_GROUP specifies a material, \"" + BaShown(group.material()) +
                   "\", that does not exist.");
   }
   for (const BaMDBone& md_bone : group.bones()) {
@@ -246,7 +246,7 @@ bool BaExtractGeometry(const BaMDGeometry& geometry, const BaMDVertices* vertice
                        const BaBodiesByName& bodies, BaModel* model) {
   const auto body = bodies.find(geometry.bodyName());
   if (body == bodies.end()) {
-    return BaFail("GEOMETRY section specifies a body, \"" + geometry.bodyName() +
+    return BaFail("GEOMETRY section specifies a body, \"" + BaShown(geometry.bodyName()) +
                   "\", that does not exist.");
   }
   return GeometryExtractor(*body->second, geometry, model).extract(vertices, bodies);

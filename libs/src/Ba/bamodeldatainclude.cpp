@@ -40,37 +40,40 @@ void CheckLengthUnits(const BaUnits& units, const BaUnits& include_units, const 
 bool BaModelData::_mergeIncludes(Ba_IncludeChain* chain) {
   if (_includes.empty()) return true;
   BaModel combined;
-  if (!_combineInto(&combined, _directory, chain)) return false;
+  combined.beginLoad();
+  if (!_extractInto(&combined)) return false;
+  BaModelCombine combine(&combined);
+  if (!_combineIncludes({&combine, _directory, chain}, 0, "") || !combined.endLoad()) return false;
   clear();
   return fillFrom(combined, true);
 }
 
-bool BaModelData::_combineInto(BaModel* model, const BtStr& directory,
-                               Ba_IncludeChain* chain) const {
-  model->beginLoad();
-  if (!_extractInto(model)) return false;
-  BaModelCombine combine(model);
+bool BaModelData::_combineIncludes(const IncludeTarget& target, long long body_id_offset,
+                                   const BtStr& body_name_suffix) const {
   for (const BaMDInclude* include : _includes) {
-    if (!_combineInclude(*include, directory, &combine, chain)) {
+    if (theExceptObj.checkCancel()) return false;
+    const BtStr file_name = FileOf(*include, _directory);
+    if (!target.chain->enter(file_name) ||
+        !_combineFile(file_name, target, body_id_offset + include->bodyIdOffset(),
+                      include->bodyNameSuffix() + body_name_suffix)) {
       return BaFail("Unable to include sub-model.");
     }
-    if (theExceptObj.checkCancel()) return false;
+    target.chain->leave();
   }
-  return model->endLoad();
+  return true;
 }
 
-bool BaModelData::_combineInclude(const BaMDInclude& include, const BtStr& directory,
-                                  BaModelCombine* combine, Ba_IncludeChain* chain) const {
-  const BtStr file_name = FileOf(include, _directory);
-  if (!chain->enter(file_name)) return false;
+bool BaModelData::_combineFile(const BtStr& file_name, const IncludeTarget& target,
+                               long long body_id_offset, const BtStr& body_name_suffix) const {
   BaModelData sub_data;
-  BaModel sub_model;
   if (!sub_data._readFile(file_name)) return false;
-  MoveTextures(sub_data.materials(), directory, sub_data._directory);
+  MoveTextures(sub_data.materials(), target.directory, sub_data._directory);
   CheckLengthUnits(_length_units, sub_data.lengthUnits(), file_name);
-  if (!sub_data._combineInto(&sub_model, directory, chain)) {
-    return BaFail("Unable to read '" + file_name + "'.");
+  {
+    BaModel sub_model;
+    if (!sub_data.extractTo(&sub_model)) return BaFail("Unable to read '" + file_name + "'.");
+    if (!target.combine->add(sub_model, body_id_offset, body_name_suffix)) return false;
   }
-  chain->leave();
-  return combine->add(sub_model, include.bodyIdOffset(), include.bodyNameSuffix());
+  return sub_data._combineIncludes(target, body_id_offset, body_name_suffix) ||
+         BaFail("Unable to read '" + file_name + "'.");
 }

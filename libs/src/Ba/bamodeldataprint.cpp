@@ -5,6 +5,7 @@
 #include "bamodeldata.h"
 #include "bamodelheader.h"
 #include "btfile.h"
+#include "bttextfile.h"
 
 namespace {
 
@@ -58,12 +59,10 @@ bool BaModelData::_printOn(std::ostream& os, const BtStr& directory) const {
 }
 
 bool BaModelData::save(const char* file_name) const {
-  const std::unique_ptr<std::ofstream> os = BtFileOpenOutput(file_name, BtFileOverwrite::Yes);
-  bool saved = os != nullptr && _printOn(*os, BtFileDirectory(file_name));
-  if (saved) {
-    os->close();
-    saved = BaCheckWritten(*os, "Unable to write file.");
-  }
+  BtOutputFile file(file_name);
+  bool saved = file.isOpen() && _printOn(file.stream(), BtFileDirectory(file_name));
+  const bool closed = file.close();
+  if (saved && !closed) saved = BaFail("Unable to write file.");
   if (!saved) theExceptObj.set("Unable to write '%s'.", file_name);
   return saved;
 }

@@ -7,7 +7,7 @@
 #include "bamodeldata.h"
 #include "bamodelheader.h"
 #include "btfile.h"
-#include "btifstream.h"
+#include "bttextfile.h"
 
 namespace {
 
@@ -261,16 +261,18 @@ bool BaModelData::read(const char* file_name, bool process_includes) {
 }
 
 bool BaModelData::_readFile(const char* file_name) {
-  BtIFStream is(file_name);
-  if (!is.isOpen()) {
+  BtInputFile file(file_name);
+  if (!file.isOpen()) {
     theExceptObj.set("Unable to open '%s'.", file_name);
     return false;
   }
-  if (!scanHeader(is, nullptr)) {
+  const bool valid = scanHeader(file.stream(), nullptr);
+  const bool scanned = valid && _scanSections(file.stream(), BtFileDirectory(file_name));
+  if (file.close() && scanned) return true;
+  if (!valid) {
     theExceptObj.set("File is not a valid %s.", kBaModelFileId);
     return false;
   }
-  if (_scanSections(is, BtFileDirectory(file_name))) return true;
   theExceptObj.set("Unable to read '%s'.", file_name);
   return false;
 }
@@ -287,10 +289,12 @@ bool BaModelData::scanHeader(std::istream& is, float* version) {
   return true;
 }
 
-bool BaModelData::scan(std::istream& is, const BtStr& directory, bool process_includes) {
+bool BaModelData::scan(std::istream& is, const BtStr& directory, bool process_includes,
+                       const char* file_name) {
   if (!_scanSections(is, directory)) return false;
+  if (!process_includes) return true;
   Ba_IncludeChain chain("Model");
-  return !process_includes || _mergeIncludes(&chain);
+  return (file_name == nullptr || chain.enter(file_name)) && _mergeIncludes(&chain);
 }
 
 bool BaModelData::_scanSections(std::istream& is, const BtStr& directory) {

@@ -1,57 +1,12 @@
 // The questions that walk a whole model, and the edits built on them.
 
-#include <array>
 #include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
 #include "bamodel.h"
+#include "bamodelwalk.h"
 #include "btset.h"
-
-namespace {
-
-// Calls `use(elements)` for each of the model's element collections.
-template <class Use>
-void ForEachCollection(const BaModel& model, Use use) {
-  use(model.bones());
-  use(model.tMeshes());
-  use(model.texturedTMeshes());
-  use(model.polygons());
-  use(model.texturedPolygons());
-  use(model.flexiblePolygons());
-}
-
-// As ForEachCollection, for the elements of one body.
-template <class Use>
-void ForEachCollection(const BaBody& body, Use use) {
-  use(body.bones());
-  use(body.tMeshes());
-  use(body.texturedTMeshes());
-  use(body.polygons());
-  use(body.texturedPolygons());
-  use(body.flexiblePolygons());
-}
-
-// Calls `use(object)` for everything in the model that refers to a material.
-template <class Use>
-void ForEachMaterialUser(const BaModel& model, Use use) {
-  ForEachCollection(model, [&use](const auto& elements) {
-    for (const auto& element : elements) use(*element);
-  });
-  for (const auto& muscle : model.muscles()) use(*muscle);
-}
-
-// Calls `use(element)` for everything in the model that has vertices.
-template <class Use>
-void ForEachVertexElement(const BaModel& model, Use use) {
-  ForEachCollection(model, [&use](const auto& elements) {
-    for (const auto& element : elements) {
-      if constexpr (requires { element->vertices(); }) use(*element);
-    }
-  });
-}
-
-}  // namespace
 
 void BaModel::getBodyNames(BtSet<BtStr>* names) const {
   for (int id = 1; id < _bodies.size(); ++id) {
@@ -74,7 +29,7 @@ void BaModel::getUsedMaterials(BtList<BaMaterial*>* materials, int body_id) cons
   const BaBody* const body = findBody(body_id);
   BtAssert(body != nullptr, "body");
   std::unordered_set<int> seen;
-  ForEachCollection(*body, [&](const auto& elements) {
+  Ba_ForEachCollection(*body, [&](const auto& elements) {
     for (const auto& element : elements) {
       if (!seen.insert(element->materialId()).second) continue;
       BaMaterial* const material = materialById(element->materialId());
@@ -95,10 +50,10 @@ void BaModel::getTextureFileNames(BtList<BtStr>* names) const {
 
 void BaModel::getVertices(BtDArray<BaVertex*>* vertices) const {
   long long n_vertices = vertices->size();
-  ForEachVertexElement(*this, [&](const auto& element) { n_vertices += element.numVertices(); });
+  Ba_ForEachVertexElement(*this, [&](const auto& element) { n_vertices += element.numVertices(); });
   int filled = vertices->size();
   vertices->resize(SizeTToInt(static_cast<std::size_t>(n_vertices)));
-  ForEachVertexElement(*this, [&](auto& element) {
+  Ba_ForEachVertexElement(*this, [&](auto& element) {
     for (BaVertex& vertex : element.vertices()) (*vertices)[filled++] = &vertex;
   });
   BtAssert(filled == vertices->size());
@@ -114,7 +69,7 @@ void BaModel::removeBones() {
 void GetUsedAndUnusedMaterials(const BaModel& model, BtList<BaMaterial*>* used,
                                BtList<BaMaterial*>* unused) {
   std::unordered_set<int> used_ids;
-  ForEachMaterialUser(model, [&](const auto& user) { used_ids.insert(user.materialId()); });
+  Ba_ForEachMaterialUser(model, [&](const auto& user) { used_ids.insert(user.materialId()); });
   for (const auto& material : model.materials()) {
     (used_ids.contains(material->id()) ? used : unused)->append(material.get());
   }
@@ -159,7 +114,7 @@ void BaModel::_renumberMaterials() {
     }
     ++counter;
   }
-  ForEachMaterialUser(*this, [&](auto& user) {
+  Ba_ForEachMaterialUser(*this, [&](auto& user) {
     const auto entry = new_ids.find(user.materialId());
     if (entry != new_ids.end()) user.setMaterialId(entry->second);
   });

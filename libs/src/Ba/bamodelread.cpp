@@ -7,7 +7,7 @@
 #include "bamodelheader.h"
 #include "btexcept.h"
 #include "btfile.h"
-#include "btifstream.h"
+#include "bttextfile.h"
 
 namespace {
 
@@ -16,16 +16,21 @@ constexpr float kFirstDocumentVersion = 2.0F;
 }  // namespace
 
 void BaModel::read(const char* file_name) {
-  BtIFStream is(file_name);
-  if (!is.isOpen()) {
+  BtInputFile file(file_name);
+  if (!file.isOpen()) {
     theExceptObj.set("Unable to open '%s'.", file_name);
     return;
   }
-  scanFrom(is, BtFileDirectory(file_name));
+  _scanFrom(file.stream(), BtFileDirectory(file_name), file_name);
+  if (!file.close()) _clear();
   if (BtError()) theExceptObj.set("Unable to read '%s'.", file_name);
 }
 
 void BaModel::scanFrom(std::istream& is, const BtStr& directory) {
+  _scanFrom(is, directory, nullptr);
+}
+
+void BaModel::_scanFrom(std::istream& is, const BtStr& directory, const char* file_name) {
   _clear();
   float version = 0;
   if (!BaScanModelHeader(is, &version)) {
@@ -34,14 +39,14 @@ void BaModel::scanFrom(std::istream& is, const BtStr& directory) {
   }
   _version = version;
   if (version >= kFirstDocumentVersion) {
-    _scanDocumentFrom(is, directory);
+    _scanDocumentFrom(is, directory, file_name);
   } else {
     rawScanFrom(is);
   }
   if (BtError()) _clear();
 }
 
-void BaModel::_scanDocumentFrom(std::istream& is, const BtStr& directory) {
+void BaModel::_scanDocumentFrom(std::istream& is, const BtStr& directory, const char* file_name) {
   BaModelData data;
-  if (data.scan(is, directory, true)) data.extractTo(this);
+  if (data.scan(is, directory, true, file_name)) data.extractTo(this);
 }

@@ -152,7 +152,7 @@ void BtExceptionHandler::restore(BtExcept* exception) {
 }
 
 bool BtExceptionHandler::checkCancel() {
-  if (_cancel_hook == nullptr || !_cancel_hook()) return false;
+  if (!cancelAsked()) return false;
   set("Canceled.");
   return true;
 }

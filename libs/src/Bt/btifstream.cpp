@@ -28,10 +28,16 @@ bool BtFileBuf::open(const char* file_name) {
     ::close(fd);
     return false;
   }
-  _fd = fd;
+  adopt(fd);
   _size_hint = S_ISREG(info.st_mode) ? info.st_size : 0;
-  if (_block == nullptr) _block = std::make_unique_for_overwrite<char[]>(kPutback + kBlockSize);
   return true;
+}
+
+void BtFileBuf::adopt(int fd) {
+  close();
+  _fd = fd;
+  _size_hint = 0;
+  if (_block == nullptr) _block = std::make_unique_for_overwrite<char[]>(kPutback + kBlockSize);
 }
 
 void BtFileBuf::close() {
@@ -47,13 +53,18 @@ BtFileBuf::int_type BtFileBuf::underflow() {
       std::min<std::size_t>(kPutback, static_cast<std::size_t>(egptr() - eback()));
   char* const start = _block.get() + kPutback;
   if (kept > 0) std::memmove(start - kept, egptr() - kept, kept);
-  ssize_t count = 0;
-  do {
-    count = ::read(_fd, start, kBlockSize);
-  } while (count < 0 && errno == EINTR);
+  const long long count = readBlock(start, kBlockSize);
   if (count < 0) _owner.setstate(std::ios::badbit);
   setg(start - kept, start, start + (count > 0 ? count : 0));
   return count > 0 ? traits_type::to_int_type(*start) : traits_type::eof();
+}
+
+long long BtFileBuf::readBlock(char* to, std::size_t size) {
+  ssize_t count = 0;
+  do {
+    count = ::read(_fd, to, size);
+  } while (count < 0 && errno == EINTR);
+  return count;
 }
 
 BtIFStream::BtIFStream(const char* file_name) : std::istream(nullptr), _file_buf(*this) {

@@ -63,13 +63,22 @@ const char* ParseExponent(const char* p, const char* end, int* exponent) {
   return p;
 }
 
-// The value of `mantissa` times ten to the `exponent` where one rounding gives it exactly.
-bool ExactProduct(std::uint64_t mantissa, int exponent, double* value) {
-  if (mantissa > kMaxExactMantissa) return false;
-  if (exponent < -kMaxExactPower || exponent > kMaxExactPower) return false;
+// The value of `mantissa` times ten to the `exponent`, which must be within the limits above: one
+// rounding gives it exactly.
+double ExactProduct(std::uint64_t mantissa, int exponent) {
   const double number = static_cast<double>(mantissa);
-  *value = exponent < 0 ? number / kPowersOfTen[-exponent] : number * kPowersOfTen[exponent];
-  return true;
+  return exponent < 0 ? number / kPowersOfTen[-exponent] : number * kPowersOfTen[exponent];
+}
+
+// The value of the number without sign that stands from `start` to `end`, with its sign; answers
+// `end`, null when it is out of range. Kept out of the path of common numbers.
+[[gnu::noinline]] const char* ParseInexact(const char* start, const char* end, bool negative,
+                                           double* value) {
+  double magnitude = 0;
+  const std::from_chars_result result = std::from_chars(start, end, magnitude);
+  if (result.ec != std::errc() || result.ptr != end) return nullptr;
+  *value = negative ? -magnitude : magnitude;
+  return end;
 }
 
 // Takes up to eight digits at once into `mantissa`; answers the position behind them.
@@ -126,11 +135,10 @@ const char* ParseDouble(const char* p, const char* end, double* value) {
     exponent += written_exponent;
   }
   // Nineteen digits fit the mantissa; more of them may have wrapped around.
-  double magnitude = 0;
-  if (digits > 19 || !ExactProduct(mantissa, exponent, &magnitude)) {
-    const std::from_chars_result result = std::from_chars(start, p, magnitude);
-    if (result.ec != std::errc() || result.ptr != p) return nullptr;
-  }
+  const bool exact = digits <= 19 && mantissa <= kMaxExactMantissa && exponent >= -kMaxExactPower &&
+                     exponent <= kMaxExactPower;
+  if (!exact) return ParseInexact(start, p, negative, value);
+  const double magnitude = ExactProduct(mantissa, exponent);
   *value = negative ? -magnitude : magnitude;
   return p;
 }

@@ -3,19 +3,6 @@
 
 #include <string>
 
-#include "btexcept.h"
-
-// What is recorded, in its printed form without the empty lines around it and with "|" for a line
-// break and the indent behind it; clears it. Empty when nothing is recorded.
-inline std::string TakePrintedForm() {
-  if (!theExceptObj.hasException()) return "";
-  BtStr printed;
-  BtGetExceptionStr(&printed, theExceptObj.exception());
-  theExceptObj.clear();
-  const BtStr text = printed.replaceAll("\n       ", "|");
-  return std::string(text.view().substr(2, static_cast<std::size_t>(text.length()) - 4));
-}
-
 // The record of a body whose six transforms are driven by six variables from `first_var` on.
 inline std::string BodyRecord(int body_id, int first_var) {
   std::string text = std::to_string(body_id) + "\n1 2 3 4 5 6\n";
@@ -32,4 +19,18 @@ inline std::string MappingText(int num_vars, int num_bodies, const std::string& 
 // A mapping of one body, id 1, with the variables 1 to 6.
 inline std::string OneBody(const std::string& sections) {
   return MappingText(6, 1, BodyRecord(1, 1) + sections);
+}
+
+// The same with one section: texture variables, an effect, its sliders, an include.
+inline std::string TextureMaps(const std::string& pairs) {
+  return OneBody("MATERIAL_TEXTURE_INDEX_MAPS {\n" + pairs + "\n}\n");
+}
+inline std::string EffectMap(const std::string& block) {
+  return OneBody("BLEND_EFFECT_MAP {\n" + block + "\n}\n");
+}
+inline std::string Sliders(const std::string& pairs) {
+  return EffectMap("SLIDER_GROUP: g\nSLIDERS {\n" + pairs + "\n}");
+}
+inline std::string IncludeBlock(const std::string& block) {
+  return OneBody("INCLUDE {\n" + block + "\n}\n");
 }

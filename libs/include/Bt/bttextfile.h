@@ -1,0 +1,47 @@
+// Text files as models and mappings are read from and saved to: plain ones, and compressed ones by
+// their extension ("gz", "Z").
+#pragma once
+
+#include <istream>
+#include <memory>
+#include <ostream>
+
+#include "btstr.h"
+
+// The name that the text of a file has: the file's own without an extension of compression.
+[[nodiscard]] BtStr BtTextFileName(const BtStr& file_name);
+
+class BtInputFile {
+ public:
+  // Opens the file; isOpen() tells whether that went well. A reason may be recorded where it did
+  // not.
+  explicit BtInputFile(const char* file_name);
+
+  [[nodiscard]] bool isOpen() const { return _is != nullptr; }
+  // The text. The file must be open.
+  [[nodiscard]] std::istream& stream() const { return *_is; }
+  // Ends the reading, to be called when the text has been read, rightly or not. False, with an
+  // error recorded, when the text was not all that the file holds: unreadable, corrupt, cut off.
+  // Without this call that goes unnoticed.
+  bool close();
+
+ private:
+  std::unique_ptr<std::istream> _is;
+  bool (*_close)(std::istream& is) = nullptr;
+};
+
+class BtOutputFile {
+ public:
+  // Creates or empties the file; an error is recorded where that fails.
+  explicit BtOutputFile(const BtStr& file_name);
+
+  [[nodiscard]] bool isOpen() const { return _os != nullptr; }
+  // The file must be open.
+  [[nodiscard]] std::ostream& stream() const { return *_os; }
+  // Ends the writing. False when not all of it arrived in the file; then a reason may be recorded.
+  bool close();
+
+ private:
+  std::unique_ptr<std::ostream> _os;
+  bool (*_close)(std::ostream& os) = nullptr;
+};

@@ -1,0 +1,192 @@
+// The edits that give bodies other ids or take them away.
+
+#include <algorithm>
+#include <array>
+#include <utility>
+#include <vector>
+
+#include "bamodel.h"
+#include "bamodelwalk.h"
+
+namespace {
+
+int& FollowedBodyId(Ba_VertexEffect* flex2) {
+  return static_cast<BaVertexFlex2Effect*>(flex2)->body_id;
+}
+
+bool Follows(const Ba_VertexEffect& effect, int body_id) {
+  return effect.type() == BaFlex2Effect &&
+         static_cast<const BaVertexFlex2Effect&>(effect).body_id == body_id;
+}
+
+// Calls `use(effects, body_id)` for the vertices that have effects, with the id of their body.
+template <class Owner, class Use>
+void ForEachEffects(const Owner& owner, Use use) {
+  Ba_ForEachVertexElement(owner, [&use](auto& element) {
+    for (BaVertex& vertex : element.vertices()) {
+      if (!vertex.effects().empty()) use(vertex.effects(), element.bodyId());
+    }
+  });
+}
+
+// Takes a body out of the muscles that run over it.
+void RemoveFromMuscles(BtList<std::unique_ptr<BaMuscle>>* muscles, int body_id) {
+  BtList<std::unique_ptr<BaMuscle>> kept;
+  for (std::unique_ptr<BaMuscle>& muscle : *muscles) {
+    BtDynArray<int>& ids = muscle->bodyIds();
+    const int n_before = ids.size();
+    ids.truncate(static_cast<int>(std::remove(ids.begin(), ids.end(), body_id) - ids.begin()));
+    if (n_before == 0 || !ids.empty()) kept.append(std::move(muscle));
+  }
+  *muscles = std::move(kept);
+}
+
+}  // namespace
+
+void BaModel::changeBodyId(BaBody* body, int new_id) {
+  BtAssert(isValid(), "isValid()");
+  BtAssert(body != nullptr, "body");
+  BtAssert(new_id > 0, "new_id>0");
+  BtAssert(new_id <= kMaxBodyId);
+  BtAssert(body->id() != new_id, "body->id()!=new_id");
+  BtAssert(findBody(new_id) == nullptr, "!findBody(new_id)");
+  BtAssert(body->id() > 0, "body->id()>0");
+  BtAssert(findBody(body->id()) == body, "_bodies[body->id()]==body");
+  _exchangeBodyIds(body->id(), new_id);
+}
+
+void BaModel::changeBodyId(int old_id, int new_id) {
+  BtAssert(new_id >= 0, "new_id>=0");
+  BaBody* const body = findBody(old_id);
+  BtAssert(body != nullptr, "body");
+  changeBodyId(body, new_id);
+}
+
+void BaModel::swapBodyIds(int id1, int id2) {
+  BtAssert(isValid(), "isValid()");
+  BtAssert(findBody(id1) != nullptr, "findBody(id1)");
+  BtAssert(findBody(id2) != nullptr, "findBody(id2)");
+  BtAssert(id1 > 0 && id2 > 0);
+  if (id1 != id2) _exchangeBodyIds(id1, id2);
+}
+
+void BaModel::_exchangeBodyIds(int id1, int id2) {
+  _growBodyTable(std::max(id1, id2));
+  std::array<std::pair<std::unique_ptr<BaBody>, int>, 2> moved;  // with their new ids
+  moved[0] = {std::move(_bodies[id1]), id2};
+  moved[1] = {std::move(_bodies[id2]), id1};
+  for (const auto& [body, new_id] : moved) {
+    if (body == nullptr) continue;
+    _unindexBody(body.get());
+    body->parent()->removeChild(body.get());
+  }
+  for (const auto& [body, new_id] : moved) {
+    if (body == nullptr) continue;
+    body->setId(new_id);
+    for (int i = 0; i < body->numChildren(); ++i) body->child(i)->setParentId(new_id);
+    Ba_ForEachElement(*body, [id = new_id](BaElement& element) { element.setBodyId(id); });
+  }
+  for (auto& [body, new_id] : moved) {
+    if (body != nullptr) _bodies[new_id] = std::move(body);
+  }
+  for (const int id : {id1, id2}) {
+    BaBody* const body = findBody(id);
+    if (body == nullptr) continue;
+    // The parent may be the other one.
+    body->setParentId(body->parent()->id());
+    _indexBody(body);
+    _linkBody(body);
+  }
+  _exchangeBodyReferences(id1, id2);
+}
+
+void BaModel::_exchangeBodyReferences(int id1, int id2) {
+  const auto exchanged = [id1, id2](int id) { return id == id1 ? id2 : id == id2 ? id1 : id; };
+  ForEachEffects(*this, [&exchanged](BaVertexEffects& effects, int /*body_id*/) {
+    for (auto* effect = effects.first(); effect != nullptr; effect = effect->next()) {
+      if (effect->type() != BaFlex2Effect) continue;
+      FollowedBodyId(effect) = exchanged(FollowedBodyId(effect));
+    }
+  });
+  for (const auto& polygon : _flexible_polygons) {
+    polygon->setOtherBodyId(exchanged(polygon->otherBodyId()));
+  }
+  for (const auto& muscle : _muscles) {
+    BtDynArray<int>& ids = muscle->bodyIds();
+    std::transform(ids.begin(), ids.end(), ids.begin(), exchanged);
+  }
+}
+
+void BaModel::removeBody(BaBody* body) {
+  BtAssert(isValid(), "isValid()");
+  BtAssert(body != nullptr, "body");
+  const int body_id = body->id();
+  BtAssert(body_id > 0, "body_id>0");
+  BtAssert(findBody(body_id) == body, "_bodies[body_id]==body");
+  _removeElementsOf(body);
+  _removeReferencesTo(*body);
+  _moveChildrenUp(body);
+  const std::unique_ptr<BaBody> removed = std::move(_bodies[body_id]);
+  _unindexBody(removed.get());
+}
+
+void BaModel::_removeElementsOf(BaBody* body) {
+  const int id = body->id();
+  const auto is_gone = [id](const BaElement& element) { return element.bodyId() == id; };
+  const auto remove_from = [&is_gone](auto* elements, const auto& of_body) {
+    if (!of_body.empty()) elements->removeIf(is_gone);
+  };
+  remove_from(&_bones, body->bones());
+  remove_from(&_polygons, body->polygons());
+  remove_from(&_textured_polygons, body->texturedPolygons());
+  remove_from(&_t_meshes, body->tMeshes());
+  remove_from(&_textured_t_meshes, body->texturedTMeshes());
+
+  const auto reaches_it = [id](const BaFlexiblePolygon& polygon) {
+    return polygon.bodyId() == id || polygon.otherBodyId() == id;
+  };
+  std::vector<int> owners;
+  for (const auto& polygon : _flexible_polygons) {
+    if (reaches_it(*polygon)) owners.push_back(polygon->bodyId());
+  }
+  std::sort(owners.begin(), owners.end());
+  owners.erase(std::unique(owners.begin(), owners.end()), owners.end());
+  for (const int owner : owners) _bodies[owner]->removeFlexiblePolygons(reaches_it);
+  if (!owners.empty()) _flexible_polygons.removeIf(reaches_it);
+}
+
+void BaModel::_removeReferencesTo(const BaBody& body) {
+  const int id = body.id();
+  const int heir = body.parentId();  // 0 for the world, which nothing can follow
+  ForEachEffects(*this, [id, heir](BaVertexEffects& effects, int body_id) {
+    if (heir != 0 && heir != body_id) {
+      effects.changeFlex2BodyId(id, heir);
+    } else {
+      effects.removeIf([id](const Ba_VertexEffect& effect) { return Follows(effect, id); });
+    }
+  });
+  if (heir == 0) {
+    for (int i = 0; i < body.numChildren(); ++i) {
+      ForEachEffects(*body.child(i), [](BaVertexEffects& effects, int /*body_id*/) {
+        effects.removeIf(
+            [](const Ba_VertexEffect& effect) { return effect.type() == BaFlexEffect; });
+      });
+    }
+  }
+  RemoveFromMuscles(&_muscles, id);
+}
+
+void BaModel::_moveChildrenUp(BaBody* body) {
+  BaBody* const parent = body->parent();
+  std::vector<BaBodyObj*> children;
+  for (int i = 0; i < body->numChildren(); ++i) {
+    BaBody* const child = body->child(i);
+    child->setTransform(child->transform() * body->transform());
+    child->setParentId(parent->id());
+    child->setParent(parent);
+    children.push_back(child);
+  }
+  body->clearChildren();
+  parent->removeChild(body);
+  parent->insertChildren(children);
+}

@@ -1,0 +1,329 @@
+// Compressed files through programs that work, fail, hang or are not there.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "btcompifstream.h"
+#include "btcompofstream.h"
+#include "btexcept.h"
+#include "bttextfile.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string RandomText(std::size_t size) {
+  std::mt19937 random(7);
+  std::string text(size, ' ');
+  for (char& c : text) c = static_cast<char>('a' + random() % 20);
+  return text;
+}
+
+std::string FileText(const std::string& name) {
+  std::ifstream is(name, std::ios::binary);
+  return {std::istreambuf_iterator<char>(is), {}};
+}
+
+// The recorded chain, newest first, each in a line of its own; cleared.
+std::string TakeErrors() {
+  std::string text;
+  if (theExceptObj.hasException()) {
+    const BtExcept* record = &theExceptObj.exception();
+    text = record->message().view();
+    while (record->hasDetail()) {
+      record = &record->detail();
+      text.append("\n").append(record->message().view());
+    }
+  }
+  theExceptObj.clear();
+  return text;
+}
+
+int OpenFiles() {
+  return static_cast<int>(std::distance(fs::directory_iterator("/proc/self/fd"), {}));
+}
+
+std::vector<std::string> PipesOf(pid_t pid) {
+  std::vector<std::string> names;
+  for (const auto& entry : fs::directory_iterator("/var/tmp")) {
+    const std::string name = entry.path().filename();
+    if (name.starts_with("comp") && name.ends_with("." + std::to_string(pid))) {
+      names.push_back(name);
+    }
+  }
+  return names;
+}
+
+// A working folder. Whatever a test does, it must leave no pipe, no child and no open file.
+class BtCompStream : public testing::Test {
+ protected:
+  void SetUp() override {
+    _dir = testing::TempDir() + "btcompstream_test." + std::to_string(getpid());
+    _old_workdir = fs::current_path();
+    _old_path = std::getenv("PATH");
+    fs::create_directories(_dir + "/folder.gz");
+    fs::current_path(_dir);
+    _open_files = OpenFiles();
+  }
+  void TearDown() override {
+    EXPECT_EQ(TakeErrors(), "");
+    EXPECT_EQ(OpenFiles(), _open_files);
+    EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
+    EXPECT_EQ(PipesOf(getpid()), std::vector<std::string>());
+    theExceptObj.setCancelHook(nullptr);
+    setenv("PATH", _old_path.c_str(), 1);
+    fs::current_path(_old_workdir);
+    fs::remove_all(_dir);
+  }
+  // Puts a shell script in front of the programs of this name; empty for none.
+  void setProgram(const char* name, const std::string& script) const {
+    setenv("PATH", _old_path.c_str(), 1);
+    if (script.empty()) return;
+    fs::create_directory("bin");
+    std::ofstream(_dir + "/bin/" + name) << "#!/bin/sh\n" << script << '\n';
+    chmod((_dir + "/bin/" + name).c_str(), 0755);
+    setenv("PATH", (_dir + "/bin:" + _old_path).c_str(), 1);
+  }
+
+  std::string _dir;
+  std::string _old_path;
+  fs::path _old_workdir;
+  int _open_files = 0;
+};
+
+// Each answers whether all of it worked.
+
+bool Save(const std::string& name, const std::string& text) {
+  BtCompOFStream os(name.c_str());
+  os << text.substr(0, text.size() / 3) << std::flush << text.substr(text.size() / 3);
+  return os.isOpen() && os.close();
+}
+
+bool Load(const std::string& name, std::string* text) {
+  BtCompIFStream is(name.c_str());
+  if (!is.isOpen()) return false;
+  text->assign(std::istreambuf_iterator<char>(is), {});
+  return is.close();
+}
+
+TEST_F(BtCompStream, WritesAndReadsFilesOfAnyName) {
+  const char* const names[] = {
+      "plain.gz",           "two words.gz", "quote's.gz",   "a\"b $HOME `touch owned`.gz",
+      "; touch owned; .gz", "-rf.gz",       "new\nline.gz", "back\\slash\\.gz",
+      "*?[a].gz",           "a.tar.Z",      "-c.Z",         "folder.gz/../\xC3\xBC & .Z"};
+  std::string loaded;
+  for (const std::string name : names) {
+    for (const std::size_t size : {0U, 1U, 100U, 3000000U}) {
+      const std::string text = RandomText(size);
+      ASSERT_TRUE(Save(name, text)) << name << TakeErrors();
+      EXPECT_TRUE(FileText(name).starts_with(name.ends_with("Z") ? "\x1F\x9D" : "\x1F\x8B"));
+      ASSERT_TRUE(Load(name, &loaded)) << name << TakeErrors();
+      EXPECT_TRUE(loaded == text) << name << ", " << size;
+    }
+  }
+  EXPECT_FALSE(fs::exists("owned"));
+}
+
+TEST_F(BtCompStream, WorksWithInheritedSignalSettings) {
+  std::signal(SIGCHLD, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);
+  std::string loaded;
+  EXPECT_TRUE(Save("a.gz", "text") && Load("a.gz", &loaded));
+  EXPECT_EQ(loaded, "text");
+  const std::string first = FileText("a.gz");
+  EXPECT_TRUE(Save("a.gz", "text") && FileText("a.gz") == first) << "the same bytes every time";
+  setProgram("gunzip", "exit 4");
+  EXPECT_FALSE(Load("a.gz", &loaded));
+  TakeErrors();
+  std::signal(SIGCHLD, SIG_DFL);
+  std::signal(SIGPIPE, SIG_DFL);
+}
+
+TEST_F(BtCompStream, TellsWhyAFileCannotBeRead) {
+  ASSERT_TRUE(Save("whole.gz", RandomText(200000)));
+  const std::string whole = FileText("whole.gz");
+  std::string corrupt = whole;
+  corrupt[whole.size() / 2] ^= 0x55;
+  std::ofstream("cut.gz") << whole.substr(0, whole.size() / 2);
+  std::ofstream("corrupt.gz") << corrupt;
+  std::ofstream("longer.gz") << whole << "junk";
+  for (const char* const name : {"plain.gz", "plain.Z", "empty.gz", "a.bz2", "plain"}) {
+    std::ofstream(name) << (name[0] == 'e' ? "" : "plain text\n");
+  }
+  const std::string failed = "Unable to decompress file.\nThe command 'gunzip' ";
+  const std::string exit_1 = failed + "ended with exit status 1.";
+  const struct {
+    const char* name;
+    std::string program;      // what gunzip is instead
+    std::string errors;       // what the recorded errors begin with
+    std::string reason = "";  // what else they hold
+  } cases[] = {{"none.gz", "", "File does not exist."},
+               {"folder.gz", "", "File is a directory."},
+               {"a.bz2", "", "Unknown compression extension 'bz2'."},
+               {"folder.gz/none", "", "Unknown compression extension ''."},
+               {"a.jpeg", "",
+                "Cannot find command 'djpeg' to uncompress\n'a.jpeg'.\n"
+                "This command needs to be in your path."},
+               {"cut.gz", "", exit_1, "unexpected end of file"},
+               {"corrupt.gz", "", exit_1},
+               {"longer.gz", "", failed + "ended with exit status 2.", "trailing garbage"},
+               {"plain.gz", "", exit_1, "not in gzip format"},
+               {"empty.gz", "", exit_1, "unexpected end of file"},
+               {"plain.Z", "",
+                "Unable to decompress file.\nThe command 'uncompress' ended with exit status"},
+               {"whole.gz", "exit 3", failed + "ended with exit status 3."},
+               {"whole.gz", "echo text; echo reason >&2; exit 3",
+                failed + "ended with exit status 3.\nreason"},
+               {"whole.gz", "echo text; kill -9 $$", failed + "was ended by signal 9."},
+               {"whole.gz", "exec >&-; sleep 0.2; kill $$", failed + "was ended by signal 15."},
+               {"whole.gz", "kill -9 $PPID; exit 1", failed + "did not end as it should."}};
+  for (const auto& row : cases) {
+    setProgram("gunzip", row.program);
+    std::string loaded;
+    EXPECT_FALSE(Load(row.name, &loaded)) << row.name;
+    const std::string errors = TakeErrors();
+    EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
+    EXPECT_NE(errors.find(row.reason), std::string::npos) << row.name << ":\n" << errors;
+  }
+}
+
+TEST_F(BtCompStream, ChecksWhatARightReadingLeftUnread) {
+  ASSERT_TRUE(Save("whole.gz", RandomText(2000000)));
+  const std::string whole = FileText("whole.gz");
+  std::ofstream("cut.gz") << whole.substr(0, whole.size() - 4);
+  for (const bool earlier_error : {false, true}) {
+    for (const char* const name : {"whole.gz", "cut.gz"}) {
+      BtInputFile file(name);
+      ASSERT_TRUE(file.isOpen());
+      file.stream().get();
+      if (earlier_error) theExceptObj.set("earlier");
+      // What follows the place where the reading failed does not matter.
+      EXPECT_EQ(file.close(), earlier_error || name[0] == 'w');
+      EXPECT_EQ(TakeErrors() == "earlier", earlier_error);
+    }
+  }
+}
+
+TEST_F(BtCompStream, TellsWhyAFileCannotBeWritten) {
+  fs::create_symlink("/dev/full", "full.gz");
+  const std::string failed = "Unable to compress file.\nThe command 'gzip' ";
+  const struct {
+    const char* name;
+    std::string program;  // what gzip is instead
+    std::string errors;   // what the recorded errors begin with
+  } cases[] = {
+      {"folder.gz", "", "File \"folder.gz\" is unwritable."},
+      {"none/a.gz", "", "Parent directory \"" + _dir + "/none\" does not exist."},
+      {"a.bz2", "", "Unknown compression extension 'bz2'."},
+      {"a.jpeg", "",
+       "Cannot find command 'cjpeg' to compress\n'a.jpeg'.\nThis command needs to be in your "
+       "path."},
+      {"full.gz", "", failed + "ended with exit status 1.\n"},
+      {"a.gz", "exit 0", failed + "ended with exit status 0."},  // without reading anything
+      {"a.gz", "head -c 10; exit 0", failed + "ended with exit status 0."},
+      {"a.gz", "cat; exit 2", failed + "ended with exit status 2."},
+      {"a.gz", "kill -9 $$", failed + "was ended by signal 9."}};
+  for (const auto& row : cases) {
+    for (const std::size_t size : {1000U, 1000000U}) {  // below and above what a pipe holds
+      setProgram("gzip", row.program);
+      EXPECT_FALSE(Save(row.name, RandomText(size))) << row.name << row.program;
+      const std::string errors = TakeErrors();
+      EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
+    }
+  }
+  fs::remove("full.gz");
+}
+
+// Says yes when it has been asked a few times.
+int questions = 0;
+bool AskedOften() { return ++questions > 3; }
+
+TEST_F(BtCompStream, WaitsForNobodyForEver) {
+  ASSERT_TRUE(Save("a.gz", "text"));
+  const auto start = std::chrono::steady_clock::now();
+  for (const char* const program :
+       {"yes", "echo text; sleep 1000", "trap '' TERM; echo; sleep 1000",
+        "echo text; exec >&-; sleep 1000"}) {
+    setProgram("gunzip", program);
+    {
+      BtCompIFStream dropped("a.gz");
+      EXPECT_GT(dropped.get(), 0);
+    }
+    questions = 0;
+    theExceptObj.setCancelHook(AskedOften);
+    std::string loaded;
+    EXPECT_FALSE(Load("a.gz", &loaded)) << program;
+    EXPECT_EQ(TakeErrors(), "Canceled.");
+    questions = 0;
+    setProgram("gzip", "sleep 1000");
+    EXPECT_FALSE(Save("b.gz", RandomText(1000000)));
+    EXPECT_EQ(TakeErrors(), "Unable to compress file.\nCanceled.");
+    theExceptObj.setCancelHook(nullptr);
+  }
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
+}
+
+TEST_F(BtCompStream, LeavesNoPipeWhenTheProcessIsKilled) {
+  ASSERT_TRUE(Save("a.gz", "text"));
+  setProgram("gunzip", "yes");
+  fs::create_symlink("/dev/null", "b.gz");  // gzip may come to it when all is over
+  const pid_t child = fork();
+  if (child == 0) {
+    BtCompIFStream is("a.gz");
+    const BtCompOFStream os("b.gz");
+    is.get();
+    raise(SIGKILL);
+  }
+  int status = 0;
+  EXPECT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_TRUE(WIFSIGNALED(status));
+  EXPECT_EQ(PipesOf(child), std::vector<std::string>());
+}
+
+TEST_F(BtCompStream, TellsThatThereCanBeNoPipe) {
+  constexpr int kTaken = 2000;
+  const auto name = [](int i) {
+    return "/var/tmp/compifstream" + std::to_string(i) + "." + std::to_string(getpid());
+  };
+  for (int i = 1; i <= kTaken; ++i) std::ofstream taken(name(i));
+  const BtCompIFStream is("a.gz");
+  EXPECT_FALSE(is.isOpen());
+  const std::string errors = TakeErrors();
+  EXPECT_TRUE(errors.starts_with("Unable to create named pipe \"/var/tmp/compifstream")) << errors;
+  EXPECT_TRUE(errors.ends_with("\".\nFile exists")) << errors;
+  for (int i = 1; i <= kTaken; ++i) fs::remove(name(i));
+}
+
+TEST_F(BtCompStream, IsChosenByTheNameOfATextFile) {
+  const struct {
+    const char* name;
+    const char* text_name;
+  } cases[] = {{"a.mdl", "a.mdl"},   {"a.mdl.gz", "a.mdl"}, {"b.gz/a.Z", "b.gz/a"},
+               {"b.gz/a", "b.gz/a"}, {"a.jpeg", "a.jpeg"},  {"a.GZ", "a.GZ"}};
+  fs::create_directory("b.gz");
+  for (const auto& row : cases) {
+    EXPECT_EQ(BtTextFileName(row.name), row.text_name);
+    BtOutputFile output(row.name);
+    output.stream() << "text";
+    EXPECT_TRUE(output.close());
+    EXPECT_EQ(FileText(row.name) == "text", BtTextFileName(row.name) == row.name) << row.name;
+    BtInputFile input(row.name);
+    std::string word;
+    EXPECT_TRUE(input.stream() >> word && input.close());
+    EXPECT_EQ(word, "text");
+  }
+  EXPECT_FALSE(BtInputFile("none").isOpen());
+}
+
+}  // namespace
