@@ -7,6 +7,10 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
+
+#include "bamodel.h"
+#include "bamodeldata.h"
 
 namespace {
 
@@ -46,6 +50,17 @@ std::string LegacyGrid(int polygons) {
     }
   }
   return text;
+}
+
+std::string DocumentOf(const std::string& legacy_text) {
+  std::istringstream is(legacy_text);
+  BaModel model;
+  model.scanFrom(is, ".");
+  BaModelData model_data;
+  model_data.fillFrom(model, true);
+  std::ostringstream os;
+  model_data.printOn(os);
+  return os.str();
 }
 
 TemporaryFile::TemporaryFile(const std::string& text)

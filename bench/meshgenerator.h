@@ -6,6 +6,9 @@
 // The legacy text of about `polygons` quads. The same number gives the same text.
 std::string LegacyGrid(int polygons);
 
+// The document form of a legacy text.
+std::string DocumentOf(const std::string& legacy_text);
+
 // A file that is removed again with the object.
 class TemporaryFile {
  public:

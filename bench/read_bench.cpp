@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "bamodel.h"
+#include "bamodeldata.h"
 #include "btexcept.h"
 #include "meshgenerator.h"
 
@@ -18,8 +19,14 @@ const std::string& Text() {
   return text;
 }
 
-void SetBytes(benchmark::State& state) {
-  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(Text().size()));
+// The same mesh as a document.
+const std::string& DocumentText() {
+  static const std::string text = DocumentOf(Text());
+  return text;
+}
+
+void SetBytes(benchmark::State& state, const std::string& text) {
+  state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(text.size()));
 }
 
 // Every number of the file through `>>`, whatever record it belongs to.
@@ -39,20 +46,30 @@ void PlainExtraction(benchmark::State& state) {
     }
     benchmark::DoNotOptimize(sum);
   }
-  SetBytes(state);
+  SetBytes(state, Text());
 }
 BENCHMARK(PlainExtraction)->Unit(benchmark::kMillisecond);
 
-void LegacyReader(benchmark::State& state) {
-  const TemporaryFile file(Text());
+template <class Model>
+void Read(benchmark::State& state, const std::string& text) {
+  const TemporaryFile file(text);
   for (auto _ : state) {
-    BaModel model;
+    Model model;
     model.read(file.name());
-    if (BtReportError()) state.SkipWithError("the model was refused");
+    if (BtReportError()) state.SkipWithError("the file was refused");
     benchmark::DoNotOptimize(&model);
   }
-  SetBytes(state);
+  SetBytes(state, text);
 }
+
+void LegacyReader(benchmark::State& state) { Read<BaModel>(state, Text()); }
 BENCHMARK(LegacyReader)->Unit(benchmark::kMillisecond);
+
+void DocumentReader(benchmark::State& state) { Read<BaModelData>(state, DocumentText()); }
+BENCHMARK(DocumentReader)->Unit(benchmark::kMillisecond);
+
+// What the converter does with a document: reading and taking it over into a model.
+void DocumentIntoModel(benchmark::State& state) { Read<BaModel>(state, DocumentText()); }
+BENCHMARK(DocumentIntoModel)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -1,6 +1,8 @@
 #include "material.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <utility>
 
 #include "bamdmaterial.h"
 #include "bamodeldata.h"
@@ -39,6 +41,13 @@ KFbxTexture::EWrapMode WrapMode(const BtStr& attributes) {
 // reflections.
 const char* SlotOf(BaMDTexture_t type) {
   return type == BaMDTexture_t::Decal2D ? "DiffuseColor" : "ReflectionColor";
+}
+
+// The same for every way to write the path of a file.
+std::string FileKey(const BtStr& path) {
+  std::error_code error;
+  const std::filesystem::path canonical = std::filesystem::canonical(path.view(), error);
+  return error ? std::string(path.view()) : canonical.string();
 }
 
 }  // namespace
@@ -98,8 +107,8 @@ KFbxVideo* SceneMaterials::video(const BtStr& texture_name, const BtStr& materia
         static_cast<const char*>(texture_name), static_cast<const char*>(material_name),
         static_cast<const char*>(_directory));
   }
-  const BtStr& key = path.isNull() ? texture_name : path;
-  const auto [entry, is_new] = _videos.try_emplace(std::string(key.view()), nullptr);
+  std::string key = path.isNull() ? std::string(texture_name.view()) : FileKey(path);
+  const auto [entry, is_new] = _videos.try_emplace(std::move(key), nullptr);
   if (is_new) {
     const BtStr file_name = path.isNull() ? texture_name : _picture_names.unique(texture_name);
     const BtStr base_name = BtFileBaseName(file_name);

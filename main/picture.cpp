@@ -48,8 +48,7 @@ BtStr FindPicture(const BtStr& directory, const BtStr& name) {
   }
   for (const BtStr& candidate : candidates) {
     if (candidate.length() == 0) continue;
-    const BtStr path =
-        BtFileIsAbsolutePath(candidate) ? candidate : BtFileJoin(directory, candidate);
+    BtStr path = BtFileIsAbsolutePath(candidate) ? candidate : BtFileJoin(directory, candidate);
     if (IsReadableFile(path)) return path;
   }
   return {};

@@ -4,6 +4,7 @@
 #include "bamodeldata.h"
 #include "btexcept.h"
 #include "btfile.h"
+#include "bttextfile.h"
 #include "kfbxdocumentinfo.h"
 #include "kfbxscene.h"
 #include "kfbxsdkmanager.h"
@@ -16,7 +17,7 @@ KFbxDocumentInfo* CreateDocumentInfo(KFbxSdkManager* manager, const BtStr& model
   KFbxDocumentInfo* scene_info = KFbxDocumentInfo::Create(manager, "SceneInfo");
   BtAssert(scene_info);
   scene_info->mTitle = "Converted Asset";
-  scene_info->mSubject = "Converted from " + BtFileBaseName(model_file);
+  scene_info->mSubject = "Converted from " + BtFileBaseName(BtTextFileName(model_file));
   scene_info->mAuthor = "Vemra Studios";
   scene_info->mRevision = "rev. 1.0";
   scene_info->mKeywords = "motion capture assets";

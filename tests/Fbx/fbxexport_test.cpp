@@ -3,22 +3,14 @@
 
 #include <algorithm>
 #include <cctype>
-#include <cmath>
 #include <cstdlib>
-#include <functional>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
-#include "btexcept.h"
 #include "fbxrecords.h"
-#include "kfbxexporter.h"
-#include "kfbxmesh.h"
 #include "kfbxnode.h"
-#include "kfbxpose.h"
-#include "kfbxsurfacephong.h"
-#include "kfbxtexture.h"
 #include "testscene.h"
 
 namespace {
@@ -26,21 +18,6 @@ namespace {
 // A name as the file has it.
 std::string Named(const std::string& name, const std::string& type) {
   return name + std::string("\0\1", 2) + type;
-}
-
-BtStr TakeMessage() {
-  if (!theExceptObj.hasException()) return "";
-  BtStr message = theExceptObj.exception().message();
-  theExceptObj.clear();
-  return message;
-}
-
-FbxFile Exported(KFbxScene* scene, int format) {
-  const TestFolder folder;
-  EXPECT_TRUE(Save(scene, folder.path("a.fbx"), format));
-  FbxFile file = ParseFbx(ReadFile(folder.path("a.fbx")));
-  EXPECT_EQ(file.fault, "");
-  return file;
 }
 
 // Both families, with how they differ for a reader.
@@ -340,71 +317,6 @@ TEST(FbxExport, TellsNodesAttributesAndMaterialsApartByName) {
   EXPECT_EQ(file.extension.child("FileId").text(), file.main.child("FileId").text());
 }
 
-TEST(FbxExport, EmbedsPicturesOrWarns) {
-  const TestFolder folder;
-  const std::string bytes = std::string("\x89PNG\0\r\n", 7) + std::string(700000, 'p');
-  WriteFile(folder.path("good.png"), bytes);
-  WriteFile(folder.path("empty.png"), "");
-  const struct {
-    const char* name;
-    const char* warning;
-    std::string content;
-  } cases[] = {
-      {"good.png", "", bytes},
-      {"empty.png", "", ""},
-      {"missing.png", "No such file or directory", ""},
-      {"", "Is a directory", ""},
-      {"good.png/x.png", "Not a directory", ""},
-  };
-  for (const auto& c : cases) {
-    for (const Family& family : kFamilies) {
-      const std::string path = folder.path(c.name);
-      const TestScene scene(path);
-      const FbxFile file = Exported(scene.scene, family.format);
-      const BtStr warning = TakeMessage();
-      if (*c.warning != '\0') {
-        EXPECT_EQ(
-            warning,
-            BtStr(("Unable to embed the picture '" + path + "': " + c.warning + ".").c_str()));
-      } else {
-        EXPECT_EQ(warning, BtStr(""));
-      }
-      const FbxRecord& video = family.object(file, Named("checker", "Video"));
-      const FbxRecord& content = video.child("Content");
-      EXPECT_EQ(content.values.size(), *c.warning == '\0' ? 1U : 0U);
-      EXPECT_TRUE(content.values.empty() || content.text() == c.content);
-      EXPECT_EQ(video.child("Filename").text(), path);
-      const FbxRecord& texture = family.object(file, Named("checker", "Texture"));
-      EXPECT_EQ(texture.child("FileName").text(), path);
-      EXPECT_EQ(texture.child("Media").text(), Named("checker", "Video"));
-      EXPECT_EQ(family.property(texture, "WrapModeV"), std::vector<double>{1});
-    }
-  }
-}
-
-TEST(FbxExport, LeavesOutWhatIsSwitchedOff) {
-  const TestScene scene;
-  const struct {
-    const char* option;
-    std::set<std::string> missing;
-  } cases[] = {{EXP_FBX_MATERIAL, {"Material", "Texture", "Video"}},
-               {EXP_FBX_TEXTURE, {"Texture", "Video"}},
-               {EXP_FBX_EMBEDDED, {}}};
-  const TestFolder folder;
-  for (const auto& c : cases) {
-    KFbxExporter* exporter = KFbxExporter::Create(scene.manager.get(), "");
-    exporter->GetIOSettings()->SetBoolProp(c.option, false);
-    ASSERT_TRUE(exporter->Initialize(folder.path("a.fbx").c_str(), kBinary71));
-    EXPECT_TRUE(exporter->Export(scene.scene));
-    exporter->Destroy();
-    const FbxFile file = ParseFbx(ReadFile(folder.path("a.fbx")));
-    ASSERT_EQ(file.fault, "");
-    std::set<std::string> missing = {"Material", "Texture", "Video"};
-    for (const FbxRecord& object : file.main.child("Objects").children) missing.erase(object.name);
-    EXPECT_EQ(missing, c.missing) << c.option;
-  }
-}
-
 TEST(FbxExport, MakesTheSameBytesFromTheSameScene) {
   const TestFolder folder;
   for (const Family& family : kFamilies) {
@@ -425,92 +337,6 @@ TEST(FbxExport, MakesTheSameBytesFromTheSameScene) {
     const auto& stamp = dated.main.child("FBXHeaderExtension").child("CreationTimeStamp");
     EXPECT_EQ(stamp.child("Year").integer(), 2024);
   }
-}
-
-TEST(FbxExport, RefusesScenesThatContradictThemselves) {
-  const TestFolder folder;
-  const std::string target = folder.path("a.fbx");
-  const struct {
-    const char* error;
-    std::function<void(TestScene*)> spoil;
-  } cases[] = {
-      {"its transform is not finite",
-       [](TestScene* s) { s->head->LclTranslation.Set(KFbxVector4(0, INFINITY, 0)); }},
-      {"a point is not finite", [](TestScene* s) { s->mesh->GetControlPoints()[4] = NAN; }},
-      {"a point is cut off", [](TestScene* s) { s->mesh->GetControlPoints().push_back(1); }},
-      {"a corner names a point that is not there",
-       [](TestScene* s) { s->mesh->GetControlPoints().resize(15); }},
-      {"its last polygon has no end",
-       [](TestScene* s) {
-         s->mesh->SetPolygons({0, 1, 2}, {0});
-       }},
-      {"its polygons and their materials differ in number",
-       [](TestScene* s) {
-         s->mesh->SetPolygons({0, 1, -3}, {0, 0});
-       }},
-      {"a polygon names a material that is not there",
-       [](TestScene* s) {
-         s->mesh->SetPolygons({0, 1, -3}, {2});
-       }},
-      {"its corners and their texture coordinates differ in number",
-       [](TestScene* s) {
-         s->mesh->SetPolygons({0, 1, -3}, {0});
-       }},
-      {"a corner names a texture coordinate that is not there",
-       [](TestScene* s) {
-         s->mesh->SetUVs("map1", {0, 0});
-       }},
-      {"its normals are not one for each place",
-       [](TestScene* s) {
-         s->mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, {0, 0, 1});
-       }},
-      {"its skin names a bone outside of the scene",
-       [](TestScene* s) { KFbxNode::Create(s->scene, "other")->AddChild(s->head); }},
-  };
-  for (const auto& c : cases) {
-    for (const Family& family : kFamilies) {
-      WriteFile(target, "older");
-      TestScene scene;
-      c.spoil(&scene);
-      EXPECT_FALSE(Save(scene.scene, target, family.format)) << c.error;
-      const std::string error(TakeMessage());
-      EXPECT_NE(error.find(c.error), std::string::npos) << error;
-      EXPECT_EQ(ReadFile(target), "older");
-    }
-  }
-}
-
-TEST(KFbxExporter, TellsWhatItCannotDo) {
-  const ManagerPtr manager = NewManager();
-  const struct {
-    const char* file;
-    int format;
-    const char* version;
-    const char* error;
-  } cases[] = {
-      {"a.fbx", kBinary71, "FBX201100", ""},
-      {"a.fbx", kBinary61, "FBX200900", ""},
-      {"a.fbx", kBinary71, "FBX200900",
-       "The format \"FBX binary (*.fbx)\" has no version \"FBX200900\"."},
-      {"a.fbx", kBinary71, "", "The format \"FBX binary (*.fbx)\" has no version \"\"."},
-      {"", kBinary71, nullptr, "No file name is given."},
-      {"a.fbx", -1, nullptr, "There is no file format -1."},
-      {"a.fbx", 99, nullptr, "There is no file format 99."},
-      {"a.fbx", 2, nullptr, "Files of the format \"FBX encrypted (*.fbx)\" cannot be written."},
-      {"a.fbx", 7, nullptr, "Files of the format \"Alias OBJ (*.obj)\" cannot be written."},
-  };
-  for (const auto& c : cases) {
-    KFbxExporter* exporter = KFbxExporter::Create(manager.get(), "");
-    const bool good = exporter->Initialize(c.file, c.format) &&
-                      exporter->SetFileExportVersion(c.version, KFbxExporter::eFBX_TO_FBX);
-    EXPECT_EQ(good, *c.error == '\0');
-    EXPECT_STREQ(exporter->GetLastErrorString(), c.error);
-    exporter->Destroy();
-  }
-  KFbxExporter* exporter = KFbxExporter::Create(manager.get(), "");
-  EXPECT_FALSE(exporter->SetFileExportVersion("FBX201100"));
-  EXPECT_FALSE(exporter->Export(KFbxScene::Create(manager.get(), "")));
-  EXPECT_EQ(TakeMessage(), BtStr(exporter->GetLastErrorString()));
 }
 
 }  // namespace

@@ -37,13 +37,6 @@ bool Write(const std::string& target) {
 
 std::string Written() { return "0ab3" + kText.substr(2) + "ab"; }
 
-BtStr TakeError() {
-  if (!theExceptObj.hasException()) return "";
-  BtStr message = theExceptObj.exception().message();
-  theExceptObj.clear();
-  return message;
-}
-
 mode_t ModeOf(const std::string& path) {
   struct stat status {};
   stat(path.c_str(), &status);
@@ -93,7 +86,7 @@ TEST(FbxOutputFile, TellsWhyItCannotWrite) {
   };
   for (const auto& c : cases) {
     EXPECT_FALSE(Write(c.target));
-    EXPECT_EQ(TakeError(),
+    EXPECT_EQ(TakeMessage(),
               BtStr(("Unable to write '" + c.target + "': " + c.reason + ".").c_str()));
   }
   EXPECT_EQ(folder.entries(), 3);
@@ -133,7 +126,7 @@ TEST(FbxOutputFile, LeavesTheOlderFileWhenWritingFails) {
     }
     c.repair();
     EXPECT_FALSE(done) << c.name;
-    EXPECT_NE(std::string(TakeError()).find(c.error), std::string::npos) << c.name;
+    EXPECT_NE(std::string(TakeMessage()).find(c.error), std::string::npos) << c.name;
     EXPECT_EQ(ReadFile(target), "older") << c.name;
     EXPECT_EQ(folder.entries(), 1) << c.name;
   }
@@ -146,7 +139,7 @@ TEST(FbxOutputFile, RefusesAVanishedFolder) {
   ASSERT_TRUE(file.open(folder.path("sub/a.fbx")));
   fs::remove_all(folder.path("sub"));
   EXPECT_FALSE(file.commit());
-  EXPECT_NE(std::string(TakeError()).find("No such file"), std::string::npos);
+  EXPECT_NE(std::string(TakeMessage()).find("No such file"), std::string::npos);
 }
 
 // The superuser may write everywhere, so these run as another user.
@@ -162,7 +155,7 @@ TEST(FbxOutputFile, RespectsPermissions) {
     if (geteuid() == 0 && setuid(65534) != 0) _exit(3);
     for (const char* target : {"closed/a.fbx", "protected"}) {
       if (Write(folder.path(target))) _exit(1);
-      if (std::string(TakeError()).find("Permission denied") == std::string::npos) _exit(2);
+      if (std::string(TakeMessage()).find("Permission denied") == std::string::npos) _exit(2);
     }
     _exit(0);
   }
@@ -194,7 +187,7 @@ TEST(FbxOutputFile, WritesIntoPipesAndNoticesThatTheyClose) {
     });
     EXPECT_EQ(Write(pipe), c.reads_all);
     reader.join();
-    EXPECT_NE(std::string(TakeError()).find(c.error), std::string::npos);
+    EXPECT_NE(std::string(TakeMessage()).find(c.error), std::string::npos);
     EXPECT_EQ(received, c.reads_all ? Written() : "");
   }
   EXPECT_TRUE(Write("/dev/null"));

@@ -9,9 +9,7 @@
 #include "kfbxiopluginregistry.h"
 #include "kfbxmesh.h"
 #include "kfbxnode.h"
-#include "kfbxpose.h"
 #include "kfbxsurfacephong.h"
-#include "kfbxtexture.h"
 #include "testscene.h"
 
 namespace {
@@ -107,31 +105,6 @@ TEST(KFbxNode, KeepsATree) {
   EXPECT_EQ(a->AddMaterial(KFbxSurfacePhong::Create(scene, "m")), 1);
   EXPECT_EQ(a->AddMaterial(first), 0);
   EXPECT_EQ(a->GetMaterialCount(), 2);
-}
-
-TEST(KFbxPose, HoldsANodeOnceUnlessToldOtherwise) {
-  const ManagerPtr manager = NewManager();
-  KFbxScene* scene = KFbxScene::Create(manager.get(), "");
-  KFbxPose* pose = KFbxPose::Create(scene, "BindPose");
-  KFbxNode* node = scene->GetRootNode();
-  const KFbxXMatrix moved = KFbxXMatrix::Translation({1, 2, 3});
-  EXPECT_EQ(pose->Add(nullptr, moved), -1);
-  EXPECT_EQ(pose->Add(node, {}), 0);
-  EXPECT_EQ(pose->Add(node, {}), 0);
-  EXPECT_EQ(pose->Add(node, moved, false, false), -1);
-  EXPECT_EQ(pose->Add(node, moved, false, true), 1);
-  EXPECT_EQ(pose->GetCount(), 2);
-}
-
-TEST(KFbxSurfacePhong, TakesOneTexturePerKnownSlot) {
-  const ManagerPtr manager = NewManager();
-  KFbxSurfacePhong* material = KFbxSurfacePhong::Create(manager.get(), "m");
-  KFbxTexture* texture = KFbxTexture::Create(manager.get(), "t");
-  EXPECT_TRUE(material->Connect(texture, "DiffuseColor"));
-  EXPECT_FALSE(material->Connect(texture, "DiffuseColor"));
-  EXPECT_TRUE(material->Connect(texture, "ReflectionColor"));
-  EXPECT_FALSE(material->Connect(texture, "Diffuse"));
-  EXPECT_FALSE(material->Connect(nullptr, "Bump"));
 }
 
 TEST(KFbxMesh, DropsPolygonsThatAreNone) {

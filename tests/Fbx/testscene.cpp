@@ -1,10 +1,13 @@
 #include "testscene.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 
+#include "btexcept.h"
 #include "kfbxdeformer.h"
 #include "kfbxdocumentinfo.h"
 #include "kfbxexporter.h"
@@ -167,4 +170,19 @@ bool Save(KFbxScene* scene, const std::string& path, int format) {
   const bool saved = exporter->Initialize(path.c_str(), format) && exporter->Export(scene);
   exporter->Destroy();
   return saved;
+}
+
+BtStr TakeMessage() {
+  if (!theExceptObj.hasException()) return "";
+  BtStr message = theExceptObj.exception().message();
+  theExceptObj.clear();
+  return message;
+}
+
+FbxFile Exported(KFbxScene* scene, int format) {
+  const TestFolder folder;
+  EXPECT_TRUE(Save(scene, folder.path("a.fbx"), format));
+  FbxFile file = ParseFbx(ReadFile(folder.path("a.fbx")));
+  EXPECT_EQ(file.fault, "");
+  return file;
 }

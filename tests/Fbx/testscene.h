@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "btstr.h"
+#include "fbxrecords.h"
 #include "kfbxmath.h"
 #include "kfbxscene.h"
 #include "kfbxsdkmanager.h"
@@ -52,6 +54,12 @@ KFbxNode* AddNode(KFbxScene* scene, const char* name, KFbxNode* parent);
 
 // Saves the scene in the format of this index, embedding pictures; the exporter's answer.
 bool Save(KFbxScene* scene, const std::string& path, int format);
+
+// Saves the scene to a temporary file, expects that the file is good and takes it apart.
+FbxFile Exported(KFbxScene* scene, int format);
+
+// What was recorded last, which is forgotten with all before it; empty for nothing.
+BtStr TakeMessage();
 
 constexpr int kBinary71 = 0;
 constexpr int kAscii71 = 1;

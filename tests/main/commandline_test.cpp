@@ -2,7 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "runprogram.h"
 
@@ -73,24 +75,61 @@ TEST(CommandLine, ConvertsAndSaysWhatItDoes) {
   EXPECT_EQ(folder.names(), std::vector<std::string>{"fox.fbx"});
 }
 
-TEST(CommandLine, GivesTheSameBytesEveryTime) {
-  const TestFolder folder;
-  for (const char* sample : {"fox", "robot", "walker"}) {
-    const std::string name = sample;
-    std::vector<std::string> bytes;
-    for (const char* target : {"a.fbx", "other.fbx"}) {
-      EXPECT_EQ(
-          RunKestrix({Sample(name + ".mdl"), Sample(name + ".dof"), folder.path(target)}).status,
-          0);
-      bytes.push_back(ReadFile(folder.path(target)));
+// A variable of the environment as programs see it that start meanwhile.
+class Variable {
+ public:
+  Variable(const char* name, const char* value) : _name(name) {
+    if (const char* old = std::getenv(name)) _old = old;
+    setenv(name, value, 1);
+  }
+  ~Variable() {
+    if (_old) {
+      setenv(_name, _old->c_str(), 1);
+    } else {
+      unsetenv(_name);
     }
-    EXPECT_TRUE(
-        RunKestrix({name + ".mdl", name + ".dof", folder.path("c.fbx")}, KESTRIX_SAMPLES).status ==
-        0);
-    bytes.push_back(ReadFile(folder.path("c.fbx")));
-    EXPECT_GT(bytes[0].size(), 10000U);
-    EXPECT_TRUE(bytes[0] == bytes[1]) << sample << ": another target";
-    EXPECT_TRUE(bytes[0] == bytes[2]) << sample << ": another working folder";
+  }
+  Variable(const Variable&) = delete;
+  Variable& operator=(const Variable&) = delete;
+
+ private:
+  const char* _name;
+  std::optional<std::string> _old;
+};
+
+TEST(CommandLine, GivesTheSameBytesEverywhere) {
+  const TestFolder folder;
+  const struct {
+    std::string model_folder;
+    const char* target;
+    const char* directory;
+    const char* locale;
+    const char* time_zone;
+  } runs[] = {
+      {Sample(""), "a.fbx", "", "C", "UTC"},
+      {Sample(""), "other.fbx", "", "C", "UTC"},
+      {"", "c.fbx", KESTRIX_SAMPLES, "C", "UTC"},
+      {Sample(""), "d.fbx", "/", "de_DE.UTF-8", "America/St_Johns"},
+      {Sample(""), "e.fbx", "", "C.utf8", "XXX-14"},
+  };
+  for (const char* version : {"2011", "2010"}) {
+    for (const std::string sample : {"fox", "robot", "walker"}) {
+      std::string first;
+      for (const auto& run : runs) {
+        SCOPED_TRACE(sample + " in " + version + " to " + run.target);
+        const Variable locale("LC_ALL", run.locale);
+        const Variable time_zone("TZ", run.time_zone);
+        const std::string model = run.model_folder + sample;
+        const RunResult result = RunKestrix(
+            {"-mb_version", version, model + ".mdl", model + ".dof", folder.path(run.target)},
+            run.directory);
+        EXPECT_EQ(result.status, 0) << result.err;
+        const std::string bytes = ReadFile(folder.path(run.target));
+        if (first.empty()) first = bytes;
+        EXPECT_GT(bytes.size(), 10000U);
+        EXPECT_TRUE(bytes == first);
+      }
+    }
   }
 }
 

@@ -1,6 +1,8 @@
 // Runs the program as a user would, and gives tests a folder of their own.
 #pragma once
 
+#include <sys/types.h>
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -10,10 +12,6 @@ struct RunResult {
   std::string out;
   std::string err;
 };
-
-// Runs the program under test with these arguments, in `directory` when one is given.
-RunResult RunKestrix(const std::vector<std::string>& arguments,
-                     const std::filesystem::path& directory = {});
 
 // A fresh folder that is removed with the object.
 class TestFolder {
@@ -33,6 +31,32 @@ class TestFolder {
  private:
   std::filesystem::path _folder;
 };
+
+// The program under test, started with these arguments, in `directory` when one is given.
+class StartedKestrix {
+ public:
+  explicit StartedKestrix(const std::vector<std::string>& arguments,
+                          const std::filesystem::path& directory = {});
+  // Waits until the program has printed something on standard output, or has ended.
+  void waitForOutput();
+  // What Ctrl-C does.
+  void interrupt() const;
+  // Waits for its end; once.
+  RunResult wait();
+
+ private:
+  bool _end(int options);
+
+  TestFolder _streams;
+  pid_t _pid = -1;
+  int _wait_status = 0;
+  bool _ended = false;
+};
+
+inline RunResult RunKestrix(const std::vector<std::string>& arguments,
+                            const std::filesystem::path& directory = {}) {
+  return StartedKestrix(arguments, directory).wait();
+}
 
 std::string ReadFile(const std::filesystem::path& path);
 std::string Sample(const std::string& name);  // path of a bundled sample

@@ -1,15 +1,34 @@
 // The examples and the messages of the documentation, against the program and its sources.
 import assert from 'node:assert/strict';
-import { mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
-import { join } from 'node:path';
+import { existsSync, mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
+import { dirname, join } from 'node:path';
 import { test } from 'node:test';
 import { freshPath, kestrix, root } from './program.mjs';
 import { readWithThree } from './threereader.mjs';
 
 const page = (name) => readFileSync(join(root, 'docs', name), 'utf8');
-const pages = ['legacy-model.md', 'mapping.md', 'fbx-output.md'];
+const pages = ['legacy-model.md', 'document-model.md', 'mapping.md', 'fbx-output.md'];
 
-test('the arm of the examples converts', () => {
+/** Converts an example; answers what three.js reads of it, with numbers of few decimals. */
+function convertExample(folder, model) {
+  const fbx = join(folder, `${model}.fbx`);
+  const run = kestrix('-scale_factor', '1', join(folder, model), join(folder, 'arm.dof'), fbx);
+  assert.equal(run.stderr, '');
+  assert.equal(run.status, 0);
+  const { bones, meshes, materials } = readWithThree(fbx);
+  const rounded = (list) => list.map((value) => +value.toFixed(3) + 0);
+  return {
+    bones: bones.map(({ name, parent, eulerOrder, world }) =>
+      ({ name, parent, eulerOrder, world: rounded([...world]) })),
+    meshes: meshes.map(({ name, positions, weights }) =>
+      ({ name, positions: positions.map(rounded), weights })),
+    targets: meshes.map(({ targets }) => targets.map(({ name, offsets }) =>
+      ({ name, moved: offsets.filter((offset) => offset.some((value) => value !== 0)) }))),
+    materials: [...materials.keys()],
+  };
+}
+
+test('the arms of the examples convert, and are the same arm', () => {
   const folder = freshPath('.docs');
   mkdirSync(folder);
   for (const name of pages) {
@@ -17,29 +36,84 @@ test('the arm of the examples converts', () => {
       writeFileSync(join(folder, file), text);
     }
   }
-  const fbx = join(folder, 'arm.fbx');
-  const run = kestrix('-scale_factor', '1', join(folder, 'arm.mdl'), join(folder, 'arm.dof'), fbx);
-  assert.equal(run.stderr, '');
-  assert.equal(run.status, 0);
-  const { bones, meshes, materials } = readWithThree(fbx);
-  const [arm, forearm] = bones;
+  const legacy = convertExample(folder, 'arm.mdl');
+  const [arm, forearm] = legacy.bones;
   assert.deepEqual([arm.name, arm.eulerOrder, forearm.name, forearm.eulerOrder],
     ['upper_arm', 'ZYX', 'forearm', 'YZX']);
-  assert.deepEqual([...forearm.world.slice(12, 15)], [12, 40, 0]);
-  assert.deepEqual(meshes.map(({ name, positions }) => [name, positions.length / 3]),
+  assert.deepEqual(forearm.world.slice(12, 15), [12, 40, 0]);
+  assert.deepEqual(legacy.meshes.map(({ name, positions }) => [name, positions.length / 3]),
     [['upper_arm_mesh', 4]]);
-  assert.deepEqual([...materials.keys()], ['skin']);
+  assert.deepEqual(legacy.materials, ['skin']);
+
+  const { bones, meshes, targets, materials } = convertExample(folder, 'arm-v2.mdl');
+  const [grip] = bones.splice(2);
+  const [gripMesh] = meshes.splice(1);
+  assert.deepEqual({ bones, meshes }, { bones: legacy.bones, meshes: legacy.meshes });
+  assert.deepEqual([grip.name, grip.parent, ...grip.world.slice(12, 15)],
+    ['grip_left', null, 24, 30, 0]);
+  assert.deepEqual([gripMesh.name, gripMesh.positions.length], ['grip_left_mesh', 3]);
+  assert.deepEqual(targets, [[{ name: 'biceps', moved: [[0, 0.5, 0]] }], []]);
+  assert.deepEqual(materials, ['skin', 'steel']);
 });
 
+// Values may be put in by a conversion or by joining texts: both leave the words between them.
+const value = /%[.\d]*l*[a-z]/;
+const joined = (text) => text.replace(/"\s*\n\s*"/g, '');
+const plain = (text) => text.replaceAll('\\"', '"');
+const sourcesIn = (folder, isWanted = () => true) =>
+  readdirSync(join(root, folder))
+    .filter(isWanted)
+    .map((file) => readFileSync(join(root, folder, file), 'utf8'))
+    .join('\n');
+const messagesOf = (name) => {
+  const [, ...parts] = page(name).split(/^## Messages$/m);
+  return [...parts.join('\n').matchAll(/^\| `([^`]+)` \|/gm)].map(([, message]) => message);
+};
+
 test('every message of the pages stands in the sources', () => {
-  const folders = ['libs/src/Ba', 'libs/src/Bt', 'libs/include/Ba', 'libs/include/Bt', 'main'];
-  const sources = folders.flatMap((folder) =>
-    readdirSync(join(root, folder)).map((file) => readFileSync(join(root, folder, file), 'utf8')));
-  // Values may be put in by a conversion or by joining texts: both leave the words between them.
-  const words = sources.join('\n').replace(/"\s*\n\s*"/g, '').replaceAll('\\"', '"');
-  const missing = pages.flatMap((name) =>
-    [...page(name).split(/^## (?:Messages|Warnings)$/m)[1].matchAll(/^\| `([^`]+)` \|/gm)]
-      .map(([, message]) => message)
-      .filter((message) => !message.split(/%[.\d]*[a-z]/).every((part) => words.includes(part))));
+  const folders = ['libs/src/Ba', 'libs/src/Bt', 'libs/src/Fbx', 'libs/include/Ba',
+    'libs/include/Bt', 'main'];
+  const words = plain(joined(folders.map((folder) => sourcesIn(folder)).join('\n')));
+  for (const name of pages) {
+    const messages = messagesOf(name);
+    assert.notEqual(messages.length, 0, name);
+    assert.deepEqual(
+      messages.filter((message) => !message.split(value).every((part) => words.includes(part))),
+      [], name);
+  }
+});
+
+test('every message of documents stands on their page', () => {
+  const sources = sourcesIn('libs/src/Ba', (file) =>
+    /^ba(md|modeldata|modelcombine|modelsave|includechain).*\.cpp$/.test(file));
+  const texts = [...joined(sources).matchAll(/"((?:[^"\\\n]|\\.)*)"/g)]
+    .map(([, text]) => plain(text))
+    .filter((text) => /[a-z]{2,} [a-z]/.test(text));
+  assert.ok(texts.length > 100);
+  const messages = messagesOf('document-model.md');
+  const words = messages.join('\n');
+  // A row may stand for several texts that differ in a word.
+  const pattern = (message) =>
+    message.split(value).map((part) => part.replace(/\W/g, '\\$&')).join('\\w+');
+  const rows = messages.filter((message) => value.test(message))
+    .map((message) => new RegExp(`^${pattern(message)}$`));
+  const missing = texts.filter((text) => !rows.some((row) => row.test(text)) &&
+    !text.split(value).every((part) => words.includes(part)));
   assert.deepEqual(missing, []);
+});
+
+test('the pages refer to files and headings that exist', () => {
+  const anchor = (heading) => heading.toLowerCase().replace(/[^\w\- ]/g, '').replaceAll(' ', '-');
+  const dead = ['README.md', 'samples/README.md', ...pages.map((name) => `docs/${name}`)]
+    .flatMap((from) =>
+      [...readFileSync(join(root, from), 'utf8').matchAll(/\]\((?!\w+:)([^)#]*)#?([^)]*)\)/g)]
+        .filter(([, file, heading]) => {
+          const target = join(root, file === '' ? from : join(dirname(from), file));
+          if (!existsSync(target)) return true;
+          if (heading === '') return false;
+          const headings = readFileSync(target, 'utf8').matchAll(/^#+ (.*)$/gm);
+          return ![...headings].some(([, text]) => anchor(text) === heading);
+        })
+        .map(([link]) => `${from}: ${link}`));
+  assert.deepEqual(dead, []);
 });

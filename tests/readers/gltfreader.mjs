@@ -12,7 +12,7 @@ const readers = {
   5126: [4, 'readFloatLE'],
 };
 
-function openGlb(file) {
+export function openGlb(file) {
   const bytes = readFileSync(file);
   const length = bytes.readUInt32LE(12);
   const gltf = JSON.parse(bytes.toString('utf8', 20, 20 + length));
@@ -32,13 +32,15 @@ function openGlb(file) {
   return { gltf, view, list };
 }
 
-function worldMatrices(nodes) {
+function worldMatrices(nodes, pose) {
   const world = new Array(nodes.length);
   const parents = new Array(nodes.length).fill(null);
   const visit = (index, parent) => {
     const { translation = [0, 0, 0], rotation = [0, 0, 0, 1], scale = [1, 1, 1] } = nodes[index];
+    const turned = new Quaternion(...rotation);
+    if (pose.has(nodes[index].name)) turned.multiply(pose.get(nodes[index].name));
     world[index] = new Matrix4()
-      .compose(new Vector3(...translation), new Quaternion(...rotation), new Vector3(...scale))
+      .compose(new Vector3(...translation), turned, new Vector3(...scale))
       .premultiply(parent === null ? new Matrix4() : world[parent]);
     parents[index] = parent;
     nodes[index].children?.forEach((child) => visit(child, index));
@@ -47,11 +49,12 @@ function worldMatrices(nodes) {
   return { world, parents };
 }
 
-export function readWithFbx2gltf(fbx) {
+/** `pose` turns the nodes of these names by quaternions, in their own axes. */
+export function readWithFbx2gltf(fbx, pose = new Map()) {
   const { glb, warnings } = toGltf(fbx);
   const { gltf, view, list } = openGlb(glb);
   const { nodes } = gltf;
-  const { world, parents } = worldMatrices(nodes);
+  const { world, parents } = worldMatrices(nodes, pose);
   const facts = { bones: [], meshes: [], materials: new Map(), warnings };
   // Node 0 is the root node that stands for the scene.
   const nameOf = (index) => (index > 0 ? nodes[index].name : null);

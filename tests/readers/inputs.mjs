@@ -25,30 +25,48 @@ export function readRotationOrders(file) {
   return orders;
 }
 
-/** The bodies of a legacy model: id, name, parentId, and rows, the rotation in the parent. */
+/** The bodies of a legacy model: id, name, parentId; rows and origin: the place in the parent. */
 export function readBodies(file) {
-  const record = /^ *X.*\n(.*)\n *(\d+).*\n.*\n *(\d+)\s+((?:[-+.\deE]+\s+){9})/gm;
+  const record = /^ *X.*\n(.*)\n *(\d+).*\n.*\n *(\d+)\s+((?:[-+.\deE]+\s+){11}[-+.\deE]+)/gm;
   return [...readFileSync(file, 'utf8').matchAll(record)].map(([, name, id, parent, numbers]) => {
     const n = numbers.trim().split(/\s+/).map(Number);
     const rows = [n.slice(0, 3), n.slice(3, 6), n.slice(6, 9)];
     const cleaned = name.trim().replaceAll(' ', '_');
-    return { id: Number(id), name: cleaned, parentId: Number(parent), rows };
+    const origin = n.slice(9);
+    return { id: Number(id), name: cleaned, parentId: Number(parent), rows, origin };
   });
 }
 
-/** Texture coordinates of all corners of the textured polygons, [u, v] each. */
-export function readTextureCoordinates(file) {
+/**
+ * All corners of the polygons, textured or not: body id, uv where textured, point in the body's
+ * space, and flexes, pairs of a weight and the id of the body followed (null for the parent).
+ */
+export function readCorners(file) {
   const words = readFileSync(file, 'utf8').split(/\s+/);
   const valuesOfEffect = [9, 6, 1, 2];
-  const coordinates = [];
-  for (let at = words.indexOf('P'); at >= 0; at = words.indexOf('P', at)) {
-    let corners = Number(words[at + 3]);
-    at += 4;
-    for (; corners > 0; --corners) {
-      coordinates.push([Number(words[at]), Number(words[at + 1])]);
-      for (at += 5; words[at] !== '-1'; at += 1 + valuesOfEffect[words[at]]);
-      ++at;
+  const [flexToParent, flexToBody] = [2, 3];
+  let at = 0;
+  const take = (count) => words.slice(at, at += count).map(Number);
+  const corners = [];
+  while (at < words.length) {
+    const letter = words[at++];
+    if (letter !== 'F' && letter !== 'P') continue;
+    const [body, , count] = take(3);
+    for (let i = 0; i < count; ++i) {
+      const uv = letter === 'P' ? take(2) : null;
+      const point = take(3);
+      const flexes = [];
+      for (let [effect] = take(1); effect >= 0; [effect] = take(1)) {
+        const values = take(valuesOfEffect[effect]);
+        if (effect === flexToParent) flexes.push([values[0], null]);
+        if (effect === flexToBody) flexes.push(values);
+      }
+      corners.push({ body, uv, point, flexes });
     }
   }
-  return coordinates;
+  return corners;
 }
+
+/** Texture coordinates of all corners of the textured polygons, [u, v] each. */
+export const readTextureCoordinates = (file) =>
+  readCorners(file).flatMap(({ uv }) => (uv ? [uv] : []));

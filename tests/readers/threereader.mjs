@@ -72,7 +72,8 @@ function weightsOf(mesh, indices, weights) {
   return sums;
 }
 
-export function readWithThree(fbx) {
+/** `pose` turns the bones of these names by quaternions, in their own axes. */
+export function readWithThree(fbx, pose = new Map()) {
   const warnings = [];
   const { warn } = console;
   console.warn = (text) => {
@@ -83,6 +84,10 @@ export function readWithThree(fbx) {
   const bytes = file.buffer.slice(file.byteOffset, file.byteOffset + file.length);
   const scene = new FBXLoader().parse(bytes, '');
   console.warn = warn;
+  scene.traverse((object) => {
+    const turn = object.isBone && object.userData.transformData && pose.get(nameOf(object));
+    if (turn) object.quaternion.multiply(turn);
+  });
   scene.updateMatrixWorld(true);
 
   const facts = { bones: [], meshes: [], materials: new Map(), warnings };

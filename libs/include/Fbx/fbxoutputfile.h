@@ -6,9 +6,9 @@
 
 #include <sys/types.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <span>
@@ -18,8 +18,9 @@
 
 class FbxOutputFile {
  public:
-  // Offsets in a file are 32-bit numbers; a longer file is refused.
+  // Offsets in a binary file are 32-bit numbers; a longer file is refused.
   static constexpr std::uint64_t kMaxSize = 0xFFFFFFFFU;
+  static constexpr std::uint64_t kNoLimit = std::uint64_t{1} << 62;
 
   explicit FbxOutputFile(std::uint64_t max_size = kMaxSize) : _max_size(max_size) {}
   // Removes what was not committed.
@@ -35,7 +36,7 @@ class FbxOutputFile {
       _writeSlowly({static_cast<const char*>(data), size});
       return;
     }
-    std::memcpy(_buffer.get() + _used, data, size);
+    std::copy_n(static_cast<const char*>(data), size, _buffer.get() + _used);
     _used += size;
     _room -= size;
   }

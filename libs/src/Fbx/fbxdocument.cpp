@@ -119,6 +119,8 @@ void FbxDocument::writeHeaderExtension(std::int32_t version) {
 }
 
 void FbxDocument::writeIdentity() {
+  // Texts of the newer family have the creator in the header only.
+  if (!sink.isBinary() && family == FbxFamily::e71) return;
   if (sink.isBinary()) {
     sink.begin("FileId");
     sink.addRaw(source.creation_time.fileId());

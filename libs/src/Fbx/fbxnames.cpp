@@ -11,7 +11,7 @@ constexpr unsigned char Byte(char c) { return static_cast<unsigned char>(c); }
 struct Lead {
   unsigned char first;
   unsigned char last;
-  std::size_t length;
+  unsigned char length;
   unsigned char second_first;
   unsigned char second_last;
 };

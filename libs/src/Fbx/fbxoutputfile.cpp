@@ -170,11 +170,10 @@ bool FbxOutputFile::_writeAll(int fd, std::span<const char> bytes) {
 }
 
 bool FbxOutputFile::_replaceTarget() {
-  if (_older) {
-    // Only the superuser may give files away; others keep the new file as their own.
-    [[maybe_unused]] const int given = fchown(_fd, _older->owner, _older->group);
-  }
-  if (fchmod(_fd, _older ? _older->mode : NewFileMode()) != 0) return _failErrno();
+  // Only the superuser may give files away, and some file systems have no permissions: then the
+  // file stays its writer's own.
+  [[maybe_unused]] const int given = _older ? fchown(_fd, _older->owner, _older->group) : 0;
+  [[maybe_unused]] const int opened = fchmod(_fd, _older ? _older->mode : NewFileMode());
   const int closed = close(_fd);
   _fd = -1;
   if (closed != 0) return _failErrno();

@@ -14,33 +14,33 @@ using enum FbxPropertyType;
 enum class Storage : std::uint8_t { eNone, eInt, eLong, eDouble, eThreeDoubles, eText };
 
 struct TypeInfo {
-  FbxPropertyType type;
   std::string_view name;
   std::string_view label;  // the second type name of the newer family
+  FbxPropertyType type;
   Storage storage;
 };
 
 // In the order of the enumeration.
 constexpr TypeInfo kTypes[] = {
-    {eBool, "bool", "", Storage::eInt},
-    {eInt, "int", "Integer", Storage::eInt},
-    {eEnum, "enum", "", Storage::eInt},
-    {eDouble, "double", "Number", Storage::eDouble},
-    {eNumber, "Number", "", Storage::eDouble},
-    {eVector3D, "Vector3D", "Vector", Storage::eThreeDoubles},
-    {eVector, "Vector", "", Storage::eThreeDoubles},
-    {eColorRGB, "ColorRGB", "Color", Storage::eThreeDoubles},
-    {eString, "KString", "", Storage::eText},
-    {eUrl, "KString", "Url", Storage::eText},
-    {eXRefUrl, "KString", "XRefUrl", Storage::eText},
-    {eDateTime, "DateTime", "", Storage::eText},
-    {eTime, "KTime", "Time", Storage::eLong},
-    {eObject, "object", "", Storage::eNone},
-    {eCompound, "Compound", "", Storage::eNone},
-    {eLclTranslation, "Lcl Translation", "", Storage::eThreeDoubles},
-    {eLclRotation, "Lcl Rotation", "", Storage::eThreeDoubles},
-    {eLclScaling, "Lcl Scaling", "", Storage::eThreeDoubles},
-    {eVisibility, "Visibility", "", Storage::eDouble},
+    {"bool", "", eBool, Storage::eInt},
+    {"int", "Integer", eInt, Storage::eInt},
+    {"enum", "", eEnum, Storage::eInt},
+    {"double", "Number", eDouble, Storage::eDouble},
+    {"Number", "", eNumber, Storage::eDouble},
+    {"Vector3D", "Vector", eVector3D, Storage::eThreeDoubles},
+    {"Vector", "", eVector, Storage::eThreeDoubles},
+    {"ColorRGB", "Color", eColorRGB, Storage::eThreeDoubles},
+    {"KString", "", eString, Storage::eText},
+    {"KString", "Url", eUrl, Storage::eText},
+    {"KString", "XRefUrl", eXRefUrl, Storage::eText},
+    {"DateTime", "", eDateTime, Storage::eText},
+    {"KTime", "Time", eTime, Storage::eLong},
+    {"object", "", eObject, Storage::eNone},
+    {"Compound", "", eCompound, Storage::eNone},
+    {"Lcl Translation", "", eLclTranslation, Storage::eThreeDoubles},
+    {"Lcl Rotation", "", eLclRotation, Storage::eThreeDoubles},
+    {"Lcl Scaling", "", eLclScaling, Storage::eThreeDoubles},
+    {"Visibility", "", eVisibility, Storage::eDouble},
 };
 
 const TypeInfo& InfoOf(FbxPropertyType type) {

@@ -1,14 +1,27 @@
 #include "kfbxexporter.h"
 
+#include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "btassert.h"
 #include "btexcept.h"
+#include "fbxasciiencoder.h"
 #include "fbxbinaryencoder.h"
 #include "fbxdocument.h"
 #include "fbxoutputfile.h"
 #include "fbxscenecontent.h"
+
+namespace {
+
+std::unique_ptr<FbxRecordSink> MakeEncoder(FbxOutputFile* file, bool is_ascii, std::int32_t version,
+                                           const FbxCreationTime& time) {
+  if (is_ascii) return std::make_unique<FbxAsciiEncoder>(file, version);
+  return std::make_unique<FbxBinaryEncoder>(file, version, time);
+}
+
+}  // namespace
 
 bool KFbxExporter::Initialize(const char* file_name, int format, KFbxIOSettings* settings) {
   const KFbxIOPluginRegistry& registry = *GetFbxSdkManager()->GetIOPluginRegistry();
@@ -18,7 +31,7 @@ bool KFbxExporter::Initialize(const char* file_name, int format, KFbxIOSettings*
     return _fail(BtFormat("There is no file format %d.", format));
   }
   const FbxKind kind = registry.WriterKind(format);
-  if (kind != FbxKind::eBinary) {
+  if (kind != FbxKind::eBinary && kind != FbxKind::eAscii) {
     return _fail(BtFormat("Files of the format \"%s\" cannot be written.",
                           registry.GetWriterFormatDescription(format)));
   }
@@ -53,20 +66,22 @@ bool KFbxExporter::Export(KFbxScene* scene) {
   const KFbxIOPluginRegistry& registry = *GetFbxSdkManager()->GetIOPluginRegistry();
   const FbxFamily family = registry.WriterFamily(_format);
   const std::string file_name(_file_name.view());
+  const bool is_ascii = registry.WriterKind(_format) == FbxKind::eAscii;
   FbxSceneContent content;
-  FbxOutputFile file;
+  FbxOutputFile file(is_ascii ? FbxOutputFile::kNoLimit : FbxOutputFile::kMaxSize);
   if (!content.collect(scene, *_settings, family) || !file.open(file_name)) {
     return _fail(theExceptObj.exception().message());
   }
   const FbxDocumentSource source = {scene, &content, FbxCreationTime::Current(),
                                     _settings->GetBoolProp(EXP_FBX_EMBEDDED, false)};
-  const bool is_71 = family == FbxFamily::e71;
-  FbxBinaryEncoder encoder(&file, is_71 ? FbxDocument71::kVersion : FbxDocument61::kVersion,
-                           source.creation_time);
-  if (is_71) {
-    FbxDocument71(&encoder, source).write();
+  const std::int32_t version =
+      family == FbxFamily::e71 ? FbxDocument71::kVersion : FbxDocument61::kVersion;
+  const std::unique_ptr<FbxRecordSink> encoder =
+      MakeEncoder(&file, is_ascii, version, source.creation_time);
+  if (family == FbxFamily::e71) {
+    FbxDocument71(encoder.get(), source).write();
   } else {
-    FbxDocument61(&encoder, source).write();
+    FbxDocument61(encoder.get(), source).write();
   }
   if (file.commit()) return true;
   return _fail(theExceptObj.exception().message());

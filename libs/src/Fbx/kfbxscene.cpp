@@ -7,6 +7,7 @@
 #include "kfbxpose.h"
 
 const KFbxXMatrix& KFbxSceneEvaluator::GetNodeGlobalTransform(KFbxNode* node, KTime /*time*/) {
+  BtAssert(node);
   std::vector<KFbxNode*> unknown;
   for (KFbxNode* above = node; above != nullptr && !above->_global; above = above->_parent) {
     unknown.push_back(above);
