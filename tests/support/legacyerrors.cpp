@@ -160,11 +160,12 @@ void AppendRecords(std::vector<ErrorCase>* cases) {
       {"Textured triangle mesh has an undefined body id (2).", {{"t 2 3 0", ""}}},
       {"Textured triangle mesh has an undefined material id (3).", {{"t 1 3 0", ""}}},
   };
+  const std::string head = kBasicModel + "#\n";
   for (const RecordErrors& record : records) {
     for (const auto& [text, inner] : record.cases) {
       std::string lines = std::string("|The last successfully read object was:||") + record.outer;
       if (*inner != '\0') lines += std::string("|") + inner;
-      cases->push_back({kBasicModel + "#\n" + text, lines});
+      cases->push_back({head + text, lines});
     }
   }
 }

@@ -26,8 +26,10 @@ class BaMDIndexLists {
   // The entries of all lists, one after another.
   [[nodiscard]] std::span<const T> entries() const { return _entries; }
 
-  // Makes room for entries that are about to be pushed.
-  void reserve(std::size_t entries) { _entries.reserve(_entries.size() + entries); }
+  // Makes room for entries that are about to be pushed to lists that hold none.
+  void reserve(std::size_t entries) {
+    if (_entries.empty() && entries > 0) _entries.reserve(entries);
+  }
   void append(std::span<const T> list) {
     _entries.insert(_entries.end(), list.begin(), list.end());
     endList();

@@ -51,6 +51,7 @@ bool GeometryReader::readTextureCoords(const BaMDItem& item) {
   BtViewStream block(item.value);
   BtScanner in(block);
   std::vector<BaTextureCoords> coords;
+  coords.reserve(BaRoomFor(item.value, 4));  // "0 0\n"
   while (BaSkipToToken(&in)) {
     BaTextureCoords coord;
     if (!in.readFloat(&coord.u) || !in.readFloat(&coord.v)) return BaFail(kMessage);

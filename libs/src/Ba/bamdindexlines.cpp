@@ -120,10 +120,7 @@ void ListMaker<Entry>::end() {
 
 template <class Entry>
 bool ReadLines(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lists) {
-  // In a large block as much room is reserved as its text can fill; what stays empty is no memory.
-  constexpr std::size_t kLargeBlock = std::size_t{1} << 20;
-  constexpr std::size_t kFewestCharsPerEntry = std::is_same_v<Entry, int> ? 2 : 4;
-  if (text.size() > kLargeBlock) lists->reserve(text.size() / kFewestCharsPerEntry);
+  lists->reserve(BaRoomFor(text, std::is_same_v<Entry, int> ? 2 : 4));  // "1 ", "1/1 "
   ListMaker<Entry> maker(kind, lists);
   const char* const end = text.data() + text.size();
   for (const char* p = SkipBlanks(text.data(), end); p != end; p = SkipBlanks(p, end)) {

@@ -98,6 +98,13 @@ BtDArray<T> BaToArray(std::span<const T> elements) {
   return array;
 }
 
+// How many entries of at least `fewest_chars` characters to make room for before a block is read:
+// all that a large text can hold, since room that stays empty is no memory; none for a small one.
+[[nodiscard]] inline std::size_t BaRoomFor(std::string_view text, std::size_t fewest_chars) {
+  constexpr std::size_t kLargeBlock = std::size_t{1} << 20;
+  return text.size() > kLargeBlock ? text.size() / fewest_chars : 0;
+}
+
 // True when there is something but white space left, which is skipped.
 bool BaSkipToToken(BtScanner* in);
 

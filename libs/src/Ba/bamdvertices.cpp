@@ -75,6 +75,7 @@ bool VerticesReader::_readPoints(std::string_view text) {
   BtViewStream block(text);
   BtScanner in(block);
   std::vector<BaMDPoint> points;
+  points.reserve(BaRoomFor(text, 6));  // "0 0 0\n"
   while (BaSkipToToken(&in)) {
     BaMDPoint point;
     if (!in.readFloat(&point.x)) return BaFail("Error reading X coordinate.");

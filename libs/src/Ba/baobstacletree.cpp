@@ -53,7 +53,7 @@ void BaObstacleTree::_split(Index place) {
 }
 
 void BaObstacleTree::remove(Index point) {
-  for (Index place = std::exchange(_leaves[point], 0); place != 0; place /= 2) {
+  for (Index place = std::exchange(_leaves[point], Index{0}); place != 0; place /= 2) {
     --_nodes[place].n_left;
   }
 }

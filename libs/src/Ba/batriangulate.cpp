@@ -136,7 +136,7 @@ EarCutter::EarCutter(std::vector<Point2> points)
       _convex(_points.size(), 0),
       _left(_points.size()),
       _waits_for(_points.size(), 0),
-      _budget(1'000'000 + 1'000 * static_cast<long long>(_points.size())) {
+      _budget(1'000'000 + 200 * static_cast<long long>(_points.size())) {
   for (Index i = 0; i < _left; ++i) {
     _next[i] = i + 1 < _left ? i + 1 : 0;
     _previous[_next[i]] = i;
@@ -205,6 +205,7 @@ void EarCutter::_cut(Index corner) {
   --_left;
   for (const Index neighbour : {before, after}) {
     _update(neighbour);
+    if (_convex[neighbour] != 0) _obstacles.remove(neighbour);
     if (_waits_for[neighbour] == _round_number) continue;
     _waits_for[neighbour] = _round_number;
     _next_round.push_back(neighbour);
@@ -214,7 +215,6 @@ void EarCutter::_cut(Index corner) {
 void EarCutter::_update(Index corner) {
   const bool convex = IsLeft(_points[_previous[corner]], _points[corner], _points[_next[corner]]);
   _convex[corner] = convex ? 1 : 0;
-  if (convex) _obstacles.remove(corner);
 }
 
 bool EarCutter::_isEar(Index corner) {
@@ -226,7 +226,9 @@ bool EarCutter::_isEar(Index corner) {
 // True when no obstacle lies in the triangle or on its sides.
 bool EarCutter::_isFree(const std::array<Index, 3>& ear) {
   const std::array<Point2, 3> triangle = {_points[ear[0]], _points[ear[1]], _points[ear[2]]};
-  const auto& [a, b, c] = triangle;
+  const Point2& a = triangle[0];
+  const Point2& b = triangle[1];
+  const Point2& c = triangle[2];
   return !_obstacles.findIn(triangle, &_budget, [&](Index obstacle) {
     if (_cut_off[obstacle] != 0 || _convex[obstacle] != 0) return false;
     const Point2& p = _points[obstacle];
