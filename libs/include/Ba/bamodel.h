@@ -148,8 +148,8 @@ class BaModel {
 
   // Adds name, id, parent id, transform and post scale factor of a body, without elements, links or
   // children. A parent id of -1 hangs it under the reference body. Asserts that the id is free and
-  // within range, that no body has the name and that the parent exists; a body that is in the way
-  // of itself by name or id is shown on standard error.
+  // within range, that no body has the name and that the parent exists; a body whose name
+  // or id is taken is shown on standard error first.
   BaBody* addBody(const BaBody& c_body);
   // Adds a body and a shape for it; see addBody() and addBodyTMeshes().
   BaBody* createBody(int id, int parent_id, const char* name, const Bt4X4FloatMat& transform,
