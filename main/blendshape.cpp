@@ -63,7 +63,7 @@ KFbxShape* CreateShape(KFbxScene* scene, const BtStr& name, const Offsets& offse
 
 void AddBlendShapes(KFbxScene* scene, KFbxMesh* mesh, const BaModelData& model_data,
                     const std::vector<MeshBody>& bodies, const Faces& faces, float scale_factor) {
-  const SliderOffsets sliders = CollectOffsets(bodies, faces, scale_factor);
+  SliderOffsets sliders = CollectOffsets(bodies, faces, scale_factor);
   if (sliders.empty()) return;
   for (const BaMDSliderGroup* group : model_data.sliderGroups()) {
     KFbxBlendShape* blend_shape = nullptr;
@@ -75,6 +75,7 @@ void AddBlendShapes(KFbxScene* scene, KFbxMesh* mesh, const BaModelData& model_d
       KFbxBlendShapeChannel* channel = KFbxBlendShapeChannel::Create(scene, slider);
       channel->AddTargetShape(CreateShape(scene, slider, found->second));
       blend_shape->AddBlendShapeChannel(channel);
+      sliders.erase(found);  // a slider of the same name does not move the points once more
     }
     if (blend_shape != nullptr) mesh->AddDeformer(blend_shape);
   }

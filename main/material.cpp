@@ -26,8 +26,14 @@ void SetColor(const BtFloatArray& components, KFbxProperty<KFbxVector4>* color) 
   color->Set(value);
 }
 
-void SetOpacity(float alpha, KFbxSurfacePhong* material) {
-  const double transparency = std::clamp(1.0 - static_cast<double>(alpha), 0.0, 1.0);
+void SetOpacity(const BaMDMaterial& md_material, KFbxSurfacePhong* material) {
+  const float alpha = std::clamp(md_material.alpha(), 0.0F, 1.0F);
+  if (alpha != md_material.alpha()) {
+    theExceptObj.setAsWarning("Material \"%s\" has an alpha of %g.  It is taken as %g.",
+                              static_cast<const char*>(md_material.name()),
+                              static_cast<double>(md_material.alpha()), static_cast<double>(alpha));
+  }
+  const double transparency = 1.0 - static_cast<double>(alpha);
   if (transparency == 0.0) return;
   material->TransparentColor.Set(KFbxVector4(1.0, 1.0, 1.0));
   material->TransparencyFactor.Set(transparency);
@@ -73,7 +79,7 @@ KFbxSurfacePhong* SceneMaterials::createMaterial(const BaMDMaterial& md_material
   SetColor(md_material.diffuse(), &material->DiffuseColor);
   SetColor(md_material.specular(), &material->SpecularColor);
   material->ShininessExponent.Set(static_cast<double>(md_material.shininess()));
-  SetOpacity(md_material.alpha(), material);
+  SetOpacity(md_material, material);
   for (const BaMDTexture* md_texture : md_material.textures()) {
     addTexture(material, *md_texture, md_material.name());
   }

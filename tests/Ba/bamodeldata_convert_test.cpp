@@ -6,30 +6,22 @@
 #include <map>
 
 #include "Ba/modeltexts.h"
+#include "support/documenterrors.h"
 
 namespace {
 
 using namespace modeltexts;
 namespace fs = std::filesystem;
 
-const std::string kHeader = "Zov Graphic Model File\nv2.00\n";
+const std::string kHeader = kDocumentHeader;
 
-std::string BodySection(const std::string& name, const std::string& parent,
-                        const std::string& more = "") {
-  return "BODY {\nNAME: " + name + "\n" + more +
-         "COORDINATE_SYSTEM {\nTRANSLATION: 1 2 3\nROTATION: 0 0 0 X Y Z\n}\nPARENT_NAME: " +
-         parent + "\n}\n";
-}
 std::string MaterialSection(const std::string& name, const std::string& content = "") {
   return "MATERIAL {\nNAME: " + name + "\n" + content + "}\n";
 }
 // A triangle of body `body`, with effects.
 std::string Shape(const std::string& body, const std::string& material,
                   const std::string& effects = "", const std::string& polygon = "1 2 3") {
-  return "VERTICES {\nNAME: " + body + "_v\nCOORDINATES {\n0 0 0\n1 0 0\n1 1 0\n0 0 -0.0\n}\n" +
-         "EFFECTS {\n" + effects + "}\n}\nGEOMETRY {\nBODY: " + body + "\nVERTICES: " + body +
-         "_v\nTEXTURE_COORDINATES {\n0 0\n}\nMATERIAL_GROUP {\nMATERIAL: " + material +
-         "\nPOLYGONS {\n" + polygon + "\n}\n}\n}\n";
+  return DocumentShape(body, material, effects, "POLYGONS {\n" + polygon + "\n}\n");
 }
 std::string Include(const std::string& file, int offset = 0, const std::string& suffix = "") {
   return "INCLUDE {\nFILE_NAME: " + file + "\nBODY_ID_OFFSET: " + std::to_string(offset) +
@@ -54,9 +46,10 @@ std::string BodyTree(const BaModel& model) {
 
 TEST(BaModelDataExtract, BodiesTakeTheirIdsOrFreeOnes) {
   BaModelData data;
-  ASSERT_TRUE(Scan(BodySection("a", "GLOBAL") + BodySection("b", "a", "ID: 7\n") +
-                       BodySection("c", "b") + BodySection("ReferenceSystemZero", "c", "ID: 3\n") +
-                       BodySection("d", "ReferenceSystemZero", "ID: 1\n"),
+  ASSERT_TRUE(Scan(DocumentBody("a", "GLOBAL") + DocumentBody("b", "a", "ID: 7\n") +
+                       DocumentBody("c", "b") +
+                       DocumentBody("ReferenceSystemZero", "c", "ID: 3\n") +
+                       DocumentBody("d", "ReferenceSystemZero", "ID: 1\n"),
                    &data));
   BaModel model;
   ASSERT_TRUE(data.extractTo(&model)) << TakeMessages();
@@ -77,8 +70,8 @@ TEST(BaModelDataExtract, EffectsAndTexturesComeBackFromTheModel) {
   BaModelData data;
   ASSERT_TRUE(
       Scan("COMBINE_VERTEX_NORMALS: false\nUNITS {\nLENGTH: 2 METERS\nANGLE: 3 DEGREES\n}\n" +
-               BodySection("a", "GLOBAL", "ID: 1\n") + BodySection("b", "a", "ID: 2\n") + material +
-               face + Shape("b", "m", effects),
+               DocumentBody("a", "GLOBAL", "ID: 1\n") + DocumentBody("b", "a", "ID: 2\n") +
+               material + face + Shape("b", "m", effects),
            &data))
       << TakeMessages();
   BaModel model;
@@ -105,44 +98,49 @@ TEST(BaModelDataExtract, EffectsAndTexturesComeBackFromTheModel) {
   EXPECT_EQ(again.angleUnits(), (BaUnits{"DEGREES", 3}));
 }
 
-TEST(BaModelDataExtract, Messages) {
-  const std::string bodies = BodySection("a", "GLOBAL", "ID: 1\n");
+TEST(BaModelDataExtract, WarnsOfRepeatedPlaces) {
 #define DUPLICATE "W Duplicate vertex coordinates in polygon removed.\n"
   struct {
-    std::string sections;
+    const char* polygon;
     const char* messages;
-    int polygons;
   } cases[] = {
-      {BodySection("a", "GLOBAL", "ID: 0\n"), "E Invalid body id 0.\n", 0},
-      {BodySection("a", "GLOBAL", "ID: -5\n"), "E Invalid body id -5.\n", 0},
-      {BodySection("a", "GLOBAL", "ID: 2147483647\n") + BodySection("b", "GLOBAL"),
-       "E Invalid body id 2147483647.\n", 0},
-      {"MATERIALS: EXTERNAL\n" + bodies + Shape("a", "m"),
-       "E MATERIAL_GROUP specifies a material, \"m\", that does not exist.\n", 0},
-      {bodies + MaterialSection("m") + Shape("a", "m", "FLEX {\nBODY: x\nWEIGHTS {\n1 1\n}\n}\n"),
-       "E A flexible vertex effect on body \"a\" flexes to a non-existing body \"x\".\n", 0},
-      {bodies + MaterialSection("m") + Shape("a", "m", "", "1 4 2 3"), DUPLICATE, 1},
-      {bodies + MaterialSection("m") + Shape("a", "m", "", "1 2 3 4"), DUPLICATE, 1},
-      {bodies + MaterialSection("m") + Shape("a", "m", "", "1 2 4\n1 2 3"),
-       "W Degenerate polygon removed\n" DUPLICATE, 1},
-      {bodies + MaterialSection("m") +
-           Shape("a", "m", "", "1 2 3\n}\nTEXTURED_POLYGONS {\n1/1 4/1 2/1"),
-       "W Degenerate polygon removed.\n" DUPLICATE, 1},
+      {"1 4 2 3", DUPLICATE},
+      {"1 2 3 4", DUPLICATE},
+      {"1 2 4\n1 2 3", "W Degenerate polygon removed\n" DUPLICATE},
+      {"1 2 3\n}\nTEXTURED_POLYGONS {\n1/1 4/1 2/1", "W Degenerate polygon removed.\n" DUPLICATE},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.sections);
+    SCOPED_TRACE(c.polygon);
     BaModelData data;
-    ASSERT_TRUE(Scan(c.sections, &data)) << TakeMessages();
+    ASSERT_TRUE(Scan(
+        DocumentBody("a", "GLOBAL") + MaterialSection("m") + Shape("a", "m", "", c.polygon), &data))
+        << TakeMessages();
     BaModel model;
-    EXPECT_EQ(data.extractTo(&model), c.messages[0] != 'E');
+    EXPECT_TRUE(data.extractTo(&model));
     EXPECT_EQ(TakeMessages(), c.messages);
-    if (c.messages[0] != 'E') {
-      EXPECT_EQ(model.polygons().size() + model.texturedPolygons().size(), c.polygons);
-    }
+    EXPECT_EQ(model.polygons().size() + model.texturedPolygons().size(), 1);
   }
 }
 
-// What files cannot do, callers can: these end the process.
+// What files cannot do, callers can.
+TEST(BaModelDataExtract, BrokenDocumentsAreRefused) {
+  BaModelData data;
+  ASSERT_TRUE(Scan(DocumentBody("a", "GLOBAL") + MaterialSection("m") + Shape("a", "m"), &data));
+  BaMDGeometry& geometry = *data.geometries()[0];
+  const auto expect_error = [&data](const char* message) {
+    BaModel model;
+    EXPECT_FALSE(data.extractTo(&model));
+    EXPECT_EQ(TakeMessages(), message);
+  };
+  geometry.setBodyName("b");
+  expect_error("E GEOMETRY section specifies a body, \"b\", that does not exist.\n");
+  geometry.setBodyName("a");
+  geometry.materialGroups()[0]->polygons().push(0);
+  geometry.materialGroups()[0]->polygons().endList();
+  expect_error("E Invlalid vertex in GEOMETRY for body a.\n");
+}
+
+// And these end the process.
 TEST(BaModelDataExtract, Assertions) {
   BaModelData data;
   auto orphan = std::make_unique<BaMDBody>();
@@ -168,7 +166,7 @@ TEST(BaModelDataExtract, Assertions) {
 
 TEST(BaModelDataEdit, ChangesBodyNamesEverywhere) {
   BaModelData data;
-  ASSERT_TRUE(Scan(BodySection("a", "GLOBAL", "ID: 1\n") + BodySection("b", "a") +
+  ASSERT_TRUE(Scan(DocumentBody("a", "GLOBAL", "ID: 1\n") + DocumentBody("b", "a") +
                        MaterialSection("m") +
                        Shape("b", "m", "FLEX {\nBODY: a\nWEIGHTS {\n1 1\n}\n}\n"),
                    &data));
@@ -186,7 +184,7 @@ TEST(BaModelDataEdit, ChangesBodyNamesEverywhere) {
 
 TEST(BaModelDataEdit, UntextureKeepsTheVertices) {
   BaModelData data;
-  ASSERT_TRUE(Scan(BodySection("a", "GLOBAL") + MaterialSection("m") +
+  ASSERT_TRUE(Scan(DocumentBody("a", "GLOBAL") + MaterialSection("m") +
                        Shape("a", "m", "",
                              "1 2 3\n}\nTEXTURED_POLYGONS {\n3/1 2/1 1/1\n}\n"
                              "TEXTURED_TRIANGLE_STRIPS {\n1/1 2/1 3/1 4/1"),
@@ -233,16 +231,16 @@ TEST_F(BaModelDataInclude, MergesModelsOfOtherFolders) {
   const std::string frown = "SLIDER_GROUP {\nNAME: face\nSLIDERS {\nfrown\n}\n}\n";
   const std::string blend =
       "BLEND {\nSLIDER_GROUP: face\nSLIDER_NAME: frown\nVECTORS {\n1 1 1 1\n}\n}\n";
-  write("top.mdl", BodySection("a", "GLOBAL", "ID: 1\n") + MaterialSection("skin", red) + smile +
+  write("top.mdl", DocumentBody("a", "GLOBAL", "ID: 1\n") + MaterialSection("skin", red) + smile +
                        Shape("a", "skin") + Include("parts/one.mdl", 10, ".1") +
                        Include("parts/one.mdl", 20, ".2") + "COMMENT: ok\n");
   write("parts/one.mdl",
-        BodySection("a", "GLOBAL", "ID: 1\n") + BodySection("b", "a", "ID: 2\n") +
+        DocumentBody("a", "GLOBAL", "ID: 1\n") + DocumentBody("b", "a", "ID: 2\n") +
             MaterialSection("skin",
                             blue + "TEXTURE {\nNAME: x.png\n}\nTEXTURE {\nNAME: C:\\y.png\n}\n") +
             frown + Shape("b", "skin", "FLEX {\nBODY: a\nWEIGHTS {\n1 2\n}\n}\n" + blend) +
             Include("../two.mdl", 2, "_in"));
-  write("two.mdl", BodySection("c", "GLOBAL", "ID: 1\n") + MaterialSection("skin", red) +
+  write("two.mdl", DocumentBody("c", "GLOBAL", "ID: 1\n") + MaterialSection("skin", red) +
                        MaterialSection("map", "TEXTURE {\nNAME: y.png\n}\n"));
   BaModelData data;
   ASSERT_TRUE(data.read(path("top.mdl").c_str())) << messages();
@@ -275,8 +273,27 @@ TEST_F(BaModelDataInclude, MergesModelsOfOtherFolders) {
   EXPECT_EQ(BodyTree(read_model), BodyTree(model)) << messages();
 }
 
+// The two documents count angles differently: 45 degrees about z in both.
+TEST_F(BaModelDataInclude, AnglesKeepTheirUnit) {
+  const auto body = [](const std::string& name, const std::string& angle) {
+    return "BODY {\nNAME: " + name + "\nCOORDINATE_SYSTEM {\nTRANSLATION: 0 0 0\nROTATION: 0 0 " +
+           angle + " X Y Z\n}\nPARENT_NAME: GLOBAL\n}\n";
+  };
+  write("top.mdl",
+        "UNITS {\nANGLE: 0.5 RADIANS\n}\n" + body("a", "1.5707963") + Include("sub.mdl", 5));
+  write("sub.mdl", "UNITS {\nANGLE: 10 DEGREES\n}\n" + body("b", "4.5"));
+  BaModelData data;
+  ASSERT_TRUE(data.read(path("top.mdl").c_str())) << messages();
+  EXPECT_EQ(data.angleUnits(), (BaUnits{"RADIANS", 0.5F}));
+  for (const char* name : {"a", "b"}) {
+    BtCoordSystem system;
+    data.getCoordSystem(*data.bodyByName(name), &system);
+    EXPECT_NEAR(system.matrix()(0, 1), std::sqrt(0.5), 1e-6) << name;
+  }
+}
+
 TEST_F(BaModelDataInclude, ErrorsNameTheFiles) {
-  const std::string a = BodySection("a", "GLOBAL", "ID: 1\n");
+  const std::string a = DocumentBody("a", "GLOBAL", "ID: 1\n");
   write("plain.mdl", a);
   write("self.mdl", a + Include("self.mdl"));
   write("ping.mdl", Include("parts/../pong.mdl"));

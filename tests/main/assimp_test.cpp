@@ -10,11 +10,14 @@
 #include <limits>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "builtscene.h"
 #include "runprogram.h"
+#include "save.h"
 
 namespace {
 
@@ -27,6 +30,7 @@ struct Case {
   std::vector<std::string> options;
   double scale;
   bool mesh_per_body;
+  bool ascii = false;  // written by the library: the program has binary files only
 };
 
 const Case kCases[] = {
@@ -36,6 +40,8 @@ const Case kCases[] = {
     {"robot", {"-mesh_per_body"}, 2.54, true},
     {"walker", {}, 2.54, false},
     {"walker", {"-mesh_per_body", "-scale_factor", "100"}, 100.0, true},
+    {"fox", {}, 2.54, false, true},
+    {"robot", {}, 2.54, true, true},
 };
 
 struct Box {
@@ -102,6 +108,10 @@ struct Geometry {
   }
 };
 
+void SaveIn71(const BuiltScene& built, const std::string& file, bool ascii) {
+  ASSERT_TRUE(SaveScene(built.manager.get(), built.scene, file.c_str(), ascii, true, "FBX201100"));
+}
+
 class AssimpReads : public testing::TestWithParam<Case> {
  protected:
   void SetUp() override {
@@ -113,11 +123,18 @@ class AssimpReads : public testing::TestWithParam<Case> {
                                           max[1].get<double>() - min[1].get<double>(),
                                           max[2].get<double>() - min[2].get<double>());
 
-    std::vector<std::string> arguments = GetParam().options;
     const std::string file = folder_.path("converted.fbx");
-    arguments.insert(arguments.end(), {Sample(sample + ".mdl"), Sample(sample + ".dof"), file});
-    const RunResult run = RunKestrix(arguments);
-    ASSERT_EQ(run.status, 0) << run.err;
+    if (GetParam().ascii) {
+      const BuiltScene built(ReadFile(Sample(sample + ".mdl")), ReadFile(Sample(sample + ".dof")),
+                             GetParam().mesh_per_body, static_cast<float>(GetParam().scale),
+                             KESTRIX_SAMPLES);
+      SaveIn71(built, file, true);
+    } else {
+      std::vector<std::string> arguments = GetParam().options;
+      arguments.insert(arguments.end(), {Sample(sample + ".mdl"), Sample(sample + ".dof"), file});
+      const RunResult run = RunKestrix(arguments);
+      ASSERT_EQ(run.status, 0) << run.err;
+    }
 
     importer_.SetPropertyBool(AI_CONFIG_IMPORT_FBX_PRESERVE_PIVOTS, false);
     scene_ = importer_.ReadFile(file, 0);
@@ -211,7 +228,32 @@ TEST_P(AssimpReads, MaterialsAndPictures) {
 }
 
 std::string caseName(const testing::TestParamInfo<Case>& info) {
-  return info.param.sample + (info.param.mesh_per_body ? "_per_body" : "_per_chain");
+  return info.param.sample + (info.param.mesh_per_body ? "_per_body" : "_per_chain") +
+         (info.param.ascii ? "_text" : "");
+}
+
+TEST(AssimpReadsMaterials, Transparency) {
+  std::ostringstream model;
+  model << kHeader << BodyAt(1, "a", 0, "1 0 0  0 1 0  0 0 1  0 0 0");
+  const float alphas[] = {1, 0.75F, 0.25F, 0};
+  for (int i = 1; i <= 4; ++i) {
+    model << "M " << i << " m" << i << "\n7 " << alphas[i - 1] << "\n0\n";
+    model << "F 1 " << i << " 3 0 0 0 -1 1 0 0 -1 0 " << i << " 0 -1\n";
+  }
+  const BuiltScene built(model.str(), kEmptyDof);
+  const TestFolder folder;
+  for (const bool ascii : {false, true}) {
+    SaveIn71(built, folder.path("a.fbx"), ascii);
+    Assimp::Importer importer;
+    const aiScene* scene = importer.ReadFile(folder.path("a.fbx"), 0);
+    ASSERT_NE(scene, nullptr) << importer.GetErrorString();
+    ASSERT_EQ(scene->mNumMaterials, 4U);
+    for (unsigned i = 0; i < 4; ++i) {
+      float opacity = -1;
+      scene->mMaterials[i]->Get(AI_MATKEY_OPACITY, opacity);
+      EXPECT_EQ(opacity, alphas[i]);
+    }
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Samples, AssimpReads, testing::ValuesIn(kCases), caseName);

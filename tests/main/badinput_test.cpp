@@ -8,6 +8,7 @@
 
 #include "builtscene.h"
 #include "runprogram.h"
+#include "support/documenterrors.h"
 #include "support/legacyerrors.h"
 #include "support/mappingerrors.h"
 #include "support/mappingtexts.h"
@@ -54,7 +55,9 @@ class BadInput : public testing::Test {
 };
 
 TEST_F(BadInput, ModelsAreRefusedAsTheLibraryRefusesThem) {
-  for (const ErrorCase& c : LegacyErrors()) {
+  std::vector<ErrorCase> cases = LegacyErrors();
+  for (ErrorCase& c : DocumentErrors()) cases.push_back(std::move(c));
+  for (const ErrorCase& c : cases) {
     SCOPED_TRACE(c.text);
     toggleOlderOutput();
     write({{"bad.mdl", c.text}});
@@ -162,14 +165,39 @@ TEST_F(BadInput, ModelsThatDoNotConvertSayWhy) {
   }
 }
 
+// Tells what it has read of the block before the error.
+TEST_F(BadInput, BlocksWithoutAnEndAreShown) {
+  write({{"bad.mdl", kDocumentHeader + "BODY {\n  NAME: a\n  X {\n"}});
+  expectFailure({"bad.mdl", "good.dof", "out.fbx"}, 1,
+                "Hit eof: NAME: a\nX {\n\n" +
+                    PrintedError("Unable to read 'bad.mdl'.|"
+                                 "Hit end of file without reading '}' for tag BODY"));
+}
+
 TEST_F(BadInput, WarningsLetTheRunGoOn) {
   const std::string decal = "M 3 coat\n100 1 'no.png' -1\n0\n";
   const std::string painted = "P 1 3 3 0 0 0 0 0 -1 1 0 1 0 0 -1 0 1 0 1 0 -1\n";
+  const auto document = [](const std::string& lists) {
+    return kDocumentHeader + DocumentBody("a", "GLOBAL") + "MATERIAL {\nNAME: m\n}\n" +
+           DocumentShape("a", "m", "", lists);
+  };
   const struct {
     std::string model;
     std::string mapping;
     std::string err;
   } cases[] = {
+      {document("POLYGONS {\n1 2 2 3\n}\n"), OneBody(""),
+       PrintedWarning("Duplicate vertex in polygon removed.")},
+      {document("TEXTURED_POLYGONS {\n1/1 2/1 3/1 1/2\n2/1 3/2\n}\n"), OneBody(""),
+       PrintedWarning("Degenerate polygon removed.|Duplicate vertex in textured polygon removed.")},
+      {document("POLYGONS {\n1 2 3\n1 4 2\n}\n"), OneBody(""),
+       PrintedWarning(
+           "Degenerate polygon removed|Duplicate vertex coordinates in polygon removed.")},
+      {document("TEXTURED_POLYGONS {\n1/1 2/1 3/1\n4/1 1/1 2/1\n}\n"), OneBody(""),
+       PrintedWarning(
+           "Degenerate polygon removed.|Duplicate vertex coordinates in polygon removed.")},
+      {document("") + "VERTICES {\nNAME: a_v\n}\n", OneBody(""),
+       PrintedWarning("Multiple vertex sets have name \"a_v\".  The first one counts.")},
       {Model("F 1 1 3 0 0 0 -1 0 0 0 -1 1 0 0 -1\n"), OneBody(""),
        PrintedWarning("Degnerate polygon in model.|Duplicate vertex removed in polygon.")},
       {Model("VF 1 1 1 0 0 0 -1\n"), OneBody(""),
@@ -184,6 +212,8 @@ TEST_F(BadInput, WarningsLetTheRunGoOn) {
                       "document.  They are left out.")},
       {kGoodModel, MappingText(9, 1, BodyRecord(1, 1)),
        PrintedWarning("Mapping file specifies 9 variables, but actually uses 6 variables.")},
+      {Model("M 3 glow\n7 1.5\n0\nF 1 3 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n"), OneBody(""),
+       PrintedWarning("Material \"glow\" has an alpha of 1.5.  It is taken as 1.")},
       {Model(decal + painted), OneBody(""),
        PrintedWarning("Texture file 'no.png' of material \"coat\" cannot be read in '.'.  It is|"
                       "not embedded.")},

@@ -112,6 +112,7 @@ TEST(CommandLine, GivesTheSameBytesEverywhere) {
       {Sample(""), "d.fbx", "/", "de_DE.UTF-8", "America/St_Johns"},
       {Sample(""), "e.fbx", "", "C.utf8", "LINT-14"},
   };
+  const Variable locales("LOCPATH", KESTRIX_LOCALES);
   for (const char* version : {"2011", "2010"}) {
     for (const std::string sample : {"fox", "robot", "walker"}) {
       std::string first;

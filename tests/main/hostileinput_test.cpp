@@ -59,12 +59,14 @@ TEST(HostileInput, NoiseIsRefused) {
 TEST(HostileInput, CutFilesConvertOrSayWhatIsMissing) {
   const TestFolder folder;
   for (const char* sample : kSamples) {
-    const std::string model = ReadFile(Sample(sample + std::string(".mdl")));
     const std::string mapping = ReadFile(Sample(sample + std::string(".dof")));
-    ASSERT_FALSE(model.empty() || mapping.empty());
-    for (std::size_t i = 0; i < 200; ++i) {
-      SCOPED_TRACE(sample + std::string(", part ") + std::to_string(i));
-      (void)Convert(folder, model.substr(0, model.size() * i / 200), mapping);
+    for (const char* dialect : {".mdl", "-v2.mdl"}) {
+      const std::string model = ReadFile(Sample(sample + std::string(dialect)));
+      ASSERT_FALSE(model.empty() || mapping.empty());
+      for (std::size_t i = 0; i < 100; ++i) {
+        SCOPED_TRACE(sample + std::string(dialect) + ", part " + std::to_string(i));
+        (void)Convert(folder, model.substr(0, model.size() * i / 100), mapping);
+      }
     }
     for (std::size_t i = 0; i < 20; ++i) {
       const std::string cut = mapping.substr(0, mapping.size() * i / 20);

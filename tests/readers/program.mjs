@@ -10,6 +10,8 @@ export const root = resolve(here, '../..');
 export const samples = join(root, 'samples');
 
 const program = process.env.KESTRIX ?? join(root, 'build/release/kestrix');
+// The same with text FBX, which the program itself does not write.
+const asciiProgram = process.env.KESTRIX_ASCII ?? join(root, 'build/release/tests/kestrix_ascii');
 const fbx2gltf = join(here, 'node_modules/fbx2gltf/bin/Linux/FBX2glTF');
 
 const folder = mkdtempSync(join(tmpdir(), 'kestrix-readers-'));
@@ -18,24 +20,29 @@ process.on('exit', () => rmSync(folder, { recursive: true, force: true }));
 let count = 0;
 export const freshPath = (suffix) => join(folder, `${++count}${suffix}`);
 
-/** Runs kestrix; answers its exit status and its two outputs. */
-export function kestrix(...args) {
-  const { status, stdout, stderr, error } = spawnSync(program, args, { encoding: 'utf8' });
+function run(file, args) {
+  const { status, stdout, stderr, error } = spawnSync(file, args, { encoding: 'utf8' });
   if (error) throw error;
   return { status, stdout, stderr };
 }
 
+/** Runs kestrix; answers its exit status and its two outputs. */
+export const kestrix = (...args) => run(program, args);
+
 /** Converts a model and answers the path of the FBX; anything on standard error is a failure. */
-export function convert(model, mapping, options) {
+export function convert(model, mapping, options, ascii = false) {
   const fbx = freshPath('.fbx');
-  const { status, stderr } = kestrix(...options, model, mapping, fbx);
+  const { status, stderr } = run(ascii ? asciiProgram : program, [...options, model, mapping, fbx]);
   if (status !== 0 || stderr !== '' || !existsSync(fbx)) {
     throw new Error(`kestrix ${options.join(' ')} ${model}: status ${status}\n${stderr}`);
   }
   return fbx;
 }
 
-/** Converts an FBX to a binary glTF file; answers its path and the warnings that were printed. */
+/**
+ * Converts an FBX to a binary glTF file; answers its path and the warnings that were printed. The
+ * reader leaves the pictures of the file in a folder beside it, of its name with ".fbm" in the end.
+ */
 export function toGltf(fbx) {
   chmodSync(fbx2gltf, 0o755);  // the package leaves the run bit unset
   const glb = freshPath('.glb');

@@ -106,9 +106,12 @@ export function readWithThree(fbx, pose = new Map()) {
       name: nameOf(object), parent: nameOf(object.parent), ...trianglesOf(object),
     });
     for (const material of [object.material].flat()) {
-      const url = material.map?.image?.url;
+      const bytesOf = (texture) => pictures.get(texture?.image?.url) ?? null;
       facts.materials.set(material.name, {
-        diffuse: material.color.getRGB({}, SRGBColorSpace), picture: pictures.get(url) ?? null,
+        diffuse: material.color.getRGB({}, SRGBColorSpace),
+        opacity: material.opacity,
+        picture: bytesOf(material.map),
+        reflected: bytesOf(material.envMap),
       });
     }
   });

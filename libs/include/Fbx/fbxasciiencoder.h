@@ -1,5 +1,5 @@
 // FbxAsciiEncoder: records as text FBX, file versions 7100 and 6100. One record a line, children
-// indented by tabs.
+// indented by tabs; a list of numbers takes a line for each point, polygon or single number.
 #pragma once
 
 #include <cstdint>
@@ -36,6 +36,7 @@ class FbxAsciiEncoder : public FbxRecordSink {
 
  private:
   struct OpenRecord {
+    int row;  // how many numbers of a list stand in a line
     bool has_values;
     bool has_list;
   };

@@ -3,6 +3,7 @@
 
 #include "bamapping.h"
 #include "bamappingheader.h"
+#include "btclassicios.h"
 #include "btexcept.h"
 #include "btfile.h"
 #include "bttextfile.h"
@@ -33,7 +34,8 @@ std::ostream& operator<<(std::ostream& os, const BaUnlockedMapping& mapping) {
 }
 
 void BaUnlockedMapping::_printOn(std::ostream& os, const BtStr& directory) const {
-  os << kBaMappingHeader << '\n' << BtFormat("v%.1f\n", kBaMappingVersion);
+  const BtClassicIos classic(os);
+  os << kBaMappingHeader << "\nv1.0\n";
   os << _num_sysvars << '\n' << _body_maps.count() << '\n';
   for (const BaUnlockedBodyMap* body_map : _body_maps) body_map->printOn(os);
   if (!_texture_index_maps.empty()) {

@@ -28,7 +28,7 @@ constexpr BaMDKey<GeometryReader> kKeys[] = {
     {"BODY", &GeometryReader::readBody},
     {"VERTICES", &GeometryReader::readVertices},
     {"TEXTURE_COORDINATES", &GeometryReader::readTextureCoords},
-    {"MATERIAL_GROUP", &GeometryReader::readMaterialGroup},
+    {"MATERIAL_GROUP", &GeometryReader::readMaterialGroup, true},
 };
 
 bool GeometryReader::readBody(const BaMDItem& item) {

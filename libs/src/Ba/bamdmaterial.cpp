@@ -36,10 +36,10 @@ constexpr BaMDKey<MaterialReader> kKeys[] = {
     {"SPECULAR", &MaterialReader::readSpecular},
     {"SHININESS", &MaterialReader::readShininess},
     {"ALPHA", &MaterialReader::readAlpha},
-    {"TEXTURE", &MaterialReader::readTexture},
+    {"TEXTURE", &MaterialReader::readTexture, true},
     // Programs of the display, which a model does not need.
-    {"VERTEX_SHADER", &MaterialReader::ignore},
-    {"FRAGMENT_SHADER", &MaterialReader::ignore},
+    {"VERTEX_SHADER", &MaterialReader::ignore, true},
+    {"FRAGMENT_SHADER", &MaterialReader::ignore, true},
 };
 
 bool MaterialReader::readName(const BaMDItem& item) {

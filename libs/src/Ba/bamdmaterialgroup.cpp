@@ -40,11 +40,11 @@ class MaterialGroupReader {
 
 constexpr BaMDKey<MaterialGroupReader> kKeys[] = {
     {"MATERIAL", &MaterialGroupReader::readMaterial},
-    {"BONES", &MaterialGroupReader::readBones},
-    {"POLYGONS", &MaterialGroupReader::readPolygons},
-    {"TEXTURED_POLYGONS", &MaterialGroupReader::readTexturedPolygons},
-    {"TRIANGLE_STRIPS", &MaterialGroupReader::readStrips},
-    {"TEXTURED_TRIANGLE_STRIPS", &MaterialGroupReader::readTexturedStrips},
+    {"BONES", &MaterialGroupReader::readBones, true},
+    {"POLYGONS", &MaterialGroupReader::readPolygons, true},
+    {"TEXTURED_POLYGONS", &MaterialGroupReader::readTexturedPolygons, true},
+    {"TRIANGLE_STRIPS", &MaterialGroupReader::readStrips, true},
+    {"TEXTURED_TRIANGLE_STRIPS", &MaterialGroupReader::readTexturedStrips, true},
 };
 
 bool MaterialGroupReader::readMaterial(const BaMDItem& item) {

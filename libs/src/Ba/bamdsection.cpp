@@ -26,6 +26,11 @@ bool BaFailUnknownKey(std::string_view key) {
   return BaFail("Unrecognized key word \"" + BtStr(key) + "\".");
 }
 
+void BaWarnOfRepeat(std::string_view key) {
+  if (BtError()) return;  // which is told instead
+  theExceptObj.setAsWarning(BtStr(key) + " is given more than once.  What it says last counts.");
+}
+
 bool BaAtEnd(std::string_view text) { return std::all_of(text.begin(), text.end(), BtIsSpace); }
 
 bool BaHoldsSpace(std::string_view text) {

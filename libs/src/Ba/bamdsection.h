@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cstddef>
 #include <iosfwd>
+#include <iterator>
 #include <memory>
 #include <span>
 #include <string_view>
+#include <utility>
 
 #include "bamdsource.h"
 #include "btexcept.h"
@@ -24,11 +26,14 @@ template <class Reader>
 struct BaMDKey {
   std::string_view word;
   bool (Reader::*read)(const BaMDItem& item);
+  bool repeats = false;  // adds to what it said before; other key words replace it, with a warning
 };
 
 // Records an error whose text needs no formatting; answers false.
 bool BaFail(const BtStr& message);
 bool BaFailUnknownKey(std::string_view key);
+// Records a warning that a key word takes back what it said before.
+void BaWarnOfRepeat(std::string_view key);
 // A name for messages: empty where it is not set.
 inline BtStr BaShown(const BtStr& name) { return BtStr(name.view()); }
 
@@ -37,12 +42,16 @@ inline BtStr BaShown(const BtStr& name) { return BtStr(name.view()); }
 template <class Reader, std::size_t N>
 bool BaScanSection(BaMDSource& source, Reader& reader, const BaMDKey<Reader> (&keys)[N]) {
   BaMDItem item;
+  bool seen[N] = {};
   while (source.next(&item)) {
-    bool (Reader::*read)(const BaMDItem&) = &Reader::readUnknown;
-    for (const BaMDKey<Reader>& key : keys) {
-      if (key.word == item.key) read = key.read;
+    const auto* const key = std::find_if(std::begin(keys), std::end(keys),
+                                         [&item](const auto& k) { return k.word == item.key; });
+    if (key == std::end(keys)) {
+      if (!reader.readUnknown(item)) return false;
+      continue;
     }
-    if (!(reader.*read)(item)) return false;
+    if (std::exchange(seen[key - keys], true) && !key->repeats) BaWarnOfRepeat(item.key);
+    if (!(reader.*key->read)(item)) return false;
   }
   return !source.failed();
 }

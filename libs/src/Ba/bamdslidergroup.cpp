@@ -1,8 +1,10 @@
 #include "bamdslidergroup.h"
 
 #include <ostream>
+#include <unordered_set>
 
 #include "bamdsection.h"
+#include "banamemap.h"
 
 namespace {
 
@@ -18,11 +20,12 @@ class SliderGroupReader {
 
  private:
   BaMDSliderGroup* _group;
+  std::unordered_set<BtStr, BaNameHash> _names;
 };
 
 constexpr BaMDKey<SliderGroupReader> kKeys[] = {
     {"NAME", &SliderGroupReader::readName},
-    {"SLIDERS", &SliderGroupReader::readSliders},
+    {"SLIDERS", &SliderGroupReader::readSliders, true},
 };
 
 bool SliderGroupReader::readName(const BaMDItem& item) {
@@ -43,7 +46,12 @@ bool SliderGroupReader::readSliders(const BaMDItem& item) {
       BaFail("Slider names cannot contain spaces.");
       return BaFail("Invalid value for slider name in SLIDERS section.");
     }
-    _group->addSlider(BtStr(line));
+    const BtStr slider(line);
+    if (!_names.insert(slider).second) {
+      theExceptObj.setAsWarning("Multiple sliders of a group have name \"" + slider +
+                                "\".  The first one counts.");
+    }
+    _group->addSlider(slider);
   }
   return true;
 }

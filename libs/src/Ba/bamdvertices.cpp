@@ -30,8 +30,8 @@ class EffectsReader {
 };
 
 constexpr BaMDKey<EffectsReader> kEffectsKeys[] = {
-    {"FLEX", &EffectsReader::readFlex},
-    {"BLEND", &EffectsReader::readBlend},
+    {"FLEX", &EffectsReader::readFlex, true},
+    {"BLEND", &EffectsReader::readBlend, true},
 };
 
 class VerticesReader {
@@ -52,7 +52,7 @@ class VerticesReader {
 constexpr BaMDKey<VerticesReader> kKeys[] = {
     {"NAME", &VerticesReader::readName},
     {"COORDINATES", &VerticesReader::readCoordinates},
-    {"EFFECTS", &VerticesReader::readEffects},
+    {"EFFECTS", &VerticesReader::readEffects, true},
 };
 
 bool VerticesReader::readName(const BaMDItem& item) {

@@ -95,6 +95,7 @@ class DocumentReader {
 
   BaModelData* _data;
   BaMDGeometry::Materials _materials;
+  unsigned _seen = 0;  // a bit for each row of the table of key words
   bool _include_seen = false;
   bool _ended = false;
 };
@@ -105,17 +106,17 @@ struct DocumentKey {
 };
 
 constexpr DocumentKey kDocumentKeys[] = {
-    {{"COMMENT", &DocumentReader::readComment}, true},
-    {{"BODIES", &DocumentReader::readBodies}},
-    {{"MATERIALS", &DocumentReader::readMaterials}},
+    {{"COMMENT", &DocumentReader::readComment, true}, true},
+    {{"BODIES", &DocumentReader::readBodies, true}},
+    {{"MATERIALS", &DocumentReader::readMaterials, true}},
     {{"COMBINE_VERTEX_NORMALS", &DocumentReader::readCombineVertexNormals}},
     {{"UNITS", &DocumentReader::readUnits}},
-    {{"BODY", &DocumentReader::readBody}},
-    {{"SLIDER_GROUP", &DocumentReader::readSliderGroup}},
-    {{"MATERIAL", &DocumentReader::readMaterial}},
-    {{"VERTICES", &DocumentReader::readVertices}},
-    {{"GEOMETRY", &DocumentReader::readGeometry}},
-    {{"INCLUDE", &DocumentReader::readInclude}, true},
+    {{"BODY", &DocumentReader::readBody, true}},
+    {{"SLIDER_GROUP", &DocumentReader::readSliderGroup, true}},
+    {{"MATERIAL", &DocumentReader::readMaterial, true}},
+    {{"VERTICES", &DocumentReader::readVertices, true}},
+    {{"GEOMETRY", &DocumentReader::readGeometry, true}},
+    {{"INCLUDE", &DocumentReader::readInclude, true}, true},
     {{"END", &DocumentReader::readEnd}, true},
 };
 
@@ -137,7 +138,11 @@ bool DocumentReader::_readItem(const BaMDItem& item) {
   if (_include_seen && (found == nullptr || !found->after_include)) {
     return BaFail(BtStr(item.key) + " cannot occur after an INCLUDE section.");
   }
-  return found == nullptr ? BaFailUnknownKey(item.key) : (this->*found->key.read)(item);
+  if (found == nullptr) return BaFailUnknownKey(item.key);
+  const unsigned place = 1U << (found - kDocumentKeys);
+  if ((_seen & place) != 0 && !found->key.repeats) BaWarnOfRepeat(item.key);
+  _seen |= place;
+  return (this->*found->key.read)(item);
 }
 
 bool DocumentReader::readBodies(const BaMDItem& item) {
@@ -201,6 +206,10 @@ bool DocumentReader::_checkBody(BaMDBody* body) const {
 bool DocumentReader::readSliderGroup(const BaMDItem& item) {
   auto group = std::make_unique<BaMDSliderGroup>();
   if (!BaScanBlock(item, *group)) return BaFail("Unable to read SLIDER_GROUP section.");
+  if (_data->sliderGroupByName(group->name()) != nullptr) {
+    theExceptObj.setAsWarning("Multiple slider groups have name \"" + group->name() +
+                              "\".  The first one counts.");
+  }
   _data->addSliderGroup(std::move(group));
   return true;
 }
@@ -221,6 +230,10 @@ bool DocumentReader::readVertices(const BaMDItem& item) {
   if (!BaScanBlock(item, *vertices)) {
     if (vertices->name().isNull()) return BaFail("Unable to read VERTICES section.");
     return BaFail("Unable to read \"" + vertices->name() + "\" VERTICES section.");
+  }
+  if (_data->vertexSetByName(vertices->name()) != nullptr) {
+    theExceptObj.setAsWarning("Multiple vertex sets have name \"" + vertices->name() +
+                              "\".  The first one counts.");
   }
   _data->addVertexSet(std::move(vertices));
   return true;

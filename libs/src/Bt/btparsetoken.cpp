@@ -1,12 +1,12 @@
 #include <charconv>
 #include <cmath>
-#include <cstdlib>
 #include <limits>
 #include <string>
 
 #include "btexcept.h"
 #include "btparse.h"
 #include "btscan.h"
+#include "btstrtod.h"
 
 namespace {
 
@@ -55,7 +55,7 @@ std::errc ParseNumber(std::string_view* text, Number* number) {
   if (error == std::errc::result_out_of_range) {
     if constexpr (std::is_floating_point_v<Number>) {
       // Told apart here: too large stays an error, too small is as good as 0.
-      *number = std::strtod(std::string(digits.data(), stop).c_str(), nullptr);
+      *number = BtStrToD(std::string(digits.data(), stop).c_str(), nullptr);
       if (std::isinf(*number)) return error;
     } else {
       return error;

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <limits>
 
+#include "btclassicios.h"
+
 namespace {
 
 bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
@@ -161,6 +163,7 @@ bool BtScanner::_read(Number* value, const char* (*parse)(const char*, const cha
       return true;
     }
   }
+  const BtClassicIos classic(_is);
   return static_cast<bool>(_is >> *value);
 }
 

@@ -15,6 +15,7 @@
 #include "btassert.h"
 #include "btscan.h"
 #include "btstr.h"
+#include "btstrtod.h"
 
 namespace {
 
@@ -79,7 +80,7 @@ bool BtStr::doubleValue(double* value) const {
   const char* text = *this;
   if (length() == 0 || IsLetter(*text)) return false;
   char* end = nullptr;
-  const double number = std::strtod(text, &end);
+  const double number = BtStrToD(text, &end);
   if (end == text || end != text + length()) return false;
   *value = number;
   return true;

@@ -15,9 +15,29 @@ namespace {
 
 constexpr std::int32_t kFirstArrayVersion = 7000;
 
-// Long lists go on in a new line, which readers recognise by the comma before it and by its lack of
-// an indentation.
-constexpr std::size_t kMaxLine = 2048;
+// How many numbers of a list make one thing. Each thing has a line, so that a comparison of two
+// files shows the points and polygons that differ. Readers recognise a line that goes on with a
+// list by the comma before it and by its lack of an indentation.
+struct Row {
+  std::string_view list;
+  int numbers;
+};
+constexpr int kUpToNegative = 0;  // a polygon: its last index is stored below 0
+constexpr Row kRows[] = {
+    {"Vertices", 3},
+    {"Normals", 3},
+    {"UV", 2},
+    {"Matrix", 4},
+    {"Transform", 4},
+    {"TransformLink", 4},
+    {"PolygonVertexIndex", kUpToNegative},
+};
+
+int NumbersOfRow(std::string_view list) {
+  const auto* row = std::find_if(std::begin(kRows), std::end(kRows),
+                                 [&](const Row& r) { return r.list == list; });
+  return row == std::end(kRows) ? 1 : row->numbers;
+}
 
 // Characters that would end a text or a line.
 struct Escape {
@@ -51,7 +71,7 @@ void FbxAsciiEncoder::begin(std::string_view name) {
   _indent(_open.size());
   _write(name);
   _write(": ");
-  _open.push_back({false, false});
+  _open.push_back({NumbersOfRow(name), false, false});
 }
 
 void FbxAsciiEncoder::list() {
@@ -149,17 +169,15 @@ void FbxAsciiEncoder::_addList(std::span<const T> values) {
   } else if (!values.empty()) {
     _beginValue();
   }
-  std::uint64_t line = _file->position();
-  bool is_first = true;
+  const int row = _open.back().row;
+  std::string_view separator;
+  int count = 0;
   for (const T& value : values) {
-    if (!is_first) _write(",");
-    is_first = false;
-    if (_file->position() - line > kMaxLine) {
-      if (!_file->ok()) return;
-      _write("\n");
-      line = _file->position();
-    }
+    _write(separator);
     _writeNumber(value);
+    const bool ends_row = row == kUpToNegative ? value < 0 : ++count % row == 0;
+    if (ends_row && !_file->ok()) return;
+    separator = ends_row ? ",\n" : ",";
   }
   if (!has_length) return;
   _write("\n");

@@ -6,6 +6,7 @@
 #include <span>
 
 #include "btexcept.h"
+#include "fbxproperties.h"
 #include "kfbxiosettings.h"
 #include "kfbxmesh.h"
 #include "kfbxnode.h"
@@ -49,6 +50,16 @@ bool AreIndices(std::span<const std::int32_t> indices, int count) {
 
 bool AreFinite(std::span<const double> values) {
   return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
+}
+
+// Names for the channels of a mesh. Their percentages are properties by their names, which nodes
+// and meshes must not have already: a reader would take the one for the other.
+FbxUniqueNames ChannelNames() {
+  FbxUniqueNames names;
+  for (const auto& table : {FbxNodeProperties(), FbxMeshProperties()}) {
+    for (const FbxPropertyRow& row : table) (void)names.make(std::string(row.name));
+  }
+  return names;
 }
 
 // Gives each entry of a list a name of its own.
@@ -173,6 +184,7 @@ bool FbxSceneContent::_collectDeformers(bool with_shapes) {
         if (!_addSkin(static_cast<const KFbxSkin&>(*deformer), i)) return false;
       } else if (with_shapes) {
         const auto& blend_shape = static_cast<const KFbxBlendShape&>(*deformer);
+        if (At(attributes, i).blend_shapes.empty()) shape_names = ChannelNames();
         if (!_addBlendShape(blend_shape, i, &shape_names)) return false;
       }
     }
