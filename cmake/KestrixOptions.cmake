@@ -1,6 +1,7 @@
 # Compiler settings that every target of the project shares.
 option(KESTRIX_TESTS "Build the tests" ON)
 option(KESTRIX_BENCH "Build the benchmarks" OFF)
+option(BUILD_SHARED_LIBS "Build shared libraries instead of static ones" OFF)
 set(KESTRIX_SANITIZE "" CACHE STRING "Value of -fsanitize= for every target, empty for none")
 
 set(CMAKE_CXX_STANDARD 20)
@@ -9,11 +10,13 @@ set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 
+file(RELATIVE_PATH KESTRIX_SOURCE_FROM_BUILD ${CMAKE_BINARY_DIR} ${CMAKE_SOURCE_DIR})
 add_library(kestrix_options INTERFACE)
 target_compile_options(kestrix_options INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
-  # Assertions print the source file: keep the folder of the build machine out of them.
-  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
+  # Assertions print the source file: keep the folder of the build machine out of them, also where
+  # a compiler cache makes paths relative.
+  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/= -ffile-prefix-map=${KESTRIX_SOURCE_FROM_BUILD}=
   # The same numbers from every machine, whatever its instruction set.
   -ffp-contract=off
   -fstack-protector-strong
@@ -21,7 +24,8 @@ target_compile_options(kestrix_options INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 target_compile_definitions(kestrix_options INTERFACE
   $<$<CONFIG:Release,RelWithDebInfo>:_FORTIFY_SOURCE=2>)
-target_link_options(kestrix_options INTERFACE -pie -Wl,-z,relro,-z,now)
+target_link_options(kestrix_options INTERFACE
+  $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie> -Wl,-z,relro,-z,now)
 
 if(KESTRIX_SANITIZE)
   add_compile_options(-fsanitize=${KESTRIX_SANITIZE} -fno-sanitize-recover=all

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "Bt/deathcases.h"
+#include "babodymapattribute.h"
 #include "support/mappingerrors.h"
 
 namespace {
@@ -75,6 +76,41 @@ TEST(BaBodyMap, VariablesAreRenumberedButZeroStaysZero) {
   EXPECT_EQ(Written(*body_map), "1\n1 2 3 4 5 6\n0\n12\n-3 0 11 1.5 12 2.5 \n11\n0\n12\n");
 }
 
+TEST(BaBodyMap, AttributesReadAndWriteFrames) {
+  const auto body_map = Scan("7 1 2 3 4 5 6 2 0 -1 0.5 -3 0.25 1 2 3 -1 0 3");
+  BtDArray<float> frame = {10, 20, 30};
+  const struct {
+    const char* name;
+    bool is_numeric;
+    float value;
+  } cases[] = {{"body7.xTranslation", true, 20},   {"body7.yTranslation", false, 0},
+               {"body7.zTranslation", false, 0.5}, {"body7.xRotation", false, -9.75},
+               {"body7.yRotation", false, 0},      {"body7.zRotation", true, 30}};
+  for (int id = 1; id <= kBaTransformCount; ++id) {
+    const auto& row = cases[id - 1];
+    const BaBodyMapAttribute attribute(*body_map, id);
+    EXPECT_EQ(attribute.name(), row.name);
+    EXPECT_EQ(attribute.hasNumericType(), row.is_numeric) << row.name;
+    EXPECT_EQ(attribute.getNumericValue(frame), row.value) << row.name;
+    if (row.is_numeric) attribute.setNumericValue(&frame, static_cast<float>(id));
+  }
+  EXPECT_EQ(frame, (BtDArray<float>{10, 1, 6}));
+}
+
+TEST(BaBodyMap, ListsTakeTransformsOfAType) {
+  BaUnlockedTransformList list = {{4, 1}, {1, 2}, {6, 3}, {3, 4}};
+  InsertAfter(&list, Ba_Transform::Translation, {2, 5});
+  InsertAfter(&list, Ba_Transform::Rotation, {5, 6});
+  std::string ids;
+  for (const BaUnlockedTransform& transform : list) ids += std::to_string(transform.id());
+  EXPECT_EQ(ids, "416532");
+  list = {{4, 1}, {6, 3}};
+  const BaUnlockedTransform missing = GetNonExistingTF(list, Ba_Transform::Rotation);
+  EXPECT_FALSE(missing.exists());
+  EXPECT_EQ(missing.id(), 5);
+  EXPECT_EQ(GetNonExistingTF(list, Ba_Transform::CombTranslation).id(), 1);
+}
+
 TEST(BaBodyMapDeathTest, MisuseAborts) {
   static BtArray<int> three(3);
   static BtArray<int> four(4);
@@ -102,6 +138,20 @@ TEST(BaBodyMapDeathTest, MisuseAborts) {
       {ASSERTION("order_ptr->size()==3"), [] { BaUnlockedBodyMap().getRotOrder(&four); }},
       {ASSERTION("x==3"), [] { Scan("1 4 4 4 4 5 6 1 2 3 4 5 6")->getRotOrder(&three); }},
       {ASSERTION("seqnum==3"), [] { BaUnlockedBodyMap().getAngleSequence(&three); }},
+      {ASSERTION("hasNumericType()"),
+       [] {
+         BtDArray<float> frame(1);
+         BaBodyMapAttribute(*Scan("1 1 2 3 4 5 6 0 0 0 0 0 0"), 1).setNumericValue(&frame, 1);
+       }},
+      {ASSERTION("!tf->exists()"),
+       [] {
+         (void)GetNonExistingTF({{1, 1}, {2, 1}, {3, 1}}, Ba_Transform::Translation);
+       }},
+      {ASSERTION("inserted"),
+       [] {
+         BaUnlockedTransformList list = {{1, 1}};
+         InsertAfter(&list, Ba_Transform::Rotation, {4, 1});
+       }},
       {ASSERTION("transformation_order.count() == 6"), [] { Written(BaUnlockedBodyMap()); }},
       {ASSERTION("transformation_order.contains(id)"),
        [] { Written(*Scan("1 1 2 3 4 5 5 1 2 3 4 5 6")); }},

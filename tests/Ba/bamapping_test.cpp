@@ -128,6 +128,10 @@ TEST(BaMapping, EditsKeepTheLookupsTrue) {
   BtList<Ba_Transform*> driven;
   mapping.getSysVarTransforms(&driven, 2);
   EXPECT_EQ(driven.count(), 2);
+  mapping.changeBodyIds({{5, 2}, {2, 3}, {3, 5}, {99, 1}});
+  mapping.getBodies(&ids);
+  EXPECT_EQ(ids, (BtDArray<int>{2, 3, 5}));
+  EXPECT_EQ(mapping.bodyMap(3)->zRotSysVarId(), 18);
   mapping = original;
   EXPECT_EQ(mapping, original);
   mapping.bodyMap(2)->setTransform(1, {1, 8});
@@ -181,6 +185,10 @@ TEST(BaMappingDeathTest, MisuseAborts) {
       {ASSERTION("body_id>=1"), [] { mapping.addBodyMap(BaUnlockedBodyMap()); }},
       {ASSERTION("bodyMap(body_id)!=0"), [] { mapping.removeBodyMap(3); }},
       {ASSERTION("bodyMap(to)==0"), [] { mapping.changeBodyId(1, 2); }},
+      {ASSERTION("bodyMap(to)==0"),
+       [] {
+         mapping.changeBodyIds({{1, 2}});
+       }},
   });
 }
 

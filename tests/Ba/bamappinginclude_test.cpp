@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -98,6 +99,13 @@ TEST_F(BaMappingInclude, RefusesWhatDoesNotFit) {
     Write("deep" + std::to_string(i), OneBody(Include("deep" + next, 1)));
     Write("twice" + std::to_string(i), MappingText(0, 0, twice + twice));
   }
+  // A small file of a long text.
+  ASSERT_EQ(std::system(("(printf '" + MappingText(0, 0, "#") +
+                         "'; head -c 64M /dev/zero) | gzip -1 >big.gz")
+                            .c_str()),  // NOLINT(cert-env33-c)
+            0);
+  std::string big;
+  for (int i = 0; i < 5; ++i) big += Include("big.gz", 0);
   Write("twice30", MappingText(0, 0, "#" + std::string(1 << 20, '!') + "\n"));
   const char* const overlap = "The resulting mapping would have overlapping system variable ids.";
   const std::pair<std::string, const char*> cases[] = {
@@ -119,6 +127,7 @@ TEST_F(BaMappingInclude, RefusesWhatDoesNotFit) {
       {Include("one", 4) + Include("one", 4),
        "The resulting mapping would contain two mappings for body id 5."},
       {Include("deep0", 1), "Mapping file 'deep99' is included more than 100 levels deep."},
+      {big, "The files that are included come to more than 268435456 bytes."},
       {Include("twice0", 0), "The files that are included come to more than 268435456 bytes."},
   };
   for (const auto& [sections, printed_end] : cases) {
@@ -129,6 +138,22 @@ TEST_F(BaMappingInclude, RefusesWhatDoesNotFit) {
     EXPECT_TRUE(printed.starts_with("\n\nERROR: Unable to read file 'main'.\n")) << printed;
     EXPECT_TRUE(printed.ends_with(IndentedLines(7, printed_end) + "\n\n")) << printed;
   }
+}
+
+TEST_F(BaMappingInclude, MergesMappingsInMemoryAlike) {
+  BaUnlockedMapping one;
+  BaUnlockedMapping mapping;
+  BaUnlockedMapping included;
+  Write("main", OneBody(Include("one", 1) + Include("one", 7, "100")));
+  ASSERT_TRUE(one.read("one", true) && included.read("main", true));
+  Write("main", OneBody(""));
+  ASSERT_TRUE(mapping.read("main", true));
+  EXPECT_TRUE(mapping.merge(one, 1) && mapping.merge(one, 7, 100));
+  EXPECT_EQ(mapping, included);
+  EXPECT_FALSE(mapping.merge(mapping, 0, 1000));
+  EXPECT_EQ(TakePrinted(),
+            PrintedError("The resulting mapping would contain two mappings for body id 1."));
+  EXPECT_EQ(mapping, included);
 }
 
 TEST_F(BaMappingInclude, SavedNamesLeadToTheSameFiles) {

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Bt/deathcases.h"
 #include "balegacytestutil.h"
 #include "btset.h"
 
@@ -264,28 +265,36 @@ TEST(BaMaterial, HoldsOneAttributeOfAKind) {
 }
 
 TEST(BaModelDeathTest, StopsOnMisuse) {
-  const struct {
-    void (*use)();
-    const char* message;
-  } cases[] = {
-      {[] { Ba_MatRGBAttr attr(Ba_MatAttr_t::Alpha); }, "kind!=Shininess && kind!=Alpha"},
-      {[] { Ba_MatFAttr attr(Ba_MatAttr_t::Diffuse); }, "kind==Shininess \\|\\| kind==Alpha"},
-      {[] { BaBody().setPostScaleFactor(0); }, "psf>0.0f"},
-      {[] {
-         BaTexturedPolygon polygon;
-         polygon.setVertices(BtDArray<BaVertex>(3), BtDArray<BaTextureCoords>(2));
-       },
-       "tc.size\\(\\)==_n_vertices"},
-      {[] {
+  ExpectDeaths({
+      {ASSERTION("kind!=Shininess && kind!=Alpha"),
+       [] { Ba_MatRGBAttr attr(Ba_MatAttr_t::Alpha); }},
+      {ASSERTION("kind==Shininess || kind==Alpha"),
+       [] { Ba_MatFAttr attr(Ba_MatAttr_t::Diffuse); }},
+      {ASSERTION("psf>0.0f"), [] { BaBody().setPostScaleFactor(0); }},
+      {ASSERTION("tc.size()==_n_vertices"),
+       [] {
+         BaTexturedPolygon().setVertices(BtDArray<BaVertex>(3), BtDArray<BaTextureCoords>(2));
+       }},
+      {ASSERTION("tc.size()==nverts"),
+       [] { BaTexturedTMesh().setVertices(BtDArray<BaVertex>(3), BtDArray<BaTextureCoords>(2)); }},
+      {ASSERTION("_n_bones_added == _bones.size()"),
+       [] {
+         BaBody body;
+         body.add(static_cast<BaBone*>(nullptr));
+         body.preAddElements();
+       }},
+      {ASSERTION("!mat->name().isNull()"),
+       [] { BaModel().addMaterial(std::make_unique<BaMaterial>()); }},
+      {ASSERTION("kind()==other.kind()"), [] { BaMatAlphaAttr().set(BaMatShininessAttr()); }},
+      {ASSERTION("_bodies[new_body->id()]==(BaBody *)0"),
+       [] {
          BaModel model;
          ScanInto(&model, kBasicModel);
          auto body = std::make_unique<BaBody>();
          body->setId(1);
          model.addBody(std::move(body));
-       },
-       "_bodies\\[new_body->id\\(\\)\\]==\\(BaBody \\*\\)0"},
-  };
-  for (const auto& c : cases) EXPECT_DEATH(c.use(), c.message);
+       }},
+  });
 }
 
 }  // namespace

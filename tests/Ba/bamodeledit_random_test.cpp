@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <random>
 #include <sstream>
@@ -93,6 +94,17 @@ class RandomEdits {
   }
   void changeBodyId() { _model.changeBodyId(_bodyId(), _freeId()); }
   void swapBodyIds() { _model.swapBodyIds(_bodyId(), _bodyId()); }
+  void changeBodyIds() {
+    std::vector<int> old_ids = _bodyIds(1);
+    std::vector<int> new_ids = old_ids;
+    for (int k = _below(4); k > 0; --k) new_ids.push_back(_freeId());
+    std::sort(new_ids.begin(), new_ids.end());
+    new_ids.erase(std::unique(new_ids.begin(), new_ids.end()), new_ids.end());
+    std::shuffle(new_ids.begin(), new_ids.end(), _random);
+    BtMap<int, int> changes;
+    for (std::size_t i = 0; i < old_ids.size(); ++i) changes.insert(old_ids[i], new_ids[i]);
+    _model.changeBodyIds(changes);
+  }
   void removeBody() {
     if (_bodyIds(1).size() > 3) _model.removeBody(_body());
   }
@@ -112,8 +124,20 @@ class RandomEdits {
   void removeBones() {
     if (_below(8) == 0) _model.removeBones();
   }
+  void addSliderGroups() {
+    BaMDSliderGroup group;
+    group.setName(BtFormat("g%d", _below(4)));
+    group.addSlider(BtFormat("s%d", _below(4)));
+    _model.addSliderGroups({&group});
+  }
   void addPolygon() {
     const auto polygon = _scan<BaPolygon>(_ids() + _corners(" ", ""));
+    if (_model.sliderGroups().count() > 0) {
+      auto blend = std::make_unique<BaVertexBlendEffect>();
+      blend->slider_group = _model.sliderGroups()[0]->name();
+      blend->slider_name = _model.sliderGroups()[0]->sliders().last();
+      polygon->vertices()[0].effects().add(std::move(blend));
+    }
     _model.addBodyPolygon(polygon->bodyId(), *polygon);
   }
   void addTexturedPolygon() {
@@ -162,6 +186,8 @@ constexpr RandomEdits::Edit RandomEdits::kEdits[] = {
     {"addBody", &RandomEdits::addBody},
     {"createBody", &RandomEdits::createBody},
     {"changeBodyId", &RandomEdits::changeBodyId},
+    {"changeBodyIds", &RandomEdits::changeBodyIds},
+    {"addSliderGroups", &RandomEdits::addSliderGroups},
     {"swapBodyIds", &RandomEdits::swapBodyIds},
     {"removeBody", &RandomEdits::removeBody},
     {"triangulateBody", &RandomEdits::triangulateBody},

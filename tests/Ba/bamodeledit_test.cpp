@@ -12,6 +12,7 @@
 #include "Ba/balegacytestutil.h"
 #include "Ba/modeltexts.h"
 #include "Bt/deathcases.h"
+#include "bamodelcombine.h"
 #include "btgeoobj.h"
 
 namespace {
@@ -74,6 +75,11 @@ TEST(BaModelEdit, LetsEverythingFollowTheBody) {
       {[](BaModel& m) { m.swapBodyIds(3, 4); },
        "1hips<0 2thigh<1 3prop<0 4chest<1 5shin<2 | 2: 0 0 0 -1| 4: 0 0 0 3 0.5 2 3 0.25 5 -1"
        "| f4-2| f5-3| m 2 5| m 2"},
+      {[](BaModel& m) {
+         m.changeBodyIds({{2, 5}, {5, 3}, {3, 2}, {1, 9}});
+       },
+       "2chest<9 3shin<5 4prop<0 5thigh<9 9hips<0 | 5: 0 0 0 -1| 2: 0 0 0 3 0.5 5 3 0.25 3 -1"
+       "| f2-5| f3-4| m 5 3| m 5"},
       // Weight, children and muscles pass to the parent; flexible polygons on either side go.
       {[](BaModel& m) { m.removeBody(m.findBody(2)); },
        "1hips<0 3chest<1 4prop<0 5shin<1 | 3: 0 0 0 3 0.5 1 3 0.25 5 -1| f5-4| m 5"},
@@ -117,6 +123,33 @@ TEST(BaModelEdit, GivesWeightBackWhereNothingInherits) {
       EXPECT_TRUE(model.polygons()[1]->vertices()[0].effects().empty());
     }
   }
+}
+
+// Files may let textured polygons follow bodies that do not exist; no body becomes theirs.
+TEST(BaModelEdit, LeavesLostReferencesLost) {
+  BaModel model;
+  Read(&model, kTree + "P 3 1 1 0 0 0 0 0 3 0.5 77 3 0.25 2 3 0.125 78 3 1 99 -1\n");
+  model.changeBodyIds({{2, 77}, {5, 2}, {4, 78}});
+  std::ostringstream os;
+  model.texturedPolygons()[0]->vertices()[0].printOn(os);
+  EXPECT_EQ(os.str(), " 0 0 0 3 0.5 4 3 0.25 77 3 0.125 5 3 1 99 -1");
+  EXPECT_TRUE(model.checkInvariants(nullptr));
+}
+
+TEST(BaModelEdit, RenumbersWholeCharactersAtOnce) {
+  constexpr int kBodies = 100000;
+  BaModel model;
+  BtMap<int, int> reversed;
+  for (int id = 1; id <= kBodies; ++id) {
+    BaBody body;
+    body.setId(id);
+    body.setName(BtFormat("b%d", id));
+    model.addBody(body);
+    reversed.insert(id, kBodies + 1 - id);
+  }
+  model.changeBodyIds(reversed);
+  EXPECT_EQ(model.findBody(1)->name(), "b100000");
+  EXPECT_TRUE(model.checkInvariants(nullptr));
 }
 
 TEST(BaModelEdit, KeepsChildrenInPlaceWhenTheirParentGoes) {
@@ -235,6 +268,32 @@ TEST(BaModelEdit, CutsPolygonsOfABody) {
   }
 }
 
+TEST(BaModelCombine, TakesEverythingOfEverySource) {
+  BaModel source;
+  Read(&source, kTree + "G 1 1\n0\nI 2 0\n0\nB 2 1 0 0 0 1 1 1\nT 3 2 1\n0 0 0 0 -1\n" +
+                    "t 3 2 1\n0 0 0 0 0 0 -1\n" + Triangle(3, "3 0.5 2") +
+                    "P 5 2 1\n0 0 0 0 0 -1\nf 3 1 0 2\nm 1 calf\n2 5\n");
+  BaModel both;
+  both.beginLoad();
+  BaModelCombine combine(&both);
+  EXPECT_TRUE(combine.add(source, 0, "") && combine.add(source, 10, "_2") && both.endLoad());
+  BtStr fault;
+  EXPECT_TRUE(both.checkInvariants(&fault)) << fault;
+  EXPECT_EQ(Outline(both),
+            "1hips<0 2thigh<1 3chest<1 4prop<0 5shin<2 "
+            "11hips_2<0 12thigh_2<11 13chest_2<11 14prop_2<0 15shin_2<12 "
+            "| 3: 0 0 0 3 0.5 2 -1| 13: 0 0 0 3 0.5 12 -1| f3-2| f13-12| m 2 5| m 12 15");
+  EXPECT_EQ(both.lights()[1]->id(), 3);
+  EXPECT_EQ(both.lightingModels()[1]->id(), 2);
+  EXPECT_EQ(both.materials().count(), 2);
+  // As often as in the source, line by line, but for the header.
+  const auto lines = [](const BaModel& model) {
+    const std::string text = Printed(model);
+    return std::count(text.begin(), text.end(), '\n') - 2;
+  };
+  EXPECT_EQ(lines(both), 2 * lines(source) - 6);  // two materials of three lines
+}
+
 // Each row breaks a model behind its back.
 TEST(BaModelCheck, FindsFaults) {
   const struct {
@@ -272,6 +331,16 @@ TEST(BaModelCheck, FindsFaults) {
        [](BaModel& m) {
          Ba_VertexEffect* const first = m.polygons()[0]->vertices()[0].effects().first();
          static_cast<BaVertexFlex2Effect*>(first)->body_id = 3;
+       }},
+      {"A vertex is moved by slider \"smile\" of group \"mouth\", which does not exist.",
+       [](BaModel& m) {
+         auto blend = std::make_unique<BaVertexBlendEffect>();
+         blend->slider_group = "mouth";
+         blend->slider_name = "smile";
+         BaMDSliderGroup mouth;
+         mouth.setName("mouth");
+         m.addSliderGroups({&mouth});
+         m.texturedTMeshes()[0]->vertices()[0].effects().add(std::move(blend));
        }},
       {"A vertex of a polygon on body 2 follows body 77, which does not exist.",
        [](BaModel& m) { m.polygons()[0]->changeFlex2BodyId(1, 77); }},
@@ -329,6 +398,14 @@ TEST(BaModelEditDeathTest, RefusesMisuse) {
       {ASSERTION("new_id>=0"), [] { Tree().changeBodyId(1, -1); }},
       {ASSERTION("body->id()!=new_id"), [] { Tree().changeBodyId(1, 1); }},
       {ASSERTION("!findBody(new_id)"), [] { Tree().changeBodyId(1, 2); }},
+      {ASSERTION("!findBody(new_id)"),
+       [] {
+         Tree().changeBodyIds({{1, 9}, {2, 9}});
+       }},
+      {ASSERTION("findBody(old_id)"),
+       [] {
+         Tree().changeBodyIds({{8, 9}});
+       }},
       {ASSERTION("body->id()>0"), [] { Tree().changeBodyId(0, 9); }},
       {ASSERTION("body"), [] { Tree().changeBodyId(8, 9); }},
       {ASSERTION("findBody(id2)"), [] { Tree().swapBodyIds(1, 8); }},
@@ -356,6 +433,12 @@ TEST(BaModelEditDeathTest, RefusesMisuse) {
       {ASSERTION("findBody(body_id)"), [] { Tree().addBone(WithIds<BaBone>(9, 1)); }},
       {ASSERTION("polygon.bodyId()==body_id"),
        [] { Tree().addBodyPolygon(1, WithIds<BaPolygon>(2, 1)); }},
+      {ASSERTION("findSliderGroup(blend->slider_group)"),
+       [] {
+         BaPolygon polygon = *Tree().polygons()[0];
+         polygon.vertices()[0].effects().add(std::make_unique<BaVertexBlendEffect>());
+         Tree().addBodyPolygon(4, polygon);
+       }},
       {ASSERTION("materialById(material_id)"), [] { Tree().addBodyTMeshes(1, 9, Bt_GeoObj()); }},
       {ASSERTION("polygon->numVertices()>=3"), [] { Tree().triangulateBody(Tree().findBody(4)); }},
       {ASSERTION("!BtError()"),

@@ -1,6 +1,7 @@
 // Compressed files through programs that work, fail, hang or are not there.
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -19,6 +20,7 @@
 #include "btcompofstream.h"
 #include "btexcept.h"
 #include "bttextfile.h"
+#include "support/asuser.h"
 
 namespace {
 
@@ -75,6 +77,12 @@ class BtCompStream : public testing::Test {
     _old_path = std::getenv("PATH");
     fs::create_directories(_dir + "/folder.gz");
     fs::current_path(_dir);
+    chmod(".", 0777);
+    fs::create_directory("closed");
+    for (const char* const file : {"secret.gz", "fixed.gz", "closed/a.gz"}) std::ofstream f(file);
+    for (const char* const closed : {"closed", "fixed.gz"}) chmod(closed, 0555);
+    chmod("closed/a.gz", 0666);
+    chmod("secret.gz", 0);
     _open_files = OpenFiles();
   }
   void TearDown() override {
@@ -170,6 +178,7 @@ TEST_F(BtCompStream, TellsWhyAFileCannotBeRead) {
     std::string errors;       // what the recorded errors begin with
     std::string reason = "";  // what else they hold
   } cases[] = {{"none.gz", "", "File does not exist."},
+               {"secret.gz", "", "Insufficient access to read file.  Check permissions."},
                {"folder.gz", "", "File is a directory."},
                {"a.bz2", "", "Unknown compression extension 'bz2'."},
                {"folder.gz/none", "", "Unknown compression extension ''."},
@@ -191,11 +200,15 @@ TEST_F(BtCompStream, TellsWhyAFileCannotBeRead) {
                {"whole.gz", "kill -9 $PPID; exit 1", failed + "did not end as it should."}};
   for (const auto& row : cases) {
     setProgram("gunzip", row.program);
-    std::string loaded;
-    EXPECT_FALSE(Load(row.name, &loaded)) << row.name;
-    const std::string errors = TakeErrors();
-    EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
-    EXPECT_NE(errors.find(row.reason), std::string::npos) << row.name << ":\n" << errors;
+    const auto load = [&row] {
+      std::string loaded;
+      EXPECT_FALSE(Load(row.name, &loaded)) << row.name;
+      const std::string errors = TakeErrors();
+      EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
+      EXPECT_NE(errors.find(row.reason), std::string::npos) << row.name << ":\n" << errors;
+    };
+    RunAsUser(load);
+    if (row.name != std::string("secret.gz")) load();
   }
 }
 
@@ -225,6 +238,10 @@ TEST_F(BtCompStream, TellsWhyAFileCannotBeWritten) {
     std::string errors;   // what the recorded errors begin with
   } cases[] = {
       {"folder.gz", "", "File \"folder.gz\" is unwritable."},
+      {"fixed.gz", "", "Insufficient access to write to existing file.  Check permissions."},
+      {"closed/b.gz", "",
+       "Insufficient access to create file in \"" + _dir + "/closed\".  Check permissions."},
+      {"closed/a.gz", "", "Couldn't create closed/a.gz\nPermission denied"},
       {"none/a.gz", "", "Parent directory \"" + _dir + "/none\" does not exist."},
       {"a.bz2", "", "Unknown compression extension 'bz2'."},
       {"a.jpeg", "",
@@ -236,14 +253,72 @@ TEST_F(BtCompStream, TellsWhyAFileCannotBeWritten) {
       {"a.gz", "cat; exit 2", failed + "ended with exit status 2."},
       {"a.gz", "kill -9 $$", failed + "was ended by signal 9."}};
   for (const auto& row : cases) {
+    const bool by_permission = std::string(row.errors).find("ermission") != std::string::npos;
+    setProgram("gzip", row.program);
     for (const std::size_t size : {1000U, 1000000U}) {  // below and above what a pipe holds
-      setProgram("gzip", row.program);
-      EXPECT_FALSE(Save(row.name, RandomText(size))) << row.name << row.program;
-      const std::string errors = TakeErrors();
-      EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
+      const auto save = [&row, size] {
+        EXPECT_FALSE(Save(row.name, RandomText(size))) << row.name << row.program;
+        const std::string errors = TakeErrors();
+        EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
+      };
+      RunAsUser(save);
+      if (!by_permission) save();
     }
   }
   fs::remove("full.gz");
+}
+
+TEST_F(BtCompStream, SavesNothingButWholeTexts) {
+  const struct {
+    const char* trouble;
+    std::string program;  // what gzip is instead
+    bool (*save)(BtOutputFile& file);
+    std::string only = "";  // the end of the names that meet this trouble
+  } cases[] = {
+      {"not closed", "", [](BtOutputFile&) { return false; }},
+      {"a reason of the caller's own", "",
+       [](BtOutputFile& file) {
+         file.stream().setstate(std::ios::badbit);
+         return file.close();
+       }},
+      {"no room", "",
+       [](BtOutputFile& file) {
+         const rlimit small = {1000, RLIM_INFINITY};
+         const rlimit none = {RLIM_INFINITY, RLIM_INFINITY};
+         setrlimit(RLIMIT_FSIZE, &small);
+         file.stream() << RandomText(500000);
+         const bool closed = file.close();
+         setrlimit(RLIMIT_FSIZE, &none);
+         return closed;
+       },
+       ".mdl"},
+      {"a failing program", "cat; exit 2", [](BtOutputFile& file) { return file.close(); }, "gz"},
+      {"none", "", [](BtOutputFile& file) { return file.close(); }}};
+  for (const std::string name : {"a.mdl", "a.mdl.gz", "a.mdl.Z"}) {
+    for (const auto& row : cases) {
+      if (!name.ends_with(row.only)) continue;
+      fs::create_directory("sub");
+      std::ofstream("sub/" + name) << "older";
+      chmod(("sub/" + name).c_str(), 0640);
+      fs::create_symlink("sub/" + name, "link-" + name);
+      setProgram("gzip", row.program);
+      const bool whole = row.trouble == std::string("none");
+      {
+        BtOutputFile file(("link-" + name).c_str());
+        ASSERT_TRUE(file.isOpen()) << TakeErrors();
+        file.stream() << "newer" << std::flush;
+        EXPECT_EQ(row.save(file), whole) << name << row.trouble << TakeErrors();
+      }
+      TakeErrors();
+      EXPECT_EQ(FileText("sub/" + name) == "older", !whole) << name << row.trouble;
+      struct stat info = {};
+      EXPECT_TRUE(stat(("sub/" + name).c_str(), &info) == 0 && (info.st_mode & 0777) == 0640);
+      EXPECT_EQ(std::distance(fs::directory_iterator("sub"), {}), 1) << name << row.trouble;
+      fs::remove_all("sub");
+      fs::remove("link-" + name);
+      fs::remove_all("bin");
+    }
+  }
 }
 
 // Says yes when it has been asked a few times.

@@ -8,6 +8,9 @@
 #include <filesystem>
 #include <string>
 
+#include "Bt/deathcases.h"
+#include "btcompifstream.h"
+#include "btcompofstream.h"
 #include "btexcept.h"
 
 namespace {
@@ -124,7 +127,20 @@ TEST(BtFilePaths, AreTakenApartAndJoined) {
   EXPECT_EQ(BtFileJoin("/", "b"), "/b");
   EXPECT_EQ(BtFileAbsolutePath("b", "/a"), "/a/b");
   EXPECT_EQ(BtFileAbsolutePath("/b", "/a"), "/b");
-  EXPECT_DEATH(static_cast<void>(BtFileJoin("", "a")), "dir.length\\(\\)>=1");
+}
+
+TEST(BtFileDeathTest, MisuseIsAnAssertion) {
+  ExpectDeaths({
+      {ASSERTION("path.length()>0"), [] { (void)BtFileIsAbsolutePath(""); }},
+      {ASSERTION("BtFileIsAbsolutePath(workdir)"), [] { (void)BtFileAbsolutePath("a", "b"); }},
+      {ASSERTION("path[0]!='\\0'"), [] { (void)BtFileAbsolutePath("", "/b"); }},
+      {ASSERTION("dir.length()>=1"), [] { (void)BtFileJoin("", "a"); }},
+      {ASSERTION("file.length()>=1"), [] { (void)BtFileJoin("a", ""); }},
+      {ASSERTION("ext.length()>=1"), [] { (void)BtFileJoin("a", "b", ""); }},
+      {ASSERTION("BtFileExists(path)"), [] { (void)BtFileCanExecute("/no/such"); }},
+      {ASSERTION("name!=0"), [] { const BtCompIFStream is(nullptr); }},
+      {ASSERTION("name!=0"), [] { const BtCompOFStream os(nullptr); }},
+  });
 }
 
 }  // namespace

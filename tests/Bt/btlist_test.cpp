@@ -93,6 +93,17 @@ TEST(BtList, CopiesAreDeepAndMovesTakeAll) {
   EXPECT_EQ(copy, (BtList<std::string>{"B", "c"}));
 }
 
+// Swaps the first elements of two lists.
+void SwapAcross(const std::string& text, const std::string& other_text) {
+  BtList<char> list;
+  BtList<char> other;
+  for (const char c : text) list.append(c);
+  for (const char c : other_text) other.append(c);
+  Cursor c1(&list.list());
+  Cursor c2(&other.list());
+  list.list().swap(c1, c2);
+}
+
 TEST(BtListDeathTest, MisuseIsAnAssertion) {
   ExpectDeaths({
       {ASSERTION("i>=0"), [] { (void)BtList<char>{'a'}[-1]; }},
@@ -116,6 +127,9 @@ TEST(BtListDeathTest, MisuseIsAnAssertion) {
          Cursor cursor = At(&other, 0);
          list.remove(cursor);
        }},
+      {ASSERTION("!c1.atEnd()"), [] { SwapAcross("", "b"); }},
+      {ASSERTION("!c2.atEnd()"), [] { SwapAcross("a", ""); }},
+      {ASSERTION("c2._listPtr()==this"), [] { SwapAcross("a", "b"); }},
       {ASSERTION("node->refCount()==0"),
        [] {
          auto list = std::make_unique<BtList<char>>(BtList<char>{'a'});

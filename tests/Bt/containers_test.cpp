@@ -205,6 +205,11 @@ TEST(ContainersDeathTest, MisuseIsAnAssertion) {
       {ASSERTION("count==1"), [] { BtSet<int>().remove(1); }},
       {ASSERTION("!atEnd()"), [] { (void)BtCIter<BtList<int>>(BtList<int>()).data(); }},
       {ASSERTION("!atEnd()"), [] { BtCIter<BtDArray<int>>(BtDArray<int>()).next(); }},
+      {ASSERTION("array->size() == 0"),
+       [] {
+         BtDArray<int*> array(1);
+         BtCopyPtrArray(&array, array);
+       }},
       {ASSERTION("array_ptr->isSorted()"),
        [] {
          BtDArray<int> array{2, 1};

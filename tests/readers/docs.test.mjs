@@ -104,7 +104,10 @@ test('every message of documents stands on their page', () => {
 
 test('the pages refer to files and headings that exist', () => {
   const anchor = (heading) => heading.toLowerCase().replace(/[^\w\- ]/g, '').replaceAll(' ', '-');
-  const dead = ['README.md', 'samples/README.md', ...pages.map((name) => `docs/${name}`)]
+  const texts = ['README.md', 'CHANGELOG.md', 'CONTRIBUTING.md', 'samples/README.md',
+    ...readdirSync(join(root, 'docs')).filter((name) => name.endsWith('.md'))
+      .map((name) => `docs/${name}`)];
+  const dead = texts
     .flatMap((from) =>
       [...readFileSync(join(root, from), 'utf8').matchAll(/\]\((?!\w+:)([^)#]*)#?([^)]*)\)/g)]
         .filter(([, file, heading]) => {

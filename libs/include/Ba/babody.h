@@ -56,6 +56,8 @@ class BaBodyObj {
   // Asserts that `child` is among the children.
   void removeChild(BaBodyObj* child);
   void clearChildren() { _children.clear(); }
+  // Puts the children in ascending order of their ids.
+  void sortChildren();
   // True when `body` is found by going up from this one; a body does not descend from itself.
   [[nodiscard]] bool isDescendantOf(const BaBodyObj* body) const;
 

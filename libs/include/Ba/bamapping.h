@@ -9,6 +9,7 @@
 
 #include "babodymap.h"
 #include "btlist.h"
+#include "btmap.h"
 #include "btstr.h"
 
 class BaModel;
@@ -93,6 +94,13 @@ class BaUnlockedMapping {
   // Removes the body maps that no variable drives.
   void removeUnusedBodyMaps();
   void changeBodyId(int from, int to);
+  // Gives many bodies other ids at once, from old id to new id; bodies may take each other's ids,
+  // but in the end no two may have one. Ids of bodies that are not mapped do no harm.
+  void changeBodyIds(const BtMap<int, int>& new_ids);
+  // Adds what another mapping holds, all includes of which must be merged, as if this mapping
+  // included it. False, with an error recorded and nothing changed, when ids clash or leave their
+  // range.
+  bool merge(const BaUnlockedMapping& other, int body_id_offset, int sysvar_id_offset = kFollowOn);
   // Sets the number of variables to the highest variable id that any transform uses.
   void setHighestSysVar();
   void clear();
@@ -104,7 +112,7 @@ class BaUnlockedMapping {
   friend class Ba_MappingMerge;
 
   bool _readFile(const BtStr& file, bool load_includes, Ba_IncludeChain* chain);
-  bool _scanFile(const BtStr& file, bool* opened);
+  bool _scanFile(const BtStr& file, bool* opened, Ba_IncludeChain* chain);
   bool _scanFrom(std::istream& is, const BtStr& directory);
   bool _scanContent(std::istream& is);
   bool _scanBodyMaps(std::istream& is, int count);

@@ -23,6 +23,7 @@
 #include "batmesh.h"
 #include "baunits.h"
 #include "btlist.h"
+#include "btmap.h"
 
 class Bt_GeoObj;
 template <class T, class F>
@@ -58,7 +59,7 @@ class BaModel {
   // textures beyond the first decal have no legacy form and are left out.
   void printOn(std::ostream& os) const;
   // Saves the model as a document, never as legacy text. Asserts that no error stands; errors are
-  // recorded.
+  // recorded, and so is a warning about what has no form in a document.
   void save(const char* file_name) const;
 
   // The content.
@@ -159,7 +160,8 @@ class BaModel {
   // The id must be new among the lights, or among the lighting models.
   BaLight* addLight(const BaLight& light);
   BaLightingModel* addLightingModel(const BaLightingModel& lighting_model);
-  // Body and material of an element must exist, and so must the bodies that its vertices follow.
+  // Body and material of an element must exist, and so must the bodies that its vertices follow and
+  // the sliders that move them.
   BaBone* addBone(const BaBone& bone);
   BaPolygon* addBodyPolygon(int body_id, const BaPolygon& polygon);
   BaTexturedPolygon* addBodyTexturedPolygon(int body_id, const BaTexturedPolygon& polygon);
@@ -174,9 +176,12 @@ class BaModel {
   // Gives a body another id. Everything that refers to the body follows: its elements, its
   // children, flex2 effects, flexible polygons, muscles. A reference to a body that does not exist
   // stays one. A mapping is to be told with BaUnlockedMapping::changeBodyId(). The reference body
-  // keeps its id.
+  // keeps its id. This walks the whole model: changeBodyIds() is for many bodies.
   void changeBodyId(BaBody* body, int new_id);
   void changeBodyId(int old_id, int new_id);
+  // Gives many bodies other ids at once, from old id to new id, in the way of changeBodyId();
+  // bodies may take each other's ids. In the end no two bodies may have one id.
+  void changeBodyIds(const BtMap<int, int>& new_ids);
   // Two bodies trade their ids, in the way of changeBodyId(): parents, children, shapes and weights
   // stay with the body.
   void swapBodyIds(int id1, int id2);
@@ -199,7 +204,7 @@ class BaModel {
   void removeUnusedMaterials(bool renumber);
 
   // True when the model holds together: ids and the table, parents and children, the element lists
-  // of the bodies against those of the model, what elements refer to, parallel arrays, effects,
+  // of the bodies against those of the model, what elements and effects refer to, parallel arrays,
   // lookups. Otherwise `fault`, unless it is null, says what is wrong. It walks the whole model,
   // each part once, and changes nothing; models that are being loaded do not pass.
   bool checkInvariants(BtStr* fault) const;
@@ -222,9 +227,7 @@ class BaModel {
   // For a body that is in the table no more.
   void _unindexBody(const BaBody* body);
   void _linkBody(BaBody* body);
-  // The body of one id gets another id, and what has that id, if anything, gets the first one.
-  void _exchangeBodyIds(int id1, int id2);
-  void _exchangeBodyReferences(int id1, int id2);
+  void _renumberBodyReferences(const std::unordered_map<int, int>& new_ids);
   void _removeElementsOf(BaBody* body);
   void _removeReferencesTo(const BaBody& body);
   void _moveChildrenUp(BaBody* body);

@@ -7,11 +7,11 @@
 
 #include "bamodel.h"
 
-// Adds copies of models to one that is being built. Of what a document cannot hold, such as lights
-// and muscles, nothing is copied.
+// Adds copies of models to one that is being built. Units and settings stay those of the model.
 //
 // Materials and slider groups of the same name and content become one; of those with the same name
-// and another content the later one gets a number behind its name.
+// and another content the later one gets a number behind its name. Lights and lighting models with
+// an id that is taken get the next free one.
 class BaModelCombine {
  public:
   // `model` must outlive this object and must be changed by nothing else meanwhile.
@@ -34,6 +34,7 @@ class BaModelCombine {
   bool _addBody(const BaBody& body, long long body_id_offset, const BtStr& body_name_suffix);
   void _addMaterial(const BaMaterial& material, Names* names);
   void _addSliderGroup(const BaMDSliderGroup& group, Names* names);
+  void _addMuscle(const BaMuscle& muscle, const Names& names);
   template <class Element>
   std::unique_ptr<Element> _copy(const Element& element, const Names& names) const;
   template <class Element>

@@ -130,8 +130,8 @@ class BaModelData {
 
   void _indexBody(BaMDBody* body);
   bool _scanSections(std::istream& is, const BtStr& directory);
-  // Reads a file without merging what it includes.
-  bool _readFile(const char* file_name);
+  // Reads a file without merging what it includes. `chain` ends in it, or is null.
+  bool _readFile(const char* file_name, Ba_IncludeChain* chain);
   bool _mergeIncludes(Ba_IncludeChain* chain);
   // Adds the models that the document includes, and those that they include, to a model. Offset and
   // suffix come on top of their own.

@@ -11,8 +11,7 @@
 
 // BtAssert(condition) shows the condition as written. BtAssert(condition, "text") shows the text
 // instead, where the text that people know differs from the expression that tests it.
-#define BtAssert(condition, ...)                                                     \
-  (__builtin_expect(static_cast<bool>(condition), 1)                                 \
-       ? static_cast<void>(0)                                                        \
-       : BtAssertFailed({#condition __VA_OPT__(, ) __VA_ARGS__}, __FILE__, __LINE__, \
-                        static_cast<const char*>(__PRETTY_FUNCTION__)))
+#define BtAssert(condition, ...)                                                             \
+  ((condition) ? static_cast<void>(0)                                                        \
+               : BtAssertFailed({#condition __VA_OPT__(, ) __VA_ARGS__}, __FILE__, __LINE__, \
+                                static_cast<const char*>(__PRETTY_FUNCTION__)))

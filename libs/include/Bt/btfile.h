@@ -36,6 +36,8 @@ bool BtFileHaveWriteAccess(const BtStr& path);
 
 [[nodiscard]] std::unique_ptr<BtIFStream> BtFileOpenInput(const BtStr& path);
 enum class BtFileOverwrite { Yes, No };
+// True when nothing that is at `path` forbids writing a file there.
+bool BtFileCheckOutput(const BtStr& path, BtFileOverwrite overwrite);
 // Creates or, where `overwrite` allows it, empties the file.
 [[nodiscard]] std::unique_ptr<std::ofstream> BtFileOpenOutput(const BtStr& path,
                                                               BtFileOverwrite overwrite);

@@ -47,7 +47,8 @@ class Bt_SquareMat {
   }
 
  private:
-  Real _elements[N][N] = {};
+  static constexpr auto kSize = static_cast<unsigned>(N);
+  Real _elements[kSize][kSize] = {};
 };
 
 using Bt3X3FloatMat = Bt_SquareMat<float, 3>;

@@ -21,6 +21,8 @@ class BtFileBuf : public std::streambuf {
   [[nodiscard]] bool isOpen() const { return _fd >= 0; }
   // Bytes that the file had when it was opened; 0 for what has no size, such as a pipe.
   [[nodiscard]] long long sizeHint() const { return _size_hint; }
+  // Bytes that were read, or unpacked, so far.
+  [[nodiscard]] long long bytesRead() const { return _bytes_read; }
   void close();
 
  protected:
@@ -35,6 +37,7 @@ class BtFileBuf : public std::streambuf {
   std::ios& _owner;  // its badbit is set when reading fails
   int _fd = -1;
   long long _size_hint = 0;
+  long long _bytes_read = 0;
   std::unique_ptr<char[]> _block;
 };
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <utility>
 
@@ -13,6 +14,10 @@ class BtMap {
  public:
   using Iterator = typename std::map<T, U, F>::iterator;
   using ConstIterator = typename std::map<T, U, F>::const_iterator;
+
+  BtMap() = default;
+  // Of several entries with one key the first counts.
+  BtMap(std::initializer_list<std::pair<const T, U>> entries) : _map(entries) {}
 
   [[nodiscard]] int count() const { return SizeTToInt(_map.size()); }
   [[nodiscard]] bool empty() const { return _map.empty(); }

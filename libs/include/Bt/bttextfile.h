@@ -6,6 +6,8 @@
 #include <memory>
 #include <ostream>
 
+#include "btignoredsignals.h"
+#include "btreplacement.h"
 #include "btstr.h"
 
 // The name that the text of a file has: the file's own without an extension of compression.
@@ -20,6 +22,8 @@ class BtInputFile {
   [[nodiscard]] bool isOpen() const { return _is != nullptr; }
   // The text. The file must be open.
   [[nodiscard]] std::istream& stream() const { return *_is; }
+  // Bytes of text that were read so far from the file, which must be open.
+  [[nodiscard]] long long bytesRead() const;
   // Ends the reading, to be called when the text has been read, rightly or not. False, with an
   // error recorded, when the text was not all that the file holds: unreadable, corrupt, cut off.
   // Without this call that goes unnoticed.
@@ -30,10 +34,17 @@ class BtInputFile {
   bool (*_close)(std::istream& is) = nullptr;
 };
 
+// The text takes the place of an older file only when it is whole and was closed: until then it
+// stands beside it, and where something fails the older file is as it was. Pipes and devices are
+// written directly.
 class BtOutputFile {
  public:
-  // Creates or empties the file; an error is recorded where that fails.
+  // Creates the file; an error is recorded where that fails.
   explicit BtOutputFile(const BtStr& file_name);
+  // Gives up what was not closed.
+  ~BtOutputFile();
+  BtOutputFile(const BtOutputFile&) = delete;
+  BtOutputFile& operator=(const BtOutputFile&) = delete;
 
   [[nodiscard]] bool isOpen() const { return _os != nullptr; }
   // The file must be open.
@@ -42,6 +53,11 @@ class BtOutputFile {
   bool close();
 
  private:
+  void _openPlain(const BtStr& file_name);
+  bool _closePlain(std::ostream& os);
+
+  BtIgnoredSignals _signals;
+  BtReplacement _replacement;  // of plain files
+  bool _compressed = false;
   std::unique_ptr<std::ostream> _os;
-  bool (*_close)(std::ostream& os) = nullptr;
 };

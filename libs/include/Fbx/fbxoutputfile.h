@@ -4,17 +4,15 @@
 // known.
 #pragma once
 
-#include <sys/types.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <span>
 #include <string>
 
-#include "fbxignoredsignals.h"
+#include "btignoredsignals.h"
+#include "btreplacement.h"
 
 class FbxOutputFile {
  public:
@@ -56,31 +54,22 @@ class FbxOutputFile {
   void _writeSlowly(std::span<const char> bytes);
   bool _fail(const char* reason);
   bool _failErrno();
-  bool _createBeside(const std::string& path);
   bool _createInMemory();
   bool _flush();
   bool _writeAll(int fd, std::span<const char> bytes);
-  bool _replaceTarget();
   bool _copyToTarget();
   void _close();
 
-  struct Older {
-    mode_t mode;
-    uid_t owner;
-    gid_t group;
-  };
-
   std::uint64_t _max_size;
   std::string _target;  // as given
-  std::string _path;    // what the target's links point to; empty where there is no file to replace
-  std::string _temporary;  // the name until commit(); empty for a file in memory
-  std::optional<Older> _older;
-  int _fd = -1;
+  BtReplacement _replacement;
+  int _fd = -1;             // the replacement's, or of a file in memory
+  bool _in_memory = false;  // for targets that are no regular files
   bool _ok = true;
   std::unique_ptr<char[]> _buffer;
   std::size_t _used = 0;       // bytes in the buffer
   std::size_t _room = 0;       // bytes that it still takes; 0 once writing has failed
   std::uint64_t _flushed = 0;  // bytes that left it
   std::uint64_t _unasked = 0;  // bytes since the last question for a cancel
-  FbxIgnoredSignals _signals;
+  BtIgnoredSignals _signals;
 };

@@ -56,6 +56,11 @@ void BaBodyObj::insertChildren(std::span<BaBodyObj* const> children) {
   std::inplace_merge(first, middle, _children.end(), before);
 }
 
+void BaBodyObj::sortChildren() {
+  std::sort(_children.begin(), _children.end(),
+            [](const BaBodyObj* a, const BaBodyObj* b) { return a->_id < b->_id; });
+}
+
 void BaBodyObj::removeChild(BaBodyObj* child) {
   const auto place = std::find(_children.begin(), _children.end(), child);
   BtAssert(place != _children.end());

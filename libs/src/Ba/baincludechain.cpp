@@ -9,8 +9,9 @@
 namespace {
 
 constexpr std::size_t kMaxDepth = 100;
-// All included files together, each counted as often as it is included and with a share for the
-// work of opening it: a quarter of a million empty files, or one file of a quarter of a gigabyte.
+// The texts of all included files together, unpacked, each counted as often as it is included and
+// with a share for the work of opening it: a quarter of a million empty files, or one file of a
+// quarter of a gigabyte.
 constexpr long long kMaxIncludedBytes = 1LL << 28;
 constexpr long long kBytesPerFile = 1024;
 
@@ -29,12 +30,21 @@ bool Ba_IncludeChain::enter(const char* file_name) {
                      static_cast<int>(kMaxDepth));
     return false;
   }
-  if (!_files.empty()) _included_bytes += info.st_size + kBytesPerFile;
-  if (_included_bytes > kMaxIncludedBytes) {
-    theExceptObj.set("The files that are included come to more than %lld bytes.",
-                     kMaxIncludedBytes);
-    return false;
+  if (!_files.empty()) {
+    _included_bytes += kBytesPerFile;
+    if (!_checkSize(_included_bytes + info.st_size)) return false;
   }
   _files.push_back(id);
   return true;
+}
+
+bool Ba_IncludeChain::count(long long bytes) {
+  if (_files.size() > 1) _included_bytes += bytes;
+  return _checkSize(_included_bytes);
+}
+
+bool Ba_IncludeChain::_checkSize(long long bytes) {
+  if (bytes <= kMaxIncludedBytes) return true;
+  theExceptObj.set("The files that are included come to more than %lld bytes.", kMaxIncludedBytes);
+  return false;
 }

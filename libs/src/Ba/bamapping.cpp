@@ -157,6 +157,15 @@ void BaUnlockedMapping::changeBodyId(int from, int to) {
   _body_map_index.emplace(to, body_map);
 }
 
+void BaUnlockedMapping::changeBodyIds(const BtMap<int, int>& new_ids) {
+  _body_map_index.clear();
+  for (BaUnlockedBodyMap* body_map : _body_maps) {
+    if (const int* const id = new_ids.find(body_map->bodyId())) body_map->_setBodyId(*id);
+    const bool is_new = _body_map_index.emplace(body_map->bodyId(), body_map).second;
+    BtAssert(is_new, "bodyMap(to)==0");
+  }
+}
+
 void BaUnlockedMapping::setHighestSysVar() {
   _num_sysvars = 0;
   for (const BaUnlockedBodyMap* body_map : _body_maps) {

@@ -117,6 +117,15 @@ class Ba_MappingMerge {
   int _highest_sysvar_id = 0;
 };
 
+bool BaUnlockedMapping::merge(const BaUnlockedMapping& other, int body_id_offset,
+                              int sysvar_id_offset) {
+  BtAssert(other.includes().empty());
+  BaUnlockedMapping sub(other);
+  if (!Ba_MappingMerge(this).add(&sub, {BtStr(), body_id_offset, sysvar_id_offset})) return false;
+  setHighestSysVar();
+  return true;
+}
+
 bool BaUnlockedMapping::_loadIncludes(Ba_IncludeChain* chain) {
   if (_includes.empty()) return true;
   // What is merged is part of the mapping from then on, so the result has no includes.

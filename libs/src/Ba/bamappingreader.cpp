@@ -65,7 +65,7 @@ bool BaUnlockedMapping::scanFrom(std::istream& is, bool load_includes, const BtS
 bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_IncludeChain* chain) {
   if (!chain->enter(file)) return false;
   bool opened = false;
-  const bool read = _scanFile(file, &opened) && (!load_includes || _loadIncludes(chain));
+  const bool read = _scanFile(file, &opened, chain) && (!load_includes || _loadIncludes(chain));
   chain->leave();
   if (opened && !read) {
     theExceptObj.set("Unable to read file '%s'.", static_cast<const char*>(file));
@@ -74,14 +74,15 @@ bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_Incl
 }
 
 // The file is closed again on return: files that include each other must not all stay open.
-bool BaUnlockedMapping::_scanFile(const BtStr& file, bool* opened) {
+bool BaUnlockedMapping::_scanFile(const BtStr& file, bool* opened, Ba_IncludeChain* chain) {
   BtInputFile input(file);
   *opened = input.isOpen();
   if (!*opened) {
     theExceptObj.set("Unable to open file '%s'.", static_cast<const char*>(file));
     return false;
   }
-  const bool scanned = _scanFrom(input.stream(), BtFileDirectory(file));
+  const bool scanned =
+      _scanFrom(input.stream(), BtFileDirectory(file)) && chain->count(input.bytesRead());
   return input.close() && scanned;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
@@ -38,6 +39,7 @@ class Ba_ModelChecker {
                                       const char* kind);
   [[nodiscard]] bool _checkVertices(const BaVertexElement& element, const char* kind);
   [[nodiscard]] bool _checkFlexTargets();
+  [[nodiscard]] bool _checkBlends();
 
   const BaModel& _model;
   BtStr _fault;
@@ -83,7 +85,7 @@ FlexTargets FlexTargetsOf(const BaVertex& vertex) {
 bool Ba_ModelChecker::run() {
   if (!_model.isValid()) return _fail("The model was destroyed.");
   return _checkTable() && _checkLinks() && _checkBodyNames() && _checkMaterials() &&
-         _checkSliderGroups() && _checkElements() && _checkFlexTargets();
+         _checkSliderGroups() && _checkElements() && _checkFlexTargets() && _checkBlends();
 }
 
 bool Ba_ModelChecker::_checkTable() {
@@ -258,6 +260,30 @@ bool Ba_ModelChecker::_checkFlexTargets() {
     }
   }
   return true;
+}
+
+bool Ba_ModelChecker::_checkBlends() {
+  std::unordered_map<const BaMDSliderGroup*, std::unordered_set<BtStr, BaNameHash>> sliders_of;
+  for (const auto& group : _model.sliderGroups()) {
+    sliders_of[group.get()].insert(group->sliders().begin(), group->sliders().end());
+  }
+  const Ba_VertexEffect* lost = nullptr;
+  Ba_ForEachVertexElement(_model, [&](const BaVertexElement& element) {
+    for (const BaVertex& vertex : element.vertices()) {
+      for (auto* effect = vertex.effects().first(); effect != nullptr; effect = effect->next()) {
+        if (effect->type() != BaBlendEffect) continue;
+        const auto& blend = static_cast<const BaVertexBlendEffect&>(*effect);
+        const auto sliders = sliders_of.find(_model.findSliderGroup(blend.slider_group));
+        if (sliders == sliders_of.end() || !sliders->second.contains(blend.slider_name)) {
+          lost = effect;
+        }
+      }
+    }
+  });
+  if (lost == nullptr) return true;
+  const auto& blend = static_cast<const BaVertexBlendEffect&>(*lost);
+  return _fail("A vertex is moved by slider \"" + blend.slider_name + "\" of group \"" +
+               blend.slider_group + "\", which does not exist.");
 }
 
 bool BaModel::checkInvariants(BtStr* fault) const {

@@ -44,6 +44,21 @@ int Moved(int body_id, long long offset) {
   return body_id == 0 ? 0 : static_cast<int>(body_id + offset);
 }
 
+// A copy of a light or a lighting model with an id that none of `others` has.
+template <class Object>
+std::unique_ptr<Object> WithFreeId(const Object& object,
+                                   const BtList<std::unique_ptr<Object>>& others) {
+  bool is_taken = false;
+  int highest_id = 0;
+  for (const std::unique_ptr<Object>& other : others) {
+    is_taken = is_taken || other->id() == object.id();
+    highest_id = std::max(highest_id, other->id());
+  }
+  auto copy = std::make_unique<Object>(object);
+  if (is_taken) copy->setId(highest_id + 1);
+  return copy;
+}
+
 }  // namespace
 
 BaModelCombine::BaModelCombine(BaModel* model) : _model(model) {
@@ -122,6 +137,14 @@ void BaModelCombine::_addSliderGroup(const BaMDSliderGroup& group, Names* names)
   names->slider_groups.emplace(group.name(), name);
 }
 
+void BaModelCombine::_addMuscle(const BaMuscle& muscle, const Names& names) {
+  auto copy = std::make_unique<BaMuscle>(muscle);
+  const auto material_id = names.material_ids.find(muscle.materialId());
+  if (material_id != names.material_ids.end()) copy->setMaterialId(material_id->second);
+  for (int& id : copy->bodyIds()) id = Moved(id, names.body_id_offset);
+  _model->addMuscle(std::move(copy));
+}
+
 template <class Element>
 std::unique_ptr<Element> BaModelCombine::_copy(const Element& element, const Names& names) const {
   auto copy = std::make_unique<Element>(element);
@@ -174,6 +197,18 @@ bool BaModelCombine::add(const BaModel& source, long long body_id_offset,
   for (const auto& mesh : source.tMeshes()) _model->addTMesh(_copyWithVertices(*mesh, names));
   for (const auto& mesh : source.texturedTMeshes()) {
     _model->addTexturedTMesh(_copyWithVertices(*mesh, names));
+  }
+  for (const auto& polygon : source.flexiblePolygons()) {
+    std::unique_ptr<BaFlexiblePolygon> copy = _copyWithVertices(*polygon, names);
+    copy->setOtherBodyId(Moved(polygon->otherBodyId(), body_id_offset));
+    _model->addFlexiblePolygon(std::move(copy));
+  }
+  for (const auto& muscle : source.muscles()) _addMuscle(*muscle, names);
+  for (const auto& light : source.lights()) {
+    _model->addLight(WithFreeId(*light, _model->lights()));
+  }
+  for (const auto& lighting_model : source.lightingModels()) {
+    _model->addLightingModel(WithFreeId(*lighting_model, _model->lightingModels()));
   }
   return true;
 }

@@ -66,7 +66,7 @@ bool BaModelData::_combineIncludes(const IncludeTarget& target, long long body_i
 bool BaModelData::_combineFile(const BtStr& file_name, const IncludeTarget& target,
                                long long body_id_offset, const BtStr& body_name_suffix) const {
   BaModelData sub_data;
-  if (!sub_data._readFile(file_name)) return false;
+  if (!sub_data._readFile(file_name, target.chain)) return false;
   MoveTextures(sub_data.materials(), target.directory, sub_data._directory);
   CheckLengthUnits(_length_units, sub_data.lengthUnits(), file_name);
   {

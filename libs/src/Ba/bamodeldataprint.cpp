@@ -61,8 +61,7 @@ bool BaModelData::_printOn(std::ostream& os, const BtStr& directory) const {
 bool BaModelData::save(const char* file_name) const {
   BtOutputFile file(file_name);
   bool saved = file.isOpen() && _printOn(file.stream(), BtFileDirectory(file_name));
-  const bool closed = file.close();
-  if (saved && !closed) saved = BaFail("Unable to write file.");
+  if (saved && !file.close()) saved = BaFail("Unable to write file.");
   if (!saved) theExceptObj.set("Unable to write '%s'.", file_name);
   return saved;
 }

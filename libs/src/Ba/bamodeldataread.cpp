@@ -265,22 +265,23 @@ bool BaModelData::read(const char* file_name, bool process_includes) {
   _bodies_external = false;
   _materials_external = false;
   _combine_vertex_normals = true;
-  if (!process_includes) return _readFile(file_name);
+  if (!process_includes) return _readFile(file_name, nullptr);
   Ba_IncludeChain chain("Model");
-  if (!chain.enter(file_name) || !_readFile(file_name)) return false;
+  if (!chain.enter(file_name) || !_readFile(file_name, &chain)) return false;
   if (_mergeIncludes(&chain)) return true;
   theExceptObj.set("Unable to read '%s'.", file_name);
   return false;
 }
 
-bool BaModelData::_readFile(const char* file_name) {
+bool BaModelData::_readFile(const char* file_name, Ba_IncludeChain* chain) {
   BtInputFile file(file_name);
   if (!file.isOpen()) {
     theExceptObj.set("Unable to open '%s'.", file_name);
     return false;
   }
   const bool valid = scanHeader(file.stream(), nullptr);
-  const bool scanned = valid && _scanSections(file.stream(), BtFileDirectory(file_name));
+  const bool scanned = valid && _scanSections(file.stream(), BtFileDirectory(file_name)) &&
+                       (chain == nullptr || chain->count(file.bytesRead()));
   if (file.close() && scanned) return true;
   if (!valid) {
     theExceptObj.set("File is not a valid %s.", kBaModelFileId);

@@ -25,16 +25,25 @@ bool HasId(const Objects& objects, int id) {
                      [id](const auto& object) { return object->id() == id; });
 }
 
-// True when every flex2 effect of the vertices names a body.
-bool FlexTargetsExist(const BaModel& model, const BaVertexElement& element) {
+bool HasSlider(const BaModel& model, const BaVertexBlendEffect& blend) {
+  const BaMDSliderGroup* const group = model.findSliderGroup(blend.slider_group);
+  return group != nullptr && std::find(group->sliders().begin(), group->sliders().end(),
+                                       blend.slider_name) != group->sliders().end();
+}
+
+// Asserts that the bodies and sliders that the effects of the vertices name exist.
+void AssertEffects(const BaModel& model, const BaVertexElement& element) {
   for (const BaVertex& vertex : element.vertices()) {
     for (auto* effect = vertex.effects().first(); effect != nullptr; effect = effect->next()) {
-      if (effect->type() != BaFlex2Effect) continue;
-      const int id = static_cast<const BaVertexFlex2Effect*>(effect)->body_id;
-      if (model.findBody(id) == nullptr) return false;
+      if (effect->type() == BaFlex2Effect) {
+        const auto* const flex2 = static_cast<const BaVertexFlex2Effect*>(effect);
+        BtAssert(model.findBody(flex2->body_id) != nullptr, "findBody(flex2->body_id)");
+      } else if (effect->type() == BaBlendEffect) {
+        const auto* const blend = static_cast<const BaVertexBlendEffect*>(effect);
+        BtAssert(HasSlider(model, *blend), "findSliderGroup(blend->slider_group)");
+      }
     }
   }
-  return true;
 }
 
 }  // namespace
@@ -106,25 +115,25 @@ BaBone* BaModel::addBone(const BaBone& bone) { return addBone(std::make_unique<B
 
 BaPolygon* BaModel::addBodyPolygon(int body_id, const BaPolygon& polygon) {
   BtAssert(polygon.bodyId() == body_id, "polygon.bodyId()==body_id");
-  BtAssert(FlexTargetsExist(*this, polygon), "findBody(flex2->body_id)");
+  AssertEffects(*this, polygon);
   return addPolygon(std::make_unique<BaPolygon>(polygon));
 }
 
 BaTexturedPolygon* BaModel::addBodyTexturedPolygon(int body_id, const BaTexturedPolygon& polygon) {
   BtAssert(polygon.bodyId() == body_id, "polygon.bodyId()==body_id");
-  BtAssert(FlexTargetsExist(*this, polygon), "findBody(flex2->body_id)");
+  AssertEffects(*this, polygon);
   return addTexturedPolygon(std::make_unique<BaTexturedPolygon>(polygon));
 }
 
 BaTMesh* BaModel::addBodyTMesh(int body_id, const BaTMesh& t_mesh) {
   BtAssert(t_mesh.bodyId() == body_id, "t_mesh.bodyId()==body_id");
-  BtAssert(FlexTargetsExist(*this, t_mesh), "findBody(flex2->body_id)");
+  AssertEffects(*this, t_mesh);
   return addTMesh(std::make_unique<BaTMesh>(t_mesh));
 }
 
 BaTexturedTMesh* BaModel::addBodyTexturedTMesh(int body_id, const BaTexturedTMesh& t_mesh) {
   BtAssert(t_mesh.bodyId() == body_id, "t_mesh.bodyId()==body_id");
-  BtAssert(FlexTargetsExist(*this, t_mesh), "findBody(flex2->body_id)");
+  AssertEffects(*this, t_mesh);
   return addTexturedTMesh(std::make_unique<BaTexturedTMesh>(t_mesh));
 }
 

@@ -1,7 +1,8 @@
 // The edits that give bodies other ids or take them away.
 
 #include <algorithm>
-#include <array>
+#include <set>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -41,18 +42,37 @@ void RemoveFromMuscles(BtList<std::unique_ptr<BaMuscle>>* muscles, int body_id) 
   *muscles = std::move(kept);
 }
 
+// A renumbering with the ids that it takes led back to those that it frees: what refers to a body
+// that does not exist must not find one afterwards.
+std::unordered_map<int, int> Permutation(const BtMap<int, int>& new_ids) {
+  std::unordered_map<int, int> permutation;
+  std::set<int> freed;
+  std::set<int> taken;
+  for (const auto& [old_id, new_id] : new_ids) {
+    permutation.emplace(old_id, new_id);
+    freed.insert(old_id);
+    taken.insert(new_id);
+  }
+  auto next_freed = freed.begin();
+  for (const int id : taken) {
+    if (freed.contains(id)) continue;
+    while (taken.contains(*next_freed)) ++next_freed;
+    permutation.emplace(id, *next_freed++);
+  }
+  return permutation;
+}
+
 }  // namespace
 
 void BaModel::changeBodyId(BaBody* body, int new_id) {
   BtAssert(isValid(), "isValid()");
   BtAssert(body != nullptr, "body");
   BtAssert(new_id > 0, "new_id>0");
-  BtAssert(new_id <= kMaxBodyId);
   BtAssert(body->id() != new_id, "body->id()!=new_id");
   BtAssert(findBody(new_id) == nullptr, "!findBody(new_id)");
   BtAssert(body->id() > 0, "body->id()>0");
   BtAssert(findBody(body->id()) == body, "_bodies[body->id()]==body");
-  _exchangeBodyIds(body->id(), new_id);
+  changeBodyIds({{body->id(), new_id}});
 }
 
 void BaModel::changeBodyId(int old_id, int new_id) {
@@ -67,53 +87,59 @@ void BaModel::swapBodyIds(int id1, int id2) {
   BtAssert(findBody(id1) != nullptr, "findBody(id1)");
   BtAssert(findBody(id2) != nullptr, "findBody(id2)");
   BtAssert(id1 > 0 && id2 > 0);
-  if (id1 != id2) _exchangeBodyIds(id1, id2);
+  if (id1 != id2) changeBodyIds({{id1, id2}, {id2, id1}});
 }
 
-void BaModel::_exchangeBodyIds(int id1, int id2) {
-  _growBodyTable(std::max(id1, id2));
-  std::array<std::pair<std::unique_ptr<BaBody>, int>, 2> moved;  // with their new ids
-  moved[0] = {std::move(_bodies[id1]), id2};
-  moved[1] = {std::move(_bodies[id2]), id1};
-  for (const auto& [body, new_id] : moved) {
-    if (body == nullptr) continue;
-    _unindexBody(body.get());
-    body->parent()->removeChild(body.get());
+void BaModel::changeBodyIds(const BtMap<int, int>& new_ids) {
+  BtAssert(isValid(), "isValid()");
+  for (const auto& [old_id, new_id] : new_ids) {
+    BtAssert(old_id > 0);
+    BtAssert(findBody(old_id) != nullptr, "findBody(old_id)");
+    BtAssert(new_id > 0, "new_id>0");
+    BtAssert(new_id <= kMaxBodyId);
+    _growBodyTable(new_id);
   }
-  for (const auto& [body, new_id] : moved) {
-    if (body == nullptr) continue;
+  std::vector<std::pair<std::unique_ptr<BaBody>, int>> moved;  // with their new ids
+  std::vector<BaBody*> parents;
+  for (const auto& [old_id, new_id] : new_ids) {
+    parents.push_back(_bodies[old_id]->parent());
+    moved.emplace_back(std::move(_bodies[old_id]), new_id);
+  }
+  for (auto& [body, new_id] : moved) {
+    BtAssert(findBody(new_id) == nullptr, "!findBody(new_id)");
     body->setId(new_id);
     for (int i = 0; i < body->numChildren(); ++i) body->child(i)->setParentId(new_id);
     Ba_ForEachElement(*body, [id = new_id](BaElement& element) { element.setBodyId(id); });
+    _bodies[new_id] = std::move(body);
   }
-  for (auto& [body, new_id] : moved) {
-    if (body != nullptr) _bodies[new_id] = std::move(body);
+  std::sort(parents.begin(), parents.end());
+  parents.erase(std::unique(parents.begin(), parents.end()), parents.end());
+  for (BaBody* const parent : parents) parent->sortChildren();
+  _bodies_by_name.clear();
+  _n_bodies = 0;
+  for (const auto& body : _bodies) {
+    if (body != nullptr) _indexBody(body.get());
   }
-  for (const int id : {id1, id2}) {
-    BaBody* const body = findBody(id);
-    if (body == nullptr) continue;
-    // The parent may be the other one.
-    body->setParentId(body->parent()->id());
-    _indexBody(body);
-    _linkBody(body);
-  }
-  _exchangeBodyReferences(id1, id2);
+  _renumberBodyReferences(Permutation(new_ids));
 }
 
-void BaModel::_exchangeBodyReferences(int id1, int id2) {
-  const auto exchanged = [id1, id2](int id) { return id == id1 ? id2 : id == id2 ? id1 : id; };
-  ForEachEffects(*this, [&exchanged](BaVertexEffects& effects, int /*body_id*/) {
+void BaModel::_renumberBodyReferences(const std::unordered_map<int, int>& new_ids) {
+  const auto renumbered = [&new_ids](int id) {
+    const auto entry = new_ids.find(id);
+    return entry == new_ids.end() ? id : entry->second;
+  };
+  ForEachEffects(*this, [&renumbered](BaVertexEffects& effects, int /*body_id*/) {
     for (auto* effect = effects.first(); effect != nullptr; effect = effect->next()) {
       if (effect->type() != BaFlex2Effect) continue;
-      FollowedBodyId(effect) = exchanged(FollowedBodyId(effect));
+      FollowedBodyId(effect) = renumbered(FollowedBodyId(effect));
     }
   });
   for (const auto& polygon : _flexible_polygons) {
-    polygon->setOtherBodyId(exchanged(polygon->otherBodyId()));
+    polygon->setOtherBodyId(renumbered(polygon->otherBodyId()));
   }
   for (const auto& muscle : _muscles) {
     BtDynArray<int>& ids = muscle->bodyIds();
-    std::transform(ids.begin(), ids.end(), ids.begin(), exchanged);
+    std::transform(ids.begin(), ids.end(), ids.begin(), renumbered);
   }
 }
 

@@ -11,5 +11,12 @@ void BaModel::save(const char* file_name) const {
     theExceptObj.set("Unable to convert to zov format v2.0.");
     return;
   }
-  data.save(file_name);
+  if (!data.save(file_name)) return;
+  const int n_lights = _lights.count() + _lighting_models.count();
+  if (n_lights + _muscles.count() == 0) return;
+  theExceptObj.setAsWarning(
+      "Lights and lighting models (%d) and muscles (%d) have no form in a model document.  They "
+      "are "
+      "left out.",
+      n_lights, _muscles.count());
 }

@@ -165,9 +165,16 @@ BtCompOFStream::~BtCompOFStream() { close(); }
 
 bool BtCompOFStream::close() {
   if (!isOpen()) return true;
-  const bool whole = _buf->finish();
+  const bool given_up = !good();
+  bool whole = _buf->finish() && !given_up;
   rdbuf(nullptr);
   _buf.reset();
+  if (whole && _replacement.descriptor() >= 0 && !_replacement.commit()) {
+    theExceptObj.set("%s", std::strerror(errno));
+    theExceptObj.set("Unable to compress file.");
+    whole = false;
+  }
+  _replacement.discard();
   return whole;
 }
 
@@ -190,12 +197,20 @@ bool BtCompOFStream::_spawnCompress(const char* name, const char* ext) {
     return false;
   }
   if (!BtFileHaveWriteAccess(name)) return false;
+  const BtReplacement::Place place = _replacement.open(name);
+  if (place == BtReplacement::Place::Failed) {
+    theExceptObj.set("%s", std::strerror(errno));
+    theExceptObj.set("Couldn't create " + BtStr(name));
+    return false;
+  }
   const BtStr pipe = Bt_ShellWord(_named_pipe);
-  const BtStr file = Bt_ShellWord(name);
+  const BtStr file =
+      Bt_ShellWord(place == BtReplacement::Place::Beside ? _replacement.name().c_str() : name);
   const BtStr command = BtFormat(program->compress_command, static_cast<const char*>(pipe),
                                  static_cast<const char*>(file));
   _buf = std::make_unique<Buf>(*program);
   if (_buf->start(_named_pipe, command)) return true;
+  _replacement.discard();
   theExceptObj.set("Unable to compress file.");
   return false;
 }

@@ -135,7 +135,7 @@ std::unique_ptr<BtIFStream> BtFileOpenInput(const BtStr& path) {
   return nullptr;
 }
 
-std::unique_ptr<std::ofstream> BtFileOpenOutput(const BtStr& path, BtFileOverwrite overwrite) {
+bool BtFileCheckOutput(const BtStr& path, BtFileOverwrite overwrite) {
   const char* obstacle = nullptr;
   if (IsDirectory(path)) {
     obstacle = " is a directory.";
@@ -144,10 +144,11 @@ std::unique_ptr<std::ofstream> BtFileOpenOutput(const BtStr& path, BtFileOverwri
   } else if (BtFileExists(path) && !HaveAccess(path, W_OK)) {
     obstacle = " is not writable.";
   }
-  if (obstacle != nullptr) {
-    theExceptObj.set(path + obstacle);
-    return nullptr;
-  }
+  return obstacle == nullptr || Fail(path + obstacle);
+}
+
+std::unique_ptr<std::ofstream> BtFileOpenOutput(const BtStr& path, BtFileOverwrite overwrite) {
+  if (!BtFileCheckOutput(path, overwrite)) return nullptr;
   auto os = std::make_unique<std::ofstream>(path, std::ios::binary);
   if (os->is_open()) return os;
   theExceptObj.set("Couldn't create " + path);

@@ -37,6 +37,7 @@ void BtFileBuf::adopt(int fd) {
   close();
   _fd = fd;
   _size_hint = 0;
+  _bytes_read = 0;
   if (_block == nullptr) _block = std::make_unique_for_overwrite<char[]>(kPutback + kBlockSize);
 }
 
@@ -55,6 +56,7 @@ BtFileBuf::int_type BtFileBuf::underflow() {
   if (kept > 0) std::memmove(start - kept, egptr() - kept, kept);
   const long long count = readBlock(start, kBlockSize);
   if (count < 0) _owner.setstate(std::ios::badbit);
+  if (count > 0) _bytes_read += count;
   setg(start - kept, start, start + (count > 0 ? count : 0));
   return count > 0 ? traits_type::to_int_type(*start) : traits_type::eof();
 }

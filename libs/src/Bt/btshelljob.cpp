@@ -61,7 +61,7 @@ int SpawnShell(const BtStr& script, int status_fd, int messages_fd, pid_t* shell
   sigset_t signals;
   sigemptyset(&signals);
   posix_spawnattr_setsigmask(&attributes, &signals);
-  for (const int signal : {SIGPIPE, SIGTERM, SIGCHLD}) sigaddset(&signals, signal);
+  for (const int signal : {SIGPIPE, SIGXFSZ, SIGTERM, SIGCHLD}) sigaddset(&signals, signal);
   posix_spawnattr_setsigdefault(&attributes, &signals);
   posix_spawnattr_setpgroup(&attributes, 0);
   posix_spawnattr_setflags(&attributes,

@@ -1,5 +1,9 @@
 #include "bttextfile.h"
 
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <string>
 #include <utility>
 
 #include "btcompifstream.h"
@@ -10,20 +14,12 @@
 
 namespace {
 
-template <class Stream, class Base>
-bool Close(Base& stream) {
-  return static_cast<Stream&>(stream).close();
-}
+bool CloseCompressedInput(std::istream& is) { return static_cast<BtCompIFStream&>(is).close(); }
 
 bool ClosePlainInput(std::istream& is) {
   if (!is.bad() || BtError()) return true;
   theExceptObj.set("Unable to read from file.");
   return false;
-}
-
-bool ClosePlainOutput(std::ostream& os) {
-  static_cast<std::ofstream&>(os).close();
-  return os.good();
 }
 
 }  // namespace
@@ -37,7 +33,7 @@ BtInputFile::BtInputFile(const char* file_name) {
   if (Bt_IsCompressedText(file_name)) {
     auto is = std::make_unique<BtCompIFStream>(file_name);
     if (is->isOpen()) _is = std::move(is);
-    _close = Close<BtCompIFStream, std::istream>;
+    _close = CloseCompressedInput;
   } else {
     auto is = std::make_unique<BtIFStream>(file_name);
     if (is->isOpen()) _is = std::move(is);
@@ -45,23 +41,62 @@ BtInputFile::BtInputFile(const char* file_name) {
   }
 }
 
+long long BtInputFile::bytesRead() const {
+  return static_cast<const BtFileBuf*>(_is->rdbuf())->bytesRead();
+}
+
 bool BtInputFile::close() {
   const std::unique_ptr<std::istream> is = std::move(_is);
   return is == nullptr || _close(*is);
 }
 
-BtOutputFile::BtOutputFile(const BtStr& file_name) {
-  if (Bt_IsCompressedText(file_name)) {
-    auto os = std::make_unique<BtCompOFStream>(file_name);
-    if (os->isOpen()) _os = std::move(os);
-    _close = Close<BtCompOFStream, std::ostream>;
-  } else {
-    _os = BtFileOpenOutput(file_name, BtFileOverwrite::Yes);
-    _close = ClosePlainOutput;
+BtOutputFile::BtOutputFile(const BtStr& file_name) : _compressed(Bt_IsCompressedText(file_name)) {
+  if (!_compressed) {
+    _openPlain(file_name);
+    return;
   }
+  auto os = std::make_unique<BtCompOFStream>(file_name);
+  if (os->isOpen()) _os = std::move(os);
+}
+
+BtOutputFile::~BtOutputFile() {
+  if (isOpen()) _os->setstate(std::ios::badbit);
+}
+
+void BtOutputFile::_openPlain(const BtStr& file_name) {
+  if (!BtFileCheckOutput(file_name, BtFileOverwrite::Yes)) return;
+  std::string name(file_name.view());
+  switch (_replacement.open(name)) {
+    case BtReplacement::Place::Beside:
+      name = _replacement.name();
+      [[fallthrough]];
+    case BtReplacement::Place::Target: {
+      auto os = std::make_unique<std::ofstream>(name, std::ios::binary);
+      if (os->is_open()) _os = std::move(os);
+      break;
+    }
+    default:
+      break;
+  }
+  if (isOpen()) return;
+  theExceptObj.set("%s", std::strerror(errno));
+  theExceptObj.set("Couldn't create " + file_name);
 }
 
 bool BtOutputFile::close() {
   const std::unique_ptr<std::ostream> os = std::move(_os);
-  return os == nullptr || _close(*os);
+  if (os == nullptr) return true;
+  return _compressed ? static_cast<BtCompOFStream&>(*os).close() : _closePlain(*os);
+}
+
+bool BtOutputFile::_closePlain(std::ostream& os) {
+  static_cast<std::ofstream&>(os).close();
+  if (!os.good()) {
+    _replacement.discard();
+    return false;
+  }
+  if (_replacement.descriptor() < 0 || _replacement.commit()) return true;
+  theExceptObj.set("%s", std::strerror(errno));
+  _replacement.discard();
+  return false;
 }

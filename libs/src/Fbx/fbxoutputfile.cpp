@@ -2,15 +2,12 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
-#include <filesystem>
 
 #include "btassert.h"
 #include "btexcept.h"
@@ -19,29 +16,6 @@ namespace {
 
 constexpr std::size_t kBufferSize = std::size_t{1} << 20;
 constexpr std::uint64_t kBytesPerQuestion = std::uint64_t{4} << 20;
-constexpr int kMaxLinks = 40;
-constexpr mode_t kPermissions = 0777;
-
-// What a chain of symbolic links ends at, whether that exists or not; empty, with errno set, for a
-// chain without an end.
-std::string FollowLinks(const std::string& path) {
-  std::filesystem::path place = path;
-  for (int i = 0; i < kMaxLinks; ++i) {
-    std::error_code no_link;
-    const std::filesystem::path next = std::filesystem::read_symlink(place, no_link);
-    if (no_link) return place;
-    place = place.parent_path() / next;  // an absolute one replaces the folder
-  }
-  errno = ELOOP;
-  return {};
-}
-
-// The permissions that a new file gets.
-mode_t NewFileMode() {
-  const mode_t mask = umask(0);
-  umask(mask);
-  return 0666 & ~mask;
-}
 
 }  // namespace
 
@@ -51,46 +25,20 @@ bool FbxOutputFile::open(const std::string& target) {
   _target = target;
   _buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
   _room = std::min<std::uint64_t>(kBufferSize, _max_size);
-  struct stat older {};
-  const bool exists = stat(target.c_str(), &older) == 0;
-  if (!exists && errno != ENOENT) return _failErrno();
-  if (exists && S_ISDIR(older.st_mode)) {
-    errno = EISDIR;
-    return _failErrno();
-  }
-  if (exists && !S_ISREG(older.st_mode)) return _createInMemory();
-  if (exists && access(target.c_str(), W_OK) != 0) return _failErrno();
-  const std::string path = FollowLinks(target);
-  if (path.empty()) return _failErrno();
-  if (exists) {
-    // A file that is open but has no name any more can be reached through /proc only, not replaced.
-    struct stat found {};
-    if (lstat(path.c_str(), &found) != 0 || found.st_ino != older.st_ino ||
-        found.st_dev != older.st_dev) {
-      return _createInMemory();
-    }
-    _older = {older.st_mode & kPermissions, older.st_uid, older.st_gid};
-  }
-  return _createBeside(path);
-}
-
-bool FbxOutputFile::_createBeside(const std::string& path) {
-  _path = path;
-  const std::string folder = path.substr(0, path.rfind('/') + 1);
-  for (int i = 0;; ++i) {
-    const std::string name =
-        folder + ".kestrix-" + std::to_string(getpid()) + "-" + std::to_string(i) + ".tmp";
-    _fd = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (_fd >= 0) {
-      _temporary = name;
+  switch (_replacement.open(target)) {
+    case BtReplacement::Place::Beside:
+      _fd = _replacement.descriptor();
       return true;
-    }
-    if (errno != EEXIST) return _failErrno();
+    case BtReplacement::Place::Target:
+      return _createInMemory();
+    default:
+      return _failErrno();
   }
 }
 
 bool FbxOutputFile::_createInMemory() {
   _fd = memfd_create("kestrix", MFD_CLOEXEC);
+  _in_memory = true;
   return _fd >= 0 || _failErrno();
 }
 
@@ -134,7 +82,7 @@ void FbxOutputFile::patch(std::uint64_t position, std::span<const std::uint8_t> 
 
 bool FbxOutputFile::commit() {
   if (!_ok || !_flush()) return false;
-  const bool done = _temporary.empty() ? _copyToTarget() : _replaceTarget();
+  const bool done = _in_memory ? _copyToTarget() : _replacement.commit() || _failErrno();
   _close();
   return done;
 }
@@ -169,19 +117,6 @@ bool FbxOutputFile::_writeAll(int fd, std::span<const char> bytes) {
   return true;
 }
 
-bool FbxOutputFile::_replaceTarget() {
-  // Only the superuser may give files away, and some file systems have no permissions: then the
-  // file stays its writer's own.
-  [[maybe_unused]] const int given = _older ? fchown(_fd, _older->owner, _older->group) : 0;
-  [[maybe_unused]] const int opened = fchmod(_fd, _older ? _older->mode : NewFileMode());
-  const int closed = close(_fd);
-  _fd = -1;
-  if (closed != 0) return _failErrno();
-  if (rename(_temporary.c_str(), _path.c_str()) != 0) return _failErrno();
-  _temporary.clear();
-  return true;
-}
-
 bool FbxOutputFile::_copyToTarget() {
   int target = -1;
   // Opening a pipe waits for its reader.
@@ -207,10 +142,10 @@ bool FbxOutputFile::_copyToTarget() {
 }
 
 void FbxOutputFile::_close() {
-  if (_fd >= 0) close(_fd);
+  if (_fd >= 0 && _in_memory) close(_fd);
   _fd = -1;
-  if (!_temporary.empty()) unlink(_temporary.c_str());
-  _temporary.clear();
+  _in_memory = false;
+  _replacement.discard();
 }
 
 bool FbxOutputFile::_fail(const char* reason) {

@@ -1,13 +1,13 @@
-#include "fbxignoredsignals.h"
+#include "btignoredsignals.h"
 
-FbxIgnoredSignals::FbxIgnoredSignals() {
+BtIgnoredSignals::BtIgnoredSignals() {
   struct sigaction ignore {};
   ignore.sa_handler = SIG_IGN;
   sigaction(SIGPIPE, &ignore, &_pipe);
   sigaction(SIGXFSZ, &ignore, &_file_size);
 }
 
-FbxIgnoredSignals::~FbxIgnoredSignals() {
+BtIgnoredSignals::~BtIgnoredSignals() {
   sigaction(SIGPIPE, &_pipe, nullptr);
   sigaction(SIGXFSZ, &_file_size, nullptr);
 }

@@ -1,0 +1,96 @@
+# What `cmake --install` puts in place, and the packages that CPack makes of it. Component Runtime
+# is the programs and what their users read, component Development what projects that use the
+# libraries need. Everything that is installed is listed here.
+include(CMakePackageConfigHelpers)
+
+# The programs. With shared libraries they look for them beside themselves, wherever that is.
+set(KESTRIX_PROGRAMS kestrix)
+# The libraries, under the names that other projects call them by: kestrix::bt and so on.
+set(KESTRIX_LIBRARIES kestrix_bt kestrix_ba kestrix_fbx kestrix_main)
+set_target_properties(kestrix_bt PROPERTIES EXPORT_NAME bt)
+set_target_properties(kestrix_ba PROPERTIES EXPORT_NAME ba)
+set_target_properties(kestrix_fbx PROPERTIES EXPORT_NAME fbx)
+set_target_properties(kestrix_main PROPERTIES EXPORT_NAME convert OUTPUT_NAME kestrix_convert)
+# The steps of a conversion that other projects may take: <kestrix/convert/scene.h> and so on.
+set(KESTRIX_CONVERT_HEADERS main/scene.h main/save.h)
+
+set_target_properties(${KESTRIX_PROGRAMS} ${KESTRIX_LIBRARIES} PROPERTIES
+  INSTALL_RPATH "$<$<BOOL:${BUILD_SHARED_LIBS}>:$ORIGIN/../${CMAKE_INSTALL_LIBDIR};$ORIGIN>")
+# Until version 1 a new minor version may change the interface.
+set_target_properties(${KESTRIX_LIBRARIES} PROPERTIES
+  VERSION ${PROJECT_VERSION}
+  SOVERSION ${PROJECT_VERSION_MAJOR}.${PROJECT_VERSION_MINOR})
+target_compile_features(kestrix_bt PUBLIC cxx_std_20)
+
+install(TARGETS ${KESTRIX_PROGRAMS} COMPONENT Runtime)
+install(TARGETS ${KESTRIX_LIBRARIES} EXPORT kestrix-targets
+  ARCHIVE COMPONENT Development
+  LIBRARY COMPONENT Runtime NAMELINK_COMPONENT Development)
+install(FILES ${KESTRIX_CONVERT_HEADERS} COMPONENT Development
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrix/convert)
+install(DIRECTORY libs/include/ COMPONENT Development
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kestrix)
+
+# CMake package and pkg-config file. Both find the installed tree from where they stand in it.
+set(cmake_folder ${CMAKE_INSTALL_LIBDIR}/cmake/kestrix)
+configure_package_config_file(cmake/kestrix-config.cmake.in kestrix-config.cmake
+  INSTALL_DESTINATION ${cmake_folder} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(kestrix-config-version.cmake COMPATIBILITY SameMinorVersion)
+install(EXPORT kestrix-targets NAMESPACE kestrix:: COMPONENT Development
+  DESTINATION ${cmake_folder})
+install(FILES ${PROJECT_BINARY_DIR}/kestrix-config.cmake
+              ${PROJECT_BINARY_DIR}/kestrix-config-version.cmake
+  COMPONENT Development DESTINATION ${cmake_folder})
+set(KESTRIX_PC_PRIVATE $<$<NOT:$<BOOL:${BUILD_SHARED_LIBS}>>:-ldeflate>)
+file(RELATIVE_PATH KESTRIX_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" KESTRIX_PC_PREFIX ${KESTRIX_PC_PREFIX})
+configure_file(cmake/kestrix.pc.in kestrix.pc.in @ONLY)
+file(GENERATE OUTPUT kestrix.pc INPUT ${PROJECT_BINARY_DIR}/kestrix.pc.in)
+install(FILES ${PROJECT_BINARY_DIR}/kestrix.pc COMPONENT Development
+  DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# What people read; the pages name each other by their places here.
+install(FILES README.md CHANGELOG.md COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES cmake/copyright COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR})
+install(FILES cmake/copyright COMPONENT Development
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libkestrix-dev)
+install(DIRECTORY docs COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR}
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+install(DIRECTORY samples COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# Debian packages, one for each component, and one archive of everything.
+set(CPACK_GENERATOR DEB TGZ)
+set(CPACK_PACKAGE_NAME kestrix)
+set(CPACK_PACKAGE_VENDOR "Vemra Studios")
+set(KESTRIX_MAINTAINER "Vemra Studios <kestrix@vemra.example>" CACHE STRING
+  "Who is named in packages as their maintainer")
+set(CPACK_PACKAGE_CONTACT ${KESTRIX_MAINTAINER})
+set(CPACK_PACKAGE_CHECKSUM SHA256)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_COMPONENTS_ALL Runtime Development)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_ARCHIVE_COMPONENT_INSTALL OFF)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME kestrix)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "converter from motion-capture characters to FBX
+kestrix reads a character model (.mdl) and the mapping of its degrees of
+freedom (.dof) and writes one FBX file with skeleton, bind pose, skinned
+meshes, materials and textures.")
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
+# Called for compressed models and mappings.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "gzip, ncompress")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkestrix-dev)
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "libraries of the kestrix converter, for development
+Headers, libraries, CMake package and pkg-config file of the libraries
+that kestrix is made of: character models and mappings, their readers,
+writers and edits, FBX scenes, and the conversion between them.")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libdeflate-dev")
+if(BUILD_SHARED_LIBS)
+  set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "kestrix (= ${PROJECT_VERSION})")
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
+endif()
+include(CPack)
