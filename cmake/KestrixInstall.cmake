@@ -4,7 +4,7 @@
 include(CMakePackageConfigHelpers)
 
 # The programs. With shared libraries they look for them beside themselves, wherever that is.
-set(KESTRIX_PROGRAMS kestrix)
+set(KESTRIX_PROGRAMS kestrix kestrix-info)
 # The libraries, under the names that other projects call them by: kestrix::bt and so on.
 set(KESTRIX_LIBRARIES kestrix_bt kestrix_ba kestrix_fbx kestrix_main)
 set_target_properties(kestrix_bt PROPERTIES EXPORT_NAME bt)
@@ -55,8 +55,12 @@ install(FILES cmake/copyright COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCD
 install(FILES cmake/copyright COMPONENT Development
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libkestrix-dev)
 install(DIRECTORY docs COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR}
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.png")
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.json")
 install(DIRECTORY samples COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR})
+
+# Manual pages and completion scripts, as kestrix_help has made them.
+install(DIRECTORY ${PROJECT_BINARY_DIR}/share/ COMPONENT Runtime
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR})
 
 # Debian packages, one for each component, and one archive of everything.
 set(CPACK_GENERATOR DEB TGZ)
@@ -78,7 +82,8 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "converter from motion-capture characters to FBX
 kestrix reads a character model (.mdl) and the mapping of its degrees of
 freedom (.dof) and writes one FBX file with skeleton, bind pose, skinned
-meshes, materials and textures.")
+meshes, materials and textures. kestrix-info tells what such files hold,
+checks and compares them.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # Called for compressed models and mappings.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "gzip, ncompress")

@@ -14,6 +14,22 @@ endfunction()
 
 kestrix_find_library(KESTRIX_LIBDEFLATE libdeflate.h deflate libdeflate-dev)
 
+find_package(nlohmann_json QUIET)
+if(NOT nlohmann_json_FOUND)
+  message(FATAL_ERROR "nlohmann/json.hpp was not found: install the Debian package "
+                      "nlohmann-json3-dev (scripts/setup installs everything)")
+endif()
+find_package(CLI11 QUIET)
+if(NOT CLI11_FOUND)
+  message(FATAL_ERROR "CLI/CLI.hpp was not found: install the Debian package libcli11-dev "
+                      "(scripts/setup installs everything)")
+endif()
+find_program(KESTRIX_SCDOC scdoc)
+if(NOT KESTRIX_SCDOC)
+  message(FATAL_ERROR "scdoc was not found: install the Debian package scdoc "
+                      "(scripts/setup installs everything)")
+endif()
+
 if(KESTRIX_TESTS)
   find_package(GTest QUIET)
   if(NOT GTest_FOUND)
@@ -21,11 +37,6 @@ if(KESTRIX_TESTS)
                         "(scripts/setup installs everything)")
   endif()
   kestrix_find_library(KESTRIX_ASSIMP assimp/Importer.hpp assimp libassimp-dev)
-  find_package(nlohmann_json QUIET)
-  if(NOT nlohmann_json_FOUND)
-    message(FATAL_ERROR "nlohmann/json.hpp was not found: install the Debian package "
-                        "nlohmann-json3-dev (scripts/setup installs everything)")
-  endif()
 endif()
 
 if(KESTRIX_BENCH)

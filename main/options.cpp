@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <iostream>
+#include <iterator>
 
 namespace {
 
@@ -34,36 +35,38 @@ bool SetMbVersion(const char* value, Settings* settings) {
   return true;
 }
 
-struct Option {
-  const char* name;
-  bool takes_value;
-  bool (*apply)(const char* value, Settings* settings);
+constexpr OptionText kOptions[] = {
+    {"-scale_factor", "factor", "2.54", nullptr, "multiplies all lengths"},
+    {"-mesh_per_body", nullptr, nullptr, nullptr, "one mesh per body, not one per chain of bodies"},
+    {"-mb_version", "version", "2011", "2011 2010 2009 2006 7.5",
+     "MotionBuilder release to write for"},
 };
 
-constexpr Option kOptions[] = {
-    {"-scale_factor", true, ReadScaleFactor},
-    {"-mesh_per_body", false, SetMeshPerBody},
-    {"-mb_version", true, SetMbVersion},
-};
+// What each option does, in the order of the table.
+using Apply = bool (*)(const char* value, Settings* settings);
+constexpr Apply kApply[] = {ReadScaleFactor, SetMeshPerBody, SetMbVersion};
+static_assert(std::size(kApply) == std::size(kOptions));
 
 // Applies the option at `*index` and moves the index behind it and its value.
 bool ApplyOption(int argc, char** argv, int* index, Settings* settings) {
   const BtStr name = argv[(*index)++];
-  for (const Option& option : kOptions) {
-    if (name != option.name) continue;
+  for (std::size_t i = 0; i < std::size(kOptions); ++i) {
+    if (name != kOptions[i].name) continue;
     const char* value = nullptr;
-    if (option.takes_value) {
+    if (kOptions[i].value != nullptr) {
       if (*index >= argc || argv[*index] == nullptr) {
         return Fail("No value specified for " + name + ".");
       }
       value = argv[(*index)++];
     }
-    return option.apply(value, settings);
+    return kApply[i](value, settings);
   }
   return Fail("Unexpected option \"" + name + "\".");
 }
 
 }  // namespace
+
+std::span<const OptionText> OptionTexts() { return kOptions; }
 
 bool ParseOptions(int argc, char** argv, Settings* settings) {
   int index = 1;
@@ -91,11 +94,14 @@ void PrintUsage(std::ostream& os) {
         "Usage:\n"
         "  kestrix [<options>] <input mdl> <input dof> <output fbx>\n"
         "\n"
-        "Options:\n"
-        "  -scale_factor <factor> (default: 2.54)\n"
-        "  -mesh_per_body\n"
-        "  -mb_version <version> (default: 2011)\n"
-        "\n"
+        "Options:\n";
+  for (const OptionText& option : kOptions) {
+    os << "  " << option.name;
+    if (option.value != nullptr) os << " <" << option.value << ">";
+    if (option.default_value != nullptr) os << " (default: " << option.default_value << ")";
+    os << "\n";
+  }
+  os << "\n"
         "Version:\n"
         "  0.9.0a (FBXSDK201103)\n"
         "\n"

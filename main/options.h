@@ -2,6 +2,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <span>
 
 #include "btstr.h"
 
@@ -14,6 +15,16 @@ struct Settings {
   BtStr dof_file;
   BtStr fbx_file;
 };
+
+// An option as people see it, in the usage text and in completions.
+struct OptionText {
+  const char* name;           // with its dash
+  const char* value;          // what stands for the value, null for an option that takes none
+  const char* default_value;  // null where there is none to show
+  const char* choices;        // values to offer, between blanks; null where there is no list
+  const char* help;
+};
+[[nodiscard]] std::span<const OptionText> OptionTexts();
 
 // Reads the arguments behind the program's name. Options come first, then exactly three file names.
 // A fault is printed on standard error in one line, and the answer is false.

@@ -1,0 +1,124 @@
+#include "arguments.h"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <string_view>
+
+#ifndef KESTRIX_VERSION
+#error "KESTRIX_VERSION is set by the build"
+#endif
+
+namespace {
+
+constexpr Command kCommands[] = {
+    {"info", "tell what is in model, mapping and FBX files", RunInfo},
+    {"check", "find what would make a conversion fail or look wrong", RunCheck},
+    {"diff", "tell what differs between two models or two mappings", RunDiff},
+    {"convert-model", "write a model in a dialect, edited if wanted", RunConvertModel},
+    {"picture", "draw skeleton and outline of a model as an SVG file", RunPicture},
+    {"completion", "print completion scripts for a shell", RunCompletion},
+};
+
+constexpr Argument kArguments[] = {
+    {" info ", "FILE", "FILE", nullptr, &Arguments::files, 1, -1, "models, mappings or FBX files"},
+    {" check ", "FILE", "MODEL [DOF]", nullptr, &Arguments::files, 1, 2,
+     "a model and, if wanted, its mapping"},
+    {" diff ", "FILE", "A B", nullptr, &Arguments::files, 2, 2, "two models, or two mappings"},
+    {" convert-model ", "FILE", "IN OUT", nullptr, &Arguments::files, 2, 2,
+     "the model to read and the model to write"},
+    {" picture ", "FILE", "MODEL", nullptr, &Arguments::files, 1, 1, "the model to draw"},
+    {" completion ", "FILE", "SHELL [PROGRAM]", "bash zsh kestrix kestrix-info", &Arguments::files,
+     1, 2, "bash or zsh; kestrix or kestrix-info, or neither for both"},
+    {" info check diff ", "--json", nullptr, nullptr, &Arguments::json, 0, 0,
+     "print JSON instead of text"},
+    {" info ", "--tree", nullptr, nullptr, &Arguments::tree, 0, 0,
+     "print the tree of the bodies only"},
+    {" info picture ", "--dof", "FILE", nullptr, &Arguments::dof, 0, 1,
+     "the mapping of the models: adds rotation orders"},
+    {" diff ", "--tolerance", "T", nullptr, &Arguments::tolerance, 0, 1,
+     "numbers that differ by no more are equal (default: 0.0001)"},
+    {" picture ", "-o,--output", "FILE", nullptr, &Arguments::output, 1, 1,
+     "the SVG file to write"},
+    {" convert-model ", "--to", "DIALECT", "document legacy", &Arguments::dialect, 0, 1,
+     "the dialect to write: document (default) or legacy"},
+    {" convert-model ", "--add", "FILE[,OFFSET[,SUFFIX]]", nullptr, &Arguments::add, 0, -1,
+     "add another model, its body ids moved by OFFSET, SUFFIX behind its body names"},
+    {" convert-model ", "--remove-body", "NAME|ID", nullptr, &Arguments::remove_bodies, 0, -1,
+     "take a body out; its children go to its parent"},
+    {" convert-model ", "--renumber", "OLD=NEW", nullptr, &Arguments::renumber, 0, -1,
+     "give a body another id, or all bodies the ids 1, 2, 3 ... with the word all"},
+    {" convert-model ", "--remove-bones", nullptr, nullptr, &Arguments::remove_bones, 0, 0,
+     "leave out the bones"},
+    {" convert-model ", "--remove-unused-materials", nullptr, nullptr,
+     &Arguments::remove_unused_materials, 0, 0, "leave out materials that nothing uses"},
+    {" convert-model ", "--triangulate", nullptr, nullptr, &Arguments::triangulate, 0, 0,
+     "cut polygons into triangles"},
+};
+
+bool IsPositional(const Argument& argument) { return argument.name[0] != '-'; }
+
+// Makes the option of an argument, bound to its place in `values`.
+void AddArgument(CLI::App* app, const Argument& argument, Arguments* values) {
+  CLI::Option* option = nullptr;
+  const std::string name = IsPositional(argument) ? std::string("files") : argument.name;
+  std::visit(
+      [&](auto member) {
+        auto& value = values->*member;
+        if constexpr (std::is_same_v<std::decay_t<decltype(value)>, bool>) {
+          option = app->add_flag(name, value, argument.help);
+        } else {
+          option = app->add_option(name, value, argument.help);
+        }
+      },
+      argument.target);
+  if (argument.value == nullptr) return;
+  option->type_name(argument.value);
+  if (IsPositional(argument)) {
+    option->type_name("")->option_text(argument.value);
+    if (argument.max_count != 1) option->expected(argument.min_count, argument.max_count);
+  } else if (argument.max_count < 0) {
+    // One value each time: the files that follow are not meant.
+    option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+  }
+  if (argument.min_count > 0) option->required();
+  if (argument.choices != nullptr) {
+    std::vector<std::string> choices;
+    std::istringstream words(argument.choices);
+    for (std::string word; words >> word;) choices.push_back(word);
+    option->check(CLI::IsMember(choices).description(""));
+  }
+}
+
+}  // namespace
+
+std::span<const Command> Commands() { return kCommands; }
+std::span<const Argument> ArgumentTable() { return kArguments; }
+
+bool Takes(const char* command, const Argument& argument) {
+  return std::string_view(argument.commands).find(" " + std::string(command) + " ") !=
+         std::string_view::npos;
+}
+
+int RunCommandLine(int argc, char** argv) {
+  CLI::App app("Looks into the files of kestrix: models, mappings, and the FBX files it writes.",
+               "kestrix-info");
+  app.set_version_flag("--version", "kestrix-info " KESTRIX_VERSION);
+  app.require_subcommand(1);
+  app.footer("Exit status: 0 for good, 1 for errors or differences found, 2 for trouble.");
+  Arguments values;
+  for (const Command& command : kCommands) {
+    CLI::App* sub = app.add_subcommand(command.name, command.help);
+    for (const Argument& argument : kArguments) {
+      if (Takes(command.name, argument)) AddArgument(sub, argument, &values);
+    }
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kExitGood : kExitTrouble;
+  }
+  for (const Command& command : kCommands) {
+    if (app.got_subcommand(command.name)) return command.run(values);
+  }
+  return kExitTrouble;
+}

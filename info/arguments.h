@@ -1,0 +1,68 @@
+// The command line of kestrix-info: one table of commands and one of arguments, from which the
+// parser, the help, the completions and the checks of the manual are made.
+#pragma once
+
+#include <span>
+#include <string>
+#include <variant>
+#include <vector>
+
+// What the user asks for. A command looks at its own fields only.
+struct Arguments {
+  std::vector<std::string> files;
+  std::string dof;
+  std::string output;
+  bool json = false;
+  bool tree = false;
+  double tolerance = 1e-4;
+  std::string dialect = "document";
+  std::vector<std::string> add;
+  std::vector<std::string> remove_bodies;
+  std::vector<std::string> renumber;
+  bool remove_bones = false;
+  bool remove_unused_materials = false;
+  bool triangulate = false;
+};
+
+// Exit statuses that all commands share.
+inline constexpr int kExitGood = 0;     // done, and nothing to complain of
+inline constexpr int kExitFound = 1;    // errors or differences were found
+inline constexpr int kExitTrouble = 2;  // a file or the command line is not what it should be
+
+struct Command {
+  const char* name;
+  const char* help;
+  int (*run)(const Arguments& arguments);
+};
+
+// Where the value of an argument goes.
+using ArgumentTarget =
+    std::variant<bool Arguments::*, double Arguments::*, std::string Arguments::*,
+                 std::vector<std::string> Arguments::*>;
+
+struct Argument {
+  const char* commands;  // the names of the commands that take it, between blanks
+  const char* name;      // with dashes; without them for one that is known by its place
+  const char* value;     // what stands for the value in the help, null for a flag
+  const char* choices;   // the values there are, between blanks; null where anything goes
+  ArgumentTarget target;
+  int min_count;  // of files
+  int max_count;  // -1 for any number
+  const char* help;
+};
+
+[[nodiscard]] std::span<const Command> Commands();
+[[nodiscard]] std::span<const Argument> ArgumentTable();
+// True when the command of this name takes the argument.
+[[nodiscard]] bool Takes(const char* command, const Argument& argument);
+
+// Parses the command line and runs the command; answers the exit status.
+int RunCommandLine(int argc, char** argv);
+
+// The commands, each in its own file.
+int RunInfo(const Arguments& arguments);
+int RunCheck(const Arguments& arguments);
+int RunDiff(const Arguments& arguments);
+int RunConvertModel(const Arguments& arguments);
+int RunPicture(const Arguments& arguments);
+int RunCompletion(const Arguments& arguments);

@@ -1,0 +1,249 @@
+// The rules of "check" about bodies: transforms, weights, polygons, ids.
+#include <cmath>
+#include <numeric>
+
+#include "bamodeldatapolyset.h"
+#include "checkrules.h"
+#include "style.h"
+
+namespace {
+
+constexpr double kScaleTolerance = 1e-3;
+constexpr double kWeightTolerance = 1e-5;  // six decimals may miss 1 by their rounding
+// A corner may leave the plane by this part of the polygon's size.
+constexpr double kPlaneTolerance = 1e-2;
+// A polygon's area must be above this part of the square of its size.
+constexpr double kAreaTolerance = 1e-9;
+
+// Rows of unit length, as the conversion makes them; `off` is the most that a row was off, or two
+// rows from being at right angles.
+Bt3X3FloatMat Normalized(const Bt3X3FloatMat& matrix, double* off) {
+  Bt3X3DoubleMat m(matrix);
+  for (int row = 0; row < 3; ++row) {
+    const double length = std::hypot(m(row, 0), m(row, 1), m(row, 2));
+    *off = std::max(*off, std::fabs(length - 1));
+    for (int c = 0; c < 3; ++c) m(row, c) /= length;
+  }
+  for (int row = 0; row < 3; ++row) {
+    const int next = (row + 1) % 3;
+    const double cosine = m(row, 0) * m(next, 0) + m(row, 1) * m(next, 1) + m(row, 2) * m(next, 2);
+    *off = std::max(*off, std::fabs(cosine));
+  }
+  return Bt3X3FloatMat(m);
+}
+
+void CheckTransforms(const CheckInput& input, Findings* findings) {
+  for (const BaBody* body : input.bodies) {
+    const Bt3X3FloatMat rotation = BtCoordSystem(body->transform()).rotation();
+    double off = 0;
+    if (!isRightHanded(rotation) || !isRightHanded(Normalized(rotation, &off))) {
+      findings->add(Kind("left-handed"), PlaceOf(*body),
+                    "its axes do not make a right-handed system");
+    } else if (off > kScaleTolerance) {
+      findings->add(Kind("scaled-transform"), PlaceOf(*body),
+                    "its axes are off by " + Short(off) + "; the scale is not kept");
+    }
+  }
+}
+
+// What is wrong with the weights of one body's vertices.
+struct WeightFaults {
+  int above_one = 0;
+  int negative = 0;
+  double largest = 0;
+  std::map<int, int> targets;  // vertices that follow each other body, by its id
+};
+
+void AddWeights(const BaVertexEffects& effects, int parent_id, WeightFaults* faults) {
+  double sum = 0;
+  bool negative = false;
+  for (auto* effect = effects.first(); effect != nullptr; effect = effect->next()) {
+    float weight = 0;
+    int target = parent_id;
+    if (effect->type() == BaFlexEffect) {
+      weight = static_cast<const BaVertexFlexEffect*>(effect)->weight;
+    } else if (effect->type() == BaFlex2Effect) {
+      weight = static_cast<const BaVertexFlex2Effect*>(effect)->weight;
+      target = static_cast<const BaVertexFlex2Effect*>(effect)->body_id;
+    } else {
+      continue;
+    }
+    negative |= weight < 0;
+    sum += std::max(0.0, static_cast<double>(weight));
+    ++faults->targets[target];
+  }
+  faults->negative += negative ? 1 : 0;
+  if (sum <= 1 + kWeightTolerance) return;
+  ++faults->above_one;
+  faults->largest = std::max(faults->largest, sum);
+}
+
+std::string VerticesText(int count) { return Counted(count, "vertex", "vertices"); }
+
+void AddTargetFindings(const BaBody& body, const WeightFaults& faults, const BaModel& model,
+                       const std::unordered_map<int, int>& tops, Findings* findings) {
+  for (const auto& [id, count] : faults.targets) {
+    const BaBody* target = id == 0 ? nullptr : model.findBody(id);
+    const bool one = count == 1;
+    if (target == nullptr) {
+      findings->add(Kind("flex-target-missing"), PlaceOf(body),
+                    VerticesText(count) + (one ? " follows " : " follow ") +
+                        (id == 0 ? "the world" : "body " + std::to_string(id)),
+                    count);
+    } else if (tops.at(id) != tops.at(body.id())) {
+      findings->add(Kind("flex-outside-chain"), PlaceOf(body),
+                    VerticesText(count) + (one ? " follows " : " follow ") + Text(target->name()),
+                    count);
+    }
+  }
+}
+
+void CheckWeights(const CheckInput& input, Findings* findings) {
+  std::unordered_map<int, int> tops;  // the body at the top of each body's chain
+  for (const BaBody* body : input.bodies) {
+    tops[body->id()] = body->parentId() == 0 ? body->id() : tops[body->parentId()];
+  }
+  for (const BaBody* body : input.bodies) {
+    WeightFaults faults;
+    const BaModelData_PolySet set(body);
+    for (const auto& vertex : set.effects()) {
+      AddWeights(*vertex.effects, body->parentId(), &faults);
+    }
+    if (faults.above_one > 0) {
+      findings->add(Kind("weight-above-one"), PlaceOf(*body),
+                    VerticesText(faults.above_one) + ", up to " + Short(faults.largest),
+                    faults.above_one);
+    }
+    if (faults.negative > 0) {
+      findings->add(Kind("weight-negative"), PlaceOf(*body), VerticesText(faults.negative),
+                    faults.negative);
+    }
+    AddTargetFindings(*body, faults, input.model, tops, findings);
+  }
+}
+
+struct PolygonFaults {
+  int degenerate = 0;
+  int nonplanar = 0;
+  double worst = 0;
+};
+
+Point Minus(const Point& a, const Point& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
+double Dot(const Point& a, const Point& b) {
+  return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
+}
+Point Cross(const Point& a, const Point& b) {
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+
+void AddPolygon(const BaVertexElement& element, const std::vector<int>& corners,
+                PolygonFaults* faults) {
+  std::vector<Point> points;
+  points.reserve(corners.size());
+  for (const int i : corners) points.push_back(PointOf(element.vertices()[i]));
+  Point centre = {};
+  for (const Point& p : points) {
+    for (std::size_t c = 0; c < 3; ++c) centre[c] += p[c] / static_cast<double>(points.size());
+  }
+  Point normal = {};  // as long as twice the area
+  double size = 0;
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    const Point a = Minus(points[i], centre);
+    const Point n = Cross(a, Minus(points[(i + 1) % points.size()], centre));
+    for (std::size_t c = 0; c < 3; ++c) normal[c] += n[c];
+    size = std::max(size, std::sqrt(Dot(a, a)));
+  }
+  const double length = std::sqrt(Dot(normal, normal));
+  if (!(length > kAreaTolerance * size * size)) {
+    ++faults->degenerate;
+    return;
+  }
+  double off = 0;
+  for (const Point& p : points) {
+    off = std::max(off, std::fabs(Dot(Minus(p, centre), normal)) / length);
+  }
+  if (off <= kPlaneTolerance * size) return;
+  ++faults->nonplanar;
+  faults->worst = std::max(faults->worst, off);
+}
+
+template <class Elements>
+int CountWithoutFace(const Elements& elements) {
+  return static_cast<int>(std::count_if(elements.begin(), elements.end(), [](const auto* polygon) {
+    return polygon->numVertices() < 3;
+  }));
+}
+
+void CheckPolygons(const CheckInput& input, Findings* findings) {
+  for (const BaBody* body : input.bodies) {
+    PolygonFaults faults;
+    faults.degenerate =
+        CountWithoutFace(body->polygons()) + CountWithoutFace(body->texturedPolygons());
+    ForEachFace(*body, [&](const BaVertexElement& element, const std::vector<int>& corners) {
+      AddPolygon(element, corners, &faults);
+    });
+    if (faults.degenerate > 0) {
+      findings->add(Kind("polygon-degenerate"), PlaceOf(*body),
+                    Counted(faults.degenerate, "polygon", "polygons"), faults.degenerate);
+    }
+    if (faults.nonplanar > 0) {
+      findings->add(Kind("polygon-nonplanar"), PlaceOf(*body),
+                    Counted(faults.nonplanar, "polygon", "polygons") + ", corners up to " +
+                        Short(faults.worst) + " off the plane",
+                    faults.nonplanar);
+    }
+  }
+}
+
+void CheckIds(const CheckInput& input, Findings* findings) {
+  if (input.bodies.empty()) {
+    findings->add(Kind("no-bodies"), {"model", input.model_file, {}}, "nothing is converted");
+    return;
+  }
+  int gaps = 0;
+  int first = 0;
+  for (int id = 1; id < input.model.bodies().size(); ++id) {
+    if (input.model.findBody(id) != nullptr) continue;
+    if (gaps++ == 0) first = id;
+  }
+  if (gaps == 0) return;
+  findings->add(
+      Kind("id-gap"), {"model", input.model_file, {}},
+      Counted(gaps, "id is", "ids are") + " not used, the first is " + std::to_string(first), gaps);
+}
+
+void CheckUnits(const CheckInput& input, Findings* findings) {
+  const BaUnits& units = input.model.lengthUnits();
+  if (units.name == "INCHES" && units.factor == 1.0F) return;
+  findings->add(Kind("units-not-inches"), {"model", input.model_file, {}},
+                "lengths times " + Short(static_cast<double>(units.factor)) + " are " +
+                    Text(units.name) + "; give -scale_factor to match");
+}
+
+void CheckNotConverted(const CheckInput& input, Findings* findings) {
+  const BaModel& model = input.model;
+  const struct {
+    int count;
+    const char* one;
+    const char* many;
+  } kinds[] = {{model.bones().size(), "bone", "bones"},
+               {model.lights().count(), "light", "lights"},
+               {model.lightingModels().count(), "lighting model", "lighting models"},
+               {model.muscles().count(), "muscle", "muscles"}};
+  std::string text;
+  int total = 0;
+  for (const auto& kind : kinds) {
+    if (kind.count == 0) continue;
+    text += (text.empty() ? "" : ", ") + Counted(kind.count, kind.one, kind.many);
+    total += kind.count;
+  }
+  if (total == 0) return;
+  findings->add(Kind("not-converted"), {"model", input.model_file, {}}, text, total);
+}
+
+constexpr CheckRule kRules[] = {CheckTransforms, CheckWeights, CheckPolygons,
+                                CheckIds,        CheckUnits,   CheckNotConverted};
+
+}  // namespace
+
+std::span<const CheckRule> BodyRules() { return kRules; }

@@ -1,0 +1,43 @@
+// The rules of "check". Each looks for a few kinds of findings and changes nothing.
+#pragma once
+
+#include <span>
+#include <string>
+
+#include "findings.h"
+#include "geometry.h"
+#include "inputs.h"
+
+class BaModelData;
+class BaUnlockedMapping;
+
+struct CheckInput {
+  std::string model_file;
+  std::string dof_file;
+  const BaModel& model;
+  const BaUnlockedMapping* mapping;   // null where none was given
+  std::vector<const BaBody*> bodies;  // parents before their children
+};
+
+using CheckRule = void (*)(const CheckInput& input, Findings* findings);
+
+// About bodies, shapes and weights; about names, materials and textures; about the mapping.
+std::span<const CheckRule> BodyRules();
+std::span<const CheckRule> MaterialRules();
+std::span<const CheckRule> MappingRules();
+
+inline Place PlaceOf(const BaBody& body) { return {"body", Text(body.name()), body.id()}; }
+inline Place PlaceOf(const BaMaterial& material) {
+  return {"material", Text(material.name()), material.id()};
+}
+
+// Adds what readers and the conversion recorded. The code is found by the words of the message,
+// `fallback` is that of other errors. Warnings of a kind that a rule has found already, place and
+// all, are passed over.
+void AddMessages(const std::vector<Message>& messages, const Place& place,
+                 const FindingKind* fallback, Findings* findings);
+
+// Converts the model as the converter does, but keeps nothing: whatever the rules do not know is
+// found here. The model loses its bones and unused materials. Nothing is done where errors were
+// found before, as a conversion might not survive them.
+void TryConversion(const CheckInput& input, BaModel* model, Findings* findings);

@@ -1,0 +1,63 @@
+// "convert-model": writes a model in a dialect, edited if wanted.
+#include <iostream>
+#include <limits>
+#include <memory>
+
+#include "arguments.h"
+#include "bamodeldata.h"
+#include "btexcept.h"
+#include "inputs.h"
+#include "modeledits.h"
+#include "outputfile.h"
+
+namespace {
+
+// Applies the edits in their fixed order; false after a recorded error.
+bool Edit(const Arguments& arguments, std::unique_ptr<BaModel>* model) {
+  if (!AddModels(arguments.add, arguments.files[1], model) ||
+      !RemoveBodies(arguments.remove_bodies, model->get()) ||
+      !RenumberBodies(arguments.renumber, model->get())) {
+    return false;
+  }
+  if (arguments.remove_bones) (*model)->removeBones();
+  if (arguments.remove_unused_materials) (*model)->removeUnusedMaterials(false);
+  if (arguments.triangulate) Triangulate(model->get());
+  return true;
+}
+
+bool Write(const std::string& file, const BaModel& model, bool legacy) {
+  if (legacy) return WriteWholeFile(file, [&model](std::ostream& os) { model.printOn(os); });
+  BaModelData data;
+  if (!data.fillFrom(model, true)) return false;
+  return WriteWholeFile(file, [&data](std::ostream& os) {
+    os.precision(std::numeric_limits<float>::max_digits10);  // numbers come back as they are
+    data.printOn(os);
+  });
+}
+
+// Prints the warnings and the error of a step; false after an error.
+bool Done(const std::string& file) {
+  const std::vector<Message> messages = TakeMessages();
+  PrintWarnings(file, messages);
+  if (!HasError(messages)) return true;
+  Complain(file, ErrorText(messages));
+  return false;
+}
+
+}  // namespace
+
+int RunConvertModel(const Arguments& arguments) {
+  const std::string& in = arguments.files[0];
+  const std::string& out = arguments.files[1];
+  const bool legacy = arguments.dialect == "legacy";
+  auto model = std::make_unique<BaModel>();
+  model->read(in.c_str());
+  if (!Done(in)) return kExitTrouble;
+  MoveTextures(in, out, model.get());
+  const bool edited = Edit(arguments, &model);
+  if (!Done(in) || !edited) return kExitTrouble;
+  WarnOfLosses(*model, legacy);
+  if (!Done(out)) return kExitTrouble;
+  const bool written = Write(out, *model, legacy);
+  return Done(out) && written ? kExitGood : kExitTrouble;
+}

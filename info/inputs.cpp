@@ -1,0 +1,130 @@
+#include "inputs.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <unordered_map>
+
+#include "bamapping.h"
+#include "bamodel.h"
+#include "bamodelheader.h"
+#include "btexcept.h"
+#include "bttextfile.h"
+
+namespace {
+
+constexpr std::string_view kMappingFileId = "Zov Graphic Mapping File";
+constexpr std::string_view kFbxFileId = "Kaydara FBX Binary";
+// The legacy reader shows the record that it read last, over several lines.
+constexpr std::string_view kLastRecord = "The last successfully read object was:";
+
+// Blanks and line ends become one blank each.
+std::string OneLine(std::string_view text) {
+  std::string line;
+  for (const char c : text) {
+    const bool is_blank = c == ' ' || c == '\n' || c == '\t' || c == '\r';
+    if (!is_blank) {
+      line += c;
+    } else if (!line.empty() && line.back() != ' ') {
+      line += ' ';
+    }
+  }
+  if (!line.empty() && line.back() == ' ') line.pop_back();
+  return line;
+}
+
+FileKind KindByName(std::string_view file) {
+  if (file.ends_with(".dof")) return FileKind::Mapping;
+  return file.ends_with(".fbx") ? FileKind::Fbx : FileKind::Model;
+}
+
+}  // namespace
+
+std::vector<Message> TakeMessages() {
+  const std::unique_ptr<BtExcept> first(theExceptObj.release());
+  std::vector<Message> messages;
+  std::unordered_map<std::string, std::size_t> places;
+  std::string error;
+  for (const BtExcept* record = first.get(); record != nullptr;
+       record = record->hasDetail() ? &record->detail() : nullptr) {
+    const std::string text = OneLine(record->message().view());
+    if (!record->isWarning()) {
+      if (text.find(kLastRecord) != std::string::npos) continue;
+      error += (error.empty() ? "" : " ") + text;
+      continue;
+    }
+    const auto [place, is_new] = places.try_emplace(text, messages.size());
+    if (is_new) {
+      messages.push_back({false, text});
+    } else {
+      ++messages[place->second].count;
+    }
+  }
+  if (!error.empty()) messages.push_back({true, error});
+  std::reverse(messages.begin(), messages.end());
+  return messages;
+}
+
+bool HasError(const std::vector<Message>& messages) {
+  return std::any_of(messages.begin(), messages.end(), [](const Message& m) { return m.is_error; });
+}
+
+std::string ErrorText(const std::vector<Message>& messages) {
+  for (const Message& message : messages) {
+    if (message.is_error) return message.text;
+  }
+  return {};
+}
+
+FileKind KindOf(const std::string& file) {
+  std::error_code ignored;
+  if (std::filesystem::exists(file, ignored) && !std::filesystem::is_regular_file(file, ignored)) {
+    return KindByName(file);  // what is read from a pipe is gone
+  }
+  const BtInputFile input(file.c_str());
+  std::array<char, 32> start = {};
+  if (input.isOpen()) input.stream().read(start.data(), start.size());
+  delete theExceptObj.release();
+  const std::string_view text(start.data(), start.size());
+  if (text.starts_with(kBaModelFileId)) return FileKind::Model;
+  if (text.starts_with(kMappingFileId)) return FileKind::Mapping;
+  return text.starts_with(kFbxFileId) ? FileKind::Fbx : FileKind::Unknown;
+}
+
+const char* KindName(FileKind kind) {
+  constexpr const char* kNames[] = {"model", "mapping", "fbx", "unknown"};
+  return kNames[static_cast<int>(kind)];
+}
+
+std::vector<Message> ReadModel(const std::string& file, BaModel* model) {
+  model->read(file.c_str());
+  return TakeMessages();
+}
+
+std::vector<Message> ReadMapping(const std::string& file, BaUnlockedMapping* mapping) {
+  mapping->read(file.c_str(), true);
+  return TakeMessages();
+}
+
+void Complain(const std::string& file, std::string_view text) {
+  std::cerr << "kestrix-info: " << Printable(file) << ": " << Printable(text) << "\n";
+}
+
+void PrintWarnings(const std::string& file, const std::vector<Message>& messages) {
+  for (const Message& message : messages) {
+    if (message.is_error) continue;
+    const std::string times =
+        message.count > 1 ? " (" + std::to_string(message.count) + " times)" : "";
+    Complain(file, "warning: " + message.text + times);
+  }
+}
+
+std::string Printable(std::string_view text) {
+  std::string result(text);
+  std::replace_if(
+      result.begin(), result.end(),
+      [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, '?');
+  return result;
+}

@@ -1,0 +1,46 @@
+// Opening what the user names: which kind of file it is, and what was recorded while reading it.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "btstr.h"
+
+class BaModel;
+class BaUnlockedMapping;
+
+// The text of a string, empty for null.
+inline std::string Text(const BtStr& text) { return std::string(text.view()); }
+
+// Something that the libraries had to say.
+struct Message {
+  bool is_error;
+  std::string text;  // in one line
+  int count = 1;     // how often it was said
+};
+
+// Takes what is recorded: an error with its reasons as one message, each warning once with its
+// count, in the order in which they came.
+std::vector<Message> TakeMessages();
+// True when there is an error among them.
+bool HasError(const std::vector<Message>& messages);
+// The text of the first error, empty where there is none.
+std::string ErrorText(const std::vector<Message>& messages);
+
+enum class FileKind { Model, Mapping, Fbx, Unknown };
+// What the first bytes of a file say, of the text in it for a compressed one; for what is no
+// regular file, what its name says.
+FileKind KindOf(const std::string& file);
+const char* KindName(FileKind kind);
+
+// Each reads a file and answers what was recorded meanwhile.
+std::vector<Message> ReadModel(const std::string& file, BaModel* model);
+std::vector<Message> ReadMapping(const std::string& file, BaUnlockedMapping* mapping);
+
+// Prints "kestrix-info: FILE: TEXT" on standard error.
+void Complain(const std::string& file, std::string_view text);
+// Warnings are printed that way as well.
+void PrintWarnings(const std::string& file, const std::vector<Message>& messages);
+// `text` with control characters replaced, so that it cannot steer a terminal or break a line.
+std::string Printable(std::string_view text);

@@ -1,0 +1,182 @@
+#include "shapedifferences.h"
+
+#include <cmath>
+#include <map>
+#include <unordered_map>
+
+#include "bamodeldatapolyset.h"
+#include "geometry.h"
+#include "inputs.h"
+#include "placeindex.h"
+#include "style.h"
+
+namespace {
+
+using Rows = std::vector<std::vector<double>>;
+// What a vertex follows: weights by body name, moves by slider.
+using Effects = std::map<std::string, std::vector<double>>;
+
+struct Shape {
+  Rows vertices;                                     // x y z
+  std::unordered_map<std::size_t, Effects> effects;  // by vertex
+  Rows faces;                                        // the middle, and the number of corners
+  std::vector<std::string> materials;                // of each face
+  Rows corners;                                      // x y z u v, of faces with texture
+};
+
+void AddEffect(const Ba_VertexEffect& effect, const ShapeOwner& owner, Effects* effects) {
+  int target = owner.body.parentId();
+  double weight = 0;
+  if (effect.type() == BaFlexEffect) {
+    weight = static_cast<double>(static_cast<const BaVertexFlexEffect&>(effect).weight);
+  } else if (effect.type() == BaFlex2Effect) {
+    weight = static_cast<double>(static_cast<const BaVertexFlex2Effect&>(effect).weight);
+    target = static_cast<const BaVertexFlex2Effect&>(effect).body_id;
+  } else if (effect.type() == BaBlendEffect) {
+    const auto& blend = static_cast<const BaVertexBlendEffect&>(effect);
+    auto& move = (*effects)["slider " + Text(blend.slider_group) + "/" + Text(blend.slider_name)];
+    move.assign(blend.offset.begin(), blend.offset.end());
+    return;
+  } else {
+    return;
+  }
+  const BaBody* body = owner.model.findBody(target);
+  auto& sum = (*effects)["body " + (body == nullptr ? std::to_string(target) : Text(body->name()))];
+  sum.resize(1);
+  sum[0] += weight;
+}
+
+// The texture coordinates of an element, null where it has none.
+const BtDArray<BaTextureCoords>* CoordsOf(const BaVertexElement& element) {
+  if (const auto* polygon = dynamic_cast<const BaTexturedPolygon*>(&element)) {
+    return &polygon->textureCoords();
+  }
+  const auto* mesh = dynamic_cast<const BaTexturedTMesh*>(&element);
+  return mesh == nullptr ? nullptr : &mesh->textureCoords();
+}
+
+void AddFace(const BaVertexElement& element, const std::vector<int>& corners, const BaModel& model,
+             Shape* shape) {
+  std::vector<double> face(4, 0.0);
+  const BtDArray<BaTextureCoords>* coords = CoordsOf(element);
+  for (const int i : corners) {
+    const Point p = PointOf(element.vertices()[i]);
+    for (std::size_t c = 0; c < 3; ++c) face[c] += p[c] / static_cast<double>(corners.size());
+    if (coords == nullptr) continue;
+    const BaTextureCoords& uv = (*coords)[i];
+    shape->corners.push_back(
+        {p[0], p[1], p[2], static_cast<double>(uv.u), static_cast<double>(uv.v)});
+  }
+  face[3] = static_cast<double>(corners.size());
+  shape->faces.push_back(std::move(face));
+  const BaMaterial* material = model.materialById(element.materialId());
+  shape->materials.push_back(material == nullptr ? "" : Text(material->name()));
+}
+
+Shape ShapeOf(const ShapeOwner& owner) {
+  Shape shape;
+  const BaModelData_PolySet set(&owner.body);
+  for (const BaMDPoint& p : set.vertices()) {
+    shape.vertices.push_back(
+        {static_cast<double>(p.x), static_cast<double>(p.y), static_cast<double>(p.z)});
+  }
+  for (const auto& vertex : set.effects()) {
+    Effects& effects = shape.effects[static_cast<std::size_t>(vertex.vertex)];
+    for (auto* effect = vertex.effects->first(); effect != nullptr; effect = effect->next()) {
+      AddEffect(*effect, owner, &effects);
+    }
+  }
+  ForEachFace(owner.body, [&](const BaVertexElement& element, const std::vector<int>& corners) {
+    AddFace(element, corners, owner.model, &shape);
+  });
+  return shape;
+}
+
+const Effects& EffectsOf(const Shape& shape, std::size_t vertex) {
+  static const Effects kNone;
+  const auto found = shape.effects.find(vertex);
+  return found == shape.effects.end() ? kNone : found->second;
+}
+
+bool Contains(const Effects& a, const Effects& b, double tolerance) {
+  for (const auto& [name, values] : a) {
+    const auto other = b.find(name);
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      const double value = other == b.end() ? 0.0 : other->second[i];
+      if (std::fabs(values[i] - value) > tolerance) return false;
+    }
+  }
+  return true;
+}
+
+int CountMissing(const Rows& rows, const Rows& others, double tolerance) {
+  const PlaceIndex index(&others, tolerance);
+  int missing = 0;
+  for (const auto& row : rows) {
+    if (!index.has(row, [](std::size_t) { return true; })) ++missing;
+  }
+  return missing;
+}
+
+// Vertices of `a` that are in `b` too, but follow other bodies or sliders there.
+int CountOtherEffects(const Shape& a, const Shape& b, double tolerance) {
+  const PlaceIndex index(&b.vertices, tolerance);
+  int count = 0;
+  for (std::size_t i = 0; i < a.vertices.size(); ++i) {
+    const Effects& effects = EffectsOf(a, i);
+    bool there = false;
+    const bool same = index.has(a.vertices[i], [&](std::size_t k) {
+      there = true;
+      const Effects& others = EffectsOf(b, k);
+      return Contains(effects, others, tolerance) && Contains(others, effects, tolerance);
+    });
+    if (there && !same) ++count;
+  }
+  return count;
+}
+
+int CountOtherMaterials(const Shape& a, const Shape& b, double tolerance) {
+  const PlaceIndex index(&b.faces, tolerance);
+  int count = 0;
+  for (std::size_t i = 0; i < a.faces.size(); ++i) {
+    bool there = false;
+    const bool same = index.has(a.faces[i], [&](std::size_t k) {
+      there = true;
+      return a.materials[i] == b.materials[k];
+    });
+    if (there && !same) ++count;
+  }
+  return count;
+}
+
+}  // namespace
+
+void DiffShapes(const ShapeOwner& a_owner, const ShapeOwner& b_owner, double tolerance,
+                std::vector<Difference>* found) {
+  const Shape a = ShapeOf(a_owner);
+  const Shape b = ShapeOf(b_owner);
+  const std::string name = Text(a_owner.body.name());
+  const auto add = [&](const char* code, const std::string& in_a, const std::string& in_b) {
+    if (in_a != in_b) found->push_back({code, "body", name, in_a, in_b});
+  };
+  add("vertex-count", std::to_string(a.vertices.size()), std::to_string(b.vertices.size()));
+  add("polygon-count", std::to_string(a.faces.size()), std::to_string(b.faces.size()));
+  const auto add_missing = [&](const char* code, const Rows& in_a, const Rows& in_b) {
+    const int only_a = CountMissing(in_a, in_b, tolerance);
+    const int only_b = CountMissing(in_b, in_a, tolerance);
+    if (only_a + only_b > 0) {
+      found->push_back({code, "body", name, std::to_string(only_a) + " that B has not",
+                        std::to_string(only_b) + " that A has not"});
+    }
+  };
+  add_missing("vertices-moved", a.vertices, b.vertices);
+  add_missing("polygons-changed", a.faces, b.faces);
+  add_missing("texture-coordinates", a.corners, b.corners);
+  const auto add_count = [&](const char* code, int count, const char* text) {
+    if (count > 0) found->push_back({code, "body", name, "", std::to_string(count) + text});
+  };
+  add_count("weights-changed", CountOtherEffects(a, b, tolerance),
+            " vertices follow other bodies or sliders");
+  add_count("polygon-materials", CountOtherMaterials(a, b, tolerance),
+            " polygons have another material");
+}

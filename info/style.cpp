@@ -1,0 +1,47 @@
+#include "style.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "inputs.h"
+
+bool UseColour() {
+  static const bool use = [] {
+    const char* no_colour = std::getenv("NO_COLOR");
+    return (no_colour == nullptr || *no_colour == '\0') && isatty(STDOUT_FILENO) == 1;
+  }();
+  return use;
+}
+
+std::string Styled(Style style, std::string_view text) {
+  constexpr const char* kCodes[] = {"", "\x1B[1m", "\x1B[2m", "\x1B[32m", "\x1B[33m", "\x1B[31m"};
+  std::string printable = Printable(text);
+  if (style == Style::Plain || !UseColour()) return printable;
+  return kCodes[static_cast<int>(style)] + printable + "\x1B[0m";
+}
+
+std::string Short(double number) {
+  std::array<char, 32> text = {};
+  std::snprintf(text.data(), text.size(), "%.6g", number + 0.0);
+  return std::string(text.data()) == "-0" ? "0" : text.data();
+}
+
+std::string Counted(long long count, std::string_view one, std::string_view many) {
+  return std::to_string(count) + " " + std::string(count == 1 ? one : many);
+}
+
+std::size_t Width(std::string_view text) {
+  return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), [](char c) {
+    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+  }));
+}
+
+std::string Padded(std::string text, std::size_t width) {
+  const std::size_t used = Width(text);
+  if (used < width) text.append(width - used, ' ');
+  return text;
+}

@@ -1,0 +1,185 @@
+// "convert-model", "diff" and "picture".
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
+
+#include "info/runtool.h"
+#include "main/runprogram.h"
+
+namespace {
+
+using Codes = std::set<std::string>;
+
+// The codes of what differs, "?" where the files cannot be compared.
+Codes DiffCodes(const std::string& a, const std::string& b) {
+  const ToolResult result = RunTool({"diff", "--json", a, b});
+  const auto answer = nlohmann::json::parse(result.out);
+  Codes codes;
+  for (const auto& difference : answer["differences"]) codes.insert(difference["code"]);
+  EXPECT_EQ(result.status, codes.empty() ? 0 : 1) << result.out << result.err;
+  EXPECT_EQ(answer["same"], codes.empty());
+  return codes;
+}
+
+// Lights have no form in documents, sliders none in legacy text, and a warning says so.
+TEST(ConvertModel, KeepsWhatTheDialectHolds) {
+  const struct {
+    std::string model;
+    std::string dialect;
+    Codes lost;
+    std::string warning;
+  } rows[] = {
+      {"fox.mdl", "document", {}, ""},
+      {"fox-v2.mdl", "legacy", {}, ""},
+      {"fox.mdl", "legacy", {}, ""},
+      {"robot.mdl", "document", {"count-changed"}, "lights"},
+      {"robot.mdl", "legacy", {}, ""},
+      {"robot-v2.mdl", "document", {}, ""},
+      {"robot-v2.mdl", "legacy", {"slider-removed", "weights-changed"}, "sliders"},
+      {"walker.mdl", "document", {}, ""},
+      {"walker-v2.mdl", "legacy", {}, ""},
+      {"stage-v2.mdl", "document", {}, ""},
+  };
+  const TestFolder folder;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.model + " to " + row.dialect);
+    const std::string out = folder.path("out.mdl");
+    const ToolResult result =
+        RunTool({"convert-model", "--to", row.dialect, Sample(row.model), out});
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err.find(row.warning) != std::string::npos, true) << result.err;
+    EXPECT_EQ(result.err.empty(), row.warning.empty()) << result.err;
+    EXPECT_EQ(DiffCodes(Sample(row.model), out), row.lost);
+  }
+}
+
+// Rest transforms become angles and matrices again; everything else comes back to the last bit.
+TEST(ConvertModel, KeepsNumbersExactly) {
+  const TestFolder folder;
+  const std::string document = folder.path("a.mdl");
+  const std::string legacy = folder.path("b.mdl");
+  ASSERT_EQ(RunTool({"convert-model", Sample("fox.mdl"), document}).status, 0);
+  ASSERT_EQ(RunTool({"convert-model", "--to", "legacy", document, legacy}).status, 0);
+  const ToolResult result = RunTool({"diff", "--tolerance", "0", Sample("fox.mdl"), legacy});
+  std::istringstream lines(result.out);
+  for (std::string line; std::getline(lines, line);) {
+    EXPECT_TRUE(line.starts_with("body-turned") || line.ends_with("differences")) << line;
+  }
+}
+
+TEST(ConvertModel, Edits) {
+  const struct {
+    std::vector<std::string> options;
+    Codes codes;
+  } rows[] = {
+      {{"--remove-bones"}, {"bones-changed"}},
+      {{"--remove-bones", "--remove-unused-materials"}, {"bones-changed", "material-removed"}},
+      {{"--triangulate"}, {"polygon-count", "polygons-changed"}},
+      {{"--renumber", "3=300"}, {"body-renumbered"}},
+      {{"--renumber", "all"}, {}},
+      {{"--remove-body", "Head"}, {"body-removed", "body-reparented", "body-moved"}},
+      {{"--add", Sample("fox.mdl") + ",1000,_fox"}, {"body-added", "material-added"}},
+  };
+  const TestFolder folder;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.options[0]);
+    const std::string out = folder.path("out.mdl");
+    std::vector<std::string> arguments = {"convert-model"};
+    arguments.insert(arguments.end(), row.options.begin(), row.options.end());
+    arguments.insert(arguments.end(), {Sample("walker.mdl"), out});
+    const ToolResult result = RunTool(arguments);
+    EXPECT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(DiffCodes(Sample("walker.mdl"), out), row.codes);
+    // What was written converts; textures of other folders are found from the new one.
+    EXPECT_EQ(RunTool({"check", out}).out.find("texture-missing"), std::string::npos);
+  }
+}
+
+TEST(ConvertModel, WritesNothingWhereItFails) {
+  const TestFolder folder;
+  const std::string out = folder.write("out.mdl", "older");
+  const std::vector<std::string> rows[] = {
+      {"--add", folder.path("none.mdl")},
+      {"--add", Sample("walker.mdl")},  // the same ids
+      {"--add", Sample("fox.mdl") + ",x,y"},
+      {"--remove-body", "nobody"},
+      {"--renumber", "3=4"},
+      {"--renumber", "3"},
+      {"--renumber", "3=99999999"},
+      {"--to", "fbx"},
+  };
+  for (std::vector<std::string> arguments : rows) {
+    SCOPED_TRACE(arguments[1]);
+    arguments.insert(arguments.begin(), "convert-model");
+    arguments.insert(arguments.end(), {Sample("walker.mdl"), out});
+    EXPECT_EQ(RunTool(arguments).status, 2);
+    EXPECT_EQ(ReadFile(out), "older");
+    EXPECT_EQ(folder.names().size(), 1U);
+  }
+  const std::string packed = folder.path("out.mdl.gz");
+  EXPECT_EQ(RunTool({"convert-model", Sample("fox.mdl"), packed}).status, 0);
+  EXPECT_EQ(DiffCodes(Sample("fox.mdl"), packed), Codes());
+  EXPECT_EQ(RunTool({"convert-model", Sample("fox.mdl"), folder.path("no/out.mdl")}).status, 2);
+}
+
+TEST(Diff, SeesEachChange) {
+  const std::string fox = ReadFile(Sample("fox.mdl"));
+  const std::string mapping = ReadFile(Sample("fox.dof"));
+  const struct {
+    std::string file;
+    std::string from;
+    std::string to;
+    Codes codes;
+  } rows[] = {
+      {"fox.mdl", "10.530868", "10.530869", {}},
+      {"fox.mdl", "10.530868", "10.540868", {"body-moved"}},
+      {"fox.mdl",
+       "  1.000000  0.000000  0.000000",
+       "  0.990000  0.000000  0.000000",
+       {"body-turned"}},
+      {"fox.mdl",
+       "b_Hip_01\n 3\n",
+       "b_Hop_01\n 3\n",
+       {"body-added", "body-removed", "body-reparented", "weights-changed"}},
+      {"fox.mdl", "fox_fox_material.png", "other.png", {"texture-changed"}},
+      {"fox.mdl", " 3 1 1 1", " 3 1 0 1", {"material-changed"}},
+      {"fox.dof", "1 2 3", "2 1 3", {"order-changed"}},
+  };
+  const TestFolder folder;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.from);
+    std::string text = row.file == "fox.mdl" ? fox : mapping;
+    const std::size_t place = text.find(row.from);
+    ASSERT_NE(place, std::string::npos);
+    text.replace(place, row.from.size(), row.to);
+    const std::string changed = folder.write(row.file, text);
+    std::filesystem::copy_file(Sample("fox_fox_material.png"), folder.path("fox_fox_material.png"),
+                               std::filesystem::copy_options::overwrite_existing);
+    EXPECT_EQ(DiffCodes(Sample(row.file), changed), row.codes);
+  }
+  EXPECT_EQ(RunTool({"diff", Sample("fox.mdl"), Sample("fox.dof")}).status, 2);
+  EXPECT_EQ(RunTool({"diff", "--tolerance", "-1", Sample("fox.mdl"), Sample("fox.mdl")}).status, 2);
+}
+
+TEST(Picture, DrawsEverySampleTheSameEachTime) {
+  const TestFolder folder;
+  for (const std::string name : {"fox", "robot-v2", "walker", "stage-v2"}) {
+    SCOPED_TRACE(name);
+    const std::string svg = folder.path("a.svg");
+    ASSERT_EQ(RunTool({"picture", "-o", svg, Sample(name + ".mdl")}).status, 0);
+    const std::string text = ReadFile(svg);
+    EXPECT_LT(text.size(), 100000U);
+    const auto model = nlohmann::json::parse(
+        RunTool({"info", "--json", Sample(name + ".mdl")}).out)["files"][0]["model"];
+    for (const auto& body : model["bodies"]) {
+      EXPECT_NE(text.find(">" + body["name"].get<std::string>() + "<"), std::string::npos) << body;
+    }
+    ASSERT_EQ(RunTool({"picture", "-o", svg, Sample(name + ".mdl")}).status, 0);
+    EXPECT_EQ(ReadFile(svg), text);
+  }
+}
+
+}  // namespace

@@ -1,0 +1,74 @@
+// The help that people read elsewhere names every option of the tables.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <memory>
+
+#include "arguments.h"
+#include "info/runtool.h"
+#include "main/runprogram.h"
+#include "options.h"
+
+namespace {
+
+std::string Manual(const std::string& program) {
+  return ReadFile(std::string(KESTRIX_MANUALS) + "/" + program + ".1.scd");
+}
+
+TEST(Help, ManualsNameEveryOption) {
+  const std::string kestrix = Manual("kestrix");
+  for (const OptionText& option : OptionTexts()) {
+    std::string line = "\n*" + std::string(option.name) + "*";
+    if (option.value != nullptr) line += " _" + std::string(option.value) + "_";
+    EXPECT_NE(kestrix.find(line + "\n"), std::string::npos) << line;
+    if (option.default_value == nullptr) continue;
+    EXPECT_NE(kestrix.find(option.default_value), std::string::npos) << line;
+  }
+  const std::string info = Manual("kestrix-info");
+  for (const Command& command : Commands()) {
+    const std::string title = "\n## " + std::string(command.name) + "\n";
+    const std::size_t start = info.find(title);
+    ASSERT_NE(start, std::string::npos) << title;
+    const std::string section = info.substr(start, info.find("\n## ", start + 1) - start);
+    for (const Argument& argument : ArgumentTable()) {
+      if (argument.name[0] != '-' || !Takes(command.name, argument)) continue;
+      std::string names = "\n*" + std::string(argument.name) + "*";
+      if (names.find(',') != std::string::npos) names.replace(names.find(','), 1, "*, *");
+      EXPECT_NE(section.find(names), std::string::npos) << command.name << names;
+    }
+  }
+}
+
+// What bash offers for the last of the words.
+std::string BashOffers(const std::string& function, const std::string& words) {
+  const std::string script = RunTool({"completion", "bash"}).out + "COMP_WORDS=(" + words +
+                             ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n" + function +
+                             "\necho \"${COMPREPLY[*]}\"\n";
+  const TestFolder folder;
+  const std::string command = "bash " + folder.write("script", script) + " 2>&1";
+  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+  std::string offers;
+  for (int c = 0; (c = std::fgetc(pipe.get())) != EOF;) offers += static_cast<char>(c);
+  return offers;
+}
+
+TEST(Help, BashCompletesBothPrograms) {
+  const struct {
+    const char* function;
+    const char* words;
+    const char* offers;
+  } rows[] = {
+      {"_kestrix", "kestrix -m", "-mesh_per_body -mb_version\n"},
+      {"_kestrix", "kestrix -mb_version 200", "2009 2006\n"},
+      {"_kestrix", "kestrix fox", "\n"},
+      {"_kestrix_info", "kestrix-info c", "check convert-model completion\n"},
+      {"_kestrix_info", "kestrix-info info --", "--help --json --tree --dof\n"},
+      {"_kestrix_info", "kestrix-info convert-model --to l", "legacy\n"},
+      {"_kestrix_info", "kestrix-info picture --o", "--output\n"},
+  };
+  for (const auto& row : rows) EXPECT_EQ(BashOffers(row.function, row.words), row.offers);
+  EXPECT_EQ(RunTool({"completion", "zsh", "kestrix"}).out.find("#compdef kestrix\n"), 0U);
+  EXPECT_EQ(RunTool({"completion", "kestrix"}).status, 2);
+}
+
+}  // namespace

@@ -1,0 +1,194 @@
+// "info": facts about the samples as their own data have them, FBX files, and files that are none.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <random>
+#include <sstream>
+
+#include "fbxfacts.h"
+#include "info/runtool.h"
+#include "inputs.h"
+#include "main/runprogram.h"
+
+namespace {
+
+using Json = nlohmann::json;
+
+// A body with a triangle, and a mapping of nothing: a short file to take apart.
+constexpr const char* kSmallModel =
+    "Zov Graphic Model File\nv1.30\nX\n a\n 1\n p\n 0\n 1 0 0 0 1 0 0 0 1 1 2 3\nM 1 m\n 3 1 1 1 "
+    "0\n"
+    "F 1 1 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n";
+constexpr const char* kNoMaps = "Zov Graphic Mapping File\nv1.0\n0\n0\n";
+
+Json InfoOf(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), {"info", "--json"});
+  const ToolResult result = RunTool(arguments);
+  EXPECT_EQ(result.status, 0) << result.out << result.err;
+  return Json::parse(result.out)["files"].at(0);
+}
+
+void ExpectNear(const Json& actual, const Json& expected, double tolerance) {
+  ASSERT_EQ(actual.size(), expected.size());
+  for (std::size_t i = 0; i < expected.size(); ++i) {
+    EXPECT_NEAR(actual[i].get<double>(), expected[i].get<double>(), tolerance);
+  }
+}
+
+// The weights toward each body, over the vertices of all bodies.
+std::map<int, double> WeightSums(const Json& model) {
+  std::map<int, double> sums;
+  for (const Json& body : model["bodies"]) {
+    for (const Json& weight : body["weights"]) {
+      sums[weight["body"].get<int>()] += weight["sum"].get<double>();
+    }
+  }
+  return sums;
+}
+
+void ExpectBodies(const Json& model, const Json& expected) {
+  ASSERT_EQ(model["bodies"].size(), expected["bodies"].size());
+  const double size = std::fabs(expected["bounding_box"]["max"][1].get<double>());
+  std::map<int, Json> by_id;
+  for (const Json& body : model["bodies"]) by_id[body["id"].get<int>()] = body;
+  std::map<int, double> sums = WeightSums(model);
+  for (const Json& facts : expected["bodies"]) {
+    SCOPED_TRACE(facts["name"]);
+    const int id = facts["id"].get<int>();
+    const Json& body = by_id.at(id);
+    EXPECT_EQ(body["name"], facts["name"]);
+    EXPECT_EQ(body["polygons"], facts["polygons"]);
+    EXPECT_EQ(body["corners"], facts["corners"]);
+    EXPECT_EQ(body["vertices"], facts["welded_vertices"]);
+    ExpectNear(body["world_position"], facts["global_rest_position"], 1e-4 * size);
+    EXPECT_NEAR(sums[id], facts["weight_sum_over_welded_vertices"].get<double>(), 1e-2);
+    EXPECT_EQ(body["bounding_box"].is_null(), facts["bounding_box"].is_null());
+    if (!facts["bounding_box"].is_null()) {
+      ExpectNear(body["bounding_box"]["max"], facts["bounding_box"]["max"], 1e-4 * size);
+    }
+  }
+}
+
+TEST(Info, TellsWhatTheSamplesAre) {
+  for (const std::string name : {"fox", "robot", "walker", "stage"}) {
+    const Json expected = Json::parse(ReadFile(Sample(name + ".expected.json")));
+    for (const std::string dialect : {"", "-v2"}) {
+      if (name == "stage" && dialect.empty()) continue;
+      SCOPED_TRACE(name + dialect);
+      const Json model =
+          InfoOf({"--dof", Sample(name + ".dof"), Sample(name + dialect + ".mdl")})["model"];
+      EXPECT_EQ(model["dialect"], dialect.empty() ? "legacy" : "document");
+      ExpectBodies(model, expected);
+      ASSERT_EQ(model["materials"].size(), expected["materials"].size());
+      for (std::size_t i = 0; i < expected["materials"].size(); ++i) {
+        EXPECT_EQ(model["materials"][i]["polygons"], expected["materials"][i]["polygons"]);
+      }
+      for (const Json& body : model["bodies"]) {
+        const Json& rotations = expected["mapping"]["rotations"];
+        const auto facts = rotations.find(std::to_string(body["id"].get<int>()));
+        EXPECT_EQ(body["fbx_rotation_order"],
+                  facts == rotations.end() ? Json() : (*facts)["fbx_rotation_order"]);
+      }
+    }
+  }
+  const Json sliders = InfoOf({Sample("robot-v2.mdl")})["model"]["slider_groups"][0]["sliders"];
+  EXPECT_EQ(sliders[1]["name"], "Surprised");
+  EXPECT_NEAR(sliders[1]["largest_move"].get<double>(), 18.355418, 1e-4);
+  const Json texture = InfoOf({Sample("fox.mdl")})["model"]["materials"][0]["textures"][0];
+  EXPECT_EQ(texture["format"], "PNG");
+  EXPECT_EQ(texture["width"], 1024);
+  EXPECT_EQ(texture["bytes"], 26764);
+}
+
+TEST(Info, ReadsTheFilesThatTheConverterWrites) {
+  const TestFolder folder;
+  for (const std::string release : {"2011", "2010"}) {
+    SCOPED_TRACE(release);
+    const std::string fbx = folder.path("robot.fbx");
+    ASSERT_EQ(RunKestrix({"-mb_version", release, Sample("robot-v2.mdl"), Sample("robot.dof"), fbx})
+                  .status,
+              0);
+    const Json facts = InfoOf({fbx})["fbx"];
+    EXPECT_EQ(facts["version"], release == "2011" ? 7100 : 6100);
+    EXPECT_EQ(facts["nodes"].size(), 44U);
+    EXPECT_EQ(facts["meshes"][0]["polygons"], 3234);
+    EXPECT_EQ(facts["meshes"][0]["shapes"], Json::parse(R"(["Angry", "Surprised", "Sad"])"));
+    EXPECT_EQ(facts["materials"].size(), 3U);
+  }
+}
+
+// Whatever is cut off or changed, the file is told to be damaged or read; nothing else happens.
+TEST(Info, SurvivesDamagedFbxFiles) {
+  const TestFolder folder;
+  const auto read = [](const std::string& bytes) {
+    FbxFacts facts;
+    const bool good = GatherFbxFacts(bytes, &facts);
+    EXPECT_EQ(HasError(TakeMessages()), !good);
+    return good;
+  };
+  const std::string small = folder.write("small.mdl", kSmallModel);
+  for (const std::string release : {"2011", "2010"}) {
+    const std::string fbx = folder.path("out.fbx");
+    ASSERT_EQ(
+        RunKestrix({"-mb_version", release, small, folder.write("m.dof", kNoMaps), fbx}).status, 0);
+    std::string bytes = ReadFile(fbx);
+    ASSERT_TRUE(read(bytes));
+    // The tail says whether a file is whole; with a tail put behind it, a cut must be noticed by
+    // the records. 6.1 has a summary behind the tail of what counts.
+    const std::string tail = bytes.substr(bytes.size() - 16);
+    for (std::size_t size = 0; size < bytes.size(); size += 7) {
+      std::string cut = bytes.substr(0, size);
+      EXPECT_EQ(read(cut), cut.ends_with(tail)) << size;
+      cut += tail;
+      read(cut);
+    }
+    ASSERT_EQ(
+        RunKestrix({"-mb_version", release, Sample("fox.mdl"), Sample("fox.dof"), fbx}).status, 0);
+    bytes = ReadFile(fbx);
+    std::mt19937 random(1);
+    for (int round = 0; round < 1500; ++round) {
+      std::string changed = bytes;
+      // Most of what matters stands in front; much of the rest is the picture.
+      const std::size_t place = random() % (round % 2 == 0 ? bytes.size() : 8000);
+      changed[place] = static_cast<char>(random());
+      read(changed);
+    }
+  }
+}
+
+TEST(Info, GoesOnAfterFilesThatCannotBeRead) {
+  const TestFolder folder;
+  const std::string broken = folder.write("broken.mdl", "Zov Graphic Model File\nv1.30\nQ\n");
+  const std::string nothing = folder.path("nothing.mdl");
+  const std::string picture = Sample("fox_fox_material.png");
+  const ToolResult result = RunTool({"info", "--tree", broken, Sample("fox.mdl"), nothing, picture,
+                                     Sample("walker-v2.mdl"), folder.path(".")});
+  EXPECT_EQ(result.status, 2);
+  EXPECT_NE(result.out.find("b_Head_05 (7)"), std::string::npos);
+  EXPECT_NE(result.out.find("Tongue1"), std::string::npos);
+  for (const std::string& file : {broken, nothing, picture}) {
+    EXPECT_NE(result.err.find("kestrix-info: " + file + ": "), std::string::npos) << result.err;
+  }
+  EXPECT_EQ(RunTool({"info"}).status, 2);
+  EXPECT_EQ(RunTool({"inform"}).status, 2);
+  EXPECT_EQ(RunTool({"--version"}).out, "kestrix-info 0.9.0\n");
+}
+
+TEST(Info, TakesChainsThatAreDeep) {
+  std::ostringstream text;
+  text << "Zov Graphic Model File\nv1.30\n";
+  constexpr int kDepth = 20000;
+  for (int id = 1; id <= kDepth; ++id) {
+    text << "X\n b" << id << "\n " << id << "\n p\n " << id - 1 << "\n 1 0 0 0 1 0 0 0 1 0 0 0\n";
+  }
+  const TestFolder folder;
+  const std::string model = folder.write("deep.mdl", text.str());
+  EXPECT_EQ(InfoOf({model})["model"]["bodies"][kDepth - 1]["depth"], kDepth - 1);
+  EXPECT_EQ(RunTool({"info", model}).status, 0);
+  EXPECT_EQ(RunTool({"picture", model, "-o", folder.path("deep.svg")}).status, 0);
+  EXPECT_LT(ReadFile(folder.path("deep.svg")).size(), 10000000U);
+}
+
+}  // namespace
