@@ -41,7 +41,7 @@ install(EXPORT kestrix-targets NAMESPACE kestrix:: COMPONENT Development
 install(FILES ${PROJECT_BINARY_DIR}/kestrix-config.cmake
               ${PROJECT_BINARY_DIR}/kestrix-config-version.cmake
   COMPONENT Development DESTINATION ${cmake_folder})
-set(KESTRIX_PC_PRIVATE $<$<NOT:$<BOOL:${BUILD_SHARED_LIBS}>>:-ldeflate>)
+set(KESTRIX_PC_PRIVATE $<$<NOT:$<BOOL:${BUILD_SHARED_LIBS}>>:-ldeflate\ -lisal>)
 file(RELATIVE_PATH KESTRIX_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" KESTRIX_PC_PREFIX ${KESTRIX_PC_PREFIX})
 configure_file(cmake/kestrix.pc.in kestrix.pc.in @ONLY)
@@ -93,7 +93,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "libraries of the kestrix converter, fo
 Headers, libraries, CMake package and pkg-config file of the libraries
 that kestrix is made of: character models and mappings, their readers,
 writers and edits, FBX scenes, and the conversion between them.")
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libdeflate-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libdeflate-dev, libisal-dev")
 if(BUILD_SHARED_LIBS)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "kestrix (= ${PROJECT_VERSION})")
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})

@@ -13,6 +13,7 @@ function(kestrix_find_library variable header library package)
 endfunction()
 
 kestrix_find_library(KESTRIX_LIBDEFLATE libdeflate.h deflate libdeflate-dev)
+kestrix_find_library(KESTRIX_ISAL isa-l/igzip_lib.h isal libisal-dev)
 
 find_package(nlohmann_json QUIET)
 if(NOT nlohmann_json_FOUND)
@@ -45,4 +46,5 @@ if(KESTRIX_BENCH)
     message(FATAL_ERROR "Google Benchmark was not found: install the Debian package "
                         "libbenchmark-dev (scripts/setup installs everything)")
   endif()
+  kestrix_find_library(KESTRIX_ZLIB zlib.h z zlib1g-dev)
 endif()

@@ -1,11 +1,11 @@
 #include "faces.h"
 
-#include <algorithm>
 #include <array>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
 
+#include "accuracy.h"
 #include "bamdbody.h"
 #include "bamdgeometry.h"
 #include "bamdmaterialgroup.h"
@@ -23,18 +23,54 @@ struct Corner {
 Corner CornerOf(int vertex) { return {vertex - 1, -1}; }
 Corner CornerOf(const BaMDTexturedCorner& corner) { return {corner.vertex - 1, corner.coord - 1}; }
 
-bool IsTextured(const BaMDGeometry& geometry) {
-  return std::any_of(geometry.materialGroups().begin(), geometry.materialGroups().end(),
-                     [](const BaMDMaterialGroup* group) {
-                       return group->texturedPolygons().count() > 0 ||
-                              group->texturedTriangleStrips().count() > 0;
-                     });
-}
+// How much of everything the faces of some geometries are at most.
+struct Amount {
+  std::size_t points = 0;
+  std::size_t coords = 0;
+  std::size_t corners = 0;
+  std::size_t faces = 0;
+  bool textured = false;
+
+  void add(const BaMDVertices* vertices, const BaMDGeometry& geometry) {
+    if (vertices == nullptr || !geometry.hasPolygons()) return;
+    points += static_cast<std::size_t>(vertices->coordinates().size());
+    coords += static_cast<std::size_t>(geometry.textureCoords().size());
+    for (const BaMDMaterialGroup* group : geometry.materialGroups()) {
+      textured = textured || group->texturedPolygons().count() > 0 ||
+                 group->texturedTriangleStrips().count() > 0;
+      addPolygons(group->polygons());
+      addPolygons(group->texturedPolygons());
+      addStrips(group->triangleStrips());
+      addStrips(group->texturedTriangleStrips());
+    }
+  }
+
+ private:
+  template <class Lists>
+  void addPolygons(const Lists& polygons) {
+    corners += polygons.entries().size();
+    faces += static_cast<std::size_t>(polygons.count());
+  }
+  // A triangle for each corner but the first two of a strip.
+  template <class Lists>
+  void addStrips(const Lists& strips) {
+    corners += 3 * strips.entries().size();
+    faces += strips.entries().size();
+  }
+};
 
 class Gatherer {
  public:
-  Gatherer(const BaModelData& model_data, float scale_factor, bool textured)
-      : _model_data(model_data), _scale(static_cast<double>(scale_factor)), _textured(textured) {}
+  Gatherer(const BaModelData& model_data, float scale_factor, const Amount& amount)
+      : _model_data(model_data),
+        _scale(static_cast<double>(scale_factor)),
+        _textured(amount.textured) {
+    _faces.points.reserve(3 * amount.points);
+    _faces.uvs.reserve(2 * amount.coords);
+    _faces.corners.reserve(amount.corners);
+    if (_textured) _faces.corner_uvs.reserve(amount.corners);
+    _faces.face_materials.reserve(amount.faces);
+  }
 
   void addGeometry(const BaMDGeometry& geometry, int body, const KFbxXMatrix& to_mesh) {
     const BaMDVertices* vertices = _model_data.vertexSetByName(geometry.verticesName());
@@ -63,7 +99,7 @@ class Gatherer {
         for (int row = 0; row < 3; ++row) {
           sum += scaled[static_cast<std::size_t>(row)] * to_mesh.Get(row, column);
         }
-        _faces.points.push_back(sum);
+        _faces.points.push_back(PointAccuracy(sum));
       }
     }
   }
@@ -144,13 +180,13 @@ class Gatherer {
 
 Faces GatherFaces(const BaModelData& model_data, const std::vector<MeshBody>& bodies,
                   float scale_factor) {
-  bool textured = false;
+  Amount amount;
   for (const MeshBody& body : bodies) {
     for (const BaMDGeometry* geometry : model_data.geometriesOf(body.body->name())) {
-      textured = textured || IsTextured(*geometry);
+      amount.add(model_data.vertexSetByName(geometry->verticesName()), *geometry);
     }
   }
-  Gatherer gatherer(model_data, scale_factor, textured);
+  Gatherer gatherer(model_data, scale_factor, amount);
   for (std::size_t i = 0; i < bodies.size(); ++i) {
     for (const BaMDGeometry* geometry : model_data.geometriesOf(bodies[i].body->name())) {
       gatherer.addGeometry(*geometry, static_cast<int>(i), bodies[i].to_mesh);

@@ -1,4 +1,6 @@
 // kestrix: converts a character model and its DOF mapping to one FBX file.
+#include <malloc.h>
+
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
@@ -69,6 +71,7 @@ bool Save(const Settings& settings, KFbxSdkManager* manager, KFbxScene* scene) {
 int Convert(const Settings& settings) {
   BaModelData model_data;
   if (!ReadModel(settings, &model_data)) return EXIT_FAILURE;
+  malloc_trim(0);  // what reading has used stays in pieces otherwise
 
   BaUnlockedMapping mapping;
   mapping.read(settings.dof_file, true);
@@ -91,6 +94,7 @@ int Convert(const Settings& settings) {
     theExceptObj.set("Unable to create the fbx scene.");
   }
   if (!StepDone()) return EXIT_FAILURE;
+  model_data.clear();  // its memory is better used for saving
   return Save(settings, manager, scene) ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 

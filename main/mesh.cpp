@@ -3,6 +3,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "accuracy.h"
 #include "bamdbody.h"
 #include "bamdgeometry.h"
 #include "bamodeldata.h"
@@ -104,7 +105,9 @@ std::vector<double> MeshBuilder::bodyNormals(const BaMDBody& body, std::size_t c
     // Turned back by the transposed rotation.
     const int axis = static_cast<int>(i % 3);
     const double* normal = source + (i - i % 3);
-    for (int k = 0; k < 3; ++k) normals[i] += normal[k] * to_top.Get(axis, k);
+    double sum = 0.0;
+    for (int k = 0; k < 3; ++k) sum += normal[k] * to_top.Get(axis, k);
+    normals[i] = NormalAccuracy(sum);
   }
   return normals;
 }

@@ -2,9 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cmath>
 #include <limits>
+#include <numeric>
 
+#include "accuracy.h"
 #include "faces.h"
 
 namespace {
@@ -16,6 +19,8 @@ using Vector = std::array<double, 3>;
 constexpr double kCoincidence = 1e-5;
 // Edge of the search grid's cells in units of the coincidence distance.
 constexpr double kCellSize = 64.0;
+// The same for the cells that crowded points are told by; smaller ones have fewer points by chance.
+constexpr double kCrowdCellSize = 16.0;
 
 Vector PointAt(const std::vector<double>& points, std::size_t i) {
   return {points[3 * i], points[3 * i + 1], points[3 * i + 2]};
@@ -35,7 +40,7 @@ void Normalize(std::vector<double>* vectors) {
     double* v = vectors->data() + i;
     const double length = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
     if (length > 0.0 && std::isfinite(length)) {
-      for (int k = 0; k < 3; ++k) v[k] /= length;
+      for (int k = 0; k < 3; ++k) v[k] = NormalAccuracy(v[k] / length);
     } else {
       v[0] = v[2] = 0.0;
       v[1] = 1.0;
@@ -71,29 +76,75 @@ void ForEachFace(const Faces& faces, Visit visit) {
   }
 }
 
-// Finds for each point the first point that coincides with it. A grid holds the points that stand
-// for others; each stands in one cell and is searched for in all cells within reach.
+// A grid of cubic cells over a mesh's points. Each cell has a hash; so few bits of it are used that
+// cells far apart may share one.
+class Grid {
+ public:
+  // `reach` is the distance within which points coincide.
+  Grid(const Vector& low, double cell_size, double reach)
+      : _low(low), _scale(cell_size > 0.0 ? 1.0 / cell_size : 0.0), _reach(reach) {}
+
+  [[nodiscard]] std::uint64_t cellOf(const Vector& p) const {
+    return _hash(_place(p[0], 0), _place(p[1], 1), _place(p[2], 2));
+  }
+  // Calls visit(cell) for all cells within reach.
+  template <class Visit>
+  void forEachNear(const Vector& p, Visit visit) const {
+    const auto low = [&](std::size_t k) { return _place(p[k] - _reach, k); };
+    const auto high = [&](std::size_t k) { return _place(p[k] + _reach, k); };
+    for (int x = low(0); x <= high(0); ++x) {
+      for (int y = low(1); y <= high(1); ++y) {
+        for (int z = low(2); z <= high(2); ++z) visit(_hash(x, y, z));
+      }
+    }
+  }
+
+ private:
+  // Cells count from 1: a point reaches one below the lowest of the mesh at most, so that cutting
+  // off decimals is rounding down. The whole mesh spans less than ten thousand.
+  [[nodiscard]] int _place(double coordinate, std::size_t k) const {
+    return static_cast<int>((coordinate - _low[k]) * _scale + 1.0);
+  }
+  static std::uint64_t _hash(int x, int y, int z) {
+    std::uint64_t hash = static_cast<std::uint64_t>(x) << 42U ^
+                         static_cast<std::uint64_t>(y) << 21U ^ static_cast<std::uint64_t>(z);
+    hash *= 0x9E3779B97F4A7C15U;
+    return hash ^ hash >> 32U;
+  }
+
+  Vector _low;
+  double _scale;
+  double _reach;
+};
+
+// Finds for each point the first point that coincides with it.
 class CoincidentPoints {
  public:
   explicit CoincidentPoints(const std::vector<double>& points)
       : _points(points), _count(points.size() / 3) {
-    std::size_t buckets = 16;
-    while (buckets < 2 * _count) buckets *= 2;
-    _buckets.assign(buckets, kNone);
-    _next.assign(_count, kNone);
-    measure();
+    _measure();
   }
 
+  // Most points have no other one near them, which a few bits tell. A finer search among the
+  // others: a grid holds the points that stand for others; each stands in one cell and is searched
+  // for in all cells within reach.
   std::vector<std::uint32_t> firstOfEach() {
     std::vector<std::uint32_t> first(_count);
-    for (std::size_t i = 0; i < _count; ++i) {
-      const Vector point = PointAt(_points, i);
-      std::uint32_t found = find(point);
-      if (found == kNone) {
-        found = static_cast<std::uint32_t>(i);
-        insert(found, point);
+    std::iota(first.begin(), first.end(), 0U);
+    const std::vector<std::uint32_t> crowded = _crowdedPoints();
+    const Grid grid(_low, kCellSize * _distance, _distance);
+    _buckets.assign(std::bit_ceil(2 * crowded.size() + 1), kNone);
+    _next.resize(crowded.size());
+    for (std::uint32_t place = 0; place < crowded.size(); ++place) {
+      const Vector point = PointAt(_points, crowded[place]);
+      const std::uint32_t found = _find(grid, crowded, point);
+      if (found != kNone) {
+        first[crowded[place]] = crowded[found];
+        continue;
       }
-      first[i] = found;
+      std::uint32_t& head = _bucket(grid.cellOf(point));
+      _next[place] = head;
+      head = place;
     }
     return first;
   }
@@ -102,7 +153,7 @@ class CoincidentPoints {
   static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
   // Sets the corner that cells count from and the distance within which points coincide.
-  void measure() {
+  void _measure() {
     double square = 0.0;
     for (std::size_t k = 0; k < 3; ++k) {
       double low = std::numeric_limits<double>::max();
@@ -117,44 +168,50 @@ class CoincidentPoints {
     _distance = kCoincidence * std::sqrt(square);
   }
 
-  // The cell of a coordinate on axis k; the whole mesh spans less than two thousand of them.
-  [[nodiscard]] int cell(double coordinate, std::size_t k) const {
-    if (_distance <= 0.0) return 0;
-    return static_cast<int>(std::floor((coordinate - _low[k]) / (_distance * kCellSize)));
-  }
-
-  [[nodiscard]] std::uint32_t& bucket(int x, int y, int z) {
-    std::uint64_t hash = 0;
-    for (const int c : {x, y, z}) {
-      hash = (hash ^ static_cast<std::uint64_t>(c)) * 0x9E3779B97F4A7C15U;
-      hash ^= hash >> 29U;
+  // The points, in order, that share a cell within their reach with another point, and some more.
+  [[nodiscard]] std::vector<std::uint32_t> _crowdedPoints() const {
+    const Grid grid(_low, kCrowdCellSize * _distance, _distance);
+    // Two bits for each hash: one point was here, and a second one.
+    const std::size_t words = std::bit_ceil(_count / 4 + 1);
+    std::vector<std::uint64_t> seen(words);
+    const auto word = [words](std::uint64_t cell) { return cell & (words - 1); };
+    const auto first_bit = [](std::uint64_t cell) {
+      return std::uint64_t{1} << (cell >> 59U << 1U);
+    };
+    for (std::size_t i = 0; i < _count; ++i) {
+      grid.forEachNear(PointAt(_points, i), [&](std::uint64_t cell) {
+        std::uint64_t& bits = seen[word(cell)];
+        bits |= (bits & first_bit(cell)) << 1U | first_bit(cell);
+      });
     }
-    return _buckets[hash & (_buckets.size() - 1)];
+    std::vector<std::uint32_t> crowded;
+    for (std::size_t i = 0; i < _count; ++i) {
+      bool shares = false;
+      grid.forEachNear(PointAt(_points, i), [&](std::uint64_t cell) {
+        shares = shares || (seen[word(cell)] & first_bit(cell) << 1U) != 0;
+      });
+      if (shares) crowded.push_back(static_cast<std::uint32_t>(i));
+    }
+    return crowded;
   }
 
-  void insert(std::uint32_t i, const Vector& p) {
-    std::uint32_t& head = bucket(cell(p[0], 0), cell(p[1], 1), cell(p[2], 2));
-    _next[i] = head;
-    head = i;
+  [[nodiscard]] std::uint32_t& _bucket(std::uint64_t cell) {
+    return _buckets[cell & (_buckets.size() - 1)];
   }
 
-  [[nodiscard]] std::uint32_t find(const Vector& p) {
+  // The place among `crowded` of the first point that coincides with `p`.
+  [[nodiscard]] std::uint32_t _find(const Grid& grid, const std::vector<std::uint32_t>& crowded,
+                                    const Vector& p) {
     std::uint32_t best = kNone;
-    const auto low = [&](std::size_t k) { return cell(p[k] - _distance, k); };
-    const auto high = [&](std::size_t k) { return cell(p[k] + _distance, k); };
-    for (int x = low(0); x <= high(0); ++x) {
-      for (int y = low(1); y <= high(1); ++y) {
-        for (int z = low(2); z <= high(2); ++z) {
-          for (std::uint32_t i = bucket(x, y, z); i != kNone; i = _next[i]) {
-            if (i < best && near(PointAt(_points, i), p)) best = i;
-          }
-        }
+    grid.forEachNear(p, [&](std::uint64_t cell) {
+      for (std::uint32_t i = _bucket(cell); i != kNone; i = _next[i]) {
+        if (i < best && _near(PointAt(_points, crowded[i]), p)) best = i;
       }
-    }
+    });
     return best;
   }
 
-  [[nodiscard]] bool near(const Vector& a, const Vector& b) const {
+  [[nodiscard]] bool _near(const Vector& a, const Vector& b) const {
     return std::fabs(a[0] - b[0]) <= _distance && std::fabs(a[1] - b[1]) <= _distance &&
            std::fabs(a[2] - b[2]) <= _distance;
   }
@@ -163,8 +220,8 @@ class CoincidentPoints {
   std::size_t _count;
   Vector _low = {};
   double _distance = 0.0;
-  std::vector<std::uint32_t> _buckets;  // first point of each cell's chain
-  std::vector<std::uint32_t> _next;     // next point of the same chain
+  std::vector<std::uint32_t> _buckets;  // place of the first point of each cell's chain
+  std::vector<std::uint32_t> _next;     // place of the next point of the same chain
 };
 
 // Every point gets the sum of all points that coincide with it.

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -127,6 +128,8 @@ TEST(BtScanner, ReadsAsExtractionDoesHoweverTheTextIsCut) {
     std::istringstream words(group);
     for (std::string word; words >> word;) {
       texts.insert(texts.end(), {word, " \t\n\v\f\r" + word, word + " 5", "\n" + word + "\n"});
+      // Behind which there is room for a look at many characters at once.
+      texts.push_back(word + std::string(32, ' '));
     }
   }
   for (const std::string& text : texts) {
@@ -144,8 +147,36 @@ TEST(BtScanner, ReadsRandomTokensAsExtractionDoes) {
   for (int i = 0; i < 20000; ++i) {
     std::string text(1 + random() % 24, ' ');
     for (char& c : text) c = letters[random() % letters.size()];
+    if (i % 2 == 0) text += std::string(40, ' ');
     ExpectAllAsExtraction(text, random() % (text.size() + 1), 1 + random() % 8);
     if (HasFailure()) return;
+  }
+}
+
+TEST(BtScanner, ReadsEveryLengthOfDecimalToTheLastBit) {
+  std::mt19937_64 random(11);
+  const auto digits = [&random](std::size_t count) {
+    std::string text = std::to_string(random() % 10000000000U) + std::to_string(random());
+    return text.substr(text.size() - count);
+  };
+  for (int round = 0; round < 50; ++round) {
+    std::string text;
+    std::vector<double> expected;
+    for (std::size_t whole = 0; whole <= 12; ++whole) {
+      for (std::size_t fraction = whole == 0 ? 1 : 0; fraction <= 12; ++fraction) {
+        const std::string number =
+            (random() % 2 == 0 ? "-" : "") + digits(whole) + "." + digits(fraction);
+        text += number + " ";
+        std::from_chars(number.data(), number.data() + number.size(), expected.emplace_back());
+      }
+    }
+    std::istringstream is(text);
+    BtScanner scanner(is);
+    for (const double number : expected) {
+      double value = 0;
+      ASSERT_TRUE(scanner.readDouble(&value));
+      ASSERT_EQ(value, number) << text;
+    }
   }
 }
 

@@ -64,6 +64,30 @@ TEST(BtDArray, ResizesPlainDataToTheNewSizeOnly) {
   EXPECT_EQ(array.begin(), nullptr);
 }
 
+TEST(BtDArray, LivesInAnArenaUntilItGrows) {
+  constexpr int kTooMany = static_cast<int>(BtArena::kLargestPiece / sizeof(std::string)) + 1;
+  BtArena arena;
+  for (const int size : {0, 1, 5, kTooMany - 1, kTooMany}) {
+    std::vector<Strings> arrays(300);  // more than a block
+    for (Strings& array : arrays) {
+      array.resizeIn(&arena, size);
+      for (std::string& text : array) text = "text of more than a few bytes";
+    }
+    const Strings copy(arrays[7]);
+    Strings moved(std::move(arrays[7]));
+    EXPECT_EQ(moved, copy);
+    for (const int next : {size / 2, size + 3, size, 0, 2}) {
+      moved.resizeIn(&arena, next);
+      ASSERT_EQ(moved.size(), next);
+      for (int i = 0; i < size / 2 && next > 2; ++i) EXPECT_EQ(moved[i], copy[i]);
+      std::swap(moved, arrays[8]);
+      std::swap(moved, arrays[8]);
+    }
+    EXPECT_EQ(arrays[9], copy);
+  }
+  arena.clear();
+}
+
 TEST(BtDynArray, DoublesItsCapacity) {
   BtDynArray<std::string> array;
   EXPECT_EQ(array.capacity(), 0);

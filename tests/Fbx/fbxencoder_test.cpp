@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
+#include <libdeflate.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <numeric>
+#include <random>
 #include <span>
 #include <string>
 #include <vector>
@@ -38,15 +41,29 @@ FbxCreationTime TimeOf(const std::string& text) {
           number(14, 2), number(17, 2), number(20, 3)};
 }
 
+// What a common compressor at its usual level makes of an array.
+template <class T>
+std::size_t UsualSize(const std::vector<T>& values) {
+  constexpr int kUsualLevel = 6;
+  const std::unique_ptr<libdeflate_compressor, void (*)(libdeflate_compressor*)> compressor(
+      libdeflate_alloc_compressor(kUsualLevel), libdeflate_free_compressor);
+  std::string bytes(2 * values.size() * sizeof(T) + 1000, ' ');
+  return libdeflate_zlib_compress(compressor.get(), values.data(), values.size() * sizeof(T),
+                                  bytes.data(), bytes.size());
+}
+
 // What an encoder makes of some records.
-FbxFile Encoded(int version, const std::function<void(FbxRecordSink*)>& write) {
+FbxFile Encoded(int version, const std::function<void(FbxRecordSink*)>& write,
+                std::size_t* size = nullptr) {
   const TestFolder folder;
   FbxOutputFile file;
   EXPECT_TRUE(file.open(folder.path("a.fbx")));
   FbxBinaryEncoder encoder(&file, version, {});
   write(&encoder);
   EXPECT_TRUE(file.commit());
-  return ParseFbx(ReadFile(folder.path("a.fbx")));
+  const std::string bytes = ReadFile(folder.path("a.fbx"));
+  if (size != nullptr) *size = bytes.size();
+  return ParseFbx(bytes);
 }
 
 TEST(FbxCreationTime, GivesTheCodesThatReadersCheck) {
@@ -203,6 +220,47 @@ TEST(FbxBinaryEncoder, CompressesLongArraysOfTheNewerFamilyOnly) {
     EXPECT_EQ(record.values[0].code, c.array ? 'i' : 'I');
     EXPECT_EQ(record.values[0].compressed, c.compressed);
     EXPECT_EQ(record.numbers(), std::vector<double>(numbers.begin(), numbers.end()));
+  }
+}
+
+// Both ways of compressing, in one piece and in many.
+TEST(FbxCompressor, MakesFilesAboutAsSmallAsUsual) {
+  std::mt19937 random(7);
+  const struct {
+    const char* what;
+    std::function<double(int)> number;
+  } cases[] = {
+      {"random digits", [&](int) { return 1.0 + static_cast<double>(random()) / 4294967296.0; }},
+      {"smooth", [](int i) { return static_cast<double>(static_cast<float>(i) * 0.1F); }},
+      {"quads",
+       [](int i) {
+         const int vertex = i / 4 + i % 2 * 500;
+         return static_cast<double>(i % 4 == 3 ? -vertex : vertex);
+       }},
+      {"one value", [](int) { return 3.0; }},
+  };
+  for (const auto& c : cases) {
+    for (const int count : {300, 30000, 400000}) {
+      SCOPED_TRACE(c.what + std::string(" ") + std::to_string(count));
+      std::vector<double> reals(static_cast<std::size_t>(count));
+      for (int i = 0; i < count; ++i) reals[static_cast<std::size_t>(i)] = c.number(i);
+      std::vector<std::int32_t> indices(reals.begin(), reals.end());
+      std::size_t size = 0;
+      const FbxFile file = Encoded(
+          7100,
+          [&](FbxRecordSink* sink) {
+            sink->leaf("Reals", std::span<const double>(reals));
+            sink->leaf("Indices", std::span<const std::int32_t>(indices));
+            sink->endSection();
+          },
+          &size);
+      ASSERT_EQ(file.fault, "");
+      EXPECT_EQ(file.main.child("Reals").numbers(), reals);
+      EXPECT_EQ(file.main.child("Indices").numbers(),
+                std::vector<double>(indices.begin(), indices.end()));
+      const std::size_t usual = UsualSize(reals) + UsualSize(indices);
+      EXPECT_LT(static_cast<double>(size), 1.15 * static_cast<double>(usual) + 1000.0);
+    }
   }
 }
 

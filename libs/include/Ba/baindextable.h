@@ -25,20 +25,27 @@ class BaIndexTable {
   }
   // Adds a position whose key is not in the table.
   void insert(std::uint64_t hash, int position) {
-    if ((_count + 1) * 2 > _slots.size()) _grow();
+    if ((_count + 1) * 4 > _slots.size() * 3) _grow();
     _put({static_cast<std::uint32_t>(hash), position});
     ++_count;
   }
 
+  // True when the table is too large to be at hand as a whole: then it pays to expect() keys.
+  [[nodiscard]] bool isLarge() const { return _slots.size() > kLargeSize; }
+  // Tells the processor that a key of this hash is about to be looked up in a large table.
+  void expect(std::uint64_t hash) const {
+    __builtin_prefetch(&_slots[_home(static_cast<std::uint32_t>(hash))]);
+  }
+
   // A hash of floats in which 0.0 and -0.0 are the same.
-  static std::uint64_t hashOf(const float* values, int count) {
-    std::uint64_t hash = 0x9E3779B97F4A7C15;
-    for (int i = 0; i < count; ++i) {
-      hash ^= std::bit_cast<std::uint32_t>(values[i] + 0.0F);
-      hash *= 0xD6E8FEB86659FD93;
-      hash ^= hash >> 32;
-    }
-    return hash;
+  static std::uint64_t hashOf(float a, float b, float c = 0.0F) {
+    const auto bits = [](float value) {
+      return static_cast<std::uint64_t>(std::bit_cast<std::uint32_t>(value + 0.0F));
+    };
+    std::uint64_t hash = (bits(a) | bits(b) << 32U) * 0xD6E8FEB86659FD93;
+    hash ^= hash >> 32U;
+    hash = (hash ^ bits(c)) * 0x9E3779B97F4A7C15;
+    return hash ^ hash >> 32U;
   }
 
  private:
@@ -47,6 +54,7 @@ class BaIndexTable {
     std::int32_t position;  // -1 for a free slot
   };
   static constexpr std::size_t kFirstSize = 16;
+  static constexpr std::size_t kLargeSize = std::size_t{1} << 16U;
 
   template <class Equal>
   [[nodiscard]] const Slot* _find(std::uint64_t hash, Equal equal) const {
@@ -72,6 +80,6 @@ class BaIndexTable {
     }
   }
 
-  std::vector<Slot> _slots;  // a power of two of them, half of them free at least
+  std::vector<Slot> _slots;  // a power of two of them, a quarter of them free at least
   std::size_t _count = 0;
 };

@@ -26,9 +26,11 @@ class BaMDIndexLists {
   // The entries of all lists, one after another.
   [[nodiscard]] std::span<const T> entries() const { return _entries; }
 
-  // Makes room for entries that are about to be pushed to lists that hold none.
-  void reserve(std::size_t entries) {
-    if (_entries.empty() && entries > 0) _entries.reserve(entries);
+  // Makes room for entries, and for the lists they make where that is known, that are about to be
+  // pushed to lists that hold none.
+  void reserve(std::size_t entries, std::size_t lists = 0) {
+    if (_entries.empty()) _entries.reserve(entries);
+    if (_ends.empty()) _ends.reserve(lists);
   }
   void append(std::span<const T> list) {
     _entries.insert(_entries.end(), list.begin(), list.end());

@@ -22,6 +22,7 @@
 #include "batexturedtmesh.h"
 #include "batmesh.h"
 #include "baunits.h"
+#include "btarena.h"
 #include "btlist.h"
 #include "btmap.h"
 
@@ -126,6 +127,9 @@ class BaModel {
   // Trims the collections and links parents and children. False after a recorded error: a parent
   // that does not exist, or a body that is its own ancestor.
   bool endLoad();
+  // Where elements that are about to be added may place their arrays, for as long as the model has
+  // its content.
+  BtArena* arena() { return &_arena; }
   // Each takes an element and answers it. Ids and names must be set before. Asserts that an id is
   // within range and free (bodies, materials) and that the body and the material of an element
   // exist.
@@ -238,6 +242,7 @@ class BaModel {
 
   float _version = 0;
   volatile int _valid = 1;
+  BtArena _arena;  // goes after everything that has arrays in it
   BtDArray<std::unique_ptr<BaBody>> _bodies;
   BtList<std::unique_ptr<BaLightingModel>> _lighting_models;
   BtList<std::unique_ptr<BaLight>> _lights;

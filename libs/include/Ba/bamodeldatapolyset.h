@@ -2,6 +2,7 @@
 // model to a document.
 #pragma once
 
+#include <array>
 #include <span>
 #include <unordered_map>
 #include <vector>
@@ -47,6 +48,9 @@ class BaModelData_PolyList {
     _material_ids.push_back(material_id);
   }
   void append(const Polygon& polygon);
+  // Makes room for elements of a body, and for texture coordinates where they have some.
+  template <class Elements>
+  void reserveFor(const Elements& elements);
   // Takes back the corners pushed since the last polygon ended.
   void drop();
   // The vertices pushed since then.
@@ -106,6 +110,9 @@ class BaModelData_PolySet {
   int parent_id;
 
  private:
+  template <class Elements>
+  void _expectNext(const Elements& elements, int i) const;
+  int _vertexAt(const BaVertex& vertex);
   void _split(const BaModelData_PolyList::Polygon& polygon, int max, BaModelData_PolyList* pieces);
   [[nodiscard]] bool _hasFace(std::span<const int> polygon) const;
 
@@ -114,6 +121,8 @@ class BaModelData_PolySet {
   std::vector<BaMDPoint> _vertices;
   std::vector<Effects> _effects;
   BaIndexTable _by_coordinates;
+  std::array<int, 4> _recent = {};  // the vertices found last, of which neighbours share some
+  unsigned _oldest = 0;             // place among these
   BaModelData_PolyList _polygons;
   BaModelData_PolyList _textured_polygons;
   BaModelData_PolyList _t_meshes;

@@ -14,7 +14,7 @@ class BaTexturedTMesh : public BaTMesh {
   void setVertices(BtDArray<BaVertex> vertices, BtDArray<BaTextureCoords> tc);
 
  protected:
-  void _resize(int n) override;
+  void _resize(int n, BtArena* arena) override;
   bool _scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) override;
   void _printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const override;
   void _printTypeOn(std::ostream& os) const override;

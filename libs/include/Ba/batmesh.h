@@ -20,7 +20,7 @@ class BaTMesh : public BaVertexElement {
   void printOn(std::ostream& os) const override;
 
  protected:
-  void _resize(int n) override;
+  void _resize(int n, BtArena* arena) override;
   bool _scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) override;
   void _printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const override;
   // Writes the record letter.

@@ -27,6 +27,8 @@ class BaVertex {
   // Reads x, y, z and effects up to the type -1; false after a recorded error.
   bool scanFrom(std::istream& is);
   bool scanFrom(BtScanner& in);
+  // Reads the effects alone, in place of those that are there.
+  bool scanEffectsFrom(BtScanner& in);
   // Writes what scanFrom reads, each value after a blank.
   void printOn(std::ostream& os) const;
 

@@ -31,8 +31,9 @@ class BaVertexElement : public BaElement {
   BaVertexElement(const BaVertexElement&) = default;
   BaVertexElement& operator=(const BaVertexElement&) = default;
 
-  // Gives the element `n` vertices, new ones at the origin.
-  virtual void _resize(int n);
+  // Gives the element `n` vertices, new ones at the origin. The first ones may stand in the arena,
+  // if there is one.
+  virtual void _resize(int n, BtArena* arena);
   // Reads what the file has for vertex `i`; false after a recorded error.
   virtual bool _scanVertexFrom(BaVertex* vertex, int i, BtScanner& in);
   // Writes the same, each value after a blank.

@@ -9,11 +9,19 @@
 #include <type_traits>
 #include <utility>
 
+#include "btarena.h"
 #include "btassert.h"
 #include "btnew.h"
 
 // Direction of a sort order.
 enum class BtSortDirection { Ascending, Descending };
+
+// Elements that may move with their memory: a copy of the bytes is the element, and the old place
+// is forgotten.
+template <class T>
+inline constexpr bool BtIsRelocatable = std::is_trivially_copyable_v<T>;
+template <class T>
+inline constexpr bool BtIsRelocatable<std::unique_ptr<T>> = true;
 
 // An array whose size is set by whoever owns it; indices are 0-based ints.
 template <class T>
@@ -31,7 +39,9 @@ class BtArray {
     setElements(other);
   }
   BtArray(BtArray&& other) noexcept
-      : _elements(std::exchange(other._elements, nullptr)), _size(std::exchange(other._size, 0)) {}
+      : _elements(std::exchange(other._elements, nullptr)),
+        _size(std::exchange(other._size, 0)),
+        _in_arena(std::exchange(other._in_arena, false)) {}
   ~BtArray() { _realloc(0); }
 
   // Both arrays must have the same size: an array does not change its size by assignment.
@@ -43,6 +53,7 @@ class BtArray {
   BtArray& operator=(BtArray&& other) noexcept {
     std::swap(_elements, other._elements);
     std::swap(_size, other._size);
+    std::swap(_in_arena, other._in_arena);
     return *this;
   }
 
@@ -97,10 +108,26 @@ class BtArray {
     _realloc(_size - n);
   }
 
+  // Gives an array without elements `n` of them in memory of the arena, as far as that has pieces
+  // of the size.
+  void _placeIn(BtArena* arena, int n) {
+    BtAssert(_size == 0, "_size==0");
+    BtAssert(n >= 0, "n>=0");
+    void* const piece = n == 0 ? nullptr : arena->take(static_cast<std::size_t>(n) * kElementSize);
+    if (piece == nullptr) return _realloc(n);
+    _elements = static_cast<T*>(piece);
+    _size = n;
+    _in_arena = true;
+    std::uninitialized_value_construct(begin(), end());
+  }
+
   T* _elements = nullptr;
   int _size = 0;
 
  private:
+  static constexpr std::size_t kElementSize =
+      sizeof(T);  // NOLINT(bugprone-sizeof-expression): T may point
+
   // Moves the elements that stay into a block of `n`; answers how many of the block are
   // constructed.
   int _resizeBlock(int n) {
@@ -109,21 +136,29 @@ class BtArray {
     if (n == _size) return kept;
     std::destroy(_elements + kept, _elements + _size);
     if (n == 0) {
-      std::free(_elements);
+      _freeBlock();
       _elements = nullptr;
-    } else if constexpr (std::is_trivially_copyable_v<T>) {
-      constexpr std::size_t kSize = sizeof(T);  // NOLINT(bugprone-sizeof-expression): T may point
-      _elements = static_cast<T*>(BtReallocOrExit(_elements, static_cast<std::size_t>(n), kSize));
-    } else {
-      T* block = static_cast<T*>(BtReallocOrExit(nullptr, static_cast<std::size_t>(n), sizeof(T)));
+    } else if (!_in_arena && BtIsRelocatable<T>) {
+      _elements =
+          static_cast<T*>(BtReallocOrExit(_elements, static_cast<std::size_t>(n), kElementSize));
+    } else if (!_in_arena || n > _size) {
+      T* block =
+          static_cast<T*>(BtReallocOrExit(nullptr, static_cast<std::size_t>(n), kElementSize));
       std::uninitialized_move(_elements, _elements + kept, block);
       std::destroy(_elements, _elements + kept);
-      std::free(_elements);
+      _freeBlock();
       _elements = block;
     }
     _size = n;
     return kept;
   }
+  // The elements are gone already.
+  void _freeBlock() {
+    if (!_in_arena) std::free(_elements);
+    _in_arena = false;
+  }
+
+  bool _in_arena = false;  // which owns the block then
 };
 
 // An array that can be resized; every change of size reallocates to the exact new size.
@@ -146,6 +181,12 @@ class BtDArray : public BtArray<T> {
   BtDArray& operator=(BtDArray&& other) noexcept = default;
 
   void resize(int n) { this->_realloc(n); }
+  // As resize(), but an array without elements comes to stand in `arena`, if that is not null and
+  // they are not too many. The arena must outlive them. Growing moves them to a block of their own.
+  void resizeIn(BtArena* arena, int n) {
+    if (arena == nullptr || !this->empty()) return resize(n);
+    this->_placeIn(arena, n);
+  }
   void resize(int n, const T& fill) { this->_realloc(n, fill); }
   void clear() { this->_realloc(0); }
   void subSize(int n) { this->_subSize(n); }
@@ -260,7 +301,7 @@ class BtDynArray {
   }
   void _reserve(int capacity) {
     if (capacity <= _capacity) return;
-    if constexpr (std::is_trivially_copyable_v<T>) {
+    if constexpr (BtIsRelocatable<T>) {
       _elements = static_cast<T*>(
           BtReallocOrExit(_elements, static_cast<std::size_t>(capacity), sizeof(T)));
     } else {

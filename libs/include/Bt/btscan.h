@@ -7,6 +7,8 @@
 #include <istream>
 #include <streambuf>
 
+class BtArena;
+
 // Opens the get area of any stream buffer, which the standard keeps to derived classes.
 struct Bt_GetArea : std::streambuf {
   static const char* next(std::streambuf* buf) { return (buf->*&Bt_GetArea::gptr)(); }
@@ -27,8 +29,10 @@ class BtScanner {
   bool readDouble(double* value);
   // A double narrowed to float; one that is no finite float then is a failure.
   bool readFloat(float* value);
-  // Reads `count` floats into consecutive places.
-  bool readFloats(float* values, int count);
+  // Reads `count` floats into consecutive places. The second form answers how many came before a
+  // failure.
+  bool readFloats(float* values, int count) { return readSomeFloats(values, count) == count; }
+  int readSomeFloats(float* values, int count);
   // The next character that is not white space.
   bool readChar(char* c);
   // The next character, white space included; -1 at the end of input, as is.get() does.
@@ -37,6 +41,9 @@ class BtScanner {
   int peek() { return _buf->sgetc(); }
 
   [[nodiscard]] std::istream& stream() const { return _is; }
+  // Where objects that are read may place small arrays; null, as it is at first, for the heap.
+  void setArena(BtArena* arena) { _arena = arena; }
+  [[nodiscard]] BtArena* arena() const { return _arena; }
 
  private:
   template <class Number>
@@ -44,6 +51,7 @@ class BtScanner {
 
   std::istream& _is;
   std::streambuf* _buf;
+  BtArena* _arena = nullptr;
 };
 
 // White space as the classic locale has it.

@@ -5,11 +5,11 @@
 #include <memory>
 #include <vector>
 
+#include "fbxcompressor.h"
 #include "fbxcreationtime.h"
 #include "fbxrecordsink.h"
 
 class FbxOutputFile;
-struct libdeflate_compressor;
 
 class FbxBinaryEncoder : public FbxRecordSink {
  public:
@@ -54,7 +54,7 @@ class FbxBinaryEncoder : public FbxRecordSink {
   void _addArray(char code, std::span<const T> values);
   void _addBytes(char code, std::string_view bytes);
   void _beginValue(char code);
-  [[nodiscard]] std::span<const std::uint8_t> _compress(std::span<const std::uint8_t> bytes);
+  void _patchLength(std::uint64_t start);
   void _writeInt(std::uint64_t value);
 
   FbxOutputFile* _file;
@@ -62,6 +62,5 @@ class FbxBinaryEncoder : public FbxRecordSink {
   FbxCode _footer_code;
   std::uint64_t _section_start = 0;  // 0 for the first section
   std::vector<OpenRecord> _open;
-  std::unique_ptr<libdeflate_compressor, void (*)(libdeflate_compressor*)> _compressor;
-  std::vector<std::uint8_t> _compressed;
+  FbxCompressor _compressor;
 };

@@ -22,9 +22,9 @@ void BaFlexiblePolygon::printOn(std::ostream& os) const {
   _printVerticesOn(os);
 }
 
-void BaFlexiblePolygon::_resize(int n) {
-  BaVertexElement::_resize(n);
-  _modes.resize(n);
+void BaFlexiblePolygon::_resize(int n, BtArena* arena) {
+  BaVertexElement::_resize(n, arena);
+  _modes.resizeIn(arena, n);
 }
 
 bool BaFlexiblePolygon::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) {

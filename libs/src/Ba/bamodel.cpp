@@ -50,6 +50,7 @@ void BaModel::_clear() {
   _textured_t_meshes.clear();
   _muscles.clear();
   _slider_groups.clear();
+  _arena.clear();
   _length_units = {.name = "INCHES"};
   _angle_units = {.name = "RADIANS"};
   _combine_vertex_normals = true;

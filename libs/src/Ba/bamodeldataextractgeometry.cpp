@@ -222,7 +222,8 @@ void GeometryExtractor::_addTexturedPolygon(int material_id,
 }
 
 BtDArray<BaVertex> GeometryExtractor::_copyVertices(std::span<const int> corners) const {
-  BtDArray<BaVertex> vertices(SizeTToInt(corners.size()));
+  BtDArray<BaVertex> vertices;
+  vertices.resizeIn(_model->arena(), SizeTToInt(corners.size()));
   std::transform(corners.begin(), corners.end(), vertices.begin(),
                  [this](int index) { return _vertexOf(index); });
   return vertices;
@@ -231,8 +232,8 @@ BtDArray<BaVertex> GeometryExtractor::_copyVertices(std::span<const int> corners
 void GeometryExtractor::_copyCorners(std::span<const BaMDTexturedCorner> corners,
                                      BtDArray<BaVertex>* vertices,
                                      BtDArray<BaTextureCoords>* coords) const {
-  vertices->resize(SizeTToInt(corners.size()));
-  coords->resize(SizeTToInt(corners.size()));
+  vertices->resizeIn(_model->arena(), SizeTToInt(corners.size()));
+  coords->resizeIn(_model->arena(), SizeTToInt(corners.size()));
   for (int i = 0; i < vertices->size(); ++i) {
     const BaMDTexturedCorner& corner = corners[static_cast<std::size_t>(i)];
     (*vertices)[i] = _vertexOf(corner.vertex);

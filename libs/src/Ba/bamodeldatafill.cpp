@@ -174,16 +174,10 @@ void ModelFiller::addShape(const BaBody& body, const BaModelData_PolySet* poly_s
 }
 
 void ModelFiller::addShapes() {
-  BtList<BaModelData_PolySet*> poly_sets;
-  BuildPolySets(&poly_sets, _model);
   for (const std::unique_ptr<BaBody>& body : _model.bodies()) {
     if (body == nullptr) continue;
     std::unique_ptr<BaModelData_PolySet> poly_set;
-    if (body->hasPolygons()) {
-      poly_set.reset(poly_sets[0]);
-      poly_sets.remove(0);
-      BtAssert(poly_set->body_id == body->id(), "poly_set->body_id==body.id()");
-    }
+    if (body->hasPolygons()) poly_set = std::make_unique<BaModelData_PolySet>(body.get());
     if (poly_set == nullptr && body->bones().empty()) continue;
     if (body->id() == 0) {
       theExceptObj.setAsWarning(

@@ -22,6 +22,10 @@ class GeometryMaker {
  private:
   // The group of a material, made at its first use.
   BaMDMaterialGroup& _groupOf(int material_id);
+  // Makes room in the groups for the polygons that they are to hold.
+  template <class Entry>
+  void _makeRoom(const BaModelData_PolyList& polygons,
+                 BaMDIndexLists<Entry>& (BaMDMaterialGroup::*lists)());
 
   const BaMaterialNames& _material_names;
   BaMDGeometry* _geometry;
@@ -47,8 +51,32 @@ BaMDMaterialGroup& GeometryMaker::_groupOf(int material_id) {
   return *_last_group;
 }
 
+template <class Entry>
+void GeometryMaker::_makeRoom(const BaModelData_PolyList& polygons,
+                              BaMDIndexLists<Entry>& (BaMDMaterialGroup::*lists)()) {
+  struct Room {
+    std::size_t entries = 0;
+    std::size_t lists = 0;
+  };
+  std::unordered_map<BaMDMaterialGroup*, Room> rooms;
+  Room* room = nullptr;
+  const BaMDMaterialGroup* group_of_room = nullptr;
+  for (int i = 0; i < polygons.count(); ++i) {
+    const BaModelData_PolyList::Polygon polygon = polygons[i];
+    BaMDMaterialGroup& group = _groupOf(polygon.material_id);
+    if (&group != group_of_room) room = &rooms[&group];
+    group_of_room = &group;
+    room->entries += polygon.vertices.size();
+    ++room->lists;
+  }
+  for (const auto& [group, wanted] : rooms) {
+    (group->*lists)().reserve(wanted.entries, wanted.lists);
+  }
+}
+
 void GeometryMaker::addPolygons(const BaModelData_PolyList& polygons,
                                 BaMDIndexLists<int>& (BaMDMaterialGroup::*lists)()) {
+  _makeRoom(polygons, lists);
   for (int i = 0; i < polygons.count(); ++i) {
     const BaModelData_PolyList::Polygon polygon = polygons[i];
     BaMDIndexLists<int>& list = (_groupOf(polygon.material_id).*lists)();
@@ -60,9 +88,15 @@ void GeometryMaker::addPolygons(const BaModelData_PolyList& polygons,
 void GeometryMaker::addTexturedPolygons(
     const BaModelData_PolyList& polygons,
     BaMDIndexLists<BaMDTexturedCorner>& (BaMDMaterialGroup::*lists)()) {
+  _makeRoom(polygons, lists);
   for (int i = 0; i < polygons.count(); ++i) {
     const BaModelData_PolyList::Polygon polygon = polygons[i];
     BaMDIndexLists<BaMDTexturedCorner>& list = (_groupOf(polygon.material_id).*lists)();
+    if (_coord_map.isLarge() && i + 1 < polygons.count()) {
+      for (const BaTextureCoords& coord : polygons[i + 1].t_coords) {
+        _coord_map.expect(BaIndexTable::hashOf(coord.u, coord.v));
+      }
+    }
     for (std::size_t corner = 0; corner < polygon.vertices.size(); ++corner) {
       const int coord = TCoordAt(polygon.t_coords[corner], _coords, _coord_map);
       list.push({polygon.vertices[corner] + 1, coord + 1});

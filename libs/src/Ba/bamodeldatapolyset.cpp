@@ -11,6 +11,10 @@ namespace {
 
 constexpr int kFewestVertices = 2;
 
+std::uint64_t HashOf(const float* position) {
+  return BaIndexTable::hashOf(position[0], position[1], position[2]);
+}
+
 bool SamePlace(const BaMDPoint& point, const float* position) {
   return point.x == position[0] && point.y == position[1] && point.z == position[2];
 }
@@ -38,28 +42,71 @@ void BaModelData_PolyList::drop() {
   _vertices.dropList();
 }
 
+template <class Elements>
+void BaModelData_PolyList::reserveFor(const Elements& elements) {
+  std::size_t corners = 0;
+  bool textured = false;
+  for (const auto* element : elements) {
+    corners += static_cast<std::size_t>(element->numVertices());
+    if constexpr (requires { element->textureCoords(); }) textured = true;
+  }
+  const auto count = static_cast<std::size_t>(elements.size());
+  _vertices.reserve(corners, count);
+  _material_ids.reserve(count);
+  if (textured) _t_coords.reserve(corners);
+}
+
 BaModelData_PolySet::BaModelData_PolySet(const BaBody* body)
     : body_id(body->id()), parent_id(body->parentId()) {
   BtAssert(body->isValid(), "body->isValid()");
-  for (const BaPolygon* polygon : body->polygons()) {
+  _polygons.reserveFor(body->polygons());
+  for (int i = 0; i < body->polygons().size(); ++i) {
+    const BaPolygon* polygon = body->polygons()[i];
     BtAssert(polygon->isValid(), "body->polygons()[num]->isValid()");
+    _expectNext(body->polygons(), i);
     if (polygon->numVertices() >= kFewestVertices) addPolygon(*polygon);
   }
-  for (const BaTexturedPolygon* polygon : body->texturedPolygons()) {
+  _textured_polygons.reserveFor(body->texturedPolygons());
+  for (int i = 0; i < body->texturedPolygons().size(); ++i) {
+    const BaTexturedPolygon* polygon = body->texturedPolygons()[i];
     BtAssert(polygon->isValid(), "body->texturedPolygons()[num]->isValid()");
+    _expectNext(body->texturedPolygons(), i);
     if (polygon->numVertices() >= kFewestVertices) addTexturedPolygon(*polygon);
   }
+  _t_meshes.reserveFor(body->tMeshes());
   for (const BaTMesh* mesh : body->tMeshes()) {
     if (mesh->numVertices() >= kFewestVertices) addTMesh(*mesh);
   }
+  _textured_t_meshes.reserveFor(body->texturedTMeshes());
   for (const BaTexturedTMesh* mesh : body->texturedTMeshes()) {
     if (mesh->numVertices() >= kFewestVertices) addTexturedTMesh(*mesh);
   }
 }
 
+// The vertices of a large body fill more memory than is at hand at once: what the element behind
+// position `i` will look up is fetched while that one is worked on.
+template <class Elements>
+void BaModelData_PolySet::_expectNext(const Elements& elements, int i) const {
+  if (!_by_coordinates.isLarge() || i + 1 == elements.size()) return;
+  for (const BaVertex& vertex : elements[i + 1]->vertices()) {
+    _by_coordinates.expect(HashOf(vertex.position()));
+  }
+}
+
 int BaModelData_PolySet::vertexAt(const BaVertex& vertex) {
+  if (_merge_vertices && !_vertices.empty()) {
+    for (const int index : _recent) {
+      if (SamePlace(_vertices[static_cast<std::size_t>(index)], vertex.position())) return index;
+    }
+  }
+  const int index = _vertexAt(vertex);
+  _recent[_oldest++ % _recent.size()] = index;
+  return index;
+}
+
+int BaModelData_PolySet::_vertexAt(const BaVertex& vertex) {
   const float* position = vertex.position();
-  const std::uint64_t hash = BaIndexTable::hashOf(position, 3);
+  const std::uint64_t hash = HashOf(position);
   const auto is_here = [this, position](int index) {
     return SamePlace(_vertices[static_cast<std::size_t>(index)], position);
   };
@@ -78,10 +125,9 @@ int BaModelData_PolySet::vertexAt(const BaVertex& vertex) {
 
 int BaModelData_PolySet::vertexAt(const BaVertex& vertex) const {
   const float* position = vertex.position();
-  const int index =
-      _by_coordinates.find(BaIndexTable::hashOf(position, 3), [this, position](int i) {
-        return SamePlace(_vertices[static_cast<std::size_t>(i)], position);
-      });
+  const int index = _by_coordinates.find(HashOf(position), [this, position](int i) {
+    return SamePlace(_vertices[static_cast<std::size_t>(i)], position);
+  });
   BtAssert(index >= 0, "index>=0 && index<vertices.size()");
   return index;
 }
@@ -216,8 +262,7 @@ int MaterialIdAt(int material_id, BtDynArray<int>& material_ids, MaterialIdMap& 
 
 int TCoordAt(const BaTextureCoords& t_coord, BtDynArray<BaTextureCoords>& t_coords,
              TCoordMap& map) {
-  const float values[] = {t_coord.u, t_coord.v};
-  const std::uint64_t hash = BaIndexTable::hashOf(values, 2);
+  const std::uint64_t hash = BaIndexTable::hashOf(t_coord.u, t_coord.v);
   int index = map.find(hash, [&](int i) { return t_coords[i] == t_coord; });
   if (index < 0) {
     index = t_coords.size();

@@ -69,7 +69,12 @@ void BaModel::removeBones() {
 void GetUsedAndUnusedMaterials(const BaModel& model, BtList<BaMaterial*>* used,
                                BtList<BaMaterial*>* unused) {
   std::unordered_set<int> used_ids;
-  Ba_ForEachMaterialUser(model, [&](const auto& user) { used_ids.insert(user.materialId()); });
+  int last_id = -1;
+  Ba_ForEachMaterialUser(model, [&](const auto& user) {
+    if (user.materialId() == last_id && !used_ids.empty()) return;
+    last_id = user.materialId();
+    used_ids.insert(last_id);
+  });
   for (const auto& material : model.materials()) {
     (used_ids.contains(material->id()) ? used : unused)->append(material.get());
   }

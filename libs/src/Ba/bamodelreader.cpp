@@ -66,7 +66,9 @@ bool FailWithId(const char* format, int id) {
 
 class Reader {
  public:
-  Reader(BaModel* model, std::istream& is) : _model(*model), _in(is) {}
+  Reader(BaModel* model, std::istream& is) : _model(*model), _in(is) {
+    _in.setArena(model->arena());
+  }
   // Reads all records into the model; false after a recorded error.
   bool run();
 

@@ -78,5 +78,5 @@ void BaPolygon::_removeDuplicates() {
     WarnOfDuplicate();
     --kept;
   }
-  if (kept != numVertices()) _resize(kept);
+  if (kept != numVertices()) _resize(kept, nullptr);
 }

@@ -11,19 +11,22 @@ void BaTexturedPolygon::setVertices(BtDArray<BaVertex> vertices, BtDArray<BaText
   _texture_coords = std::move(tc);
 }
 
-void BaTexturedPolygon::_resize(int n) {
-  BaPolygon::_resize(n);
-  _texture_coords.resize(n);
+void BaTexturedPolygon::_resize(int n, BtArena* arena) {
+  BaPolygon::_resize(n, arena);
+  _texture_coords.resizeIn(arena, n);
 }
 
 bool BaTexturedPolygon::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) {
-  float uv[2];
-  if (!in.readFloats(uv, 2)) {
-    Ba_Fail("Unable to read texture coordinates.");
+  // All numbers of the corner in one go: most of a large file is corners.
+  float numbers[5];
+  const int count = in.readSomeFloats(numbers, 5);
+  if (count < 5) {
+    Ba_Fail(count < 2 ? "Unable to read texture coordinates." : "Unable to read x,y and z.");
     return Ba_Fail("Unable to read vertex.");
   }
-  _texture_coords[i] = {.u = uv[0], .v = uv[1]};
-  return BaPolygon::_scanVertexFrom(vertex, i, in);
+  _texture_coords[i] = {.u = numbers[0], .v = numbers[1]};
+  vertex->setPosition(numbers[2], numbers[3], numbers[4]);
+  return vertex->scanEffectsFrom(in) || Ba_Fail("Unable to read vertex.");
 }
 
 void BaTexturedPolygon::_printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const {

@@ -11,9 +11,9 @@ void BaTexturedTMesh::setVertices(BtDArray<BaVertex> vertices, BtDArray<BaTextur
   _texture_coords = std::move(tc);
 }
 
-void BaTexturedTMesh::_resize(int n) {
-  BaTMesh::_resize(n);
-  _texture_coords.resize(n);
+void BaTexturedTMesh::_resize(int n, BtArena* arena) {
+  BaTMesh::_resize(n, arena);
+  _texture_coords.resizeIn(arena, n);
 }
 
 bool BaTexturedTMesh::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) {

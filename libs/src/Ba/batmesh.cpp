@@ -27,9 +27,9 @@ void BaTMesh::printOn(std::ostream& os) const {
   _printVerticesOn(os);
 }
 
-void BaTMesh::_resize(int n) {
-  BaVertexElement::_resize(n);
-  _swap_flags.resize(n);
+void BaTMesh::_resize(int n, BtArena* arena) {
+  BaVertexElement::_resize(n, arena);
+  _swap_flags.resizeIn(arena, n);
 }
 
 bool BaTMesh::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) {

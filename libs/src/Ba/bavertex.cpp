@@ -45,7 +45,10 @@ bool BaVertex::scanFrom(std::istream& is) {
 }
 
 bool BaVertex::scanFrom(BtScanner& in) {
-  if (!in.readFloats(_position, 3)) return Ba_Fail("Unable to read x,y and z.");
+  return in.readFloats(_position, 3) ? scanEffectsFrom(in) : Ba_Fail("Unable to read x,y and z.");
+}
+
+bool BaVertex::scanEffectsFrom(BtScanner& in) {
   if (!_effects.empty()) _effects.clear();
   int type = kNoMoreEffects;
   if (!in.readInt(&type)) return Ba_Fail("Unable to read effect type.");

@@ -22,7 +22,7 @@ bool BaVertexElement::scanFrom(std::istream& is) {
   return scanFrom(in);
 }
 
-void BaVertexElement::_resize(int n) { _vertices.resize(n); }
+void BaVertexElement::_resize(int n, BtArena* arena) { _vertices.resizeIn(arena, n); }
 
 bool BaVertexElement::_scanVertexFrom(BaVertex* vertex, int /*i*/, BtScanner& in) {
   return vertex->scanFrom(in) || Ba_Fail("Unable to read vertex.");
@@ -37,11 +37,11 @@ bool BaVertexElement::_scanCount(BtScanner& in, const char* message, int* count)
 }
 
 bool BaVertexElement::_scanVertices(BtScanner& in, int count) {
-  _resize(0);
+  _resize(0, nullptr);
   for (int i = 0; i < count; ++i) {
     if (i == numVertices()) {
       const long long chunk = std::max(kFirstChunk, i);
-      _resize(static_cast<int>(std::min<long long>(count, i + chunk)));
+      _resize(static_cast<int>(std::min<long long>(count, i + chunk)), in.arena());
     }
     if (!_scanVertexFrom(&_vertices[i], i, in)) return false;
   }

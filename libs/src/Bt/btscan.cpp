@@ -6,6 +6,9 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "btclassicios.h"
 
@@ -83,30 +86,82 @@ double ExactProduct(std::uint64_t mantissa, int exponent) {
   return end;
 }
 
-// Takes up to eight digits at once into `mantissa`; answers the position behind them.
-const char* TakeDigits(const char* p, const char* end, std::uint64_t* mantissa) {
-  constexpr std::uint64_t kTens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
-  if (end - p < 8) return p;
+// Eight characters, of which digits have become their values, the first in the lowest byte.
+std::uint64_t LoadDigits(const char* p) {
   std::uint64_t v = 0;
-  std::memcpy(&v, p, 8);
-  v ^= 0x3030303030303030U;  // digits become their values, the first one in the lowest byte
-  // The top bit of every byte above 9; bytes behind the first of them may be marked by its carry.
-  const std::uint64_t others = ((v + 0x7676767676767676U) | v) & 0x8080808080808080U;
-  const int count = others == 0 ? 8 : std::countr_zero(others) / 8;
-  if (count == 0) return p;
-  v <<= 64 - 8 * count;
-  // Neighbours are joined three times: to pairs, to fours, to the whole.
-  v = (v * 10 + (v >> 8)) & 0x00FF00FF00FF00FFU;
-  v = (v * 100 + (v >> 16)) & 0x0000FFFF0000FFFFU;
-  v = (v * 10000 + (v >> 32)) & 0x00000000FFFFFFFFU;
-  *mantissa = *mantissa * kTens[count] + v;
-  return p + count;
+  std::memcpy(&v, p, sizeof v);
+  return v ^ 0x3030303030303030U;
 }
 static_assert(std::endian::native == std::endian::little);
 
-// As ParseInt, for a decimal number.
-const char* ParseDouble(const char* p, const char* end, double* value) {
-  p = SkipSpace(p, end);
+// The number that the first `count` of eight digits make.
+std::uint64_t JoinDigits(std::uint64_t v, int count) {
+  // To the high end, in two steps: one by all 64 bits is not defined.
+  v <<= 32 - 4 * count;
+  v <<= 32 - 4 * count;
+  // Neighbours are joined three times: to pairs, to fours, to the whole.
+  v = (v * 10 + (v >> 8)) & 0x00FF00FF00FF00FFU;
+  v = (v * 100 + (v >> 16)) & 0x0000FFFF0000FFFFU;
+  return (v * 10000 + (v >> 32)) & 0x00000000FFFFFFFFU;
+}
+
+constexpr std::uint64_t kTens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
+constexpr int kMostJoined = 8;
+
+// A bit for each of sixteen characters that is no digit, the lowest for the first.
+unsigned FindOthers(const char* p) {
+#if defined(__SSE2__)
+  __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+  v = _mm_sub_epi8(v, _mm_set1_epi8('0'));
+  const __m128i is_digit = _mm_cmpeq_epi8(_mm_min_epu8(v, _mm_set1_epi8(9)), v);
+  return ~static_cast<unsigned>(_mm_movemask_epi8(is_digit)) & 0xFFFFU;
+#else
+  unsigned others = 0;
+  for (int i = 0; i < 16; ++i) others |= static_cast<unsigned>(!IsDigit(p[i])) << i;
+  return others;
+#endif
+}
+
+// Characters that ParseShort() may look at.
+constexpr std::ptrdiff_t kShortRoom = 32;
+
+// The number at `p` where it is a common one: with a point, without an exponent, of up to eight
+// digits on one side of the point and seven before it, so that one division gives it exactly.
+// Answers the position behind it, null for others. Signs and lengths cannot be foretold, so there
+// is no branch on them, and one look finds where the number ends, for the next one waits for that.
+inline const char* ParseShort(const char* p, double* value) {
+  const bool negative = *p == '-';
+  const int sign = static_cast<int>(negative) | static_cast<int>(*p == '+');
+  const unsigned others = FindOthers(p) & ~static_cast<unsigned>(sign);
+  const unsigned others_behind_point = others & (others - 1);
+  if (others_behind_point == 0) return nullptr;
+  const char* const point = p + std::countr_zero(others);
+  const char* const after = p + std::countr_zero(others_behind_point);
+  p += sign;
+  const int whole_count = static_cast<int>(point - p);
+  const int fraction_count = static_cast<int>(after - point) - 1;
+  const int count = whole_count + fraction_count;
+  if (*point != '.' || (*after | 0x20) == 'e' || count == 0) return nullptr;
+  if (whole_count >= kMostJoined || fraction_count > kMostJoined) return nullptr;
+  std::uint64_t mantissa = 0;
+  if (count <= kMostJoined) {
+    // The digits behind the point move up to those before it.
+    const std::uint64_t before_point = (std::uint64_t{1} << (8 * whole_count)) - 1;
+    mantissa =
+        JoinDigits((LoadDigits(p) & before_point) | (LoadDigits(p + 1) & ~before_point), count);
+  } else {
+    mantissa = JoinDigits(LoadDigits(p), whole_count) * kTens[fraction_count] +
+               JoinDigits(LoadDigits(point + 1), fraction_count);
+  }
+  const double magnitude =
+      static_cast<double>(static_cast<std::int64_t>(mantissa)) / kPowersOfTen[fraction_count];
+  *value = std::bit_cast<double>(std::bit_cast<std::uint64_t>(magnitude) |
+                                 static_cast<std::uint64_t>(negative) << 63U);
+  return after;
+}
+
+// As ParseInt, for any decimal number without space before it.
+[[gnu::noinline]] const char* ParseAny(const char* p, const char* end, double* value) {
   if (p == end) return nullptr;
   const bool negative = *p == '-';
   if (negative || *p == '+') ++p;
@@ -120,7 +175,6 @@ const char* ParseDouble(const char* p, const char* end, double* value) {
   int exponent = 0;
   if (p != end && *p == '.') {
     const char* fraction = ++p;
-    p = TakeDigits(p, end, &mantissa);
     while (p != end && IsDigit(*p)) {
       mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
       ++p;
@@ -143,6 +197,13 @@ const char* ParseDouble(const char* p, const char* end, double* value) {
   const double magnitude = ExactProduct(mantissa, exponent);
   *value = negative ? -magnitude : magnitude;
   return p;
+}
+
+// As ParseInt, for a decimal number.
+inline const char* ParseDouble(const char* p, const char* end, double* value) {
+  p = SkipSpace(p, end);
+  const char* const after = end - p >= kShortRoom ? ParseShort(p, value) : nullptr;
+  return after != nullptr ? after : ParseAny(p, end, value);
 }
 
 // False where `number` is no finite float.
@@ -179,7 +240,7 @@ bool BtScanner::readFloat(float* value) {
   return false;
 }
 
-bool BtScanner::readFloats(float* values, int count) {
+int BtScanner::readSomeFloats(float* values, int count) {
   int n = 0;
   if (_is.good()) {
     const char* p = Bt_GetArea::next(_buf);
@@ -193,9 +254,9 @@ bool BtScanner::readFloats(float* values, int count) {
     Bt_GetArea::moveTo(_buf, p);
   }
   for (; n < count; ++n) {
-    if (!readFloat(values + n)) return false;
+    if (!readFloat(values + n)) return n;
   }
-  return true;
+  return count;
 }
 
 bool BtScanner::readChar(char* c) {

@@ -1,7 +1,5 @@
 #include "fbxbinaryencoder.h"
 
-#include <libdeflate.h>
-
 #include <algorithm>
 #include <array>
 #include <bit>
@@ -28,7 +26,6 @@ constexpr std::uint64_t kAlignment = 16;
 
 constexpr std::int32_t kFirstArrayVersion = 7000;
 constexpr std::size_t kMinCompressedSize = 1024;
-constexpr int kCompressionLevel = 1;
 constexpr std::uint32_t kPlain = 0;
 constexpr std::uint32_t kZlib = 1;
 
@@ -38,10 +35,7 @@ constexpr std::size_t kCopySize = std::size_t{1} << 18;
 
 FbxBinaryEncoder::FbxBinaryEncoder(FbxOutputFile* file, std::int32_t version,
                                    const FbxCreationTime& creation_time)
-    : _file(file),
-      _version(version),
-      _footer_code(creation_time.footerCode()),
-      _compressor(nullptr, libdeflate_free_compressor) {
+    : _file(file), _version(version), _footer_code(creation_time.footerCode()) {
   _file->write(kMagic.data(), kMagic.size());
   _file->write(&_version, sizeof _version);
 }
@@ -128,8 +122,8 @@ void FbxBinaryEncoder::addRaw(std::span<const std::uint8_t> bytes) {
 
 void FbxBinaryEncoder::addFile(FbxSourceFile& file) {
   _beginValue('R');
-  const std::uint64_t length_position = _file->position();
   _writeInt(0);
+  const std::uint64_t start = _file->position();
   std::vector<char> buffer(kCopySize);
   std::ptrdiff_t count = 0;
   while (_file->ok() && (count = file.read(buffer)) > 0) {
@@ -140,11 +134,7 @@ void FbxBinaryEncoder::addFile(FbxSourceFile& file) {
     _file->abandon();
   }
   // The length is that of the bytes that came: the file may have changed since it was opened.
-  const auto length =
-      static_cast<std::uint32_t>(_file->position() - length_position - sizeof(std::uint32_t));
-  std::array<std::uint8_t, sizeof length> bytes;
-  std::memcpy(bytes.data(), &length, sizeof length);
-  _file->patch(length_position, bytes);
+  _patchLength(start);
 }
 
 void FbxBinaryEncoder::add(std::span<const double> values) {
@@ -187,26 +177,24 @@ template <class T>
 void FbxBinaryEncoder::_addArray(char code, std::span<const T> values) {
   _beginValue(code);
   _writeInt(values.size());
-  std::span<const std::uint8_t> bytes(reinterpret_cast<const std::uint8_t*>(values.data()),
-                                      values.size_bytes());
-  std::uint32_t encoding = kPlain;
-  if (bytes.size() >= kMinCompressedSize) {
-    bytes = _compress(bytes);
-    encoding = kZlib;
-  }
-  _writeInt(encoding);
+  const std::span<const std::uint8_t> bytes(reinterpret_cast<const std::uint8_t*>(values.data()),
+                                            values.size_bytes());
+  const bool is_compressed = bytes.size() >= kMinCompressedSize;
+  _writeInt(is_compressed ? kZlib : kPlain);
   _writeInt(bytes.size());
-  _file->write(bytes.data(), bytes.size());
+  if (!is_compressed) return _file->write(bytes.data(), bytes.size());
+  const std::uint64_t start = _file->position();
+  _compressor.compress(bytes, _file);
+  _patchLength(start);
 }
 
-std::span<const std::uint8_t> FbxBinaryEncoder::_compress(std::span<const std::uint8_t> bytes) {
-  if (_compressor == nullptr) _compressor.reset(libdeflate_alloc_compressor(kCompressionLevel));
-  BtAssert(_compressor != nullptr);
-  _compressed.resize(libdeflate_zlib_compress_bound(_compressor.get(), bytes.size()));
-  const std::size_t size = libdeflate_zlib_compress(_compressor.get(), bytes.data(), bytes.size(),
-                                                    _compressed.data(), _compressed.size());
-  BtAssert(size > 0);
-  return std::span(_compressed).first(size);
+// The bytes that were written from `start` on are a value: their number goes where it is expected,
+// right before them.
+void FbxBinaryEncoder::_patchLength(std::uint64_t start) {
+  const auto length = static_cast<std::uint32_t>(_file->position() - start);
+  std::array<std::uint8_t, sizeof length> bytes;
+  std::memcpy(bytes.data(), &length, sizeof length);
+  _file->patch(start - sizeof length, bytes);
 }
 
 void FbxBinaryEncoder::endSection() {

@@ -1,0 +1,16 @@
+#include "btarena.h"
+
+#include <sys/mman.h>
+
+void BtArena::_addBlock() {
+  _blocks.push_back(std::make_unique_for_overwrite<std::byte[]>(kBlockSize));
+  _left = kBlockSize;
+  // All pages at once, which is quicker than one by one as they are met. Where the system does not
+  // know how, they come as they are met.
+  constexpr std::size_t kPage = 4096;
+  void* start = _blocks.back().get();
+  std::size_t size = kBlockSize;
+  if (std::align(kPage, kPage, start, size) != nullptr) {
+    madvise(start, size / kPage * kPage, MADV_POPULATE_WRITE);
+  }
+}
