@@ -2,6 +2,7 @@
 option(KESTRIX_TESTS "Build the tests" ON)
 option(KESTRIX_BENCH "Build the benchmarks" OFF)
 option(BUILD_SHARED_LIBS "Build shared libraries instead of static ones" OFF)
+option(KESTRIX_FUZZ "Build the fuzz targets; needs clang" OFF)
 set(KESTRIX_SANITIZE "" CACHE STRING "Value of -fsanitize= for every target, empty for none")
 
 set(CMAKE_CXX_STANDARD 20)
@@ -20,6 +21,8 @@ target_compile_options(kestrix_options INTERFACE
   # The same numbers from every machine, whatever its instruction set.
   -ffp-contract=off
   -fstack-protector-strong
+  -fstack-clash-protection
+  $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection>
   # GCC 12 sees overlaps in std::string's own copies where there are none.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 target_compile_definitions(kestrix_options INTERFACE

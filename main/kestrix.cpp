@@ -11,6 +11,7 @@
 #include "bamodel.h"
 #include "bamodeldata.h"
 #include "btexcept.h"
+#include "btnew.h"
 #include "options.h"
 #include "save.h"
 #include "scene.h"
@@ -101,16 +102,13 @@ int Convert(const Settings& settings) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::set_new_handler(BtExitWithoutMemory);
   if (argc <= 1) {
     PrintUsage(std::cout);
     return EXIT_SUCCESS;
   }
   Settings settings;
   if (!ParseOptions(argc, argv, &settings)) return EXIT_FAILURE;
-  std::set_new_handler([] {
-    std::cerr << "Unable to allocate memory!\n";
-    std::_Exit(EXIT_FAILURE);
-  });
   InstallCancel();
   return Convert(settings);
 }

@@ -51,5 +51,5 @@ bool CreateScene(KFbxSdkManager* manager, KFbxScene* scene, const BaModelData& m
   scene->SetSceneInfo(CreateDocumentInfo(manager, model_file));
   SceneMaterials materials(scene, model_data, BtFileDirectory(model_file));
   CreateSkeletons(scene, model_data, mapping, scale_factor, mesh_per_body, &materials);
-  return true;
+  return !BtError();
 }

@@ -10,6 +10,7 @@
 #include "bamodeldata.h"
 #include "btangles.h"
 #include "btcoordsys.h"
+#include "btexcept.h"
 #include "kfbxpose.h"
 #include "kfbxscene.h"
 #include "kfbxskeleton.h"
@@ -91,8 +92,10 @@ void CreateSkeletons(KFbxScene* scene, const BaModelData& model_data,
   bool has_geometry = false;
   CreateChildSkeletonNodes(model_data, kWorld, &geo_bodies, &has_geometry, scene, mapping,
                            scale_factor, scene->GetRootNode(), mesh_per_body);
+  if (theExceptObj.checkCancel()) return;
   MeshBuilder meshes(scene, model_data, scale_factor, materials);
   for (const BaMDBody* geo_body : geo_bodies) {
+    if (theExceptObj.checkCancel()) return;
     BtAssert(geo_body, "geo_body_ptr");
     KFbxNode* node =
         geo_body->name() == kWorld ? scene->GetRootNode() : scene->FindNodeByName(geo_body->name());
@@ -107,7 +110,7 @@ void CreateChildSkeletonNodes(const BaModelData& model_data, const BtStr& parent
                               KFbxNode* parent_node, bool mesh_per_body) {
   std::vector<Level> levels = {
       {nullptr, parent_node, &model_data.childBodies(parent_name), 0, false}};
-  while (true) {
+  while (!theExceptObj.cancelAsked()) {
     Level& level = levels.back();
     if (level.next_child < level.children->size()) {
       const BaMDBody* body = (*level.children)[level.next_child++];

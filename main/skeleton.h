@@ -16,14 +16,16 @@ using GeoBodies = BtList<const BaMDBody*>;
 
 // Builds the whole tree under the scene's root node, the meshes and the bind pose. Lengths are
 // multiplied by `scale_factor`. With `mesh_per_body` every body with polygons gets a mesh of its
-// own, otherwise every top-level body whose chain has polygons gets one for the whole chain.
+// own, otherwise every top-level body whose chain has polygons gets one for the whole chain. Leaves
+// the scene as it is, with an error recorded, when the user wants to stop.
 void CreateSkeletons(KFbxScene* scene, const BaModelData& model_data,
                      const BaUnlockedMapping& mapping, float scale_factor, bool mesh_per_body,
                      SceneMaterials* materials);
 
 // Builds the nodes of all bodies whose parent has the given name, with everything below them, and
 // adds them to `parent_node`. Appends the bodies that get a mesh to `geo_bodies`. `has_geometry`
-// becomes true when any of these bodies holds polygons, otherwise false.
+// becomes true when any of these bodies holds polygons, otherwise false. Stops in the middle when
+// the user wants to.
 void CreateChildSkeletonNodes(const BaModelData& model_data, const BtStr& parent_name,
                               GeoBodies* geo_bodies, bool* has_geometry, KFbxScene* scene,
                               const BaUnlockedMapping& mapping, float scale_factor,

@@ -447,6 +447,25 @@ TEST(BaModelDataWrite, TellsWhereTheDiskWasFull) {
           "E Unable to write GEOMETRY section.\nE " + file}));
 }
 
+TEST(BaModelDataWrite, TextsThatWouldNotComeBackAreErrors) {
+  const struct {
+    const char* text;
+    bool comes_back;
+  } cases[] = {{"CLAMP b", true}, {"a\n# {b}", true}, {"a\\", false},
+               {"a {", false},    {"a # b", false},   {"a }\nb", false}};
+  for (const auto& c : cases) {
+    BaMDTexture texture;
+    texture.setName("t");
+    texture.setTAttributes(c.text);
+    BaMDInclude include;
+    include.setFileName(c.text);
+    std::ostringstream os;
+    EXPECT_EQ(texture.printOn(os), c.comes_back) << c.text;
+    EXPECT_EQ(include.printOn(os), c.comes_back) << c.text;
+    EXPECT_EQ(TakeMessages().empty(), c.comes_back) << c.text;
+  }
+}
+
 TEST(BaModelDataWrite, FailuresAndAssertions) {
   BaModelData data;
   ASSERT_TRUE(Scan(kWhole.substr(kHeader.size()), &data));

@@ -7,8 +7,11 @@
 #include <string>
 #include <vector>
 
+#include "btexcept.h"
+#include "fbxdocument.h"
 #include "fbxfamily.h"
 #include "kfbxdeformer.h"
+#include "kfbxexporter.h"
 #include "kfbxmesh.h"
 #include "kfbxnode.h"
 #include "kfbxpose.h"
@@ -262,6 +265,45 @@ TEST(FbxExport, MakesTheSameBytesFromTheSameScene) {
     const auto& stamp = dated.main.child("FBXHeaderExtension").child("CreationTimeStamp");
     EXPECT_EQ(stamp.child("Year").integer(), 2024);
   }
+}
+
+// What a scene of too many nodes is refused by must be below what every node takes.
+TEST(FbxExport, KnowsWhatANodeTakesAtTheLeast) {
+  for (const Family& family : kFamilies) {
+    std::vector<std::size_t> sizes;
+    for (const int nodes : {1, 101}) {
+      const ManagerPtr manager = NewManager();
+      KFbxScene* scene = KFbxScene::Create(manager.get(), "");
+      for (int i = 0; i < nodes; ++i) AddNode(scene, "", scene->GetRootNode());
+      KFbxExporter* exporter = KFbxExporter::Create(manager.get(), "");
+      std::string bytes;
+      ASSERT_TRUE(exporter->Initialize("memory", family.format) && exporter->Export(scene, &bytes));
+      EXPECT_EQ(ParseFbx(bytes).fault, "");
+      sizes.push_back(bytes.size());
+    }
+    const std::size_t fewest =
+        family.has_ids ? FbxDocument71::kFewestModelBytes : FbxDocument61::kFewestModelBytes;
+    EXPECT_GT((sizes[1] - sizes[0]) / 100, fewest);
+    EXPECT_LT((sizes[1] - sizes[0]) / 100, fewest * 3 / 2);
+  }
+}
+
+TEST(FbxExport, WritesTheSameBytesIntoMemory) {
+  const TestFolder folder;
+  const TestScene scene;
+  ASSERT_TRUE(Save(scene.scene, folder.path("a.fbx"), kBinary71));
+  KFbxExporter* exporter = KFbxExporter::Create(scene.manager.get(), "");
+  ASSERT_TRUE(exporter->Initialize("memory", kBinary71));
+  exporter->GetIOSettings()->SetBoolProp(EXP_FBX_EMBEDDED, true);
+  std::string bytes = "older";
+  EXPECT_TRUE(exporter->Export(scene.scene, &bytes));
+  EXPECT_TRUE(bytes == ReadFile(folder.path("a.fbx")));
+  TakeMessage();
+  theExceptObj.setCancelHook([] { return true; });
+  EXPECT_FALSE(exporter->Export(scene.scene, &bytes));
+  theExceptObj.setCancelHook(nullptr);
+  EXPECT_EQ(bytes, "");
+  TakeMessage();
 }
 
 }  // namespace

@@ -128,6 +128,7 @@ class BaModelData {
     Ba_IncludeChain* chain;
   };
 
+  void _deleteSections();
   void _indexBody(BaMDBody* body);
   bool _scanSections(std::istream& is, const BtStr& directory);
   // Reads a file without merging what it includes. `chain` ends in it, or is null.

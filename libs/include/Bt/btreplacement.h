@@ -1,5 +1,6 @@
-// BtReplacement: a new file that stands under another name beside its target until it is whole and
-// takes the target's place then, so that a failure leaves an older file as it was.
+// BtReplacement: a new file beside its target, without a name where the file system can do that. It
+// takes the target's place when it is whole, so that a failure leaves an older file as it was and
+// nothing else.
 #pragma once
 
 #include <sys/types.h>
@@ -15,6 +16,11 @@ class BtReplacement {
     Target   // pipes, devices and files without a name are to be written as they are
   };
 
+  enum class Naming {
+    Late,  // when it is whole, so that nothing is left however the process ends
+    Now    // for other programs that are to write it
+  };
+
   BtReplacement() = default;
   ~BtReplacement() { discard(); }
   BtReplacement(const BtReplacement&) = delete;
@@ -22,12 +28,13 @@ class BtReplacement {
 
   // Creates the new file, empty, where the target or what its links lead to is. An older file that
   // may not be written may not be replaced either.
-  Place open(const std::string& target);
-  // The new file, open for reading and writing, and its name; -1 and empty without one.
+  Place open(const std::string& target, Naming naming);
+  // The new file, open for reading and writing; -1 without one.
   [[nodiscard]] int descriptor() const { return _fd; }
-  [[nodiscard]] const std::string& name() const { return _name; }
-  // Puts the new file in its place, with the older file's permissions and, where this user may give
-  // files away, owner. False, with errno set, when that fails.
+  // A path that leads to the new file, in this process alone unless it was named at once.
+  [[nodiscard]] std::string path() const;
+  // Puts the new file in its place when all of it has arrived, with the older file's permissions
+  // and, where this user may give files away, owner. False, with errno set, when that fails.
   bool commit();
   // Removes the new file, unless it is in its place.
   void discard();
@@ -39,10 +46,12 @@ class BtReplacement {
     gid_t group;
   };
 
-  bool _createBeside();
+  bool _createBeside(Naming naming);
+  template <class Create>
+  bool _takeFreshName(Create create);
 
-  std::string _path;  // of the target, links followed
-  std::string _name;
+  std::string _target;  // links followed
+  std::string _name;    // the name that will be _target; empty where the file has none
   std::optional<Older> _older;
   int _fd = -1;
 };

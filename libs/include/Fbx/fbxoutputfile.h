@@ -1,7 +1,7 @@
-// FbxOutputFile: the file that a scene is saved to. It is written under another name beside its
-// target and put in the target's place when it is complete, so that a failure leaves an older file
-// as it was. Targets that are no regular files (pipes, devices) get the bytes when all of them are
-// known.
+// FbxOutputFile: the file that a scene is saved to. It is written beside its target, without a name
+// where the file system can do that, and put in the target's place when it is complete, so that a
+// failure leaves an older file as it was and nothing else. Targets that are no regular files
+// (pipes, devices) get the bytes when all of them are known.
 #pragma once
 
 #include <algorithm>
@@ -29,6 +29,10 @@ class FbxOutputFile {
   // The first failure of any of these is recorded ("Unable to write '%s': %s."); after it, and
   // after abandon(), nothing more is done. A cancel is noticed while bytes are written.
   bool open(const std::string& target);
+  // Bytes that no file is to take go to `bytes`, which is empty unless commit() completes them.
+  bool openMemory(std::string* bytes);
+  // Says that at least so many bytes will come, so that too many are refused before they are made.
+  bool expect(std::uint64_t size);
   void write(const void* data, std::size_t size) {
     if (size > _room) {
       _writeSlowly({static_cast<const char*>(data), size});
@@ -53,18 +57,23 @@ class FbxOutputFile {
  private:
   void _writeSlowly(std::span<const char> bytes);
   bool _fail(const char* reason);
+  bool _failSize();
   bool _failErrno();
+  void _makeBuffer();
   bool _createInMemory();
   bool _flush();
+  bool _append(std::span<const char> bytes);
   bool _writeAll(int fd, std::span<const char> bytes);
+  bool _canceled();
   bool _copyToTarget();
   void _close();
 
   std::uint64_t _max_size;
   std::string _target;  // as given
   BtReplacement _replacement;
-  int _fd = -1;             // the replacement's, or of a file in memory
-  bool _in_memory = false;  // for targets that are no regular files
+  int _fd = -1;                    // the replacement's, or of a file in memory
+  bool _in_memory = false;         // for targets that are no regular files
+  std::string* _memory = nullptr;  // takes the bytes instead of the file
   bool _ok = true;
   std::unique_ptr<char[]> _buffer;
   std::size_t _used = 0;       // bytes in the buffer

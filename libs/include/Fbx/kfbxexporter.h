@@ -1,6 +1,8 @@
 // KFbxExporter: writes a scene to a file.
 #pragma once
 
+#include <string>
+
 #include "kfbxiosettings.h"
 #include "kfbxsdkmanager.h"
 
@@ -22,6 +24,8 @@ class KFbxExporter : public KFbxCreated<KFbxExporter> {
   // Writes the scene. On a failure the error is recorded and an older file is left as it was. A
   // picture that cannot be embedded is a recorded warning.
   bool Export(KFbxScene* scene);
+  // The same bytes without a file; none after a failure. The file's name is only looked at.
+  bool Export(KFbxScene* scene, std::string* bytes);
 
   // Empty while nothing has failed.
   [[nodiscard]] const char* GetLastErrorString() const { return _last_error; }
@@ -31,6 +35,7 @@ class KFbxExporter : public KFbxCreated<KFbxExporter> {
   friend class KFbxCreated<KFbxExporter>;
   using KFbxCreated::KFbxCreated;
 
+  bool _export(KFbxScene* scene, std::string* bytes);
   bool _fail(const BtStr& message);
 
   BtStr _file_name;

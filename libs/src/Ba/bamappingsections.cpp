@@ -45,11 +45,20 @@ bool WordToInt(std::string_view word, int* value) {
   return result.ec == std::errc() && result.ptr == end;
 }
 
+// False for what a line that a backslash draws in can say, and no line that is written can: text
+// that would begin a comment, end the block or change the next line.
+bool CanBeWritten(std::string_view value) {
+  return value.find_first_of("\n#}") == std::string_view::npos && !value.ends_with('{') &&
+         !value.ends_with('\\');
+}
+
 // Reads the pairs of a SLIDERS block. `known` holds the sliders of this effect map so far.
 bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* map) {
   for (std::string_view word = TakeWord(&text); !word.empty(); word = TakeWord(&text)) {
-    // A brace belongs to a block that cannot stand here.
-    if (word.front() == '{') return Fail("Unable to read slider name from SLIDERS section.");
+    // A brace in front belongs to a block that cannot stand here; the others are no part of a line.
+    if (word.front() == '{' || word.find_first_of("#}") != std::string_view::npos) {
+      return Fail("Unable to read slider name from SLIDERS section.");
+    }
     const BtStr name(word);
     const std::string_view id_word = TakeWord(&text);
     int id = 0;
@@ -68,7 +77,7 @@ bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* m
 bool ReadSliderGroup(const BtStr& value, bool single_line, BtStr* slider_group) {
   const bool has_blanks = value.view().find_first_of(" \t\n") != std::string_view::npos;
   if (single_line && has_blanks) Fail("Slider group names cannot contain spaces.");
-  if (!single_line || has_blanks || value.length() == 0) {
+  if (!single_line || has_blanks || value.length() == 0 || !CanBeWritten(value.view())) {
     return Fail("Invalid value for SLIDER_GROUP in BLEND_EFFECT_MAP section.");
   }
   *slider_group = value;
@@ -77,8 +86,7 @@ bool ReadSliderGroup(const BtStr& value, bool single_line, BtStr* slider_group) 
 
 bool ReadIncludeItem(const BtStr& key, const BtStr& value, bool single_line,
                      BaUnlockedMapping::Include* include) {
-  // A line drawn in by a backslash could not be written back.
-  bool valid = single_line && value.length() > 0 && value.matchCount('\n') == 0;
+  bool valid = single_line && value.length() > 0 && CanBeWritten(value.view());
   if (key == "FILE_NAME") {
     include->file_name = value;
   } else if (key == "BODY_ID_OFFSET") {

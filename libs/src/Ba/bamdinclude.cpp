@@ -64,8 +64,12 @@ bool BaMDInclude::scanFrom(BaMDSource& source) {
 
 bool BaMDInclude::printOn(std::ostream& os) const {
   BtAssert(!_file_name.isNull(), "!_file_name.isNull()");
-  os << "INCLUDE {\n  FILE_NAME: " << _file_name << "\n  BODY_ID_OFFSET: ";
+  os << "INCLUDE {\n";
+  if (!BaPrintText(os, "  FILE_NAME: ", _file_name)) return false;
+  os << "  BODY_ID_OFFSET: ";
   BaPrintInt(os, _body_id_offset);
-  os << "\n  BODY_NAME_SUFFIX: " << _body_name_suffix << "\n}\n";
+  os << '\n';
+  if (!BaPrintText(os, "  BODY_NAME_SUFFIX: ", _body_name_suffix)) return false;
+  os << "}\n";
   return BaCheckWritten(os, "Unable to write file.");
 }

@@ -15,6 +15,10 @@ bool IsWindowsAbsolute(std::string_view path) {
   return path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
 }
 
+bool FailUnwritable(const BtStr& text) {
+  return BaFail("The name \"" + BaShown(text) + "\" cannot be written to a model document.");
+}
+
 }  // namespace
 
 bool BaFail(const BtStr& message) {
@@ -129,12 +133,16 @@ void BaPrintFloats(std::ostream& os, std::span<const float> values) {
 }
 
 bool BaPrintName(std::ostream& os, const char* key, const BtStr& name) {
-  const std::string_view text = name.view();
-  if (text.empty() || BaHoldsSpace(text) || text.find_first_of("#}") != std::string_view::npos ||
-      text.ends_with('{') || text.ends_with('\\')) {
-    return BaFail("The name \"" + BaShown(name) + "\" cannot be written to a model document.");
-  }
-  os << key << text << '\n';
+  if (name.length() == 0 || BaHoldsSpace(name.view())) return FailUnwritable(name);
+  return BaPrintText(os, key, name);
+}
+
+bool BaPrintText(std::ostream& os, const char* key, const BtStr& text) {
+  const std::string_view view = text.view();
+  const std::string_view first = view.substr(0, view.find('\n'));
+  const bool closes = first.find_first_of("#}") != std::string_view::npos;
+  if (closes || first.ends_with('{') || view.ends_with('\\')) return FailUnwritable(text);
+  os << key << BtStr(text).replaceAll("\n", "\\\n") << '\n';
   return true;
 }
 

@@ -125,10 +125,12 @@ void BaPrintFloat(std::ostream& os, float value);
 void BaPrintInt(std::ostream& os, int value);
 // Separated by blanks.
 void BaPrintFloats(std::ostream& os, std::span<const float> values);
-// A line of a key, with its indentation and colon, and a name. False, with an error recorded, for a
-// name that a reader of the document would not get back: one that is empty, holds white space, "#"
-// or
-// "}", or ends in "{" or a backslash.
+// A line of a key, with its indentation and colon, and a text, whose further lines a backslash
+// draws in. False, with an error recorded, for a text that a reader of the document would not get
+// back: one with "#" or "}" in its first line or "{" at the end of it, or with a backslash at its
+// end.
+bool BaPrintText(std::ostream& os, const char* key, const BtStr& text);
+// The same for a name, which is not empty and holds no white space.
 bool BaPrintName(std::ostream& os, const char* key, const BtStr& name);
 // Answers true when the stream is well, else records `message` and answers false.
 bool BaCheckWritten(const std::ostream& os, const char* message);

@@ -71,10 +71,8 @@ bool TextureReader::readTAttributes(const BaMDItem& item) {
   return true;
 }
 
-// Attributes of several lines are joined as their reader takes them apart.
-void PrintAttributes(std::ostream& os, const char* key, const BtStr& attributes) {
-  if (attributes.isNull()) return;
-  os << key << BtStr(attributes).replaceAll("\n", "\\\n") << '\n';
+bool PrintAttributes(std::ostream& os, const char* key, const BtStr& attributes) {
+  return attributes.isNull() || BaPrintText(os, key, attributes);
 }
 
 }  // namespace
@@ -100,8 +98,8 @@ bool BaMDTexture::printOn(std::ostream& os) const {
   if (_type != BaMDTexture_t::Decal2D) {
     os << "    TYPE: " << kTypeWords[static_cast<std::size_t>(_type)] << '\n';
   }
-  PrintAttributes(os, "    S_ATTRIBUTES: ", _s_attributes);
-  PrintAttributes(os, "    T_ATTRIBUTES: ", _t_attributes);
+  if (!PrintAttributes(os, "    S_ATTRIBUTES: ", _s_attributes)) return false;
+  if (!PrintAttributes(os, "    T_ATTRIBUTES: ", _t_attributes)) return false;
   os << "  }\n";
   return BaCheckWritten(os, "Unable to write file.");
 }

@@ -18,11 +18,16 @@ Value* Find(const BaNameMap<Value*>& by_name, const BtStr& name) {
 
 BaModelData::BaModelData() { clear(); }
 
-BaModelData::~BaModelData() { clear(); }
+BaModelData::~BaModelData() { _deleteSections(); }
 
 void BaModelData::clear() {
   _length_units = {"INCHES", 1.0F};
   _angle_units = {"RADIANS", 1.0F};
+  _deleteSections();
+}
+
+// Needs no memory: the file may stand already when a document goes.
+void BaModelData::_deleteSections() {
   _by_body_name.clear();
   _by_body_id.clear();
   _slider_groups_by_name.clear();

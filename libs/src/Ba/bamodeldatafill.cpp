@@ -47,8 +47,8 @@ class ModelFiller {
   // Adds one body.
   bool addBody(const BaBody& body);
   void addMaterials();
-  // Adds the vertex sets and geometries of all bodies.
-  void addShapes();
+  // Adds the vertex sets and geometries of all bodies; false when the user wants to stop.
+  bool addShapes();
   // Adds those of one body.
   void addShape(const BaBody& body, const BaModelData_PolySet* poly_set);
   // Materials are found by the names that they have in the model.
@@ -117,6 +117,7 @@ bool ModelFiller::addBodies() {
     if (body != nullptr && body->id() != 0 && !_checkBody(*body, &names)) return false;
   }
   while (!pending.empty()) {
+    if (theExceptObj.checkCancel()) return false;
     const BaBody* body = pending.back();
     pending.pop_back();
     _data->addBody(_toMDBody(*body));
@@ -173,8 +174,9 @@ void ModelFiller::addShape(const BaBody& body, const BaModelData_PolySet* poly_s
   _data->addGeometry(BaToMDGeometry(body, poly_set, material_names));
 }
 
-void ModelFiller::addShapes() {
+bool ModelFiller::addShapes() {
   for (const std::unique_ptr<BaBody>& body : _model.bodies()) {
+    if (theExceptObj.checkCancel()) return false;
     if (body == nullptr) continue;
     std::unique_ptr<BaModelData_PolySet> poly_set;
     if (body->hasPolygons()) poly_set = std::make_unique<BaModelData_PolySet>(body.get());
@@ -187,6 +189,7 @@ void ModelFiller::addShapes() {
       addShape(*body, poly_set.get());
     }
   }
+  return true;
 }
 
 void ModelFiller::warnOfLeftOut() const {
@@ -224,7 +227,7 @@ bool BaModelData::fillFrom(const BaModel& model, bool merge_vertices) {
   ModelFiller filler(model, this);
   if (!filler.addBodies()) return false;
   filler.addMaterials();
-  filler.addShapes();
+  if (!filler.addShapes()) return false;
   filler.warnOfLeftOut();
   _assertGeometryBodies();
   return true;

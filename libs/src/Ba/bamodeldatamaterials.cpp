@@ -75,7 +75,7 @@ std::unique_ptr<BaMaterial> BaToMaterial(const BaMDMaterial& md_material, bool t
     const BtFloatArray& colour = (md_material.*row.get)();
     if (colour.empty()) continue;
     const std::span<float> values = row.add(material.get())->values();
-    std::copy_n(colour.begin(), std::min<std::size_t>(values.size(), colour.size()),
+    std::copy_n(colour.begin(), std::min(values.size(), static_cast<std::size_t>(colour.size())),
                 values.begin());
   }
   material->addShininessAttribute()->setValue(md_material.shininess());

@@ -197,7 +197,7 @@ bool BtCompOFStream::_spawnCompress(const char* name, const char* ext) {
     return false;
   }
   if (!BtFileHaveWriteAccess(name)) return false;
-  const BtReplacement::Place place = _replacement.open(name);
+  const BtReplacement::Place place = _replacement.open(name, BtReplacement::Naming::Now);
   if (place == BtReplacement::Place::Failed) {
     theExceptObj.set("%s", std::strerror(errno));
     theExceptObj.set("Couldn't create " + BtStr(name));
@@ -205,7 +205,7 @@ bool BtCompOFStream::_spawnCompress(const char* name, const char* ext) {
   }
   const BtStr pipe = Bt_ShellWord(_named_pipe);
   const BtStr file =
-      Bt_ShellWord(place == BtReplacement::Place::Beside ? _replacement.name().c_str() : name);
+      Bt_ShellWord(place == BtReplacement::Place::Beside ? _replacement.path().c_str() : name);
   const BtStr command = BtFormat(program->compress_command, static_cast<const char*>(pipe),
                                  static_cast<const char*>(file));
   _buf = std::make_unique<Buf>(*program);

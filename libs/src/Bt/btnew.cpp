@@ -5,6 +5,17 @@
 #include <cstdlib>
 #include <iostream>
 
+namespace {
+
+// Prints the message, which goes behind everything that was printed before.
+void SayThatThereIsNoMemory() {
+  std::cout.flush();
+  std::fflush(stdout);
+  std::fputs("Unable to allocate memory!\n", stderr);
+}
+
+}  // namespace
+
 void* BtReallocOrExit(void* block, std::size_t count, std::size_t size) {
   std::size_t bytes = 0;
   void* result = nullptr;
@@ -14,12 +25,12 @@ void* BtReallocOrExit(void* block, std::size_t count, std::size_t size) {
   if (result != nullptr) return result;
   // A product that overflows is shown all the same, so it is not computed in integers.
   const long double total = static_cast<long double>(count) * static_cast<long double>(size);
-  std::cout.flush();
-  std::fflush(stdout);
-  std::fprintf(stderr,
-               "Unable to allocate memory!\n"
-               "Attempted to allocate %zu elements, total size: %.0Lf\n",
-               count, total);
-  std::fflush(stderr);
+  SayThatThereIsNoMemory();
+  std::fprintf(stderr, "Attempted to allocate %zu elements, total size: %.0Lf\n", count, total);
+  std::_Exit(EXIT_FAILURE);
+}
+
+void BtExitWithoutMemory() {
+  SayThatThereIsNoMemory();
   std::_Exit(EXIT_FAILURE);
 }

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <system_error>
@@ -35,9 +36,37 @@ mode_t NewFileMode() {
   return 0666 & ~mask;
 }
 
+// A path that leads to an open file, whether that has a name or not.
+std::string NameOfDescriptor(int fd) { return "/proc/self/fd/" + std::to_string(fd); }
+
+// Waits until the bytes have arrived: some file systems find out only then that there is no room.
+bool Sync(int fd) {
+  while (fsync(fd) != 0) {
+    if (errno == EINVAL || errno == EROFS || errno == ENOSYS) break;  // nothing to wait for
+    if (errno != EINTR) return false;
+  }
+  return true;
+}
+
+// While one lives, no signal ends the process.
+class BlockedSignals {
+ public:
+  BlockedSignals() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &_before);
+  }
+  ~BlockedSignals() { pthread_sigmask(SIG_SETMASK, &_before, nullptr); }
+  BlockedSignals(const BlockedSignals&) = delete;
+  BlockedSignals& operator=(const BlockedSignals&) = delete;
+
+ private:
+  sigset_t _before{};
+};
+
 }  // namespace
 
-BtReplacement::Place BtReplacement::open(const std::string& target) {
+BtReplacement::Place BtReplacement::open(const std::string& target, Naming naming) {
   discard();
   _older.reset();
   struct stat older {};
@@ -49,42 +78,72 @@ BtReplacement::Place BtReplacement::open(const std::string& target) {
   }
   if (exists && !S_ISREG(older.st_mode)) return Place::Target;
   if (exists && faccessat(AT_FDCWD, target.c_str(), W_OK, AT_EACCESS) != 0) return Place::Failed;
-  _path = FollowLinks(target);
-  if (_path.empty()) return Place::Failed;
+  _target = FollowLinks(target);
+  if (_target.empty()) return Place::Failed;
   if (exists) {
     // A file that is open but has no name any more can be reached through /proc only, not replaced.
     struct stat found {};
-    if (lstat(_path.c_str(), &found) != 0 || found.st_ino != older.st_ino ||
+    if (lstat(_target.c_str(), &found) != 0 || found.st_ino != older.st_ino ||
         found.st_dev != older.st_dev) {
       return Place::Target;
     }
     _older = {older.st_mode & kPermissions, older.st_uid, older.st_gid};
   }
-  return _createBeside() ? Place::Beside : Place::Failed;
+  return _createBeside(naming) ? Place::Beside : Place::Failed;
 }
 
-bool BtReplacement::_createBeside() {
-  const std::string folder = _path.substr(0, _path.rfind('/') + 1);
+bool BtReplacement::_createBeside(Naming naming) {
+  if (naming == Naming::Late) {
+    const std::string folder = _target.substr(0, _target.rfind('/') + 1);
+    // A file without a name is gone with the process, however that ends.
+    _fd = ::open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
+    if (_fd >= 0 && access(NameOfDescriptor(_fd).c_str(), F_OK) == 0) return true;
+    // Not every file system has such files, and naming them later needs /proc.
+    if (_fd >= 0) close(_fd);
+  }
+  return _takeFreshName([this](const char* name) {
+    _fd = ::open(name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    return _fd >= 0;
+  });
+}
+
+template <class Create>
+bool BtReplacement::_takeFreshName(Create create) {
+  const std::string folder = _target.substr(0, _target.rfind('/') + 1);
   for (int i = 0;; ++i) {
-    const std::string name =
-        folder + ".kestrix-" + std::to_string(getpid()) + "-" + std::to_string(i) + ".tmp";
-    _fd = ::open(name.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (_fd >= 0) {
-      _name = name;
-      return true;
-    }
+    // Kept before there is such a file: nothing that fails later must forget it.
+    _name = folder + ".kestrix-" + std::to_string(getpid()) + "-" + std::to_string(i) + ".tmp";
+    if (create(_name.c_str())) return true;
+    const int error = errno;
+    _name.clear();
+    errno = error;
     if (errno != EEXIST) return false;
   }
 }
+
+std::string BtReplacement::path() const { return _name.empty() ? NameOfDescriptor(_fd) : _name; }
 
 bool BtReplacement::commit() {
   // Only the superuser may give files away, and some file systems have no permissions: then the
   // file stays its writer's own.
   [[maybe_unused]] const int given = _older ? fchown(_fd, _older->owner, _older->group) : 0;
   [[maybe_unused]] const int opened = fchmod(_fd, _older ? _older->mode : NewFileMode());
+  if (!Sync(_fd)) return false;
+  const BlockedSignals none_between_naming_and_renaming;
+  if (_name.empty() && !_takeFreshName([this](const char* name) {
+        return linkat(AT_FDCWD, NameOfDescriptor(_fd).c_str(), AT_FDCWD, name, AT_SYMLINK_FOLLOW) ==
+               0;
+      })) {
+    return false;
+  }
   const int closed = close(_fd);
   _fd = -1;
-  if (closed != 0 || rename(_name.c_str(), _path.c_str()) != 0) return false;
+  if (closed != 0 || rename(_name.c_str(), _target.c_str()) != 0) {
+    const int error = errno;
+    discard();
+    errno = error;
+    return false;
+  }
   _name.clear();
   return true;
 }

@@ -66,9 +66,9 @@ BtOutputFile::~BtOutputFile() {
 void BtOutputFile::_openPlain(const BtStr& file_name) {
   if (!BtFileCheckOutput(file_name, BtFileOverwrite::Yes)) return;
   std::string name(file_name.view());
-  switch (_replacement.open(name)) {
+  switch (_replacement.open(name, BtReplacement::Naming::Late)) {
     case BtReplacement::Place::Beside:
-      name = _replacement.name();
+      name = _replacement.path();
       [[fallthrough]];
     case BtReplacement::Place::Target: {
       auto os = std::make_unique<std::ofstream>(name, std::ios::binary);

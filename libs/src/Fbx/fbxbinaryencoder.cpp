@@ -8,6 +8,7 @@
 
 #include "btassert.h"
 #include "btexcept.h"
+#include "btnew.h"
 #include "fbxoutputfile.h"
 #include "fbxsourcefile.h"
 

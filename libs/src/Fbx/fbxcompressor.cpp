@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "btassert.h"
+#include "btnew.h"
 #include "fbxoutputfile.h"
 
 namespace {
@@ -29,7 +30,7 @@ FbxCompressor::FbxCompressor()
       _thorough(libdeflate_alloc_compressor(kThoroughLevel), libdeflate_free_compressor),
       _output(std::make_unique_for_overwrite<std::uint8_t[]>(kOutputSize)),
       _output_size(kOutputSize) {
-  BtAssert(_thorough != nullptr);
+  if (_thorough == nullptr) BtExitWithoutMemory();
 }
 
 FbxCompressor::~FbxCompressor() = default;

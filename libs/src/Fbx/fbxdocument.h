@@ -80,6 +80,8 @@ class FbxDocument {
 class FbxDocument71 : public FbxDocument {
  public:
   static constexpr std::int32_t kVersion = 7100;
+  // Bytes of a binary file that a model takes at the least, whatever it is.
+  static constexpr std::uint64_t kFewestModelBytes = 200;
   FbxDocument71(FbxRecordSink* sink, const FbxDocumentSource& source);
   void write() override;
 
@@ -107,6 +109,7 @@ class FbxDocument71 : public FbxDocument {
 class FbxDocument61 : public FbxDocument {
  public:
   static constexpr std::int32_t kVersion = 6100;
+  static constexpr std::uint64_t kFewestModelBytes = 5000;  // as above
   FbxDocument61(FbxRecordSink* sink, const FbxDocumentSource& source);
   void write() override;
 

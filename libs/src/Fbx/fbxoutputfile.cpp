@@ -21,11 +21,17 @@ constexpr std::uint64_t kBytesPerQuestion = std::uint64_t{4} << 20;
 
 FbxOutputFile::~FbxOutputFile() { _close(); }
 
+bool FbxOutputFile::openMemory(std::string* bytes) {
+  bytes->clear();
+  _memory = bytes;
+  _makeBuffer();
+  return true;
+}
+
 bool FbxOutputFile::open(const std::string& target) {
   _target = target;
-  _buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
-  _room = std::min<std::uint64_t>(kBufferSize, _max_size);
-  switch (_replacement.open(target)) {
+  _makeBuffer();
+  switch (_replacement.open(target, BtReplacement::Naming::Late)) {
     case BtReplacement::Place::Beside:
       _fd = _replacement.descriptor();
       return true;
@@ -36,22 +42,29 @@ bool FbxOutputFile::open(const std::string& target) {
   }
 }
 
+void FbxOutputFile::_makeBuffer() {
+  _buffer = std::make_unique_for_overwrite<char[]>(kBufferSize);
+  _room = std::min<std::uint64_t>(kBufferSize, _max_size);
+}
+
 bool FbxOutputFile::_createInMemory() {
   _fd = memfd_create("kestrix", MFD_CLOEXEC);
   _in_memory = true;
   return _fd >= 0 || _failErrno();
 }
 
+bool FbxOutputFile::expect(std::uint64_t size) { return size <= _max_size || _failSize(); }
+
 void FbxOutputFile::_writeSlowly(std::span<const char> bytes) {
   if (!_ok) return;
   if (bytes.size() > _max_size - position()) {
-    _fail("an FBX file cannot be larger than 4 GiB");
+    _failSize();
     return;
   }
   if (!_flush()) return;
   if (bytes.size() <= _room) {
     write(bytes.data(), bytes.size());
-  } else if (_writeAll(_fd, bytes)) {
+  } else if (_append(bytes)) {
     _flushed += bytes.size();
     _room = std::min<std::uint64_t>(kBufferSize, _max_size - _flushed);
   }
@@ -71,6 +84,10 @@ void FbxOutputFile::patch(std::uint64_t position, std::span<const std::uint8_t> 
     return;
   }
   if (position + bytes.size() > _flushed && !_flush()) return;
+  if (_memory != nullptr) {
+    std::memcpy(_memory->data() + position, bytes.data(), bytes.size());
+    return;
+  }
   ssize_t count = 0;
   do {
     count = pwrite(_fd, bytes.data(), bytes.size(), static_cast<off_t>(position));
@@ -82,28 +99,47 @@ void FbxOutputFile::patch(std::uint64_t position, std::span<const std::uint8_t> 
 
 bool FbxOutputFile::commit() {
   if (!_ok || !_flush()) return false;
+  if (theExceptObj.checkCancel()) {
+    abandon();
+    return false;
+  }
+  if (_memory != nullptr) {
+    _memory = nullptr;
+    return true;
+  }
   const bool done = _in_memory ? _copyToTarget() : _replacement.commit() || _failErrno();
   _close();
   return done;
 }
 
 bool FbxOutputFile::_flush() {
-  if (!_writeAll(_fd, {_buffer.get(), _used})) return false;
+  if (!_append({_buffer.get(), _used})) return false;
   _flushed += _used;
   _used = 0;
   _room = std::min<std::uint64_t>(kBufferSize, _max_size - _flushed);
   return true;
 }
 
+bool FbxOutputFile::_append(std::span<const char> bytes) {
+  if (_memory == nullptr) return _writeAll(_fd, bytes);
+  if (_canceled()) return false;
+  _memory->append(bytes.data(), bytes.size());
+  _unasked += bytes.size();
+  return true;
+}
+
+// Asks every now and then; true after the user's wish to stop.
+bool FbxOutputFile::_canceled() {
+  if (_unasked < kBytesPerQuestion) return false;
+  _unasked = 0;
+  if (!theExceptObj.checkCancel()) return false;
+  abandon();
+  return true;
+}
+
 bool FbxOutputFile::_writeAll(int fd, std::span<const char> bytes) {
   while (!bytes.empty()) {
-    if (_unasked >= kBytesPerQuestion) {
-      _unasked = 0;
-      if (theExceptObj.checkCancel()) {
-        abandon();
-        return false;
-      }
-    }
+    if (_canceled()) return false;
     const std::size_t step = std::min<std::size_t>(bytes.size(), kBytesPerQuestion);
     const ssize_t count = ::write(fd, bytes.data(), step);
     if (count < 0) {
@@ -142,6 +178,8 @@ bool FbxOutputFile::_copyToTarget() {
 }
 
 void FbxOutputFile::_close() {
+  if (_memory != nullptr) _memory->clear();
+  _memory = nullptr;
   if (_fd >= 0 && _in_memory) close(_fd);
   _fd = -1;
   _in_memory = false;
@@ -158,5 +196,7 @@ void FbxOutputFile::abandon() {
   _ok = false;
   _room = 0;
 }
+
+bool FbxOutputFile::_failSize() { return _fail("an FBX file cannot be larger than 4 GiB"); }
 
 bool FbxOutputFile::_failErrno() { return _fail(std::strerror(errno)); }

@@ -20,6 +20,7 @@ bool FbxSourceFile::open(const std::string& name) {
     _errno = errno;
     return false;
   }
+  _missing = status.st_size;
   if (S_ISREG(status.st_mode)) return true;
   _errno = S_ISDIR(status.st_mode) ? EISDIR : 0;
   return false;
@@ -31,9 +32,12 @@ std::ptrdiff_t FbxSourceFile::read(std::span<char> buffer) {
     count = ::read(_fd, buffer.data(), buffer.size());
   } while (count < 0 && errno == EINTR);
   if (count < 0) _errno = errno;
-  return count;
+  if (count > 0) _missing -= count;
+  _cut = count == 0 && _missing > 0;
+  return _cut ? -1 : count;
 }
 
 const char* FbxSourceFile::reason() const {
+  if (_cut) return "it became shorter while it was read";
   return _errno == 0 ? "not a regular file" : std::strerror(_errno);
 }

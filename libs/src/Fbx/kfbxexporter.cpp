@@ -57,7 +57,14 @@ bool KFbxExporter::SetFileExportVersion(const char* version, ERenamingMode renam
                         registry.GetWriterFormatDescription(_format), wanted.data()));
 }
 
-bool KFbxExporter::Export(KFbxScene* scene) {
+bool KFbxExporter::Export(KFbxScene* scene) { return _export(scene, nullptr); }
+
+bool KFbxExporter::Export(KFbxScene* scene, std::string* bytes) {
+  BtAssert(bytes);
+  return _export(scene, bytes);
+}
+
+bool KFbxExporter::_export(KFbxScene* scene, std::string* bytes) {
   BtAssert(scene);
   if (_format < 0) {
     theExceptObj.set("The exporter has no file format yet.");
@@ -69,7 +76,11 @@ bool KFbxExporter::Export(KFbxScene* scene) {
   const bool is_ascii = registry.WriterKind(_format) == FbxKind::eAscii;
   FbxSceneContent content;
   FbxOutputFile file(is_ascii ? FbxOutputFile::kNoLimit : FbxOutputFile::kMaxSize);
-  if (!content.collect(scene, *_settings, family) || !file.open(file_name)) {
+  const std::uint64_t model_bytes = family == FbxFamily::e71 ? FbxDocument71::kFewestModelBytes
+                                                             : FbxDocument61::kFewestModelBytes;
+  if (!content.collect(scene, *_settings, family) ||
+      !(bytes == nullptr ? file.open(file_name) : file.openMemory(bytes)) ||
+      !file.expect(content.models.size() * model_bytes)) {
     return _fail(theExceptObj.exception().message());
   }
   const FbxDocumentSource source = {scene, &content, FbxCreationTime::Current(),

@@ -1,0 +1,108 @@
+// The whole conversion in memory. The first byte of an input chooses family and kind of mesh, the
+// mapping begins at its identification line. What is converted is a file that the tests' own reader
+// takes apart, and all of its numbers are finite.
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "Fbx/fbxrecords.h"
+#include "babodymap.h"
+#include "btexcept.h"
+#include "fuzzing.h"
+#include "kfbxexporter.h"
+#include "kfbxscene.h"
+#include "save.h"
+#include "scene.h"
+
+namespace {
+
+constexpr std::string_view kMappingId = "Zov Graphic Mapping File";
+constexpr std::string_view kEmptyMapping = "Zov Graphic Mapping File\nv1.0\n0\n0\n";
+
+struct Choices {
+  bool family61;
+  bool mesh_per_body;
+  bool embed_media;
+};
+
+// The rotations of every body map are one about each axis: others end the program.
+bool HasRotationOrders(const BaUnlockedMapping& mapping) {
+  return std::all_of(mapping.bodyMaps().begin(), mapping.bodyMaps().end(),
+                     [](const BaUnlockedBodyMap* body_map) {
+                       unsigned seen = 0;
+                       int rotations = 0;
+                       for (int i = 0; i < 6; ++i) {
+                         if (body_map->transformId(i) < 4) continue;
+                         seen |= 1U << body_map->transformId(i);
+                         ++rotations;
+                       }
+                       return seen == 0b1110000 && rotations == 3;
+                     });
+}
+
+void CheckNumbers(const FbxRecord& record) {
+  for (const FbxValue& value : record.values) {
+    BtAssert(std::isfinite(value.number));
+    for (const double number : value.numbers) BtAssert(std::isfinite(number));
+  }
+}
+
+void Export(KFbxSdkManager* manager, KFbxScene* scene, const Choices& choices) {
+  const WriterChoice writer =
+      FindMotionBuilderWriter(manager, choices.family61 ? "2010" : "2011", false);
+  KFbxExporter* exporter = KFbxExporter::Create(manager, "");
+  BtAssert(exporter->Initialize("out.fbx", writer.index));
+  BtAssert(exporter->SetFileExportVersion(writer.version));
+  exporter->GetIOSettings()->SetBoolProp(EXP_FBX_EMBEDDED, choices.embed_media);
+  std::string bytes;
+  const bool written = exporter->Export(scene, &bytes);
+  BtAssert(written != BtError());
+  if (!written) return;
+  const FbxFile file = ParseFbx(bytes);
+  BtAssert(file.fault.empty(), file.fault.c_str());
+  BtAssert(file.version == (choices.family61 ? 6100 : 7100));
+  file.main.walk(CheckNumbers);
+}
+
+void Convert(std::string_view model_text, std::string_view mapping_text, const Choices& choices) {
+  BaModel model;
+  if (!FuzzReadModel(model_text, &model)) return;
+  model.removeBones();
+  model.removeUnusedMaterials(false);
+  BaModelData model_data;
+  if (!model_data.fillFrom(model, true)) return;
+  BaUnlockedMapping mapping;
+  if (!FuzzReadMapping(mapping_text, &mapping) || !HasRotationOrders(mapping)) return;
+  CheckMapping(mapping, model_data);
+  if (BtError()) return;
+
+  KFbxSdkManager* manager = nullptr;
+  KFbxScene* scene = nullptr;
+  InitializeSdk(&manager, &scene);
+  const std::unique_ptr<KFbxSdkManager, void (*)(KFbxSdkManager*)> owner(manager, DestroySdk);
+  const BtStr model_file = BtStr(kFuzzFolder) + "/in.mdl";
+  if (!CreateScene(manager, scene, model_data, model_file, mapping, 2.54F, choices.mesh_per_body)) {
+    BtAssert(BtError());
+    return;
+  }
+  BtAssert(!BtError());
+  Export(manager, scene, choices);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  if (size == 0) return 0;
+  const FuzzRun run;
+  const Choices choices = {(data[0] & 1U) != 0, (data[0] & 2U) != 0, (data[0] & 4U) == 0};
+  std::string_view model(reinterpret_cast<const char*>(data) + 1, size - 1);
+  std::string_view mapping = kEmptyMapping;
+  if (const std::size_t start = model.find(kMappingId); start != std::string_view::npos) {
+    mapping = model.substr(start);
+    model = model.substr(0, start);
+  }
+  Convert(model, mapping, choices);
+  return 0;
+}

@@ -1,0 +1,158 @@
+// Calls of the operating system that fail, one at a time and each at every place: the program ends
+// by itself with the whole file, or with a message and the older file as it was.
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <iterator>
+
+#include "builtscene.h"
+#include "runprogram.h"
+
+namespace {
+
+const std::string kOlder = "what an earlier run wrote";
+const std::string kModel =
+    kHeader + BodyAt(1, "a", 0, "1 0 0 0 1 0 0 0 1 0 0 0") +
+    BodyAt(2, "b", 1, "1 0 0 0 1 0 0 0 1 0 1 0") +
+    "M 1 coat\n2 .1 .2 .3\n100 1 'p.png' -1\n0\n"
+    "P 1 1 3 0 0 0 0 0 3 .5 2 -1 1 0 1 0 0 -1 0 1 0 1 0 -1\nF 2 1 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n";
+const std::string kMapping = DofWithOrder("1 2 3 6 5 4");
+
+class Fault : public testing::Test {
+ protected:
+  Fault() {
+    (void)_folder.write("in.mdl", kModel);
+    (void)_folder.write("in.dof", kMapping);
+    (void)_folder.write("p.png", std::string(1000, 'p'));
+    EXPECT_EQ(run().status, 0);
+    _whole = ReadFile(_folder.path("out.fbx"));
+  }
+
+  [[nodiscard]] RunResult run(const std::string& target = "out.fbx") const {
+    return RunKestrix({"in.mdl", "in.dof", target}, _folder.path(""));
+  }
+
+  // Runs with the n-th call failing. Both ends that are allowed leave nothing beside them.
+  RunResult runWithFault(const std::string& call, long number, int error) const {
+    (void)_folder.write("out.fbx", kOlder);
+    const std::string value = call + " " + std::to_string(number) + " " + std::to_string(error);
+    setenv("KESTRIX_FAULT", value.c_str(), 1);
+    setenv("LD_PRELOAD", KESTRIX_FAULTS, 1);
+    RunResult result = run();
+    unsetenv("LD_PRELOAD");
+    EXPECT_EQ(_folder.names(), (std::vector<std::string>{"in.dof", "in.mdl", "out.fbx", "p.png"}));
+    const std::string left = ReadFile(_folder.path("out.fbx"));
+    if (result.status != 0) {
+      EXPECT_TRUE(left == kOlder);
+    } else if (result.err.empty()) {
+      EXPECT_TRUE(left == _whole);
+    } else {  // all but a picture
+      EXPECT_NE(result.err.find("p.png': "), std::string::npos) << result.err;
+      EXPECT_TRUE(left.size() < _whole.size() && left.starts_with("Kaydara"));
+    }
+    EXPECT_LE(result.status, 1) << result.err;
+    return result;
+  }
+
+  // How many calls of a kind a run makes that nothing happens to.
+  [[nodiscard]] long countCalls(const std::string& call) const {
+    const TestFolder counts;
+    setenv("KESTRIX_FAULT_COUNT", counts.path("count").c_str(), 1);
+    EXPECT_EQ(runWithFault(call, 0, 0).err, "");
+    unsetenv("KESTRIX_FAULT_COUNT");
+    return std::stol(ReadFile(counts.path("count")));
+  }
+
+  TestFolder _folder;
+  std::string _whole;  // what a run writes that nothing happens to
+};
+
+TEST_F(Fault, MemoryThatEndsIsSaid) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizer has a heap of its own";
+#endif
+  const long requests = countCalls("memory");
+  EXPECT_GT(requests, 100);
+  for (long i = 1; i <= requests; ++i) {
+    const RunResult result = runWithFault("memory", i, ENOMEM);
+    if (result.status == 1) {
+      EXPECT_TRUE(result.err.starts_with("Unable to allocate memory!\n")) << i << result.err;
+    }
+    if (HasFailure()) FAIL() << "request " << i << " of " << requests << ": " << result.err;
+  }
+}
+
+TEST_F(Fault, FailedCallsAreSaid) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizer wants to be loaded first";
+#endif
+  const struct {
+    const char* call;
+    int error;
+    const char* reason;  // in the message; null where the run goes on to the end
+  } cases[] = {
+      {"read", EIO, ""},
+      {"read", 0, ""},
+      {"open", EMFILE, ""},
+      {"write", ENOSPC, "No space left on device"},
+      {"write", EINTR, nullptr},
+      {"fsync", EIO, "Input/output error"},
+      {"fsync", EINVAL, nullptr},
+      {"close", EIO, ""},
+      {"fchmod", EPERM, nullptr},
+      {"tmpfile", EOPNOTSUPP, nullptr},
+      {"linkat", EEXIST, nullptr},
+      {"linkat", EDQUOT, "Disk quota exceeded"},
+      {"rename", EACCES, "Permission denied"},
+  };
+  for (const auto& c : cases) {
+    const long calls = countCalls(c.call);
+    EXPECT_GT(calls, 0) << c.call;
+    for (long i = 1; i <= calls; ++i) {
+      const RunResult result = runWithFault(c.call, i, c.error);
+      SCOPED_TRACE(std::string(c.call) + " " + std::to_string(i) + ": " + result.err);
+      if (c.reason == nullptr) {
+        EXPECT_EQ(result.err, "");
+      } else if (result.status == 1) {
+        EXPECT_TRUE(result.err.starts_with("\n\nERROR: "));
+        EXPECT_NE(result.err.find(c.reason), std::string::npos);
+      }
+    }
+  }
+}
+
+TEST_F(Fault, AddressSpaceThatEndsIsSaid) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "the sanitizer takes terabytes of it";
+#endif
+  int refused = 0;
+  int status = 1;
+  for (long kilobytes = 7000; status != 0; kilobytes += 100) {
+    const RunResult result = runWithFault("space", kilobytes, 0);
+    status = result.status;
+    refused += status;
+    if (status != 0) {
+      EXPECT_TRUE(result.err.starts_with("Unable to allocate memory!\n")) << result.err;
+    }
+    ASSERT_LT(kilobytes, 100000);
+  }
+  EXPECT_GT(refused, 0);
+}
+
+TEST_F(Fault, AFullDiskKeepsTheOlderFile) {
+  const std::string disk = _folder.path("disk");
+  std::filesystem::create_directory(disk);
+  if (mount("none", disk.c_str(), "tmpfs", 0, "size=16k") != 0) GTEST_SKIP() << "needs root";
+  (void)_folder.write("disk/out.fbx", kOlder);
+  const RunResult result = run("disk/out.fbx");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.err.find("'disk/out.fbx': No space left on device."), std::string::npos);
+  EXPECT_EQ(ReadFile(disk + "/out.fbx"), kOlder);
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(disk), {}), 1);
+  umount(disk.c_str());
+}
+
+}  // namespace
