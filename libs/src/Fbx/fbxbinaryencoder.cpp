@@ -8,7 +8,6 @@
 
 #include "btassert.h"
 #include "btexcept.h"
-#include "btnew.h"
 #include "fbxoutputfile.h"
 #include "fbxsourcefile.h"
 
