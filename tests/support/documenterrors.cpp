@@ -21,7 +21,9 @@ const std::string kMember = "Unable to read GEOMETRY section.|";
 void Append(const std::vector<BlockErrors>& blocks, std::vector<ErrorCase>* cases) {
   for (const BlockErrors& block : blocks) {
     for (const auto& [text, inner] : block.cases) {
-      cases->push_back({kDocumentHeader + block.open + text + block.close, block.outer + inner});
+      std::string file = kDocumentHeader;
+      file.append(block.open).append(text).append(block.close);
+      cases->push_back({std::move(file), block.outer + inner});
     }
   }
 }
