@@ -35,15 +35,6 @@ bool Write(const std::string& file, const BaModel& model, bool legacy) {
   });
 }
 
-// Prints the warnings and the error of a step; false after an error.
-bool Done(const std::string& file) {
-  const std::vector<Message> messages = TakeMessages();
-  PrintWarnings(file, messages);
-  if (!HasError(messages)) return true;
-  Complain(file, ErrorText(messages));
-  return false;
-}
-
 }  // namespace
 
 int RunConvertModel(const Arguments& arguments) {
@@ -52,12 +43,12 @@ int RunConvertModel(const Arguments& arguments) {
   const bool legacy = arguments.dialect == "legacy";
   auto model = std::make_unique<BaModel>();
   model->read(in.c_str());
-  if (!Done(in)) return kExitTrouble;
+  if (!TellMessages(in, TakeMessages())) return kExitTrouble;
   MoveTextures(in, out, model.get());
   const bool edited = Edit(arguments, &model);
-  if (!Done(in) || !edited) return kExitTrouble;
+  if (!TellMessages(in, TakeMessages()) || !edited) return kExitTrouble;
   WarnOfLosses(*model, legacy);
-  if (!Done(out)) return kExitTrouble;
+  if (!TellMessages(out, TakeMessages())) return kExitTrouble;
   const bool written = Write(out, *model, legacy);
-  return Done(out) && written ? kExitGood : kExitTrouble;
+  return TellMessages(out, TakeMessages()) && written ? kExitGood : kExitTrouble;
 }

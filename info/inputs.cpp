@@ -128,3 +128,10 @@ std::string Printable(std::string_view text) {
       [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, '?');
   return result;
 }
+
+bool TellMessages(const std::string& file, const std::vector<Message>& messages) {
+  PrintWarnings(file, messages);
+  if (!HasError(messages)) return true;
+  Complain(file, ErrorText(messages));
+  return false;
+}

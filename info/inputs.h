@@ -42,5 +42,7 @@ std::vector<Message> ReadMapping(const std::string& file, BaUnlockedMapping* map
 void Complain(const std::string& file, std::string_view text);
 // Warnings are printed that way as well.
 void PrintWarnings(const std::string& file, const std::vector<Message>& messages);
+// Prints the warnings and the error about a file; false where there is an error.
+bool TellMessages(const std::string& file, const std::vector<Message>& messages);
 // `text` with control characters replaced, so that it cannot steer a terminal or break a line.
 std::string Printable(std::string_view text);

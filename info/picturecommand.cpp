@@ -9,26 +9,15 @@
 #include "outputfile.h"
 #include "svgpicture.h"
 
-namespace {
-
-// Prints the warnings and the error of a step; false after an error.
-bool Good(const std::string& file, const std::vector<Message>& messages) {
-  PrintWarnings(file, messages);
-  if (!HasError(messages)) return true;
-  Complain(file, ErrorText(messages));
-  return false;
-}
-
-}  // namespace
-
 int RunPicture(const Arguments& arguments) {
   BaModel model;
-  if (!Good(arguments.files[0], ReadModel(arguments.files[0], &model))) return kExitTrouble;
+  if (!TellMessages(arguments.files[0], ReadModel(arguments.files[0], &model))) return kExitTrouble;
   std::unique_ptr<BaUnlockedMapping> mapping;
   if (!arguments.dof.empty()) {
     mapping = std::make_unique<BaUnlockedMapping>();
-    if (!Good(arguments.dof, ReadMapping(arguments.dof, mapping.get()))) return kExitTrouble;
+    if (!TellMessages(arguments.dof, ReadMapping(arguments.dof, mapping.get())))
+      return kExitTrouble;
   }
   WriteWholeFile(arguments.output, [&](std::ostream& os) { PrintSvg(model, mapping.get(), os); });
-  return Good(arguments.output, TakeMessages()) ? kExitGood : kExitTrouble;
+  return TellMessages(arguments.output, TakeMessages()) ? kExitGood : kExitTrouble;
 }
