@@ -1,6 +1,7 @@
 // The base of everything that belongs to one body and has one material: bones, polygons, meshes.
 #pragma once
 
+#include <cstdint>
 #include <iosfwd>
 
 #include "btassert.h"
@@ -33,10 +34,10 @@ class BaElement {
   bool _scanIds(BtScanner& in);
 
  private:
-  static constexpr unsigned kMagicNumber = 0xBAE1E3E7;
+  static constexpr std::uint16_t kMagicNumber = 0xBAE1;
 
   int _body_id = -1;
   int _material_id = -1;
-  volatile unsigned _magic_number =
-      kMagicNumber;  // volatile: the destructor's mark must be written
+  // Volatile: the destructor's mark must be written.
+  volatile std::uint16_t _magic_number = kMagicNumber;
 };

@@ -23,9 +23,22 @@ class BaIndexTable {
     if (slot != nullptr) const_cast<Slot*>(slot)->position = position;
     return slot != nullptr;
   }
+  // Makes room in an empty table for about so many positions.
+  void reserve(std::size_t count) { _slots.assign(std::bit_ceil(count * 4 / 3 + 1), kFree); }
+  // The position that find() answers; where there is none, `position` is added and answered.
+  template <class Equal>
+  int findOrInsert(std::uint64_t hash, Equal equal, int position) {
+    _makeRoom();
+    const auto tag = static_cast<std::uint32_t>(hash);
+    Slot& slot = _slots[_search(tag, equal)];
+    if (slot.position >= 0) return slot.position;
+    slot = {tag, position};
+    ++_count;
+    return position;
+  }
   // Adds a position whose key is not in the table.
   void insert(std::uint64_t hash, int position) {
-    if ((_count + 1) * 4 > _slots.size() * 3) _grow();
+    _makeRoom();
     _put({static_cast<std::uint32_t>(hash), position});
     ++_count;
   }
@@ -53,27 +66,32 @@ class BaIndexTable {
     std::uint32_t tag;
     std::int32_t position;  // -1 for a free slot
   };
+  static constexpr Slot kFree = {0, -1};
   static constexpr std::size_t kFirstSize = 16;
   static constexpr std::size_t kLargeSize = std::size_t{1} << 16U;
 
   template <class Equal>
   [[nodiscard]] const Slot* _find(std::uint64_t hash, Equal equal) const {
     if (_slots.empty()) return nullptr;
-    const auto tag = static_cast<std::uint32_t>(hash);
-    for (std::size_t i = _home(tag);; i = (i + 1) & (_slots.size() - 1)) {
-      const Slot& slot = _slots[i];
-      if (slot.position < 0) return nullptr;
-      if (slot.tag == tag && equal(slot.position)) return &slot;
+    const Slot& slot = _slots[_search(static_cast<std::uint32_t>(hash), equal)];
+    return slot.position < 0 ? nullptr : &slot;
+  }
+  // The place of the slot that holds the key, or of the free one where it belongs.
+  template <class Equal>
+  [[nodiscard]] std::size_t _search(std::uint32_t tag, Equal equal) const {
+    std::size_t i = _home(tag);
+    while (_slots[i].position >= 0 && (_slots[i].tag != tag || !equal(_slots[i].position))) {
+      i = (i + 1) & (_slots.size() - 1);
     }
+    return i;
   }
   [[nodiscard]] std::size_t _home(std::uint32_t tag) const { return tag & (_slots.size() - 1); }
   void _put(Slot slot) {
-    std::size_t i = _home(slot.tag);
-    while (_slots[i].position >= 0) i = (i + 1) & (_slots.size() - 1);
-    _slots[i] = slot;
+    _slots[_search(slot.tag, [](int) { return false; })] = slot;
   }
-  void _grow() {
-    std::vector<Slot> old(_slots.empty() ? kFirstSize : _slots.size() * 2, Slot{0, -1});
+  void _makeRoom() {
+    if ((_count + 1) * 4 <= _slots.size() * 3) return;
+    std::vector<Slot> old(_slots.empty() ? kFirstSize : _slots.size() * 2, kFree);
     old.swap(_slots);
     for (const Slot& slot : old) {
       if (slot.position >= 0) _put(slot);

@@ -48,9 +48,10 @@ class BaModelData_PolyList {
     _material_ids.push_back(material_id);
   }
   void append(const Polygon& polygon);
-  // Makes room for elements of a body, and for texture coordinates where they have some.
+  // Makes room for elements of a body, and for texture coordinates where they have some. Answers
+  // the number of their corners.
   template <class Elements>
-  void reserveFor(const Elements& elements);
+  std::size_t reserveFor(const Elements& elements);
   // Takes back the corners pushed since the last polygon ended.
   void drop();
   // The vertices pushed since then.
@@ -112,6 +113,8 @@ class BaModelData_PolySet {
  private:
   template <class Elements>
   void _expectNext(const Elements& elements, int i) const;
+  // The vertex at a position, -1 where it is none of those that are likely.
+  [[nodiscard]] int _guess(const float* position) const;
   int _vertexAt(const BaVertex& vertex);
   void _split(const BaModelData_PolyList::Polygon& polygon, int max, BaModelData_PolyList* pieces);
   [[nodiscard]] bool _hasFace(std::span<const int> polygon) const;
@@ -121,8 +124,11 @@ class BaModelData_PolySet {
   std::vector<BaMDPoint> _vertices;
   std::vector<Effects> _effects;
   BaIndexTable _by_coordinates;
-  std::array<int, 4> _recent = {};  // the vertices found last, of which neighbours share some
-  unsigned _oldest = 0;             // place among these
+  // Guesses at the next vertex, which are tried before the table: the vertices found last, and
+  // those found before each vertex last, for neighbours run along their common edge in opposite
+  // senses.
+  std::array<int, 4> _recent = {};  // the last one first
+  std::vector<int> _before;         // parallel to _vertices
   BaModelData_PolyList _polygons;
   BaModelData_PolyList _textured_polygons;
   BaModelData_PolyList _t_meshes;

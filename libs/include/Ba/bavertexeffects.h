@@ -133,14 +133,24 @@ class BaVertexBlendEffect : public Ba_VertexEffect {
 };
 
 // The effects of one vertex, in the order in which they were added: one pointer, null for none. A
-// copy is deep.
+// copy is deep. What is done with millions of vertices is inline, for those that have none.
 class BaVertexEffects {
  public:
   BaVertexEffects() = default;
-  BaVertexEffects(const BaVertexEffects& other);
+  BaVertexEffects(const BaVertexEffects& other) {
+    if (!other.empty()) _copy(other);
+  }
   BaVertexEffects(BaVertexEffects&& other) noexcept = default;
-  BaVertexEffects& operator=(const BaVertexEffects& other);
-  BaVertexEffects& operator=(BaVertexEffects&& other) noexcept;
+  BaVertexEffects& operator=(const BaVertexEffects& other) {
+    if (this == &other) return *this;
+    clear();
+    if (!other.empty()) _copy(other);
+    return *this;
+  }
+  BaVertexEffects& operator=(BaVertexEffects&& other) noexcept {
+    std::swap(_first, other._first);
+    return *this;
+  }
   ~BaVertexEffects() { clear(); }
 
   [[nodiscard]] bool empty() const { return _first == nullptr; }
@@ -166,10 +176,16 @@ class BaVertexEffects {
       }
     }
   }
-  void clear() noexcept;
+  void clear() noexcept {
+    if (!empty()) _destroy();
+  }
 
  private:
   friend class BaVertexEffectsBuilder;
+
+  // Copies the effects of another vertex to one that has none.
+  void _copy(const BaVertexEffects& other);
+  void _destroy() noexcept;
 
   std::unique_ptr<Ba_VertexEffect> _first;
 };

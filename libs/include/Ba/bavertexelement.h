@@ -2,6 +2,9 @@
 #pragma once
 
 #include <iosfwd>
+#include <memory>
+#include <new>
+#include <utility>
 
 #include "array.h"
 #include "baelement.h"
@@ -11,6 +14,12 @@
 class BaVertexElement : public BaElement {
  public:
   virtual ~BaVertexElement() = default;
+
+  // A new element in memory of the arena, which must outlive it; on the heap without an arena.
+  template <class T, class... Args>
+  static std::unique_ptr<T> makeIn(BtArena* arena, Args&&... args);
+  // Destroys an element and frees its memory where no arena does that.
+  static void operator delete(BaVertexElement* element, std::destroying_delete_t /*tag*/);
 
   [[nodiscard]] int numVertices() const { return _vertices.size(); }
   [[nodiscard]] const BtDArray<BaVertex>& vertices() const { return _vertices; }
@@ -47,8 +56,26 @@ class BaVertexElement : public BaElement {
   // Writes a line for each vertex.
   void _printVerticesOn(std::ostream& os) const;
 
+  // Whether the memory of the element is an arena's. That of a copy is not.
+  class InArena {
+   public:
+    InArena() = default;
+    InArena(const InArena& /*other*/) {}
+    InArena& operator=(const InArena& /*other*/) { return *this; }
+    bool value = false;
+  };
+  InArena _in_arena;
   // Of polygons only. It fills a gap here that would be sixteen bytes there, and polygons come by
   // the million.
   int _s_flag = 0;
   BtDArray<BaVertex> _vertices;
 };
+
+template <class T, class... Args>
+std::unique_ptr<T> BaVertexElement::makeIn(BtArena* arena, Args&&... args) {
+  void* const piece = arena == nullptr ? nullptr : arena->take(sizeof(T));
+  if (piece == nullptr) return std::make_unique<T>(std::forward<Args>(args)...);
+  std::unique_ptr<T> element(::new (piece) T(std::forward<Args>(args)...));
+  element->BaVertexElement::_in_arena.value = true;
+  return element;
+}

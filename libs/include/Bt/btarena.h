@@ -25,16 +25,20 @@ class BtArena {
   void clear() {
     _blocks.clear();
     _left = 0;
+    _next_size = kFirstBlockSize;
   }
 
   static constexpr std::size_t kLargestPiece = 4096;
 
  private:
   static constexpr std::size_t kAlignment = alignof(void*);
-  static constexpr std::size_t kBlockSize = std::size_t{1} << 18U;
+  // Blocks double in size, so that few are needed and little is left over.
+  static constexpr std::size_t kFirstBlockSize = std::size_t{1} << 18U;
+  static constexpr std::size_t kLastBlockSize = std::size_t{1} << 23U;
 
   void _addBlock();
 
   std::vector<std::unique_ptr<std::byte[]>> _blocks;
   std::size_t _left = 0;  // of the last block, at its start
+  std::size_t _next_size = kFirstBlockSize;
 };

@@ -1,6 +1,7 @@
 // Characters of a text stream, with the ends of its lines made alike.
 #pragma once
 
+#include <array>
 #include <istream>
 #include <string_view>
 
@@ -9,6 +10,9 @@ class BtCharSet {
  public:
   constexpr explicit BtCharSet(std::string_view members) {
     for (const char c : members) _has[static_cast<unsigned char>(c)] = true;
+    if (members.empty() || members.size() > _few.size()) return;
+    _is_small = true;
+    for (std::size_t i = 0; i < _few.size(); ++i) _few[i] = members[i % members.size()];
   }
   // All other characters.
   [[nodiscard]] constexpr BtCharSet inverted() const {
@@ -17,9 +21,13 @@ class BtCharSet {
     return others;
   }
   [[nodiscard]] constexpr bool has(char c) const { return _has[static_cast<unsigned char>(c)]; }
+  // The first member in a text, its end where there is none.
+  const char* findIn(const char* begin, const char* end) const;
 
  private:
   bool _has[256] = {};
+  bool _is_small = false;
+  std::array<char, 8> _few = {};  // the members of a small set, some of them repeatedly
 };
 
 // Reads a stream character by character or in stretches taken straight from the stream's buffer. A
@@ -40,6 +48,10 @@ class BtLineCharReader {
   // stream's buffer holds, so that callers ask again until the answer is empty. `stops` should
   // hold both characters of line ends. The answer is valid until the next call.
   std::string_view takeUntil(const BtCharSet& stops);
+  // What the stream's buffer holds ahead, maybe nothing. Valid until the next call.
+  [[nodiscard]] std::string_view buffered() const;
+  // Consumes `count` characters of that.
+  void take(std::size_t count);
 
  private:
   std::istream& _is;

@@ -35,6 +35,8 @@ class BtScanner {
   int readSomeFloats(float* values, int count);
   // The next character that is not white space.
   bool readChar(char* c);
+  // Skips white space and answers whether anything is left. Leaves the state alone.
+  bool skipSpace();
   // The next character, white space included; -1 at the end of input, as is.get() does.
   int get();
   // The next character without consuming it; -1 at the end of input. Leaves the state alone.

@@ -52,10 +52,10 @@ bool GeometryReader::readTextureCoords(const BaMDItem& item) {
   BtScanner in(block);
   std::vector<BaTextureCoords> coords;
   coords.reserve(BaRoomFor(item.value, 4));  // "0 0\n"
-  while (BaSkipToToken(&in)) {
-    BaTextureCoords coord;
-    if (!in.readFloat(&coord.u) || !in.readFloat(&coord.v)) return BaFail(kMessage);
-    coords.push_back(coord);
+  while (in.skipSpace()) {
+    float numbers[2];
+    if (!in.readFloats(numbers, 2)) return BaFail(kMessage);
+    coords.push_back({.u = numbers[0], .v = numbers[1]});
   }
   _geometry->setTextureCoords(BaToArray<BaTextureCoords>(coords));
   return true;

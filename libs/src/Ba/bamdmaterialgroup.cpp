@@ -68,7 +68,7 @@ bool MaterialGroupReader::readBones(const BaMDItem& item) {
   if (item.single_line) return BaFail(kMessage);
   BtViewStream block(item.value);
   BtScanner in(block);
-  while (BaSkipToToken(&in)) {
+  while (in.skipSpace()) {
     float numbers[6] = {};
     if (!in.readFloats(numbers, 6)) return BaFail(kMessage);
     _group->bones().push_back(

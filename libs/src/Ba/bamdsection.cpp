@@ -89,15 +89,6 @@ bool BaReadName(const BaMDItem& item, const char* spaces_message, BtStr* name) {
   return true;
 }
 
-bool BaSkipToToken(BtScanner* in) {
-  int c = in->peek();
-  while (c >= 0 && BtIsSpace(static_cast<char>(c))) {
-    in->get();
-    c = in->peek();
-  }
-  return c >= 0;
-}
-
 BtStr BaSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from) {
   namespace fs = std::filesystem;
   const fs::path path(name.view());

@@ -114,9 +114,6 @@ BtDArray<T> BaToArray(std::span<const T> elements) {
   return text.size() > kLargeBlock ? text.size() / fewest_chars : 0;
 }
 
-// True when there is something but white space left, which is skipped.
-bool BaSkipToToken(BtScanner* in);
-
 // A file name that starts from folder `from`, as it is seen from folder `to`; absolute ones stand.
 BtStr BaSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from);
 

@@ -68,7 +68,7 @@ bool FlexReader::readWeights(const BaMDItem& item) {
   BtViewStream block(item.value);
   BtScanner in(block);
   std::vector<BaMDFlexVEffects::Weight> weights;
-  while (BaSkipToToken(&in)) {
+  while (in.skipSpace()) {
     BaMDFlexVEffects::Weight entry = {};
     if (!in.readFloat(&entry.weight)) return BaFail(kMessage);
     if (!ReadVertexIndex(&in, "WEIGHTS", &entry.vertex)) return false;
@@ -102,7 +102,7 @@ bool BlendReader::readVectors(const BaMDItem& item) {
   BtViewStream block(item.value);
   BtScanner in(block);
   std::vector<BaMDBlendVEffects::Vector> vectors;
-  while (BaSkipToToken(&in)) {
+  while (in.skipSpace()) {
     BaMDBlendVEffects::Vector entry = {};
     if (!in.readFloats(entry.v, 3)) return BaFail(kMessage);
     if (!ReadVertexIndex(&in, "VECTORS", &entry.vertex)) return false;

@@ -76,12 +76,14 @@ bool VerticesReader::_readPoints(std::string_view text) {
   BtScanner in(block);
   std::vector<BaMDPoint> points;
   points.reserve(BaRoomFor(text, 6));  // "0 0 0\n"
-  while (BaSkipToToken(&in)) {
-    BaMDPoint point;
-    if (!in.readFloat(&point.x)) return BaFail("Error reading X coordinate.");
-    if (!in.readFloat(&point.y)) return BaFail("Error reading Y coordinate.");
-    if (!in.readFloat(&point.z)) return BaFail("Error reading Z coordinate.");
-    points.push_back(point);
+  while (in.skipSpace()) {
+    float numbers[3];
+    const int count = in.readSomeFloats(numbers, 3);
+    if (count < 3) {
+      theExceptObj.set("Error reading %c coordinate.", "XYZ"[count]);
+      return false;
+    }
+    points.push_back({numbers[0], numbers[1], numbers[2]});
   }
   _vertices->setCoordinates(BaToArray<BaMDPoint>(points));
   return true;

@@ -168,12 +168,13 @@ bool GeometryExtractor::_extractGroup(const BaMDMaterialGroup& group) {
     _addTexturedPolygon(material->id(), group.texturedPolygons()[i]);
   }
   for (int i = 0; i < group.triangleStrips().count(); ++i) {
-    auto mesh = std::make_unique<BaTMesh>(_body.id(), material->id());
+    auto mesh = BaVertexElement::makeIn<BaTMesh>(_model->arena(), _body.id(), material->id());
     mesh->setVertices(_copyVertices(group.triangleStrips()[i]));
     _model->addTMesh(std::move(mesh));
   }
   for (int i = 0; i < group.texturedTriangleStrips().count(); ++i) {
-    auto mesh = std::make_unique<BaTexturedTMesh>(_body.id(), material->id());
+    auto mesh =
+        BaVertexElement::makeIn<BaTexturedTMesh>(_model->arena(), _body.id(), material->id());
     BtDArray<BaVertex> vertices;
     BtDArray<BaTextureCoords> coords;
     _copyCorners(group.texturedTriangleStrips()[i], &vertices, &coords);
@@ -204,7 +205,7 @@ std::span<const Corner> GeometryExtractor::_withoutDuplicates(std::span<const Co
 void GeometryExtractor::_addPolygon(int material_id, std::span<const int> corners) {
   const std::span<const int> kept = _withoutDuplicates(corners, &_kept);
   if (kept.size() < kFewestCorners) return theExceptObj.setAsWarning(DegenerateWarning(false));
-  auto polygon = std::make_unique<BaPolygon>(_body.id(), material_id);
+  auto polygon = BaVertexElement::makeIn<BaPolygon>(_model->arena(), _body.id(), material_id);
   polygon->setVertices(_copyVertices(kept));
   _model->addPolygon(std::move(polygon));
 }
@@ -213,7 +214,8 @@ void GeometryExtractor::_addTexturedPolygon(int material_id,
                                             std::span<const BaMDTexturedCorner> corners) {
   const std::span<const BaMDTexturedCorner> kept = _withoutDuplicates(corners, &_kept_textured);
   if (kept.size() < kFewestCorners) return theExceptObj.setAsWarning(DegenerateWarning(true));
-  auto polygon = std::make_unique<BaTexturedPolygon>(_body.id(), material_id);
+  auto polygon =
+      BaVertexElement::makeIn<BaTexturedPolygon>(_model->arena(), _body.id(), material_id);
   BtDArray<BaVertex> vertices;
   BtDArray<BaTextureCoords> coords;
   _copyCorners(kept, &vertices, &coords);

@@ -19,9 +19,17 @@ class GeometryMaker {
     _geometry->setTextureCoords(BaToArray<BaTextureCoords>({_coords.begin(), _coords.end()}));
   }
 
+  // Makes room for the texture coordinates: most vertices have one pair, which few others have.
+  void expectCoords(std::size_t n_vertices) {
+    _coord_map.reserve(n_vertices);
+    _last_coords.assign(n_vertices, -1);
+  }
+
  private:
   // The group of a material, made at its first use.
   BaMDMaterialGroup& _groupOf(int material_id);
+  // The position of the texture coordinates of a corner. `vertex` is 0-based.
+  int _coordAt(const BaTextureCoords& coord, int vertex);
   // Makes room in the groups for the polygons that they are to hold.
   template <class Entry>
   void _makeRoom(const BaModelData_PolyList& polygons,
@@ -36,6 +44,8 @@ class GeometryMaker {
   BaMDMaterialGroup* _last_group = nullptr;
   BtDynArray<BaTextureCoords> _coords;
   TCoordMap _coord_map;
+  // The texture coordinates that each vertex had last: most vertices have the same in all polygons.
+  std::vector<int> _last_coords;
 };
 
 BaMDMaterialGroup& GeometryMaker::_groupOf(int material_id) {
@@ -85,6 +95,12 @@ void GeometryMaker::addPolygons(const BaModelData_PolyList& polygons,
   }
 }
 
+inline int GeometryMaker::_coordAt(const BaTextureCoords& coord, int vertex) {
+  int& last = _last_coords[static_cast<std::size_t>(vertex)];
+  if (last < 0 || !(_coords[last] == coord)) last = TCoordAt(coord, _coords, _coord_map);
+  return last;
+}
+
 void GeometryMaker::addTexturedPolygons(
     const BaModelData_PolyList& polygons,
     BaMDIndexLists<BaMDTexturedCorner>& (BaMDMaterialGroup::*lists)()) {
@@ -98,8 +114,8 @@ void GeometryMaker::addTexturedPolygons(
       }
     }
     for (std::size_t corner = 0; corner < polygon.vertices.size(); ++corner) {
-      const int coord = TCoordAt(polygon.t_coords[corner], _coords, _coord_map);
-      list.push({polygon.vertices[corner] + 1, coord + 1});
+      const int vertex = polygon.vertices[corner];
+      list.push({vertex + 1, _coordAt(polygon.t_coords[corner], vertex) + 1});
     }
     list.endList();
   }
@@ -125,6 +141,9 @@ std::unique_ptr<BaMDGeometry> BaToMDGeometry(const BaBody& body,
   GeometryMaker maker(material_names, geometry.get());
   if (poly_set != nullptr) {
     BtAssert(poly_set->body_id == body.id(), "poly_set->body_id==body->id()");
+    if (!poly_set->texturedPolygons().empty() || !poly_set->texturedTMeshes().empty()) {
+      maker.expectCoords(poly_set->vertices().size());
+    }
     geometry->setVerticesName(geometry->bodyName() + "_vertices");
     maker.addPolygons(poly_set->polygons(), &BaMDMaterialGroup::polygons);
     maker.addTexturedPolygons(poly_set->texturedPolygons(), &BaMDMaterialGroup::texturedPolygons);

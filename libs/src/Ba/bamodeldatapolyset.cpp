@@ -43,7 +43,7 @@ void BaModelData_PolyList::drop() {
 }
 
 template <class Elements>
-void BaModelData_PolyList::reserveFor(const Elements& elements) {
+std::size_t BaModelData_PolyList::reserveFor(const Elements& elements) {
   std::size_t corners = 0;
   bool textured = false;
   for (const auto* element : elements) {
@@ -54,30 +54,34 @@ void BaModelData_PolyList::reserveFor(const Elements& elements) {
   _vertices.reserve(corners, count);
   _material_ids.reserve(count);
   if (textured) _t_coords.reserve(corners);
+  return corners;
 }
 
 BaModelData_PolySet::BaModelData_PolySet(const BaBody* body)
     : body_id(body->id()), parent_id(body->parentId()) {
   BtAssert(body->isValid(), "body->isValid()");
-  _polygons.reserveFor(body->polygons());
+  // A vertex of a closed surface belongs to four quads or six triangles.
+  constexpr std::size_t kCornersOfVertex = 4;
+  const std::size_t corners = _polygons.reserveFor(body->polygons()) +
+                              _textured_polygons.reserveFor(body->texturedPolygons()) +
+                              _t_meshes.reserveFor(body->tMeshes()) +
+                              _textured_t_meshes.reserveFor(body->texturedTMeshes());
+  _by_coordinates.reserve(corners / kCornersOfVertex);
   for (int i = 0; i < body->polygons().size(); ++i) {
     const BaPolygon* polygon = body->polygons()[i];
     BtAssert(polygon->isValid(), "body->polygons()[num]->isValid()");
     _expectNext(body->polygons(), i);
     if (polygon->numVertices() >= kFewestVertices) addPolygon(*polygon);
   }
-  _textured_polygons.reserveFor(body->texturedPolygons());
   for (int i = 0; i < body->texturedPolygons().size(); ++i) {
     const BaTexturedPolygon* polygon = body->texturedPolygons()[i];
     BtAssert(polygon->isValid(), "body->texturedPolygons()[num]->isValid()");
     _expectNext(body->texturedPolygons(), i);
     if (polygon->numVertices() >= kFewestVertices) addTexturedPolygon(*polygon);
   }
-  _t_meshes.reserveFor(body->tMeshes());
   for (const BaTMesh* mesh : body->tMeshes()) {
     if (mesh->numVertices() >= kFewestVertices) addTMesh(*mesh);
   }
-  _textured_t_meshes.reserveFor(body->texturedTMeshes());
   for (const BaTexturedTMesh* mesh : body->texturedTMeshes()) {
     if (mesh->numVertices() >= kFewestVertices) addTexturedTMesh(*mesh);
   }
@@ -94,14 +98,23 @@ void BaModelData_PolySet::_expectNext(const Elements& elements, int i) const {
 }
 
 int BaModelData_PolySet::vertexAt(const BaVertex& vertex) {
-  if (_merge_vertices && !_vertices.empty()) {
-    for (const int index : _recent) {
-      if (SamePlace(_vertices[static_cast<std::size_t>(index)], vertex.position())) return index;
-    }
-  }
-  const int index = _vertexAt(vertex);
-  _recent[_oldest++ % _recent.size()] = index;
+  int index = _guess(vertex.position());
+  if (index < 0) index = _vertexAt(vertex);
+  _before[static_cast<std::size_t>(index)] = _recent[0];
+  std::copy_backward(_recent.begin(), _recent.end() - 1, _recent.end());
+  _recent[0] = index;
   return index;
+}
+
+int BaModelData_PolySet::_guess(const float* position) const {
+  if (!_merge_vertices || _vertices.empty()) return -1;
+  const auto is_here = [this, position](int index) {
+    return SamePlace(_vertices[static_cast<std::size_t>(index)], position);
+  };
+  const int before = _before[static_cast<std::size_t>(_recent[0])];
+  if (is_here(before)) return before;
+  const auto* const found = std::find_if(_recent.begin(), _recent.end(), is_here);
+  return found == _recent.end() ? -1 : *found;
 }
 
 int BaModelData_PolySet::_vertexAt(const BaVertex& vertex) {
@@ -110,16 +123,16 @@ int BaModelData_PolySet::_vertexAt(const BaVertex& vertex) {
   const auto is_here = [this, position](int index) {
     return SamePlace(_vertices[static_cast<std::size_t>(index)], position);
   };
-  if (_merge_vertices) {
-    const int found = _by_coordinates.find(hash, is_here);
-    if (found >= 0) return found;
-  }
   const int index = SizeTToInt(_vertices.size());
-  _vertices.push_back({position[0], position[1], position[2]});
-  if (!vertex.effects().empty()) _effects.push_back({index, &vertex.effects()});
-  if (_merge_vertices || !_by_coordinates.replace(hash, is_here, index)) {
+  if (_merge_vertices) {
+    const int found = _by_coordinates.findOrInsert(hash, is_here, index);
+    if (found != index) return found;
+  } else if (!_by_coordinates.replace(hash, is_here, index)) {
     _by_coordinates.insert(hash, index);
   }
+  _vertices.push_back({position[0], position[1], position[2]});
+  _before.push_back(0);
+  if (!vertex.effects().empty()) _effects.push_back({index, &vertex.effects()});
   return index;
 }
 
@@ -263,12 +276,9 @@ int MaterialIdAt(int material_id, BtDynArray<int>& material_ids, MaterialIdMap& 
 int TCoordAt(const BaTextureCoords& t_coord, BtDynArray<BaTextureCoords>& t_coords,
              TCoordMap& map) {
   const std::uint64_t hash = BaIndexTable::hashOf(t_coord.u, t_coord.v);
-  int index = map.find(hash, [&](int i) { return t_coords[i] == t_coord; });
-  if (index < 0) {
-    index = t_coords.size();
-    t_coords.append(t_coord);
-    map.insert(hash, index);
-  }
+  const int index = map.findOrInsert(
+      hash, [&](int i) { return t_coords[i] == t_coord; }, t_coords.size());
+  if (index == t_coords.size()) t_coords.append(t_coord);
   BtAssert(index >= 0 && index < t_coords.size(), "index>=0 && index<t_coords.size()");
   return index;
 }

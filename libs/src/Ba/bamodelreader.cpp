@@ -5,6 +5,7 @@
 #include <new>
 #include <sstream>
 #include <string>
+#include <type_traits>
 #include <utility>
 
 #include "balegacytext.h"
@@ -47,15 +48,20 @@ constexpr ElementTexts kTexturedTMeshTexts = {
     "Textured triangle mesh has an undefined body id (%d).",
     "Textured triangle mesh has an undefined material id (%d)."};
 
-// A new object; null after a recorded error.
+// A new object, in the arena where that takes its kind; null after a recorded error.
 template <class T>
-std::unique_ptr<T> Allocate(const char* failure) {
-  std::unique_ptr<T> object(new (std::nothrow) T);
-  if (object == nullptr) {
+std::unique_ptr<T> Allocate(BtArena* arena, const char* failure) {
+  try {
+    if constexpr (std::is_base_of_v<BaVertexElement, T>) {
+      return BaVertexElement::makeIn<T>(arena);
+    } else {
+      return std::make_unique<T>();
+    }
+  } catch (const std::bad_alloc&) {
     Ba_Fail("Memory allocation error.");
     Ba_Fail(failure);
+    return nullptr;
   }
-  return object;
 }
 
 // Records an error whose text takes an id; answers false.
@@ -218,7 +224,7 @@ void Reader::_report() {
 
 template <class T>
 std::unique_ptr<T> Reader::_readObject(const char* unallocated, const char* unreadable) {
-  std::unique_ptr<T> object = Allocate<T>(unallocated);
+  std::unique_ptr<T> object = Allocate<T>(_in.arena(), unallocated);
   if (object != nullptr && !object->scanFrom(_in)) {
     Ba_Fail(unreadable);
     object.reset();
@@ -271,7 +277,7 @@ bool Reader::_readBody() {
 
 bool Reader::_readMaterial() {
   constexpr const char* kFailure = "Unable to read material data.";
-  auto material = Allocate<BaMaterial>(kFailure);
+  auto material = Allocate<BaMaterial>(_in.arena(), kFailure);
   if (material == nullptr) return false;
   material->setVersion(_model.version());
   if (!material->scanFrom(_in)) return Ba_Fail(kFailure);

@@ -13,22 +13,12 @@ constexpr int kIndexedFrom = 16;
 
 }  // namespace
 
-BaVertexEffects::BaVertexEffects(const BaVertexEffects& other) {
+void BaVertexEffects::_copy(const BaVertexEffects& other) {
   std::unique_ptr<Ba_VertexEffect>* end = &_first;
   for (auto* effect = other.first(); effect != nullptr; effect = effect->next()) {
     *end = effect->cloneBa();
     end = &(*end)->_next;
   }
-}
-
-BaVertexEffects& BaVertexEffects::operator=(const BaVertexEffects& other) {
-  if (this != &other) *this = BaVertexEffects(other);
-  return *this;
-}
-
-BaVertexEffects& BaVertexEffects::operator=(BaVertexEffects&& other) noexcept {
-  std::swap(_first, other._first);
-  return *this;
 }
 
 int BaVertexEffects::count() const {
@@ -66,7 +56,7 @@ void BaVertexEffects::changeFlex2BodyId(int old_id, int new_id) {
   stays->_absorb(*merged);
 }
 
-void BaVertexEffects::clear() noexcept {
+void BaVertexEffects::_destroy() noexcept {
   // One by one: a chain may be long, and freeing it as a whole would recurse along it.
   while (_first != nullptr) _first = std::exchange(_first->_next, nullptr);
 }

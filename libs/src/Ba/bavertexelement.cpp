@@ -12,6 +12,12 @@ constexpr int kFirstChunk = 64;
 
 }  // namespace
 
+void BaVertexElement::operator delete(BaVertexElement* element, std::destroying_delete_t /*tag*/) {
+  const bool in_arena = element->_in_arena.value;
+  element->~BaVertexElement();
+  if (!in_arena) ::operator delete(element);
+}
+
 void BaVertexElement::changeFlex2BodyId(int old_id, int new_id) {
   BtAssert(isValid(), "isValid()");
   for (BaVertex& vertex : _vertices) vertex.effects().changeFlex2BodyId(old_id, new_id);
@@ -37,7 +43,7 @@ bool BaVertexElement::_scanCount(BtScanner& in, const char* message, int* count)
 }
 
 bool BaVertexElement::_scanVertices(BtScanner& in, int count) {
-  _resize(0, nullptr);
+  if (numVertices() > 0) _resize(0, nullptr);
   for (int i = 0; i < count; ++i) {
     if (i == numVertices()) {
       const long long chunk = std::max(kFirstChunk, i);

@@ -2,14 +2,17 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
+
 void BtArena::_addBlock() {
-  _blocks.push_back(std::make_unique_for_overwrite<std::byte[]>(kBlockSize));
-  _left = kBlockSize;
+  std::size_t size = _next_size;
+  _blocks.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
+  _left = size;
+  _next_size = std::min(2 * size, kLastBlockSize);
   // All pages at once, which is quicker than one by one as they are met. Where the system does not
   // know how, they come as they are met.
   constexpr std::size_t kPage = 4096;
   void* start = _blocks.back().get();
-  std::size_t size = kBlockSize;
   if (std::align(kPage, kPage, start, size) != nullptr) {
     madvise(start, size / kPage * kPage, MADV_POPULATE_WRITE);
   }

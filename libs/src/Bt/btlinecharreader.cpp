@@ -1,6 +1,31 @@
 #include "btlinecharreader.h"
 
+#include <bit>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 #include "btscan.h"
+
+// Sixteen characters at a time where the set is small.
+const char* BtCharSet::findIn(const char* begin, const char* end) const {
+#if defined(__SSE2__)
+  if (_is_small) {
+    __m128i members[std::tuple_size_v<decltype(_few)>];
+    for (std::size_t i = 0; i < _few.size(); ++i) members[i] = _mm_set1_epi8(_few[i]);
+    for (; end - begin >= 16; begin += 16) {
+      const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(begin));
+      __m128i found = _mm_setzero_si128();
+      for (const __m128i member : members)
+        found = _mm_or_si128(found, _mm_cmpeq_epi8(text, member));
+      const auto bits = static_cast<unsigned>(_mm_movemask_epi8(found));
+      if (bits != 0) return begin + std::countr_zero(bits);
+    }
+  }
+#endif
+  while (begin != end && !has(*begin)) ++begin;
+  return begin;
+}
 
 int BtLineCharReader::next() {
   const int c = _buf->sbumpc();
@@ -27,9 +52,16 @@ std::string_view BtLineCharReader::takeUntil(const BtCharSet& stops) {
     }
   }
   const char* const begin = Bt_GetArea::next(_buf);
-  const char* const limit = Bt_GetArea::end(_buf);
-  const char* end = begin;
-  while (end != limit && !stops.has(*end)) ++end;
+  const char* const end = stops.findIn(begin, Bt_GetArea::end(_buf));
   Bt_GetArea::moveTo(_buf, end);
   return {begin, static_cast<std::size_t>(end - begin)};
+}
+
+std::string_view BtLineCharReader::buffered() const {
+  const char* const begin = Bt_GetArea::next(_buf);
+  return {begin, static_cast<std::size_t>(Bt_GetArea::end(_buf) - begin)};
+}
+
+void BtLineCharReader::take(std::size_t count) {
+  Bt_GetArea::moveTo(_buf, Bt_GetArea::next(_buf) + count);
 }

@@ -1,8 +1,12 @@
 #include "btparse.h"
 
+#include <bit>
 #include <cstring>
 #include <iostream>
 #include <limits>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "btexcept.h"
 #include "btlinecharreader.h"
@@ -27,6 +31,41 @@ bool RefuseNul() {
   return false;
 }
 
+// Copies plain lines of a block without the blanks that they begin with, sixteen characters at a
+// time: up to a character that means something in blocks, or until there are not so many left.
+// Moves `to` behind the copy and answers the place in the text. Behind the copy a few characters
+// are overwritten.
+constexpr std::size_t kWrittenAhead = 16;
+const char* CopyPlainLines(const char* p, const char* end, char** to) {
+#if defined(__SSE2__)
+  char* out = *to;
+  while (end - p >= 16) {
+    const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    const auto is = [text](char c) { return _mm_cmpeq_epi8(text, _mm_set1_epi8(c)); };
+    const __m128i special =
+        _mm_or_si128(_mm_or_si128(_mm_or_si128(is('#'), is('{')), _mm_or_si128(is('}'), is('\\'))),
+                     _mm_or_si128(is('\r'), is('\0')));
+    const auto stops = static_cast<unsigned>(_mm_movemask_epi8(special));
+    const auto line_ends = static_cast<unsigned>(_mm_movemask_epi8(is('\n')));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), text);
+    const int count = std::countr_zero(stops | line_ends | 1U << 16U);
+    p += count;
+    out += count;
+    if (count == 16) continue;
+    if ((stops >> static_cast<unsigned>(count) & 1U) != 0) break;
+    *out++ = '\n';
+    do {
+      ++p;
+    } while (p != end && !kNotBlank.has(*p));
+  }
+  *to = out;
+#else
+  static_cast<void>(end);
+  static_cast<void>(to);
+#endif
+  return p;
+}
+
 // Gathers a string from small pieces and hands them to it in large ones, so that a short text costs
 // one allocation and a long one no more than its length.
 class TextCollector {
@@ -44,6 +83,17 @@ class TextCollector {
     return true;
   }
   bool add(char c) { return add(std::string_view(&c, 1)); }
+  // Adds plain lines from the front of a block's text; `count` becomes the number of characters
+  // that they take there. False as for add().
+  bool addPlainLines(std::string_view text, std::size_t* count) {
+    if (_used > sizeof(_buffer) / 2 && !flush()) return false;
+    text = text.substr(0, sizeof(_buffer) - kWrittenAhead - _used);
+    char* to = _buffer + _used;
+    const char* const end = CopyPlainLines(text.data(), text.data() + text.size(), &to);
+    _used = static_cast<std::size_t>(to - _buffer);
+    *count = static_cast<std::size_t>(end - text.data());
+    return true;
+  }
   // Puts everything into the string, which is not null afterwards.
   bool flush() {
     const std::string_view piece(_buffer, _used);
@@ -75,7 +125,7 @@ class TextCollector {
 
   BtStr* _text;
   std::size_t _used = 0;
-  char _buffer[4096];
+  char _buffer[16384];
 };
 
 void Skip(BtLineCharReader* reader, const BtCharSet& stops) {
@@ -100,12 +150,25 @@ class BlockReader {
   bool read() {
     Skip(&_reader, kNotBlank);
     while (_depth > 0) {
-      if (!Copy(&_reader, kBlockStops, &_text) || !_readSpecial(_reader.next())) return false;
+      if (!_copyPlainLines() || !Copy(&_reader, kBlockStops, &_text) ||
+          !_readSpecial(_reader.next())) {
+        return false;
+      }
     }
     return _text.flush();
   }
 
  private:
+  // Copies what needs no second look, as long as the stream's buffer lasts.
+  bool _copyPlainLines() {
+    for (std::size_t count = 1; count > 0;) {
+      if (!_text.addPlainLines(_reader.buffered(), &count)) return false;
+      _reader.take(count);
+      if (count > 0 && _text.endsWith('\n')) Skip(&_reader, kNotBlank);
+    }
+    return true;
+  }
+
   bool _readSpecial(int c) {
     switch (c) {
       case kEndOfLine:

@@ -1,5 +1,6 @@
 #include "btscan.h"
 
+#include <algorithm>
 #include <bit>
 #include <charconv>
 #include <cmath>
@@ -35,14 +36,12 @@ const char* ParseInt(const char* p, const char* end, int* value) {
   if (p == end) return nullptr;
   const bool negative = *p == '-';
   if (negative || *p == '+') ++p;
+  constexpr std::ptrdiff_t kMostDigits = 10;
   std::int64_t number = 0;
-  const char* digits = p;
-  while (p != end && IsDigit(*p)) {
-    number = number * 10 + (*p - '0');
-    ++p;
-    if (p - digits > 10) return nullptr;
-  }
-  if (p == digits || p == end) return nullptr;
+  const char* const digits = p;
+  const char* const limit = p + std::min(end - p, kMostDigits);
+  while (p != limit && IsDigit(*p)) number = number * 10 + (*p++ - '0');
+  if (p == digits || p == end || IsDigit(*p)) return nullptr;
   if (negative) number = -number;
   if (number < std::numeric_limits<int>::min() || number > std::numeric_limits<int>::max()) {
     return nullptr;
@@ -105,6 +104,9 @@ std::uint64_t JoinDigits(std::uint64_t v, int count) {
   return (v * 10000 + (v >> 32)) & 0x00000000FFFFFFFFU;
 }
 
+// What the digits of a positive and of a negative number are divided by.
+constexpr double kDivisors[2][9] = {{1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8},
+                                    {-1e0, -1e1, -1e2, -1e3, -1e4, -1e5, -1e6, -1e7, -1e8}};
 constexpr std::uint64_t kTens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
 constexpr int kMostJoined = 8;
 
@@ -153,10 +155,8 @@ inline const char* ParseShort(const char* p, double* value) {
     mantissa = JoinDigits(LoadDigits(p), whole_count) * kTens[fraction_count] +
                JoinDigits(LoadDigits(point + 1), fraction_count);
   }
-  const double magnitude =
-      static_cast<double>(static_cast<std::int64_t>(mantissa)) / kPowersOfTen[fraction_count];
-  *value = std::bit_cast<double>(std::bit_cast<std::uint64_t>(magnitude) |
-                                 static_cast<std::uint64_t>(negative) << 63U);
+  *value = static_cast<double>(static_cast<std::int64_t>(mantissa)) /
+           kDivisors[static_cast<int>(negative)][fraction_count];
   return after;
 }
 
@@ -212,6 +212,19 @@ bool Narrow(double number, float* value) {
   return std::isfinite(*value);
 }
 
+// As ParseInt, for a decimal number that is a finite float.
+inline const char* ParseFloat(const char* p, const char* end, float* value) {
+  p = SkipSpace(p, end);
+  double number = 0;
+  const char* after = end - p >= kShortRoom ? ParseShort(p, &number) : nullptr;
+  if (after != nullptr) {
+    *value = static_cast<float>(number);  // a short one is never too large
+    return after;
+  }
+  after = ParseAny(p, end, &number);
+  return after != nullptr && Narrow(number, value) ? after : nullptr;
+}
+
 }  // namespace
 
 // Tries the get area first; what it cannot decide is left to formatted extraction.
@@ -246,9 +259,8 @@ int BtScanner::readSomeFloats(float* values, int count) {
     const char* p = Bt_GetArea::next(_buf);
     const char* const end = Bt_GetArea::end(_buf);
     for (; n < count; ++n) {
-      double number = 0;
-      const char* const after = ParseDouble(p, end, &number);
-      if (after == nullptr || !Narrow(number, values + n)) break;
+      const char* const after = ParseFloat(p, end, values + n);
+      if (after == nullptr) break;
       p = after;
     }
     Bt_GetArea::moveTo(_buf, p);
@@ -270,6 +282,19 @@ bool BtScanner::readChar(char* c) {
     }
   }
   return static_cast<bool>(_is >> *c);
+}
+
+bool BtScanner::skipSpace() {
+  for (;;) {
+    const char* const end = Bt_GetArea::end(_buf);
+    const char* const p = SkipSpace(Bt_GetArea::next(_buf), end);
+    Bt_GetArea::moveTo(_buf, p);
+    if (p != end) return true;
+    const int c = _buf->sgetc();  // fetches more text
+    if (c < 0) return false;
+    if (!BtIsSpace(static_cast<char>(c))) return true;
+    _buf->sbumpc();
+  }
 }
 
 int BtScanner::get() {
