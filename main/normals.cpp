@@ -169,27 +169,40 @@ class CoincidentPoints {
   }
 
   // The points, in order, that share a cell within their reach with another point, and some more.
+  // Each step walks through memory in a row or through little of it.
   [[nodiscard]] std::vector<std::uint32_t> _crowdedPoints() const {
-    const Grid grid(_low, kCrowdCellSize * _distance, _distance);
-    // Two bits for each hash: one point was here, and a second one.
+    // Two bits for each hash of a cell: one point was here, and a second one. A hash becomes the
+    // number of a word and the place of the bits in it.
     const std::size_t words = std::bit_ceil(_count / 4 + 1);
-    std::vector<std::uint64_t> seen(words);
-    const auto word = [words](std::uint64_t cell) { return cell & (words - 1); };
-    const auto first_bit = [](std::uint64_t cell) {
-      return std::uint64_t{1} << (cell >> 59U << 1U);
-    };
+    constexpr unsigned kPlaceBits = 5;
+    const Grid grid(_low, kCrowdCellSize * _distance, _distance);
+    std::vector<std::uint64_t> cells;
+    cells.reserve(_count + _count / 2);
+    std::vector<std::uint8_t> n_cells(_count);  // of each point: two in each direction at most
     for (std::size_t i = 0; i < _count; ++i) {
       grid.forEachNear(PointAt(_points, i), [&](std::uint64_t cell) {
-        std::uint64_t& bits = seen[word(cell)];
-        bits |= (bits & first_bit(cell)) << 1U | first_bit(cell);
+        cells.push_back(cell);
+        ++n_cells[i];
       });
     }
+    std::vector<std::uint64_t> seen(words);
+    const auto word = [&](std::uint64_t cell) -> std::uint64_t& {
+      return seen[cell & (words - 1)];
+    };
+    const auto first_bit = [](std::uint64_t cell) {
+      return std::uint64_t{1} << (cell >> (64U - kPlaceBits) << 1U);
+    };
+    for (const std::uint64_t cell : cells) {
+      std::uint64_t& bits = word(cell);
+      bits |= (bits & first_bit(cell)) << 1U | first_bit(cell);
+    }
     std::vector<std::uint32_t> crowded;
+    const std::uint64_t* cell = cells.data();
     for (std::size_t i = 0; i < _count; ++i) {
       bool shares = false;
-      grid.forEachNear(PointAt(_points, i), [&](std::uint64_t cell) {
-        shares = shares || (seen[word(cell)] & first_bit(cell) << 1U) != 0;
-      });
+      for (const std::uint64_t* const end = cell + n_cells[i]; cell != end; ++cell) {
+        shares = shares || (word(*cell) & first_bit(*cell) << 1U) != 0;
+      }
       if (shares) crowded.push_back(static_cast<std::uint32_t>(i));
     }
     return crowded;

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <initializer_list>
 #include <memory>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -108,17 +109,20 @@ class BtArray {
     _realloc(_size - n);
   }
 
-  // Gives an array without elements `n` of them in memory of the arena, as far as that has pieces
-  // of the size.
-  void _placeIn(BtArena* arena, int n) {
+  // Gives an array without elements `n` of them, as make(i) answers them, in memory of the arena,
+  // as far as there is one that has pieces of the size.
+  template <class Make>
+  void _placeIn(BtArena* arena, int n, Make make) {
     BtAssert(_size == 0, "_size==0");
     BtAssert(n >= 0, "n>=0");
-    void* const piece = n == 0 ? nullptr : arena->take(static_cast<std::size_t>(n) * kElementSize);
-    if (piece == nullptr) return _realloc(n);
+    if (n == 0) return;
+    const auto count = static_cast<std::size_t>(n);
+    void* piece = arena == nullptr ? nullptr : arena->take(count * kElementSize);
+    _in_arena = piece != nullptr;
+    if (piece == nullptr) piece = BtReallocOrExit(nullptr, count, kElementSize);
     _elements = static_cast<T*>(piece);
+    for (int i = 0; i < n; ++i) ::new (static_cast<void*>(_elements + i)) T(make(i));
     _size = n;
-    _in_arena = true;
-    std::uninitialized_value_construct(begin(), end());
   }
 
   T* _elements = nullptr;
@@ -184,8 +188,13 @@ class BtDArray : public BtArray<T> {
   // As resize(), but an array without elements comes to stand in `arena`, if that is not null and
   // they are not too many. The arena must outlive them. Growing moves them to a block of their own.
   void resizeIn(BtArena* arena, int n) {
-    if (arena == nullptr || !this->empty()) return resize(n);
-    this->_placeIn(arena, n);
+    if (!this->empty()) return resize(n);
+    fillIn(arena, n, [](int) { return T(); });
+  }
+  // Gives an array without elements `n` of them, as make(i) answers them, in the same place.
+  template <class Make>
+  void fillIn(BtArena* arena, int n, Make make) {
+    this->_placeIn(arena, n, make);
   }
   void resize(int n, const T& fill) { this->_realloc(n, fill); }
   void clear() { this->_realloc(0); }

@@ -34,7 +34,7 @@ class BtArena {
   static constexpr std::size_t kAlignment = alignof(void*);
   // Blocks double in size, so that few are needed and little is left over.
   static constexpr std::size_t kFirstBlockSize = std::size_t{1} << 18U;
-  static constexpr std::size_t kLastBlockSize = std::size_t{1} << 23U;
+  static constexpr std::size_t kLastBlockSize = std::size_t{1} << 21U;
 
   void _addBlock();
 

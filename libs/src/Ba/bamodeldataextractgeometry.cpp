@@ -187,15 +187,22 @@ bool GeometryExtractor::_extractGroup(const BaMDMaterialGroup& group) {
 template <class Corner>
 std::span<const Corner> GeometryExtractor::_withoutDuplicates(std::span<const Corner> corners,
                                                               std::vector<Corner>* kept) const {
+  const auto same_place = [this](const Corner& a, const Corner& b) {
+    return _vertexOf(_indexOf(a)) == _vertexOf(_indexOf(b));
+  };
+  const bool has_some =
+      std::adjacent_find(corners.begin(), corners.end(), same_place) != corners.end() ||
+      (corners.size() > 1 && same_place(corners.front(), corners.back()));
+  if (!has_some) return corners;
   kept->clear();
   for (const Corner& corner : corners) {
-    if (!kept->empty() && _vertexOf(_indexOf(corner)) == _vertexOf(_indexOf(kept->back()))) {
+    if (!kept->empty() && same_place(corner, kept->back())) {
       theExceptObj.setAsWarning(DuplicateWarning());
     } else {
       kept->push_back(corner);
     }
   }
-  if (kept->size() > 1 && _vertexOf(_indexOf(kept->front())) == _vertexOf(_indexOf(kept->back()))) {
+  if (kept->size() > 1 && same_place(kept->front(), kept->back())) {
     theExceptObj.setAsWarning(DuplicateWarning());
     kept->pop_back();
   }
@@ -225,22 +232,22 @@ void GeometryExtractor::_addTexturedPolygon(int material_id,
 
 BtDArray<BaVertex> GeometryExtractor::_copyVertices(std::span<const int> corners) const {
   BtDArray<BaVertex> vertices;
-  vertices.resizeIn(_model->arena(), SizeTToInt(corners.size()));
-  std::transform(corners.begin(), corners.end(), vertices.begin(),
-                 [this](int index) { return _vertexOf(index); });
+  vertices.fillIn(_model->arena(), SizeTToInt(corners.size()), [&](int i) -> const BaVertex& {
+    return _vertexOf(corners[static_cast<std::size_t>(i)]);
+  });
   return vertices;
 }
 
 void GeometryExtractor::_copyCorners(std::span<const BaMDTexturedCorner> corners,
                                      BtDArray<BaVertex>* vertices,
                                      BtDArray<BaTextureCoords>* coords) const {
-  vertices->resizeIn(_model->arena(), SizeTToInt(corners.size()));
-  coords->resizeIn(_model->arena(), SizeTToInt(corners.size()));
-  for (int i = 0; i < vertices->size(); ++i) {
-    const BaMDTexturedCorner& corner = corners[static_cast<std::size_t>(i)];
-    (*vertices)[i] = _vertexOf(corner.vertex);
-    (*coords)[i] = _geometry.textureCoords()[corner.coord - 1];
-  }
+  const int count = SizeTToInt(corners.size());
+  vertices->fillIn(_model->arena(), count, [&](int i) -> const BaVertex& {
+    return _vertexOf(corners[static_cast<std::size_t>(i)].vertex);
+  });
+  coords->fillIn(_model->arena(), count, [&](int i) {
+    return _geometry.textureCoords()[corners[static_cast<std::size_t>(i)].coord - 1];
+  });
 }
 
 }  // namespace
