@@ -4,14 +4,16 @@
 
 #include <sstream>
 #include <string>
-#include <utility>
-#include <vector>
 
-#include "balegacytestutil.h"
-#include "bamodel.h"
+#include "Ba/modeltexts.h"
 #include "bamodelheader.h"
 
 namespace {
+
+std::string PrintedScan(const std::string& text) {
+  BaModel model;
+  return ScanInto(&model, text);
+}
 
 TEST(LegacyReader, RefusesBadFiles) {
   for (const ErrorCase& c : LegacyErrors()) {
@@ -24,7 +26,7 @@ TEST(LegacyReader, RefusesBadFiles) {
 TEST(LegacyReader, AcceptsWhatIsNearlyRefused) {
   const std::string head = "Zov Graphic Model File\nv1.10\n";
   EXPECT_EQ(PrintedScan(head + "M 1 m\n100 1 'a' 3 -1 0"), "");
-  EXPECT_EQ(PrintedScan(head + LegacyBody("child", 1, 2) + LegacyBody("parent", 2, 0)), "");
+  EXPECT_EQ(PrintedScan(head + Body(1, "child", 2) + Body(2, "parent", 0)), "");
 }
 
 TEST(LegacyHeader, ReadsTheVersionAndNothingBehindIt) {
@@ -39,21 +41,22 @@ TEST(LegacyHeader, ReadsTheVersionAndNothingBehindIt) {
   }
 }
 
-TEST(LegacyReader, ReadsAFileOfHeaderLinesOnly) {
-  BaModel model;
-  ASSERT_EQ(ScanInto(&model, "Zov Graphic Model File\nv1.00\n"), "");
-  EXPECT_EQ(model.bodies().size(), 1);
-  EXPECT_EQ(model.findBody(0)->name(), BaModel::kReferenceBodyName);
-  EXPECT_EQ(model.findBody(0)->parentId(), -1);
-  EXPECT_EQ(model.version(), 1.0F);
-}
-
 // Counts and ids that a file does not keep must be refused at once and cost no memory.
 TEST(LegacyReader, BelievesNoCount) {
   for (const std::string& text : LegacyHugeCounts()) EXPECT_NE(PrintedScan(text), "") << text;
   BaModel model;
-  EXPECT_EQ(ScanInto(&model, kBasicModel + "X\nb\n4194303\n\n1\n1 0 0 0 1 0 0 0 1 0 0 0"), "");
+  EXPECT_EQ(ScanInto(&model, kBasicModel + Body(4194303, "b", 1)), "");
   EXPECT_EQ(model.bodies().size(), 4194304);
+}
+
+// A file that ends too early is an error or, between two records, a smaller model; never a crash.
+TEST(LegacyReader, CutFiles) {
+  const std::string text = ModelText("every-record.mdl");
+  for (std::size_t length = 0; length < text.size(); ++length) {
+    BaModel model;
+    const bool error = !ScanInto(&model, text.substr(0, length)).empty();
+    EXPECT_EQ(error, model.bodies().empty()) << length;
+  }
 }
 
 TEST(LegacyReader, CleansNames) {
@@ -90,64 +93,60 @@ TEST(LegacyReader, CutsLongLinesAsLegacyFilesDo) {
 }
 
 TEST(LegacyReader, ReadsTextureFileNamesBetweenAnyDelimiters) {
-  const struct {
-    const char* written;
-    const char* name;
-  } cases[] = {
-      {"'a b.png'", "a b.png"},
-      {"  \"it's.png\"", "it's.png"},
-      {"xa\\xb.pngx", "axb.png"},
-      {"'C:\\\\d\\\\a.png'", "C:\\d\\a.png"},
-      {"''", ""},
-      {"\\a.png\\", "a.png"},
-  };
-  for (const auto& c : cases) {
-    BaModel model;
-    const std::string text = kBasicModel + "M 2 m\n100 1 " + c.written + " 1 2 -1\n0\n";
-    ASSERT_EQ(ScanInto(&model, text), "") << c.written;
-    EXPECT_EQ(model.materialById(2)->texture().fileName(), c.name);
+  const char* const cases[][2] = {{"'a b.png'", "a b.png"},
+                                  {"  \"it's.png\"", "it's.png"},
+                                  {"xa\\xb.pngx", "axb.png"},
+                                  {"'C:\\\\d\\\\a.png'", "C:\\d\\a.png"},
+                                  {"''", ""},
+                                  {"\\a.png\\", "a.png"}};
+  for (const auto& [written, name] : cases) {
+    const LegacyModel model(std::string("M 2 m\n100 1 ") + written + " 1 2 -1\n0\n");
+    EXPECT_EQ(model.materialById(2)->texture().fileName(), name) << written;
   }
 }
 
+// Letters stand for positions, each corner with a texture coordinate and an effect.
+std::string PolygonOf(const std::string& corners, bool textured) {
+  std::ostringstream os;
+  os << (textured ? "P 1 1 " : "F 1 1 ") << corners.size();
+  for (const char corner : corners) {
+    const int x = static_cast<unsigned char>(corner);
+    if (textured) os << ' ' << x << " 0";
+    os << ' ' << x << " 0 0 2 1 -1";
+  }
+  return os.str();
+}
+
 TEST(LegacyReader, WarnsOfPolygonsThatItRepairs) {
-  // Letters stand for positions; of the warnings D is a duplicate, G a polygon without face.
+  const std::string d = "|Duplicate vertex removed in polygon.";
+  const std::string g = "|Degnerate polygon in model.";
   const struct {
     const char* corners;
     const char* kept;
-    const char* warnings;
+    std::string warnings;
   } cases[] = {
-      {"pqr", "pqr", ""},   {"ppqrp", "pqr", "DD"}, {"pqqqr", "pqr", "DD"}, {"pqrpp", "pqr", "DD"},
-      {"pqpr", "pqpr", ""}, {"pqp", "pq", "GD"},    {"ppp", "p", "GDD"},    {"", "", "G"},
+      {"pqr", "pqr", ""},      {"ppqrp", "pqr", d + d},
+      {"pqqqr", "pqr", d + d}, {"pqrpp", "pqr", d + d},
+      {"pqpr", "pqpr", ""},    {"pqp", "pq", g + d},
+      {"ppp", "p", g + d + d}, {"", "", g},
   };
   for (const auto& c : cases) {
     for (const bool textured : {false, true}) {
-      std::ostringstream os;
-      os << (textured ? "P 1 1 " : "F 1 1 ") << std::string(c.corners).size();
-      for (const char* p = c.corners; *p != '\0'; ++p) {
-        if (textured) os << ' ' << static_cast<int>(*p) << " 0";
-        os << ' ' << static_cast<int>(*p) << " 0 0 2 " << (p - c.corners) << " -1";
-      }
+      SCOPED_TRACE(c.corners);
       BaModel model;
-      std::string chain;
-      for (const char* w = c.warnings; *w != '\0'; ++w) {
-        if (!chain.empty()) chain += '|';
-        chain += *w == 'D' ? "Duplicate vertex removed in polygon." : "Degnerate polygon in model.";
-      }
-      EXPECT_EQ(ScanInto(&model, kBasicModel + os.str()),
-                chain.empty() ? "" : PrintedWarning(chain))
-          << c.corners;
+      EXPECT_EQ(ScanInto(&model, kBasicModel + PolygonOf(c.corners, textured)),
+                c.warnings.empty() ? "" : PrintedWarning(c.warnings.substr(1)));
+      const BaPolygon& polygon = textured ? *model.texturedPolygons()[0] : *model.polygons()[0];
       std::string kept;
-      const BaPolygon* const polygon =
-          textured ? model.texturedPolygons()[0].get() : model.polygons()[0].get();
-      for (const BaVertex& vertex : polygon->vertices()) {
-        kept += static_cast<char>(vertex.position()[0]);
-        EXPECT_EQ(vertex.effects().count(), 1);
+      for (int i = 0; i < polygon.numVertices(); ++i) {
+        const float x = polygon.vertices()[i].position()[0];
+        kept += static_cast<char>(x);
+        EXPECT_EQ(polygon.vertices()[i].effects().count(), 1);
+        if (textured) {
+          EXPECT_EQ(model.texturedPolygons()[0]->textureCoords()[i].u, x);
+        }
       }
       EXPECT_EQ(kept, c.kept);
-      for (int i = 0; textured && i < polygon->numVertices(); ++i) {
-        EXPECT_EQ(model.texturedPolygons()[0]->textureCoords()[i].u,
-                  polygon->vertices()[i].position()[0]);
-      }
     }
   }
 }
@@ -163,33 +162,23 @@ TEST(LegacyReader, ClipsSpotExponents) {
 }
 
 TEST(LegacyReader, MergesFlexEffects) {
-  const struct {
-    const char* read;
-    const char* kept;
-  } cases[] = {
-      {"2 .25 2 .5", " 2 0.75"},
-      {"3 .25 1 3 .5 1", " 3 0.75 1"},
-      {"3 .25 1 3 .5 2 2 .125 3 .25 1", " 3 0.5 1 3 0.5 2 2 0.125"},
-      {"2 3e38 2 3e38", " 2 3.4028235e+38"},
-      {"1 1 2 3 4 5 6 1 1 2 3 4 5 6", " 1 1 2 3 4 5 6 1 1 2 3 4 5 6"},
-      {"0 1 2 3 4 5 6 7 8 9", " 0 1 2 3 4 5 6 7 8 9"},
+  const char* const cases[][2] = {
+      {"2 .25 2 .5", "2 0.75"},
+      {"3 .25 1 3 .5 1", "3 0.75 1"},
+      {"3 .25 1 3 .5 2 2 .125 3 .25 1", "3 0.5 1 3 0.5 2 2 0.125"},
+      {"2 3e38 2 3e38", "2 3.4028235e+38"},
+      {"1 1 2 3 4 5 6 1 1 2 3 4 5 6", "1 1 2 3 4 5 6 1 1 2 3 4 5 6"},
+      {"0 1 2 3 4 5 6 7 8 9", "0 1 2 3 4 5 6 7 8 9"},
   };
-  for (const auto& c : cases) {
-    BaVertex vertex;
-    std::istringstream is(std::string("1 2 3 ") + c.read + " -1");
-    ASSERT_TRUE(vertex.scanFrom(is)) << c.read;
-    std::ostringstream os;
-    vertex.printOn(os);
-    EXPECT_EQ(os.str(), std::string(" 1 2 3") + c.kept + " -1");
+  for (const auto& [read, kept] : cases) {
+    const auto vertex = Scanned<BaVertex>(std::string("1 2 3 ") + read + " -1");
+    EXPECT_EQ(Print(vertex), std::string(" 1 2 3 ") + kept + " -1");
   }
   // Many of them: twice every body, in a time that does not grow with the square.
   std::ostringstream text;
   text << "0 0 0 2 1";
   for (int i = 0; i < 100000; ++i) text << " 3 .5 " << i % 50000;
-  text << " 2 1 -1";
-  std::istringstream is(text.str());
-  BaVertex vertex;
-  ASSERT_TRUE(vertex.scanFrom(is));
+  const auto vertex = Scanned<BaVertex>(text.str() + " 2 1 -1");
   EXPECT_EQ(vertex.effects().count(), 50001);
   EXPECT_EQ(static_cast<const BaVertexFlexEffect*>(vertex.effects().first())->weight, 2.0F);
 }
@@ -209,14 +198,11 @@ TEST(LegacyReader, PassesOverPrefixesAndUnsupportedLetters) {
 }
 
 TEST(LegacyReader, NamesTheFile) {
-  const auto printed_read = [](const char* file_name) {
-    BaModel model;
-    model.read(file_name);
-    return TakePrinted();
-  };
-  EXPECT_EQ(printed_read("/nonexistent/a.mdl"),
-            PrintedError("Unable to open '/nonexistent/a.mdl'."));
-  EXPECT_EQ(printed_read("/dev/null"),
+  BaModel model;
+  model.read("/nonexistent/a.mdl");
+  EXPECT_EQ(TakePrinted(), PrintedError("Unable to open '/nonexistent/a.mdl'."));
+  model.read("/dev/null");
+  EXPECT_EQ(TakePrinted(),
             PrintedError("Unable to read '/dev/null'.|"
                          "File is not a valid Zov Graphic Model File.|Unable to read from file."));
 }

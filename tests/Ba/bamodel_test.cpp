@@ -6,22 +6,11 @@
 #include <string>
 #include <vector>
 
+#include "Ba/modeltexts.h"
 #include "Bt/deathcases.h"
-#include "balegacytestutil.h"
 #include "btset.h"
 
 namespace {
-
-std::string Body(const std::string& name, int id, int parent) {
-  return "X\n" + name + "\n" + std::to_string(id) + "\n\n" + std::to_string(parent) +
-         "\n1 0 0 0 1 0 0 0 1 0 0 0\n";
-}
-
-std::string Material(int id) {
-  return "M " + std::to_string(id) + " m" + std::to_string(id) + "\n0\n";
-}
-
-const std::string kHead = "Zov Graphic Model File\nv1.30\n";
 
 // The ids of materials as a text.
 template <class Materials>
@@ -31,23 +20,9 @@ std::string Ids(const Materials& materials) {
   return ids;
 }
 
-TEST(BaModel, IsEmptyWhenNew) {
-  const BaModel model;
-  EXPECT_EQ(model.version(), 0.0F);
-  EXPECT_EQ(model.bodies().size(), 0);
-  EXPECT_EQ(model.lengthUnits(), (BaUnits{"INCHES", 1.0F}));
-  EXPECT_EQ(model.angleUnits(), (BaUnits{"RADIANS", 1.0F}));
-  EXPECT_TRUE(model.combineVertexNormals());
-  BtList<BaBody*> ends;
-  model.getEndBodies(&ends);
-  EXPECT_TRUE(ends.empty());
-}
-
 TEST(BaModel, FindsBodiesAndMaterials) {
-  BaModel model;
-  ASSERT_EQ(ScanInto(&model, kHead + Body("b", 60, 2) + Body("a", 2, 0) + Body("b", 5, 2) +
-                                 "M 9 m\n0\nM -4 m\n0\n"),
-            "");
+  const LegacyModel model(Body(60, "b", 2) + Body(2, "a", 0) + Body(5, "b", 2) + Material(9, "m") +
+                          Material(-4, "m"));
   for (const int id : {-1, 1, 59, 61, 2147483647}) EXPECT_EQ(model.findBody(id), nullptr) << id;
   EXPECT_EQ(model.findBody(60)->name(), "b");
   EXPECT_EQ(model.findBody("b")->id(), 5);
@@ -73,15 +48,12 @@ TEST(BaModel, FindsBodiesAndMaterials) {
 }
 
 TEST(BaModel, AnswersQuestionsAboutTheWhole) {
-  BaModel model;
-  ASSERT_EQ(ScanInto(&model, kHead + Body("a", 1, 0) + Body("b", 2, 1) + Body("c", 3, 1) +
-                                 Body("d", 4, 0) + Material(1) +
-                                 "M 2 m\n100 1 'x.png' -1 0\nM 3 m\n100 1 'y.png' -1 0\n" +
-                                 "P 1 3 3 0 0 0 0 0 -1 0 0 1 0 0 -1 0 0 0 1 0 -1\n"
-                                 "F 1 2 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\nB 1 3 0 0 0 1 1 1\n"
-                                 "T 2 1 2 0 0 0 0 -1 0 0 0 0 -1\nt 2 1 1 0 0 0 0 0 0 -1\n"
-                                 "f 1 2 1 2 0 5 0 0 -1\n"),
-            "");
+  LegacyModel model(Body(1, "a", 0) + Body(2, "b", 1) + Body(3, "c", 1) + Body(4, "d", 0) +
+                    Material(1, "m") + "M 2 m\n100 1 'x.png' -1 0\n" +
+                    "M 3 m\n100 1 'y.png' -1 0\nP 1 3 3 0 0 0 0 0 -1 0 0 1 0 0 -1 0 0 0 1 0 -1\n" +
+                    "F 1 2 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\nB 1 3 0 0 0 1 1 1\n" +
+                    "T 2 1 2 0 0 0 0 -1 0 0 0 0 -1\nt 2 1 1 0 0 0 0 0 0 -1\n" +
+                    "f 1 2 1 2 0 5 0 0 -1\n");
   BtList<BaBody*> ends;
   model.getEndBodies(&ends);
   std::string end_names;
@@ -94,12 +66,8 @@ TEST(BaModel, AnswersQuestionsAboutTheWhole) {
     model.getUsedMaterials(&used, id);
     EXPECT_EQ(Ids(used), used_by[id]) << id;
   }
-  EXPECT_DEATH(
-      {
-        BtList<BaMaterial*> used;
-        model.getUsedMaterials(&used, 5);
-      },
-      "body");
+  BtList<BaMaterial*> none;
+  EXPECT_DEATH(model.getUsedMaterials(&none, 5), "body");
 
   BtList<BtStr> file_names;
   model.getTextureFileNames(&file_names);
@@ -112,8 +80,7 @@ TEST(BaModel, AnswersQuestionsAboutTheWhole) {
 }
 
 TEST(BaModel, RemovesBones) {
-  BaModel model;
-  ASSERT_EQ(ScanInto(&model, kBasicModel + "B 1 1 0 0 0 1 1 1 B 1 1 0 0 0 2 2 2\n"), "");
+  LegacyModel model(Body(1, "b", 0) + Material(1, "m") + "B 1 1 0 0 0 1 1 1 B 1 1 0 0 0 2 2 2\n");
   ASSERT_EQ(model.findBody(1)->bones().size(), 2);
   model.removeBones();
   EXPECT_TRUE(model.bones().empty());
@@ -124,54 +91,51 @@ TEST(BaModel, RemovesBones) {
 TEST(BaModel, RemovesUnusedMaterials) {
   const std::string triangle = " 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n";
   const struct {
-    std::string materials;
+    std::vector<int> materials;
     std::string elements;
     bool renumber;
     const char* kept;  // material ids afterwards
-    const char* elements_use;
+    const char* used;  // by the polygons
   } cases[] = {
-      {Material(3) + Material(5) + Material(9), "F 1 3" + triangle + "F 1 9" + triangle, false,
-       "3 9 ", "3 9 "},
-      {Material(3) + Material(5) + Material(9), "F 1 9" + triangle + "F 1 3" + triangle, true,
-       "1 2 ", "2 1 "},
+      {{3, 5, 9}, "F 1 3" + triangle + "F 1 9" + triangle, false, "3 9 ", "3 9 "},
+      {{3, 5, 9}, "F 1 9" + triangle + "F 1 3" + triangle, true, "1 2 ", "2 1 "},
       // Each kind of element keeps its material.
-      {Material(3), "B 1 3 0 0 0 1 1 1\n", true, "1 ", ""},
-      {Material(3), "T 1 3 0\n", true, "1 ", ""},
-      {Material(3), "t 1 3 0\n", true, "1 ", ""},
-      {Material(3), "f 1 3 0 1\n", false, "3 ", ""},
-      {Material(3), "m 3 x\n\n", true, "1 ", ""},
-      {Material(3), "", true, "", ""},
+      {{3}, "B 1 3 0 0 0 1 1 1\n", true, "1 ", ""},
+      {{3}, "T 1 3 0\n", true, "1 ", ""},
+      {{3}, "t 1 3 0\n", true, "1 ", ""},
+      {{3}, "f 1 3 0 1\n", false, "3 ", ""},
+      {{3}, "m 3 x\n\n", true, "1 ", ""},
+      {{3}, "", true, "", ""},
       // Ids that are small already stay, and no two materials become one.
-      {Material(1) + Material(2), "F 1 2" + triangle, true, "1 ", "1 "},
-      {Material(-3) + Material(7), "F 1 7" + triangle + "F 1 -3" + triangle, true, "-3 2 ",
-       "2 -3 "},
-      {Material(5) + Material(1), "F 1 5" + triangle + "F 1 1" + triangle, true, "5 1 ", "5 1 "},
+      {{1, 2}, "F 1 2" + triangle, true, "1 ", "1 "},
+      {{-3, 7}, "F 1 7" + triangle + "F 1 -3" + triangle, true, "-3 2 ", "2 -3 "},
+      {{5, 1}, "F 1 5" + triangle + "F 1 1" + triangle, true, "5 1 ", "5 1 "},
   };
   for (const auto& c : cases) {
-    BaModel model;
-    ASSERT_EQ(ScanInto(&model, kHead + Body("b", 1, 0) + c.materials + c.elements), "");
+    std::string records = Body(1, "b", 0);
+    for (const int id : c.materials) records += Material(id, "m" + std::to_string(id));
+    LegacyModel model(records + c.elements);
     model.removeUnusedMaterials(c.renumber);
-    EXPECT_EQ(Ids(model.materials()), c.kept) << c.materials << c.elements;
+    EXPECT_EQ(Ids(model.materials()), c.kept) << c.elements;
     std::string used;
-    for (const auto& polygon : model.polygons())
+    for (const auto& polygon : model.polygons()) {
       used += std::to_string(polygon->materialId()) + " ";
-    EXPECT_EQ(used, c.elements_use);
-    for (const auto& material : model.materials()) {
-      EXPECT_EQ(model.materialById(material->id()), material.get());
     }
-    EXPECT_EQ(model.materialById(5) != nullptr, std::string(c.kept).starts_with("5"));
+    EXPECT_EQ(used, c.used);
+    BtStr fault;
+    EXPECT_TRUE(model.checkInvariants(&fault)) << fault;
   }
-  BaModel flexible;
-  ASSERT_EQ(ScanInto(&flexible, kBasicModel + "f 1 1 0 1\n"), "");
+  LegacyModel flexible(Body(1, "b", 0) + Material(1, "m") + "f 1 1 0 1\n");
   EXPECT_DEATH(flexible.removeUnusedMaterials(true), "_flexible_polygons.size\\(\\)==0");
 }
 
 TEST(BaModel, ReplacesItsContentWhenItReads) {
-  BaModel model;
-  ASSERT_EQ(ScanInto(&model, kBasicModel + "B 1 1 0 0 0 1 1 1\n"), "");
+  LegacyModel model(Body(1, "body", 0) + Material(1, "m") + "B 1 1 0 0 0 1 1 1\n");
   model.setCombineVertexNormals(false);
-  ASSERT_EQ(ScanInto(&model, kHead), "");
+  ASSERT_EQ(ScanInto(&model, "Zov Graphic Model File\nv1.00\n"), "");
+  EXPECT_EQ(model.version(), 1.0F);
   EXPECT_EQ(model.bodies().size(), 1);
+  EXPECT_EQ(model.findBody(0)->parentId(), -1);
   EXPECT_TRUE(model.materials().empty() && model.bones().empty() && model.combineVertexNormals());
   EXPECT_EQ(model.findBody("body"), nullptr);
   EXPECT_EQ(model.materialById(1), nullptr);
@@ -182,18 +146,20 @@ TEST(BaModel, ReplacesItsContentWhenItReads) {
 // A chain of bodies, the leaf first in the file: nothing may recurse along it.
 TEST(BaModel, HoldsLongChains) {
   constexpr int kBodies = 100000;
-  std::string text = kHead;
-  for (int id = kBodies; id > 0; --id) text += Body("b" + std::to_string(id), id, id - 1);
-  BaModel model;
-  ASSERT_EQ(ScanInto(&model, text), "");
+  std::string records;
+  for (int id = kBodies; id > 0; --id) records += Body(id, "b" + std::to_string(id), id - 1);
+  const LegacyModel model(records);
   EXPECT_TRUE(model.findBody(kBodies)->isDescendantOf(model.findBody(1)));
   BtList<BaBody*> ends;
   model.getEndBodies(&ends);
   ASSERT_EQ(ends.count(), 1);
   EXPECT_EQ(ends.last()->id(), kBodies);
   BaModel again;
-  EXPECT_EQ(ScanInto(&again, Printed(model)), "");
+  EXPECT_EQ(ScanInto(&again, Print(model)), "");
   EXPECT_EQ(again.bodies().size(), kBodies + 1);
+  const FilledDocument document(model);
+  EXPECT_EQ(document.bodies().count(), kBodies);
+  EXPECT_EQ(document.bodies().last()->parentName(), "b99999");
 }
 
 TEST(BaVertex, OwnsItsEffects) {
@@ -206,9 +172,7 @@ TEST(BaVertex, OwnsItsEffects) {
     copy = vertex;
     copy.effects().clear();
   }
-  std::ostringstream os;
-  vertex.printOn(os);
-  EXPECT_EQ(os.str(), " 1 2 3 3 0.25 7 2 0.5 -1");
+  EXPECT_EQ(Print(vertex), " 1 2 3 3 0.25 7 2 0.5 -1");
   EXPECT_EQ(vertex, BaVertex(1, 2, 3));
   EXPECT_EQ(BaVertex(0, 0, 0), BaVertex(-0.0F, 0, 0));
 }
@@ -222,37 +186,28 @@ TEST(BaVertex, KeepsOneFlex2EffectForABody) {
       {2, 2, " 3 0.25 1 2 1 3 0.5 2"}, {9, 1, " 3 0.25 1 2 1 3 0.5 2"},
   };
   for (const auto& c : cases) {
-    BaPolygon polygon(1, 1);
-    std::istringstream is("1 1 1 0 0 0 3 .25 1 2 1 3 .5 2 -1");
-    ASSERT_TRUE(polygon.scanFrom(is));
+    auto polygon = Scanned<BaPolygon>("1 1 1 0 0 0 3 .25 1 2 1 3 .5 2 -1");
     theExceptObj.clear();
     polygon.changeFlex2BodyId(c.old_id, c.new_id);
-    std::ostringstream os;
-    polygon.vertices()[0].printOn(os);
-    EXPECT_EQ(os.str(), std::string(" 0 0 0") + c.effects + " -1") << c.old_id << c.new_id;
+    EXPECT_EQ(Print(polygon.vertices()[0]), std::string(" 0 0 0") + c.effects + " -1")
+        << c.old_id << c.new_id;
   }
 }
 
 TEST(BaPolygon, TellsWhereItFaces) {
-  const struct {
-    const char* vertices;
-    bool front;
-  } cases[] = {
+  const std::pair<const char*, bool> cases[] = {
       {"1 1 3 0 0 0 -1 1 0 0 -1 0 1 0 -1", true},
       {"1 1 3 0 1 0 -1 1 0 0 -1 0 0 0 -1", false},
       {"1 1 5 2 0 0 -1 2 2 0 -1 1 0.5 0 -1 0 2 0 -1 0 0 0 -1", true},  // a notch
   };
-  for (const auto& c : cases) {
-    BaPolygon polygon;
-    std::istringstream is(c.vertices);
-    ASSERT_TRUE(polygon.scanFrom(is));
-    EXPECT_EQ(polygon.frontFacing(), c.front) << c.vertices;
+  for (const auto& [text, front] : cases) {
+    EXPECT_EQ(Scanned<BaPolygon>(text).frontFacing(), front) << text;
   }
 }
 
 TEST(BaMaterial, HoldsOneAttributeOfAKind) {
   BaMaterial material;
-  std::istringstream is("1 m\n3 1 2 3\n5 7\n3 4 5 6\n100 1 'a' -1 100 1 'b' -1\n0");
+  std::istringstream is("1 m\n3 1 2 3\n5 7\n3 4 5 6\n100 1 'a' -1 100 1 'b' -1\n101 1\n0");
   material.setVersion(1.1F);
   ASSERT_TRUE(material.scanFrom(is));
   EXPECT_EQ(material.attributes().count(), 2);
@@ -262,21 +217,26 @@ TEST(BaMaterial, HoldsOneAttributeOfAKind) {
   EXPECT_EQ(copy.attribute(Ba_MatAttr_t::Diffuse)->values()[0], 4.0F);
   EXPECT_EQ(copy.attribute(Ba_MatAttr_t::Alpha), nullptr);
   EXPECT_EQ(copy.texture().fileName(), "b");
+  EXPECT_TRUE(copy.flag());
+}
+
+void AddSecondBody(int id) {
+  auto body = std::make_unique<BaBody>();
+  body->setId(id);
+  LegacyModel(Body(id, "b", 0)).addBody(std::move(body));
 }
 
 TEST(BaModelDeathTest, StopsOnMisuse) {
+  static const BtDArray<BaVertex> three(3);
+  static const BtDArray<BaTextureCoords> two(2);
   ExpectDeaths({
       {ASSERTION("kind!=Shininess && kind!=Alpha"),
        [] { Ba_MatRGBAttr attr(Ba_MatAttr_t::Alpha); }},
       {ASSERTION("kind==Shininess || kind==Alpha"),
        [] { Ba_MatFAttr attr(Ba_MatAttr_t::Diffuse); }},
       {ASSERTION("psf>0.0f"), [] { BaBody().setPostScaleFactor(0); }},
-      {ASSERTION("tc.size()==_n_vertices"),
-       [] {
-         BaTexturedPolygon().setVertices(BtDArray<BaVertex>(3), BtDArray<BaTextureCoords>(2));
-       }},
-      {ASSERTION("tc.size()==nverts"),
-       [] { BaTexturedTMesh().setVertices(BtDArray<BaVertex>(3), BtDArray<BaTextureCoords>(2)); }},
+      {ASSERTION("tc.size()==_n_vertices"), [] { BaTexturedPolygon().setVertices(three, two); }},
+      {ASSERTION("tc.size()==nverts"), [] { BaTexturedTMesh().setVertices(three, two); }},
       {ASSERTION("_n_bones_added == _bones.size()"),
        [] {
          BaBody body;
@@ -286,14 +246,7 @@ TEST(BaModelDeathTest, StopsOnMisuse) {
       {ASSERTION("!mat->name().isNull()"),
        [] { BaModel().addMaterial(std::make_unique<BaMaterial>()); }},
       {ASSERTION("kind()==other.kind()"), [] { BaMatAlphaAttr().set(BaMatShininessAttr()); }},
-      {ASSERTION("_bodies[new_body->id()]==(BaBody *)0"),
-       [] {
-         BaModel model;
-         ScanInto(&model, kBasicModel);
-         auto body = std::make_unique<BaBody>();
-         body->setId(1);
-         model.addBody(std::move(body));
-       }},
+      {ASSERTION("_bodies[new_body->id()]==(BaBody *)0"), [] { AddSecondBody(1); }},
   });
 }
 

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <map>
 #include <random>
 
@@ -9,8 +8,6 @@
 #include "btangles.h"
 
 namespace {
-
-using namespace modeltexts;
 
 // The geometries and vertex sets of a document as text.
 std::string PrintShapes(const BaModelData& data) {
@@ -26,9 +23,8 @@ const std::string kTwoQuads = Body(1, "arm", 0) + Material(1, "skin") +
                               "F 1 1 4  1 -0.0 0 -1  2 0 0 -1  2 1 0 -1  1 1 -0.0 -1\n";
 
 TEST(BaModelDataFill, WeldsCornersAtOnePlaceWhenAsked) {
-  BaModel model;
-  ReadLegacy(kTwoQuads, &model);
-  struct {
+  const LegacyModel model(kTwoQuads);
+  const struct {
     bool merge;
     int vertices;
     const char* polygons;
@@ -45,105 +41,25 @@ TEST(BaModelDataFill, WeldsCornersAtOnePlaceWhenAsked) {
 
 // Every kind of element, two materials, effects of every kind that a legacy file can hold.
 TEST(BaModelDataFill, ShapesOfABody) {
-  BaModel model;
-  ReadLegacy(Body(4, "hip", 0) + Body(2, "leg", 4) + Body(7, "foot", 2) + Material(5, "b") +
-                 Material(9, "a") +
-                 "F 2 9 3  0 0 0 2 0.5 -1  1 0 0 3 0.25 7 2 0.75 -1  0 1 0 3 1 4 -1\n"
-                 "P 2 5 3  0.5 0 0 0 0 -1  1 0 1 0 0 -1  0 1 0 0 2 -1\n"
-                 "P 2 9 3  1 0 0 0 0 -1  0.5 -0.0 1 0 0 -1  7 7 0 1 0 -1\n"
-                 "T 2 9 4  0 0 0 0 -1  0 1 0 0 -1  0 0 1 0 -1  0 1 1 0 -1\n"
-                 "t 2 5 3  0 1 0 0 0 0 -1  1 0 0 1 0 0 -1  1 1 0 0 1 0 -1\n"
-                 "B 2 9 0 0 0 1 2 3\n"
-                 "B 7 5 0 0 0 4 5 6\n"
-                 "F 2 5 1  8 8 8 -1\n"
-                 "F 2 5 2  0 0 0 -1 1 0 0 -1\n",
-             &model);
-  theExceptObj.clear();  // of the two polygons without a face
-  BaModelData data;
-  ASSERT_TRUE(data.fillFrom(model, true)) << TakeMessages();
-  EXPECT_EQ(PrintShapes(data), R"(VERTICES {
-  NAME: leg_vertices
-  COORDINATES {
-    0 0 0
-    1 0 0
-    0 1 0
-    0 0 2
-    1 1 0
-  }
-  EFFECTS {
-    FLEX {
-      BODY: hip
-      WEIGHTS {
-        0.5 1
-        0.75 2
-        1 3
-      }
-    }
-    FLEX {
-      BODY: foot
-      WEIGHTS {
-        0.25 2
-      }
-    }
-  }
-}
-GEOMETRY {
-  BODY: leg
-  VERTICES: leg_vertices
-  TEXTURE_COORDINATES {
-    0.5 0
-    1 0
-    0 1
-    7 7
-    1 1
-  }
-  MATERIAL_GROUP {
-    MATERIAL: a
-    BONES {
-      0 0 0 1 2 3
-    }
-    POLYGONS {
-      1 2 3
-    }
-    TEXTURED_POLYGONS {
-      1/2 2/1 3/4
-    }
-    TRIANGLE_STRIPS {
-      1 2 3 5
-    }
-  }
-  MATERIAL_GROUP {
-    MATERIAL: b
-    POLYGONS {
-      1 2
-    }
-    TEXTURED_POLYGONS {
-      1/1 2/2 4/3
-    }
-    TEXTURED_TRIANGLE_STRIPS {
-      1/3 2/2 3/5
-    }
-  }
-}
-GEOMETRY {
-  BODY: foot
-  MATERIAL_GROUP {
-    MATERIAL: b
-    BONES {
-      0 0 0 4 5 6
-    }
-  }
-}
-)");
+  const LegacyModel model(Body(4, "hip", 0) + Body(2, "leg", 4) + Body(7, "foot", 2) +
+                          Material(5, "b") + Material(9, "a") +
+                          "F 2 9 3  0 0 0 2 0.5 -1  1 0 0 3 0.25 7 2 0.75 -1  0 1 0 3 1 4 -1\n"
+                          "P 2 5 3  0.5 0 0 0 0 -1  1 0 1 0 0 -1  0 1 0 0 2 -1\n"
+                          "P 2 9 3  1 0 0 0 0 -1  0.5 -0.0 1 0 0 -1  7 7 0 1 0 -1\n"
+                          "T 2 9 4  0 0 0 0 -1  0 1 0 0 -1  0 0 1 0 -1  0 1 1 0 -1\n"
+                          "t 2 5 3  0 1 0 0 0 0 -1  1 0 0 1 0 0 -1  1 1 0 0 1 0 -1\n"
+                          "B 2 9 0 0 0 1 2 3\n"
+                          "B 7 5 0 0 0 4 5 6\n"
+                          "F 2 5 1  8 8 8 -1\n"
+                          "F 2 5 2  0 0 0 -1 1 0 0 -1\n");
+  EXPECT_EQ(PrintShapes(FilledDocument(model)), ModelText("filled-shapes.txt"));
 }
 
 TEST(BaModelDataFill, BodiesStandParentsFirstUnderCleanNames) {
-  BaModel model;
-  ReadLegacy(Body(9, "top", 0) + Body(3, "left arm", 9) + Body(1, "", 3) + Body(8, "b\xC3\xA4r", 9),
-             &model);
+  const LegacyModel model(Body(9, "top", 0) + Body(3, "left arm", 9) + Body(1, "", 3) +
+                          Body(8, "b\xC3\xA4r", 9));
   model.findBody(3)->setName("left\tarm x");
-  BaModelData data;
-  ASSERT_TRUE(data.fillFrom(model, true)) << TakeMessages();
+  const FilledDocument data(model);
   std::string bodies;
   for (const BaMDBody* body : data.bodies()) {
     bodies += std::string(body->name().view()) + " " + std::to_string(body->id()) + " < " +
@@ -159,62 +75,23 @@ TEST(BaModelDataFill, BodiesStandParentsFirstUnderCleanNames) {
 }
 
 TEST(BaModelDataFill, ErrorsAndWarnings) {
-  const std::string quad = "4 0 0 0 -1 1 0 0 -1 1 1 0 -1 0 1 0 -1\n";
-  struct {
-    std::string records;
-    const char* messages;
-    bool filled;
-  } cases[] = {
-      {Body(1, "a b", 0) + Body(2, "a_b", 1), "E Multiple bodies have name \"a_b\".\n", false},
-      {Body(1, "GLOBAL", 0), "E A body cannot have the name \"GLOBAL\".\n", false},
-      {Body(1, "m", 0, "1 0 0\n0 1 0\n0 0 -1\n0 0 0\n"),
-       "E Body \"m\" has a left-handed or degenerate transform.\n", false},
-      {Body(1, "m", 0, "1 0 0\n1 0 0\n0 0 1\n0 0 0\n"),
-       "E Body \"m\" has a left-handed or degenerate transform.\n", false},
-      {Body(1, "m", 0, "2 0 0\n0 2 0\n0 0 2\n0 0 0\n"),
-       "W The transform of body \"m\" is scaled.  The scale is not kept.\n", true},
-      {Body(1, "m", 0, "1.0005 0 0\n0 1 0\n0 0 1\n0 0 0\n"), "", true},
-      {Material(1, "a") + Material(2, "a_3") + Material(3, "a"),
-       "W Multiple materials have name \"a\".  One of them is called \"a_3_2\" now.\n", true},
-      {Material(1, "a") + "F 0 1 " + quad,
-       "W Polygons and bones of the world (body id 0) have no body in a model document.  They are "
-       "left out.\n",
-       true},
-      {Body(1, "m", 0) + Material(1, "a") + "f 1 1 1 1 0 0 0 0 -1\n",
-       "W 1 flexible polygons have no form in a model document.  They are left out.\n", true},
-      {Body(1, "m", 0) + Material(1, "a") + "F 1 1 3 0 0 0 2 1 -1 1 0 0 2 1 -1 1 1 0 -1\n",
-       "W A flexible vertex effect on body \"m\" flexes to the world (id 0).  It is left out.\n",
-       true},
-      {Body(1, "m", 0) + Material(1, "a") +
-           "P 1 1 3 0 0 0 0 0 3 1 6 -1 0 0 1 0 0 -1 0 0 1 1 0 -1\n",
-       "W A flexible vertex effect on body \"m\" flexes to a non-existing body (id 6).  It is left "
-       "out.\n",
-       true},
-      {Body(1, "m", 0) + Material(1, "a") + "F 1 1 3 0 0 0 1 0 0 0 1 1 1 -1 1 0 0 -1 1 1 0 -1\n",
-       "W Bulge and morph effects on body \"m\" have no form in a model document.  They are left "
-       "out.\n",
-       true},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.records);
+  for (const ErrorCase& c : ReadErrorCases("unfilled.txt")) {
+    SCOPED_TRACE(c.text);
     BaModel model;
-    ReadLegacy(c.records, &model);
-    ASSERT_EQ(TakeMessages(), "");
+    ASSERT_EQ(ScanInto(&model, kLegacyHeader + c.text), "");
     BaModelData data;
-    EXPECT_EQ(data.fillFrom(model, true), c.filled);
-    EXPECT_EQ(TakeMessages(), c.messages);
-    EXPECT_TRUE(c.filled || data.bodies().empty());
+    const bool filled = data.fillFrom(model, true);
+    EXPECT_EQ(filled, !c.lines.starts_with("ERROR"));
+    EXPECT_TRUE(filled || data.bodies().empty());
+    EXPECT_EQ(TakePrinted(), PrintedLines(c.lines));
   }
 }
 
 // Groups follow a material that got another name, and know that they did.
 TEST(BaModelDataFill, GroupsFollowRenamedMaterials) {
-  BaModel model;
-  ReadLegacy(Body(1, "m", 0) + Material(1, "a") + Material(3, "a") +
-                 "F 1 3 3 0 0 0 -1 1 0 0 -1 1 1 0 -1\n",
-             &model);
-  BaModelData data;
-  ASSERT_TRUE(data.fillFrom(model, true));
+  const LegacyModel model(Body(1, "m", 0) + Material(1, "a") + Material(3, "a") +
+                          "F 1 3 3 0 0 0 -1 1 0 0 -1 1 1 0 -1\n");
+  const FilledDocument data(model);
   theExceptObj.clear();
   EXPECT_EQ(data.geometriesOf("m")[0]->materialGroups()[0]->material(), "a_3");
   EXPECT_NE(data.materialByName("a_3"), nullptr);
@@ -224,47 +101,36 @@ TEST(BaModelDataFill, CoordinateSystemsComeBack) {
   std::mt19937 random(7);
   std::uniform_real_distribution<double> angle(-3.2, 3.2);
   const std::array<int, 3> order = {1, 2, 3};
+  LegacyModel model(Body(1, "m", 0));
   for (const BaUnits& units :
        {BaUnits{"RADIANS", 1}, BaUnits{"DEGREES", 1}, BaUnits{"DEGREES", 10}}) {
+    model.setAngleUnits(units);
     for (int i = 0; i < 200; ++i) {
       const std::array<double, 3> angles = {angle(random), angle(random), angle(random)};
       const BtCoordSystem expected(BtComposeRotationMatrix(angles, order), {1.5F, -2, 1e6F});
-      BaModel model;
-      ReadLegacy(Body(1, "m", 0), &model);
       Bt4X4FloatMat transform = expected.matrix();
       const float scales[] = {2.5F, 0.5F, 4};  // of the axes, in every other model
       for (int k = 0; k < 9; ++k) transform(k / 3, k % 3) *= i % 2 == 0 ? 1 : scales[k / 3];
       model.findBody(1)->setTransform(transform);
-      model.setAngleUnits(units);
-      BaModelData data;
-      ASSERT_TRUE(data.fillFrom(model, true)) << TakeMessages();
-      EXPECT_EQ(data.bodyById(1)->coordSys().rotationOrder(), (std::array<int, 3>{3, 2, 1}));
+      const FilledDocument data(model);
       theExceptObj.clear();
+      EXPECT_EQ(data.bodyById(1)->coordSys().rotationOrder(), (std::array<int, 3>{3, 2, 1}));
       BtCoordSystem filled;
       data.getCoordSystem(*data.bodyById(1), &filled);
       EXPECT_EQ(filled.origin(), expected.origin());
-      for (int row = 0; row < 3; ++row) {
-        for (int column = 0; column < 3; ++column) {
-          EXPECT_NEAR(filled.matrix()(row, column), expected.matrix()(row, column), 1e-6);
-        }
+      for (int k = 0; k < 9; ++k) {
+        EXPECT_NEAR(filled.matrix()(k / 3, k % 3), expected.matrix()(k / 3, k % 3), 1e-6);
       }
     }
   }
 }
 
 TEST(BaModelDataFill, OneBodyAtATime) {
-  BaModel model;
-  ReadLegacy(kTwoQuads + Body(2, "a hand", 1) + "B 2 1 0 0 0 1 1 1\n", &model);
-  BaModelData whole;
-  ASSERT_TRUE(whole.fillFrom(model, true));
-  BaModelData data;
-  auto material = std::make_unique<BaMDMaterial>();
-  material->setName("skin");
-  material->setDiffuse({0.5F, 0.25F, 1});
-  data.addMaterial(std::move(material));
+  const LegacyModel model(kTwoQuads + Body(2, "a hand", 1) + "B 2 1 0 0 0 1 1 1\n");
+  Document data(MaterialSection("skin", "DIFFUSE: 0.5 0.25 1\n"));
   ASSERT_TRUE(data.fillBodyFrom(model, 1, true)) << TakeMessages();
   ASSERT_TRUE(data.fillBodyFrom(model, 2, true)) << TakeMessages();
-  EXPECT_EQ(Print(data), Print(whole));
+  EXPECT_EQ(Print(data), Print(FilledDocument(model)));
   EXPECT_FALSE(data.fillBodyFrom(model, 2, true));
   EXPECT_EQ(TakeMessages(), "E Multiple bodies have name \"a_hand\".\n");
   BaModelData empty;
@@ -293,7 +159,7 @@ TEST(BaModelData_PolySet, WeldsAsAnOrderedMapWould) {
 }
 
 TEST(BaModelData_PolySet, SplitsLargePolygonsIntoFans) {
-  struct {
+  const struct {
     int corners;
     int max;
     const char* pieces;
@@ -303,7 +169,6 @@ TEST(BaModelData_PolySet, SplitsLargePolygonsIntoFans) {
       {5, 3, "0 1 2;0 2 3;0 3 4;"},
   };
   for (const auto& c : cases) {
-    BaTexturedPolygon polygon(1, 1);
     BtDArray<BaVertex> vertices;
     BtDArray<BaTextureCoords> coords;
     for (int i = 0; i < c.corners; ++i) {
@@ -311,6 +176,7 @@ TEST(BaModelData_PolySet, SplitsLargePolygonsIntoFans) {
       vertices.append(BaVertex(x, x * x, 0));
       coords.append({x, 0});
     }
+    BaTexturedPolygon polygon(1, 1);
     polygon.setVertices(vertices, coords);
     BaModelData_PolySet poly_set(1, 0);
     poly_set.addTexturedPolygon(polygon);
@@ -329,14 +195,8 @@ TEST(BaModelData_PolySet, SplitsLargePolygonsIntoFans) {
 }
 
 TEST(BaModelData_PolySet, DropsPiecesWithoutAFace) {
-  BaPolygon polygon(1, 1);
-  BtDArray<BaVertex> vertices;  // the first three corners lie on a line
-  for (const auto& [x, y] : {std::pair{0.F, 0.F}, {1.F, 0.F}, {2.F, 0.F}, {2.F, 1.F}}) {
-    vertices.append(BaVertex(x, y, 0));
-  }
-  polygon.setVertices(vertices);
-  BaModelData_PolySet poly_set(1, 0);
-  poly_set.addPolygon(polygon);
+  BaModelData_PolySet poly_set(1, 0);  // the first three corners lie on a line
+  poly_set.addPolygon(Scanned<BaPolygon>("1 1 4 0 0 0 -1 1 0 0 -1 2 0 0 -1 2 1 0 -1"));
   poly_set.splitPolygons(3);
   ASSERT_EQ(poly_set.polygons().count(), 1);
   EXPECT_EQ(poly_set.polygons()[0].vertices[1], 2);
@@ -346,26 +206,13 @@ TEST(BaModelData_TMeshTriIter, WindingAlternates) {
   const int strip[] = {10, 11, 12, 13, 14};
   BaModelData_TMeshTriIter iter(strip);
   std::string triangles;
+  int triangle[3];
   while (!iter.atEnd()) {
-    int triangle[3];
     iter.getNextTri(&triangle);
     for (const int vertex : triangle) triangles += std::to_string(vertex) + " ";
   }
   EXPECT_EQ(triangles, "10 11 12 12 11 13 12 13 14 ");
-  int triangle[3];
   EXPECT_DEATH(iter.getNextTri(&triangle), "!atEnd\\(\\)");
-}
-
-TEST(BaModelDataFill, DeepChainsNeedNoDeepStack) {
-  constexpr int kBodies = 100000;
-  std::string records;
-  for (int id = 1; id <= kBodies; ++id) records += Body(id, "b" + std::to_string(id), id - 1);
-  BaModel model;
-  ReadLegacy(records, &model);
-  BaModelData data;
-  ASSERT_TRUE(data.fillFrom(model, true)) << TakeMessages();
-  EXPECT_EQ(data.bodies().count(), kBodies);
-  EXPECT_EQ(data.bodies().last()->parentName(), "b99999");
 }
 
 }  // namespace

@@ -7,11 +7,8 @@
 #include <random>
 
 #include "Ba/modeltexts.h"
-#include "support/documenterrors.h"
 
 namespace {
-
-using namespace modeltexts;
 
 enum class External { kNone, kBodies, kMaterials };
 
@@ -159,11 +156,6 @@ class RandomDocument {
   std::vector<int> _points;  // how many, by vertex set
 };
 
-void Read(const std::string& text, BaModelData* data) {
-  std::istringstream is(text.substr(kDocumentHeader.size()));
-  ASSERT_TRUE(data->scan(is, ".", true)) << TakeMessages() << text;
-}
-
 std::string TextOf(std::initializer_list<float> numbers) {
   std::string text;
   for (const float number : numbers) text += std::to_string(number) + " ";
@@ -267,14 +259,10 @@ TEST(BaModelDataRandom, DocumentsComeBack) {
                               : seed % 8 == 2 ? External::kMaterials
                                               : External::kNone;
     const std::string text = RandomDocument(seed, external).make();
-    BaModelData data;
-    Read(text, &data);
+    const Document data(text.substr(kDocumentHeader.size()));
     ASSERT_EQ(Print(data), text);
     if (external != External::kNone) continue;  // a model needs it all
-    BaModel model;
-    ASSERT_TRUE(data.extractTo(&model)) << TakeMessages();
-    BaModelData again;
-    ASSERT_TRUE(again.fillFrom(model, true)) << TakeMessages();
+    const FilledDocument again(ExtractedModel{data});
     EXPECT_EQ(TakeMessages(), "");
     EXPECT_EQ(again.combineVertexNormals(), data.combineVertexNormals());
     EXPECT_EQ(again.lengthUnits(), data.lengthUnits());

@@ -1,17 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "Ba/modeltexts.h"
 #include "btparse.h"
 #include "btviewstream.h"
-#include "support/documenterrors.h"
 
 namespace {
 
-using namespace modeltexts;
-
-const std::string kHeader = kDocumentHeader;
 const std::string kBody = DocumentBody("a", "GLOBAL");
 
 // A body with a shape of these lists.
@@ -19,16 +13,11 @@ std::string Group(const std::string& lists) {
   return kBody + "MATERIAL {\nNAME: m\n}\n" + DocumentShape("a", "m", "", lists);
 }
 
-bool Scan(const std::string& sections, BaModelData* data) {
-  std::istringstream is(sections);
-  return data->scan(is, ".", true);
-}
+// What the writer writes, in all of its parts, below the header lines.
+std::string EverySection() { return ModelText("every-section.mdl").substr(kDocumentHeader.size()); }
 
 TEST(BaModelDataRead, Header) {
-  const auto unsupported = [](const std::string& number) {
-    return "E Unsupported datafile version " + number + ". Application supports version 2.00.\n";
-  };
-  struct {
+  const struct {
     const char* text;
     std::string messages;
   } cases[] = {
@@ -36,13 +25,12 @@ TEST(BaModelDataRead, Header) {
       {"Zov Graphic Model File\r\nv2.0\r\n", ""},
       {"Zov Graphic Model File\n v 2.00\n", ""},
       {"", "E Unable to read from file.\n"},
-      {"Zov Graphic Model\nv2.00\n", "E Invalid datafile type.\n"},
-      {"Zov Graphic Model File", "E Unable to read version identifier.\n"},
-      {"Zov Graphic Model File\nx2.00", "E Version identifier not found.\n"},
-      {"Zov Graphic Model File\nvx", "E Unable to read datafile version number.\n"},
-      {"Zov Graphic Model File\nv2.01\n", unsupported("2.01")},
-      {"Zov Graphic Model File\nv1.99\n", unsupported("1.99")},
-      {"Zov Graphic Model File\nv-2\n", unsupported("-2.00")},
+      {"Zov Graphic Model File\nv2.01\n",
+       "E Unsupported datafile version 2.01. Application supports version 2.00.\n"},
+      {"Zov Graphic Model File\nv1.99\n",
+       "E Unsupported datafile version 1.99. Application supports version 2.00.\n"},
+      {"Zov Graphic Model File\nv-2\n",
+       "E Unsupported datafile version -2.00. Application supports version 2.00.\n"},
   };
   for (const auto& c : cases) {
     std::istringstream is(c.text);
@@ -52,112 +40,6 @@ TEST(BaModelDataRead, Header) {
     EXPECT_EQ(number, c.messages.empty() ? 2.0F : 0.0F);
   }
 }
-
-// What the writer writes, in all of its parts.
-const std::string kWhole = kHeader + R"(COMBINE_VERTEX_NORMALS: false
-UNITS {
-  LENGTH: 2.5 METERS
-  ANGLE: 1 DEGREES
-}
-BODY {
-  NAME: hip
-  ID: 7
-  COORDINATE_SYSTEM {
-    TRANSLATION: 1 -2.5 3e+07
-    ROTATION: 0 90 0.25 Z X Y
-  }
-  PARENT_NAME: GLOBAL
-}
-BODY {
-  NAME: leg.L
-  COORDINATE_SYSTEM {
-    TRANSLATION: 0 0 0
-    ROTATION: 0 0 0 X Y Z
-  }
-  PARENT_NAME: hip
-}
-MATERIAL {
-  NAME: skin
-  EMISSION: 0 0 0
-  AMBIENT: 0.1 0.2 0.3 1
-  DIFFUSE: 0.333333
-  SPECULAR: 
-  SHININESS: 12.5
-  ALPHA: 0.5
-  TEXTURE {
-    NAME: C:\maps\skin.png
-    UNIT: 0
-    S_ATTRIBUTES: CLAMP
-  }
-  TEXTURE {
-    NAME: sky.png
-    UNIT: 3
-    TYPE: CUBE_ENV
-    S_ATTRIBUTES: REPEAT
-    T_ATTRIBUTES: a b\
-c
-  }
-}
-SLIDER_GROUP {
-  NAME: face
-  SLIDERS {
-    smile
-    frown
-  }
-}
-VERTICES {
-  NAME: v
-  COORDINATES {
-    0 0 0
-    1 0 0
-    1 1 0
-    0 1 0
-  }
-  EFFECTS {
-    FLEX {
-      BODY: hip
-      WEIGHTS {
-        0.5 1
-        -1 4
-      }
-    }
-    BLEND {
-      SLIDER_GROUP: face
-      SLIDER_NAME: frown
-      VECTORS {
-        0 0.125 -1 2
-      }
-    }
-  }
-}
-GEOMETRY {
-  BODY: leg.L
-  VERTICES: v
-  TEXTURE_COORDINATES {
-    0 0
-    1 0.5
-  }
-  MATERIAL_GROUP {
-    MATERIAL: skin
-    BONES {
-      0 0 0 1 2 3
-    }
-    POLYGONS {
-      1 2 3 4
-      1 2 3
-    }
-    TEXTURED_POLYGONS {
-      1/1 2/2 3/1
-    }
-    TRIANGLE_STRIPS {
-      1 2 3 4
-    }
-    TEXTURED_TRIANGLE_STRIPS {
-      1/2 2/1 3/2 4/1
-    }
-  }
-}
-)";
 
 // `text` as other people may write it: comments, tabs, carriage returns, empty lines.
 std::string Untidy(const std::string& text) {
@@ -175,21 +57,16 @@ std::string Untidy(const std::string& text) {
 }
 
 TEST(BaModelDataRead, WrittenDocumentsComeBack) {
-  const std::string sections = kWhole.substr(kHeader.size());
+  const std::string sections = EverySection();
   for (const std::string& text : {sections, Untidy(sections), sections + "END:\nrubbish"}) {
-    BaModelData data;
-    ASSERT_TRUE(Scan(text, &data)) << TakeMessages();
-    EXPECT_EQ(Print(data), kWhole);
+    EXPECT_EQ(Print(Document(text)), kDocumentHeader + sections);
   }
 }
 
 TEST(BaModelDataRead, ExternalSectionsAreNotWritten) {
-  BaModelData data;
-  ASSERT_TRUE(Scan("BODIES: EXTERNAL\nMATERIALS: EXTERNAL\nCOMMENT {\nx {\n}\n}\n" + kBody +
-                       "GEOMETRY {\nBODY: a\nMATERIAL_GROUP {\nMATERIAL: elsewhere\n}\n}\n",
-                   &data))
-      << TakeMessages();
-  EXPECT_EQ(Print(data), kHeader +
+  const Document data("BODIES: EXTERNAL\nMATERIALS: EXTERNAL\nCOMMENT {\nx {\n}\n}\n" + kBody +
+                      "GEOMETRY {\nBODY: a\nMATERIAL_GROUP {\nMATERIAL: elsewhere\n}\n}\n");
+  EXPECT_EQ(Print(data), kDocumentHeader +
                              "BODIES: EXTERNAL\nMATERIALS: EXTERNAL\nUNITS {\n  LENGTH: 1 INCHES\n"
                              "  ANGLE: 1 RADIANS\n}\nGEOMETRY {\n  BODY: a\n  MATERIAL_GROUP {\n"
                              "    MATERIAL: elsewhere\n  }\n}\n");
@@ -198,51 +75,25 @@ TEST(BaModelDataRead, ExternalSectionsAreNotWritten) {
 TEST(BaModelDataRead, RefusesBadFiles) {
   for (const ErrorCase& c : DocumentErrors()) {
     SCOPED_TRACE(c.text);
-    std::istringstream is(c.text);
     BaModel model;
-    model.scanFrom(is, ".");
-    EXPECT_EQ(TakePrinted(), PrintedError(c.lines));
+    EXPECT_EQ(ScanInto(&model, c.text), PrintedError(c.lines));
     EXPECT_TRUE(model.bodies().empty() && model.materials().empty());
   }
 }
 
-// What others may write, and what says something twice.
 TEST(BaModelDataRead, AcceptsWhatIsNearlyRefused) {
-  const std::string sliders = "SLIDER_GROUP {\nNAME: g\nSLIDERS {\ns\n}\n}\n";
-  const auto repeat = [](const std::string& key) {
-    return "W " + key + " is given more than once.  What it says last counts.\n";
-  };
-  const struct {
-    std::string sections;
-    std::string messages;
-  } cases[] = {
-      {"MATERIAL {\nNAME: m\nVERTEX_SHADER {\nany\n}\nFRAGMENT_SHADER: x\n}\n", ""},
-      {DocumentBody("a\xC3\xA4", "GLOBAL"), ""},
-      {DocumentBody("a", "GLOBAL", "ID: 1\nID: 2\n"), repeat("ID")},
-      {"COMBINE_VERTEX_NORMALS: true\nCOMBINE_VERTEX_NORMALS: false\n",
-       repeat("COMBINE_VERTEX_NORMALS")},
-      {"BODIES: EXTERNAL\nBODIES: EXTERNAL\nCOMMENT: a\nCOMMENT: b\n", ""},
-      {"VERTICES {\nNAME: v\nCOORDINATES {\n1 1 1\n}\nCOORDINATES {\n}\nEFFECTS {\n}\nEFFECTS "
-       "{\n}\n}\n",
-       repeat("COORDINATES")},
-      {"VERTICES {\nNAME: v\n}\nVERTICES {\nNAME: v\n}\n",
-       "W Multiple vertex sets have name \"v\".  The first one counts.\n"},
-      {sliders + sliders, "W Multiple slider groups have name \"g\".  The first one counts.\n"},
-      {"SLIDER_GROUP {\nNAME: g\nSLIDERS {\ns\n}\nSLIDERS {\ns\n}\n}\n",
-       "W Multiple sliders of a group have name \"s\".  The first one counts.\n"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.sections);
+  for (const ErrorCase& c : ReadErrorCases("odd-documents.txt")) {
+    SCOPED_TRACE(c.text);
     BaModelData data;
-    EXPECT_TRUE(Scan(c.sections, &data));
-    EXPECT_EQ(TakeMessages(), c.messages);
+    EXPECT_TRUE(Scan(c.text, &data));
+    EXPECT_EQ(TakePrinted(), PrintedLines(c.lines));
   }
 }
 
 TEST(BaModelDataRead, RepeatedVerticesAreLeftOut) {
 #define DUPLICATE "W Duplicate vertex in polygon removed.\n"
 #define DEGENERATE "W Degenerate polygon removed.\n"
-  struct {
+  const struct {
     const char* block;
     const char* kept;
     const char* messages;
@@ -251,6 +102,7 @@ TEST(BaModelDataRead, RepeatedVerticesAreLeftOut) {
       {"POLYGONS {\n1 2 3 1\n}\n", "      1 2 3\n", DUPLICATE},
       {"POLYGONS {\n1 2 3 1 1\n\n2 3 4\n}\n", "      1 2 3\n      2 3 4\n", DUPLICATE DUPLICATE},
       {"POLYGONS {\n1 2 2\n}\n", "", DEGENERATE DUPLICATE},
+      {"POLYGONS {\n1 2 1\n}\n", "", DEGENERATE DUPLICATE},
       {"POLYGONS {\n1 2\n \n3\n}\n", "", DEGENERATE DEGENERATE},
       {"POLYGONS {\n1 2 1 3\n}\n", "      1 2 1 3\n", ""},
       {"TEXTURED_POLYGONS {\n1/1 2 : 2 2x1 3/1\n}\n", "      1/1 2/2 3/1\n",
@@ -273,31 +125,18 @@ TEST(BaModelDataRead, RepeatedVerticesAreLeftOut) {
 // Items of a nested block are cut out of the text around them; read through a stream they are the
 // same, errors included. Shader blocks are passed over, so what follows tells where they ended.
 TEST(BaModelDataRead, NestedItemsAreThoseOfAStream) {
-  const char* pieces[] = {"NAME: v\n",
-                          "ALPHA: 3\n",
-                          "VERTEX_SHADER {\n",
-                          "}\n",
-                          "}\n",
-                          "{",
-                          "}",
-                          "VERTEX_SHADER { # }\n",
-                          "\\\n",
-                          "\\",
-                          " # c }\n",
-                          "\n",
-                          "VERTEX_SHADER: a\\\n",
-                          "}}\n",
-                          " ",
-                          "x { # {\n",
-                          ":",
-                          "{ y\n"};
+  std::istringstream list(
+      "NAME: v\n~ALPHA: 3\n~VERTEX_SHADER {\n~}\n~}\n~{~}~VERTEX_SHADER { # }\n~\\\n~\\~ # c }\n~\n"
+      "~VERTEX_SHADER: a\\\n~}}\n~ ~x { # {\n~:~{ y\n");
+  std::vector<std::string> pieces;
+  for (std::string piece; std::getline(list, piece, '~');) pieces.push_back(piece);
   std::mt19937 random(3);
   int compared = 0;
   int read_well = 0;
   testing::internal::CaptureStderr();
   for (int round = 0; round < 20000; ++round) {
     std::string text = "VERTEX_SHADER {\n";
-    for (std::size_t n = random() % 8; n > 0; --n) text += pieces[random() % std::size(pieces)];
+    for (std::size_t n = random() % 8; n > 0; --n) text += pieces[random() % pieces.size()];
     BtStr key;
     BtStr value;
     std::istringstream is("X {\n" + text + "}\nALPHA: 1\nNAME: m\n}\n");
@@ -326,22 +165,18 @@ TEST(BaModelDataRead, NestedItemsAreThoseOfAStream) {
 
 // A document that ends too early is a whole one, or tells what is missing, and is then nothing.
 TEST(BaModelDataRead, CutFiles) {
+  const std::string text = ModelText("every-section.mdl");
   int whole = 0;
-  for (std::size_t length = 0; length <= kWhole.size(); ++length) {
-    SCOPED_TRACE(length);
-    std::istringstream is(kWhole.substr(0, length));
-    testing::internal::CaptureStderr();
+  testing::internal::CaptureStderr();
+  for (std::size_t length = 0; length <= text.size(); ++length) {
     BaModel model;
-    model.scanFrom(is, ".");
-    testing::internal::GetCapturedStderr();
-    const bool failed = BtError();
-    EXPECT_EQ(TakeMessages().empty(), !failed);
-    EXPECT_EQ(model.bodies().empty(), failed);
+    const bool failed = !ScanInto(&model, text.substr(0, length)).empty();
+    EXPECT_EQ(model.bodies().empty(), failed) << length;
     if (failed) continue;
     ++whole;
-    BaModelData data;
-    EXPECT_TRUE(data.fillFrom(model, true)) << TakeMessages();
+    const FilledDocument document(model);
   }
+  testing::internal::GetCapturedStderr();
   EXPECT_GT(whole, 5);
 }
 
@@ -351,7 +186,7 @@ TEST(BaModelDataRead, HostileTextsEndInErrors) {
     for (int i = 0; i < count; ++i) text += piece;
     return text;
   };
-  struct {
+  const struct {
     std::string text;
     const char* message;
   } cases[] = {
@@ -389,10 +224,8 @@ TEST(BaModelDataRead, StopsWhenTheUserCancels) {
 
 TEST(BaModelDataWrite, NamesThatWouldNotComeBackAreErrors) {
   for (const char* name : {"a b", "a#b", "a}", "a{", "a\\", ""}) {
-    BaModelData data;
-    auto material = std::make_unique<BaMDMaterial>();
-    material->setName(name);
-    data.addMaterial(std::move(material));
+    Document data(MaterialSection("m"));
+    data.materials()[0]->setName(name);
     std::ostringstream os;
     EXPECT_FALSE(data.printOn(os));
     EXPECT_EQ(TakeMessages(), "E Unable to write MATERIAL section.\nE The name \"" +
@@ -401,74 +234,43 @@ TEST(BaModelDataWrite, NamesThatWouldNotComeBackAreErrors) {
   }
 }
 
-// Takes so many characters and no more.
-class FullDisk : public std::streambuf {
- public:
-  explicit FullDisk(std::size_t room) : _room(room) {}
-
- protected:
-  int overflow(int c) override {
-    if (_room == 0) return std::char_traits<char>::eof();
-    --_room;
-    return c;
-  }
-
- private:
-  std::size_t _room;
-};
-
 TEST(BaModelDataWrite, TellsWhereTheDiskWasFull) {
-  BaModelData data;
-  ASSERT_TRUE(Scan(kWhole.substr(kHeader.size()), &data));
-  std::vector<std::string> messages;
-  for (std::size_t room = 0; room < kWhole.size(); ++room) {
-    FullDisk disk(room);
-    std::ostream os(&disk);
-    EXPECT_FALSE(data.printOn(os)) << room;
-    const std::string message = TakeMessages();
-    if (messages.empty() || messages.back() != message) messages.push_back(message);
-  }
+  const std::string file = "Unable to write file.\n";
   const std::string body = "E Unable to write BODY section.\nE ";
   const std::string system =
       body + "Unable to write COORDINATE_SYSTEM section.\nE Error writing file.\n";
-  const std::string file = "Unable to write file.\n";
   const std::string vertices = "E Unable to write VERTICES section.\nE ";
   const std::string effects = vertices + "Unable to write EFFECTS section.\nE ";
-  EXPECT_EQ(
-      messages,
-      (std::vector<std::string>{
-          system, body + file, system, body + file,
-          "E Unable to write MATERIAL section.\nE " + file,
-          "E Unable to write SLIDER_GROUP section.\nE " + file,
-          effects + "Unable to write FLEX effect.\nE " + file,
-          effects + "Unable to write BLEND effect.\nE " + file, vertices + file,
-          "E Unable to write GEOMETRY section.\nE Unable to write MATERIAL_GROUP section.\nE " +
-              file,
-          "E Unable to write GEOMETRY section.\nE " + file}));
+  const std::string geometry = "E Unable to write GEOMETRY section.\nE ";
+  EXPECT_EQ(MessagesOfFullDisks(Document(EverySection())),
+            (std::vector<std::string>{
+                system, body + file, system, body + file,
+                "E Unable to write MATERIAL section.\nE " + file,
+                "E Unable to write SLIDER_GROUP section.\nE " + file,
+                effects + "Unable to write FLEX effect.\nE " + file,
+                effects + "Unable to write BLEND effect.\nE " + file, vertices + file,
+                geometry + "Unable to write MATERIAL_GROUP section.\nE " + file, geometry + file}));
 }
 
 TEST(BaModelDataWrite, TextsThatWouldNotComeBackAreErrors) {
-  const struct {
-    const char* text;
-    bool comes_back;
-  } cases[] = {{"CLAMP b", true}, {"a\n# {b}", true}, {"a\\", false},
-               {"a {", false},    {"a # b", false},   {"a }\nb", false}};
-  for (const auto& c : cases) {
+  const std::pair<const char*, bool> cases[] = {{"CLAMP b", true}, {"a\n# {b}", true},
+                                                {"a\\", false},    {"a {", false},
+                                                {"a # b", false},  {"a }\nb", false}};
+  for (const auto& [text, comes_back] : cases) {
     BaMDTexture texture;
     texture.setName("t");
-    texture.setTAttributes(c.text);
+    texture.setTAttributes(text);
     BaMDInclude include;
-    include.setFileName(c.text);
+    include.setFileName(text);
     std::ostringstream os;
-    EXPECT_EQ(texture.printOn(os), c.comes_back) << c.text;
-    EXPECT_EQ(include.printOn(os), c.comes_back) << c.text;
-    EXPECT_EQ(TakeMessages().empty(), c.comes_back) << c.text;
+    EXPECT_EQ(texture.printOn(os), comes_back) << text;
+    EXPECT_EQ(include.printOn(os), comes_back) << text;
+    EXPECT_EQ(TakeMessages().empty(), comes_back) << text;
   }
 }
 
 TEST(BaModelDataWrite, FailuresAndAssertions) {
-  BaModelData data;
-  ASSERT_TRUE(Scan(kWhole.substr(kHeader.size()), &data));
+  const Document data(EverySection());
   EXPECT_FALSE(data.save("/dev/full"));
   EXPECT_EQ(TakeMessages(), "E Unable to write '/dev/full'.\nE Unable to write file.\n");
   std::ostringstream os;

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "balegacytestutil.h"
+#include "Ba/modeltexts.h"
 #include "btgeoobj.h"
 
 namespace {
@@ -69,13 +69,6 @@ class RandomEdits {
     }
     return text;
   }
-  template <class Object>
-  std::unique_ptr<Object> _scan(const std::string& text) {
-    std::istringstream is(text);
-    auto object = std::make_unique<Object>();
-    EXPECT_TRUE(object->scanFrom(is)) << text;
-    return object;
-  }
 
   void addBody() {
     BaBody body;
@@ -120,7 +113,7 @@ class RandomEdits {
     _model.removeUnusedMaterials(_model.flexiblePolygons().empty());
     if (_model.materials().empty()) addMaterial();
   }
-  void addBone() { _model.addBone(*_scan<BaBone>(_ids() + " 0 0 0 1 1 1")); }
+  void addBone() { _model.addBone(Scanned<BaBone>(_ids() + " 0 0 0 1 1 1")); }
   void removeBones() {
     if (_below(8) == 0) _model.removeBones();
   }
@@ -131,36 +124,38 @@ class RandomEdits {
     _model.addSliderGroups({&group});
   }
   void addPolygon() {
-    const auto polygon = _scan<BaPolygon>(_ids() + _corners(" ", ""));
+    auto polygon = Scanned<BaPolygon>(_ids() + _corners(" ", ""));
     if (_model.sliderGroups().count() > 0) {
       auto blend = std::make_unique<BaVertexBlendEffect>();
       blend->slider_group = _model.sliderGroups()[0]->name();
       blend->slider_name = _model.sliderGroups()[0]->sliders().last();
-      polygon->vertices()[0].effects().add(std::move(blend));
+      polygon.vertices()[0].effects().add(std::move(blend));
     }
-    _model.addBodyPolygon(polygon->bodyId(), *polygon);
+    _model.addBodyPolygon(polygon.bodyId(), polygon);
   }
   void addTexturedPolygon() {
-    const auto polygon = _scan<BaTexturedPolygon>(_ids() + _corners(" ", "0.5 0.25 "));
-    polygon->setSFlag(_below(2));
-    _model.addBodyTexturedPolygon(polygon->bodyId(), *polygon);
+    auto polygon = Scanned<BaTexturedPolygon>(_ids() + _corners(" ", "0.5 0.25 "));
+    polygon.setSFlag(_below(2));
+    _model.addBodyTexturedPolygon(polygon.bodyId(), polygon);
   }
   void addTMesh() {
-    const auto mesh = _scan<BaTMesh>(_ids() + _corners(" ", "0 "));
-    _model.addBodyTMesh(mesh->bodyId(), *mesh);
+    const auto mesh = Scanned<BaTMesh>(_ids() + _corners(" ", "0 "));
+    _model.addBodyTMesh(mesh.bodyId(), mesh);
   }
   void addTexturedTMesh() {
-    const auto mesh = _scan<BaTexturedTMesh>(_ids() + _corners(" ", "0.5 0.25 1 "));
-    _model.addBodyTexturedTMesh(mesh->bodyId(), *mesh);
+    const auto mesh = Scanned<BaTexturedTMesh>(_ids() + _corners(" ", "0.5 0.25 1 "));
+    _model.addBodyTexturedTMesh(mesh.bodyId(), mesh);
   }
   void addFlexiblePolygon() {
     const std::string other = " " + std::to_string(_bodyId()) + " ";
-    _model.addFlexiblePolygon(_scan<BaFlexiblePolygon>(_ids() + _corners(other, "1 ")));
+    _model.addFlexiblePolygon(std::make_unique<BaFlexiblePolygon>(
+        Scanned<BaFlexiblePolygon>(_ids() + _corners(other, "1 "))));
   }
   void addMuscle() {
     std::string ids;
     for (int k = _below(4); k > 0; --k) ids += std::to_string(_bodyId()) + " ";
-    _model.addMuscle(_scan<BaMuscle>(std::to_string(_materialId()) + " muscle\n" + ids + "\n"));
+    _model.addMuscle(std::make_unique<BaMuscle>(
+        Scanned<BaMuscle>(std::to_string(_materialId()) + " muscle\n" + ids + "\n")));
   }
   void addLights() {
     BaLight light;
@@ -171,43 +166,38 @@ class RandomEdits {
     _model.addLightingModel(lighting_model);
   }
 
-  struct Edit {
-    const char* name;
-    void (RandomEdits::*act)();
-  };
-  static const Edit kEdits[];
-
   BaModel _model;
   std::mt19937 _random;
   int _n_names = 0;
 };
 
-constexpr RandomEdits::Edit RandomEdits::kEdits[] = {
-    {"addBody", &RandomEdits::addBody},
-    {"createBody", &RandomEdits::createBody},
-    {"changeBodyId", &RandomEdits::changeBodyId},
-    {"changeBodyIds", &RandomEdits::changeBodyIds},
-    {"addSliderGroups", &RandomEdits::addSliderGroups},
-    {"swapBodyIds", &RandomEdits::swapBodyIds},
-    {"removeBody", &RandomEdits::removeBody},
-    {"triangulateBody", &RandomEdits::triangulateBody},
-    {"addMaterial", &RandomEdits::addMaterial},
-    {"removeUnusedMaterials", &RandomEdits::removeUnusedMaterials},
-    {"addBone", &RandomEdits::addBone},
-    {"removeBones", &RandomEdits::removeBones},
-    {"addPolygon", &RandomEdits::addPolygon},
-    {"addTexturedPolygon", &RandomEdits::addTexturedPolygon},
-    {"addTMesh", &RandomEdits::addTMesh},
-    {"addTexturedTMesh", &RandomEdits::addTexturedTMesh},
-    {"addFlexiblePolygon", &RandomEdits::addFlexiblePolygon},
-    {"addMuscle", &RandomEdits::addMuscle},
-    {"addLights", &RandomEdits::addLights},
-};
-
 const char* RandomEdits::edit() {
-  const Edit& edit = kEdits[_below(static_cast<int>(std::size(kEdits)))];
-  (this->*edit.act)();
-  return edit.name;
+#define EDIT(name) \
+  { #name, &RandomEdits::name }
+  static constexpr std::pair<const char*, void (RandomEdits::*)()> kEdits[] = {
+      EDIT(addBody),
+      EDIT(createBody),
+      EDIT(changeBodyId),
+      EDIT(changeBodyIds),
+      EDIT(addSliderGroups),
+      EDIT(swapBodyIds),
+      EDIT(removeBody),
+      EDIT(triangulateBody),
+      EDIT(addMaterial),
+      EDIT(removeUnusedMaterials),
+      EDIT(addBone),
+      EDIT(removeBones),
+      EDIT(addPolygon),
+      EDIT(addTexturedPolygon),
+      EDIT(addTMesh),
+      EDIT(addTexturedTMesh),
+      EDIT(addFlexiblePolygon),
+      EDIT(addMuscle),
+      EDIT(addLights),
+  };
+  const auto& [name, act] = kEdits[_below(static_cast<int>(std::size(kEdits)))];
+  (this->*act)();
+  return name;
 }
 
 TEST(BaModelEdits, KeepModelsWholeInAnyOrder) {
@@ -220,10 +210,10 @@ TEST(BaModelEdits, KeepModelsWholeInAnyOrder) {
       ASSERT_TRUE(edits.model().checkInvariants(&fault)) << fault << "\nseed " << seed << done;
       if (step % 20 != 19) continue;
       BaModel again;
-      const std::string text = Printed(edits.model());
+      const std::string text = Print(edits.model());
       ASSERT_EQ(ScanInto(&again, text), "") << "seed " << seed << done;
       ASSERT_TRUE(again.checkInvariants(&fault)) << fault << "\nseed " << seed << done;
-      ASSERT_EQ(Printed(again), text) << "seed " << seed << done;
+      ASSERT_EQ(Print(again), text) << "seed " << seed << done;
     }
   }
 }

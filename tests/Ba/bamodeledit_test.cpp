@@ -9,7 +9,6 @@
 #include <sstream>
 #include <string>
 
-#include "Ba/balegacytestutil.h"
 #include "Ba/modeltexts.h"
 #include "Bt/deathcases.h"
 #include "bamodelcombine.h"
@@ -17,23 +16,14 @@
 
 namespace {
 
-using modeltexts::Body;
-using modeltexts::Material;
-
 // 1 - 2 - 5 and 1 - 3; 4 beside 1. Body 2 is moved and turned by a quarter, 5 is moved.
-const std::string kTree = "Zov Graphic Model File\nv1.30\n" + Body(1, "hips", 0) +
-                          Body(2, "thigh", 1, "0 1 0 -1 0 0 0 0 1 1 2 3\n") + Body(3, "chest", 1) +
-                          Body(4, "prop", 0) + Body(5, "shin", 2, "1 0 0 0 1 0 0 0 1 10 20 30\n") +
-                          Material(1, "skin") + Material(2, "cloth");
+const std::string kTree = Body(1, "hips", 0) + Body(2, "thigh", 1, "0 1 0 -1 0 0 0 0 1 1 2 3\n") +
+                          Body(3, "chest", 1) + Body(4, "prop", 0) +
+                          Body(5, "shin", 2, "1 0 0 0 1 0 0 0 1 10 20 30\n") + Material(1, "skin") +
+                          Material(2, "cloth");
 
 std::string Triangle(int body_id, const std::string& effects) {
   return "F " + std::to_string(body_id) + " 1 3 0 0 0 " + effects + " -1 1 0 0 -1 0 1 0 -1\n";
-}
-
-// Warnings are welcome: some models here are poor ones.
-void Read(BaModel* model, const std::string& text) {
-  const std::string printed = ScanInto(model, text);
-  ASSERT_FALSE(model->bodies().empty()) << printed;
 }
 
 // The bodies depth first, as "id name<parent id", and the first vertices, flexible polygons and
@@ -49,7 +39,7 @@ std::string Outline(const BaModel& model) {
   std::ostringstream os;
   for (const auto& polygon : model.polygons()) {
     os << "| " << polygon->bodyId() << ":";
-    polygon->vertices()[0].printOn(os);
+    os << Print(polygon->vertices()[0]);
   }
   for (const auto& polygon : model.flexiblePolygons()) {
     os << "| f" << polygon->bodyId() << "-" << polygon->otherBodyId();
@@ -90,9 +80,8 @@ TEST(BaModelEdit, LetsEverythingFollowTheBody) {
        "| f3-2| m 2 5| m 2"},
   };
   for (const auto& c : cases) {
-    BaModel model;
-    Read(&model, kTree + Triangle(2, "") + Triangle(3, "3 0.5 2 3 0.25 5") +
-                     "f 3 1 0 2\nf 5 1 0 4\nm 1 a\n2 5\nm 1 b\n2\n");
+    LegacyModel model(kTree + Triangle(2, "") + Triangle(3, "3 0.5 2 3 0.25 5") +
+                      "f 3 1 0 2\nf 5 1 0 4\nm 1 a\n2 5\nm 1 b\n2\n");
     c.edit(model);
     EXPECT_EQ(Outline(model), c.outline);
     BtStr fault;
@@ -113,12 +102,10 @@ TEST(BaModelEdit, GivesWeightBackWhereNothingInherits) {
       {4, "2 0.5 3 0.25 4", " 2 0.5"},
   };
   for (const auto& c : cases) {
-    BaModel model;
-    Read(&model, kTree + Triangle(3, c.effects) + Triangle(1, "3 0.5 2"));
+    LegacyModel model(kTree + Triangle(3, c.effects) + Triangle(1, "3 0.5 2"));
     model.removeBody(model.findBody(c.removed));
-    std::ostringstream os;
-    model.polygons()[0]->vertices()[0].printOn(os);
-    EXPECT_EQ(os.str(), std::string(" 0 0 0") + c.left + " -1") << c.removed << c.effects;
+    EXPECT_EQ(Print(model.polygons()[0]->vertices()[0]), std::string(" 0 0 0") + c.left + " -1")
+        << c.removed << c.effects;
     if (c.removed == 2) {
       EXPECT_TRUE(model.polygons()[1]->vertices()[0].effects().empty());
     }
@@ -127,12 +114,10 @@ TEST(BaModelEdit, GivesWeightBackWhereNothingInherits) {
 
 // Files may let textured polygons follow bodies that do not exist; no body becomes theirs.
 TEST(BaModelEdit, LeavesLostReferencesLost) {
-  BaModel model;
-  Read(&model, kTree + "P 3 1 1 0 0 0 0 0 3 0.5 77 3 0.25 2 3 0.125 78 3 1 99 -1\n");
+  LegacyModel model(kTree + "P 3 1 1 0 0 0 0 0 3 0.5 77 3 0.25 2 3 0.125 78 3 1 99 -1\n");
   model.changeBodyIds({{2, 77}, {5, 2}, {4, 78}});
-  std::ostringstream os;
-  model.texturedPolygons()[0]->vertices()[0].printOn(os);
-  EXPECT_EQ(os.str(), " 0 0 0 3 0.5 4 3 0.25 77 3 0.125 5 3 1 99 -1");
+  EXPECT_EQ(Print(model.texturedPolygons()[0]->vertices()[0]),
+            " 0 0 0 3 0.5 4 3 0.25 77 3 0.125 5 3 1 99 -1");
   EXPECT_TRUE(model.checkInvariants(nullptr));
 }
 
@@ -153,8 +138,7 @@ TEST(BaModelEdit, RenumbersWholeCharactersAtOnce) {
 }
 
 TEST(BaModelEdit, KeepsChildrenInPlaceWhenTheirParentGoes) {
-  BaModel model;
-  Read(&model, kTree);
+  LegacyModel model(kTree);
   const Bt4X4FloatMat before = model.findBody(5)->transform() * model.findBody(2)->transform();
   model.removeBody(model.findBody(2));
   EXPECT_EQ(model.findBody(5)->transform(), before);
@@ -175,13 +159,19 @@ TEST(BaModelEdit, FindsBodiesThatShareAName) {
       {[](BaModel& m) { m.removeBody(m.findBody(2)); }, 5},
   };
   for (const auto& c : cases) {
-    BaModel model;
-    Read(&model,
-         "Zov Graphic Model File\nv1.30\n" + Body(9, "x", 0) + Body(2, "x", 9) + Body(5, "x", 0));
+    LegacyModel model(Body(9, "x", 0) + Body(2, "x", 9) + Body(5, "x", 0));
     c.edit(model);
     EXPECT_EQ(model.findBody("x")->id(), c.found);
     EXPECT_TRUE(model.checkInvariants(nullptr));
   }
+}
+
+template <class Object>
+Object WithId(int id, const char* name) {
+  Object object;
+  object.setId(id);
+  if constexpr (requires { object.setName(name); }) object.setName(name);
+  return object;
 }
 
 TEST(BaModelEdit, BuildsAModelFromNothing) {
@@ -190,10 +180,7 @@ TEST(BaModelEdit, BuildsAModelFromNothing) {
   shape.addTriangle(0, 1, 2);
   shape.addStrip(std::array{3, 2, 1, 0});
   BaModel model;
-  BaMaterial material;
-  material.setId(7);
-  material.setName("skin");
-  model.addMaterial(material);
+  model.addMaterial(WithId<BaMaterial>(7, "skin"));
   model.createBody(8, -1, "hips", Bt4X4FloatMat(), 7, shape);
   model.createBody(3, 8, "head", Bt4X4FloatMat(), 7, Bt_GeoObj());
   model.createBody(2, 8, "leg", Bt4X4FloatMat(), 7, Bt_GeoObj());
@@ -225,22 +212,20 @@ TEST(BaModelEdit, BuildsAModelFromNothing) {
   EXPECT_EQ(again.findSliderGroup("mouth")->sliders().count(), 2);
 
   model.changeBodyId(2, 4);
-  model.findBody(4)->setTransform([] {
-    Bt4X4FloatMat mirrored;
-    mirrored(0, 0) = -1;
-    return mirrored;
-  }());
+  Bt4X4FloatMat mirrored;
+  mirrored(0, 0) = -1;
+  model.findBody(4)->setTransform(mirrored);
   model.save(file.c_str());
   EXPECT_TRUE(TakePrinted().find("Unable to convert to zov format v2.0.") != std::string::npos);
   EXPECT_NE(access(file.c_str(), F_OK), 0);
 }
 
 TEST(BaModelEdit, CutsPolygonsOfABody) {
-  BaModel model;
   // An arrow whose first corner is the notch, a triangle, and the arrow with texture.
-  Read(&model, kTree + "F 1 2 4 1 1 0 3 0.5 2 -1 0 4 0 -1 -4 -4 0 -1 4 0 0 -1\n" + Triangle(1, "") +
-                   "S P 1 2 4 .1 0 1 1 0 -1 .2 0 0 4 0 -1 .3 0 -4 -4 0 2 .25 -1 .4 0 4 0 0 -1\n" +
-                   "F 4 1 4 0 0 0 -1 1 0 0 -1 1 1 0 -1 0 1 0 -1\n");
+  LegacyModel model(kTree + "F 1 2 4 1 1 0 3 0.5 2 -1 0 4 0 -1 -4 -4 0 -1 4 0 0 -1\n" +
+                    Triangle(1, "") +
+                    "S P 1 2 4 .1 0 1 1 0 -1 .2 0 0 4 0 -1 .3 0 -4 -4 0 2 .25 -1 .4 0 4 0 0 -1\n" +
+                    "F 4 1 4 0 0 0 -1 1 0 0 -1 1 1 0 -1 0 1 0 -1\n");
   const BaPolygon* const triangle = model.polygons()[1].get();
   model.triangulateBody(model.findBody(1));
   BtStr fault;
@@ -269,10 +254,9 @@ TEST(BaModelEdit, CutsPolygonsOfABody) {
 }
 
 TEST(BaModelCombine, TakesEverythingOfEverySource) {
-  BaModel source;
-  Read(&source, kTree + "G 1 1\n0\nI 2 0\n0\nB 2 1 0 0 0 1 1 1\nT 3 2 1\n0 0 0 0 -1\n" +
-                    "t 3 2 1\n0 0 0 0 0 0 -1\n" + Triangle(3, "3 0.5 2") +
-                    "P 5 2 1\n0 0 0 0 0 -1\nf 3 1 0 2\nm 1 calf\n2 5\n");
+  const LegacyModel source(kTree + "G 1 1\n0\nI 2 0\n0\nB 2 1 0 0 0 1 1 1\nT 3 2 1\n0 0 0 0 -1\n" +
+                           "t 3 2 1\n0 0 0 0 0 0 -1\n" + Triangle(3, "3 0.5 2") +
+                           "P 5 2 1\n0 0 0 0 0 -1\nf 3 1 0 2\nm 1 calf\n2 5\n");
   BaModel both;
   both.beginLoad();
   BaModelCombine combine(&both);
@@ -288,7 +272,7 @@ TEST(BaModelCombine, TakesEverythingOfEverySource) {
   EXPECT_EQ(both.materials().count(), 2);
   // As often as in the source, line by line, but for the header.
   const auto lines = [](const BaModel& model) {
-    const std::string text = Printed(model);
+    const std::string text = Print(model);
     return std::count(text.begin(), text.end(), '\n') - 2;
   };
   EXPECT_EQ(lines(both), 2 * lines(source) - 6);  // two materials of three lines
@@ -346,9 +330,8 @@ TEST(BaModelCheck, FindsFaults) {
        [](BaModel& m) { m.polygons()[0]->changeFlex2BodyId(1, 77); }},
   };
   for (const auto& c : cases) {
-    BaModel model;
-    Read(&model,
-         kTree + Triangle(2, "3 0.5 1 3 0.5 3") + "P 1 2 1 0 0 0 0 0 -1\nt 1 2 1 0 0 0 0 0 0 -1\n");
+    LegacyModel model(kTree + Triangle(2, "3 0.5 1 3 0.5 3") +
+                      "P 1 2 1 0 0 0 0 0 -1\nt 1 2 1 0 0 0 0 0 0 -1\n");
     BtStr fault;
     ASSERT_TRUE(model.checkInvariants(&fault)) << fault;
     c.damage(model);
@@ -365,17 +348,8 @@ Object WithIds(int body_id, int material_id) {
   return object;
 }
 
-template <class Object>
-Object WithId(int id, const char* name) {
-  Object object;
-  object.setId(id);
-  if constexpr (requires { object.setName(name); }) object.setName(name);
-  return object;
-}
-
 BaModel& Tree() {
-  static BaModel model;
-  if (model.bodies().empty()) Read(&model, kTree + "F 4 1 1 0 0 0 -1\n");
+  static LegacyModel model(kTree + "G 1 1\n0\nI 1 0\n0\nF 4 1 1 0 0 0 -1\n");
   return model;
 }
 
@@ -388,6 +362,12 @@ void AddBody(int id, const char* name, int parent_id) {
 }
 
 TEST(BaModelEditDeathTest, RefusesMisuse) {
+  static const BtMap<int, int> two_to_one = {{1, 9}, {2, 9}};
+  static const BtMap<int, int> none_to_one = {{8, 9}};
+  static BaBody stranger;
+  stranger.setId(1);
+  static BaPolygon blended = *Tree().polygons()[0];
+  blended.vertices()[0].effects().add(std::make_unique<BaVertexBlendEffect>());
   ExpectDeaths({
       {ASSERTION("c_body.id()>=0"), [] { AddBody(-1, "new", 0); }},
       {ASSERTION("_bodies[new_body->id()]==(BaBody *)0"), [] { AddBody(3, "new", 0); }},
@@ -398,55 +378,31 @@ TEST(BaModelEditDeathTest, RefusesMisuse) {
       {ASSERTION("new_id>=0"), [] { Tree().changeBodyId(1, -1); }},
       {ASSERTION("body->id()!=new_id"), [] { Tree().changeBodyId(1, 1); }},
       {ASSERTION("!findBody(new_id)"), [] { Tree().changeBodyId(1, 2); }},
-      {ASSERTION("!findBody(new_id)"),
-       [] {
-         Tree().changeBodyIds({{1, 9}, {2, 9}});
-       }},
-      {ASSERTION("findBody(old_id)"),
-       [] {
-         Tree().changeBodyIds({{8, 9}});
-       }},
+      {ASSERTION("!findBody(new_id)"), [] { Tree().changeBodyIds(two_to_one); }},
+      {ASSERTION("findBody(old_id)"), [] { Tree().changeBodyIds(none_to_one); }},
       {ASSERTION("body->id()>0"), [] { Tree().changeBodyId(0, 9); }},
       {ASSERTION("body"), [] { Tree().changeBodyId(8, 9); }},
       {ASSERTION("findBody(id2)"), [] { Tree().swapBodyIds(1, 8); }},
       {ASSERTION("body_id>0"), [] { Tree().removeBody(Tree().findBody(0)); }},
-      {ASSERTION("_bodies[body_id]==body"),
-       [] {
-         BaBody other;
-         other.setId(1);
-         Tree().removeBody(&other);
-       }},
+      {ASSERTION("_bodies[body_id]==body"), [] { Tree().removeBody(&stranger); }},
       {ASSERTION("materialByName(material.name())==0"),
        [] { Tree().addMaterial(WithId<BaMaterial>(9, "skin")); }},
       {ASSERTION("materialById(material.id())==0"),
        [] { Tree().addMaterial(WithId<BaMaterial>(1, "new")); }},
-      {ASSERTION("!duplicate_light_id"),
-       [] {
-         Tree().addLight(WithId<BaLight>(1, ""));
-         Tree().addLight(WithId<BaLight>(1, ""));
-       }},
+      {ASSERTION("!duplicate_light_id"), [] { Tree().addLight(WithId<BaLight>(1, "")); }},
       {ASSERTION("!duplicate_lmodel_id"),
-       [] {
-         Tree().addLightingModel(WithId<BaLightingModel>(1, ""));
-         Tree().addLightingModel(WithId<BaLightingModel>(1, ""));
-       }},
+       [] { Tree().addLightingModel(WithId<BaLightingModel>(1, "")); }},
       {ASSERTION("findBody(body_id)"), [] { Tree().addBone(WithIds<BaBone>(9, 1)); }},
       {ASSERTION("polygon.bodyId()==body_id"),
        [] { Tree().addBodyPolygon(1, WithIds<BaPolygon>(2, 1)); }},
       {ASSERTION("findSliderGroup(blend->slider_group)"),
-       [] {
-         BaPolygon polygon = *Tree().polygons()[0];
-         polygon.vertices()[0].effects().add(std::make_unique<BaVertexBlendEffect>());
-         Tree().addBodyPolygon(4, polygon);
-       }},
+       [] { Tree().addBodyPolygon(4, blended); }},
       {ASSERTION("materialById(material_id)"), [] { Tree().addBodyTMeshes(1, 9, Bt_GeoObj()); }},
       {ASSERTION("polygon->numVertices()>=3"), [] { Tree().triangulateBody(Tree().findBody(4)); }},
       {ASSERTION("!BtError()"),
        [] {
-         const BaModel& tree = Tree();
-         theExceptObj.clear();
          theExceptObj.set("x");
-         tree.save("x");
+         Tree().save("x");
        }},
   });
 }

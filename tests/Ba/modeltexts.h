@@ -1,16 +1,22 @@
-// What the tests of models and documents are made of: short legacy files, and what comes of them.
+// What the tests of models and documents are made of: short files, and what comes of them.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <bit>
+#include <cmath>
+#include <cstdint>
+#include <fstream>
+#include <random>
 #include <sstream>
 #include <string>
+#include <type_traits>
+#include <vector>
 
 #include "bamodel.h"
 #include "bamodeldata.h"
-#include "btexcept.h"
-
-namespace modeltexts {
+#include "support/documenterrors.h"
+#include "support/legacyerrors.h"
 
 // What is recorded, one message a line, outermost first, warnings marked; clears it.
 inline std::string TakeMessages() {
@@ -25,7 +31,9 @@ inline std::string TakeMessages() {
   return messages;
 }
 
-// The records of a legacy file.
+inline const std::string kLegacyHeader = "Zov Graphic Model File\nv1.30\n";
+
+// The records of a legacy file, and the section of a document.
 inline std::string Body(int id, const std::string& name, int parent_id,
                         const std::string& matrix = "1 0 0\n0 1 0\n0 0 1\n0 0 0\n") {
   return "X\n" + name + "\n" + std::to_string(id) + "\nparent\n" + std::to_string(parent_id) +
@@ -34,18 +42,112 @@ inline std::string Body(int id, const std::string& name, int parent_id,
 inline std::string Material(int id, const std::string& name) {
   return "M " + std::to_string(id) + " " + name + "\n3 0.5 0.25 1\n0\n";
 }
-
-// Reads the records as a file of version 1.30. The model is empty after an error.
-inline void ReadLegacy(const std::string& records, BaModel* model) {
-  std::istringstream is("Zov Graphic Model File\nv1.30\n" + records);
-  model->scanFrom(is, ".");
+inline std::string MaterialSection(const std::string& name, const std::string& content = "") {
+  return "MATERIAL {\nNAME: " + name + "\n" + content + "}\n";
 }
 
+// Reads a file and answers the printed form of what was recorded.
+inline std::string ScanInto(BaModel* model, const std::string& text) {
+  std::istringstream is(text);
+  model->scanFrom(is, ".");
+  return TakePrinted();
+}
+
+// Reads the sections of a document.
+inline bool Scan(const std::string& sections, BaModelData* data) {
+  std::istringstream is(sections);
+  return data->scan(is, ".", true);
+}
+
+// The model of a legacy file of these records, which may be poor ones: warnings are dropped.
+class LegacyModel : public BaModel {
+ public:
+  explicit LegacyModel(const std::string& records) {
+    const std::string printed = ScanInto(this, kLegacyHeader + records);
+    EXPECT_FALSE(bodies().empty()) << printed;
+  }
+};
+
+class Document : public BaModelData {
+ public:
+  explicit Document(const std::string& sections) {
+    EXPECT_TRUE(Scan(sections, this)) << TakeMessages() << sections;
+  }
+};
+
+class ExtractedModel : public BaModel {
+ public:
+  explicit ExtractedModel(const BaModelData& data) {
+    EXPECT_TRUE(data.extractTo(this)) << TakeMessages();
+  }
+};
+
+class FilledDocument : public BaModelData {
+ public:
+  explicit FilledDocument(const BaModel& model) {
+    EXPECT_TRUE(fillFrom(model, true)) << TakeMessages();
+  }
+};
+
+template <class Object>
+Object Scanned(const std::string& text) {
+  std::istringstream is(text);
+  Object object;
+  EXPECT_TRUE(object.scanFrom(is)) << text;
+  return object;
+}
+
+// What an object writes.
 template <class Printable>
 std::string Print(const Printable& printable) {
   std::ostringstream os;
-  EXPECT_TRUE(printable.printOn(os)) << TakeMessages();
+  if constexpr (std::is_void_v<decltype(printable.printOn(os))>) {
+    printable.printOn(os);
+  } else {
+    EXPECT_TRUE(printable.printOn(os)) << TakeMessages();
+  }
   return os.str();
 }
 
-}  // namespace modeltexts
+// A file of tests/data/models.
+inline std::string ModelText(const std::string& name) {
+  std::ifstream is(KESTRIX_TEST_DATA "/models/" + name, std::ios::binary);
+  EXPECT_TRUE(is.good()) << name;
+  return {std::istreambuf_iterator<char>(is), std::istreambuf_iterator<char>()};
+}
+
+inline float RandomFloat(std::mt19937* random) {
+  const float value = std::bit_cast<float>(static_cast<std::uint32_t>((*random)()));
+  return std::isfinite(value) ? value : 0.0F;
+}
+
+// Takes so many characters and no more.
+class FullDisk : public std::streambuf {
+ public:
+  explicit FullDisk(std::size_t room) : _room(room) {}
+
+ protected:
+  int overflow(int c) override {
+    if (_room == 0) return std::char_traits<char>::eof();
+    --_room;
+    return c;
+  }
+
+ private:
+  std::size_t _room;
+};
+
+// What is said on disks that are full after no, one, two... characters of an object, without
+// repetitions.
+template <class Printable>
+std::vector<std::string> MessagesOfFullDisks(const Printable& printable) {
+  std::vector<std::string> messages;
+  for (std::size_t room = 0, size = Print(printable).size(); room < size; ++room) {
+    FullDisk disk(room);
+    std::ostream os(&disk);
+    (void)printable.printOn(os);
+    const std::string message = TakeMessages();
+    if (messages.empty() || messages.back() != message) messages.push_back(message);
+  }
+  return messages;
+}

@@ -1,9 +1,7 @@
 // The whole conversion in memory. The first byte of an input chooses family and kind of mesh, the
 // mapping begins at its identification line. What is converted is a file that the tests' own reader
 // takes apart, and all of its numbers are finite.
-#include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -26,21 +24,6 @@ struct Choices {
   bool mesh_per_body;
   bool embed_media;
 };
-
-// The rotations of every body map are one about each axis: others end the program.
-bool HasRotationOrders(const BaUnlockedMapping& mapping) {
-  return std::all_of(mapping.bodyMaps().begin(), mapping.bodyMaps().end(),
-                     [](const BaUnlockedBodyMap* body_map) {
-                       unsigned seen = 0;
-                       int rotations = 0;
-                       for (int i = 0; i < 6; ++i) {
-                         if (body_map->transformId(i) < 4) continue;
-                         seen |= 1U << body_map->transformId(i);
-                         ++rotations;
-                       }
-                       return seen == 0b1110000 && rotations == 3;
-                     });
-}
 
 void CheckNumbers(const FbxRecord& record) {
   for (const FbxValue& value : record.values) {
@@ -74,7 +57,9 @@ void Convert(std::string_view model_text, std::string_view mapping_text, const C
   BaModelData model_data;
   if (!model_data.fillFrom(model, true)) return;
   BaUnlockedMapping mapping;
-  if (!FuzzReadMapping(mapping_text, &mapping) || !HasRotationOrders(mapping)) return;
+  if (!FuzzReadMapping(mapping_text, &mapping)) return;
+  // Rotations that are not one about each axis end the program.
+  if (!HasEachTransformFrom(kBaFirstRotationId, mapping)) return;
   CheckMapping(mapping, model_data);
   if (BtError()) return;
 
@@ -93,16 +78,14 @@ void Convert(std::string_view model_text, std::string_view mapping_text, const C
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size == 0) return 0;
-  const FuzzRun run;
-  const Choices choices = {(data[0] & 1U) != 0, (data[0] & 2U) != 0, (data[0] & 4U) == 0};
-  std::string_view model(reinterpret_cast<const char*>(data) + 1, size - 1);
+void FuzzOne(std::string_view input) {
+  if (input.empty()) return;
+  const auto bits = static_cast<unsigned char>(input.front());
+  std::string_view model = input.substr(1);
   std::string_view mapping = kEmptyMapping;
   if (const std::size_t start = model.find(kMappingId); start != std::string_view::npos) {
     mapping = model.substr(start);
     model = model.substr(0, start);
   }
-  Convert(model, mapping, choices);
-  return 0;
+  Convert(model, mapping, {(bits & 1U) != 0, (bits & 2U) != 0, (bits & 4U) == 0});
 }

@@ -1,9 +1,11 @@
 #include "fuzzing.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iostream>
 #include <memory>
 
+#include "babodymap.h"
 #include "bamodelheader.h"
 #include "btexcept.h"
 #include "btviewstream.h"
@@ -18,14 +20,19 @@ bool Answer(bool read) {
   return read;
 }
 
+// Whether an input may name this file: one that stands in the folder and starts no program.
+bool IsTame(const BtStr& file_name) {
+  const std::string_view name = file_name.view();
+  return name.find('/') == std::string_view::npos && !name.ends_with("gz") && !name.ends_with("Z");
+}
+
 }  // namespace
 
-FuzzRun::FuzzRun() { std::cerr.rdbuf(nullptr); }
-
-FuzzRun::~FuzzRun() { const std::unique_ptr<BtExcept> dropped(theExceptObj.release()); }
-
-bool IsTameFileName(std::string_view name) {
-  return name.find('/') == std::string_view::npos && !name.ends_with("gz") && !name.ends_with("Z");
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  std::cerr.rdbuf(nullptr);
+  FuzzOne({reinterpret_cast<const char*>(data), size});
+  const std::unique_ptr<BtExcept> dropped(theExceptObj.release());
+  return 0;
 }
 
 bool FuzzReadDocument(std::string_view text, BaModelData* data) {
@@ -38,7 +45,7 @@ bool FuzzReadDocument(std::string_view text, BaModelData* data) {
   }
   if (data->includes().empty()) return true;
   for (const BaMDInclude* include : data->includes()) {
-    if (!IsTameFileName(include->fileName().view())) return false;
+    if (!IsTame(include->fileName())) return false;
   }
   BtViewStream is(text);
   data->clear();
@@ -65,8 +72,17 @@ bool FuzzReadMapping(std::string_view text, BaUnlockedMapping* mapping) {
   }
   if (mapping->includes().empty()) return true;
   for (const BaUnlockedMapping::Include& include : mapping->includes()) {
-    if (!IsTameFileName(include.file_name.view())) return false;
+    if (!IsTame(include.file_name)) return false;
   }
   BtViewStream is(text);
   return Answer(mapping->scanFrom(is, true, kFuzzFolder));
+}
+
+bool HasEachTransformFrom(int first_id, const BaUnlockedMapping& mapping) {
+  for (const BaUnlockedBodyMap* body_map : mapping.bodyMaps()) {
+    int count[kBaTransformCount + 1] = {};
+    for (int i = 0; i < kBaTransformCount; ++i) ++count[body_map->transformId(i)];
+    if (std::any_of(count + first_id, std::end(count), [](int n) { return n != 1; })) return false;
+  }
+  return true;
 }

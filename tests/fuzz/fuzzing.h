@@ -12,21 +12,15 @@
 // The folder in which relative names are looked up: a few small files, and nothing else.
 extern const char* const kFuzzFolder;
 
-// For the first line of every target: drops what the library prints on standard error, and at its
-// end what is recorded.
-class FuzzRun {
- public:
-  FuzzRun();
-  ~FuzzRun();
-  FuzzRun(const FuzzRun&) = delete;
-  FuzzRun& operator=(const FuzzRun&) = delete;
-};
-
-// Whether an input may name this file: one that stands in the folder and starts no program.
-bool IsTameFileName(std::string_view name);
+// What each target defines: the fuzzer's inputs come here one by one. What the library prints on
+// standard error is dropped meanwhile, and at the end what is recorded.
+void FuzzOne(std::string_view input);
 
 // Read a text as the program reads a file. False where it is refused, with an error recorded, and
 // where it includes files that it may not name.
 bool FuzzReadModel(std::string_view text, BaModel* model);
 bool FuzzReadMapping(std::string_view text, BaUnlockedMapping* mapping);
 bool FuzzReadDocument(std::string_view text, BaModelData* data);
+
+// Whether every body map has each of the transforms from this id up to the last one once.
+bool HasEachTransformFrom(int first_id, const BaUnlockedMapping& mapping);

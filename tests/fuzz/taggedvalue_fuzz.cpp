@@ -1,6 +1,5 @@
 // Keyword documents, blocks within blocks, and the readers that take values apart.
 #include <array>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -12,40 +11,34 @@
 
 namespace {
 
-// Each token reader takes something away or leaves the text alone. Long texts teach it nothing.
-void ReadTokens(const BtStr& value) {
+// A token reader takes something away or leaves the text alone.
+template <class Value>
+void Read(const BtStr& text, bool (*read)(BtStr*, Value*)) {
+  BtStr rest = text;
+  Value value = {};
+  BtAssert(read(&rest, &value) ? text.view().ends_with(rest.view()) : rest == text);
+}
+
+// Long texts teach the readers nothing.
+void ReadTokens(const BtStr& text) {
   constexpr int kLong = 40;
-  if (value.length() > kLong) return;
-  const auto keeps_word = [&value](auto read) {
-    BtStr rest = value;
-    if (read(&rest)) {
-      BtAssert(value.view().ends_with(rest.view()));
-    } else {
-      BtAssert(rest == value);
-    }
-  };
-  BtStr text;
-  int integer = 0;
-  bool truth = false;
-  float number = 0;
-  double rate = 0;
-  std::array<float, 3> vector = {};
-  keeps_word([&](BtStr* rest) { return BtReadIdentifier(rest, &text); });
-  keeps_word([&](BtStr* rest) { return BtReadInt(rest, &integer); });
-  keeps_word([&](BtStr* rest) { return BtReadBool(rest, &truth); });
-  keeps_word([&](BtStr* rest) { return BtReadFloat(rest, &number); });
-  keeps_word([&](BtStr* rest) { return BtReadToken(rest, &text); });
-  keeps_word([&](BtStr* rest) { return BtReadDoubleQuotedStr(rest, &text); });
-  keeps_word([&](BtStr* rest) { return BtReadVector3(rest, &vector); });
-  keeps_word([&](BtStr* rest) { return BtReadTimecodeRate(rest, &rate); });
-  keeps_word([&](BtStr* rest) { return BtSkipChar(rest, '{'); });
+  if (text.length() > kLong) return;
+  Read<BtStr>(text, BtReadIdentifier);
+  Read<int>(text, BtReadInt);
+  Read<bool>(text, BtReadBool);
+  Read<float>(text, BtReadFloat);
+  Read<BtStr>(text, BtReadToken);
+  Read<BtStr>(text, BtReadDoubleQuotedStr);
+  Read<std::array<float, 3>>(text, BtReadVector3);
+  Read<double>(text, BtReadTimecodeRate);
+  BtStr rest = text;
+  BtAssert(BtSkipChar(&rest, '{') ? text.view().ends_with(rest.view()) : rest == text);
 }
 
 }  // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  const FuzzRun run;
-  std::vector<std::string> waiting = {{reinterpret_cast<const char*>(data), size}};
+void FuzzOne(std::string_view input) {
+  std::vector<std::string> waiting = {std::string(input)};
   while (!waiting.empty()) {
     const std::string block = std::move(waiting.back());
     waiting.pop_back();
@@ -69,5 +62,4 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     const std::unique_ptr<BtExcept> dropped(theExceptObj.release());
   }
-  return 0;
 }

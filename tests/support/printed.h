@@ -5,12 +5,6 @@
 
 #include "btexcept.h"
 
-// What a reader must refuse, and with which records.
-struct ErrorCase {
-  std::string text;
-  std::string lines;  // outermost record first, wrapped as printed, '|' between lines
-};
-
 // The printed form of what is recorded, which is cleared; empty for nothing.
 inline std::string TakePrinted() {
   if (!theExceptObj.hasException()) return "";
@@ -40,4 +34,10 @@ inline std::string PrintedError(const std::string& lines) {
 
 inline std::string PrintedWarning(const std::string& lines) {
   return PrintedRecord("WARNING: ", lines);
+}
+
+// The printed form of lines that begin with "ERROR: " or "WARNING: "; nothing for none.
+inline std::string PrintedLines(const std::string& lines) {
+  const std::size_t prefix = lines.find(": ") + 2;
+  return lines.empty() ? "" : PrintedRecord(lines.substr(0, prefix), lines.substr(prefix));
 }
