@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,13 +13,14 @@
 #include <iterator>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "Bt/messages.h"
 #include "btcompifstream.h"
 #include "btcompofstream.h"
-#include "btexcept.h"
 #include "bttextfile.h"
-#include "support/asuser.h"
+#include "support/testfolder.h"
 
 namespace {
 
@@ -31,30 +31,6 @@ std::string RandomText(std::size_t size) {
   std::string text(size, ' ');
   for (char& c : text) c = static_cast<char>('a' + random() % 20);
   return text;
-}
-
-std::string FileText(const std::string& name) {
-  std::ifstream is(name, std::ios::binary);
-  return {std::istreambuf_iterator<char>(is), {}};
-}
-
-// The recorded chain, newest first, each in a line of its own; cleared.
-std::string TakeErrors() {
-  std::string text;
-  if (theExceptObj.hasException()) {
-    const BtExcept* record = &theExceptObj.exception();
-    text = record->message().view();
-    while (record->hasDetail()) {
-      record = &record->detail();
-      text.append("\n").append(record->message().view());
-    }
-  }
-  theExceptObj.clear();
-  return text;
-}
-
-int OpenFiles() {
-  return static_cast<int>(std::distance(fs::directory_iterator("/proc/self/fd"), {}));
 }
 
 std::vector<std::string> PipesOf(pid_t pid) {
@@ -68,47 +44,33 @@ std::vector<std::string> PipesOf(pid_t pid) {
   return names;
 }
 
-// A working folder. Whatever a test does, it must leave no pipe, no child and no open file.
+// A working folder. Whatever a test does, it must leave no pipe and no child.
 class BtCompStream : public testing::Test {
  protected:
   void SetUp() override {
-    _dir = testing::TempDir() + "btcompstream_test." + std::to_string(getpid());
-    _old_workdir = fs::current_path();
-    _old_path = std::getenv("PATH");
-    fs::create_directories(_dir + "/folder.gz");
-    fs::current_path(_dir);
-    chmod(".", 0777);
-    fs::create_directory("closed");
-    for (const char* const file : {"secret.gz", "fixed.gz", "closed/a.gz"}) std::ofstream f(file);
-    for (const char* const closed : {"closed", "fixed.gz"}) chmod(closed, 0555);
-    chmod("closed/a.gz", 0666);
-    chmod("secret.gz", 0);
-    _open_files = OpenFiles();
+    fs::current_path(_folder.path());
+    fs::create_directory("folder.gz");
   }
   void TearDown() override {
-    EXPECT_EQ(TakeErrors(), "");
-    EXPECT_EQ(OpenFiles(), _open_files);
+    EXPECT_EQ(TakeMessages(), "");
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
     EXPECT_EQ(PipesOf(getpid()), std::vector<std::string>());
     theExceptObj.setCancelHook(nullptr);
     setenv("PATH", _old_path.c_str(), 1);
     fs::current_path(_old_workdir);
-    fs::remove_all(_dir);
   }
   // Puts a shell script in front of the programs of this name; empty for none.
   void setProgram(const char* name, const std::string& script) const {
     setenv("PATH", _old_path.c_str(), 1);
     if (script.empty()) return;
-    fs::create_directory("bin");
-    std::ofstream(_dir + "/bin/" + name) << "#!/bin/sh\n" << script << '\n';
-    chmod((_dir + "/bin/" + name).c_str(), 0755);
-    setenv("PATH", (_dir + "/bin:" + _old_path).c_str(), 1);
+    const std::string program = _folder.write(std::string("bin/") + name, "#!/bin/sh\n" + script);
+    fs::permissions(program, fs::perms(0755));
+    setenv("PATH", (_folder.path("bin:") + _old_path).c_str(), 1);
   }
 
-  std::string _dir;
-  std::string _old_path;
-  fs::path _old_workdir;
-  int _open_files = 0;
+  const TestFolder _folder;
+  const std::string _old_path = std::getenv("PATH");
+  const fs::path _old_workdir = fs::current_path();
 };
 
 // Each answers whether all of it worked.
@@ -130,14 +92,16 @@ TEST_F(BtCompStream, WritesAndReadsFilesOfAnyName) {
   const char* const names[] = {
       "plain.gz",           "two words.gz", "quote's.gz",   "a\"b $HOME `touch owned`.gz",
       "; touch owned; .gz", "-rf.gz",       "new\nline.gz", "back\\slash\\.gz",
-      "*?[a].gz",           "a.tar.Z",      "-c.Z",         "folder.gz/../\xC3\xBC & .Z"};
+      "*?[a].gz",           "plain.Z",      "-c.Z",         "folder.gz/../\xC3\xBC & .Z"};
   std::string loaded;
   for (const std::string name : names) {
-    for (const std::size_t size : {0U, 1U, 100U, 3000000U}) {
+    const bool plain = name == "plain.gz" || name == "plain.Z";
+    for (const std::size_t size :
+         plain ? std::vector<std::size_t>{0, 1, 3000000} : std::vector<std::size_t>{100}) {
       const std::string text = RandomText(size);
-      ASSERT_TRUE(Save(name, text)) << name << TakeErrors();
-      EXPECT_TRUE(FileText(name).starts_with(name.ends_with("Z") ? "\x1F\x9D" : "\x1F\x8B"));
-      ASSERT_TRUE(Load(name, &loaded)) << name << TakeErrors();
+      ASSERT_TRUE(Save(name, text)) << name << TakeMessages();
+      EXPECT_TRUE(ReadFile(name).starts_with(name.ends_with("Z") ? "\x1F\x9D" : "\x1F\x8B"));
+      ASSERT_TRUE(Load(name, &loaded)) << name << TakeMessages();
       EXPECT_TRUE(loaded == text) << name << ", " << size;
     }
   }
@@ -150,26 +114,22 @@ TEST_F(BtCompStream, WorksWithInheritedSignalSettings) {
   std::string loaded;
   EXPECT_TRUE(Save("a.gz", "text") && Load("a.gz", &loaded));
   EXPECT_EQ(loaded, "text");
-  const std::string first = FileText("a.gz");
-  EXPECT_TRUE(Save("a.gz", "text") && FileText("a.gz") == first) << "the same bytes every time";
+  const std::string first = ReadFile("a.gz");
+  EXPECT_TRUE(Save("a.gz", "text") && ReadFile("a.gz") == first) << "the same bytes every time";
   setProgram("gunzip", "exit 4");
   EXPECT_FALSE(Load("a.gz", &loaded));
-  TakeErrors();
+  TakeMessages();
   std::signal(SIGCHLD, SIG_DFL);
   std::signal(SIGPIPE, SIG_DFL);
 }
 
 TEST_F(BtCompStream, TellsWhyAFileCannotBeRead) {
   ASSERT_TRUE(Save("whole.gz", RandomText(200000)));
-  const std::string whole = FileText("whole.gz");
-  std::string corrupt = whole;
-  corrupt[whole.size() / 2] ^= 0x55;
-  std::ofstream("cut.gz") << whole.substr(0, whole.size() / 2);
-  std::ofstream("corrupt.gz") << corrupt;
-  std::ofstream("longer.gz") << whole << "junk";
-  for (const char* const name : {"plain.gz", "plain.Z", "empty.gz", "a.bz2", "plain"}) {
-    std::ofstream(name) << (name[0] == 'e' ? "" : "plain text\n");
-  }
+  const std::string whole = ReadFile("whole.gz");
+  const std::pair<const char*, std::string> files[] = {
+      {"cut.gz", whole.substr(0, 1000)}, {"longer.gz", whole + "junk"}, {"empty.gz", ""},
+      {"plain.gz", "plain text\n"},      {"plain.Z", "plain text\n"},   {"a.bz2", ""}};
+  for (const auto& [name, text] : files) _folder.write(name, text);
   const std::string failed = "Unable to decompress file.\nThe command 'gunzip' ";
   const std::string exit_1 = failed + "ended with exit status 1.";
   const struct {
@@ -178,15 +138,12 @@ TEST_F(BtCompStream, TellsWhyAFileCannotBeRead) {
     std::string errors;       // what the recorded errors begin with
     std::string reason = "";  // what else they hold
   } cases[] = {{"none.gz", "", "File does not exist."},
-               {"secret.gz", "", "Insufficient access to read file.  Check permissions."},
-               {"folder.gz", "", "File is a directory."},
                {"a.bz2", "", "Unknown compression extension 'bz2'."},
                {"folder.gz/none", "", "Unknown compression extension ''."},
                {"a.jpeg", "",
                 "Cannot find command 'djpeg' to uncompress\n'a.jpeg'.\n"
                 "This command needs to be in your path."},
                {"cut.gz", "", exit_1, "unexpected end of file"},
-               {"corrupt.gz", "", exit_1},
                {"longer.gz", "", failed + "ended with exit status 2.", "trailing garbage"},
                {"plain.gz", "", exit_1, "not in gzip format"},
                {"empty.gz", "", exit_1, "unexpected end of file"},
@@ -200,22 +157,18 @@ TEST_F(BtCompStream, TellsWhyAFileCannotBeRead) {
                {"whole.gz", "kill -9 $PPID; exit 1", failed + "did not end as it should."}};
   for (const auto& row : cases) {
     setProgram("gunzip", row.program);
-    const auto load = [&row] {
-      std::string loaded;
-      EXPECT_FALSE(Load(row.name, &loaded)) << row.name;
-      const std::string errors = TakeErrors();
-      EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
-      EXPECT_NE(errors.find(row.reason), std::string::npos) << row.name << ":\n" << errors;
-    };
-    RunAsUser(load);
-    if (row.name != std::string("secret.gz")) load();
+    std::string loaded;
+    EXPECT_FALSE(Load(row.name, &loaded)) << row.name;
+    const std::string errors = TakeMessages();
+    EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
+    EXPECT_NE(errors.find(row.reason), std::string::npos) << row.name << ":\n" << errors;
   }
 }
 
 TEST_F(BtCompStream, ChecksWhatARightReadingLeftUnread) {
   ASSERT_TRUE(Save("whole.gz", RandomText(2000000)));
-  const std::string whole = FileText("whole.gz");
-  std::ofstream("cut.gz") << whole.substr(0, whole.size() - 4);
+  const std::string whole = ReadFile("whole.gz");
+  _folder.write("cut.gz", whole.substr(0, whole.size() - 4));
   for (const bool earlier_error : {false, true}) {
     for (const char* const name : {"whole.gz", "cut.gz"}) {
       BtInputFile file(name);
@@ -224,13 +177,14 @@ TEST_F(BtCompStream, ChecksWhatARightReadingLeftUnread) {
       if (earlier_error) theExceptObj.set("earlier");
       // What follows the place where the reading failed does not matter.
       EXPECT_EQ(file.close(), earlier_error || name[0] == 'w');
-      EXPECT_EQ(TakeErrors() == "earlier", earlier_error);
+      EXPECT_EQ(TakeMessages() == "earlier", earlier_error);
     }
   }
 }
 
 TEST_F(BtCompStream, TellsWhyAFileCannotBeWritten) {
   fs::create_symlink("/dev/full", "full.gz");
+  fs::create_symlink("loop.gz", "loop.gz");
   const std::string failed = "Unable to compress file.\nThe command 'gzip' ";
   const struct {
     const char* name;
@@ -238,85 +192,77 @@ TEST_F(BtCompStream, TellsWhyAFileCannotBeWritten) {
     std::string errors;   // what the recorded errors begin with
   } cases[] = {
       {"folder.gz", "", "File \"folder.gz\" is unwritable."},
-      {"fixed.gz", "", "Insufficient access to write to existing file.  Check permissions."},
-      {"closed/b.gz", "",
-       "Insufficient access to create file in \"" + _dir + "/closed\".  Check permissions."},
-      {"closed/a.gz", "", "Couldn't create closed/a.gz\nPermission denied"},
-      {"none/a.gz", "", "Parent directory \"" + _dir + "/none\" does not exist."},
+      {"loop.gz", "", "Couldn't create loop.gz\nToo many levels of symbolic links"},
       {"a.bz2", "", "Unknown compression extension 'bz2'."},
       {"a.jpeg", "",
-       "Cannot find command 'cjpeg' to compress\n'a.jpeg'.\nThis command needs to be in your "
-       "path."},
+       "Cannot find command 'cjpeg' to compress\n'a.jpeg'.\n"
+       "This command needs to be in your path."},
       {"full.gz", "", failed + "ended with exit status 1.\n"},
       {"a.gz", "exit 0", failed + "ended with exit status 0."},  // without reading anything
       {"a.gz", "head -c 10; exit 0", failed + "ended with exit status 0."},
       {"a.gz", "cat; exit 2", failed + "ended with exit status 2."},
       {"a.gz", "kill -9 $$", failed + "was ended by signal 9."}};
   for (const auto& row : cases) {
-    const bool by_permission = std::string(row.errors).find("ermission") != std::string::npos;
     setProgram("gzip", row.program);
     for (const std::size_t size : {1000U, 1000000U}) {  // below and above what a pipe holds
-      const auto save = [&row, size] {
-        EXPECT_FALSE(Save(row.name, RandomText(size))) << row.name << row.program;
-        const std::string errors = TakeErrors();
-        EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
-      };
-      RunAsUser(save);
-      if (!by_permission) save();
+      EXPECT_FALSE(Save(row.name, RandomText(size))) << row.name << row.program;
+      const std::string errors = TakeMessages();
+      EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
     }
   }
-  fs::remove("full.gz");
+}
+
+bool CloseWithoutRoom(BtOutputFile* file) {
+  const rlimit small = {1000, RLIM_INFINITY};
+  const rlimit none = {RLIM_INFINITY, RLIM_INFINITY};
+  setrlimit(RLIMIT_FSIZE, &small);
+  file->stream() << RandomText(500000);
+  const bool closed = file->close();
+  setrlimit(RLIMIT_FSIZE, &none);
+  return closed;
+}
+
+bool CloseBroken(BtOutputFile* file) {
+  file->stream().setstate(std::ios::badbit);
+  return file->close();
 }
 
 TEST_F(BtCompStream, SavesNothingButWholeTexts) {
+  using Close = bool (*)(BtOutputFile*);
+  constexpr Close kClose = [](BtOutputFile* file) { return file->close(); };
   const struct {
     const char* trouble;
     std::string program;  // what gzip is instead
-    bool (*save)(BtOutputFile& file);
+    Close close;
     std::string only = "";  // the end of the names that meet this trouble
-  } cases[] = {
-      {"not closed", "", [](BtOutputFile&) { return false; }},
-      {"a reason of the caller's own", "",
-       [](BtOutputFile& file) {
-         file.stream().setstate(std::ios::badbit);
-         return file.close();
-       }},
-      {"no room", "",
-       [](BtOutputFile& file) {
-         const rlimit small = {1000, RLIM_INFINITY};
-         const rlimit none = {RLIM_INFINITY, RLIM_INFINITY};
-         setrlimit(RLIMIT_FSIZE, &small);
-         file.stream() << RandomText(500000);
-         const bool closed = file.close();
-         setrlimit(RLIMIT_FSIZE, &none);
-         return closed;
-       },
-       ".mdl"},
-      {"a failing program", "cat; exit 2", [](BtOutputFile& file) { return file.close(); }, "gz"},
-      {"none", "", [](BtOutputFile& file) { return file.close(); }}};
+  } cases[] = {{"not closed", "", [](BtOutputFile*) { return false; }},
+               {"a reason of the caller's own", "", CloseBroken},
+               {"no room", "", CloseWithoutRoom, ".mdl"},
+               {"a failing program", "cat; exit 2", kClose, "gz"},
+               {"none", "", kClose}};
+  fs::create_directory("links");
   for (const std::string name : {"a.mdl", "a.mdl.gz", "a.mdl.Z"}) {
+    const std::string target = "sub/" + name;
+    const std::string link = "links/" + name;
+    fs::create_symlink("../" + target, link);
     for (const auto& row : cases) {
       if (!name.ends_with(row.only)) continue;
-      fs::create_directory("sub");
-      std::ofstream("sub/" + name) << "older";
-      chmod(("sub/" + name).c_str(), 0640);
-      fs::create_symlink("sub/" + name, "link-" + name);
+      SCOPED_TRACE(name + ", " + row.trouble);
+      _folder.write(target, "older");
+      fs::permissions(target, fs::perms(0640));
       setProgram("gzip", row.program);
       const bool whole = row.trouble == std::string("none");
       {
-        BtOutputFile file(("link-" + name).c_str());
-        ASSERT_TRUE(file.isOpen()) << TakeErrors();
+        BtOutputFile file(link.c_str());
+        ASSERT_TRUE(file.isOpen()) << TakeMessages();
         file.stream() << "newer" << std::flush;
-        EXPECT_EQ(row.save(file), whole) << name << row.trouble << TakeErrors();
+        EXPECT_EQ(row.close(&file), whole) << TakeMessages();
       }
-      TakeErrors();
-      EXPECT_EQ(FileText("sub/" + name) == "older", !whole) << name << row.trouble;
-      struct stat info = {};
-      EXPECT_TRUE(stat(("sub/" + name).c_str(), &info) == 0 && (info.st_mode & 0777) == 0640);
-      EXPECT_EQ(std::distance(fs::directory_iterator("sub"), {}), 1) << name << row.trouble;
-      fs::remove_all("sub");
-      fs::remove("link-" + name);
-      fs::remove_all("bin");
+      TakeMessages();
+      EXPECT_EQ(ReadFile(target) == "older", !whole);
+      EXPECT_EQ(fs::status(target).permissions(), fs::perms(0640));
+      EXPECT_EQ(std::distance(fs::directory_iterator("sub"), {}), 1);
+      fs::remove(target);
     }
   }
 }
@@ -340,12 +286,16 @@ TEST_F(BtCompStream, WaitsForNobodyForEver) {
     theExceptObj.setCancelHook(AskedOften);
     std::string loaded;
     EXPECT_FALSE(Load("a.gz", &loaded)) << program;
-    EXPECT_EQ(TakeErrors(), "Canceled.");
-    questions = 0;
-    setProgram("gzip", "sleep 1000");
-    EXPECT_FALSE(Save("b.gz", RandomText(1000000)));
-    EXPECT_EQ(TakeErrors(), "Unable to compress file.\nCanceled.");
+    EXPECT_EQ(TakeMessages(), "Canceled.");
     theExceptObj.setCancelHook(nullptr);
+  }
+  setProgram("gzip", "sleep 1000");
+  // The program is still starting, or reads nothing.
+  for (const int asked : {3, 3, 3, 3, 3, 0}) {
+    questions = asked;
+    theExceptObj.setCancelHook(AskedOften);
+    EXPECT_FALSE(Save("b.gz", RandomText(1000000)));
+    EXPECT_EQ(TakeMessages(), "Unable to compress file.\nCanceled.");
   }
   EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(30));
 }
@@ -379,7 +329,7 @@ TEST_F(BtCompStream, TellsThatThereCanBeNoPipe) {
   for (int i = 1; i <= kTaken; ++i) std::ofstream taken(name(i));
   const BtCompIFStream is("a.gz");
   EXPECT_FALSE(is.isOpen());
-  const std::string errors = TakeErrors();
+  const std::string errors = TakeMessages();
   EXPECT_TRUE(errors.starts_with("Unable to create named pipe \"/var/tmp/compifstream")) << errors;
   EXPECT_TRUE(errors.ends_with("\".\nFile exists")) << errors;
   for (int i = 1; i <= kTaken; ++i) fs::remove(name(i));
@@ -397,7 +347,7 @@ TEST_F(BtCompStream, IsChosenByTheNameOfATextFile) {
     BtOutputFile output(row.name);
     output.stream() << "text";
     EXPECT_TRUE(output.close());
-    EXPECT_EQ(FileText(row.name) == "text", BtTextFileName(row.name) == row.name) << row.name;
+    EXPECT_EQ(ReadFile(row.name) == "text", BtTextFileName(row.name) == row.name) << row.name;
     BtInputFile input(row.name);
     std::string word;
     EXPECT_TRUE(input.stream() >> word && input.close());

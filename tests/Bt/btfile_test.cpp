@@ -9,9 +9,10 @@
 #include <string>
 
 #include "Bt/deathcases.h"
+#include "Bt/messages.h"
 #include "btcompifstream.h"
 #include "btcompofstream.h"
-#include "btexcept.h"
+#include "support/testfolder.h"
 
 namespace {
 
@@ -21,11 +22,10 @@ namespace fs = std::filesystem;
 class BtFileTest : public testing::Test {
  protected:
   void SetUp() override {
-    _dir = testing::TempDir() + "btfile_test." + std::to_string(getpid());
-    for (const char* const folder : {"", "/folder", "/closed"}) fs::create_directory(_dir + folder);
-    _old_workdir = fs::current_path();
+    fs::create_directory(_folder.path("closed"));
+    for (const char* const file : {"file", "secret", "fixed", "folder/tool"})
+      _folder.write(file, "");
     fs::current_path(_dir);
-    for (const char* const file : {"file", "secret", "fixed", "folder/tool"}) std::ofstream f(file);
     for (const char* const open : {".", "folder", "folder/tool"}) chmod(open, 0777);
     for (const char* const closed : {"closed", "fixed"}) chmod(closed, 0555);
     chmod("secret", 0);
@@ -34,18 +34,12 @@ class BtFileTest : public testing::Test {
   void TearDown() override {
     ASSERT_TRUE(getuid() != 0 || seteuid(0) == 0);
     fs::current_path(_old_workdir);
-    fs::remove_all(_dir);
   }
 
-  std::string _dir;
-  fs::path _old_workdir;
+  const TestFolder _folder;
+  const std::string _dir = fs::canonical(_folder.path());
+  const fs::path _old_workdir = fs::current_path();
 };
-
-std::string TakeError() {
-  std::string message(BtError() ? theExceptObj.exception().message().view() : "");
-  theExceptObj.clear();
-  return message;
-}
 
 template <auto open, auto... overwrite>
 bool Opens(const BtStr& file) {
@@ -80,7 +74,7 @@ TEST_F(BtFileTest, ChecksAccessAndOpensWithExactMessages) {
       {kNew, "file", "file already exists."}};
   for (const auto& row : cases) {
     EXPECT_EQ(row.check(row.file.c_str()), row.error.empty()) << row.file;
-    EXPECT_EQ(TakeError(), row.error) << row.file;
+    EXPECT_EQ(TakeMessages(), row.error) << row.file;
   }
   // Without a working folder only absolute paths can be checked.
   fs::create_directory("gone");
@@ -88,7 +82,7 @@ TEST_F(BtFileTest, ChecksAccessAndOpensWithExactMessages) {
   fs::remove(_dir + "/gone");
   EXPECT_TRUE(BtFileHaveWriteAccess((_dir + "/other").c_str()));
   EXPECT_FALSE(BtFileHaveWriteAccess("other"));
-  EXPECT_EQ(TakeError(), "Cannot get current working directory in BtFileHaveWriteAccess().\n");
+  EXPECT_EQ(TakeMessages(), "Cannot get current working directory in BtFileHaveWriteAccess().\n");
 }
 
 TEST_F(BtFileTest, FindsCommandsAndLinks) {
@@ -105,7 +99,7 @@ TEST_F(BtFileTest, FindsCommandsAndLinks) {
   setenv("PATH", old_path, 1);
   BtStr target;
   EXPECT_FALSE(BtFileReadLink("tool", &target));
-  EXPECT_EQ(TakeError(), "Unable to read link tool");
+  EXPECT_EQ(TakeMessages(), "Unable to read link tool");
   EXPECT_TRUE(BtFileProgramPath(&target) && BtFileCanExecute(target));
 }
 

@@ -116,11 +116,7 @@ TEST(BtListDeathTest, MisuseIsAnAssertion) {
          list.remove(0);
          (void)cursor.data();
        }},
-      {ASSERTION("!atEnd()"),
-       [] {
-         BtList<char> list;
-         Cursor(&list.list()).next();
-       }},
+      {ASSERTION("!atEnd()"), [] { Cursor(&BtList<char>().list()).next(); }},
       {ASSERTION("cursor._listPtr()==this"),
        [] {
          BtList<char> list{'a'}, other{'b'};
@@ -136,11 +132,7 @@ TEST(BtListDeathTest, MisuseIsAnAssertion) {
          const Cursor outlives = At(list.get(), 0);
          list.reset();
        }},
-      {ASSERTION("_count==0"),
-       [] {
-         BtDoubleLinkedList list;
-         list.append(nullptr);
-       }},
+      {ASSERTION("_count==0"), [] { BtDoubleLinkedList().append(nullptr); }},
   });
 }
 

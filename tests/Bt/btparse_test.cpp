@@ -2,56 +2,20 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <functional>
+#include <array>
 #include <iostream>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "btexcept.h"
+#include "Bt/messages.h"
+#include "Bt/piecesbuf.h"
 #include "btifstream.h"
 
 namespace {
 
 using namespace std::string_literals;
-
-// Hands a text out in blocks of a given size; in blocks of 0 it has no buffer at all.
-class BlockBuf : public std::streambuf {
- public:
-  BlockBuf(const std::string& text, std::size_t block) : _text(text), _block(block) {}
-
- protected:
-  int_type underflow() override {
-    if (_next >= _text.size()) return traits_type::eof();
-    char* const begin = _text.data() + _next;
-    const std::size_t count = std::min(_block, _text.size() - _next);
-    _next += count;
-    setg(begin, begin, begin + count);
-    return traits_type::to_int_type(*begin);
-  }
-  int_type uflow() override {
-    if (_block > 0) return std::streambuf::uflow();
-    const int_type c = underflow();
-    ++_next;
-    return c;
-  }
-
- private:
-  std::string _text;
-  std::size_t _block;
-  std::size_t _next = 0;
-};
-
-// The recorded messages, outermost first; clears them.
-std::string TakeError() {
-  std::string chain;
-  const BtExcept* record = theExceptObj.hasException() ? &theExceptObj.exception() : nullptr;
-  for (; record != nullptr; record = record->hasDetail() ? &record->detail() : nullptr) {
-    chain += (chain.empty() ? "" : " < ") + std::string(record->message().view());
-  }
-  theExceptObj.clear();
-  return chain;
-}
 
 // All items of a document in one text: "key:[value] " or "key{value} ", then the error, if any.
 std::string Items(std::istream& is) {
@@ -66,7 +30,7 @@ std::string Items(std::istream& is) {
     items += std::string(keyword.view()) + (single_line ? ":[" : "{") + std::string(value.view()) +
              (single_line ? "] " : "} ");
   }
-  return items + "error: " + TakeError();
+  return items + "error: " + TakeMessages();
 }
 
 const struct {
@@ -106,7 +70,7 @@ TEST(BtReadTaggedValue, ReadsDocumentsThroughAnyBuffer) {
   for (const auto& document : kDocuments) {
     for (const std::size_t block : {0U, 1U, 2U, 3U, 1000U}) {
       SCOPED_TRACE(document.text + " in blocks of " + std::to_string(block));
-      BlockBuf buf(document.text, block);
+      PiecesBuf buf(document.text, 0, block);
       std::istream is(&buf);
       testing::internal::CaptureStderr();
       EXPECT_EQ(Items(is), document.items);
@@ -128,7 +92,7 @@ TEST(BtReadTaggedValue, RefusesNulAndReadErrors) {
 
 // Parts far longer than any buffer: nothing is lost, and the time grows with the length only.
 TEST(BtReadTaggedValue, TakesHugeTexts) {
-  const std::size_t n = 1000000;
+  const std::size_t n = 200000;
   const auto repeated = [](const char* text) {
     std::string all;
     for (std::size_t i = 0; i < n; ++i) all += text;
@@ -157,7 +121,7 @@ TEST(BtReadTaggedValue, TakesHugeTexts) {
 template <auto read, class Value>
 std::string Front(BtStr* str) {
   Value value = {};
-  return read(str, &value) ? testing::PrintToString(value) : TakeError();
+  return read(str, &value) ? testing::PrintToString(value) : TakeMessages();
 }
 constexpr bool (*kReadInt)(BtStr*, int*) = BtReadInt;
 constexpr bool (*kReadFloat)(BtStr*, float*) = BtReadFloat;
@@ -187,9 +151,9 @@ const struct {
      {{"'\"' expected.", {"a\""}}, {"No closing '\"' found.", {"\"a", "\""}}}},
     {Front<BtReadVector3, std::array<float, 3>>,
      {{"1 +2 -3.5 4", "{ 1, 2, -3.5 }", " 4"}},
-     {{"Invalid X component < No value given.", {""}},
-      {"Invalid Y component < Invalid floating point value.", {"1 y"}},
-      {"Invalid Z component < No value given.", {"1 2"}}}},
+     {{"Invalid X component\nNo value given.", {""}},
+      {"Invalid Y component\nInvalid floating point value.", {"1 y"}},
+      {"Invalid Z component\nNo value given.", {"1 2"}}}},
     {Front<BtReadTimecodeRate, double>,
      {{" 25 x", "25", " x"}},
      {{"Unsupported timecode rate.", {"31", "25x", ""}}}}};
@@ -211,7 +175,7 @@ TEST(BtTokenReaders, ConsumeWhatTheyReadAndNothingOnFailure) {
   }
   BtStr str(" , =>a");
   EXPECT_FALSE(BtSkipChar(&str, ';') || BtSkipExpectedStr(&str, "=>"));
-  EXPECT_EQ(TakeError(), "'=>' expected. < ';' expected.");
+  EXPECT_EQ(TakeMessages(), "'=>' expected.\n';' expected.");
   EXPECT_TRUE(BtSkipChar(&str, ',') && BtSkipExpectedStr(&str, "=>"));
   EXPECT_EQ(str, "a");
 }

@@ -3,7 +3,7 @@
 #include <istream>
 #include <string>
 
-#include "deathcases.h"
+#include "Bt/deathcases.h"
 
 namespace {
 

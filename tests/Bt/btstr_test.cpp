@@ -2,14 +2,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <functional>
+#include <istream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <utility>
 
 #include "Bt/deathcases.h"
+#include "Bt/piecesbuf.h"
 
 namespace {
 
@@ -152,33 +152,10 @@ TEST(BtStr, TruthValues) {
   for (const char* text : {"", "2", "y", "TRUE ", "yess"}) EXPECT_EQ(value_of(text), '?') << text;
 }
 
-// Gives one character at a time and never has a get area, as a synchronized standard input.
-class UnbufferedBuf : public std::streambuf {
- public:
-  explicit UnbufferedBuf(std::string text) : _text(std::move(text)) {}
-
- protected:
-  int_type underflow() override {
-    return _at < _text.size() ? traits_type::to_int_type(_text[_at]) : traits_type::eof();
-  }
-  int_type uflow() override {
-    const int_type c = underflow();
-    if (c != traits_type::eof()) ++_at;
-    return c;
-  }
-
- private:
-  std::string _text;
-  std::size_t _at = 0;
-};
-
 TEST(BtStr, ScansLines) {
-  const std::string text = "first\n\n  third\nlast";
-  std::stringbuf buffered(text);
-  UnbufferedBuf unbuffered(text);
-  for (std::streambuf* buf :
-       {static_cast<std::streambuf*>(&buffered), static_cast<std::streambuf*>(&unbuffered)}) {
-    std::istream is(buf);
+  for (const std::size_t step : {0U, 3U, 100U}) {
+    PiecesBuf buf("first\n\n  third\nlast", 0, step);
+    std::istream is(&buf);
     BtStr line;
     for (const char* expected : {"first", "", "  third", "last"}) {
       ASSERT_TRUE(is.good());

@@ -4,6 +4,7 @@
 #include <libdeflate.h>
 
 #include <cstring>
+#include <map>
 #include <stdexcept>
 
 namespace {
@@ -88,43 +89,34 @@ class Parser {
   }
 
   FbxValue value() {
+    static const std::map<char, void (Parser::*)(FbxValue*)> kTypes = {
+        {'C', &Parser::integer<std::uint8_t>},
+        {'I', &Parser::integer<std::int32_t>},
+        {'L', &Parser::integer<std::int64_t>},
+        {'D', &Parser::real},
+        {'S', &Parser::text},
+        {'R', &Parser::text},
+        {'i', &Parser::array<std::int32_t>},
+        {'l', &Parser::array<std::int64_t>},
+        {'f', &Parser::array<float>},
+        {'d', &Parser::array<double>}};
     FbxValue value;
     value.code = take(1)[0];
-    switch (value.code) {
-      case 'C':
-        value.integer = number<std::uint8_t>();
-        break;
-      case 'I':
-        value.integer = number<std::int32_t>();
-        break;
-      case 'L':
-        value.integer = number<std::int64_t>();
-        break;
-      case 'D':
-        value.number = number<double>();
-        return value;
-      case 'S':
-      case 'R':
-        value.bytes = take(number<std::uint32_t>());
-        break;
-      case 'i':
-        array<std::int32_t>(&value);
-        break;
-      case 'd':
-        array<double>(&value);
-        break;
-      case 'f':
-        array<float>(&value);
-        break;
-      case 'l':
-        array<std::int64_t>(&value);
-        break;
-      default:
-        expect(false, std::string("value type ") + value.code);
-    }
-    value.number = static_cast<double>(value.integer);
+    const auto type = kTypes.find(value.code);
+    expect(type != kTypes.end(), std::string("value type ") + value.code);
+    (this->*type->second)(&value);
     return value;
   }
+
+  template <class T>
+  void integer(FbxValue* value) {
+    value->integer = number<T>();
+    value->number = static_cast<double>(value->integer);
+  }
+
+  void real(FbxValue* value) { value->number = number<double>(); }
+
+  void text(FbxValue* value) { value->bytes = take(number<std::uint32_t>()); }
 
   template <class T>
   void array(FbxValue* value) {

@@ -2,11 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <sstream>
-
 #include "btexcept.h"
 #include "kfbxdeformer.h"
 #include "kfbxdocumentinfo.h"
@@ -17,8 +12,6 @@
 #include "kfbxskeleton.h"
 #include "kfbxsurfacephong.h"
 #include "kfbxtexture.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -119,30 +112,6 @@ ManagerPtr NewManager() {
   return {KFbxSdkManager::Create(), [](KFbxSdkManager* manager) { manager->Destroy(); }};
 }
 
-TestFolder::TestFolder() {
-  std::string name = (fs::temp_directory_path() / "kestrix-fbx-XXXXXX").string();
-  _folder = mkdtemp(name.data());
-}
-
-TestFolder::~TestFolder() {
-  std::error_code ignored;
-  fs::remove_all(_folder, ignored);
-}
-
-int TestFolder::entries() const {
-  return static_cast<int>(std::distance(fs::directory_iterator(_folder), {}));
-}
-
-void WriteFile(const std::string& path, const std::string& content) {
-  std::ofstream(path, std::ios::binary) << content;
-}
-
-std::string ReadFile(const std::string& path) {
-  std::ostringstream content;
-  content << std::ifstream(path, std::ios::binary).rdbuf();
-  return content.str();
-}
-
 TestScene::TestScene(const std::string& picture)
     : manager(NewManager()), scene(KFbxScene::Create(manager.get(), "")) {
   KFbxDocumentInfo* info = KFbxDocumentInfo::Create(manager.get(), "SceneInfo");
@@ -172,6 +141,17 @@ bool Save(KFbxScene* scene, const std::string& path, int format) {
   return saved;
 }
 
+std::string SavedBytes(KFbxScene* scene, int format) {
+  std::string bytes = "older";
+  KFbxExporter* exporter = KFbxExporter::Create(scene, "");
+  exporter->GetIOSettings()->SetBoolProp(EXP_FBX_EMBEDDED, true);
+  EXPECT_TRUE(exporter->Initialize("memory", format));
+  const bool exported = exporter->Export(scene, &bytes);
+  EXPECT_EQ(bytes.empty(), !exported);
+  exporter->Destroy();
+  return bytes;
+}
+
 BtStr TakeMessage() {
   if (!theExceptObj.hasException()) return "";
   BtStr message = theExceptObj.exception().message();
@@ -180,9 +160,9 @@ BtStr TakeMessage() {
 }
 
 FbxFile Exported(KFbxScene* scene, int format) {
-  const TestFolder folder;
-  EXPECT_TRUE(Save(scene, folder.path("a.fbx"), format));
-  FbxFile file = ParseFbx(ReadFile(folder.path("a.fbx")));
+  FbxFile file = ParseFbx(SavedBytes(scene, format));
+  EXPECT_FALSE(BtError());
+  theExceptObj.clear();
   EXPECT_EQ(file.fault, "");
   return file;
 }

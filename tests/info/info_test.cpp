@@ -188,7 +188,7 @@ TEST(Info, TakesChainsThatAreDeep) {
   EXPECT_EQ(InfoOf({model})["model"]["bodies"][kDepth - 1]["depth"], kDepth - 1);
   EXPECT_EQ(RunTool({"info", model}).status, 0);
   EXPECT_EQ(RunTool({"picture", model, "-o", folder.path("deep.svg")}).status, 0);
-  EXPECT_LT(ReadFile(folder.path("deep.svg")).size(), 10000000U);
+  EXPECT_LT(folder.read("deep.svg").size(), 10000000U);
 }
 
 }  // namespace

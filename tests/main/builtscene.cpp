@@ -8,9 +8,6 @@
 #include "btexcept.h"
 #include "scene.h"
 
-const char* const kEmptyDof = "Zov Graphic Mapping File\nv1.0\n0\n0\n";
-const char* const kHeader = "Zov Graphic Model File\nv1.30\n";
-
 BuiltScene::BuiltScene(const std::string& model_text, const std::string& dof_text,
                        bool mesh_per_body, float scale_factor, const std::string& directory)
     : manager(KFbxSdkManager::Create(), DestroySdk) {

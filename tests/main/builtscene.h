@@ -26,9 +26,9 @@ struct BuiltScene {
 };
 
 // A mapping of no body, and one that maps body 1 with this order line.
-extern const char* const kEmptyDof;
+inline const std::string kEmptyDof = "Zov Graphic Mapping File\nv1.0\n0\n0\n";
 std::string DofWithOrder(const std::string& order);
 
-// The two header lines and a body record without rotation.
-extern const char* const kHeader;
+// The two header lines, and a body record.
+inline const std::string kHeader = "Zov Graphic Model File\nv1.30\n";
 std::string BodyAt(int id, const std::string& name, int parent, const std::string& rows);

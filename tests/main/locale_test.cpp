@@ -21,26 +21,29 @@
 
 namespace {
 
-// A conversion of the sample, in all forms of text and FBX.
-std::vector<std::string> WriteAll(const TestFolder& folder, const std::string& sample) {
+// Conversions of samples, in all forms of text and FBX.
+std::vector<std::string> WriteAll() {
   std::vector<std::string> files;
   const auto print = [&files](const auto& printable) {
     std::ostringstream os;
     printable.printOn(os);
     files.push_back(os.str());
   };
-  const BuiltScene built(ReadFile(Sample(sample + ".mdl")), ReadFile(Sample(sample + ".dof")),
-                         false, 2.54F, KESTRIX_SAMPLES);
-  print(built.model_data);
-  print(built.mapping);
-  BaModel model;
-  model.read(Sample(sample + ".mdl").c_str());
-  print(model);
-  for (const char* version : {"FBX201100", "FBX201000"}) {
-    for (const bool ascii : {false, true}) {
-      const std::string file = folder.path("written");
-      EXPECT_TRUE(SaveScene(built.manager.get(), built.scene, file.c_str(), ascii, true, version));
-      files.push_back(ReadFile(file));
+  const TestFolder folder;
+  for (const std::string sample : {"fox", "robot"}) {
+    const BuiltScene built(ReadFile(Sample(sample + ".mdl")), ReadFile(Sample(sample + ".dof")),
+                           false, 2.54F, KESTRIX_SAMPLES);
+    BaModel model;
+    model.read(Sample(sample + ".mdl").c_str());
+    print(model);
+    print(built.model_data);
+    print(built.mapping);
+    for (const char* version : {"FBX201100", "FBX201000"}) {
+      for (const bool ascii : {false, true}) {
+        const BtStr file = folder.path("written").c_str();
+        EXPECT_TRUE(SaveScene(built.manager.get(), built.scene, file, ascii, true, version));
+        files.push_back(folder.read("written"));
+      }
     }
   }
   EXPECT_FALSE(BtReportError());
@@ -65,28 +68,22 @@ bool ReadsAsTen(const char* text) {
 }
 
 TEST(Locale, DoesNotChangeWhatIsReadOrWritten) {
-  const TestFolder folder;
+  const std::vector<std::string> expected = WriteAll();
   setenv("LOCPATH", KESTRIX_LOCALES, 1);
-  for (const std::string sample : {"fox", "robot"}) {
-    const std::vector<std::string> expected = WriteAll(folder, sample);
-    const std::locale before = Use("de_DE.UTF-8");
-    std::ostringstream proof;
-    proof << 1234.5;
-    EXPECT_EQ(proof.str(), "1.234,5");
-    EXPECT_STREQ(std::localeconv()->decimal_point, ",");
-    const std::vector<std::string> found = WriteAll(folder, sample);
-    EXPECT_TRUE(ReadsAsTen("9.95"));
-    EXPECT_FALSE(ReadsAsTen("9.95e999")) << "too large, although there is a 9 before the comma";
-    float number = 0;
-    EXPECT_TRUE(BtStr("-9.5").floatValue(&number));
-    Use(before.name().c_str());
-    ASSERT_EQ(found.size(), expected.size());
-    for (std::size_t i = 0; i < found.size(); ++i) {
-      EXPECT_GT(found[i].size(), 100U);
-      EXPECT_TRUE(found[i] == expected[i]) << sample << " " << i;
-    }
-  }
+  const std::locale before = Use("de_DE.UTF-8");
   unsetenv("LOCPATH");
+  std::ostringstream proof;
+  proof << 1234.5;
+  EXPECT_EQ(proof.str(), "1.234,5");
+  EXPECT_STREQ(std::localeconv()->decimal_point, ",");
+  const std::vector<std::string> found = WriteAll();
+  EXPECT_TRUE(ReadsAsTen("9.95"));
+  EXPECT_FALSE(ReadsAsTen("9.95e999")) << "too large, although there is a 9 before the comma";
+  float number = 0;
+  EXPECT_TRUE(BtStr("-9.5").floatValue(&number));
+  Use(before.name().c_str());
+  ASSERT_EQ(found.size(), expected.size());
+  for (std::size_t i = 0; i < found.size(); ++i) EXPECT_TRUE(found[i] == expected[i]) << i;
 }
 
 }  // namespace

@@ -21,9 +21,9 @@ Faces RandomFaces(unsigned seed, double size) {
   faces.parts = {{0, nullptr, 0}, {1, nullptr, 300}};
   faces.points = {-size / 2, -size / 2, -size / 2, size / 2, size / 2, size / 2};
   while (faces.points.size() < std::size_t{1800}) {
-    const std::size_t twin = random() % 2 == 0 ? faces.points.size() : random() % 100;
+    const std::size_t twin = random() % 100;
+    const bool near = random() % 2 == 0 && 3 * twin < faces.points.size();
     for (std::size_t k = 0; k < 3; ++k) {
-      const bool near = 3 * twin < faces.points.size();
       faces.points.push_back(near ? faces.points[3 * twin + k] + pick(4 * reach) : pick(size));
     }
   }

@@ -10,7 +10,7 @@ namespace {
 TEST(Picture, IsFoundByTheNamesThatPeopleWrite) {
   const TestFolder folder;
   for (const char* name : {"skin.png", "maps/skin two.png", "odd\\name.png", "maps/ü.png"}) {
-    (void)folder.write(name, "x");
+    folder.write(name, "x");
   }
   const std::string absolute = folder.path("skin.png");
   const struct {
@@ -32,7 +32,7 @@ TEST(Picture, IsFoundByTheNamesThatPeopleWrite) {
       {"", ""},
   };
   for (const auto& c : cases) {
-    const BtStr found = FindPicture(folder.path("").c_str(), c.name.c_str());
+    const BtStr found = FindPicture(folder.path().c_str(), c.name.c_str());
     if (c.found.empty()) {
       EXPECT_TRUE(found.isNull()) << c.name;
     } else {

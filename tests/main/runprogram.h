@@ -1,4 +1,4 @@
-// Runs the program as a user would, and gives tests a folder of their own.
+// Runs the program as a user would.
 #pragma once
 
 #include <sys/types.h>
@@ -7,29 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "support/testfolder.h"
+
 struct RunResult {
   int status = -1;  // exit status; 128 + signal number where a signal ended the program
   std::string out;
   std::string err;
-};
-
-// A fresh folder that is removed with the object.
-class TestFolder {
- public:
-  TestFolder();
-  ~TestFolder();
-  TestFolder(const TestFolder&) = delete;
-  TestFolder& operator=(const TestFolder&) = delete;
-
-  // The path of a file in the folder, and a new file with this text.
-  [[nodiscard]] std::string path(const std::string& name) const;
-  [[nodiscard]] std::string write(const std::string& name, const std::string& text) const;
-  [[nodiscard]] bool has(const std::string& name) const;
-  // Names of all files in the folder, sorted.
-  [[nodiscard]] std::vector<std::string> names() const;
-
- private:
-  std::filesystem::path _folder;
 };
 
 // The program under test, started with these arguments, in `directory` when one is given.
@@ -58,5 +41,10 @@ inline RunResult RunKestrix(const std::vector<std::string>& arguments,
   return StartedKestrix(arguments, directory).wait();
 }
 
-std::string ReadFile(const std::filesystem::path& path);
-std::string Sample(const std::string& name);  // path of a bundled sample
+// The path of a bundled sample.
+inline std::string Sample(const std::string& name) {
+  return (std::filesystem::path(KESTRIX_SAMPLES) / name).string();
+}
+
+// What stands in the place of an output before a run that must not touch it.
+inline const std::string kOlder = "what an earlier run wrote";

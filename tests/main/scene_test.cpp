@@ -2,12 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <utility>
 
 #include "builtscene.h"
 #include "kfbxdeformer.h"
 #include "kfbxdocumentinfo.h"
 #include "kfbxpose.h"
 #include "kfbxskeleton.h"
+#include "kfbxsurfacephong.h"
 
 namespace {
 
@@ -45,9 +47,9 @@ std::vector<std::string> MeshNodes(KFbxNode* node) {
 }
 
 TEST(Scene, PlacesBodies) {
-  const BuiltScene built(std::string(kHeader) + Body(1, "hip bone", 0, "1 2 3") +
-                             Body(5, "knee", 1, "0 -10 0", kQuarterZ),
-                         kEmptyDof, false, 2.0F);
+  const BuiltScene built(
+      kHeader + Body(1, "hip bone", 0, "1 2 3") + Body(5, "knee", 1, "0 -10 0", kQuarterZ),
+      kEmptyDof, false, 2.0F);
   ExpectNear(built.node("hip_bone")->LclTranslation.Get(), 2, 4, 6);
   ExpectNear(built.node("knee")->GetPreRotation(KFbxNode::eSOURCE_SET), 0, 0, 90);
   ExpectNear(built.node("knee")->LclRotation.Get(), 0, 0, 0);
@@ -79,9 +81,8 @@ TEST(Scene, ReadsRotationOrdersBackwards) {
       {"4 5 6 1 2 3", eEULER_ZYX},
   };
   for (const auto& c : cases) {
-    const BuiltScene built(
-        std::string(kHeader) + Body(1, "a", 0, "0 0 0") + Body(2, "b", 1, "0 0 0"),
-        DofWithOrder(c.order));
+    const BuiltScene built(kHeader + Body(1, "a", 0, "0 0 0") + Body(2, "b", 1, "0 0 0"),
+                           DofWithOrder(c.order));
     EXPECT_EQ(built.node("a")->GetRotationOrder(KFbxNode::eSOURCE_SET), c.expected) << c.order;
     EXPECT_EQ(built.node("b")->GetRotationOrder(KFbxNode::eSOURCE_SET), eEULER_XYZ);
   }
@@ -89,7 +90,7 @@ TEST(Scene, ReadsRotationOrdersBackwards) {
 
 TEST(SceneDeathTest, StopsOnMapsThatDoNotRotateAboutEachAxis) {
   for (const char* order : {"4 4 6 1 2 3", "1 2 3 1 2 3", "4 5 1 2 3 3", "4 5 6 4 5 6"}) {
-    EXPECT_DEATH(BuiltScene(std::string(kHeader) + Body(1, "a", 0, "0 0 0"), DofWithOrder(order)),
+    EXPECT_DEATH(BuiltScene(kHeader + Body(1, "a", 0, "0 0 0"), DofWithOrder(order)),
                  "order_str==\"ZYX\"")
         << order;
   }
@@ -97,10 +98,9 @@ TEST(SceneDeathTest, StopsOnMapsThatDoNotRotateAboutEachAxis) {
 
 TEST(Scene, ChoosesTheBodiesThatGetMeshes) {
   // top <- empty <- leaf, top <- side; a second chain without polygons.
-  const std::string model = std::string(kHeader) + Body(1, "top", 0, "0 0 0") +
-                            Body(2, "empty", 1, "0 0 0") + Body(3, "leaf", 2, "0 0 0") +
-                            Body(4, "side", 1, "0 0 0") + Body(5, "other", 0, "0 0 0") + kMaterial +
-                            Square(3, 0) + Square(4, 5);
+  const std::string model = kHeader + Body(1, "top", 0, "0 0 0") + Body(2, "empty", 1, "0 0 0") +
+                            Body(3, "leaf", 2, "0 0 0") + Body(4, "side", 1, "0 0 0") +
+                            Body(5, "other", 0, "0 0 0") + kMaterial + Square(3, 0) + Square(4, 5);
   const BuiltScene chain(model, kEmptyDof, false);
   EXPECT_EQ(MeshNodes(chain.scene->GetRootNode()), std::vector<std::string>{"top_mesh"});
   EXPECT_EQ(chain.node("top_mesh")->GetParent(), chain.node("top"));
@@ -112,7 +112,7 @@ TEST(Scene, ChoosesTheBodiesThatGetMeshes) {
 }
 
 TEST(Scene, MovesTheGeometryOfAChainIntoItsTopsSpace) {
-  const BuiltScene built(std::string(kHeader) + Body(1, "top", 0, "100 0 0", kQuarterZ) +
+  const BuiltScene built(kHeader + Body(1, "top", 0, "100 0 0", kQuarterZ) +
                              Body(2, "turned", 1, "10 0 0", kQuarterZ) + kMaterial + Square(2, 0),
                          kEmptyDof, false, 3.0F);
   const std::vector<double>& points = built.mesh("top_mesh").GetControlPoints();
@@ -124,7 +124,7 @@ TEST(Scene, MovesTheGeometryOfAChainIntoItsTopsSpace) {
 
 TEST(Scene, SharesNormalsWhereBodiesMeet) {
   // Two squares that meet at a right angle along an edge, each on a body of its own.
-  const std::string model = std::string(kHeader) + Body(1, "flat", 0, "0 0 0") +
+  const std::string model = kHeader + Body(1, "flat", 0, "0 0 0") +
                             Body(2, "wall", 1, "1 0 0", "0 0 -1  0 1 0  1 0 0 ") + kMaterial +
                             Square(1, 0) + Square(2, 0);
   const double r = std::sqrt(0.5);
@@ -146,7 +146,7 @@ TEST(Scene, SharesNormalsWhereBodiesMeet) {
 
 TEST(Scene, MakesTrianglesOfStripsAndDropsWhatIsNoFace) {
   const BuiltScene built(
-      std::string(kHeader) + Body(1, "a", 0, "0 0 0") + kMaterial +
+      kHeader + Body(1, "a", 0, "0 0 0") + kMaterial +
           // The fourth corner is at the place of the second: the second triangle repeats a vertex.
           "T 1 1 5  0 0 0 0 -1  0 1 0 0 -1  0 0 1 0 -1  0 1 0 0 -1  0 1 1 0 -1\n"
           "t 1 1 4  0 0 0 5 0 0 -1  1 0 0 6 0 0 -1  0 1 0 5 1 0 -1  1 1 0 6 1 0 -1\n"
@@ -172,10 +172,21 @@ TEST(Scene, MakesTrianglesOfStripsAndDropsWhatIsNoFace) {
             (std::vector<std::int32_t>{0, 1, 2, 2, 1, 3}));
 }
 
+TEST(Scene, MakesMaterialsTransparentByTheirAlpha) {
+  const std::pair<const char*, double> cases[] = {{"1", 0}, {"0.75", 0.25}, {"0", 1}};
+  for (const auto& [alpha, transparency] : cases) {
+    const BuiltScene built(
+        kHeader + Body(1, "a", 0, "0 0 0") + "M 1 m\n7 " + alpha + "\n0\n" + Square(1, 0),
+        kEmptyDof);
+    const KFbxSurfacePhong& material = *built.node("a_mesh")->GetMaterial(0);
+    EXPECT_EQ(material.TransparencyFactor.Get() * material.TransparentColor.Get()[0], transparency);
+  }
+}
+
 TEST(Scene, BindsFlexedVertices) {
   // Weights: toward the parent (effect 2) and toward a named body (effect 3); a sum above 1.
-  const BuiltScene built(std::string(kHeader) + Body(1, "a", 0, "0 0 0") +
-                             Body(2, "b", 1, "1 0 0") + Body(3, "c", 2, "1 0 0") + kMaterial +
+  const BuiltScene built(kHeader + Body(1, "a", 0, "0 0 0") + Body(2, "b", 1, "1 0 0") +
+                             Body(3, "c", 2, "1 0 0") + kMaterial +
                              "F 2 1 3  0 0 0 2 0.25 -1  1 0 0 3 0.5 3 -1  0 1 0 2 1.5 3 0.5 3 -1\n",
                          kEmptyDof);
   const KFbxMesh& mesh = built.mesh("a_mesh");

@@ -20,8 +20,7 @@ function convertExample(folder, model) {
   return {
     bones: bones.map(({ name, parent, eulerOrder, world }) =>
       ({ name, parent, eulerOrder, world: rounded([...world]) })),
-    meshes: meshes.map(({ name, positions, weights }) =>
-      ({ name, positions: positions.map(rounded), weights })),
+    meshes: meshes.map(({ name, positions }) => ({ name, positions: positions.map(rounded) })),
     targets: meshes.map(({ targets }) => targets.map(({ name, offsets }) =>
       ({ name, moved: offsets.filter((offset) => offset.some((value) => value !== 0)) }))),
     materials: [...materials.keys()],

@@ -102,22 +102,6 @@ export function compareTextureCoordinates(facts, wanted) {
   assert.deepEqual(counted(found.map(cell)), counted(wanted.map(cell)));
 }
 
-/** Sums of skin weights over all corners; a mesh without a skin follows the node it hangs under. */
-export function compareWeights(facts, expected) {
-  const { bodies, corners } = expected;
-  // Readers cut quads, and then some of their corners count twice.
-  if (expected.polygons !== expected.triangles_when_fanned) return;
-  const sums = new Map();
-  for (const { parent, positions, weights } of facts.meshes) {
-    for (const [name, sum] of weights ?? [[parent, positions.length]]) {
-      sums.set(name, (sums.get(name) ?? 0) + sum);
-    }
-  }
-  for (const { name, weight_sum_over_corners: wanted } of bodies) {
-    near([sums.get(name) ?? 0], [wanted], corners * tolerance, `weights of ${name}`);
-  }
-}
-
 /** How many positions each slider moves and how far; only documents of version 2.0 have sliders. */
 export function compareSliders(facts, sliders, scale, size) {
   const moved = sliders.map(() => ({ places: new Set(), largest: 0 }));

@@ -80,12 +80,11 @@ export function readWithFbx2gltf(fbx, pose = new Map()) {
     }
     const mesh = {
       name: node.name, parent: nameOf(parents[index]),
-      positions: [], materialOf: [], normals: [], coordinates: [], targets: [], weights: null,
+      positions: [], materialOf: [], normals: [], coordinates: [], targets: [],
     };
     const skin = gltf.skins?.[node.skin];
     const inverses = skin && list(skin.inverseBindMatrices).map((m) => new Matrix4().fromArray(m));
     const joints = skin?.joints.map((joint, i) => world[joint].clone().multiply(inverses[i]));
-    if (skin) mesh.weights = new Map();
     for (const primitive of gltf.meshes[node.mesh].primitives) {
       const { attributes, indices, material, targets = [] } = primitive;
       const position = list(attributes.POSITION);
@@ -107,10 +106,8 @@ export function readWithFbx2gltf(fbx, pose = new Map()) {
         const placed = new Vector3();
         if (skin) {
           bones[corner].forEach((bone, i) => {
-            const weight = weights[corner][i];
-            placed.addScaledVector(point.clone().applyMatrix4(joints[bone]), weight);
-            const name = nodes[skin.joints[bone]].name;
-            mesh.weights.set(name, (mesh.weights.get(name) ?? 0) + weight);
+            const followed = point.clone().applyMatrix4(joints[bone]);
+            placed.addScaledVector(followed, weights[corner][i]);
           });
         } else {
           placed.copy(point).applyMatrix4(world[index]);

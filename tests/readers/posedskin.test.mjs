@@ -1,4 +1,4 @@
-// Skins in motion: some bodies are turned in the reader, and every corner must be where linear
+// Skins in motion: every body is turned in the reader, and every corner must be where linear
 // blending of the model's own weights and transforms puts it.
 import assert from 'node:assert/strict';
 import { join } from 'node:path';
@@ -11,7 +11,6 @@ import { convert, samples } from './program.mjs';
 import { readWithThree } from './threereader.mjs';
 
 const tolerance = 1e-4;  // of the size of the character
-const bodiesPerTurn = 3;  // every third body is turned
 
 const turnOf = (i) => new Quaternion().setFromEuler(new Euler(0.3 + 0.02 * i, -0.25, 0.35));
 
@@ -77,8 +76,7 @@ for (const { name, models } of characters) {
   const legacy = join(samples, `${name}.mdl`);
   const bodies = readBodies(legacy);
   const corners = readCorners(legacy);
-  const turned = bodies.filter((_, i) => i % bodiesPerTurn === 1);
-  const pose = new Map(turned.map((body, i) => [body.name, turnOf(i)]));
+  const pose = new Map(bodies.map((body, i) => [body.name, turnOf(i)]));
 
   for (const { options, scale = 2.54, old = false } of ways) {
     const wanted = blend(bodies, corners, pose, scale);

@@ -63,7 +63,6 @@ for (const { name, model, corners = `${name}.mdl`, sliders = false } of characte
           normals: () => facts.compareNormals(found),
           materials: () => facts.compareMaterials(found, expected, readPicture),
           'texture coordinates': () => facts.compareTextureCoordinates(found, coordinates),
-          skin: () => facts.compareWeights(found, expected),
           ...(sliders && {
             sliders: () => facts.compareSliders(found, expected.sliders, scale, size),
           }),

@@ -57,19 +57,7 @@ function trianglesOf(mesh) {
     coordinates: list(attributes.uv),
     targets: (morphAttributes.position ?? []).map((target) =>
       ({ name: target.name, offsets: list(target) })),
-    weights: weightsOf(mesh, list(attributes.skinIndex), list(attributes.skinWeight)),
   };
-}
-
-/** Body name -> sum of its weights over all corners; null for a mesh without a skin. */
-function weightsOf(mesh, indices, weights) {
-  if (!mesh.isSkinnedMesh) return null;
-  const sums = new Map();
-  indices.forEach((bones, corner) => bones.forEach((bone, i) => {
-    const name = nameOf(mesh.skeleton.bones[bone]);
-    sums.set(name, (sums.get(name) ?? 0) + weights[corner][i]);
-  }));
-  return sums;
 }
 
 /** `pose` turns the bones of these names by quaternions, in their own axes. */

@@ -61,6 +61,7 @@ bool KFbxExporter::Export(KFbxScene* scene) { return _export(scene, nullptr); }
 
 bool KFbxExporter::Export(KFbxScene* scene, std::string* bytes) {
   BtAssert(bytes);
+  bytes->clear();
   return _export(scene, bytes);
 }
 
