@@ -35,13 +35,3 @@ if(KESTRIX_SANITIZE)
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KESTRIX_SANITIZE})
 endif()
-
-# In builds with sanitizers, which take twice as long, the standard headers are compiled once for a
-# target, not once for each file. Other builds show which headers a file has forgotten.
-function(kestrix_precompile name)
-  if(KESTRIX_SANITIZE)
-    target_precompile_headers(${name} PRIVATE
-      <algorithm> <filesystem> <fstream> <functional> <iostream> <map> <memory> <sstream> <string>
-      <unordered_map> <vector> ${ARGN})
-  endif()
-endfunction()

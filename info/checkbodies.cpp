@@ -241,9 +241,9 @@ void CheckNotConverted(const CheckInput& input, Findings* findings) {
   findings->add(Kind("not-converted"), {"model", input.model_file, {}}, text, total);
 }
 
-constexpr CheckRule kRules[] = {CheckTransforms, CheckWeights, CheckPolygons,
-                                CheckIds,        CheckUnits,   CheckNotConverted};
+constexpr CheckRule kBodyRules[] = {CheckTransforms, CheckWeights, CheckPolygons,
+                                    CheckIds,        CheckUnits,   CheckNotConverted};
 
 }  // namespace
 
-std::span<const CheckRule> BodyRules() { return kRules; }
+std::span<const CheckRule> BodyRules() { return kBodyRules; }

@@ -41,7 +41,7 @@ void PrintFindings(const Findings& findings, bool readable, std::ostream& os) {
      << (readable ? "" : "; what could not be read was not checked") << "\n";
 }
 
-Json ToJson(const Findings& findings) {
+Json JsonOfFindings(const Findings& findings) {
   Json list = Json::array();
   for (const Finding& finding : findings.list()) {
     list.push_back(
@@ -104,7 +104,7 @@ int RunCheck(const Arguments& arguments) {
   answer["counts"] = {{"error", errors},
                       {"warning", findings.count(Severity::Warning)},
                       {"note", findings.count(Severity::Note)}};
-  answer["findings"] = ToJson(findings);
+  answer["findings"] = JsonOfFindings(findings);
   PrintJson(answer, std::cout);
   return status;
 }

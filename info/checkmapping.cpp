@@ -86,8 +86,9 @@ void CheckTextureMaps(const CheckInput& input, Findings* findings) {
   }
 }
 
-constexpr CheckRule kRules[] = {CheckBodyMaps, CheckVariables, CheckSliders, CheckTextureMaps};
+constexpr CheckRule kMappingRules[] = {CheckBodyMaps, CheckVariables, CheckSliders,
+                                       CheckTextureMaps};
 
 }  // namespace
 
-std::span<const CheckRule> MappingRules() { return kRules; }
+std::span<const CheckRule> MappingRules() { return kMappingRules; }

@@ -116,8 +116,8 @@ void CheckMaterials(const CheckInput& input, Findings* findings) {
   }
 }
 
-constexpr CheckRule kRules[] = {CheckNames, CheckMaterials};
+constexpr CheckRule kMaterialRules[] = {CheckNames, CheckMaterials};
 
 }  // namespace
 
-std::span<const CheckRule> MaterialRules() { return kRules; }
+std::span<const CheckRule> MaterialRules() { return kMaterialRules; }

@@ -24,9 +24,9 @@ struct Object {
   std::vector<std::size_t> children;  // in the order of their connections
 };
 
-class Gatherer {
+class FileGatherer {
  public:
-  Gatherer(const FbxRecordFile& records, FbxFacts* facts) : _file(records), _facts(facts) {}
+  FileGatherer(const FbxRecordFile& records, FbxFacts* facts) : _file(records), _facts(facts) {}
   bool gather();
 
  private:
@@ -58,7 +58,7 @@ class Gatherer {
 
 std::string_view NameOf(std::string_view text) { return text.substr(0, text.find('\0')); }
 
-bool Gatherer::gather() {
+bool FileGatherer::gather() {
   _facts->version = _file.version();
   _gatherHeader();
   _gatherObjects();
@@ -79,11 +79,11 @@ bool Gatherer::gather() {
   return true;
 }
 
-std::string Gatherer::_keyOf(const FbxReadValue& value) const {
+std::string FileGatherer::_keyOf(const FbxReadValue& value) const {
   return _hasIds() ? std::to_string(value.integer) : std::string(value.bytes);
 }
 
-void Gatherer::_gatherHeader() {
+void FileGatherer::_gatherHeader() {
   _facts->creator = _textOf(kNone, "Creator");
   _facts->created = _textOf(kNone, "CreationTime");
   const std::size_t header = _file.child(kNone, "FBXHeaderExtension");
@@ -93,7 +93,7 @@ void Gatherer::_gatherHeader() {
   }
 }
 
-void Gatherer::_gatherSceneInfo(std::size_t scene_info) {
+void FileGatherer::_gatherSceneInfo(std::size_t scene_info) {
   const std::size_t data = _file.child(scene_info, "MetaData");
   if (data == kNone) return;
   for (const char* name : {"Title", "Subject", "Author", "Keywords", "Revision", "Comment"}) {
@@ -102,7 +102,7 @@ void Gatherer::_gatherSceneInfo(std::size_t scene_info) {
   }
 }
 
-void Gatherer::_gatherObjects() {
+void FileGatherer::_gatherObjects() {
   const std::size_t objects = _file.child(kNone, "Objects");
   if (objects == kNone) return;
   _file.forEachChild(objects, [this](std::size_t i) {
@@ -122,7 +122,7 @@ void Gatherer::_gatherObjects() {
 }
 
 // Each object keeps the first parent that it is connected to, so what comes out is a tree.
-void Gatherer::_connect() {
+void FileGatherer::_connect() {
   const std::size_t connections = _file.child(kNone, "Connections");
   if (connections == kNone) return;
   _file.forEachChild(connections, [this](std::size_t i) {
@@ -137,7 +137,7 @@ void Gatherer::_connect() {
   });
 }
 
-void Gatherer::_gatherNodes() {
+void FileGatherer::_gatherNodes() {
   struct Waiting {
     std::size_t object;
     int parent;
@@ -162,7 +162,7 @@ void Gatherer::_gatherNodes() {
   }
 }
 
-void Gatherer::_gatherNode(std::size_t object, int parent, int depth) {
+void FileGatherer::_gatherNode(std::size_t object, int parent, int depth) {
   constexpr const char* kOrders[] = {"XYZ", "XZY", "YZX", "YXZ", "ZXY", "ZYX"};
   const std::size_t record = _objects[object].record;
   FbxNodeFacts node;
@@ -178,7 +178,7 @@ void Gatherer::_gatherNode(std::size_t object, int parent, int depth) {
   _facts->nodes.push_back(std::move(node));
 }
 
-bool Gatherer::_gatherMesh(const Object& model) {
+bool FileGatherer::_gatherMesh(const Object& model) {
   FbxMeshFacts mesh;
   mesh.name = model.name;
   const Object* geometry = &model;  // of the older family, which keeps it in the node
@@ -205,7 +205,7 @@ bool Gatherer::_gatherMesh(const Object& model) {
   return true;
 }
 
-void Gatherer::_gatherDeformers(const Object& owner, FbxMeshFacts* mesh) const {
+void FileGatherer::_gatherDeformers(const Object& owner, FbxMeshFacts* mesh) const {
   for (const std::size_t i : owner.children) {
     if (_objects[i].class_name != "Deformer") continue;
     for (const std::size_t k : _objects[i].children) {
@@ -219,7 +219,7 @@ void Gatherer::_gatherDeformers(const Object& owner, FbxMeshFacts* mesh) const {
   }
 }
 
-void Gatherer::_gatherMaterial(const Object& object) {
+void FileGatherer::_gatherMaterial(const Object& object) {
   FbxMaterialFacts material;
   material.name = object.name;
   for (const char* name : {"EmissiveColor", "AmbientColor", "DiffuseColor", "SpecularColor",
@@ -230,7 +230,7 @@ void Gatherer::_gatherMaterial(const Object& object) {
   _facts->materials.push_back(std::move(material));
 }
 
-void Gatherer::_gatherTexture(const Object& object) {
+void FileGatherer::_gatherTexture(const Object& object) {
   FbxTextureFacts texture;
   texture.name = object.name;
   texture.file = _textOf(object.record, "FileName");
@@ -239,7 +239,7 @@ void Gatherer::_gatherTexture(const Object& object) {
   _facts->textures.push_back(std::move(texture));
 }
 
-void Gatherer::_gatherVideo(const Object& object) {
+void FileGatherer::_gatherVideo(const Object& object) {
   FbxVideoFacts video;
   video.name = object.name;
   video.file = _textOf(object.record, "Filename");
@@ -247,7 +247,7 @@ void Gatherer::_gatherVideo(const Object& object) {
   _facts->videos.push_back(std::move(video));
 }
 
-std::vector<double> Gatherer::_property(std::size_t object, std::string_view name) const {
+std::vector<double> FileGatherer::_property(std::size_t object, std::string_view name) const {
   std::vector<double> values;
   std::size_t properties = _file.child(object, "Properties70");
   if (properties == kNone) properties = _file.child(object, "Properties60");
@@ -263,7 +263,7 @@ std::vector<double> Gatherer::_property(std::size_t object, std::string_view nam
   return values;
 }
 
-Point Gatherer::_vector(std::size_t object, std::string_view name) const {
+Point FileGatherer::_vector(std::size_t object, std::string_view name) const {
   const std::vector<double> values = _property(object, name);
   if (values.size() < 3) return {};
   return {values[0], values[1], values[2]};
@@ -294,5 +294,5 @@ bool ReadFbxFacts(const std::string& file, FbxFacts* facts) {
 bool GatherFbxFacts(std::string bytes, FbxFacts* facts) {
   facts->bytes = bytes.size();
   FbxRecordFile records;
-  return records.read(std::move(bytes)) && Gatherer(records, facts).gather();
+  return records.read(std::move(bytes)) && FileGatherer(records, facts).gather();
 }

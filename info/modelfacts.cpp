@@ -18,9 +18,9 @@
 
 namespace {
 
-class Gatherer {
+class ModelGatherer {
  public:
-  Gatherer(const BaModel& model, const BaUnlockedMapping* mapping, ModelFacts* facts)
+  ModelGatherer(const BaModel& model, const BaUnlockedMapping* mapping, ModelFacts* facts)
       : _model(model), _mapping(mapping), _facts(facts), _worlds(WorldTransformsOf(model)) {}
 
   void gather(const BtStr& directory);
@@ -79,14 +79,14 @@ const char* AttributeName(Ba_MatAttr_t kind) {
   return kNames[static_cast<int>(kind)];
 }
 
-void Gatherer::gather(const BtStr& directory) {
+void ModelGatherer::gather(const BtStr& directory) {
   _gatherSettings();
   for (const BaBody* body : BodiesInOrder(_model)) _gatherBody(*body);
   _gatherMaterials(directory);
   _gatherSliders();
 }
 
-void Gatherer::_gatherSettings() {
+void ModelGatherer::_gatherSettings() {
   ModelFacts& facts = *_facts;
   facts.version = std::round(static_cast<double>(_model.version()) * 1e4) / 1e4;
   facts.dialect = facts.version >= 2 ? "document" : "legacy";
@@ -102,7 +102,7 @@ void Gatherer::_gatherSettings() {
   facts.muscles = _model.muscles().count();
 }
 
-void Gatherer::_gatherBody(const BaBody& body) {
+void ModelGatherer::_gatherBody(const BaBody& body) {
   BodyFacts facts;
   facts.id = body.id();
   facts.name = Text(body.name());
@@ -131,7 +131,7 @@ void Gatherer::_gatherBody(const BaBody& body) {
   _facts->bodies.push_back(std::move(facts));
 }
 
-void Gatherer::_gatherFaces(const BaBody& body, BodyFacts* facts) {
+void ModelGatherer::_gatherFaces(const BaBody& body, BodyFacts* facts) {
   ForEachFace(body, [&](const BaVertexElement& element, const std::vector<int>& corners) {
     ++facts->polygons;
     facts->corners += static_cast<int>(corners.size());
@@ -140,7 +140,7 @@ void Gatherer::_gatherFaces(const BaBody& body, BodyFacts* facts) {
 }
 
 // Vertices are counted as a conversion does: corners at one place are one.
-void Gatherer::_gatherVertices(const BaBody& body, BodyFacts* facts) {
+void ModelGatherer::_gatherVertices(const BaBody& body, BodyFacts* facts) {
   const BaModelData_PolySet set(&body);
   const Bt4X4DoubleMat& world = _worlds[body.id()];
   for (const BaMDPoint& p : set.vertices()) {
@@ -156,8 +156,8 @@ void Gatherer::_gatherVertices(const BaBody& body, BodyFacts* facts) {
   for (const auto& vertex : set.effects()) _gatherWeights(*vertex.effects, body, facts);
 }
 
-void Gatherer::_gatherWeights(const BaVertexEffects& effects, const BaBody& body,
-                              BodyFacts* facts) {
+void ModelGatherer::_gatherWeights(const BaVertexEffects& effects, const BaBody& body,
+                                   BodyFacts* facts) {
   double rest = 1;
   for (auto* effect = effects.first(); effect != nullptr; effect = effect->next()) {
     double weight = 0;
@@ -191,7 +191,7 @@ void Gatherer::_gatherWeights(const BaVertexEffects& effects, const BaBody& body
   own.sum += rest;
 }
 
-void Gatherer::_gatherMaterials(const BtStr& directory) {
+void ModelGatherer::_gatherMaterials(const BtStr& directory) {
   std::unordered_map<int, int> bones;
   for (const auto& bone : _model.bones()) ++bones[bone->materialId()];
   for (const auto& material : _model.materials()) {
@@ -214,7 +214,7 @@ void Gatherer::_gatherMaterials(const BtStr& directory) {
   }
 }
 
-void Gatherer::_gatherSliders() {
+void ModelGatherer::_gatherSliders() {
   for (const auto& group : _model.sliderGroups()) {
     SliderGroupFacts facts;
     facts.name = Text(group->name());
@@ -233,6 +233,6 @@ ModelFacts GatherModelFacts(const std::string& file, const BaModel& model,
                             const BaUnlockedMapping* mapping) {
   ModelFacts facts;
   facts.file = file;
-  Gatherer(model, mapping, &facts).gather(BtFileDirectory(file.c_str()));
+  ModelGatherer(model, mapping, &facts).gather(BtFileDirectory(file.c_str()));
   return facts;
 }

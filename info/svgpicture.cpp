@@ -56,7 +56,7 @@ struct Label {
   double y = 0;  // of the text's middle
 };
 
-std::string Number(double value) {
+std::string Rounded(double value) {
   std::array<char, 32> text = {};
   std::snprintf(text.data(), text.size(), "%.1f", value + 0.0);
   std::string number = text.data();
@@ -64,7 +64,7 @@ std::string Number(double value) {
   return number == "-0" ? "0" : number;
 }
 
-std::string Place(const Point2& p) { return Number(p[0]) + " " + Number(p[1]); }
+std::string Place(const Point2& p) { return Rounded(p[0]) + " " + Rounded(p[1]); }
 
 // Text of a name for XML: what is no UTF-8 is taken as Latin-1, and what XML cannot hold as "?".
 std::string Escaped(std::string_view text) {
@@ -232,8 +232,8 @@ void Drawing::_printBones(const View& view, const Point2& origin, std::ostream& 
     for (const Joint& joint : _joints) {
       if (joint.mapped != mapped) continue;
       const Point2 p = place(joint);
-      os << "<circle cx=\"" << Number(p[0]) << "\" cy=\"" << Number(p[1]) << "\" r=\""
-         << Number(kJoint) << "\"/>\n";
+      os << "<circle cx=\"" << Rounded(p[0]) << "\" cy=\"" << Rounded(p[1]) << "\" r=\""
+         << Rounded(kJoint) << "\"/>\n";
     }
     os << "</g>\n";
   }
@@ -257,7 +257,7 @@ void Drawing::_printColumn(std::vector<Label> labels, double x, bool leftward, d
   for (const Label& label : labels) {
     const double edge = leftward ? x - 2 : x + 2;
     os << "<path class=\"leader\" d=\"M" << Place(label.joint) << "L" << Place({x, label.y})
-       << "\"/><text x=\"" << Number(edge) << "\" y=\"" << Number(label.y + 3) << "\""
+       << "\"/><text x=\"" << Rounded(edge) << "\" y=\"" << Rounded(label.y + 3) << "\""
        << (leftward ? " text-anchor=\"end\"" : "") << ">" << Escaped(label.text) << "</text>\n";
   }
 }
@@ -279,15 +279,15 @@ void Drawing::_printLabels(const View& view, const Point2& origin, std::ostream&
   _printColumn({middle, labels.end()}, origin[0] + _widthOf(view) + kMargin, false, top, bottom,
                os);
   if (labels.size() == _joints.size()) return;
-  os << "<text class=\"more\" x=\"" << Number(origin[0]) << "\" y=\"" << Number(bottom + 14)
+  os << "<text class=\"more\" x=\"" << Rounded(origin[0]) << "\" y=\"" << Rounded(bottom + 14)
      << "\">and " << _joints.size() - labels.size() << " more bodies without names</text>\n";
 }
 
 void Drawing::_printView(const View& view, double left, std::ostream& os) const {
   const Point2 origin = {left + _column + kMargin,
                          kHeading + kMargin / 2 + (_height - _heightOf(view)) / 2};
-  os << "<g>\n<text class=\"view\" x=\"" << Number(origin[0] + _widthOf(view) / 2) << "\" y=\"20\">"
-     << view.name << "</text>\n";
+  os << "<g>\n<text class=\"view\" x=\"" << Rounded(origin[0] + _widthOf(view) / 2)
+     << "\" y=\"20\">" << view.name << "</text>\n";
   _printOutline(view, origin, os);
   _printLabels(view, origin, os);
   _printBones(view, origin, os);
@@ -298,8 +298,8 @@ void Drawing::printOn(std::ostream& os) const {
   double width = 0;
   for (const View& view : kViews) width += _widthOf(view) + 2 * (_column + kMargin);
   const double height = kHeading + _height + 3 * kMargin;
-  os << R"(<svg xmlns="http://www.w3.org/2000/svg" width=")" << Number(width) << R"(" height=")"
-     << Number(height) << R"(" viewBox="0 0 )" << Number(width) << " " << Number(height) << R"(">
+  os << R"(<svg xmlns="http://www.w3.org/2000/svg" width=")" << Rounded(width) << R"(" height=")"
+     << Rounded(height) << R"(" viewBox="0 0 )" << Rounded(width) << " " << Rounded(height) << R"(">
 <style>
 text { font: 9px sans-serif; fill: #333 }
 .view { font-size: 14px; text-anchor: middle }

@@ -13,14 +13,14 @@
 
 namespace {
 
-bool Scan(const std::string& text, BaUnlockedMapping* mapping) {
+bool ScanMapping(const std::string& text, BaUnlockedMapping* mapping) {
   std::istringstream is(text);
   return mapping->scanFrom(is, false);
 }
 
 BaUnlockedMapping Read(const std::string& text) {
   BaUnlockedMapping mapping;
-  EXPECT_TRUE(Scan(text, &mapping)) << text << TakePrinted();
+  EXPECT_TRUE(ScanMapping(text, &mapping)) << text << TakePrinted();
   return mapping;
 }
 
@@ -33,7 +33,7 @@ std::string Written(const BaUnlockedMapping& mapping) {
 TEST(BaMapping, FilesThatAreNotReadSayWhy) {
   for (const ErrorCase& c : MappingErrors()) {
     BaUnlockedMapping mapping;
-    EXPECT_FALSE(Scan(c.text, &mapping)) << c.text;
+    EXPECT_FALSE(ScanMapping(c.text, &mapping)) << c.text;
     EXPECT_EQ(TakePrinted(), PrintedError(c.lines)) << c.text;
   }
   std::istringstream failed;
@@ -163,7 +163,7 @@ TEST(BaMapping, CancelEndsReading) {
   for (int body_id = 1; body_id <= 40; ++body_id) records += BodyRecord(body_id, 1);
   theExceptObj.setCancelHook([] { return true; });
   BaUnlockedMapping mapping;
-  EXPECT_FALSE(Scan(MappingText(6, 40, records), &mapping));
+  EXPECT_FALSE(ScanMapping(MappingText(6, 40, records), &mapping));
   theExceptObj.setCancelHook(nullptr);
   EXPECT_EQ(TakePrinted(), PrintedError("Unable to read file.|Canceled."));
 }

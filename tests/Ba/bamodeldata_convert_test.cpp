@@ -7,14 +7,12 @@
 
 namespace {
 
-const std::string kBody = DocumentBody("a", "GLOBAL");
-
 // A triangle of body `body`, with effects.
 std::string Shape(const std::string& body, const std::string& material,
                   const std::string& effects = "", const std::string& polygon = "1 2 3") {
   return DocumentShape(body, material, effects, "POLYGONS {\n" + polygon + "\n}\n");
 }
-std::string Include(const std::string& file, int offset = 0, const std::string& suffix = "") {
+std::string IncludeBlock(const std::string& file, int offset = 0, const std::string& suffix = "") {
   return "INCLUDE {\nFILE_NAME: " + file + "\nBODY_ID_OFFSET: " + std::to_string(offset) +
          "\nBODY_NAME_SUFFIX: " + suffix + "\n}\n";
 }
@@ -31,7 +29,7 @@ std::string BodyTree(const BaModel& model) {
 }
 
 TEST(BaModelDataExtract, BodiesTakeTheirIdsOrFreeOnes) {
-  const Document data(kBody + DocumentBody("b", "a", "ID: 7\n") + DocumentBody("c", "b") +
+  const Document data(kDocumentBody + DocumentBody("b", "a", "ID: 7\n") + DocumentBody("c", "b") +
                       DocumentBody("ReferenceSystemZero", "c", "ID: 3\n") +
                       DocumentBody("d", "ReferenceSystemZero", "ID: 1\n"));
   const ExtractedModel model(data);
@@ -65,19 +63,19 @@ TEST(BaModelDataExtract, EffectsAndTexturesComeBackFromTheModel) {
 }
 
 TEST(BaModelDataExtract, WarnsOfRepeatedPlaces) {
-#define DUPLICATE "W Duplicate vertex coordinates in polygon removed.\n"
+#define SAME_PLACE "W Duplicate vertex coordinates in polygon removed.\n"
   struct {
     const char* polygon;
     const char* messages;
   } cases[] = {
-      {"1 4 2 3", DUPLICATE},
-      {"1 2 3 4", DUPLICATE},
-      {"1 2 4\n1 2 3", "W Degenerate polygon removed\n" DUPLICATE},
-      {"1 2 3\n}\nTEXTURED_POLYGONS {\n1/1 4/1 2/1", "W Degenerate polygon removed.\n" DUPLICATE},
+      {"1 4 2 3", SAME_PLACE},
+      {"1 2 3 4", SAME_PLACE},
+      {"1 2 4\n1 2 3", "W Degenerate polygon removed\n" SAME_PLACE},
+      {"1 2 3\n}\nTEXTURED_POLYGONS {\n1/1 4/1 2/1", "W Degenerate polygon removed.\n" SAME_PLACE},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.polygon);
-    const Document data(kBody + MaterialSection("m") + Shape("a", "m", "", c.polygon));
+    const Document data(kDocumentBody + MaterialSection("m") + Shape("a", "m", "", c.polygon));
     const ExtractedModel model(data);
     EXPECT_EQ(TakeMessages(), c.messages);
     EXPECT_EQ(model.polygons().size() + model.texturedPolygons().size(), 1);
@@ -86,7 +84,7 @@ TEST(BaModelDataExtract, WarnsOfRepeatedPlaces) {
 
 // What files cannot do, callers can.
 TEST(BaModelDataExtract, BrokenDocumentsAreRefused) {
-  const Document data(kBody + MaterialSection("m") + Shape("a", "m"));
+  const Document data(kDocumentBody + MaterialSection("m") + Shape("a", "m"));
   BaMDGeometry& geometry = *data.geometries()[0];
   const auto expect_error = [&data](const char* message) {
     BaModel model;
@@ -103,7 +101,7 @@ TEST(BaModelDataExtract, BrokenDocumentsAreRefused) {
 
 // And these end the process.
 TEST(BaModelDataExtract, Assertions) {
-  const Document data(kBody);
+  const Document data(kDocumentBody);
   data.bodies()[0]->setParentName("b");
   BaModel model;
   EXPECT_DEATH((void)data.extractTo(&model),
@@ -134,7 +132,7 @@ TEST(BaModelDataEdit, ChangesBodyNamesEverywhere) {
 }
 
 TEST(BaModelDataEdit, UntextureKeepsTheVertices) {
-  const Document data(kBody + MaterialSection("m") +
+  const Document data(kDocumentBody + MaterialSection("m") +
                       Shape("a", "m", "",
                             "1 2 3\n}\nTEXTURED_POLYGONS {\n3/1 2/1 1/1\n}\n"
                             "TEXTURED_TRIANGLE_STRIPS {\n1/1 2/1 3/1 4/1"));
@@ -161,14 +159,14 @@ TEST_F(BaModelDataInclude, MergesModelsOfOtherFolders) {
   const std::string blend =
       "BLEND {\nSLIDER_GROUP: face\nSLIDER_NAME: frown\nVECTORS {\n1 1 1 1\n}\n}\n";
   write("top.mdl", DocumentBody("a", "GLOBAL", "ID: 1\n") + MaterialSection("skin", red) + smile +
-                       Shape("a", "skin") + Include("parts/one.mdl", 10, ".1") +
-                       Include("parts/one.mdl", 20, ".2") + "COMMENT: ok\n");
+                       Shape("a", "skin") + IncludeBlock("parts/one.mdl", 10, ".1") +
+                       IncludeBlock("parts/one.mdl", 20, ".2") + "COMMENT: ok\n");
   write("parts/one.mdl",
         DocumentBody("a", "GLOBAL", "ID: 1\n") + DocumentBody("b", "a", "ID: 2\n") +
             MaterialSection("skin",
                             blue + "TEXTURE {\nNAME: x.png\n}\nTEXTURE {\nNAME: C:\\y.png\n}\n") +
             frown + Shape("b", "skin", "FLEX {\nBODY: a\nWEIGHTS {\n1 2\n}\n}\n" + blend) +
-            Include("../two.mdl", 2, "_in"));
+            IncludeBlock("../two.mdl", 2, "_in"));
   write("two.mdl", DocumentBody("c", "GLOBAL", "ID: 1\n") + MaterialSection("skin", red) +
                        MaterialSection("map", "TEXTURE {\nNAME: y.png\n}\n"));
   BaModelData data;
@@ -208,7 +206,7 @@ TEST_F(BaModelDataInclude, AnglesKeepTheirUnit) {
            angle + " X Y Z\n}\nPARENT_NAME: GLOBAL\n}\n";
   };
   write("top.mdl",
-        "UNITS {\nANGLE: 0.5 RADIANS\n}\n" + body("a", "1.5707963") + Include("sub.mdl", 5));
+        "UNITS {\nANGLE: 0.5 RADIANS\n}\n" + body("a", "1.5707963") + IncludeBlock("sub.mdl", 5));
   write("sub.mdl", "UNITS {\nANGLE: 10 DEGREES\n}\n" + body("b", "4.5"));
   BaModelData data;
   ASSERT_TRUE(data.read("top.mdl")) << TakeMessages();
@@ -224,9 +222,9 @@ TEST_F(BaModelDataInclude, ErrorsNameTheFiles) {
   const std::string a = DocumentBody("a", "GLOBAL", "ID: 1\n");
   std::filesystem::create_directory("folder.mdl");
   write("plain.mdl", a);
-  write("self.mdl", a + Include("self.mdl"));
-  write("ping.mdl", Include("folder.mdl/../pong.mdl"));
-  write("pong.mdl", Include("ping.mdl"));
+  write("self.mdl", a + IncludeBlock("self.mdl"));
+  write("ping.mdl", IncludeBlock("folder.mdl/../pong.mdl"));
+  write("pong.mdl", IncludeBlock("ping.mdl"));
   write("bad.mdl", "FOO: 1\n");
   write("metric.mdl", "UNITS {\nLENGTH: 1 METERS\n}\n");
   WorkingFolder::write("old.mdl", kLegacyHeader);
@@ -240,7 +238,7 @@ TEST_F(BaModelDataInclude, ErrorsNameTheFiles) {
 }
 
 TEST_F(BaModelDataInclude, SavedIncludesFollowTheFile) {
-  write("top.mdl", Include("parts/one.mdl", 3, ".x") + Include("/abs/two.mdl"));
+  write("top.mdl", IncludeBlock("parts/one.mdl", 3, ".x") + IncludeBlock("/abs/two.mdl"));
   BaModelData data;
   ASSERT_TRUE(data.read("top.mdl", false)) << TakeMessages();
   for (const auto& [file, name] :

@@ -6,11 +6,9 @@
 
 namespace {
 
-const std::string kBody = DocumentBody("a", "GLOBAL");
-
 // A body with a shape of these lists.
 std::string Group(const std::string& lists) {
-  return kBody + "MATERIAL {\nNAME: m\n}\n" + DocumentShape("a", "m", "", lists);
+  return kDocumentBody + "MATERIAL {\nNAME: m\n}\n" + DocumentShape("a", "m", "", lists);
 }
 
 // What the writer writes, in all of its parts, below the header lines.
@@ -64,7 +62,8 @@ TEST(BaModelDataRead, WrittenDocumentsComeBack) {
 }
 
 TEST(BaModelDataRead, ExternalSectionsAreNotWritten) {
-  const Document data("BODIES: EXTERNAL\nMATERIALS: EXTERNAL\nCOMMENT {\nx {\n}\n}\n" + kBody +
+  const Document data("BODIES: EXTERNAL\nMATERIALS: EXTERNAL\nCOMMENT {\nx {\n}\n}\n" +
+                      kDocumentBody +
                       "GEOMETRY {\nBODY: a\nMATERIAL_GROUP {\nMATERIAL: elsewhere\n}\n}\n");
   EXPECT_EQ(Print(data), kDocumentHeader +
                              "BODIES: EXTERNAL\nMATERIALS: EXTERNAL\nUNITS {\n  LENGTH: 1 INCHES\n"

@@ -12,10 +12,10 @@
 
 namespace {
 
-using Outline = std::vector<std::array<double, 2>>;
+using Points = std::vector<std::array<double, 2>>;
 
 // The outline in a plane that axes u and v span in space.
-BtDArray<BaVertex> InPlane(const Outline& outline, const std::array<double, 3>& u,
+BtDArray<BaVertex> InPlane(const Points& outline, const std::array<double, 3>& u,
                            const std::array<double, 3>& v) {
   BtDArray<BaVertex> corners(static_cast<int>(outline.size()));
   for (std::size_t i = 0; i < outline.size(); ++i) {
@@ -28,21 +28,21 @@ BtDArray<BaVertex> InPlane(const Outline& outline, const std::array<double, 3>& 
   return corners;
 }
 
-double Area(const Outline& outline, const BaTriangle& t) {
+double Area(const Points& outline, const BaTriangle& t) {
   const auto& [ax, ay] = outline[static_cast<std::size_t>(t[0])];
   const auto& [bx, by] = outline[static_cast<std::size_t>(t[1])];
   const auto& [cx, cy] = outline[static_cast<std::size_t>(t[2])];
   return ((bx - ax) * (cy - ay) - (by - ay) * (cx - ax)) / 2;
 }
 
-double Area(const Outline& outline) {
+double Area(const Points& outline) {
   double area = 0;
   for (int i = 2; i < static_cast<int>(outline.size()); ++i) area += Area(outline, {0, i - 1, i});
   return area;
 }
 
 // Triangles of the outline's sense with the outline's area in sum cover it, each place once.
-void ExpectCovered(const Outline& outline, const BtDArray<BaVertex>& corners,
+void ExpectCovered(const Points& outline, const BtDArray<BaVertex>& corners,
                    const std::string& what) {
   const std::vector<BaTriangle> triangles = BaTriangulate(corners);
   EXPECT_EQ(triangles.size(), outline.size() - 2) << what;
@@ -60,8 +60,8 @@ void ExpectCovered(const Outline& outline, const BtDArray<BaVertex>& corners,
   EXPECT_EQ(std::count(uses.begin(), uses.end(), 0), 0) << what;
 }
 
-Outline Comb(int teeth) {
-  Outline comb = {{0, -1}, {static_cast<double>(teeth), -1}};
+Points Comb(int teeth) {
+  Points comb = {{0, -1}, {static_cast<double>(teeth), -1}};
   for (int i = teeth; i > 0; --i) {
     comb.push_back({static_cast<double>(i), 0});
     comb.push_back({i - 0.5, 10});
@@ -70,8 +70,8 @@ Outline Comb(int teeth) {
 }
 
 // A band that winds inwards and comes back beside itself.
-Outline Spiral(int steps) {
-  Outline spiral;
+Points Spiral(int steps) {
+  Points spiral;
   for (const double width : {0.0, 0.4}) {
     for (int i = 0; i < steps; ++i) {
       const double t = 0.1 * (width == 0 ? i : steps - 1 - i);
@@ -82,7 +82,7 @@ Outline Spiral(int steps) {
 }
 
 TEST(BaTriangulate, CoversConcavePolygons) {
-  const std::pair<const char*, Outline> cases[] = {
+  const std::pair<const char*, Points> cases[] = {
       {"triangle", {{0, 0}, {1, 0}, {0, 1}}},
       {"arrow, notch first", {{1, 1}, {0, 4}, {-4, -4}, {4, 0}}},
       {"arrow, notch last", {{0, 4}, {-4, -4}, {4, 0}, {1, 1}}},
@@ -98,7 +98,7 @@ TEST(BaTriangulate, CoversConcavePolygons) {
   const std::array<std::array<double, 3>, 2> planes[] = {
       {{{1, 0, 0}, {0, 1, 0}}}, {{{0, 1, 0}, {0, 0, 1}}}, {{{0.6, 0, 0.8}, {-0.64, 0.6, 0.48}}}};
   for (const auto& [name, outline] : cases) {
-    const Outline reversed(outline.rbegin(), outline.rend());
+    const Points reversed(outline.rbegin(), outline.rend());
     for (const auto& [u, v] : planes) {
       ExpectCovered(outline, InPlane(outline, u, v), name);
       ExpectCovered(reversed, InPlane(reversed, u, v), std::string(name) + " reversed");
@@ -110,7 +110,7 @@ TEST(BaTriangulate, CoversRandomStars) {
   std::mt19937 random(7);
   std::uniform_real_distribution<double> radius(0.2, 1.0);
   for (int n = 4; n < 200; n += 3) {
-    Outline star;
+    Points star;
     for (int i = 0; i < n; ++i) {
       const double r = radius(random);
       star.push_back({r * std::cos(6.2831853 * i / n), r * std::sin(6.2831853 * i / n)});
@@ -123,18 +123,18 @@ TEST(BaTriangulate, CoversRandomStars) {
 TEST(BaTriangulate, CopesWithAnyOutline) {
   std::mt19937 random(11);
   std::uniform_real_distribution<double> place(0, 1);
-  Outline tangle(20000);
+  Points tangle(20000);
   for (auto& point : tangle) point = {place(random), place(random)};
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-  const Outline cases[] = {
+  const Points cases[] = {
       tangle,
-      Outline(5, {2, 2}),
+      Points(5, {2, 2}),
       {{0, 0}, {1, 1}, {2, 2}, {3, 3}},
       {{0, 0}, {1, 1}, {1, 0}, {0, 1}},
       {{0, 0}, {0, 0}, {1, 0}, {1, 1}, {1, 1}},
       {{0, 0}, {kNaN, 0}, {1, 1}, {0, 1}, {2, 2}},
   };
-  for (const Outline& outline : cases) {
+  for (const Points& outline : cases) {
     const auto triangles = BaTriangulate(InPlane(outline, {1, 0, 0}, {0, 1, 0}));
     EXPECT_EQ(triangles.size(), outline.size() - 2);
   }

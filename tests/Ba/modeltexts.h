@@ -46,6 +46,9 @@ inline std::string MaterialSection(const std::string& name, const std::string& c
   return "MATERIAL {\nNAME: " + name + "\n" + content + "}\n";
 }
 
+// A document's only body.
+inline const std::string kDocumentBody = DocumentBody("a", "GLOBAL");
+
 // Reads a file and answers the printed form of what was recorded.
 inline std::string ScanInto(BaModel* model, const std::string& text) {
   std::istringstream is(text);

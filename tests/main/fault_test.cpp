@@ -70,7 +70,7 @@ class Fault : public testing::Test {
 };
 
 class FailingCalls : public Fault {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(KESTRIX_SANITIZED)
   void SetUp() override { GTEST_SKIP() << "sanitizers need heap, space and calls of their own"; }
 #endif
 };

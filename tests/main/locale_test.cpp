@@ -7,7 +7,7 @@
 #include <locale>
 #include <sstream>
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(KESTRIX_SANITIZED)
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -52,7 +52,7 @@ std::vector<std::string> WriteAll() {
 
 // Makes the locale of this name the process's own; answers the one before.
 std::locale Use(const char* name) {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(KESTRIX_SANITIZED)
   // The C library loses its list of the folders in LOCPATH each time.
   const __lsan::ScopedDisabler no_leaks_of_ours;
 #endif

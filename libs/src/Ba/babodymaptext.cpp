@@ -12,7 +12,7 @@ namespace {
 
 using Term = BaUnlockedTransform::Term;
 
-bool Fail(const BtStr& message) {
+bool FailMap(const BtStr& message) {
   theExceptObj.set(message);
   return false;
 }
@@ -23,11 +23,11 @@ bool ReadTerms(BtScanner* scanner, int id, int body_id, int count, BtDArray<Term
   for (int i = 0; i < count; ++i) {
     Term term = {};
     if (!scanner->readInt(&term.sysvar_id) || !scanner->readFloat(&term.coefficient)) {
-      return Fail(BtFormat("Cannot read sysvar/coefficent pair for transform #%d, body id %d.", id,
-                           body_id));
+      return FailMap(BtFormat("Cannot read sysvar/coefficent pair for transform #%d, body id %d.",
+                              id, body_id));
     }
     if (term.sysvar_id < 1) {
-      return Fail(
+      return FailMap(
           BtFormat("Invalid system variable id in linear combination for transform #%d, "
                    "body id %d.",
                    id, body_id));
@@ -44,7 +44,7 @@ bool ReadTerms(BtScanner* scanner, int id, int body_id, int count, BtDArray<Term
 bool ReadTransform(BtScanner* scanner, int id, int body_id, BaUnlockedTransform* transform) {
   int value = 0;
   if (!scanner->readInt(&value)) {
-    return Fail(
+    return FailMap(
         BtFormat("Unable to read system variable id for transform #%d, body %d.", id, body_id));
   }
   if (value >= 0) {
@@ -53,7 +53,7 @@ bool ReadTransform(BtScanner* scanner, int id, int body_id, BaUnlockedTransform*
   }
   float constant = 0;
   if (!scanner->readFloat(&constant)) {
-    return Fail(
+    return FailMap(
         BtFormat("Unable to read constant for linear combination for transform #%d, "
                  "body %d.",
                  id, body_id));
@@ -67,10 +67,10 @@ bool ReadTransform(BtScanner* scanner, int id, int body_id, BaUnlockedTransform*
 bool ReadOrder(BtScanner* scanner, int body_id, int (&order)[kBaTransformCount]) {
   for (int& id : order) {
     if (!scanner->readInt(&id)) {
-      return Fail(BtFormat("Cannot read transformation type for body id %d.", body_id));
+      return FailMap(BtFormat("Cannot read transformation type for body id %d.", body_id));
     }
     if (id < 1 || id > kBaTransformCount) {
-      return Fail(BtFormat("Invalid transformation type (%d) for body id %d.", id, body_id));
+      return FailMap(BtFormat("Invalid transformation type (%d) for body id %d.", id, body_id));
     }
   }
   return true;
@@ -114,8 +114,8 @@ std::unique_ptr<BaUnlockedBodyMap> BaUnlockedBodyMap::scanNewFrom(std::istream& 
 }
 
 bool BaUnlockedBodyMap::_scanFrom(BtScanner* scanner) {
-  if (!scanner->readInt(&_body_id)) return Fail("Error reading body id\n");
-  if (_body_id < 1) return Fail(BtFormat("Invalid body id %d.", _body_id));
+  if (!scanner->readInt(&_body_id)) return FailMap("Error reading body id\n");
+  if (_body_id < 1) return FailMap(BtFormat("Invalid body id %d.", _body_id));
   int order[kBaTransformCount];
   if (!ReadOrder(scanner, _body_id, order)) return false;
   BaUnlockedTransform by_id[kBaTransformCount];

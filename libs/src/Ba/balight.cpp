@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr BaLightAttrs::Code kCodes[] = {
+constexpr BaLightAttrs::Code kLightCodes[] = {
     {2, Ba_LightAttr_t::AmbientAttr, "Unable to read light ambient attribute."},
     {101, Ba_LightAttr_t::DiffuseAttr, "Unable to read light color attribute."},
     {102, Ba_LightAttr_t::PositionAttr, "Unable to read light position attribute."},
@@ -16,7 +16,7 @@ constexpr BaLightAttrs::Code kCodes[] = {
     {104, Ba_LightAttr_t::SpotLightAttr, "Unable to read light spot light attribute."},
 };
 
-constexpr int kNoMoreAttributes = 0;
+constexpr int kNoMoreLightAttributes = 0;
 constexpr float kMaxSpotExponent = 128.0F;
 
 }  // namespace
@@ -30,16 +30,16 @@ bool BaLight::scanFrom(BtScanner& in) {
   if (!in.readInt(&_id)) return Ba_Fail("Unable to read light id.");
   if (!Ba_ScanSwitch(in, &_on)) return Ba_Fail("Unable to read light on/off status.");
   for (;;) {
-    int code = kNoMoreAttributes;
+    int code = kNoMoreLightAttributes;
     if (!in.readInt(&code)) return Ba_Fail("Unable to read light attribute status.");
-    if (code == kNoMoreAttributes) return true;
+    if (code == kNoMoreLightAttributes) return true;
     if (!_scanAttribute(code, in)) return false;
   }
 }
 
 bool BaLight::_scanAttribute(int code, BtScanner& in) {
-  const auto* found = std::ranges::find(kCodes, code, &BaLightAttrs::Code::code);
-  if (found == std::end(kCodes)) return Ba_Fail("Invalid light attribute.");
+  const auto* found = std::ranges::find(kLightCodes, code, &BaLightAttrs::Code::code);
+  if (found == std::end(kLightCodes)) return Ba_Fail("Invalid light attribute.");
   if (!_attributes.scanFrom(*found, in)) return false;
   if (found->kind == Ba_LightAttr_t::SpotLightAttr) _clipSpotExponent();
   return true;
@@ -62,7 +62,7 @@ void BaLight::printOn(std::ostream& os) const {
   Ba_PutInt(os, _id);
   Ba_PutInt(os, _on ? 1 : 0);
   os << '\n';
-  _attributes.printOn(kCodes, os);
-  Ba_PutInt(os, kNoMoreAttributes);
+  _attributes.printOn(kLightCodes, os);
+  Ba_PutInt(os, kNoMoreLightAttributes);
   os << '\n';
 }

@@ -8,41 +8,42 @@
 
 namespace {
 
-using AttrPtr = std::unique_ptr<Ba_LightAttr>;
+using LightAttrPtr = std::unique_ptr<Ba_LightAttr>;
 
 template <class Attr>
-AttrPtr Create() {
+LightAttrPtr CreateLightAttr() {
   return std::make_unique<Attr>();
 }
 
 // In the order of Ba_LightAttr_t.
-constexpr AttrPtr (*kCreators[])() = {
-    Create<BaLightAmbientAttr>,     Create<BaLightDiffuseAttr>,       Create<BaLightSpecularAttr>,
-    Create<BaLightPosAttr>,         Create<BaLightSpotDirectionAttr>, Create<BaLightSpotLightAttr>,
-    Create<BaLightLocalViewerAttr>, Create<BaLightAttenuationAttr>,
+constexpr LightAttrPtr (*kLightAttrCreators[])() = {
+    CreateLightAttr<BaLightAmbientAttr>,       CreateLightAttr<BaLightDiffuseAttr>,
+    CreateLightAttr<BaLightSpecularAttr>,      CreateLightAttr<BaLightPosAttr>,
+    CreateLightAttr<BaLightSpotDirectionAttr>, CreateLightAttr<BaLightSpotLightAttr>,
+    CreateLightAttr<BaLightLocalViewerAttr>,   CreateLightAttr<BaLightAttenuationAttr>,
 };
 
 }  // namespace
 
-AttrPtr Ba_LightAttr::create(Ba_LightAttr_t kind) {
-  return kCreators[static_cast<std::size_t>(kind)]();
+LightAttrPtr Ba_LightAttr::create(Ba_LightAttr_t kind) {
+  return kLightAttrCreators[static_cast<std::size_t>(kind)]();
 }
 
 BaLightAttrs::BaLightAttrs(const BaLightAttrs& other) {
-  for (const AttrPtr& attr : other._attrs) {
+  for (const LightAttrPtr& attr : other._attrs) {
     std::ranges::copy(std::as_const(*attr).values(), add(attr->kind())->values().begin());
   }
 }
 
 const Ba_LightAttr* BaLightAttrs::find(Ba_LightAttr_t kind) const {
-  for (const AttrPtr& attr : _attrs) {
+  for (const LightAttrPtr& attr : _attrs) {
     if (attr->kind() == kind) return attr.get();
   }
   return nullptr;
 }
 
 Ba_LightAttr* BaLightAttrs::add(Ba_LightAttr_t kind) {
-  for (const AttrPtr& attr : _attrs) {
+  for (const LightAttrPtr& attr : _attrs) {
     if (attr->kind() == kind) return attr.get();
   }
   _attrs.append(Ba_LightAttr::create(kind));
@@ -55,7 +56,7 @@ bool BaLightAttrs::scanFrom(const Code& code, BtScanner& in) {
 }
 
 void BaLightAttrs::printOn(std::span<const Code> codes, std::ostream& os) const {
-  for (const AttrPtr& attr : _attrs) {
+  for (const LightAttrPtr& attr : _attrs) {
     const auto code = std::ranges::find(codes, attr->kind(), &Code::kind);
     if (code == codes.end()) continue;
     Ba_PutInt(os, code->code);

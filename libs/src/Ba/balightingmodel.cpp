@@ -8,13 +8,13 @@
 
 namespace {
 
-constexpr BaLightAttrs::Code kCodes[] = {
+constexpr BaLightAttrs::Code kModelCodes[] = {
     {2, Ba_LightAttr_t::AmbientAttr, "Unable to read lighting model ambient attribute."},
     {201, Ba_LightAttr_t::LocalViewerAttr, "Unable to read lighting model local viewer attribute."},
     {202, Ba_LightAttr_t::AttenuationAttr, "Unable to read lighting model attenuation attribute."},
 };
 
-constexpr int kNoMoreAttributes = 0;
+constexpr int kNoMoreModelAttributes = 0;
 
 }  // namespace
 
@@ -27,16 +27,16 @@ bool BaLightingModel::scanFrom(BtScanner& in) {
   if (!in.readInt(&_id)) return Ba_Fail("Unable to read lighting model id.");
   if (!Ba_ScanSwitch(in, &_on)) return Ba_Fail("Unable to read lighting model on/off status.");
   for (;;) {
-    int code = kNoMoreAttributes;
+    int code = kNoMoreModelAttributes;
     if (!in.readInt(&code)) return Ba_Fail("Unable to read lighting model attribute type.");
-    if (code == kNoMoreAttributes) return true;
+    if (code == kNoMoreModelAttributes) return true;
     if (!_scanAttribute(code, in)) return false;
   }
 }
 
 bool BaLightingModel::_scanAttribute(int code, BtScanner& in) {
-  const auto* found = std::ranges::find(kCodes, code, &BaLightAttrs::Code::code);
-  if (found == std::end(kCodes)) {
+  const auto* found = std::ranges::find(kModelCodes, code, &BaLightAttrs::Code::code);
+  if (found == std::end(kModelCodes)) {
     theExceptObj.set("Unknown lighting model attribute type %d.", code);
     return false;
   }
@@ -48,7 +48,7 @@ void BaLightingModel::printOn(std::ostream& os) const {
   Ba_PutInt(os, _id);
   Ba_PutInt(os, _on ? 1 : 0);
   os << '\n';
-  _attributes.printOn(kCodes, os);
-  Ba_PutInt(os, kNoMoreAttributes);
+  _attributes.printOn(kModelCodes, os);
+  Ba_PutInt(os, kNoMoreModelAttributes);
   os << '\n';
 }

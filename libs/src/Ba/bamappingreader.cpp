@@ -11,7 +11,7 @@
 namespace {
 
 // The user is asked for a cancel after so many body maps.
-constexpr int kCancelInterval = 40;
+constexpr int kMapsPerQuestion = 40;
 
 // What of the first line counts.
 constexpr int kMaxHeaderLine = 80;
@@ -113,7 +113,7 @@ bool BaUnlockedMapping::_scanContent(std::istream& is) {
 bool BaUnlockedMapping::_scanBodyMaps(std::istream& is, int count) {
   int last_body_id = 0;
   for (int i = 1; i <= count; ++i) {
-    if (i % kCancelInterval == 0 && theExceptObj.checkCancel()) return false;
+    if (i % kMapsPerQuestion == 0 && theExceptObj.checkCancel()) return false;
     std::unique_ptr<BaUnlockedBodyMap> body_map = BaUnlockedBodyMap::scanNewFrom(is);
     if (body_map == nullptr) {
       clear();

@@ -14,15 +14,15 @@ namespace {
 using BlendEffectMap = BaUnlockedMapping::BlendEffectMap;
 
 // The user is asked for a cancel after so many sections.
-constexpr int kCancelInterval = 40;
+constexpr int kSectionsPerQuestion = 40;
 
-bool Fail(const BtStr& message) {
+bool FailSection(const BtStr& message) {
   theExceptObj.set(message);
   return false;
 }
 
 bool FailId(const char* kind, std::string_view id) {
-  return Fail(
+  return FailSection(
       BtFormat("Invalid %s id '%.*s' specified.", kind, static_cast<int>(id.size()), id.data()));
 }
 
@@ -57,18 +57,19 @@ bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* m
   for (std::string_view word = TakeWord(&text); !word.empty(); word = TakeWord(&text)) {
     // A brace in front belongs to a block that cannot stand here; the others are no part of a line.
     if (word.front() == '{' || word.find_first_of("#}") != std::string_view::npos) {
-      return Fail("Unable to read slider name from SLIDERS section.");
+      return FailSection("Unable to read slider name from SLIDERS section.");
     }
     const BtStr name(word);
     const std::string_view id_word = TakeWord(&text);
     int id = 0;
-    if (!WordToInt(id_word, &id)) return Fail("Unable to read sysvar id from SLIDERS section.");
+    if (!WordToInt(id_word, &id))
+      return FailSection("Unable to read sysvar id from SLIDERS section.");
     if (id < 1) return FailId("sysvar", id_word);
     const auto [slider, is_new] = known->emplace(name, id);
     if (is_new) {
       map->sliders.push_back({name, id});
     } else if (slider->second != id) {
-      return Fail("Slider " + name + " appears multiple times with different mappings.");
+      return FailSection("Slider " + name + " appears multiple times with different mappings.");
     }
   }
   return true;
@@ -76,9 +77,9 @@ bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* m
 
 bool ReadSliderGroup(const BtStr& value, bool single_line, BtStr* slider_group) {
   const bool has_blanks = value.view().find_first_of(" \t\n") != std::string_view::npos;
-  if (single_line && has_blanks) Fail("Slider group names cannot contain spaces.");
+  if (single_line && has_blanks) FailSection("Slider group names cannot contain spaces.");
   if (!single_line || has_blanks || value.length() == 0 || !CanBeWritten(value.view())) {
-    return Fail("Invalid value for SLIDER_GROUP in BLEND_EFFECT_MAP section.");
+    return FailSection("Invalid value for SLIDER_GROUP in BLEND_EFFECT_MAP section.");
   }
   *slider_group = value;
   return true;
@@ -94,20 +95,20 @@ bool ReadIncludeItem(const BtStr& key, const BtStr& value, bool single_line,
   } else if (key == "SYSTEM_VARIABLE_ID_OFFSET") {
     valid = valid && value.intValue(&include->sysvar_id_offset);
   } else {
-    return Fail("Unrecognized key word \"" + key + "\".");
+    return FailSection("Unrecognized key word \"" + key + "\".");
   }
-  return valid || Fail("Invalid value for " + key + ".");
+  return valid || FailSection("Invalid value for " + key + ".");
 }
 
 }  // namespace
 
 bool BaUnlockedMapping::_scanSections(std::istream& is) {
   for (int count = 1;; ++count) {
-    if (count % kCancelInterval == 0 && theExceptObj.checkCancel()) return false;
+    if (count % kSectionsPerQuestion == 0 && theExceptObj.checkCancel()) return false;
     BtStr tag;
     BtStr value;
     if (!BtReadTaggedValue(is, &tag, &value, nullptr)) return false;
-    if (is.bad()) return Fail("Error reading file.");
+    if (is.bad()) return FailSection("Error reading file.");
     if (tag.isNull() || tag == "END") return true;
     if (!_scanSection(tag, value)) return false;
   }
@@ -130,11 +131,11 @@ bool BaUnlockedMapping::_scanSection(const BtStr& tag, const BtStr& value) {
   for (const Section& section : kSections) {
     if (!(tag == section.tag)) continue;
     if (section.before_includes && !_includes.empty()) {
-      return Fail(tag + " must be specified before IMPORT.");
+      return FailSection(tag + " must be specified before IMPORT.");
     }
-    return (this->*section.scan)(value) || Fail(section.failure);
+    return (this->*section.scan)(value) || FailSection(section.failure);
   }
-  return Fail("Invalid tag '" + tag + "' in mapping file.");
+  return FailSection("Invalid tag '" + tag + "' in mapping file.");
 }
 
 bool BaUnlockedMapping::_scanTextureIndexMaps(const BtStr& value) {
@@ -164,12 +165,12 @@ bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
       if (!ReadSliderGroup(item, single_line, &map.slider_group)) return false;
     } else if (key == "SLIDERS") {
       if (!ReadSliders(item.view(), &known, &map)) return false;
-      if (map.slider_group.isNull()) return Fail(kNoGroup);
+      if (map.slider_group.isNull()) return FailSection(kNoGroup);
     } else {
-      return Fail("Unrecognized key word \"" + key + "\" in BLEND_EFFECT_MAP section.");
+      return FailSection("Unrecognized key word \"" + key + "\" in BLEND_EFFECT_MAP section.");
     }
   }
-  if (map.slider_group.isNull()) return Fail(kNoGroup);
+  if (map.slider_group.isNull()) return FailSection(kNoGroup);
   _blend_effect_maps.push_back(std::move(map));
   return true;
 }
@@ -185,7 +186,7 @@ bool BaUnlockedMapping::_scanInclude(const BtStr& value) {
     if (key.isNull()) break;
     if (!ReadIncludeItem(key, item, single_line, &include)) return false;
   }
-  if (include.file_name.isNull()) return Fail("No FILE_NAME specified.");
+  if (include.file_name.isNull()) return FailSection("No FILE_NAME specified.");
   _includes.push_back(include);
   return true;
 }

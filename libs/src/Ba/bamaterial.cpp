@@ -11,10 +11,10 @@
 
 namespace {
 
-using AttrPtr = std::unique_ptr<Ba_MatAttr>;
+using MatAttrPtr = std::unique_ptr<Ba_MatAttr>;
 
 template <class Attr>
-AttrPtr Create() {
+MatAttrPtr CreateMatAttr() {
   return std::make_unique<Attr>();
 }
 
@@ -22,20 +22,20 @@ AttrPtr Create() {
 // Ba_MatAttr_t.
 struct AttrCode {
   int code;
-  AttrPtr (*create)();
+  MatAttrPtr (*create)();
   const char* failure;
 };
 
 constexpr AttrCode kAttrCodes[] = {
-    {1, Create<BaMatEmissionAttr>, "Unable to read material emission attribute."},
-    {2, Create<BaMatAmbientAttr>, "Unable to read material ambient attribute."},
-    {3, Create<BaMatDiffuseAttr>, "Unable to read material diffuse attribute."},
-    {4, Create<BaMatSpecularAttr>, "Unable to read material specular attribute."},
-    {5, Create<BaMatShininessAttr>, "Unable to read material shininess attribute."},
-    {7, Create<BaMatAlphaAttr>, "Unable to read material alpha attribute."},
+    {1, CreateMatAttr<BaMatEmissionAttr>, "Unable to read material emission attribute."},
+    {2, CreateMatAttr<BaMatAmbientAttr>, "Unable to read material ambient attribute."},
+    {3, CreateMatAttr<BaMatDiffuseAttr>, "Unable to read material diffuse attribute."},
+    {4, CreateMatAttr<BaMatSpecularAttr>, "Unable to read material specular attribute."},
+    {5, CreateMatAttr<BaMatShininessAttr>, "Unable to read material shininess attribute."},
+    {7, CreateMatAttr<BaMatAlphaAttr>, "Unable to read material alpha attribute."},
 };
 
-constexpr int kNoMoreAttributes = 0;
+constexpr int kNoMoreMaterialAttributes = 0;
 constexpr int kTextureCode = 100;
 constexpr int kFlagCode = 101;
 constexpr double kTexturesSince = 1.1;
@@ -51,12 +51,12 @@ BaMaterial::BaMaterial(const BaMaterial& other)
       _textures(other._textures),
       _flag(other._flag) {
   other._checkMagicNumber();
-  for (const AttrPtr& attr : other._attributes) _addAttribute(attr->kind())->set(*attr);
+  for (const MatAttrPtr& attr : other._attributes) _addAttribute(attr->kind())->set(*attr);
 }
 
 const Ba_MatAttr* BaMaterial::attribute(Ba_MatAttr_t kind) const {
   _checkMagicNumber();
-  for (const AttrPtr& attr : _attributes) {
+  for (const MatAttrPtr& attr : _attributes) {
     if (attr->kind() == kind) return attr.get();
   }
   return nullptr;
@@ -64,7 +64,7 @@ const Ba_MatAttr* BaMaterial::attribute(Ba_MatAttr_t kind) const {
 
 Ba_MatAttr* BaMaterial::_addAttribute(Ba_MatAttr_t kind) {
   _checkMagicNumber();
-  for (const AttrPtr& attr : _attributes) {
+  for (const MatAttrPtr& attr : _attributes) {
     if (attr->kind() == kind) return attr.get();
   }
   _attributes.append(CodeOf(kind).create());
@@ -113,9 +113,9 @@ bool BaMaterial::scanFrom(BtScanner& in) {
   if (!in.readInt(&_id)) return Ba_Fail("Unable to read id.");
   if (!_scanName(in)) return Ba_Fail("Unable to read material name.");
   for (;;) {
-    int code = kNoMoreAttributes;
+    int code = kNoMoreMaterialAttributes;
     if (!in.readInt(&code)) return Ba_Fail("Unable to read material attribute type.");
-    if (code == kNoMoreAttributes) return true;
+    if (code == kNoMoreMaterialAttributes) return true;
     if (!_scanAttribute(code, in)) return false;
   }
 }
@@ -166,7 +166,7 @@ void BaMaterial::printOn(std::ostream& os) const {
   os << "M  ";
   Ba_PutInt(os, _id);
   os << ' ' << _name << '\n';
-  for (const AttrPtr& attr : _attributes) {
+  for (const MatAttrPtr& attr : _attributes) {
     Ba_PutInt(os, CodeOf(attr->kind()).code);
     Ba_PutFloats(os, attr->values());
     os << '\n';
@@ -181,6 +181,6 @@ void BaMaterial::printOn(std::ostream& os) const {
     Ba_PutInt(os, 1);
     os << '\n';
   }
-  Ba_PutInt(os, kNoMoreAttributes);
+  Ba_PutInt(os, kNoMoreMaterialAttributes);
   os << '\n';
 }

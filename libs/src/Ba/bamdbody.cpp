@@ -28,7 +28,7 @@ class BodyReader {
   bool _has_coord_sys = false;
 };
 
-constexpr BaMDKey<BodyReader> kKeys[] = {
+constexpr BaMDKey<BodyReader> kBodyKeys[] = {
     {"NAME", &BodyReader::readName},
     {"ID", &BodyReader::readId},
     {"COORDINATE_SYSTEM", &BodyReader::readCoordSys},
@@ -101,7 +101,7 @@ bool BaMDBody::scanFrom(std::istream& is) {
 
 bool BaMDBody::scanFrom(BaMDSource& source) {
   BodyReader reader(this);
-  return BaScanSection(source, reader, kKeys) && reader.checkComplete() && !BtError();
+  return BaScanSection(source, reader, kBodyKeys) && reader.checkComplete() && !BtError();
 }
 
 bool BaMDBody::printOn(std::ostream& os) const {

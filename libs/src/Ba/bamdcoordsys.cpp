@@ -31,7 +31,7 @@ class CoordSysReader {
   bool _has_rotation = false;
 };
 
-constexpr BaMDKey<CoordSysReader> kKeys[] = {
+constexpr BaMDKey<CoordSysReader> kCoordSysKeys[] = {
     {"TRANSLATION", &CoordSysReader::readTranslation},
     {"ROTATION", &CoordSysReader::readRotation},
 };
@@ -111,7 +111,7 @@ bool BaMDCoordSys::scanFrom(std::istream& is) {
 
 bool BaMDCoordSys::scanFrom(BaMDSource& source) {
   CoordSysReader reader(this);
-  return BaScanSection(source, reader, kKeys) && reader.checkComplete();
+  return BaScanSection(source, reader, kCoordSysKeys) && reader.checkComplete();
 }
 
 bool BaMDCoordSys::printOn(std::ostream& os) const {

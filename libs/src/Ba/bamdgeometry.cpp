@@ -24,7 +24,7 @@ class GeometryReader {
   const BaMDGeometry::Materials* _materials;
 };
 
-constexpr BaMDKey<GeometryReader> kKeys[] = {
+constexpr BaMDKey<GeometryReader> kGeometryKeys[] = {
     {"BODY", &GeometryReader::readBody},
     {"VERTICES", &GeometryReader::readVertices},
     {"TEXTURE_COORDINATES", &GeometryReader::readTextureCoords},
@@ -158,7 +158,7 @@ bool BaMDGeometry::scanFrom(std::istream& is, const Materials* materials) {
 
 bool BaMDGeometry::scanFrom(BaMDSource& source, const Materials* materials) {
   GeometryReader reader(this, materials);
-  return BaScanSection(source, reader, kKeys);
+  return BaScanSection(source, reader, kGeometryKeys);
 }
 
 bool BaMDGeometry::printOn(std::ostream& os) const {

@@ -23,7 +23,7 @@ class IncludeReader {
   BaMDInclude* _include;
 };
 
-constexpr BaMDKey<IncludeReader> kKeys[] = {
+constexpr BaMDKey<IncludeReader> kIncludeKeys[] = {
     {"FILE_NAME", &IncludeReader::readFileName},
     {"BODY_ID_OFFSET", &IncludeReader::readBodyIdOffset},
     {"BODY_NAME_SUFFIX", &IncludeReader::readBodyNameSuffix},
@@ -58,7 +58,7 @@ bool BaMDInclude::scanFrom(std::istream& is) {
 
 bool BaMDInclude::scanFrom(BaMDSource& source) {
   IncludeReader reader(this);
-  if (!BaScanSection(source, reader, kKeys)) return false;
+  if (!BaScanSection(source, reader, kIncludeKeys)) return false;
   return !_file_name.isNull() || BaFail("No FILE_NAME specified.");
 }
 

@@ -11,9 +11,9 @@
 
 namespace {
 
-constexpr int kFewestCorners = 3;
+constexpr int kFewestIndices = 3;
 
-bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
+bool IsIndexDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
 
 int VertexOf(int entry) { return entry; }
 int VertexOf(const BaMDTexturedCorner& entry) { return entry.vertex; }
@@ -46,8 +46,8 @@ const char* ReadIndex(const char* p, const char* end, const char* message, int* 
   const char* const digits = p;
   const char* const limit = p + std::min(end - p, kMostDigits);
   std::int64_t number = 0;
-  while (p != limit && IsDigit(*p)) number = number * 10 + (*p++ - '0');
-  if (p == digits || number > kMaxIndex || (p != end && IsDigit(*p))) {
+  while (p != limit && IsIndexDigit(*p)) number = number * 10 + (*p++ - '0');
+  if (p == digits || number > kMaxIndex || (p != end && IsIndexDigit(*p))) {
     theExceptObj.set("%s", message);
     return nullptr;
   }
@@ -67,7 +67,7 @@ const char* ReadEntry(const char* p, const char* end, BaMDTexturedCorner* corner
   p = ReadEntry(p, end, &corner->vertex);
   if (p == nullptr) return nullptr;
   p = SkipBlanks(p, end);
-  if (p == end || *p == '\n' || IsDigit(*p) || *p == '-' || *p == '+') {
+  if (p == end || *p == '\n' || IsIndexDigit(*p) || *p == '-' || *p == '+') {
     theExceptObj.set("Unable to read delimiter.");
     return nullptr;
   }
@@ -111,7 +111,7 @@ void ListMaker<Entry>::end() {
     _lists->popEntry();
     _warnOfDuplicate();
   }
-  if (_kind == BaMDLines::Polygons && count - (is_closed ? 1 : 0) < kFewestCorners) {
+  if (_kind == BaMDLines::Polygons && count - (is_closed ? 1 : 0) < kFewestIndices) {
     theExceptObj.setAsWarning(DegenerateWarning());
     return _lists->dropList();
   }

@@ -28,7 +28,7 @@ class MaterialReader {
   BaMDMaterial* _material;
 };
 
-constexpr BaMDKey<MaterialReader> kKeys[] = {
+constexpr BaMDKey<MaterialReader> kMaterialKeys[] = {
     {"NAME", &MaterialReader::readName},
     {"EMISSION", &MaterialReader::readEmission},
     {"AMBIENT", &MaterialReader::readAmbient},
@@ -97,7 +97,7 @@ bool BaMDMaterial::scanFrom(std::istream& is) {
 
 bool BaMDMaterial::scanFrom(BaMDSource& source) {
   MaterialReader reader(this);
-  if (!BaScanSection(source, reader, kKeys)) return false;
+  if (!BaScanSection(source, reader, kMaterialKeys)) return false;
   return !_name.isNull() || BaFail("No NAME specified in MATERIAL section.");
 }
 

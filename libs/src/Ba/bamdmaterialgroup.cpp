@@ -38,7 +38,7 @@ class MaterialGroupReader {
   const BaMDMaterialGroup::Materials* _materials;
 };
 
-constexpr BaMDKey<MaterialGroupReader> kKeys[] = {
+constexpr BaMDKey<MaterialGroupReader> kMaterialGroupKeys[] = {
     {"MATERIAL", &MaterialGroupReader::readMaterial},
     {"BONES", &MaterialGroupReader::readBones, true},
     {"POLYGONS", &MaterialGroupReader::readPolygons, true},
@@ -125,7 +125,7 @@ bool BaMDMaterialGroup::scanFrom(std::istream& is, const Materials* materials) {
 
 bool BaMDMaterialGroup::scanFrom(BaMDSource& source, const Materials* materials) {
   MaterialGroupReader reader(this, materials);
-  if (!BaScanSection(source, reader, kKeys)) return false;
+  if (!BaScanSection(source, reader, kMaterialGroupKeys)) return false;
   return !_material.isNull() || BaFail("No MATERIAL specified in MATERIAL_GROUP section.");
 }
 

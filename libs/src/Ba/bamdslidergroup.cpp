@@ -23,7 +23,7 @@ class SliderGroupReader {
   std::unordered_set<BtStr, BaNameHash> _names;
 };
 
-constexpr BaMDKey<SliderGroupReader> kKeys[] = {
+constexpr BaMDKey<SliderGroupReader> kSliderGroupKeys[] = {
     {"NAME", &SliderGroupReader::readName},
     {"SLIDERS", &SliderGroupReader::readSliders, true},
 };
@@ -65,7 +65,7 @@ bool BaMDSliderGroup::scanFrom(std::istream& is) {
 
 bool BaMDSliderGroup::scanFrom(BaMDSource& source) {
   SliderGroupReader reader(this);
-  if (!BaScanSection(source, reader, kKeys)) return false;
+  if (!BaScanSection(source, reader, kSliderGroupKeys)) return false;
   return !_name.isNull() || BaFail("No NAME specified in SLIDER_GROUP section.");
 }
 

@@ -25,7 +25,7 @@ class TextureReader {
   BaMDTexture* _texture;
 };
 
-constexpr BaMDKey<TextureReader> kKeys[] = {
+constexpr BaMDKey<TextureReader> kTextureKeys[] = {
     {"NAME", &TextureReader::readName},
     {"TYPE", &TextureReader::readType},
     {"UNIT", &TextureReader::readUnit},
@@ -84,7 +84,7 @@ bool BaMDTexture::scanFrom(std::istream& is) {
 
 bool BaMDTexture::scanFrom(BaMDSource& source) {
   TextureReader reader(this);
-  if (!BaScanSection(source, reader, kKeys)) return false;
+  if (!BaScanSection(source, reader, kTextureKeys)) return false;
   return !_name.isNull() || BaFail("No NAME specified in TEXTURE section.");
 }
 

@@ -49,7 +49,7 @@ class VerticesReader {
   BaMDVertices* _vertices;
 };
 
-constexpr BaMDKey<VerticesReader> kKeys[] = {
+constexpr BaMDKey<VerticesReader> kVerticesKeys[] = {
     {"NAME", &VerticesReader::readName},
     {"COORDINATES", &VerticesReader::readCoordinates},
     {"EFFECTS", &VerticesReader::readEffects, true},
@@ -134,7 +134,7 @@ bool BaMDVertices::scanFrom(std::istream& is) {
 
 bool BaMDVertices::scanFrom(BaMDSource& source) {
   VerticesReader reader(this);
-  if (!BaScanSection(source, reader, kKeys)) return false;
+  if (!BaScanSection(source, reader, kVerticesKeys)) return false;
   if (_name.isNull()) return BaFail("No NAME specified in VERTICES section.");
   return CheckEffects(*this);
 }

@@ -13,7 +13,7 @@ namespace {
 
 constexpr double kVersion = 2.0;
 // Items between two questions whether the user wants to stop.
-constexpr int kCancelInterval = 40;
+constexpr int kItemsPerQuestion = 40;
 // Factors below would make angles that no float holds.
 constexpr float kMinUnitFactor = 1e-30F;
 
@@ -125,7 +125,7 @@ bool DocumentReader::read(std::istream& is) {
   BaMDItem item;
   for (long long count = 1; !_ended && source.next(&item); ++count) {
     if (!_readItem(item)) return false;
-    if (count % kCancelInterval == 0 && theExceptObj.checkCancel()) return false;
+    if (count % kItemsPerQuestion == 0 && theExceptObj.checkCancel()) return false;
   }
   return !source.failed();
 }

@@ -16,7 +16,7 @@
 namespace {
 
 // After this many records the user is asked whether to go on.
-constexpr int kCancelInterval = 40;
+constexpr int kRecordsPerQuestion = 40;
 // An error shows this much of the object before it.
 constexpr int kShownLines = 5;
 
@@ -172,7 +172,7 @@ bool Reader::run() {
     }
     _last_record = record;
     ++n_records;
-    if (n_records % kCancelInterval == 0 && theExceptObj.checkCancel()) return false;
+    if (n_records % kRecordsPerQuestion == 0 && theExceptObj.checkCancel()) return false;
   }
   if (_in.stream().eof() && !_in.stream().bad()) return true;
   return Ba_Fail("Error reading file.");

@@ -12,14 +12,14 @@ namespace {
 using EffectPtr = std::unique_ptr<Ba_VertexEffect>;
 
 template <class Effect>
-EffectPtr Create() {
+EffectPtr CreateEffect() {
   return std::make_unique<Effect>();
 }
 
 // Indexed by legacy number.
-constexpr EffectPtr (*kCreators[])() = {Create<BaVertexBulgeEffect>,
-                                        Create<BaVertexMorphL1V2Effect>, Create<BaVertexFlexEffect>,
-                                        Create<BaVertexFlex2Effect>};
+constexpr EffectPtr (*kEffectCreators[])() = {
+    CreateEffect<BaVertexBulgeEffect>, CreateEffect<BaVertexMorphL1V2Effect>,
+    CreateEffect<BaVertexFlexEffect>, CreateEffect<BaVertexFlex2Effect>};
 
 // Weights stay finite, whatever is added to them.
 float AddWeights(float a, float b) {
@@ -42,8 +42,8 @@ bool Ba_VertexEffect::scanFrom(std::istream& is) {
 }
 
 EffectPtr Ba_VertexEffect::create(int type) {
-  if (type < 0 || type >= static_cast<int>(std::size(kCreators))) return nullptr;
-  return kCreators[type]();
+  if (type < 0 || type >= static_cast<int>(std::size(kEffectCreators))) return nullptr;
+  return kEffectCreators[type]();
 }
 
 bool Ba_VertexEffect::_absorb(const Ba_VertexEffect& /*other*/) { return false; }

@@ -20,7 +20,7 @@ namespace {
 
 using Event = Bt_ShellJob::Event;
 
-constexpr std::size_t kBlockSize = std::size_t{64} * 1024;
+constexpr std::size_t kPipeBlockSize = std::size_t{64} * 1024;
 // How often, and how many milliseconds apart, the pipe is tried until the program has opened it.
 constexpr int kMaxTries = 30000;
 constexpr int kTryMs = 2;
@@ -31,8 +31,8 @@ constexpr int kTryMs = 2;
 class BtCompOFStream::Buf : public std::streambuf {
  public:
   explicit Buf(const Bt_CompProgram& program)
-      : _program(program), _block(std::make_unique_for_overwrite<char[]>(kBlockSize)) {
-    setp(_block.get(), _block.get() + kBlockSize);
+      : _program(program), _block(std::make_unique_for_overwrite<char[]>(kPipeBlockSize)) {
+    setp(_block.get(), _block.get() + kPipeBlockSize);
   }
   ~Buf() override { _closeFiles(); }
   Buf(const Buf&) = delete;
@@ -94,7 +94,7 @@ class BtCompOFStream::Buf : public std::streambuf {
       }
     }
     // A stream that has failed takes nothing more.
-    setp(_block.get(), _block.get() + (_failed ? 0 : kBlockSize));
+    setp(_block.get(), _block.get() + (_failed ? 0 : kPipeBlockSize));
     return _failed ? -1 : 0;
   }
 

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr std::size_t kBlockSize = std::size_t{256} * 1024;
+constexpr std::size_t kReadBlockSize = std::size_t{256} * 1024;
 // Characters kept in front of a new block, so that putback works across its border.
 constexpr std::size_t kPutback = 16;
 
@@ -38,7 +38,7 @@ void BtFileBuf::adopt(int fd) {
   _fd = fd;
   _size_hint = 0;
   _bytes_read = 0;
-  if (_block == nullptr) _block = std::make_unique_for_overwrite<char[]>(kPutback + kBlockSize);
+  if (_block == nullptr) _block = std::make_unique_for_overwrite<char[]>(kPutback + kReadBlockSize);
 }
 
 void BtFileBuf::close() {
@@ -54,7 +54,7 @@ BtFileBuf::int_type BtFileBuf::underflow() {
       std::min<std::size_t>(kPutback, static_cast<std::size_t>(egptr() - eback()));
   char* const start = _block.get() + kPutback;
   if (kept > 0) std::memmove(start - kept, egptr() - kept, kept);
-  const long long count = readBlock(start, kBlockSize);
+  const long long count = readBlock(start, kReadBlockSize);
   if (count < 0) _owner.setstate(std::ios::badbit);
   if (count > 0) _bytes_read += count;
   setg(start - kept, start, start + (count > 0 ? count : 0));

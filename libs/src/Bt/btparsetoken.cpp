@@ -10,13 +10,13 @@
 
 namespace {
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
+bool IsDecimal(char c) { return c >= '0' && c <= '9'; }
+bool IsNameStart(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
 
 std::size_t IdentifierLength(std::string_view text) {
-  if (text.empty() || !IsLetter(text.front())) return 0;
+  if (text.empty() || !IsNameStart(text.front())) return 0;
   std::size_t length = 1;
-  while (length < text.size() && (IsLetter(text[length]) || IsDigit(text[length]))) ++length;
+  while (length < text.size() && (IsNameStart(text[length]) || IsDecimal(text[length]))) ++length;
   return length;
 }
 
@@ -47,11 +47,11 @@ std::errc ParseNumber(std::string_view* text, Number* number) {
   if (digits.starts_with('+') && !digits.starts_with("+-")) digits.remove_prefix(1);
   // "inf" and "nan" are words here.
   const std::size_t first = digits.starts_with('-') ? 1 : 0;
-  if (first < digits.size() && IsLetter(digits[first])) return std::errc::invalid_argument;
+  if (first < digits.size() && IsNameStart(digits[first])) return std::errc::invalid_argument;
   const char* const end = digits.data() + digits.size();
   const auto [stop, error] = std::from_chars(digits.data(), end, *number);
   if (error == std::errc::invalid_argument) return error;
-  if (stop != end && (IsLetter(*stop) || *stop == '.')) return std::errc::invalid_argument;
+  if (stop != end && (IsNameStart(*stop) || *stop == '.')) return std::errc::invalid_argument;
   if (error == std::errc::result_out_of_range) {
     if constexpr (std::is_floating_point_v<Number>) {
       // Told apart here: too large stays an error, too small is as good as 0.

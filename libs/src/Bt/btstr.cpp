@@ -411,7 +411,7 @@ int BtStr::matchCount(char c) const {
 void BtStr::_preMod() {
   if (_core_ptr != nullptr && _core_ptr->refCount() == 1) return;
   auto core = std::make_unique<Bt_CoreStr>();
-  if (!isNull()) core->_set(_core_ptr->text(), _core_ptr->length());
+  if (!isNull()) core->_set(view().data(), length());
   _release();
   _core_ptr = core.release();
 }
