@@ -37,6 +37,9 @@ class BaMDGeometry {
   [[nodiscard]] const BtList<BaMDMaterialGroup*>& materialGroups() const { return _groups; }
   BaMDMaterialGroup* addMaterialGroup(std::unique_ptr<BaMDMaterialGroup> group);
 
+  // Forgets the groups and the texture coordinates.
+  void clear();
+
   // True when any group holds polygons or strips.
   [[nodiscard]] bool hasPolygons() const;
   // Makes every textured polygon and strip a plain one.

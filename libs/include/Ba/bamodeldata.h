@@ -104,6 +104,9 @@ class BaModelData {
   bool fillBodyFrom(const BaModel& model, int body_id, bool merge_vertices);
   // Adds the content to an empty model.
   bool extractTo(BaModel* model) const;
+  // The same, but geometries are emptied as soon as the model has them: there is never room for all
+  // polygons twice.
+  bool moveTo(BaModel* model);
   // Adds the materials to a model, with their textures unless `textures` is false. A material that
   // the model has already is an assertion failure, or passed over where `skip_known` is true.
   bool extractMaterialsTo(BaModel* model, bool textures, bool skip_known) const;
@@ -141,7 +144,7 @@ class BaModelData {
   bool _combineFile(const BtStr& file_name, const IncludeTarget& target, long long body_id_offset,
                     const BtStr& body_name_suffix) const;
   // Extracts the content into a model that is being built.
-  bool _extractInto(BaModel* model) const;
+  bool _extractInto(BaModel* model, bool empty_geometries = false) const;
   bool _printOn(std::ostream& os, const BtStr& directory) const;
   // True when every polygon refers to vertices that exist; the first that does not is recorded.
   [[nodiscard]] bool _checkVertices() const;

@@ -118,6 +118,11 @@ bool CheckEntries(const BaMDIndexLists<Entry>& lists, const Limits& limits, cons
 
 BaMDGeometry::~BaMDGeometry() { BaDeleteAll(&_groups); }
 
+void BaMDGeometry::clear() {
+  BaDeleteAll(&_groups);
+  _texture_coords.clear();
+}
+
 BaMDMaterialGroup* BaMDGeometry::addMaterialGroup(std::unique_ptr<BaMDMaterialGroup> group) {
   return BaAppend(&_groups, std::move(group));
 }

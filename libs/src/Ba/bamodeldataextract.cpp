@@ -70,7 +70,12 @@ bool BaModelData::extractTo(BaModel* model) const {
   return _extractInto(model) && model->endLoad();
 }
 
-bool BaModelData::_extractInto(BaModel* model) const {
+bool BaModelData::moveTo(BaModel* model) {
+  model->beginLoad();
+  return _extractInto(model, true) && model->endLoad();
+}
+
+bool BaModelData::_extractInto(BaModel* model, bool empty_geometries) const {
   model->setCombineVertexNormals(_combine_vertex_normals);
   model->setLengthUnits(_length_units);
   model->setAngleUnits(_angle_units);
@@ -82,10 +87,11 @@ bool BaModelData::_extractInto(BaModel* model) const {
       !_checkVertices()) {
     return false;
   }
-  for (const BaMDGeometry* geometry : _geometries) {
+  for (BaMDGeometry* geometry : _geometries) {
     const BtStr& set_name = geometry->verticesName();
     const BaMDVertices* vertices = set_name.isNull() ? nullptr : vertexSetByName(set_name);
     if (!BaExtractGeometry(*geometry, vertices, bodies, model)) return false;
+    if (empty_geometries) geometry->clear();
   }
   return true;
 }

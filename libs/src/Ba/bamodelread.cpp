@@ -48,5 +48,5 @@ void BaModel::_scanFrom(std::istream& is, const BtStr& directory, const char* fi
 
 void BaModel::_scanDocumentFrom(std::istream& is, const BtStr& directory, const char* file_name) {
   BaModelData data;
-  if (data.scan(is, directory, true, file_name)) data.extractTo(this);
+  if (data.scan(is, directory, true, file_name)) data.moveTo(this);
 }

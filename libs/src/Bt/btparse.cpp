@@ -311,9 +311,11 @@ bool ReadItem(std::istream& is, BtStr* keyword, BtStr* value, bool* single_line)
 
 bool BtReadTaggedValue(std::istream& is, BtStr* keyword, BtStr* value, bool* single_line) {
   *keyword = BtStr();
-  *value = BtStr();
+  // Blocks may be large and much of one size: the room of the last one serves for the next.
+  if (!value->isNull()) value->lengthTo(0);
   bool colon_item = false;
   const bool read = ReadItem(is, keyword, value, &colon_item);
+  if (keyword->isNull()) *value = BtStr();
   if (single_line != nullptr) *single_line = colon_item;
   if (!is.bad()) return read;
   // What came before a read error may be cut short in the middle.
