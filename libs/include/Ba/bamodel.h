@@ -262,6 +262,7 @@ class BaModel {
   int _n_bodies = 0;
   BaNameMap<BaBody*> _bodies_by_name;
   std::unordered_map<int, BaMaterial*> _materials_by_id;
+  const BaMaterial* _last_material = nullptr;  // of the element added last, if it is there still
   BaNameMap<BaMaterial*> _materials_by_name;
   BaNameMap<BaMDSliderGroup*> _slider_groups_by_name;
 };

@@ -63,6 +63,16 @@ class BaModelData_PolyList {
   std::vector<BaTextureCoords> _t_coords;  // of all corners in a row
 };
 
+inline BaModelData_PolyList::Polygon BaModelData_PolyList::operator[](int i) const {
+  const std::span<const int> vertices = _vertices[i];
+  std::span<const BaTextureCoords> t_coords;
+  if (!_t_coords.empty()) {
+    const auto start = static_cast<std::size_t>(vertices.data() - _vertices.entries().data());
+    t_coords = std::span<const BaTextureCoords>(_t_coords).subspan(start, vertices.size());
+  }
+  return {_material_ids[static_cast<std::size_t>(i)], vertices, t_coords};
+}
+
 // Refers to effects of the model's vertices, so the model must outlive it unchanged.
 class BaModelData_PolySet {
  public:

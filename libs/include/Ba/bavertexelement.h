@@ -73,7 +73,7 @@ class BaVertexElement : public BaElement {
 
 template <class T, class... Args>
 std::unique_ptr<T> BaVertexElement::makeIn(BtArena* arena, Args&&... args) {
-  void* const piece = arena == nullptr ? nullptr : arena->take(sizeof(T));
+  void* const piece = arena == nullptr ? nullptr : arena->takeForObject(sizeof(T));
   if (piece == nullptr) return std::make_unique<T>(std::forward<Args>(args)...);
   std::unique_ptr<T> element(::new (piece) T(std::forward<Args>(args)...));
   element->BaVertexElement::_in_arena.value = true;

@@ -13,18 +13,17 @@ class BtArena {
   BtArena(const BtArena&) = delete;
   BtArena& operator=(const BtArena&) = delete;
 
-  // Memory for any kind of object up to `bytes` bytes; null for more than kLargestPiece of them.
-  void* take(std::size_t bytes) {
-    bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
-    if (bytes > kLargestPiece) return nullptr;
-    if (bytes > _left) _addBlock();
-    _left -= bytes;
-    return _blocks.back().get() + _left;
-  }
+  // Memory for arrays of any kind of object, up to `bytes` bytes; null for more than kLargestPiece
+  // of them.
+  void* take(std::size_t bytes) { return _take(bytes, &_arrays); }
+  // The same for the objects that have the arrays: they stand by themselves, so that a walk through
+  // them does not have to pass the arrays.
+  void* takeForObject(std::size_t bytes) { return _take(bytes, &_objects); }
   // Frees everything; what stood there must be gone.
   void clear() {
     _blocks.clear();
-    _left = 0;
+    _arrays = {};
+    _objects = {};
     _next_size = kFirstBlockSize;
   }
 
@@ -33,12 +32,26 @@ class BtArena {
  private:
   static constexpr std::size_t kAlignment = alignof(void*);
   // Blocks double in size, so that few are needed and little is left over.
-  static constexpr std::size_t kFirstBlockSize = std::size_t{1} << 18U;
+  static constexpr std::size_t kFirstBlockSize = std::size_t{1} << 16U;
   static constexpr std::size_t kLastBlockSize = std::size_t{1} << 21U;
 
-  void _addBlock();
+  // A block that pieces are taken from, at its end.
+  struct Block {
+    std::byte* start = nullptr;
+    std::size_t left = 0;
+  };
+
+  void* _take(std::size_t bytes, Block* block) {
+    bytes = (bytes + kAlignment - 1) / kAlignment * kAlignment;
+    if (bytes > kLargestPiece) return nullptr;
+    if (bytes > block->left) *block = _newBlock();
+    block->left -= bytes;
+    return block->start + block->left;
+  }
+  Block _newBlock();
 
   std::vector<std::unique_ptr<std::byte[]>> _blocks;
-  std::size_t _left = 0;  // of the last block, at its start
+  Block _arrays;
+  Block _objects;
   std::size_t _next_size = kFirstBlockSize;
 };

@@ -1,6 +1,7 @@
 #include "bamdindexlines.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <limits>
 #include <ostream>
@@ -8,6 +9,7 @@
 #include <utility>
 
 #include "bamdsection.h"
+#include "btdigits.h"
 
 namespace {
 
@@ -57,6 +59,31 @@ const char* ReadIndex(const char* p, const char* end, const char* message, int* 
   }
   *index = static_cast<int>(number);
   return p;
+}
+
+// An entry of up to eight digits, or two such with a slash between, in one go: no branch on its
+// length. Null for others, which may be right in spite of that.
+constexpr std::ptrdiff_t kCommonRoom = 32;
+
+inline const char* ReadCommonEntry(const char* p, int* vertex) {
+  const int count = std::countr_zero(Bt_FindOthers(p));
+  if (count > kBtMostJoined) return nullptr;
+  *vertex = static_cast<int>(Bt_JoinDigits(Bt_LoadDigits(p), count));
+  return *vertex == 0 ? nullptr : p + count;
+}
+
+inline const char* ReadCommonEntry(const char* p, BaMDTexturedCorner* corner) {
+  const unsigned others = Bt_FindOthers(p);
+  const unsigned others_behind = others & (others - 1);
+  if (others_behind == 0) return nullptr;
+  const char* const slash = p + std::countr_zero(others);
+  const char* const after = p + std::countr_zero(others_behind);
+  const auto first_count = static_cast<int>(slash - p);
+  const auto second_count = static_cast<int>(after - slash) - 1;
+  if (*slash != '/' || first_count > kBtMostJoined || second_count > kBtMostJoined) return nullptr;
+  corner->vertex = static_cast<int>(Bt_JoinDigits(Bt_LoadDigits(p), first_count));
+  corner->coord = static_cast<int>(Bt_JoinDigits(Bt_LoadDigits(slash + 1), second_count));
+  return corner->vertex == 0 || corner->coord == 0 ? nullptr : after;
 }
 
 const char* ReadEntry(const char* p, const char* end, int* vertex) {
@@ -130,7 +157,8 @@ bool ReadLines(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lis
       continue;
     }
     Entry entry = {};
-    p = ReadEntry(p, end, &entry);
+    const char* const after = end - p >= kCommonRoom ? ReadCommonEntry(p, &entry) : nullptr;
+    p = after != nullptr ? after : ReadEntry(p, end, &entry);
     if (p == nullptr) return false;
     maker.add(entry);
   }

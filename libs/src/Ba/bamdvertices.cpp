@@ -72,6 +72,8 @@ bool VerticesReader::readCoordinates(const BaMDItem& item) {
 }
 
 bool VerticesReader::_readPoints(std::string_view text) {
+  constexpr const char* kMessages[] = {"Error reading X coordinate.", "Error reading Y coordinate.",
+                                       "Error reading Z coordinate."};
   BtViewStream block(text);
   BtScanner in(block);
   std::vector<BaMDPoint> points;
@@ -79,10 +81,7 @@ bool VerticesReader::_readPoints(std::string_view text) {
   while (in.skipSpace()) {
     float numbers[3];
     const int count = in.readSomeFloats(numbers, 3);
-    if (count < 3) {
-      theExceptObj.set("Error reading %c coordinate.", "XYZ"[count]);
-      return false;
-    }
+    if (count < 3) return BaFail(kMessages[count]);
     points.push_back({numbers[0], numbers[1], numbers[2]});
   }
   _vertices->setCoordinates(BaToArray<BaMDPoint>(points));

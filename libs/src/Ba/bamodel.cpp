@@ -38,6 +38,7 @@ void BaModel::_clear() {
   _materials_by_id.clear();
   _materials_by_name.clear();
   _slider_groups_by_name.clear();
+  _last_material = nullptr;
   _bodies.clear();
   _lighting_models.clear();
   _lights.clear();
@@ -212,7 +213,11 @@ template <class T>
 T* BaModel::_addElement(Elements<T>* elements, std::unique_ptr<T> element, int chunk) {
   BaBody* const body = findBody(element->bodyId());
   BtAssert(body != nullptr, "findBody(body_id)");
-  BtAssert(materialById(element->materialId()) != nullptr, "materialById(material_id)");
+  const int material_id = element->materialId();
+  if (_last_material == nullptr || _last_material->id() != material_id) {
+    _last_material = materialById(material_id);
+    BtAssert(_last_material != nullptr, "materialById(material_id)");
+  }
   body->add(element.get());
   elements->add(std::move(element), chunk);
   return elements->last().get();

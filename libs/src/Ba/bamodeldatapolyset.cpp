@@ -21,16 +21,6 @@ bool SamePlace(const BaMDPoint& point, const float* position) {
 
 }  // namespace
 
-BaModelData_PolyList::Polygon BaModelData_PolyList::operator[](int i) const {
-  const std::span<const int> vertices = _vertices[i];
-  std::span<const BaTextureCoords> t_coords;
-  if (!_t_coords.empty()) {
-    const auto start = static_cast<std::size_t>(vertices.data() - _vertices.entries().data());
-    t_coords = std::span<const BaTextureCoords>(_t_coords).subspan(start, vertices.size());
-  }
-  return {_material_ids[static_cast<std::size_t>(i)], vertices, t_coords};
-}
-
 void BaModelData_PolyList::append(const Polygon& polygon) {
   _vertices.append(polygon.vertices);
   _t_coords.insert(_t_coords.end(), polygon.t_coords.begin(), polygon.t_coords.end());

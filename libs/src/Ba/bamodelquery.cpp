@@ -98,6 +98,7 @@ void BaModel::removeUnusedMaterials(bool renumber) {
     _materials = std::move(kept);
   }
   if (renumber) _renumberMaterials();
+  _last_material = nullptr;
   _materials_by_id.clear();
   _materials_by_name.clear();
   for (const auto& material : _materials) _indexMaterial(material.get());

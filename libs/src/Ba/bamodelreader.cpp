@@ -132,6 +132,7 @@ class Reader {
   BtScanner _in;
   bool _s_flag = false;  // the record is prefixed with S
   const BaBody* _highest_body = nullptr;
+  const BaMaterial* _last_material = nullptr;  // of the element read last
   const Record* _last_record = nullptr;
 };
 
@@ -240,8 +241,12 @@ std::unique_ptr<T> Reader::_readElement(const ElementTexts& texts) {
     FailWithId(texts.undefined_body, element->bodyId());
     return nullptr;
   }
-  if (_model.materialById(element->materialId()) == nullptr) {
-    FailWithId(texts.undefined_material, element->materialId());
+  const int material_id = element->materialId();
+  if (_last_material == nullptr || _last_material->id() != material_id) {
+    _last_material = _model.materialById(material_id);
+  }
+  if (_last_material == nullptr) {
+    FailWithId(texts.undefined_material, material_id);
     return nullptr;
   }
   return element;

@@ -5,17 +5,12 @@
 #include <charconv>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
 
 #include "btclassicios.h"
+#include "btdigits.h"
 
 namespace {
-
-bool IsDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
 
 const char* SkipSpace(const char* p, const char* end) {
   while (p != end && BtIsSpace(*p)) ++p;
@@ -40,8 +35,8 @@ const char* ParseInt(const char* p, const char* end, int* value) {
   std::int64_t number = 0;
   const char* const digits = p;
   const char* const limit = p + std::min(end - p, kMostDigits);
-  while (p != limit && IsDigit(*p)) number = number * 10 + (*p++ - '0');
-  if (p == digits || p == end || IsDigit(*p)) return nullptr;
+  while (p != limit && Bt_IsDigit(*p)) number = number * 10 + (*p++ - '0');
+  if (p == digits || p == end || Bt_IsDigit(*p)) return nullptr;
   if (negative) number = -number;
   if (number < std::numeric_limits<int>::min() || number > std::numeric_limits<int>::max()) {
     return nullptr;
@@ -58,7 +53,7 @@ const char* ParseExponent(const char* p, const char* end, int* exponent) {
   if (negative || *p == '+') ++p;
   const char* digits = p;
   int number = 0;
-  while (p != end && IsDigit(*p)) {
+  while (p != end && Bt_IsDigit(*p)) {
     if (number < 10000) number = number * 10 + (*p - '0');
     ++p;
   }
@@ -85,44 +80,10 @@ double ExactProduct(std::uint64_t mantissa, int exponent) {
   return end;
 }
 
-// Eight characters, of which digits have become their values, the first in the lowest byte.
-std::uint64_t LoadDigits(const char* p) {
-  std::uint64_t v = 0;
-  std::memcpy(&v, p, sizeof v);
-  return v ^ 0x3030303030303030U;
-}
-static_assert(std::endian::native == std::endian::little);
-
-// The number that the first `count` of eight digits make.
-std::uint64_t JoinDigits(std::uint64_t v, int count) {
-  // To the high end, in two steps: one by all 64 bits is not defined.
-  v <<= 32 - 4 * count;
-  v <<= 32 - 4 * count;
-  // Neighbours are joined three times: to pairs, to fours, to the whole.
-  v = (v * 10 + (v >> 8)) & 0x00FF00FF00FF00FFU;
-  v = (v * 100 + (v >> 16)) & 0x0000FFFF0000FFFFU;
-  return (v * 10000 + (v >> 32)) & 0x00000000FFFFFFFFU;
-}
-
 // What the digits of a positive and of a negative number are divided by.
 constexpr double kDivisors[2][9] = {{1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8},
                                     {-1e0, -1e1, -1e2, -1e3, -1e4, -1e5, -1e6, -1e7, -1e8}};
 constexpr std::uint64_t kTens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000};
-constexpr int kMostJoined = 8;
-
-// A bit for each of sixteen characters that is no digit, the lowest for the first.
-unsigned FindOthers(const char* p) {
-#if defined(__SSE2__)
-  __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-  v = _mm_sub_epi8(v, _mm_set1_epi8('0'));
-  const __m128i is_digit = _mm_cmpeq_epi8(_mm_min_epu8(v, _mm_set1_epi8(9)), v);
-  return ~static_cast<unsigned>(_mm_movemask_epi8(is_digit)) & 0xFFFFU;
-#else
-  unsigned others = 0;
-  for (int i = 0; i < 16; ++i) others |= static_cast<unsigned>(!IsDigit(p[i])) << i;
-  return others;
-#endif
-}
 
 // Characters that ParseShort() may look at.
 constexpr std::ptrdiff_t kShortRoom = 32;
@@ -134,7 +95,7 @@ constexpr std::ptrdiff_t kShortRoom = 32;
 inline const char* ParseShort(const char* p, double* value) {
   const bool negative = *p == '-';
   const int sign = static_cast<int>(negative) | static_cast<int>(*p == '+');
-  const unsigned others = FindOthers(p) & ~static_cast<unsigned>(sign);
+  const unsigned others = Bt_FindOthers(p) & ~static_cast<unsigned>(sign);
   const unsigned others_behind_point = others & (others - 1);
   if (others_behind_point == 0) return nullptr;
   const char* const point = p + std::countr_zero(others);
@@ -144,16 +105,16 @@ inline const char* ParseShort(const char* p, double* value) {
   const int fraction_count = static_cast<int>(after - point) - 1;
   const int count = whole_count + fraction_count;
   if (*point != '.' || (*after | 0x20) == 'e' || count == 0) return nullptr;
-  if (whole_count >= kMostJoined || fraction_count > kMostJoined) return nullptr;
+  if (whole_count >= kBtMostJoined || fraction_count > kBtMostJoined) return nullptr;
   std::uint64_t mantissa = 0;
-  if (count <= kMostJoined) {
+  if (count <= kBtMostJoined) {
     // The digits behind the point move up to those before it.
     const std::uint64_t before_point = (std::uint64_t{1} << (8 * whole_count)) - 1;
-    mantissa =
-        JoinDigits((LoadDigits(p) & before_point) | (LoadDigits(p + 1) & ~before_point), count);
+    mantissa = Bt_JoinDigits(
+        (Bt_LoadDigits(p) & before_point) | (Bt_LoadDigits(p + 1) & ~before_point), count);
   } else {
-    mantissa = JoinDigits(LoadDigits(p), whole_count) * kTens[fraction_count] +
-               JoinDigits(LoadDigits(point + 1), fraction_count);
+    mantissa = Bt_JoinDigits(Bt_LoadDigits(p), whole_count) * kTens[fraction_count] +
+               Bt_JoinDigits(Bt_LoadDigits(point + 1), fraction_count);
   }
   *value = static_cast<double>(static_cast<std::int64_t>(mantissa)) /
            kDivisors[static_cast<int>(negative)][fraction_count];
@@ -167,7 +128,7 @@ inline const char* ParseShort(const char* p, double* value) {
   if (negative || *p == '+') ++p;
   const char* start = p;
   std::uint64_t mantissa = 0;
-  while (p != end && IsDigit(*p)) {
+  while (p != end && Bt_IsDigit(*p)) {
     mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
     ++p;
   }
@@ -175,7 +136,7 @@ inline const char* ParseShort(const char* p, double* value) {
   int exponent = 0;
   if (p != end && *p == '.') {
     const char* fraction = ++p;
-    while (p != end && IsDigit(*p)) {
+    while (p != end && Bt_IsDigit(*p)) {
       mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
       ++p;
     }
