@@ -27,6 +27,7 @@ void KeepMemory() {
   constexpr int kMostFree = std::numeric_limits<int>::max();
   mallopt(M_MMAP_THRESHOLD, kLargestBlock);
   mallopt(M_TRIM_THRESHOLD, kMostFree);
+  mallopt(M_MXFAST, 0);  // small pieces are joined as they are freed, not all in one search
 }
 
 // Set by the first SIGINT; long operations ask for it. The second SIGINT ends the process.

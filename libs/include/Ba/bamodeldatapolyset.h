@@ -137,7 +137,7 @@ class BaModelData_PolySet {
   // Guesses at the next vertex, which are tried before the table: the vertices found last, and
   // those found before each vertex last, for neighbours run along their common edge in opposite
   // senses.
-  std::array<int, 4> _recent = {};  // the last one first
+  std::array<int, 6> _recent = {};  // the last one first
   std::vector<int> _before;         // parallel to _vertices
   BaModelData_PolyList _polygons;
   BaModelData_PolyList _textured_polygons;
