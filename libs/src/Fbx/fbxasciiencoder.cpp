@@ -8,12 +8,11 @@
 
 #include "btassert.h"
 #include "btexcept.h"
+#include "fbxbinarylayout.h"
 #include "fbxoutputfile.h"
 #include "fbxsourcefile.h"
 
 namespace {
-
-constexpr std::int32_t kFirstLengthVersion = 7000;
 
 // How many numbers of a list make one thing. Each thing has a line, so that a comparison of two
 // files shows the points and polygons that differ. Readers recognise a line that goes on with a
@@ -158,7 +157,7 @@ void FbxAsciiEncoder::add(std::span<const std::int32_t> values) { _addList(value
 
 template <class T>
 void FbxAsciiEncoder::_addList(std::span<const T> values) {
-  const bool has_length = _version >= kFirstLengthVersion;
+  const bool has_length = _version >= kFbxFirstArrayVersion;
   if (has_length) {
     _beginValue();
     _write("*");

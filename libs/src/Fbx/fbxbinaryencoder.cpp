@@ -2,29 +2,21 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstring>
 #include <limits>
 
 #include "btassert.h"
 #include "btexcept.h"
+#include "fbxbinarylayout.h"
 #include "fbxoutputfile.h"
 #include "fbxsourcefile.h"
 
-// Numbers go into the file as they stand in memory.
-static_assert(std::endian::native == std::endian::little);
-
 namespace {
 
-constexpr std::string_view kMagic("Kaydara FBX Binary  \0\x1A\0", 23);
-constexpr FbxCode kFooterMagic = {0xF8, 0x5A, 0x8C, 0x6A, 0xDE, 0xF5, 0xD9, 0x7E,
-                                  0xEC, 0xE9, 0x0C, 0xE3, 0x75, 0x8F, 0x29, 0x0B};
-constexpr std::size_t kOffsetsSize = 12;   // end offset, value count, values' length: 32 bits each
-constexpr std::size_t kSentinelSize = 13;  // an empty record's header; it ends a list
+constexpr std::size_t kOffsetsSize = 12;  // end offset, value count, values' length: 32 bits each
 constexpr std::size_t kFooterZeros = 120;
 constexpr std::uint64_t kAlignment = 16;
 
-constexpr std::int32_t kFirstArrayVersion = 7000;
 constexpr std::size_t kMinCompressedSize = 1024;
 constexpr std::uint32_t kPlain = 0;
 constexpr std::uint32_t kZlib = 1;
@@ -36,7 +28,7 @@ constexpr std::size_t kCopySize = std::size_t{1} << 18;
 FbxBinaryEncoder::FbxBinaryEncoder(FbxOutputFile* file, std::int32_t version,
                                    const FbxCreationTime& creation_time)
     : _file(file), _version(version), _footer_code(creation_time.footerCode()) {
-  _file->write(kMagic.data(), kMagic.size());
+  _file->write(kFbxMagic.data(), kFbxMagic.size());
   _file->write(&_version, sizeof _version);
 }
 
@@ -64,7 +56,7 @@ void FbxBinaryEncoder::end() {
   OpenRecord record = _open.back();
   _open.pop_back();
   if (record.has_list) {
-    _file->writeZeros(kSentinelSize);
+    _file->writeZeros(kFbxSentinelSize);
   } else {
     record.values_end = _file->position();
   }
@@ -138,7 +130,7 @@ void FbxBinaryEncoder::addFile(FbxSourceFile& file) {
 }
 
 void FbxBinaryEncoder::add(std::span<const double> values) {
-  if (_version < kFirstArrayVersion) {
+  if (_version < kFbxFirstArrayVersion) {
     _addEach('D', values);
   } else {
     _addArray('d', values);
@@ -146,7 +138,7 @@ void FbxBinaryEncoder::add(std::span<const double> values) {
 }
 
 void FbxBinaryEncoder::add(std::span<const std::int32_t> values) {
-  if (_version < kFirstArrayVersion) {
+  if (_version < kFbxFirstArrayVersion) {
     _addEach('I', values);
   } else {
     _addArray('i', values);
@@ -199,13 +191,13 @@ void FbxBinaryEncoder::_patchLength(std::uint64_t start) {
 
 void FbxBinaryEncoder::endSection() {
   BtAssert(_open.empty());
-  _file->writeZeros(kSentinelSize);
+  _file->writeZeros(kFbxSentinelSize);
   _file->write(_footer_code.data(), _footer_code.size());
   // From 1 to 16 zeros: an aligned position gets a whole row.
   _file->writeZeros(static_cast<std::size_t>(kAlignment - _file->position() % kAlignment));
   _writeInt(_section_start == 0 ? 0 : _file->position() - _section_start);
   _file->write(&_version, sizeof _version);
   _file->writeZeros(kFooterZeros);
-  _file->write(kFooterMagic.data(), kFooterMagic.size());
+  _file->write(kFbxFooterMagic.data(), kFbxFooterMagic.size());
   _section_start = _file->position();
 }

@@ -2,21 +2,15 @@
 
 #include <libdeflate.h>
 
-#include <bit>
 #include <cstring>
 #include <memory>
 
 #include "btexcept.h"
-
-static_assert(std::endian::native == std::endian::little);
+#include "fbxbinarylayout.h"
 
 namespace {
 
-constexpr std::string_view kReadMagic("Kaydara FBX Binary  \0\x1A\0", 23);
-constexpr std::string_view kReadFooter(
-    "\xF8\x5A\x8C\x6A\xDE\xF5\xD9\x7E\xEC\xE9\x0C\xE3\x75\x8F\x29\x0B", 16);
 constexpr int kFirstWideVersion = 7500;  // offsets of 64 bits from here on
-constexpr std::size_t kEndSize = 13;
 // No deflate stream makes more than this of a byte.
 constexpr std::uint64_t kMaxInflation = 1032;
 
@@ -145,19 +139,19 @@ bool FbxRecordFile::read(std::string bytes) {
   _bytes = std::move(bytes);
   _records.clear();
   const std::string_view all = _bytes;
-  if (!all.starts_with(kReadMagic)) {
+  if (!all.starts_with(kFbxMagic)) {
     theExceptObj.set("The file is no binary FBX file.");
     return false;
   }
-  if (all.size() < kReadMagic.size() + sizeof(std::uint32_t) || !all.ends_with(kReadFooter)) {
+  if (all.size() < kFbxMagic.size() + sizeof(std::uint32_t) || !all.ends_with(kFbxFooterMagic)) {
     return _fail("it is cut off", all.size());
   }
-  _version = Load<std::int32_t>(all.data() + kReadMagic.size());
+  _version = Load<std::int32_t>(all.data() + kFbxMagic.size());
   if (_version <= 0 || _version >= kFirstWideVersion) {
     theExceptObj.set("Files of FBX version %d are not supported.", _version);
     return false;
   }
-  _at = kReadMagic.size() + sizeof(std::uint32_t);
+  _at = kFbxMagic.size() + sizeof(std::uint32_t);
   if (_readRecords()) return true;
   _records.clear();
   return false;
@@ -178,7 +172,7 @@ bool FbxRecordFile::_readRecords() {
 }
 
 bool FbxRecordFile::_readHeader(Header* header) {
-  if (_bytes.size() - _at < kEndSize) return _fail("no record", _at);
+  if (_bytes.size() - _at < kFbxSentinelSize) return _fail("no record", _at);
   const char* bytes = _bytes.data() + _at;
   *header = {Load<std::uint32_t>(bytes), Load<std::uint32_t>(bytes + 4),
              Load<std::uint32_t>(bytes + 8)};
@@ -186,14 +180,14 @@ bool FbxRecordFile::_readHeader(Header* header) {
 }
 
 bool FbxRecordFile::_beginRecord(const Header& header, std::size_t limit, std::vector<List>* open) {
-  const std::size_t name_length = static_cast<unsigned char>(_bytes[_at + kEndSize - 1]);
-  const std::size_t values = _at + kEndSize + name_length;
+  const std::size_t name_length = static_cast<unsigned char>(_bytes[_at + kFbxSentinelSize - 1]);
+  const std::size_t values = _at + kFbxSentinelSize + name_length;
   const std::size_t values_end = values + header.length;
   if (header.end > limit || values_end > header.end) return _fail("a record without end", _at);
   const std::string_view all = _bytes;
-  const Record record = {all.substr(_at + kEndSize, name_length), all.substr(values, header.length),
-                         header.count, open->empty() ? kNone : open->back().record,
-                         _records.size() + 1};
+  const Record record = {all.substr(_at + kFbxSentinelSize, name_length),
+                         all.substr(values, header.length), header.count,
+                         open->empty() ? kNone : open->back().record, _records.size() + 1};
   FbxValueCursor cursor(record.values);
   FbxReadValue value;
   std::uint32_t count = 0;
@@ -208,7 +202,7 @@ bool FbxRecordFile::_beginRecord(const Header& header, std::size_t limit, std::v
 }
 
 bool FbxRecordFile::_endList(const Header& header, std::vector<List>* open) {
-  _at += kEndSize;
+  _at += kFbxSentinelSize;
   if (_at != open->back().end || header.count != 0 || header.length != 0) {
     return _fail("the end of a list", _at);
   }
