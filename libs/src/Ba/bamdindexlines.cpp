@@ -15,8 +15,6 @@ namespace {
 
 constexpr int kFewestIndices = 3;
 
-bool IsIndexDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
-
 int VertexOf(int entry) { return entry; }
 int VertexOf(const BaMDTexturedCorner& entry) { return entry.vertex; }
 
@@ -48,8 +46,8 @@ const char* ReadIndex(const char* p, const char* end, const char* message, int* 
   const char* const digits = p;
   const char* const limit = p + std::min(end - p, kMostDigits);
   std::int64_t number = 0;
-  while (p != limit && IsIndexDigit(*p)) number = number * 10 + (*p++ - '0');
-  if (p == digits || number > kMaxIndex || (p != end && IsIndexDigit(*p))) {
+  while (p != limit && Bt_IsDigit(*p)) number = number * 10 + (*p++ - '0');
+  if (p == digits || number > kMaxIndex || (p != end && Bt_IsDigit(*p))) {
     theExceptObj.set("%s", message);
     return nullptr;
   }
@@ -94,7 +92,7 @@ const char* ReadEntry(const char* p, const char* end, BaMDTexturedCorner* corner
   p = ReadEntry(p, end, &corner->vertex);
   if (p == nullptr) return nullptr;
   p = SkipBlanks(p, end);
-  if (p == end || *p == '\n' || IsIndexDigit(*p) || *p == '-' || *p == '+') {
+  if (p == end || *p == '\n' || Bt_IsDigit(*p) || *p == '-' || *p == '+') {
     theExceptObj.set("Unable to read delimiter.");
     return nullptr;
   }

@@ -3,6 +3,7 @@
 #include <limits>
 #include <string>
 
+#include "btdigits.h"
 #include "btexcept.h"
 #include "btparse.h"
 #include "btscan.h"
@@ -10,13 +11,12 @@
 
 namespace {
 
-bool IsDecimal(char c) { return c >= '0' && c <= '9'; }
 bool IsNameStart(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_'; }
 
 std::size_t IdentifierLength(std::string_view text) {
   if (text.empty() || !IsNameStart(text.front())) return 0;
   std::size_t length = 1;
-  while (length < text.size() && (IsNameStart(text[length]) || IsDecimal(text[length]))) ++length;
+  while (length < text.size() && (IsNameStart(text[length]) || Bt_IsDigit(text[length]))) ++length;
   return length;
 }
 
