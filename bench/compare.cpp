@@ -59,7 +59,9 @@ class Comparison {
   }
 
  private:
-  static constexpr int kRounds = 5;
+  static constexpr int kRounds = 9;
+  static constexpr int kGrowthRounds = 7;
+  static constexpr int kSlowRounds = 3;
 
   void _row(const std::string& what, double value, double limit, double aim,
             const char* unit = "") {
@@ -117,7 +119,7 @@ class Comparison {
                             });
                           }});
     const auto slow =
-        Medians(1, {[&] { return RunFunction([&] { return ExtractionLoop(file); }); }});
+        Medians(kSlowRounds, {[&] { return RunFunction([&] { return ExtractionLoop(file); }); }});
     const double loop = costs[0].cpu;
     _note("from_chars over the legacy file", loop);
     _note("extraction of the same numbers from a stream", slow[0].cpu);
@@ -173,7 +175,7 @@ class Comparison {
         jobs.emplace_back([this, name] { return RunProgram(_conversion(name)); });
         size.*kind.grows *= 2;
       }
-      const auto costs = Medians(3, jobs);
+      const auto costs = Medians(kGrowthRounds, jobs);
       _row(std::string("CPU at twice the ") + kind.what, costs[1].cpu / costs[0].cpu, 2.2, 2.05);
     }
   }

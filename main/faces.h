@@ -16,6 +16,7 @@ class SceneMaterials;
 // A body of the mesh and its place in it.
 struct MeshBody {
   const BaMDBody* body;
+  KFbxNode* node;
   KFbxXMatrix to_mesh;  // from the body's space, already scaled, into the mesh's space
 };
 

@@ -42,7 +42,7 @@ MeshBuilder::MeshBuilder(KFbxScene* scene, const BaModelData& model_data, float 
 KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* node,
                                                 bool whole_chain) {
   const std::vector<MeshBody> bodies =
-      whole_chain ? chainBelow(body, node) : std::vector<MeshBody>{{&body, KFbxXMatrix()}};
+      whole_chain ? chainBelow(body, node) : std::vector<MeshBody>{{&body, node, KFbxXMatrix()}};
   Faces faces = GatherFaces(_model_data, bodies, _scale_factor);
 
   KFbxNode* mesh_node = KFbxNode::Create(_scene, body.name() + "_mesh");
@@ -72,10 +72,10 @@ std::vector<MeshBody> MeshBuilder::chainBelow(const BaMDBody& top, KFbxNode* top
     const BaMDBody* body = waiting.back();
     waiting.pop_back();
     if (body == &top) {
-      bodies.push_back({body, KFbxXMatrix()});
+      bodies.push_back({body, top_node, KFbxXMatrix()});
     } else {
       KFbxNode* node = _scene->FindNodeByName(body->name());
-      bodies.push_back({body, from_world * evaluator->GetNodeGlobalTransform(node)});
+      bodies.push_back({body, node, from_world * evaluator->GetNodeGlobalTransform(node)});
     }
     const std::vector<BaMDBody*>& children = _model_data.childBodies(body->name());
     waiting.insert(waiting.end(), children.rbegin(), children.rend());

@@ -17,10 +17,9 @@ using Vector = std::array<double, 3>;
 // Points that lie closer than this part of the mesh's diagonal coincide: positions that two bodies
 // share are rounded in each body's own space.
 constexpr double kCoincidence = 1e-5;
-// Edge of the search grid's cells in units of the coincidence distance.
-constexpr double kCellSize = 64.0;
-// The same for the cells that crowded points are told by; smaller ones have fewer points by chance.
-constexpr double kCrowdCellSize = 16.0;
+// Edge of the search grid's cells in units of the coincidence distance: smaller ones have fewer
+// points by chance, larger ones have fewer points near their borders.
+constexpr double kCellSize = 16.0;
 
 Vector PointAt(const std::vector<double>& points, std::size_t i) {
   return {points[3 * i], points[3 * i + 1], points[3 * i + 2]};
@@ -121,40 +120,48 @@ class Grid {
 class CoincidentPoints {
  public:
   explicit CoincidentPoints(const std::vector<double>& points)
-      : _points(points), _count(points.size() / 3) {
-    _measure();
-  }
+      : _points(points), _count(points.size() / 3), _grid(_measure()) {}
 
-  // Most points have no other one near them, which a few bits tell. A finer search among the
-  // others: a grid holds the points that stand for others; each stands in one cell and is searched
-  // for in all cells within reach.
+  // Most points have no other one near them, which a few bits tell. A search among the others: a
+  // grid holds the points that stand for others; each stands in one cell and is searched for in all
+  // cells within reach.
   std::vector<std::uint32_t> firstOfEach() {
     std::vector<std::uint32_t> first(_count);
     std::iota(first.begin(), first.end(), 0U);
     const std::vector<std::uint32_t> crowded = _crowdedPoints();
-    const Grid grid(_low, kCellSize * _distance, _distance);
     _buckets.assign(std::bit_ceil(2 * crowded.size() + 1), kNone);
-    _next.resize(crowded.size());
-    for (std::uint32_t place = 0; place < crowded.size(); ++place) {
-      const Vector point = PointAt(_points, crowded[place]);
-      const std::uint32_t found = _find(grid, crowded, point);
+    for (std::size_t i = 0; i < crowded.size(); ++i) {
+      if (i + kAhead < crowded.size()) _expect(PointAt(_points, crowded[i + kAhead]));
+      const std::uint32_t point = crowded[i];
+      const Vector place = PointAt(_points, point);
+      const std::uint32_t found = _find(place);
       if (found != kNone) {
-        first[crowded[place]] = crowded[found];
+        first[point] = _standing[found].point;
         continue;
       }
-      std::uint32_t& head = _bucket(grid.cellOf(point));
-      _next[place] = head;
-      head = place;
+      std::uint32_t& head = _bucket(_grid.cellOf(place));
+      _standing.push_back({place, point, head});
+      head = static_cast<std::uint32_t>(_standing.size() - 1);
     }
     return first;
   }
 
  private:
   static constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
+  // How many points ahead memory is asked for.
+  static constexpr std::size_t kAhead = 8;
 
-  // Sets the corner that cells count from and the distance within which points coincide.
-  void _measure() {
+  // A point that stands for those that coincide with it.
+  struct Standing {
+    Vector place;
+    std::uint32_t point;
+    std::uint32_t next;  // of the same bucket, in _standing
+  };
+
+  // The grid that fits the points; sets the distance within which they coincide.
+  Grid _measure() {
     double square = 0.0;
+    Vector lowest = {};
     for (std::size_t k = 0; k < 3; ++k) {
       double low = std::numeric_limits<double>::max();
       double high = std::numeric_limits<double>::lowest();
@@ -162,10 +169,11 @@ class CoincidentPoints {
         low = std::min(low, _points[i]);
         high = std::max(high, _points[i]);
       }
-      _low[k] = low;
+      lowest[k] = low;
       if (high > low) square += (high - low) * (high - low);
     }
     _distance = kCoincidence * std::sqrt(square);
+    return {lowest, kCellSize * _distance, _distance};
   }
 
   // The points, in order, that share a cell within their reach with another point, and some more.
@@ -175,12 +183,11 @@ class CoincidentPoints {
     // number of a word and the place of the bits in it.
     const std::size_t words = std::bit_ceil(_count / 4 + 1);
     constexpr unsigned kPlaceBits = 5;
-    const Grid grid(_low, kCrowdCellSize * _distance, _distance);
     std::vector<std::uint64_t> cells;
     cells.reserve(_count + _count / 2);
     std::vector<std::uint8_t> n_cells(_count);  // of each point: two in each direction at most
     for (std::size_t i = 0; i < _count; ++i) {
-      grid.forEachNear(PointAt(_points, i), [&](std::uint64_t cell) {
+      _grid.forEachNear(PointAt(_points, i), [&](std::uint64_t cell) {
         cells.push_back(cell);
         ++n_cells[i];
       });
@@ -212,13 +219,15 @@ class CoincidentPoints {
     return _buckets[cell & (_buckets.size() - 1)];
   }
 
-  // The place among `crowded` of the first point that coincides with `p`.
-  [[nodiscard]] std::uint32_t _find(const Grid& grid, const std::vector<std::uint32_t>& crowded,
-                                    const Vector& p) {
+  // Tells the processor that a point's cell is about to be searched.
+  void _expect(const Vector& p) { __builtin_prefetch(&_bucket(_grid.cellOf(p))); }
+
+  // The place in _standing of the first point that coincides with `p`.
+  [[nodiscard]] std::uint32_t _find(const Vector& p) {
     std::uint32_t best = kNone;
-    grid.forEachNear(p, [&](std::uint64_t cell) {
-      for (std::uint32_t i = _bucket(cell); i != kNone; i = _next[i]) {
-        if (i < best && _near(PointAt(_points, crowded[i]), p)) best = i;
+    _grid.forEachNear(p, [&](std::uint64_t cell) {
+      for (std::uint32_t i = _bucket(cell); i != kNone; i = _standing[i].next) {
+        if (i < best && _near(_standing[i].place, p)) best = i;
       }
     });
     return best;
@@ -231,10 +240,10 @@ class CoincidentPoints {
 
   const std::vector<double>& _points;
   std::size_t _count;
-  Vector _low = {};
   double _distance = 0.0;
-  std::vector<std::uint32_t> _buckets;  // place of the first point of each cell's chain
-  std::vector<std::uint32_t> _next;     // place of the next point of the same chain
+  Grid _grid;
+  std::vector<std::uint32_t> _buckets;  // the first of each bucket's points in _standing
+  std::vector<Standing> _standing;
 };
 
 // Every point gets the sum of all points that coincide with it.

@@ -28,8 +28,8 @@ class FollowedNodes {
  public:
   explicit FollowedNodes(KFbxScene* scene) : _scene(scene) {}
 
-  int numberOf(const BtStr& body_name) {
-    KFbxNode* node = _scene->FindNodeByName(body_name);
+  int numberOf(const BtStr& body_name) { return numberOf(_scene->FindNodeByName(body_name)); }
+  int numberOf(KFbxNode* node) {
     const auto [entry, is_new] = _numbers.try_emplace(node, static_cast<int>(_nodes.size()));
     if (is_new) _nodes.push_back(node);
     return entry->second;
@@ -130,16 +130,16 @@ std::vector<Influence> CollectInfluences(const std::vector<MeshBody>& bodies, co
   all.reserve(faces.pointCount());
   for (std::size_t i = 0; i < faces.parts.size(); ++i) {
     const Faces::Part& part = faces.parts[i];
-    const BaMDBody& body = *bodies[static_cast<std::size_t>(part.body)].body;
+    const MeshBody& body = bodies[static_cast<std::size_t>(part.body)];
     const int last_point = i + 1 < faces.parts.size() ? faces.parts[i + 1].first_point
                                                       : static_cast<int>(faces.pointCount());
     Corrections corrections;
-    const int own_node = nodes->numberOf(body.name());
+    const int own_node = nodes->numberOf(body.node);
     std::vector<Influence> flex =
         FlexWeights(*part.vertices, part.first_point, nodes, &corrections);
     MergeWeights(&flex);
     AddPart(part.first_point, last_point, own_node, std::move(flex), &corrections, &all);
-    Warn(body, corrections);
+    Warn(*body.body, corrections);
   }
   return all;
 }
@@ -157,10 +157,18 @@ void AddSkin(KFbxScene* scene, KFbxMesh* mesh, KFbxNode* mesh_parent,
   if (rigid) return;
 
   KFbxSkin* skin = KFbxSkin::Create(scene, "");
+  std::vector<std::size_t> n_points(nodes.nodes().size());
+  for (const Influence& influence : influences)
+    ++n_points[static_cast<std::size_t>(influence.node)];
   std::vector<KFbxCluster*> clusters(nodes.nodes().size(), nullptr);
   for (const Influence& influence : influences) {
-    KFbxCluster*& cluster = clusters[static_cast<std::size_t>(influence.node)];
-    if (cluster == nullptr) cluster = KFbxCluster::Create(scene, "");
+    const auto number = static_cast<std::size_t>(influence.node);
+    KFbxCluster*& cluster = clusters[number];
+    if (cluster == nullptr) {
+      cluster = KFbxCluster::Create(scene, "");
+      cluster->GetControlPointIndices().reserve(n_points[number]);
+      cluster->GetControlPointWeights().reserve(n_points[number]);
+    }
     cluster->AddControlPointIndex(influence.point, influence.weight);
   }
   for (std::size_t i = 0; i < clusters.size(); ++i) {

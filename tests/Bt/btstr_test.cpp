@@ -169,6 +169,22 @@ TEST(BtStr, ScansLines) {
   }
 }
 
+// Short and long texts are kept in different places.
+TEST(BtStr, GrowsFromShortToLongAndBack) {
+  BtStr text("a");
+  std::string expected("a");
+  for (const std::string_view piece : {"bcdefghij", "klmnopqrs", "t", "u", "v", "wxyz0123456789"}) {
+    text.append(piece);
+    expected += piece;
+    EXPECT_EQ(text.view(), expected);
+  }
+  text = text.left(20);
+  text += text;
+  EXPECT_EQ(text.view(), expected.substr(0, 20) + expected.substr(0, 20));
+  text.lengthTo(3);
+  EXPECT_EQ(text.view(), "abc");
+}
+
 TEST(BtStr, FormatsAnyLength) {
   for (const std::size_t length : {0U, 511U, 512U, 100000U}) {
     const std::string text(length, 'x');

@@ -5,7 +5,6 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 #include "bamdbody.h"
@@ -169,7 +168,7 @@ class BaModelData {
   BtStr _directory = ".";  // of the file: where the names in it start from
 
   BaNameMap<BodyEntry> _by_body_name;
-  std::unordered_map<int, BaMDBody*> _by_body_id;
+  BtFlatMap<int, BaMDBody*> _by_body_id;
   BaNameMap<BaMDSliderGroup*> _slider_groups_by_name;
   BaNameMap<BaMDMaterial*> _materials_by_name;
   BaNameMap<BaMDVertices*> _vertex_sets_by_name;

@@ -8,11 +8,11 @@
 #include <vector>
 
 #include "array.h"
-#include "baindextable.h"
 #include "bamdindexlists.h"
 #include "bamdpoint.h"
 #include "batexturecoords.h"
 #include "bavertex.h"
+#include "btindextable.h"
 #include "btlist.h"
 
 class BaBody;
@@ -133,7 +133,7 @@ class BaModelData_PolySet {
 
   std::vector<BaMDPoint> _vertices;
   std::vector<Effects> _effects;
-  BaIndexTable _by_coordinates;
+  BtIndexTable _by_coordinates;
   // Guesses at the next vertex, which are tried before the table: the vertices found last, and
   // those found before each vertex last, for neighbours run along their common edge in opposite
   // senses.
@@ -171,5 +171,5 @@ using MaterialIdMap = std::unordered_map<int, int>;
 int MaterialIdAt(int material_id, BtDynArray<int>& material_ids, MaterialIdMap& map);
 
 // The same for texture coordinates. 0.0 equals -0.0.
-using TCoordMap = BaIndexTable;
+using TCoordMap = BtIndexTable;
 int TCoordAt(const BaTextureCoords& t_coord, BtDynArray<BaTextureCoords>& t_coords, TCoordMap& map);

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <functional>
 #include <string_view>
-#include <unordered_map>
 
+#include "btflatmap.h"
 #include "btstr.h"
 
 struct BaNameHash {
@@ -15,4 +15,4 @@ struct BaNameHash {
 };
 
 template <class Value>
-using BaNameMap = std::unordered_map<BtStr, Value, BaNameHash>;
+using BaNameMap = BtFlatMap<BtStr, Value, BaNameHash>;

@@ -49,6 +49,7 @@ class Bt_CoreStr {
   int _size = 0;
   int _length = 0;
   int _ref_count = 1;
+  char _short_text[20] = {};  // short texts stand here: most names are one block of memory
 };
 
 // All indices are 0-based. Indices out of range and null arguments are assertion failures.

@@ -1,9 +1,9 @@
 // KFbxPose: the transforms of a set of nodes at one moment, such as the one a skin was bound at.
 #pragma once
 
-#include <unordered_map>
 #include <vector>
 
+#include "btflatmap.h"
 #include "kfbxmath.h"
 #include "kfbxsdkmanager.h"
 
@@ -40,5 +40,5 @@ class KFbxPose : public KFbxCreated<KFbxPose> {
 
   bool _bind_pose = false;
   std::vector<Entry> _entries;
-  std::unordered_map<const KFbxNode*, int> _last_of_node;  // index of each node's latest entry
+  BtFlatMap<const KFbxNode*, int> _last_of_node;  // index of each node's latest entry
 };

@@ -5,10 +5,9 @@
 #include <cstdint>
 #include <limits>
 #include <string>
-#include <string_view>
-#include <unordered_map>
 #include <vector>
 
+#include "btindextable.h"
 #include "kfbxmath.h"
 #include "kfbxsdkmanager.h"
 
@@ -49,10 +48,12 @@ class KFbxScene : public KFbxCreated<KFbxScene> {
   friend class KFbxCreated<KFbxScene>;
   friend class KFbxNode;
   KFbxScene(KFbxSdkManager* manager, const char* name);
+  void _indexNode(KFbxNode* node);
 
   KFbxNode* _root;
   KFbxDocumentInfo* _info = nullptr;
   KFbxSceneEvaluator _evaluator;
   std::vector<KFbxPose*> _poses;
-  std::unordered_map<std::string_view, KFbxNode*> _nodes_by_name;  // keys are the nodes' own names
+  std::vector<KFbxNode*> _nodes;  // the first of each name
+  BtIndexTable _nodes_by_name;    // places in _nodes
 };

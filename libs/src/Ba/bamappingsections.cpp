@@ -65,7 +65,7 @@ bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* m
     if (!WordToInt(id_word, &id))
       return FailSection("Unable to read sysvar id from SLIDERS section.");
     if (id < 1) return FailId("sysvar", id_word);
-    const auto [slider, is_new] = known->emplace(name, id);
+    const auto [slider, is_new] = known->try_emplace(name, id);
     if (is_new) {
       map->sliders.push_back({name, id});
     } else if (slider->second != id) {

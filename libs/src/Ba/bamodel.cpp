@@ -172,7 +172,7 @@ void BaModel::_unindexBody(const BaBody* body) {
   if (names_are_unique) return;
   for (const auto& other : _bodies) {
     if (other == nullptr || other->name() != body->name()) continue;
-    _bodies_by_name.emplace(other->name(), other.get());
+    _bodies_by_name.try_emplace(other->name(), other.get());
     return;
   }
 }

@@ -134,7 +134,7 @@ void BaModelCombine::_addSliderGroup(const BaMDSliderGroup& group, Names* names)
     copy->setName(name);
     _model->addSliderGroup(std::move(copy));
   }
-  names->slider_groups.emplace(group.name(), name);
+  names->slider_groups.try_emplace(group.name(), name);
 }
 
 void BaModelCombine::_addMuscle(const BaMuscle& muscle, const Names& names) {

@@ -18,9 +18,11 @@ using BaMaterialNames = std::function<BtStr(int material_id)>;
 // The vertex set of a poly set, with its effects.
 std::unique_ptr<BaMDVertices> BaToMDVertices(const BaModel& model,
                                              const BaModelData_PolySet& poly_set);
-// The geometry of a body. `poly_set` is null for a body that has bones only.
+// The geometry of a body over the vertex set of the poly set; both are null for a body that has
+// bones only.
 std::unique_ptr<BaMDGeometry> BaToMDGeometry(const BaBody& body,
                                              const BaModelData_PolySet* poly_set,
+                                             const BtStr& vertices_name,
                                              const BaMaterialNames& material_names);
 
 // Adds the content of a geometry to a model that is being built; false after a recorded error.

@@ -78,7 +78,7 @@ BaMDSliderGroup* BaModelData::sliderGroupByName(const BtStr& name) const {
 void BaModelData::_indexBody(BaMDBody* body) {
   BodyEntry& entry = _by_body_name[body->name()];
   if (entry.body == nullptr) entry.body = body;
-  if (body->hasId()) _by_body_id.emplace(body->id(), body);
+  if (body->hasId()) _by_body_id.try_emplace(body->id(), body);
   _by_body_name[body->parentName()].children.push_back(body);
 }
 
@@ -88,17 +88,17 @@ BaMDBody* BaModelData::addBody(std::unique_ptr<BaMDBody> body) {
 }
 
 BaMDSliderGroup* BaModelData::addSliderGroup(std::unique_ptr<BaMDSliderGroup> group) {
-  _slider_groups_by_name.emplace(group->name(), group.get());
+  _slider_groups_by_name.try_emplace(group->name(), group.get());
   return BaAppend(&_slider_groups, std::move(group));
 }
 
 BaMDMaterial* BaModelData::addMaterial(std::unique_ptr<BaMDMaterial> material) {
-  _materials_by_name.emplace(material->name(), material.get());
+  _materials_by_name.try_emplace(material->name(), material.get());
   return BaAppend(&_materials, std::move(material));
 }
 
 BaMDVertices* BaModelData::addVertexSet(std::unique_ptr<BaMDVertices> vertices) {
-  _vertex_sets_by_name.emplace(vertices->name(), vertices.get());
+  _vertex_sets_by_name.try_emplace(vertices->name(), vertices.get());
   return BaAppend(&_vertex_sets, std::move(vertices));
 }
 

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <iostream>
 #include <string>
-#include <unordered_set>
 
 #include "bamdsection.h"
 #include "bamodelconvert.h"
@@ -56,7 +55,7 @@ class ModelFiller {
   void warnOfLeftOut() const;
 
  private:
-  using Names = std::unordered_set<BtStr, BaNameHash>;
+  using Names = BaNameMap<const BaBody*>;
 
   [[nodiscard]] bool _checkBody(const BaBody& body, Names* names) const;
   std::unique_ptr<BaMDBody> _toMDBody(const BaBody& body) const;
@@ -72,7 +71,7 @@ bool ModelFiller::_checkBody(const BaBody& body, Names* names) const {
   if (name == BaMDBody::kWorldName) {
     return BaFail("A body cannot have the name \"GLOBAL\".");
   }
-  if (_data->bodyByName(name) != nullptr || !names->insert(name).second) {
+  if (_data->bodyByName(name) != nullptr || !names->try_emplace(name, &body).second) {
     return BaFail("Multiple bodies have name \"" + name + "\".");
   }
   if (!isRightHanded(BtCoordSystem(body.transform()).rotation())) {
@@ -165,13 +164,16 @@ void ModelFiller::useModelMaterialNames() {
 }
 
 void ModelFiller::addShape(const BaBody& body, const BaModelData_PolySet* poly_set) {
-  if (poly_set != nullptr) _data->addVertexSet(BaToMDVertices(_model, *poly_set));
+  BtStr vertices_name;
+  if (poly_set != nullptr) {
+    vertices_name = _data->addVertexSet(BaToMDVertices(_model, *poly_set))->name();
+  }
   const BaMaterialNames material_names = [this](int id) {
     const auto name = _material_names.find(id);
     BtAssert(name != _material_names.end(), "model.materialById(material_id)");
     return name->second;
   };
-  _data->addGeometry(BaToMDGeometry(body, poly_set, material_names));
+  _data->addGeometry(BaToMDGeometry(body, poly_set, vertices_name, material_names));
 }
 
 bool ModelFiller::addShapes() {

@@ -26,8 +26,8 @@ class GeometryMaker {
   }
 
  private:
-  // The group of a material, made at its first use.
-  BaMDMaterialGroup& _groupOf(int material_id);
+  // The place of the group of a material, which is made at its first use.
+  std::size_t _placeOf(int material_id);
   // The position of the texture coordinates of a corner. `vertex` is 0-based.
   int _coordAt(const BaTextureCoords& coord, int vertex);
   // Makes room in the groups for the polygons that they are to hold.
@@ -41,24 +41,24 @@ class GeometryMaker {
   MaterialIdMap _material_id_map;
   std::vector<BaMDMaterialGroup*> _groups;  // parallel to _material_ids
   int _last_material_id = -1;
-  BaMDMaterialGroup* _last_group = nullptr;
+  std::size_t _last_place = 0;
   BtDynArray<BaTextureCoords> _coords;
   TCoordMap _coord_map;
   // The texture coordinates that each vertex had last: most vertices have the same in all polygons.
   std::vector<int> _last_coords;
 };
 
-BaMDMaterialGroup& GeometryMaker::_groupOf(int material_id) {
-  if (_last_group != nullptr && _last_material_id == material_id) return *_last_group;
-  const int place = MaterialIdAt(material_id, _material_ids, _material_id_map);
-  if (static_cast<std::size_t>(place) == _groups.size()) {
+std::size_t GeometryMaker::_placeOf(int material_id) {
+  if (!_groups.empty() && _last_material_id == material_id) return _last_place;
+  _last_material_id = material_id;
+  _last_place =
+      static_cast<std::size_t>(MaterialIdAt(material_id, _material_ids, _material_id_map));
+  if (_last_place == _groups.size()) {
     auto group = std::make_unique<BaMDMaterialGroup>();
     group->setMaterial(_material_names(material_id));
     _groups.push_back(_geometry->addMaterialGroup(std::move(group)));
   }
-  _last_material_id = material_id;
-  _last_group = _groups[static_cast<std::size_t>(place)];
-  return *_last_group;
+  return _last_place;
 }
 
 template <class Entry>
@@ -68,19 +68,16 @@ void GeometryMaker::_makeRoom(const BaModelData_PolyList& polygons,
     std::size_t entries = 0;
     std::size_t lists = 0;
   };
-  std::unordered_map<BaMDMaterialGroup*, Room> rooms;
-  Room* room = nullptr;
-  const BaMDMaterialGroup* group_of_room = nullptr;
+  std::vector<Room> rooms;
   for (int i = 0; i < polygons.count(); ++i) {
     const BaModelData_PolyList::Polygon polygon = polygons[i];
-    BaMDMaterialGroup& group = _groupOf(polygon.material_id);
-    if (&group != group_of_room) room = &rooms[&group];
-    group_of_room = &group;
-    room->entries += polygon.vertices.size();
-    ++room->lists;
+    const std::size_t place = _placeOf(polygon.material_id);
+    if (place >= rooms.size()) rooms.resize(place + 1);
+    rooms[place].entries += polygon.vertices.size();
+    ++rooms[place].lists;
   }
-  for (const auto& [group, wanted] : rooms) {
-    (group->*lists)().reserve(wanted.entries, wanted.lists);
+  for (std::size_t i = 0; i < rooms.size(); ++i) {
+    (_groups[i]->*lists)().reserve(rooms[i].entries, rooms[i].lists);
   }
 }
 
@@ -89,7 +86,7 @@ void GeometryMaker::addPolygons(const BaModelData_PolyList& polygons,
   _makeRoom(polygons, lists);
   for (int i = 0; i < polygons.count(); ++i) {
     const BaModelData_PolyList::Polygon polygon = polygons[i];
-    BaMDIndexLists<int>& list = (_groupOf(polygon.material_id).*lists)();
+    BaMDIndexLists<int>& list = (_groups[_placeOf(polygon.material_id)]->*lists)();
     for (const int vertex : polygon.vertices) list.push(vertex + 1);
     list.endList();
   }
@@ -107,10 +104,10 @@ void GeometryMaker::addTexturedPolygons(
   _makeRoom(polygons, lists);
   for (int i = 0; i < polygons.count(); ++i) {
     const BaModelData_PolyList::Polygon polygon = polygons[i];
-    BaMDIndexLists<BaMDTexturedCorner>& list = (_groupOf(polygon.material_id).*lists)();
+    BaMDIndexLists<BaMDTexturedCorner>& list = (_groups[_placeOf(polygon.material_id)]->*lists)();
     if (_coord_map.isLarge() && i + 1 < polygons.count()) {
       for (const BaTextureCoords& coord : polygons[i + 1].t_coords) {
-        _coord_map.expect(BaIndexTable::hashOf(coord.u, coord.v));
+        _coord_map.expect(BtIndexTable::hashOf(coord.u, coord.v));
       }
     }
     for (std::size_t corner = 0; corner < polygon.vertices.size(); ++corner) {
@@ -125,9 +122,8 @@ void GeometryMaker::addBones(const BaElements<BaBone*>& bones) {
   for (const BaBone* bone : bones) {
     const std::array<float, 3>& from = bone->from();
     const std::array<float, 3>& to = bone->to();
-    _groupOf(bone->materialId())
-        .bones()
-        .push_back({{from[0], from[1], from[2]}, {to[0], to[1], to[2]}});
+    _groups[_placeOf(bone->materialId())]->bones().push_back(
+        {{from[0], from[1], from[2]}, {to[0], to[1], to[2]}});
   }
 }
 
@@ -135,16 +131,17 @@ void GeometryMaker::addBones(const BaElements<BaBone*>& bones) {
 
 std::unique_ptr<BaMDGeometry> BaToMDGeometry(const BaBody& body,
                                              const BaModelData_PolySet* poly_set,
+                                             const BtStr& vertices_name,
                                              const BaMaterialNames& material_names) {
   auto geometry = std::make_unique<BaMDGeometry>();
   geometry->setBodyName(BaDocumentName(body));
+  geometry->setVerticesName(vertices_name);
   GeometryMaker maker(material_names, geometry.get());
   if (poly_set != nullptr) {
     BtAssert(poly_set->body_id == body.id(), "poly_set->body_id==body->id()");
     if (!poly_set->texturedPolygons().empty() || !poly_set->texturedTMeshes().empty()) {
       maker.expectCoords(poly_set->vertices().size());
     }
-    geometry->setVerticesName(geometry->bodyName() + "_vertices");
     maker.addPolygons(poly_set->polygons(), &BaMDMaterialGroup::polygons);
     maker.addTexturedPolygons(poly_set->texturedPolygons(), &BaMDMaterialGroup::texturedPolygons);
     maker.addPolygons(poly_set->tMeshes(), &BaMDMaterialGroup::triangleStrips);

@@ -12,7 +12,7 @@ namespace {
 constexpr int kFewestVertices = 2;
 
 std::uint64_t HashOf(const float* position) {
-  return BaIndexTable::hashOf(position[0], position[1], position[2]);
+  return BtIndexTable::hashOf(position[0], position[1], position[2]);
 }
 
 bool SamePlace(const BaMDPoint& point, const float* position) {
@@ -56,7 +56,11 @@ BaModelData_PolySet::BaModelData_PolySet(const BaBody* body)
                               _textured_polygons.reserveFor(body->texturedPolygons()) +
                               _t_meshes.reserveFor(body->tMeshes()) +
                               _textured_t_meshes.reserveFor(body->texturedTMeshes());
-  _by_coordinates.reserve(corners / kCornersOfVertex);
+  constexpr std::size_t kVerticesAtBorders = 8;
+  const std::size_t n_vertices = corners / kCornersOfVertex + kVerticesAtBorders;
+  _by_coordinates.reserve(n_vertices);
+  _vertices.reserve(n_vertices);
+  _before.reserve(n_vertices);
   for (int i = 0; i < body->polygons().size(); ++i) {
     const BaPolygon* polygon = body->polygons()[i];
     BtAssert(polygon->isValid(), "body->polygons()[num]->isValid()");
@@ -265,7 +269,7 @@ int MaterialIdAt(int material_id, BtDynArray<int>& material_ids, MaterialIdMap& 
 
 int TCoordAt(const BaTextureCoords& t_coord, BtDynArray<BaTextureCoords>& t_coords,
              TCoordMap& map) {
-  const std::uint64_t hash = BaIndexTable::hashOf(t_coord.u, t_coord.v);
+  const std::uint64_t hash = BtIndexTable::hashOf(t_coord.u, t_coord.v);
   const int index = map.findOrInsert(
       hash, [&](int i) { return t_coords[i] == t_coord; }, t_coords.size());
   if (index == t_coords.size()) t_coords.append(t_coord);

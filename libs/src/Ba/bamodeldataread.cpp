@@ -220,7 +220,7 @@ bool DocumentReader::readMaterial(const BaMDItem& item) {
   if (_data->materialByName(material->name()) != nullptr) {
     return BaFail("Multiple materials have name \"" + material->name() + "\".");
   }
-  _materials.emplace(material->name(), material.get());
+  _materials.try_emplace(material->name(), material.get());
   _data->addMaterial(std::move(material));
   return true;
 }

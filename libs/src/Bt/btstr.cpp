@@ -59,7 +59,15 @@ void Bt_CoreStr::resize(int size) {
     _setNull();
     return;
   }
-  _text_ptr = static_cast<char*>(BtReallocOrExit(_text_ptr, static_cast<std::size_t>(size), 1));
+  char* const old_text = _text_ptr;
+  const bool was_long = old_text != nullptr && old_text != _short_text;
+  if (was_long || size > static_cast<int>(sizeof _short_text)) {
+    void* const block = was_long ? old_text : nullptr;
+    _text_ptr = static_cast<char*>(BtReallocOrExit(block, static_cast<std::size_t>(size), 1));
+    if (old_text == _short_text) std::memcpy(_text_ptr, _short_text, sizeof _short_text);
+  } else {
+    _text_ptr = _short_text;
+  }
   _size = size;
   _length = std::min(_length, size - 1);
   _text_ptr[_length] = '\0';
@@ -87,7 +95,7 @@ void Bt_CoreStr::_set(const char* text, int len) {
 }
 
 void Bt_CoreStr::_setNull() {
-  std::free(_text_ptr);
+  if (_text_ptr != _short_text) std::free(_text_ptr);
   _text_ptr = nullptr;
   _size = 0;
   _length = 0;

@@ -155,7 +155,9 @@ void BtStr::scanLine(std::istream& is) {
 }
 
 bool operator==(const BtStr& a, const BtStr& b) {
-  return a.isNull() == b.isNull() && a.view() == b.view();
+  const char* const text = a;
+  if (text == static_cast<const char*>(b)) return true;  // one text of both, or none
+  return !a.isNull() && !b.isNull() && a.view() == b.view();
 }
 
 bool operator==(const BtStr& a, const char* b) { return a.cmp(b) == 0; }

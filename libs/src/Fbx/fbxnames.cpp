@@ -71,13 +71,16 @@ std::string FbxCleanName(std::string_view name) {
 }
 
 std::string FbxUniqueNames::make(const std::string& name) {
-  int& suffix = _names.emplace(name, kReserved).first->second;
+  auto* const entry = _names.try_emplace(name, kReserved).first;
+  int suffix = entry->second;
   if (suffix == kReserved) {
-    suffix = 0;
+    entry->second = 0;
     return name;
   }
-  while (true) {
-    std::string other = name + "_ncl1_" + std::to_string(++suffix);
-    if (_names.emplace(other, 0).second) return other;
-  }
+  std::string other;
+  do {
+    other = name + "_ncl1_" + std::to_string(++suffix);
+  } while (!_names.try_emplace(other, 0).second);
+  _names[name] = suffix;
+  return other;
 }

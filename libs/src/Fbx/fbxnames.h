@@ -3,7 +3,8 @@
 
 #include <string>
 #include <string_view>
-#include <unordered_map>
+
+#include "btflatmap.h"
 
 // Text as UTF-8. Valid UTF-8 stays as it is; a byte that is none is taken as Latin-1.
 std::string FbxText(std::string_view text);
@@ -17,7 +18,7 @@ class FbxUniqueNames {
  public:
   // Names that their first bearers keep, to be told before the first make(). Telling one twice is
   // fine.
-  void reserve(const std::string& name) { _names.emplace(name, kReserved); }
+  void reserve(const std::string& name) { _names.try_emplace(name, kReserved); }
   // The name itself for its first bearer, for later ones the name and "_ncl1_1", "_ncl1_2" and so
   // on.
   std::string make(const std::string& name);
@@ -26,5 +27,5 @@ class FbxUniqueNames {
   static constexpr int kReserved = -1;
   // Each name with the number of the last suffix that was made for it, or kReserved while its
   // bearer is still to come.
-  std::unordered_map<std::string, int> _names;
+  BtFlatMap<std::string, int> _names;
 };

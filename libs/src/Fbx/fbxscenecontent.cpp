@@ -140,13 +140,14 @@ bool FbxSceneContent::_addModel(KFbxNode* node, int parent) {
   const int attribute = _addAttribute(node->GetNodeAttribute(), index);
   models.push_back(
       {node, FbxCleanName(node->GetName()), parent, attribute, has_scaled_ancestor, {}});
-  _models.emplace(node, index);
+  _models.try_emplace(node, index);
   return true;
 }
 
 int FbxSceneContent::_addAttribute(KFbxNodeAttribute* attribute, int model) {
   if (attribute == nullptr) return kNone;
-  const auto [found, is_new] = _attributes.emplace(attribute, static_cast<int>(attributes.size()));
+  const auto [found, is_new] =
+      _attributes.try_emplace(attribute, static_cast<int>(attributes.size()));
   if (is_new) attributes.push_back({attribute, FbxCleanName(attribute->GetName()), model, {}});
   return found->second;
 }
@@ -155,7 +156,7 @@ void FbxSceneContent::_collectMaterials(bool with_textures) {
   for (const Model& model : models) {
     for (int i = 0; i < model.node->GetMaterialCount(); ++i) {
       KFbxSurfacePhong* material = model.node->GetMaterial(i);
-      if (!_materials.emplace(material, static_cast<int>(materials.size())).second) continue;
+      if (!_materials.try_emplace(material, static_cast<int>(materials.size())).second) continue;
       materials.push_back({material, FbxCleanName(material->GetName())});
       if (!with_textures) continue;
       for (const auto& connection : material->GetTextures()) _addTexture(connection.texture);
@@ -164,10 +165,10 @@ void FbxSceneContent::_collectMaterials(bool with_textures) {
 }
 
 void FbxSceneContent::_addTexture(KFbxTexture* texture) {
-  if (!_textures.emplace(texture, static_cast<int>(textures.size())).second) return;
+  if (!_textures.try_emplace(texture, static_cast<int>(textures.size())).second) return;
   int video_index = kNone;
   if (KFbxVideo* video = texture->GetMedia()) {
-    const auto [found, is_new] = _videos.emplace(video, static_cast<int>(videos.size()));
+    const auto [found, is_new] = _videos.try_emplace(video, static_cast<int>(videos.size()));
     if (is_new) videos.push_back({video, FbxCleanName(video->GetName())});
     video_index = found->second;
   }

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
+#include "btflatmap.h"
 #include "fbxnames.h"
 #include "kfbxdeformer.h"
 #include "kfbxiopluginregistry.h"
@@ -118,7 +118,7 @@ struct FbxSceneContent {
   [[nodiscard]] int deformerCount() const;
 
  private:
-  using Index = std::unordered_map<const void*, int>;
+  using Index = BtFlatMap<const void*, int>;
   [[nodiscard]] static int _find(const Index& index, const void* object) {
     const auto found = index.find(object);
     return found == index.end() ? kNone : found->second;

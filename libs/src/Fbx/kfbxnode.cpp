@@ -19,7 +19,7 @@ KFbxNode* KFbxNode::Create(KFbxSdkManager* manager, const char* name) {
 
 KFbxNode* KFbxNode::Create(KFbxScene* scene, const char* name) {
   KFbxNode* node = Create(scene->GetFbxSdkManager(), name);
-  scene->_nodes_by_name.emplace(node->GetName(), node);
+  scene->_indexNode(node);
   return node;
 }
 

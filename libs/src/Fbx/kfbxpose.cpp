@@ -6,7 +6,7 @@
 
 int KFbxPose::Add(KFbxNode* node, const KFbxXMatrix& matrix, bool local, bool multiple) {
   if (node == nullptr) return -1;
-  const auto [last, is_new] = _last_of_node.emplace(node, GetCount());
+  const auto [last, is_new] = _last_of_node.try_emplace(node, GetCount());
   if (!is_new) {
     const Entry& held = _entry(last->second);
     if (held.matrix == matrix && held.local == local) return last->second;

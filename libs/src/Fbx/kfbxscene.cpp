@@ -1,10 +1,19 @@
 #include "kfbxscene.h"
 
 #include <cstddef>
+#include <cstring>
+#include <functional>
+#include <string_view>
 
 #include "btassert.h"
 #include "kfbxnode.h"
 #include "kfbxpose.h"
+
+namespace {
+
+std::uint64_t HashOf(const char* name) { return std::hash<std::string_view>()(name); }
+
+}  // namespace
 
 const KFbxXMatrix& KFbxSceneEvaluator::GetNodeGlobalTransform(KFbxNode* node, KTime /*time*/) {
   BtAssert(node);
@@ -25,8 +34,16 @@ KFbxScene::KFbxScene(KFbxSdkManager* manager, const char* name)
 
 KFbxNode* KFbxScene::FindNodeByName(const char* name) const {
   if (name == nullptr) return nullptr;
-  const auto found = _nodes_by_name.find(name);
-  return found == _nodes_by_name.end() ? nullptr : found->second;
+  const int place = _nodes_by_name.find(HashOf(name), [this, name](int i) {
+    return std::strcmp(_nodes[static_cast<std::size_t>(i)]->GetName(), name) == 0;
+  });
+  return place < 0 ? nullptr : _nodes[static_cast<std::size_t>(place)];
+}
+
+void KFbxScene::_indexNode(KFbxNode* node) {
+  if (FindNodeByName(node->GetName()) != nullptr) return;
+  _nodes_by_name.insert(HashOf(node->GetName()), static_cast<int>(_nodes.size()));
+  _nodes.push_back(node);
 }
 
 bool KFbxScene::AddPose(KFbxPose* pose) {

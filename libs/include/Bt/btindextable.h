@@ -8,7 +8,7 @@
 
 // Flat and open-addressed, so that welding millions of corners stays within memory that is read in
 // a row. The elements stay with the user, who gives a hash and tells which position holds the key.
-class BaIndexTable {
+class BtIndexTable {
  public:
   // The position with this hash for which `equal(position)` holds, -1 when there is none.
   template <class Equal>
@@ -41,6 +41,22 @@ class BaIndexTable {
     _makeRoom();
     _put({static_cast<std::uint32_t>(hash), position});
     ++_count;
+  }
+  // Takes out the position that find() answers, which must be there. What stands behind it moves
+  // up, so that no search ends too early.
+  template <class Equal>
+  void erase(std::uint64_t hash, Equal equal) {
+    std::size_t gap = _search(static_cast<std::uint32_t>(hash), equal);
+    for (std::size_t i = _after(gap); _slots[i].position >= 0; i = _after(i)) {
+      // A slot may move up to the gap unless its search begins behind it.
+      const std::size_t from_home = (i - _home(_slots[i].tag)) & (_slots.size() - 1);
+      const std::size_t from_gap = (i - gap) & (_slots.size() - 1);
+      if (from_home < from_gap) continue;
+      _slots[gap] = _slots[i];
+      gap = i;
+    }
+    _slots[gap] = kFree;
+    --_count;
   }
 
   // True when the table is too large to be at hand as a whole: then it pays to expect() keys.
@@ -81,10 +97,11 @@ class BaIndexTable {
   [[nodiscard]] std::size_t _search(std::uint32_t tag, Equal equal) const {
     std::size_t i = _home(tag);
     while (_slots[i].position >= 0 && (_slots[i].tag != tag || !equal(_slots[i].position))) {
-      i = (i + 1) & (_slots.size() - 1);
+      i = _after(i);
     }
     return i;
   }
+  [[nodiscard]] std::size_t _after(std::size_t i) const { return (i + 1) & (_slots.size() - 1); }
   [[nodiscard]] std::size_t _home(std::uint32_t tag) const { return tag & (_slots.size() - 1); }
   void _put(Slot slot) {
     _slots[_search(slot.tag, [](int) { return false; })] = slot;
