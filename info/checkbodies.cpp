@@ -3,45 +3,33 @@
 #include <numeric>
 
 #include "bamodeldatapolyset.h"
+#include "btangles.h"
 #include "checkrules.h"
 #include "style.h"
 
 namespace {
 
-constexpr double kScaleTolerance = 1e-3;
 constexpr double kWeightTolerance = 1e-5;  // six decimals may miss 1 by their rounding
 // A corner may leave the plane by this part of the polygon's size.
 constexpr double kPlaneTolerance = 1e-2;
 // A polygon's area must be above this part of the square of its size.
 constexpr double kAreaTolerance = 1e-9;
 
-// Rows of unit length, as the conversion makes them; `off` is the most that a row was off, or two
-// rows from being at right angles.
-Bt3X3FloatMat Normalized(const Bt3X3FloatMat& matrix, double* off) {
-  Bt3X3DoubleMat m(matrix);
-  for (int row = 0; row < 3; ++row) {
-    const double length = std::hypot(m(row, 0), m(row, 1), m(row, 2));
-    *off = std::max(*off, std::fabs(length - 1));
-    for (int c = 0; c < 3; ++c) m(row, c) /= length;
-  }
-  for (int row = 0; row < 3; ++row) {
-    const int next = (row + 1) % 3;
-    const double cosine = m(row, 0) * m(next, 0) + m(row, 1) * m(next, 1) + m(row, 2) * m(next, 2);
-    *off = std::max(*off, std::fabs(cosine));
-  }
-  return Bt3X3FloatMat(m);
+std::string LostForm(const BtRotationAxes& axes) {
+  if (!axes.isSheared()) return "the scale is not kept";
+  return axes.isScaled() ? "scale and shear are not kept" : "the shear is not kept";
 }
 
 void CheckTransforms(const CheckInput& input, Findings* findings) {
   for (const BaBody* body : input.bodies) {
-    const Bt3X3FloatMat rotation = BtCoordSystem(body->transform()).rotation();
-    double off = 0;
-    if (!isRightHanded(rotation) || !isRightHanded(Normalized(rotation, &off))) {
+    BtRotationAxes axes;
+    if (!BtGetRotationAxes(&axes, BtCoordSystem(body->transform()).rotation())) {
       findings->add(Kind("left-handed"), PlaceOf(*body),
                     "its axes do not make a right-handed system");
-    } else if (off > kScaleTolerance) {
-      findings->add(Kind("scaled-transform"), PlaceOf(*body),
-                    "its axes are off by " + Short(off) + "; the scale is not kept");
+    } else if (axes.isScaled() || axes.isSheared()) {
+      findings->add(
+          Kind("scaled-transform"), PlaceOf(*body),
+          "its axes are off by " + Short(std::max(axes.scale, axes.shear)) + "; " + LostForm(axes));
     }
   }
 }

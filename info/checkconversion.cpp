@@ -46,6 +46,7 @@ constexpr MessageCode kWarningCodes[] = {
     {"egenerate polygon", Kind("polygon-degenerate")},
     {"Degnerate polygon", Kind("polygon-degenerate")},
     {"is scaled.", Kind("scaled-transform")},
+    {"is sheared.", Kind("scaled-transform")},
     {"Multiple materials have name", Kind("material-name-clash")},
     {"A flexible vertex effect on body", Kind("flex-target-missing")},
     {"negative weights", Kind("weight-negative")},

@@ -3,9 +3,9 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "bapicturefile.h"
 #include "btfile.h"
 #include "checkrules.h"
-#include "picture.h"
 #include "picturefile.h"
 #include "style.h"
 #include "utf8.h"
@@ -74,7 +74,7 @@ void CheckTexture(const BaTexture& texture, const BaMaterial& material, const Bt
                   Findings* findings) {
   const BtStr& name = texture.fileName();
   if (name.isNull()) return;
-  const BtStr path = FindPicture(directory, name);
+  const BtStr path = BaFindPicture(directory, name);
   if (path.isNull()) {
     const BtStr beside =
         name.length() == 0 || BtFileIsAbsolutePath(name) ? name : BtFileJoin(directory, name);

@@ -6,10 +6,10 @@
 #include <map>
 #include <utility>
 
+#include "bapicturefile.h"
 #include "btfile.h"
 #include "geometry.h"
 #include "inputs.h"
-#include "picture.h"
 #include "shapedifferences.h"
 #include "style.h"
 
@@ -86,7 +86,7 @@ std::map<int, std::vector<double>> AttributesOf(const BaMaterial& material) {
 // What a picture is known by: the hash of its bytes or, where it is not found, its name.
 std::string PictureKey(const BaTexture& texture, const BtStr& folder) {
   constexpr std::uint64_t kPrime = 0x100000001B3;
-  const BtStr path = FindPicture(folder, texture.fileName());
+  const BtStr path = BaFindPicture(folder, texture.fileName());
   std::ifstream file(Text(path), std::ios::binary);
   if (path.isNull() || !file) return Text(texture.fileName());
   std::uint64_t hash = 0xCBF29CE484222325;

@@ -1,15 +1,14 @@
 #include "modeledits.h"
 
 #include <charconv>
-#include <filesystem>
 #include <optional>
 
 #include "bamodelcombine.h"
+#include "bapicturefile.h"
 #include "btexcept.h"
 #include "btfile.h"
 #include "geometry.h"
 #include "inputs.h"
-#include "picture.h"
 
 namespace {
 
@@ -218,7 +217,7 @@ bool RemoveBodies(const std::vector<std::string>& bodies, BaModel* model) {
   for (const std::string& text : bodies) {
     BaBody* body = FindNamed(text, *model);
     if (body == nullptr) return Fail("There is no body '" + text + "'.");
-    model->removeBody(body);
+    if (!model->removeBody(body)) return false;
   }
   return true;
 }
@@ -250,20 +249,13 @@ void Triangulate(BaModel* model) {
 }
 
 void MoveTextures(const std::string& from_file, const std::string& to_file, BaModel* model) {
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const fs::path from = fs::weakly_canonical(Text(BtFileDirectory(from_file.c_str())), error);
-  if (error) return;
-  const fs::path to = fs::weakly_canonical(Text(BtFileDirectory(to_file.c_str())), error);
-  if (error || from == to) return;
+  const BtStr from = BtFileDirectory(from_file.c_str());
+  const BtStr to = BtFileDirectory(to_file.c_str());
   for (const auto& material : model->materials()) {
     const std::vector<BaTexture> textures = material->textures();
     bool first = true;
     for (BaTexture texture : textures) {
-      if (IsRelativePicture(texture.fileName())) {
-        const fs::path path = (from / Text(texture.fileName())).lexically_relative(to);
-        texture.setFileName(path.c_str());
-      }
+      texture.setFileName(BaPictureSeenFrom(to, texture.fileName(), from));
       if (first) {
         material->setTexture(texture);
       } else {

@@ -8,11 +8,11 @@
 #include "babodymap.h"
 #include "bamapping.h"
 #include "bamodeldatapolyset.h"
+#include "bapicturefile.h"
 #include "btangles.h"
 #include "btfile.h"
 #include "geometry.h"
 #include "inputs.h"
-#include "picture.h"
 #include "picturefile.h"
 #include "rotationorder.h"
 
@@ -45,10 +45,10 @@ class ModelGatherer {
 
 Point RotationOf(const BaBody& body) {
   constexpr int kSequence[3] = {3, 2, 1};
-  Bt3X3FloatMat rotation = BtCoordSystem(body.transform()).rotation();
-  if (!isRightHanded(rotation)) return {};  // there are no such angles
+  BtRotationAxes axes;
+  if (!BtGetRotationAxes(&axes, BtCoordSystem(body.transform()).rotation())) return {};
   float angles[3] = {};
-  BtGetDecomposedRotationMatrix(angles, kSequence, rotation);
+  BtGetDecomposedRotationMatrix(angles, kSequence, axes.matrix);
   Point degrees = {};
   for (std::size_t axis = 0; axis < degrees.size(); ++axis) {
     degrees[axis] = static_cast<double>(angles[axis]) * 180.0 / std::numbers::pi;
@@ -64,7 +64,7 @@ TextureFacts TextureFactsOf(const BaTexture& texture, const BtStr& directory) {
   facts.unit = texture.unit();
   facts.s_attributes = Text(texture.sAttributes());
   facts.t_attributes = Text(texture.tAttributes());
-  facts.path = Text(FindPicture(directory, texture.fileName()));
+  facts.path = Text(BaFindPicture(directory, texture.fileName()));
   const PictureFile picture = ReadPictureFile(facts.path);
   facts.bytes = picture.bytes;
   facts.format = picture.format;

@@ -1,11 +1,5 @@
 #include "blendshape.h"
 
-#include <array>
-#include <map>
-#include <string>
-#include <unordered_map>
-#include <utility>
-
 #include "bamdslidergroup.h"
 #include "bamdvertexeffects.h"
 #include "bamdvertices.h"
@@ -15,12 +9,6 @@
 #include "kfbxscene.h"
 
 namespace {
-
-// Offsets in the mesh's space by control point, in ascending order as files have them.
-using Offsets = std::map<std::int32_t, std::array<double, 3>>;
-// A slider by its group's and its own name.
-using SliderKey = std::pair<std::string, std::string>;
-using SliderOffsets = std::map<SliderKey, Offsets>;
 
 void AddOffset(const BaMDBlendVEffects::Vector& vector, const KFbxXMatrix& to_mesh, double scale,
                std::array<double, 3>* sum) {
@@ -32,51 +20,62 @@ void AddOffset(const BaMDBlendVEffects::Vector& vector, const KFbxXMatrix& to_me
   }
 }
 
-SliderOffsets CollectOffsets(const std::vector<MeshBody>& bodies, const Faces& faces,
-                             float scale_factor) {
-  SliderOffsets sliders;
+}  // namespace
+
+BlendShapeBuilder::BlendShapeBuilder(KFbxScene* scene, const BaModelData& model_data,
+                                     float scale_factor)
+    : _scene(scene), _scale_factor(static_cast<double>(scale_factor)) {
+  for (const BaMDSliderGroup* group : model_data.sliderGroups()) {
+    for (const BtStr& slider : group->sliders()) {
+      // Of several sliders of one name the first moves the points.
+      if (_places.try_emplace({group->name(), slider}, _sliders.size()).second) {
+        _sliders.push_back({group, slider});
+      }
+    }
+  }
+}
+
+void BlendShapeBuilder::addTo(KFbxMesh* mesh, const std::vector<MeshBody>& bodies,
+                              const Faces& faces) const {
+  if (_sliders.empty()) return;
+  const BaMDSliderGroup* group = nullptr;
+  KFbxBlendShape* blend_shape = nullptr;
+  for (const auto& [place, offsets] : collectOffsets(bodies, faces)) {
+    const Slider& slider = _sliders[place];
+    if (slider.group != group) {
+      group = slider.group;
+      blend_shape = KFbxBlendShape::Create(_scene, group->name());
+      mesh->AddDeformer(blend_shape);
+    }
+    KFbxBlendShapeChannel* channel = KFbxBlendShapeChannel::Create(_scene, slider.name);
+    channel->AddTargetShape(createShape(slider.name, offsets));
+    blend_shape->AddBlendShapeChannel(channel);
+  }
+}
+
+std::map<std::size_t, BlendShapeBuilder::Offsets> BlendShapeBuilder::collectOffsets(
+    const std::vector<MeshBody>& bodies, const Faces& faces) const {
+  std::map<std::size_t, Offsets> sliders;
   for (const Faces::Part& part : faces.parts) {
     const KFbxXMatrix& to_mesh = bodies[static_cast<std::size_t>(part.body)].to_mesh;
     for (const BaMDVertexEffects* effects : part.vertices->effects()) {
       const BaMDBlendVEffects* blend = effects->asBlend();
       if (blend == nullptr) continue;
-      Offsets& offsets = sliders[{std::string(blend->sliderGroup().view()),
-                                  std::string(blend->sliderName().view())}];
+      const auto slider = _places.find({blend->sliderGroup(), blend->sliderName()});
+      if (slider == _places.end()) continue;
+      Offsets& offsets = sliders[slider->second];
       for (const BaMDBlendVEffects::Vector& vector : blend->vectors()) {
-        AddOffset(vector, to_mesh, static_cast<double>(scale_factor),
-                  &offsets[part.first_point + vector.vertex - 1]);
+        AddOffset(vector, to_mesh, _scale_factor, &offsets[part.first_point + vector.vertex - 1]);
       }
     }
   }
   return sliders;
 }
 
-KFbxShape* CreateShape(KFbxScene* scene, const BtStr& name, const Offsets& offsets) {
-  KFbxShape* shape = KFbxShape::Create(scene, name);
+KFbxShape* BlendShapeBuilder::createShape(const BtStr& name, const Offsets& offsets) const {
+  KFbxShape* shape = KFbxShape::Create(_scene, name);
   for (const auto& [point, offset] : offsets) {
     shape->AddOffset(point, offset[0], offset[1], offset[2]);
   }
   return shape;
-}
-
-}  // namespace
-
-void AddBlendShapes(KFbxScene* scene, KFbxMesh* mesh, const BaModelData& model_data,
-                    const std::vector<MeshBody>& bodies, const Faces& faces, float scale_factor) {
-  SliderOffsets sliders = CollectOffsets(bodies, faces, scale_factor);
-  if (sliders.empty()) return;
-  for (const BaMDSliderGroup* group : model_data.sliderGroups()) {
-    KFbxBlendShape* blend_shape = nullptr;
-    for (const BtStr& slider : group->sliders()) {
-      const auto found =
-          sliders.find({std::string(group->name().view()), std::string(slider.view())});
-      if (found == sliders.end()) continue;
-      if (blend_shape == nullptr) blend_shape = KFbxBlendShape::Create(scene, group->name());
-      KFbxBlendShapeChannel* channel = KFbxBlendShapeChannel::Create(scene, slider);
-      channel->AddTargetShape(CreateShape(scene, slider, found->second));
-      blend_shape->AddBlendShapeChannel(channel);
-      sliders.erase(found);  // a slider of the same name does not move the points once more
-    }
-    if (blend_shape != nullptr) mesh->AddDeformer(blend_shape);
-  }
 }

@@ -1,15 +1,54 @@
-// Blend shapes: the sliders that move the vertices of a mesh.
+// Blend shapes: the sliders that move the vertices of meshes.
 #pragma once
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <utility>
 #include <vector>
 
+#include "banamemap.h"
 #include "faces.h"
 
+class BaMDSliderGroup;
 class BaModelData;
 class KFbxMesh;
 class KFbxScene;
+class KFbxShape;
 
-// Adds a deformer per slider group and in it a channel with one target per slider, in the
-// document's order. Groups and sliders that move no vertex of this mesh are left out.
-void AddBlendShapes(KFbxScene* scene, KFbxMesh* mesh, const BaModelData& model_data,
-                    const std::vector<MeshBody>& bodies, const Faces& faces, float scale_factor);
+// Builds the blend shapes of one scene. The sliders are put in order once, so that a mesh costs
+// what moves its own vertices.
+class BlendShapeBuilder {
+ public:
+  BlendShapeBuilder(KFbxScene* scene, const BaModelData& model_data, float scale_factor);
+
+  // Adds a deformer per slider group and in it a channel with one target per slider, in the
+  // document's order. Groups and sliders that move no vertex of this mesh are left out.
+  void addTo(KFbxMesh* mesh, const std::vector<MeshBody>& bodies, const Faces& faces) const;
+
+ private:
+  struct Slider {
+    const BaMDSliderGroup* group;
+    BtStr name;
+  };
+  // A slider by its group's and its own name.
+  using Key = std::pair<BtStr, BtStr>;
+  struct KeyHash {
+    std::size_t operator()(const Key& key) const {
+      return 31 * BaNameHash()(key.first) + BaNameHash()(key.second);
+    }
+  };
+  // Offsets in the mesh's space by control point, in ascending order as files have them.
+  using Offsets = std::map<std::int32_t, std::array<double, 3>>;
+
+  // The offsets of each slider that moves vertices of a mesh, by its place among all sliders.
+  [[nodiscard]] std::map<std::size_t, Offsets> collectOffsets(const std::vector<MeshBody>& bodies,
+                                                              const Faces& faces) const;
+  [[nodiscard]] KFbxShape* createShape(const BtStr& name, const Offsets& offsets) const;
+
+  KFbxScene* _scene;
+  double _scale_factor;
+  std::vector<Slider> _sliders;  // in the document's order
+  BtFlatMap<Key, std::size_t, KeyHash> _places;
+};

@@ -6,6 +6,7 @@
 
 #include "bamdmaterial.h"
 #include "bamodeldata.h"
+#include "bapicturefile.h"
 #include "btassert.h"
 #include "btexcept.h"
 #include "btfile.h"
@@ -106,7 +107,7 @@ void SceneMaterials::addTexture(KFbxSurfacePhong* material, const BaMDTexture& m
 // The video of a texture's file. The names in the scene are those of the model, not the place where
 // the picture was found, so that a file does not depend on where it was converted.
 KFbxVideo* SceneMaterials::video(const BtStr& texture_name, const BtStr& material_name) {
-  const BtStr path = FindPicture(_directory, texture_name);
+  const BtStr path = BaFindPicture(_directory, texture_name);
   if (path.isNull()) {
     theExceptObj.setAsWarning(
         "Texture file '%s' of material \"%s\" cannot be read in '%s'.  It is not embedded.",

@@ -7,7 +7,6 @@
 #include "bamdbody.h"
 #include "bamdgeometry.h"
 #include "bamodeldata.h"
-#include "blendshape.h"
 #include "btassert.h"
 #include "kfbxmesh.h"
 #include "kfbxnode.h"
@@ -37,7 +36,11 @@ bool BodyHasPolys(const BaModelData& model_data, const BaMDBody& body) {
 
 MeshBuilder::MeshBuilder(KFbxScene* scene, const BaModelData& model_data, float scale_factor,
                          SceneMaterials* materials)
-    : _scene(scene), _model_data(model_data), _scale_factor(scale_factor), _materials(materials) {}
+    : _scene(scene),
+      _model_data(model_data),
+      _scale_factor(scale_factor),
+      _materials(materials),
+      _blend_shapes(scene, model_data, scale_factor) {}
 
 KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* node,
                                                 bool whole_chain) {
@@ -51,7 +54,7 @@ KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* 
   for (const char* name : faces.materials) mesh_node->AddMaterial(_materials->material(name));
   setNormals(mesh, body, faces, whole_chain);
   AddSkin(_scene, mesh, node, bodies, faces);
-  AddBlendShapes(_scene, mesh, _model_data, bodies, faces, _scale_factor);
+  _blend_shapes.addTo(mesh, bodies, faces);
 
   mesh->GetControlPoints() = std::move(faces.points);
   mesh->SetPolygons(std::move(faces.corners), std::move(faces.face_materials));

@@ -4,6 +4,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "blendshape.h"
 #include "faces.h"
 
 class BaMDBody;
@@ -45,5 +46,6 @@ class MeshBuilder {
   const BaModelData& _model_data;
   float _scale_factor;
   SceneMaterials* _materials;
+  BlendShapeBuilder _blend_shapes;
   Chain _chain;  // computed last: bodies of one chain come one after the other
 };

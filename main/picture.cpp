@@ -1,27 +1,12 @@
 #include "picture.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
 #include <cctype>
-#include <vector>
 
+#include "bapicturefile.h"
 #include "btfile.h"
 
 namespace {
-
-// A picture must be a regular file: reading a pipe or a device might never end.
-bool IsReadableFile(const BtStr& path) {
-  struct stat info = {};
-  return stat(path, &info) == 0 && S_ISREG(info.st_mode) && access(path, R_OK) == 0;
-}
-
-bool IsWindowsPath(std::string_view name) {
-  const bool has_drive =
-      name.size() >= 2 && name[1] == ':' && std::isalpha(static_cast<unsigned char>(name[0])) != 0;
-  return has_drive || name.find('\\') != std::string_view::npos;
-}
 
 std::string LowerCase(std::string_view text) {
   std::string lower(text);
@@ -38,24 +23,8 @@ std::size_t LastComponent(std::string_view name) {
 
 }  // namespace
 
-BtStr FindPicture(const BtStr& directory, const BtStr& name) {
-  std::vector<BtStr> candidates = {name};
-  if (IsWindowsPath(name.view())) {
-    std::string slashes(name.view());
-    std::replace(slashes.begin(), slashes.end(), '\\', '/');
-    candidates.emplace_back(slashes);
-    candidates.emplace_back(std::string_view(slashes).substr(LastComponent(slashes)));
-  }
-  for (const BtStr& candidate : candidates) {
-    if (candidate.length() == 0) continue;
-    BtStr path = BtFileIsAbsolutePath(candidate) ? candidate : BtFileJoin(directory, candidate);
-    if (IsReadableFile(path)) return path;
-  }
-  return {};
-}
-
 bool IsRelativePicture(const BtStr& name) {
-  return name.length() > 0 && !BtFileIsAbsolutePath(name) && !IsWindowsPath(name.view());
+  return name.length() > 0 && !BtFileIsAbsolutePath(name) && !BaIsWindowsPath(name.view());
 }
 
 BtStr PictureNames::unique(const BtStr& name) {

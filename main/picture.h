@@ -1,15 +1,10 @@
-// Picture files of textures: where they lie, and what they are called in the scene.
+// What the picture files of textures are called in the scene.
 #pragma once
 
 #include <string>
 #include <unordered_map>
 
 #include "btstr.h"
-
-// The readable file that a texture name means, null when there is none. The name is tried as it
-// stands (relative names in `directory`); of a Windows path also with slashes, and its last
-// component alone.
-BtStr FindPicture(const BtStr& directory, const BtStr& name);
 
 // Whether readers can look for the picture beside the scene's file under this name.
 bool IsRelativePicture(const BtStr& name);

@@ -63,15 +63,13 @@ void Warn(const BaMDBody& body, const Corrections& corrections) {
 
 // The flex weights of one part, sorted by point and node; points count from the start of the mesh.
 std::vector<Influence> FlexWeights(const BaMDVertices& vertices, int first_point,
-                                   FollowedNodes* nodes, Corrections* corrections) {
+                                   FollowedNodes* nodes) {
   std::vector<Influence> influences;
   for (const BaMDVertexEffects* effects : vertices.effects()) {
     const BaMDFlexVEffects* flex = effects->asFlex();
     if (flex == nullptr) continue;
     const int node = nodes->numberOf(flex->bodyName());
     for (const BaMDFlexVEffects::Weight& weight : flex->weights()) {
-      corrections->negative |= weight.weight < 0.0F;
-      if (weight.weight <= 0.0F) continue;
       influences.push_back(
           {first_point + weight.vertex - 1, node, static_cast<double>(weight.weight)});
     }
@@ -83,16 +81,18 @@ std::vector<Influence> FlexWeights(const BaMDVertices& vertices, int first_point
   return influences;
 }
 
-// Several weights of a point toward one node count as one.
-void MergeWeights(std::vector<Influence>* influences) {
+// Several weights of a point toward one node count as one, of which only a positive one stays.
+void MergeWeights(std::vector<Influence>* influences, Corrections* corrections) {
   std::size_t kept = 0;
-  for (const Influence& influence : *influences) {
-    Influence* last = kept == 0 ? nullptr : &(*influences)[kept - 1];
-    if (last != nullptr && last->point == influence.point && last->node == influence.node) {
-      last->weight += influence.weight;
-    } else {
-      (*influences)[kept++] = influence;
+  for (std::size_t i = 0; i < influences->size();) {
+    Influence merged = (*influences)[i++];
+    for (; i < influences->size(); ++i) {
+      const Influence& next = (*influences)[i];
+      if (next.point != merged.point || next.node != merged.node) break;
+      merged.weight += next.weight;
     }
+    corrections->negative |= merged.weight < 0.0;
+    if (merged.weight > 0.0) (*influences)[kept++] = merged;
   }
   influences->resize(kept);
 }
@@ -135,9 +135,8 @@ std::vector<Influence> CollectInfluences(const std::vector<MeshBody>& bodies, co
                                                       : static_cast<int>(faces.pointCount());
     Corrections corrections;
     const int own_node = nodes->numberOf(body.node);
-    std::vector<Influence> flex =
-        FlexWeights(*part.vertices, part.first_point, nodes, &corrections);
-    MergeWeights(&flex);
+    std::vector<Influence> flex = FlexWeights(*part.vertices, part.first_point, nodes);
+    MergeWeights(&flex, &corrections);
     AddPart(part.first_point, last_point, own_node, std::move(flex), &corrections, &all);
     Warn(*body.body, corrections);
   }

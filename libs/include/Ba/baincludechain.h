@@ -15,8 +15,8 @@ class Ba_IncludeChain {
   // Adds the file that is read next. False, with an error recorded and nothing added, when the file
   // is in the chain already or a limit is reached. A file that is not there is no error here.
   bool enter(const char* file_name);
-  // Counts the text of the file that was added last. False, with an error recorded, when all files
-  // that are included come to too much.
+  // Counts the text of the file that was added last, or what is as much work. False, with an error
+  // recorded, when all files that are included come to too much.
   bool count(long long bytes);
   // Removes the file that was added last.
   void leave() { _files.pop_back(); }

@@ -65,6 +65,7 @@ class BaUnlockedMapping {
   // once.
   void printOn(std::ostream& os) const;
   // The same to a file; relative names of included files are rewritten for the file's folder.
+  // False, with an error recorded and an older file as it was, where that fails.
   bool save(const char* file) const;
 
   // The highest variable id in use, once setHighestSysVar() has seen to it, as reading does.
@@ -123,7 +124,8 @@ class BaUnlockedMapping {
   bool _scanInclude(const BtStr& value);
   void _checkNumSysVars();
   bool _loadIncludes(Ba_IncludeChain* chain);
-  void _printOn(std::ostream& os, const BtStr& directory) const;
+  // False, with an error recorded, for the name of an included file that would not come back.
+  bool _printOn(std::ostream& os, const BtStr& directory) const;
 
   // Adds a body map under an id that must be free.
   void _addBodyMap(std::unique_ptr<BaUnlockedBodyMap> body_map, int body_id);

@@ -50,6 +50,7 @@ class BaModel {
 
   // Reading. All replace the content; after a recorded error the model is empty.
 
+  // A file that cannot be opened leaves the model as it was.
   void read(const char* file_name);
   // `directory` is the folder that relative file names in the text start from.
   void scanFrom(std::istream& is, const BtStr& directory);
@@ -165,7 +166,7 @@ class BaModel {
   BaLight* addLight(const BaLight& light);
   BaLightingModel* addLightingModel(const BaLightingModel& lighting_model);
   // Body and material of an element must exist, and so must the bodies that its vertices follow and
-  // the sliders that move them.
+  // the sliders that move them. Neighbours in a polygon must stand at two places.
   BaBone* addBone(const BaBone& bone);
   BaPolygon* addBodyPolygon(int body_id, const BaPolygon& polygon);
   BaTexturedPolygon* addBodyTexturedPolygon(int body_id, const BaTexturedPolygon& polygon);
@@ -193,12 +194,15 @@ class BaModel {
   // polygons that have it on either side. Its children go to its parent and stay where they are in
   // the world at rest. The weight with which vertices follow it goes to its parent; at the top,
   // where the parent is the world, or where it would come back to the vertex's own body, it falls
-  // to the vertex's own body. Muscles run past it; one that ran over nothing else goes.
-  void removeBody(BaBody* body);
+  // to the vertex's own body. Muscles run past it; one that ran over nothing else goes. Where a
+  // child would come to stand beyond the range of floats, an error is recorded and the model stays
+  // as it is.
+  bool removeBody(BaBody* body);
   // Cuts the polygons of a body, textured or not, into triangles in the sense of the polygon;
   // concave ones too. Corners keep their effects and texture coordinates, triangles the material
   // and the S flag. The first triangle takes the polygon's place, the others are added behind.
-  // Asserts that every polygon has three corners at least.
+  // Triangles with two corners at one place are left out; a polygon that consists of such stays as
+  // it is. Asserts that every polygon has three corners at least.
   void triangulateBody(BaBody* body);
 
   // Deletes all bones, in the bodies as well.

@@ -37,8 +37,10 @@ class BaModelCombine {
   void _addMuscle(const BaMuscle& muscle, const Names& names);
   template <class Element>
   std::unique_ptr<Element> _copy(const Element& element, const Names& names) const;
-  template <class Element>
-  std::unique_ptr<Element> _copyWithVertices(const Element& element, const Names& names) const;
+  // The same for an element with vertices; `edit(effects, body_id)` makes their effects fit.
+  template <class Element, class Edit>
+  std::unique_ptr<Element> _copy(const Element& element, const Names& names, Edit& edit) const;
+  static void _renameTargets(const Names& names, BaVertexEffects* effects);
   // `name` with the first number behind it that makes it new.
   template <class IsTaken>
   BtStr _freeName(const BtStr& name, IsTaken is_taken);

@@ -14,6 +14,9 @@ class BaPolygon : public BaVertexElement {
   // written back for textured polygons.
   [[nodiscard]] int sFlag() const { return _s_flag; }
   void setSFlag(int flag) { _s_flag = flag; }
+  // True when a vertex is at the place of the one before it, or the first at that of the last.
+  // Reading removes such vertices, and a document does not hold them.
+  [[nodiscard]] bool repeatsVertex() const;
   // True when the vertices run counterclockwise as seen from the positive z axis.
   [[nodiscard]] bool frontFacing() const;
 

@@ -1,5 +1,6 @@
 // What changes a vertex besides the body that it is defined on: bulges, morphs, flexing toward
-// other bodies, blending by sliders. A vertex owns a chain of effects; most vertices have none.
+// other bodies, blending by sliders. A vertex has a chain of effects, which copies of the vertex
+// share until one is changed; most vertices have none.
 #pragma once
 
 #include <array>
@@ -53,6 +54,7 @@ class Ba_VertexEffect {
   virtual bool _absorb(const Ba_VertexEffect& other);
 
   std::unique_ptr<Ba_VertexEffect> _next;
+  int _n_owners = 1;  // of the first effect of a chain: how many vertices have the chain
 };
 
 class BaVertexBulgeEffect : public Ba_VertexEffect {
@@ -132,19 +134,22 @@ class BaVertexBlendEffect : public Ba_VertexEffect {
   std::array<float, 3> offset = {};
 };
 
-// The effects of one vertex, in the order in which they were added: one pointer, null for none. A
-// copy is deep. What is done with millions of vertices is inline, for those that have none.
+// The effects of one vertex, in the order in which they were added: one pointer, null for none.
+// Copies share the effects; the one that is changed gets effects of its own first. What is done
+// with millions of vertices is inline, for those that have none.
 class BaVertexEffects {
  public:
   BaVertexEffects() = default;
-  BaVertexEffects(const BaVertexEffects& other) {
-    if (!other.empty()) _copy(other);
+  BaVertexEffects(const BaVertexEffects& other) : _first(other._first) {
+    if (!empty()) ++_first->_n_owners;
   }
-  BaVertexEffects(BaVertexEffects&& other) noexcept = default;
+  BaVertexEffects(BaVertexEffects&& other) noexcept
+      : _first(std::exchange(other._first, nullptr)) {}
   BaVertexEffects& operator=(const BaVertexEffects& other) {
     if (this == &other) return *this;
     clear();
-    if (!other.empty()) _copy(other);
+    _first = other._first;
+    if (!empty()) ++_first->_n_owners;
     return *this;
   }
   BaVertexEffects& operator=(BaVertexEffects&& other) noexcept {
@@ -156,8 +161,14 @@ class BaVertexEffects {
   [[nodiscard]] bool empty() const { return _first == nullptr; }
   [[nodiscard]] int count() const;
   // Walk with `for (auto* effect = effects.first(); effect != nullptr; effect = effect->next())`.
-  [[nodiscard]] const Ba_VertexEffect* first() const { return _first.get(); }
-  [[nodiscard]] Ba_VertexEffect* first() { return _first.get(); }
+  // To change an effect is to change it for copies that are made afterwards, too.
+  [[nodiscard]] const Ba_VertexEffect* first() const { return _first; }
+  [[nodiscard]] Ba_VertexEffect* first() {
+    if (nOwners() > 1) _unshare();
+    return _first;
+  }
+  // How many vertices share the effects, this one included; 0 without effects.
+  [[nodiscard]] int nOwners() const { return empty() ? 0 : _first->_n_owners; }
 
   // Appends an effect. There is one flex effect at most, and one flex2 effect for each other body:
   // the weight of a further one is added to the one that stands.
@@ -166,29 +177,38 @@ class BaVertexEffects {
   void changeFlex2BodyId(int old_id, int new_id);
   // Removes the effects for which `is_gone(effect)` holds.
   template <class IsGone>
-  void removeIf(IsGone is_gone) {
-    std::unique_ptr<Ba_VertexEffect>* link = &_first;
-    while (*link != nullptr) {
-      if (is_gone(std::as_const(**link))) {
-        *link = std::move((*link)->_next);
-      } else {
-        link = &(*link)->_next;
-      }
-    }
-  }
+  void removeIf(IsGone is_gone);
   void clear() noexcept {
-    if (!empty()) _destroy();
+    if (!empty()) _release();
   }
 
  private:
   friend class BaVertexEffectsBuilder;
 
-  // Copies the effects of another vertex to one that has none.
-  void _copy(const BaVertexEffects& other);
-  void _destroy() noexcept;
+  // Gives effects that are shared to this vertex alone, as copies.
+  void _unshare();
+  // Leaves the effects to those who share them; the last one destroys them.
+  void _release() noexcept;
 
-  std::unique_ptr<Ba_VertexEffect> _first;
+  Ba_VertexEffect* _first = nullptr;
 };
+
+template <class IsGone>
+void BaVertexEffects::removeIf(IsGone is_gone) {
+  const Ba_VertexEffect* gone = _first;
+  while (gone != nullptr && !is_gone(*gone)) gone = gone->next();
+  if (gone == nullptr) return;
+  std::unique_ptr<Ba_VertexEffect> chain(first());
+  std::unique_ptr<Ba_VertexEffect>* link = &chain;
+  while (*link != nullptr) {
+    if (is_gone(std::as_const(**link))) {
+      *link = std::move((*link)->_next);
+    } else {
+      link = &(*link)->_next;
+    }
+  }
+  _first = chain.release();
+}
 
 // Adds many effects to one vertex, by the rule of BaVertexEffects::add, without walking those that
 // are there for each of them.

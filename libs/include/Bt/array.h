@@ -52,9 +52,8 @@ class BtArray {
     return *this;
   }
   BtArray& operator=(BtArray&& other) noexcept {
-    std::swap(_elements, other._elements);
-    std::swap(_size, other._size);
-    std::swap(_in_arena, other._in_arena);
+    BtAssert(_size == other._size, "_size==o.size()");
+    _swap(other);
     return *this;
   }
 
@@ -125,6 +124,12 @@ class BtArray {
     _size = n;
   }
 
+  void _swap(BtArray& other) noexcept {
+    std::swap(_elements, other._elements);
+    std::swap(_size, other._size);
+    std::swap(_in_arena, other._in_arena);
+  }
+
   T* _elements = nullptr;
   int _size = 0;
 
@@ -182,7 +187,10 @@ class BtDArray : public BtArray<T> {
     }
     return *this;
   }
-  BtDArray& operator=(BtDArray&& other) noexcept = default;
+  BtDArray& operator=(BtDArray&& other) noexcept {
+    this->_swap(other);
+    return *this;
+  }
 
   void resize(int n) { this->_realloc(n); }
   // As resize(), but an array without elements comes to stand in `arena`, if that is not null and

@@ -20,6 +20,23 @@ void BtGetDecomposedRotationMatrix(std::span<float, 3> result, std::span<const i
 void BtGetDecomposedRotationMatrix(BtArray<float>* result, const BtArray<int>& sequence,
                                    const Bt3X3FloatMat& matrix_in);
 
+// The axes of a transform, which stand in its rows, made those of a rotation as far as lengths go.
+struct BtRotationAxes {
+  static constexpr double kTolerance = 1e-3;  // more than rounding explains
+
+  // As they were given where all their lengths were close to 1, else scaled to length 1.
+  Bt3X3FloatMat matrix;
+  double scale = 0;  // by how much a length missed 1 at most
+  double shear = 0;  // the greatest cosine of the angle between two axes, without its sign
+
+  [[nodiscard]] bool isScaled() const { return scale > kTolerance; }
+  [[nodiscard]] bool isSheared() const { return shear > kTolerance; }
+};
+
+// False when the axes of a transform, as they are given or once they are scaled, are left-handed or
+// in one plane: the matrix has no angles then.
+[[nodiscard]] bool BtGetRotationAxes(BtRotationAxes* axes, const Bt3X3FloatMat& transform);
+
 // The worker of the decomposition: the angles in the order of the sequence, precise for every
 // middle angle. It also takes sequences whose last axis is the first again, such as 1, 2, 1.
 void StableDecomp(float* first, float* middle, float* last, std::span<const int, 3> sequence,

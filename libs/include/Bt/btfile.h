@@ -8,7 +8,7 @@
 #include "btifstream.h"
 #include "btstr.h"
 
-// Paths. Nothing is looked up on disk, "." and ".." stand as they are.
+// Paths. Unless it is said, nothing is looked up on disk, "." and ".." stand as they are.
 
 [[nodiscard]] bool BtFileIsAbsolutePath(const BtStr& path);
 // `path` itself when it is absolute, else the path joined to the absolute folder `workdir`.
@@ -21,6 +21,11 @@
 // The text behind the last "/" or, where there is no "/", behind the last "\", so that Windows
 // paths work too; one "/" or "\" at the end is not counted. Null for a null or an empty path.
 [[nodiscard]] BtStr BtFileBaseName(const char* path);
+
+// The file that `name` means in folder `from`, as it is called in folder `to`; absolute names
+// stand. Links to folders are looked up on disk, so that ".." leads where it says; a link to a file
+// keeps its own name.
+[[nodiscard]] BtStr BtFileSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from);
 
 // Questions and checks. Access is checked for the effective user.
 

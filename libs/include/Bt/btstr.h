@@ -76,8 +76,8 @@ class BtStr {
   char operator[](int i) const;
   void setChar(int i, char c);
 
-  // Each of these changes this string and returns it. Appending to a null string makes it a text;
-  // the others leave a null string null.
+  // Each of these changes this string and returns it. Appending to a null string makes it a text,
+  // and so does what puts characters into it; the others leave a null string null.
   BtStr& operator+=(const BtStr& other);
   BtStr& operator+=(const char* text);
   BtStr& operator+=(char c);
@@ -129,7 +129,7 @@ class BtStr {
 
   void printOn(std::ostream& os) const;
   // Reads the rest of the line, without its end. Null afterwards only when the stream was at its
-  // end.
+  // end; empty when it has failed otherwise.
   void scanLine(std::istream& is);
 
  private:

@@ -24,8 +24,9 @@ struct FbxReadValue {
 class FbxValueCursor {
  public:
   explicit FbxValueCursor(std::string_view values) : _rest(values) {}
-  // The next value; false at the end.
+  // The next value; false at the end, and where no value stands.
   bool next(FbxReadValue* value);
+  [[nodiscard]] bool atEnd() const { return _rest.empty(); }
 
  private:
   std::string_view _rest;

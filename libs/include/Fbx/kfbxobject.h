@@ -6,6 +6,9 @@
 
 class KFbxSdkManager;
 
+// A text of an object: null stands for an empty one.
+inline const char* KFbxText(const char* text) { return text == nullptr ? "" : text; }
+
 class KFbxObject {
  public:
   virtual ~KFbxObject() = default;
@@ -18,7 +21,7 @@ class KFbxObject {
 
  protected:
   KFbxObject(KFbxSdkManager* manager, const char* name)
-      : _manager(manager), _name(name == nullptr ? "" : name) {}
+      : _manager(manager), _name(KFbxText(name)) {}
 
  private:
   KFbxSdkManager* _manager;

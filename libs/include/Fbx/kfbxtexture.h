@@ -13,10 +13,10 @@ class KFbxVideo : public KFbxCreated<KFbxVideo> {
   // Null until it is set.
   [[nodiscard]] const char* GetContentFile() const { return _content_file; }
   // The name that the scene's file has for the picture.
-  void SetFileName(const char* file_name) { _file_name = file_name; }
+  void SetFileName(const char* file_name) { _file_name = KFbxText(file_name); }
   [[nodiscard]] const char* GetFileName() const { return _file_name; }
   // Where readers may look for it, beside the scene's file.
-  void SetRelativeFileName(const char* file_name) { _relative_file_name = file_name; }
+  void SetRelativeFileName(const char* file_name) { _relative_file_name = KFbxText(file_name); }
   [[nodiscard]] const char* GetRelativeFileName() const { return _relative_file_name; }
 
  private:
@@ -32,9 +32,9 @@ class KFbxTexture : public KFbxCreated<KFbxTexture> {
  public:
   enum EWrapMode { eREPEAT, eCLAMP };
 
-  void SetFileName(const char* file_name) { _file_name = file_name; }
+  void SetFileName(const char* file_name) { _file_name = KFbxText(file_name); }
   [[nodiscard]] const char* GetFileName() const { return _file_name; }
-  void SetRelativeFileName(const char* file_name) { _relative_file_name = file_name; }
+  void SetRelativeFileName(const char* file_name) { _relative_file_name = KFbxText(file_name); }
   [[nodiscard]] const char* GetRelativeFileName() const { return _relative_file_name; }
 
   // Outside of 0 to 1 in u and in v.
@@ -46,7 +46,7 @@ class KFbxTexture : public KFbxCreated<KFbxTexture> {
   [[nodiscard]] EWrapMode GetWrapModeV() const { return _wrap_v; }
 
   // The name of the meshes' set of coordinates that place the picture.
-  void SetUVSet(const char* set_name) { _uv_set = set_name; }
+  void SetUVSet(const char* set_name) { _uv_set = KFbxText(set_name); }
   [[nodiscard]] const char* GetUVSet() const { return _uv_set; }
 
   // Null for a texture without a file to embed.

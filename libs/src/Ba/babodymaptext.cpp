@@ -1,12 +1,12 @@
 // The text record of a body map: body id, order, then a description per transform id.
 #include <algorithm>
-#include <charconv>
 #include <ostream>
 #include <string>
 #include <vector>
 
 #include "babodymap.h"
 #include "btexcept.h"
+#include "btfloattext.h"
 
 namespace {
 
@@ -76,28 +76,27 @@ bool ReadOrder(BtScanner* scanner, int body_id, int (&order)[kBaTransformCount])
   return true;
 }
 
-// The shortest text that reads back to the same value.
-template <class Number>
-void AppendNumber(std::string* text, Number number) {
+void AppendInt(std::string* text, long long number) { *text += std::to_string(number); }
+
+void AppendFloat(std::string* text, float number) {
   char digits[32];
-  const std::to_chars_result result = std::to_chars(digits, digits + sizeof(digits), number);
-  text->append(digits, result.ptr);
+  text->append(digits, BtFloatToChars(digits, digits + sizeof digits, number).ptr);
 }
 
 void AppendTransform(std::string* text, const BaUnlockedTransform& transform) {
   if (!transform.isCombination()) {
-    AppendNumber(text, transform.sysVarId());
+    AppendInt(text, transform.sysVarId());
     *text += '\n';
     return;
   }
-  AppendNumber(text, -(static_cast<long long>(transform.terms().size()) + 1));
+  AppendInt(text, -(static_cast<long long>(transform.terms().size()) + 1));
   *text += ' ';
-  AppendNumber(text, transform.constant());
+  AppendFloat(text, transform.constant());
   *text += ' ';
   for (const Term& term : transform.terms()) {
-    AppendNumber(text, term.sysvar_id);
+    AppendInt(text, term.sysvar_id);
     *text += ' ';
-    AppendNumber(text, term.coefficient);
+    AppendFloat(text, term.coefficient);
     *text += ' ';
   }
   *text += '\n';
@@ -133,11 +132,11 @@ void BaUnlockedBodyMap::printOn(std::ostream& os) const {
   const BaUnlockedTransformList& transformation_order = _transforms;
   BtAssert(transformation_order.size() == kBaTransformCount, "transformation_order.count() == 6");
   std::string text;
-  AppendNumber(&text, _body_id);
+  AppendInt(&text, _body_id);
   text += '\n';
   for (const BaUnlockedTransform& transform : transformation_order) {
     if (&transform != transformation_order.begin()) text += ' ';
-    AppendNumber(&text, transform.id());
+    AppendInt(&text, transform.id());
   }
   text += '\n';
   for (int id = 1; id <= kBaTransformCount; ++id) {

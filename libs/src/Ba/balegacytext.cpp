@@ -6,18 +6,12 @@
 #include <ostream>
 
 #include "btexcept.h"
+#include "btfloattext.h"
 
 namespace {
 
 // Enough for a blank and any number in its shortest form.
 constexpr std::size_t kNumberSize = 24;
-
-template <class Number>
-void Put(std::ostream& os, Number value) {
-  char text[kNumberSize] = {' '};
-  const std::to_chars_result end = std::to_chars(text + 1, text + sizeof text, value);
-  os.write(text, end.ptr - text);
-}
 
 }  // namespace
 
@@ -46,8 +40,14 @@ bool Ba_ScanSwitch(BtScanner& in, bool* on) {
   return true;
 }
 
-void Ba_PutInt(std::ostream& os, int value) { Put(os, value); }
+void Ba_PutInt(std::ostream& os, int value) {
+  char text[kNumberSize] = {' '};
+  os.write(text, std::to_chars(text + 1, text + sizeof text, value).ptr - text);
+}
 
 void Ba_PutFloats(std::ostream& os, std::span<const float> values) {
-  for (const float value : values) Put(os, value);
+  for (const float value : values) {
+    char text[kNumberSize] = {' '};
+    os.write(text, BtFloatToChars(text + 1, text + sizeof text, value).ptr - text);
+  }
 }

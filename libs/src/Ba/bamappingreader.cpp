@@ -3,7 +3,7 @@
 
 #include "baincludechain.h"
 #include "bamapping.h"
-#include "bamappingheader.h"
+#include "bamappingtext.h"
 #include "btexcept.h"
 #include "btfile.h"
 #include "bttextfile.h"

@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "bamapping.h"
+#include "bamappingtext.h"
 #include "banamemap.h"
 #include "btexcept.h"
 #include "btparse.h"
@@ -45,13 +46,6 @@ bool WordToInt(std::string_view word, int* value) {
   return result.ec == std::errc() && result.ptr == end;
 }
 
-// False for what a line that a backslash draws in can say, and no line that is written can: text
-// that would begin a comment, end the block or change the next line.
-bool CanBeWritten(std::string_view value) {
-  return value.find_first_of("\n#}") == std::string_view::npos && !value.ends_with('{') &&
-         !value.ends_with('\\');
-}
-
 // Reads the pairs of a SLIDERS block. `known` holds the sliders of this effect map so far.
 bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* map) {
   for (std::string_view word = TakeWord(&text); !word.empty(); word = TakeWord(&text)) {
@@ -78,7 +72,7 @@ bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* m
 bool ReadSliderGroup(const BtStr& value, bool single_line, BtStr* slider_group) {
   const bool has_blanks = value.view().find_first_of(" \t\n") != std::string_view::npos;
   if (single_line && has_blanks) FailSection("Slider group names cannot contain spaces.");
-  if (!single_line || has_blanks || value.length() == 0 || !CanBeWritten(value.view())) {
+  if (!single_line || has_blanks || value.length() == 0 || !BaCanBeInMapping(value.view())) {
     return FailSection("Invalid value for SLIDER_GROUP in BLEND_EFFECT_MAP section.");
   }
   *slider_group = value;
@@ -87,7 +81,7 @@ bool ReadSliderGroup(const BtStr& value, bool single_line, BtStr* slider_group) 
 
 bool ReadIncludeItem(const BtStr& key, const BtStr& value, bool single_line,
                      BaUnlockedMapping::Include* include) {
-  bool valid = single_line && value.length() > 0 && CanBeWritten(value.view());
+  bool valid = single_line && value.length() > 0 && BaCanBeInMapping(value.view());
   if (key == "FILE_NAME") {
     include->file_name = value;
   } else if (key == "BODY_ID_OFFSET") {

@@ -1,39 +1,28 @@
-#include <filesystem>
 #include <ostream>
 
 #include "bamapping.h"
-#include "bamappingheader.h"
+#include "bamappingtext.h"
 #include "btclassicios.h"
 #include "btexcept.h"
 #include "btfile.h"
+#include "btscan.h"
 #include "bttextfile.h"
 
-namespace {
-
-// The name of an included file as a file in `to` has to write it, where a file in `from` writes
-// `name`. Links are resolved first, so that ".." leads where it says.
-BtStr Rebased(const BtStr& name, const BtStr& from, const BtStr& to) {
-  if (BtFileIsAbsolutePath(name) || from == to) return name;
-  namespace fs = std::filesystem;
-  std::error_code error;
-  const fs::path here = fs::current_path(error);
-  const fs::path source = here / from.view() / name.view();
-  const fs::path target = error ? fs::path() : fs::weakly_canonical(source, error);
-  const fs::path folder = error ? fs::path() : fs::weakly_canonical(here / to.view(), error);
-  if (error) return name;
-  return BtStr(target.lexically_relative(folder).native());
+bool BaCanBeInMapping(std::string_view value) {
+  if (value.empty()) return true;
+  return value.find_first_of("\n#}") == std::string_view::npos && value.back() != '{' &&
+         value.back() != '\\' && !BtIsSpace(value.front()) && !BtIsSpace(value.back());
 }
 
-}  // namespace
-
-void BaUnlockedMapping::printOn(std::ostream& os) const { _printOn(os, _directory); }
+// Names as they were read can be written.
+void BaUnlockedMapping::printOn(std::ostream& os) const { (void)_printOn(os, _directory); }
 
 std::ostream& operator<<(std::ostream& os, const BaUnlockedMapping& mapping) {
   mapping.printOn(os);
   return os;
 }
 
-void BaUnlockedMapping::_printOn(std::ostream& os, const BtStr& directory) const {
+bool BaUnlockedMapping::_printOn(std::ostream& os, const BtStr& directory) const {
   const BtClassicIos classic(os);
   os << kBaMappingHeader << "\nv1.0\n";
   os << _num_sysvars << '\n' << _body_maps.count() << '\n';
@@ -53,21 +42,26 @@ void BaUnlockedMapping::_printOn(std::ostream& os, const BtStr& directory) const
     os << "  }\n}\n";
   }
   for (const Include& include : _includes) {
-    os << "INCLUDE {\n  FILE_NAME: " << Rebased(include.file_name, _directory, directory)
-       << "\n  BODY_ID_OFFSET: " << include.body_id_offset << '\n';
+    const BtStr name = BtFileSeenFrom(directory, include.file_name, _directory);
+    if (!BaCanBeInMapping(name.view())) {
+      theExceptObj.set("The name \"" + name + "\" cannot be written to a mapping file.");
+      return false;
+    }
+    os << "INCLUDE {\n  FILE_NAME: " << name << "\n  BODY_ID_OFFSET: " << include.body_id_offset
+       << '\n';
     if (include.sysvar_id_offset != kFollowOn) {
       os << "  SYSTEM_VARIABLE_ID_OFFSET: " << include.sysvar_id_offset << '\n';
     }
     os << "}\n";
   }
   os << '\n';
+  return true;
 }
 
 bool BaUnlockedMapping::save(const char* file) const {
   BtOutputFile output(file);
-  if (output.isOpen()) {
-    _printOn(output.stream(), BtFileDirectory(file));
-    if (output.close()) return true;
+  if (output.isOpen() && _printOn(output.stream(), BtFileDirectory(file)) && output.close()) {
+    return true;
   }
   theExceptObj.set("Unable to write file '%s'.", file);
   return false;

@@ -41,6 +41,8 @@ bool IsNameChar(char c) {
   return byte > ' ' && byte != 0x7F;
 }
 
+bool IsBodyName(std::string_view name) { return std::all_of(name.begin(), name.end(), IsNameChar); }
+
 bool BodyReader::_fail(const BtStr& message) const {
   if (_body->name().isNull()) return BaFail(message + ".");
   return BaFail(message + " for body \"" + _body->name() + "\".");
@@ -49,7 +51,7 @@ bool BodyReader::_fail(const BtStr& message) const {
 bool BodyReader::readName(const BaMDItem& item) {
   const std::string_view name = item.value;
   if (!item.single_line || name.empty()) return BaFail("Invalid value for NAME in BODY section.");
-  if (!std::all_of(name.begin(), name.end(), IsNameChar)) {
+  if (!IsBodyName(name)) {
     return BaFail("Body name \"" + BtStr(item.value) + "\" has invalid characters.");
   }
   _body->setName(BtStr(item.value));
@@ -108,6 +110,7 @@ bool BaMDBody::printOn(std::ostream& os) const {
   BtAssert(!_name.isNull(), "!_name.isNull()");
   BtAssert(!_parent_name.isNull(), "!_parent_name.isNull()");
   os << "BODY {\n";
+  if (!IsBodyName(_name.view())) return BaFailUnwritable(_name);
   if (!BaPrintName(os, "  NAME: ", _name)) return false;
   if (hasId()) {
     os << "  ID: ";

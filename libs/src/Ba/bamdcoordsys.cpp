@@ -115,12 +115,16 @@ bool BaMDCoordSys::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDCoordSys::printOn(std::ostream& os) const {
+  constexpr std::array<int, 3> kAxes = {1, 2, 3};
+  if (!std::is_permutation(kAxes.begin(), kAxes.end(), _rotation_order.begin())) {
+    return BaFail("The rotation order has not been fully specified.");
+  }
   os << "  COORDINATE_SYSTEM {\n    TRANSLATION: ";
   BaPrintFloats(os, _translation);
   os << "\n    ROTATION: ";
   BaPrintFloats(os, _rotation);
   for (const int axis : _rotation_order) {
-    if (axis >= 1 && axis <= 3) os << ' ' << kAxisLetters[static_cast<std::size_t>(axis - 1)];
+    os << ' ' << kAxisLetters[static_cast<std::size_t>(axis - 1)];
   }
   os << "\n  }\n";
   return BaCheckWritten(os, "Error writing file.");

@@ -2,24 +2,10 @@
 
 #include <algorithm>
 #include <charconv>
-#include <filesystem>
 #include <ostream>
 #include <vector>
 
 #include "btscan.h"
-
-namespace {
-
-// "C:\\maps\\skin.png" or "\\\\server\\skin.png".
-bool IsWindowsAbsolute(std::string_view path) {
-  return path.starts_with('\\') || (path.size() > 1 && path[1] == ':');
-}
-
-bool FailUnwritable(const BtStr& text) {
-  return BaFail("The name \"" + BaShown(text) + "\" cannot be written to a model document.");
-}
-
-}  // namespace
 
 bool BaFail(const BtStr& message) {
   theExceptObj.set(message);
@@ -28,6 +14,10 @@ bool BaFail(const BtStr& message) {
 
 bool BaFailUnknownKey(std::string_view key) {
   return BaFail("Unrecognized key word \"" + BtStr(key) + "\".");
+}
+
+bool BaFailUnwritable(const BtStr& text) {
+  return BaFail("The name \"" + BaShown(text) + "\" cannot be written to a model document.");
 }
 
 void BaWarnOfRepeat(std::string_view key) {
@@ -89,16 +79,6 @@ bool BaReadName(const BaMDItem& item, const char* spaces_message, BtStr* name) {
   return true;
 }
 
-BtStr BaSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from) {
-  namespace fs = std::filesystem;
-  const fs::path path(name.view());
-  if (to == from || path.is_absolute() || IsWindowsAbsolute(name.view())) return name;
-  std::error_code error;
-  const fs::path file = fs::absolute(fs::path(from.view()) / path, error).lexically_normal();
-  const fs::path folder = fs::absolute(fs::path(to.view()), error).lexically_normal();
-  return error ? name : BtStr(file.lexically_proximate(folder).c_str());
-}
-
 void BaPrintFloat(std::ostream& os, float value) {
   char text[512];
   // Streams count a precision of 0 as 1 and never need more digits than a float has.
@@ -124,7 +104,7 @@ void BaPrintFloats(std::ostream& os, std::span<const float> values) {
 }
 
 bool BaPrintName(std::ostream& os, const char* key, const BtStr& name) {
-  if (name.length() == 0 || BaHoldsSpace(name.view())) return FailUnwritable(name);
+  if (name.length() == 0 || BaHoldsSpace(name.view())) return BaFailUnwritable(name);
   return BaPrintText(os, key, name);
 }
 
@@ -132,7 +112,9 @@ bool BaPrintText(std::ostream& os, const char* key, const BtStr& text) {
   const std::string_view view = text.view();
   const std::string_view first = view.substr(0, view.find('\n'));
   const bool closes = first.find_first_of("#}") != std::string_view::npos;
-  if (closes || first.ends_with('{') || view.ends_with('\\')) return FailUnwritable(text);
+  const bool trimmed = !view.empty() && (BtIsSpace(view.front()) || BtIsSpace(view.back()));
+  if (closes || trimmed || first.ends_with('{') || view.ends_with('\\'))
+    return BaFailUnwritable(text);
   os << key << BtStr(text).replaceAll("\n", "\\\n") << '\n';
   return true;
 }

@@ -32,6 +32,8 @@ struct BaMDKey {
 // Records an error whose text needs no formatting; answers false.
 bool BaFail(const BtStr& message);
 bool BaFailUnknownKey(std::string_view key);
+// For a text that a reader of the document would not get back.
+bool BaFailUnwritable(const BtStr& text);
 // Records a warning that a key word takes back what it said before.
 void BaWarnOfRepeat(std::string_view key);
 // A name for messages: empty where it is not set.
@@ -114,9 +116,6 @@ BtDArray<T> BaToArray(std::span<const T> elements) {
   return text.size() > kLargeBlock ? text.size() / fewest_chars : 0;
 }
 
-// A file name that starts from folder `from`, as it is seen from folder `to`; absolute ones stand.
-BtStr BaSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from);
-
 // Numbers as the stream's precision has them, without its field width.
 void BaPrintFloat(std::ostream& os, float value);
 void BaPrintInt(std::ostream& os, int value);
@@ -125,7 +124,7 @@ void BaPrintFloats(std::ostream& os, std::span<const float> values);
 // A line of a key, with its indentation and colon, and a text, whose further lines a backslash
 // draws in. False, with an error recorded, for a text that a reader of the document would not get
 // back: one with "#" or "}" in its first line or "{" at the end of it, or with a backslash at its
-// end.
+// end or white space at either end.
 bool BaPrintText(std::ostream& os, const char* key, const BtStr& text);
 // The same for a name, which is not empty and holds no white space.
 bool BaPrintName(std::ostream& os, const char* key, const BtStr& name);

@@ -62,6 +62,10 @@ bool IsParallel(const BaTexturedTMesh& mesh) {
          mesh.textureCoords().size() == mesh.numVertices();
 }
 
+// True when a polygon has two neighbours at one place, which no reader lets pass.
+bool RepeatsVertex(const BaElement& /*element*/) { return false; }
+bool RepeatsVertex(const BaPolygon& polygon) { return polygon.repeatsVertex(); }
+
 // The bodies that the flex2 effects of a vertex follow, in order, and how many flex effects it has.
 struct FlexTargets {
   std::vector<int> body_ids;
@@ -220,6 +224,9 @@ bool Ba_ModelChecker::_checkCollection(const BaModel::Elements<T>& elements, OfB
     }
     ++next;
     if (!IsParallel(*element)) return _fail(BtFormat("A %s lacks values of vertices.", kind));
+    if (RepeatsVertex(*element)) {
+      return _fail(BtFormat("A %s on body %d repeats a vertex.", kind, element->bodyId()));
+    }
     if constexpr (requires { element->vertices(); }) {
       if (!_checkVertices(*element, kind)) return false;
     }

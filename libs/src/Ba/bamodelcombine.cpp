@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <sstream>
 
+#include "baeffectsedit.h"
 #include "bamdsection.h"
 #include "bamodelconvert.h"
 
@@ -153,22 +154,25 @@ std::unique_ptr<Element> BaModelCombine::_copy(const Element& element, const Nam
   return copy;
 }
 
-template <class Element>
-std::unique_ptr<Element> BaModelCombine::_copyWithVertices(const Element& element,
-                                                           const Names& names) const {
+void BaModelCombine::_renameTargets(const Names& names, BaVertexEffects* effects) {
+  for (auto* effect = effects->first(); effect != nullptr; effect = effect->next()) {
+    if (effect->type() == BaFlex2Effect) {
+      int& body_id = static_cast<BaVertexFlex2Effect*>(effect)->body_id;
+      body_id = Moved(body_id, names.body_id_offset);
+    } else if (effect->type() == BaBlendEffect) {
+      BtStr& group = static_cast<BaVertexBlendEffect*>(effect)->slider_group;
+      const auto new_name = names.slider_groups.find(group);
+      if (new_name != names.slider_groups.end()) group = new_name->second;
+    }
+  }
+}
+
+template <class Element, class Edit>
+std::unique_ptr<Element> BaModelCombine::_copy(const Element& element, const Names& names,
+                                               Edit& edit) const {
   std::unique_ptr<Element> copy = _copy(element, names);
   for (BaVertex& vertex : copy->vertices()) {
-    Ba_VertexEffect* effect = vertex.effects().first();
-    for (; effect != nullptr; effect = effect->next()) {
-      if (effect->type() == BaFlex2Effect) {
-        int& body_id = static_cast<BaVertexFlex2Effect*>(effect)->body_id;
-        body_id = Moved(body_id, names.body_id_offset);
-      } else if (effect->type() == BaBlendEffect) {
-        BtStr& group = static_cast<BaVertexBlendEffect*>(effect)->slider_group;
-        const auto new_name = names.slider_groups.find(group);
-        if (new_name != names.slider_groups.end()) group = new_name->second;
-      }
-    }
+    if (!vertex.effects().empty()) edit(vertex.effects(), copy->bodyId());
   }
   return copy;
 }
@@ -187,19 +191,23 @@ bool BaModelCombine::add(const BaModel& source, long long body_id_offset,
   for (const std::unique_ptr<BaMDSliderGroup>& group : source.sliderGroups()) {
     _addSliderGroup(*group, &names);
   }
+  // A vertex of the source and its copy share their effects at first.
+  constexpr int kOwners = 2;
+  Ba_EffectsEdit edit([&names](BaVertexEffects& effects, int) { _renameTargets(names, &effects); },
+                      kOwners);
   for (const auto& bone : source.bones()) _model->addBone(_copy(*bone, names));
   for (const auto& polygon : source.polygons()) {
-    _model->addPolygon(_copyWithVertices(*polygon, names));
+    _model->addPolygon(_copy(*polygon, names, edit));
   }
   for (const auto& polygon : source.texturedPolygons()) {
-    _model->addTexturedPolygon(_copyWithVertices(*polygon, names));
+    _model->addTexturedPolygon(_copy(*polygon, names, edit));
   }
-  for (const auto& mesh : source.tMeshes()) _model->addTMesh(_copyWithVertices(*mesh, names));
+  for (const auto& mesh : source.tMeshes()) _model->addTMesh(_copy(*mesh, names, edit));
   for (const auto& mesh : source.texturedTMeshes()) {
-    _model->addTexturedTMesh(_copyWithVertices(*mesh, names));
+    _model->addTexturedTMesh(_copy(*mesh, names, edit));
   }
   for (const auto& polygon : source.flexiblePolygons()) {
-    std::unique_ptr<BaFlexiblePolygon> copy = _copyWithVertices(*polygon, names);
+    std::unique_ptr<BaFlexiblePolygon> copy = _copy(*polygon, names, edit);
     copy->setOtherBodyId(Moved(polygon->otherBodyId(), body_id_offset));
     _model->addFlexiblePolygon(std::move(copy));
   }

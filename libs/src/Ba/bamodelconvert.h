@@ -25,10 +25,12 @@ std::unique_ptr<BaMDGeometry> BaToMDGeometry(const BaBody& body,
                                              const BtStr& vertices_name,
                                              const BaMaterialNames& material_names);
 
+class BaSetVertices;
+
 // Adds the content of a geometry to a model that is being built; false after a recorded error.
 // `vertices` is null for a geometry without a vertex set; its indices are right.
 using BaBodiesByName = BaNameMap<const BaBody*>;
-bool BaExtractGeometry(const BaMDGeometry& geometry, const BaMDVertices* vertices,
+bool BaExtractGeometry(const BaMDGeometry& geometry, BaSetVertices* vertices,
                        const BaBodiesByName& bodies, BaModel* model);
 
 // Materials, with their textures and without an id or a name.

@@ -1,8 +1,10 @@
 // From a document to a model.
 #include <algorithm>
+#include <unordered_map>
 
 #include "bamdsection.h"
 #include "bamodelconvert.h"
+#include "basetvertices.h"
 
 namespace {
 
@@ -63,6 +65,41 @@ bool ExtractBodies(const BaModelData& data, BaModel* model, BaBodiesByName* bodi
   return true;
 }
 
+// The vertices of a document's sets, each from the first geometry over it to the last.
+class VertexSetsInUse {
+ public:
+  explicit VertexSetsInUse(const BaModelData& data) : _data(data) {
+    for (const BaMDGeometry* geometry : data.geometries()) ++_sets[_setOf(*geometry)].n_geometries;
+  }
+  // Null for a geometry without a vertex set.
+  BaSetVertices* of(const BaMDGeometry& geometry) {
+    const BaMDVertices* set = _setOf(geometry);
+    if (set == nullptr) return nullptr;
+    std::unique_ptr<BaSetVertices>& vertices = _sets[set].vertices;
+    if (vertices == nullptr) vertices = std::make_unique<BaSetVertices>(*set);
+    return vertices.get();
+  }
+  // To be called when a geometry needs its set no more.
+  void leave(const BaMDGeometry& geometry) {
+    Use& use = _sets[_setOf(geometry)];
+    if (--use.n_geometries == 0) use.vertices.reset();
+  }
+
+ private:
+  struct Use {
+    int n_geometries = 0;
+    std::unique_ptr<BaSetVertices> vertices;
+  };
+
+  [[nodiscard]] const BaMDVertices* _setOf(const BaMDGeometry& geometry) const {
+    const BtStr& name = geometry.verticesName();
+    return name.isNull() ? nullptr : _data.vertexSetByName(name);
+  }
+
+  const BaModelData& _data;
+  std::unordered_map<const BaMDVertices*, Use> _sets;
+};
+
 }  // namespace
 
 bool BaModelData::extractTo(BaModel* model) const {
@@ -87,10 +124,13 @@ bool BaModelData::_extractInto(BaModel* model, bool empty_geometries) const {
       !_checkVertices()) {
     return false;
   }
+  VertexSetsInUse sets(*this);
   for (BaMDGeometry* geometry : _geometries) {
-    const BtStr& set_name = geometry->verticesName();
-    const BaMDVertices* vertices = set_name.isNull() ? nullptr : vertexSetByName(set_name);
-    if (!BaExtractGeometry(*geometry, vertices, bodies, model)) return false;
+    if (theExceptObj.checkCancel() ||
+        !BaExtractGeometry(*geometry, sets.of(*geometry), bodies, model)) {
+      return false;
+    }
+    sets.leave(*geometry);
     if (empty_geometries) geometry->clear();
   }
   return true;

@@ -3,6 +3,7 @@
 
 #include "bamdsection.h"
 #include "bamodelconvert.h"
+#include "basetvertices.h"
 
 namespace {
 
@@ -20,99 +21,16 @@ const BtStr& DegenerateWarning(bool textured) {
   return textured ? textured_warning : plain_warning;
 }
 
-// Makes the model's vertices of a vertex set, effects included.
-class VertexMaker {
- public:
-  VertexMaker(const BaBody& body, const BaBodiesByName& bodies) : _body(body), _bodies(bodies) {}
-
-  // False after a recorded error.
-  bool make(const BaMDVertices& md_vertices, std::vector<BaVertex>* vertices);
-
- private:
-  // An entry of effects: what it is and which vertex it is for, from 0.
-  struct Entry {
-    const BaMDVertexEffects* effects;
-    int place;
-    int vertex;
-  };
-
-  bool _addFlexEntries(const BaMDFlexVEffects& flex);
-  void _addBlendEntries(const BaMDBlendVEffects& blend);
-  [[nodiscard]] std::unique_ptr<Ba_VertexEffect> _toEffect(const Entry& entry) const;
-
-  const BaBody& _body;
-  const BaBodiesByName& _bodies;
-  std::vector<Entry> _entries;
-  std::unordered_map<const BaMDVertexEffects*, int> _targets;  // ids of the bodies of flex effects
-};
-
-bool VertexMaker::_addFlexEntries(const BaMDFlexVEffects& flex) {
-  const auto target = _bodies.find(flex.bodyName());
-  if (target == _bodies.end()) {
-    return BaFail("A flexible vertex effect on body \"" + _body.name() +
-                  "\" flexes to a non-existing body \"" + BaShown(flex.bodyName()) + "\".");
-  }
-  _targets.emplace(&flex, target->second->id());
-  for (int i = 0; i < flex.weights().size(); ++i) {
-    _entries.push_back({&flex, i, flex.weights()[i].vertex - 1});
-  }
-  return true;
-}
-
-void VertexMaker::_addBlendEntries(const BaMDBlendVEffects& blend) {
-  for (int i = 0; i < blend.vectors().size(); ++i) {
-    _entries.push_back({&blend, i, blend.vectors()[i].vertex - 1});
-  }
-}
-
-std::unique_ptr<Ba_VertexEffect> VertexMaker::_toEffect(const Entry& entry) const {
-  if (const BaMDFlexVEffects* flex = entry.effects->asFlex(); flex != nullptr) {
-    const float weight = flex->weights()[entry.place].weight;
-    const int target = _targets.at(flex);
-    if (target == _body.parentId()) return std::make_unique<BaVertexFlexEffect>(weight);
-    return std::make_unique<BaVertexFlex2Effect>(weight, target);
-  }
-  const BaMDBlendVEffects& blend = *entry.effects->asBlend();
-  const float(&v)[3] = blend.vectors()[entry.place].v;
-  auto effect = std::make_unique<BaVertexBlendEffect>();
-  effect->slider_group = blend.sliderGroup();
-  effect->slider_name = blend.sliderName();
-  effect->offset = {v[0], v[1], v[2]};
-  return effect;
-}
-
-bool VertexMaker::make(const BaMDVertices& md_vertices, std::vector<BaVertex>* vertices) {
-  for (const BaMDPoint& point : md_vertices.coordinates()) {
-    vertices->emplace_back(point.x, point.y, point.z);
-  }
-  for (const BaMDVertexEffects* effects : md_vertices.effects()) {
-    if (effects->asBlend() != nullptr) {
-      _addBlendEntries(*effects->asBlend());
-    } else if (!_addFlexEntries(*effects->asFlex())) {
-      return false;
-    }
-  }
-  std::stable_sort(_entries.begin(), _entries.end(),
-                   [](const Entry& a, const Entry& b) { return a.vertex < b.vertex; });
-  for (std::size_t i = 0; i < _entries.size();) {
-    const int vertex = _entries[i].vertex;
-    BtAssert(vertex >= 0 && vertex < md_vertices.coordinates().size());
-    BaVertexEffectsBuilder builder(&(*vertices)[static_cast<std::size_t>(vertex)].effects());
-    for (; i < _entries.size() && _entries[i].vertex == vertex; ++i) {
-      builder.add(_toEffect(_entries[i]));
-    }
-  }
-  return true;
-}
-
 // Adds one geometry to a model.
 class GeometryExtractor {
  public:
-  GeometryExtractor(const BaBody& body, const BaMDGeometry& geometry, BaModel* model)
-      : _body(body), _geometry(geometry), _model(model) {}
+  // `vertices` is null for a geometry without a vertex set.
+  GeometryExtractor(const BaBody& body, const BaMDGeometry& geometry, BaSetVertices* vertices,
+                    BaModel* model)
+      : _body(body), _geometry(geometry), _vertices(vertices), _model(model) {}
 
-  // `vertices` is null for a geometry without a vertex set. False after a recorded error.
-  bool extract(const BaMDVertices* vertices, const BaBodiesByName& bodies);
+  // False after a recorded error.
+  bool extract();
 
  private:
   bool _extractGroup(const BaMDMaterialGroup& group);
@@ -122,9 +40,6 @@ class GeometryExtractor {
   // Splits corners into vertices and texture coordinates.
   void _copyCorners(std::span<const BaMDTexturedCorner> corners, BtDArray<BaVertex>* vertices,
                     BtDArray<BaTextureCoords>* coords) const;
-  [[nodiscard]] const BaVertex& _vertexOf(int index) const {
-    return _vertices[static_cast<std::size_t>(index - 1)];
-  }
   static int _indexOf(int corner) { return corner; }
   static int _indexOf(const BaMDTexturedCorner& corner) { return corner.vertex; }
   // The corners without those at the place of the one before; warns of each.
@@ -134,14 +49,13 @@ class GeometryExtractor {
 
   const BaBody& _body;
   const BaMDGeometry& _geometry;
+  BaSetVertices* _vertices;
   BaModel* _model;
-  std::vector<BaVertex> _vertices;
   std::vector<int> _kept;
   std::vector<BaMDTexturedCorner> _kept_textured;
 };
 
-bool GeometryExtractor::extract(const BaMDVertices* vertices, const BaBodiesByName& bodies) {
-  if (vertices != nullptr && !VertexMaker(_body, bodies).make(*vertices, &_vertices)) return false;
+bool GeometryExtractor::extract() {
   for (const BaMDMaterialGroup* group : _geometry.materialGroups()) {
     if (!_extractGroup(*group)) return false;
   }
@@ -188,7 +102,7 @@ template <class Corner>
 std::span<const Corner> GeometryExtractor::_withoutDuplicates(std::span<const Corner> corners,
                                                               std::vector<Corner>* kept) const {
   const auto same_place = [this](const Corner& a, const Corner& b) {
-    return _vertexOf(_indexOf(a)) == _vertexOf(_indexOf(b));
+    return _vertices->point(_indexOf(a)) == _vertices->point(_indexOf(b));
   };
   const bool has_some =
       std::adjacent_find(corners.begin(), corners.end(), same_place) != corners.end() ||
@@ -232,9 +146,8 @@ void GeometryExtractor::_addTexturedPolygon(int material_id,
 
 BtDArray<BaVertex> GeometryExtractor::_copyVertices(std::span<const int> corners) const {
   BtDArray<BaVertex> vertices;
-  vertices.fillIn(_model->arena(), SizeTToInt(corners.size()), [&](int i) -> const BaVertex& {
-    return _vertexOf(corners[static_cast<std::size_t>(i)]);
-  });
+  vertices.fillIn(_model->arena(), SizeTToInt(corners.size()),
+                  [&](int i) { return _vertices->vertex(corners[static_cast<std::size_t>(i)]); });
   return vertices;
 }
 
@@ -242,8 +155,8 @@ void GeometryExtractor::_copyCorners(std::span<const BaMDTexturedCorner> corners
                                      BtDArray<BaVertex>* vertices,
                                      BtDArray<BaTextureCoords>* coords) const {
   const int count = SizeTToInt(corners.size());
-  vertices->fillIn(_model->arena(), count, [&](int i) -> const BaVertex& {
-    return _vertexOf(corners[static_cast<std::size_t>(i)].vertex);
+  vertices->fillIn(_model->arena(), count, [&](int i) {
+    return _vertices->vertex(corners[static_cast<std::size_t>(i)].vertex);
   });
   coords->fillIn(_model->arena(), count, [&](int i) {
     return _geometry.textureCoords()[corners[static_cast<std::size_t>(i)].coord - 1];
@@ -252,12 +165,13 @@ void GeometryExtractor::_copyCorners(std::span<const BaMDTexturedCorner> corners
 
 }  // namespace
 
-bool BaExtractGeometry(const BaMDGeometry& geometry, const BaMDVertices* vertices,
+bool BaExtractGeometry(const BaMDGeometry& geometry, BaSetVertices* vertices,
                        const BaBodiesByName& bodies, BaModel* model) {
   const auto body = bodies.find(geometry.bodyName());
   if (body == bodies.end()) {
     return BaFail("GEOMETRY section specifies a body, \"" + BaShown(geometry.bodyName()) +
                   "\", that does not exist.");
   }
-  return GeometryExtractor(*body->second, geometry, model).extract(vertices, bodies);
+  if (vertices != nullptr && !vertices->begin(*body->second, bodies)) return false;
+  return GeometryExtractor(*body->second, geometry, vertices, model).extract();
 }

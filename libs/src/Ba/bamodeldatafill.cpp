@@ -23,18 +23,11 @@ class MergeSwitch {
 // The sequence of the angles in filled documents.
 constexpr std::array<int, 3> kRotationOrder = {3, 2, 1};
 
-// Scales the rows to unit length; true when one was off by more than rounding explains.
-bool RemoveScale(Bt3X3FloatMat* matrix) {
-  constexpr double kTolerance = 1e-3;
-  Bt3X3DoubleMat m(*matrix);
-  bool scaled = false;
-  for (int row = 0; row < 3; ++row) {
-    const double length = std::hypot(m(row, 0), m(row, 1), m(row, 2));
-    scaled = scaled || std::fabs(length - 1) > kTolerance;
-    for (int column = 0; column < 3; ++column) m(row, column) /= length;
-  }
-  if (scaled) *matrix = Bt3X3FloatMat(m);
-  return scaled;
+// Warns of what three angles cannot say about the axes of a body.
+void WarnOfLostForm(const BtStr& body_name, const BtRotationAxes& axes) {
+  const BtStr start = "The transform of body \"" + body_name;
+  if (axes.isScaled()) theExceptObj.setAsWarning(start + "\" is scaled.  The scale is not kept.");
+  if (axes.isSheared()) theExceptObj.setAsWarning(start + "\" is sheared.  The shear is not kept.");
 }
 
 class ModelFiller {
@@ -74,7 +67,8 @@ bool ModelFiller::_checkBody(const BaBody& body, Names* names) const {
   if (_data->bodyByName(name) != nullptr || !names->try_emplace(name, &body).second) {
     return BaFail("Multiple bodies have name \"" + name + "\".");
   }
-  if (!isRightHanded(BtCoordSystem(body.transform()).rotation())) {
+  BtRotationAxes axes;
+  if (!BtGetRotationAxes(&axes, BtCoordSystem(body.transform()).rotation())) {
     return BaFail("Body \"" + name + "\" has a left-handed or degenerate transform.");
   }
   return true;
@@ -87,13 +81,13 @@ std::unique_ptr<BaMDBody> ModelFiller::_toMDBody(const BaBody& body) const {
   const BaBody* parent = body.parentId() == 0 ? nullptr : _model.findBody(body.parentId());
   md_body->setParentName(parent == nullptr ? BtStr(BaMDBody::kWorldName) : BaDocumentName(*parent));
   const BtCoordSystem coord_system(body.transform());
-  Bt3X3FloatMat rotation = coord_system.rotation();
-  if (RemoveScale(&rotation)) {
-    theExceptObj.setAsWarning("The transform of body \"" + md_body->name() +
-                              "\" is scaled.  The scale is not kept.");
-  }
+  BtRotationAxes axes;
+  const bool is_rotation = BtGetRotationAxes(&axes, coord_system.rotation());
+  BtAssert(is_rotation);
+  WarnOfLostForm(md_body->name(), axes);
   BtFloatArray angles(3);
-  BtGetDecomposedRotationMatrix(std::span<float, 3>(angles.begin(), 3), kRotationOrder, rotation);
+  BtGetDecomposedRotationMatrix(std::span<float, 3>(angles.begin(), 3), kRotationOrder,
+                                axes.matrix);
   for (float& angle : angles) {
     angle = static_cast<float>(static_cast<double>(angle) / _data->radiansPerAngleUnit());
   }

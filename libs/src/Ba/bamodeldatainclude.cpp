@@ -3,6 +3,7 @@
 #include "bamdsection.h"
 #include "bamodelcombine.h"
 #include "bamodeldata.h"
+#include "bapicturefile.h"
 #include "btfile.h"
 
 namespace {
@@ -18,7 +19,7 @@ void MoveTextures(const BtList<BaMDMaterial*>& materials, const BtStr& directory
   if (directory == include_directory) return;
   for (const BaMDMaterial* material : materials) {
     for (BaMDTexture* texture : material->textures()) {
-      texture->setName(BaSeenFrom(directory, texture->name(), include_directory));
+      texture->setName(BaPictureSeenFrom(directory, texture->name(), include_directory));
     }
   }
 }
@@ -72,6 +73,8 @@ bool BaModelData::_combineFile(const BtStr& file_name, const IncludeTarget& targ
   {
     BaModel sub_model;
     if (!sub_data.extractTo(&sub_model)) return BaFail("Unable to read '" + file_name + "'.");
+    // A table of bodies takes memory and time for every id below the highest one.
+    if (!target.chain->count(sub_model.bodies().size())) return false;
     if (!target.combine->add(sub_model, body_id_offset, body_name_suffix)) return false;
   }
   return sub_data._combineIncludes(target, body_id_offset, body_name_suffix) ||

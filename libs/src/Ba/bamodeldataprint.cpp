@@ -1,7 +1,11 @@
 // Writing documents.
+#include <algorithm>
+#include <cmath>
 #include <ostream>
+#include <span>
 
 #include "bamdsection.h"
+#include "bamdunits.h"
 #include "bamodeldata.h"
 #include "bamodelheader.h"
 #include "btfile.h"
@@ -20,10 +24,18 @@ bool PrintAll(std::ostream& os, const BtList<Section*>& sections, const char* me
   return true;
 }
 
-void PrintUnits(std::ostream& os, const char* key, const BaUnits& units) {
-  os << key;
+bool PrintUnits(std::ostream& os, const char* key, const BaUnits& units,
+                std::span<const std::string_view> words) {
+  if (!(units.factor >= kBaMinUnitFactor) || std::isinf(units.factor)) {
+    return BaFail("Unable to write " + BtStr(key) + " scale factor.");
+  }
+  if (std::find(words.begin(), words.end(), units.name.view()) == words.end()) {
+    return BaFail("Unsupported " + BtStr(key) + " units \"" + units.name + "\".");
+  }
+  os << "  " << key << ": ";
   BaPrintFloat(os, units.factor);
   os << ' ' << units.name << '\n';
+  return true;
 }
 
 }  // namespace
@@ -40,8 +52,10 @@ bool BaModelData::_printOn(std::ostream& os, const BtStr& directory) const {
   if (_materials_external) os << "MATERIALS: EXTERNAL\n";
   if (!_combine_vertex_normals) os << "COMBINE_VERTEX_NORMALS: false\n";
   os << "UNITS {\n";
-  PrintUnits(os, "  LENGTH: ", _length_units);
-  PrintUnits(os, "  ANGLE: ", _angle_units);
+  if (!PrintUnits(os, "LENGTH", _length_units, kBaLengthUnits) ||
+      !PrintUnits(os, "ANGLE", _angle_units, kBaAngleUnits)) {
+    return false;
+  }
   os << "}\n";
   if ((!_bodies_external && !PrintAll(os, _bodies, "Unable to write BODY section.")) ||
       (!_materials_external && !PrintAll(os, _materials, "Unable to write MATERIAL section.")) ||
@@ -52,7 +66,7 @@ bool BaModelData::_printOn(std::ostream& os, const BtStr& directory) const {
   }
   for (const BaMDInclude* include : _includes) {
     BaMDInclude moved(*include);
-    moved.setFileName(BaSeenFrom(directory, include->fileName(), _directory));
+    moved.setFileName(BtFileSeenFrom(directory, include->fileName(), _directory));
     if (!moved.printOn(os)) return false;
   }
   return BaCheckWritten(os, "Unable to write file.");

@@ -1,9 +1,11 @@
 // Reading documents.
 #include <cmath>
 #include <istream>
+#include <span>
 
 #include "baincludechain.h"
 #include "bamdsection.h"
+#include "bamdunits.h"
 #include "bamodeldata.h"
 #include "bamodelheader.h"
 #include "btfile.h"
@@ -14,8 +16,6 @@ namespace {
 constexpr double kVersion = 2.0;
 // Items between two questions whether the user wants to stop.
 constexpr int kItemsPerQuestion = 40;
-// Factors below would make angles that no float holds.
-constexpr float kMinUnitFactor = 1e-30F;
 
 // Reads the UNITS block.
 class UnitsReader {
@@ -24,20 +24,20 @@ class UnitsReader {
 
   bool readLength(const BaMDItem& item) {
     BaUnits units;
-    if (!_readUnits(item, {"INCHES", "METERS"}, &units)) return false;
+    if (!_readUnits(item, kBaLengthUnits, &units)) return false;
     _data->setLengthUnits(units);
     return true;
   }
   bool readAngle(const BaMDItem& item) {
     BaUnits units;
-    if (!_readUnits(item, {"DEGREES", "RADIANS"}, &units)) return false;
+    if (!_readUnits(item, kBaAngleUnits, &units)) return false;
     _data->setAngleUnits(units);
     return true;
   }
   bool readUnknown(const BaMDItem& item) { return BaFailUnknownKey(item.key); }
 
  private:
-  static bool _readUnits(const BaMDItem& item, std::initializer_list<std::string_view> words,
+  static bool _readUnits(const BaMDItem& item, std::span<const std::string_view> words,
                          BaUnits* units);
 
   BaModelData* _data;
@@ -48,10 +48,11 @@ constexpr BaMDKey<UnitsReader> kUnitsKeys[] = {
     {"ANGLE", &UnitsReader::readAngle},
 };
 
-bool UnitsReader::_readUnits(const BaMDItem& item, std::initializer_list<std::string_view> words,
+bool UnitsReader::_readUnits(const BaMDItem& item, std::span<const std::string_view> words,
                              BaUnits* units) {
   std::string_view text = item.value;
-  if (!item.single_line || !BtReadFloat(&text, &units->factor) || units->factor < kMinUnitFactor) {
+  if (!item.single_line || !BtReadFloat(&text, &units->factor) ||
+      units->factor < kBaMinUnitFactor) {
     return BaFail("Unable to read " + BtStr(item.key) + " scale factor.");
   }
   std::string_view word;
@@ -308,7 +309,7 @@ bool BaModelData::scan(std::istream& is, const BtStr& directory, bool process_in
   if (!_scanSections(is, directory)) return false;
   if (!process_includes) return true;
   Ba_IncludeChain chain("Model");
-  return (file_name == nullptr || chain.enter(file_name)) && _mergeIncludes(&chain);
+  return chain.enter(file_name == nullptr ? "" : file_name) && _mergeIncludes(&chain);
 }
 
 bool BaModelData::_scanSections(std::istream& is, const BtStr& directory) {

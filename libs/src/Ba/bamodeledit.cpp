@@ -115,12 +115,14 @@ BaBone* BaModel::addBone(const BaBone& bone) { return addBone(std::make_unique<B
 
 BaPolygon* BaModel::addBodyPolygon(int body_id, const BaPolygon& polygon) {
   BtAssert(polygon.bodyId() == body_id, "polygon.bodyId()==body_id");
+  BtAssert(!polygon.repeatsVertex(), "!polygon.repeatsVertex()");
   AssertEffects(*this, polygon);
   return addPolygon(std::make_unique<BaPolygon>(polygon));
 }
 
 BaTexturedPolygon* BaModel::addBodyTexturedPolygon(int body_id, const BaTexturedPolygon& polygon) {
   BtAssert(polygon.bodyId() == body_id, "polygon.bodyId()==body_id");
+  BtAssert(!polygon.repeatsVertex(), "!polygon.repeatsVertex()");
   AssertEffects(*this, polygon);
   return addTexturedPolygon(std::make_unique<BaTexturedPolygon>(polygon));
 }

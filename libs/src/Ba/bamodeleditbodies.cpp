@@ -1,13 +1,16 @@
 // The edits that give bodies other ids or take them away.
 
 #include <algorithm>
+#include <cmath>
 #include <set>
 #include <unordered_map>
 #include <utility>
 #include <vector>
 
+#include "baeffectsedit.h"
 #include "bamodel.h"
 #include "bamodelwalk.h"
+#include "btexcept.h"
 
 namespace {
 
@@ -20,14 +23,41 @@ bool Follows(const Ba_VertexEffect& effect, int body_id) {
          static_cast<const BaVertexFlex2Effect&>(effect).body_id == body_id;
 }
 
-// Calls `use(effects, body_id)` for the vertices that have effects, with the id of their body.
-template <class Owner, class Use>
-void ForEachEffects(const Owner& owner, Use use) {
-  Ba_ForEachVertexElement(owner, [&use](auto& element) {
+// Calls `edit(effects, body_id)` for the vertices that have effects, with the id of their body; see
+// Ba_EffectsEdit.
+template <class Owner, class Edit>
+void EditEffects(const Owner& owner, Edit edit) {
+  Ba_EffectsEdit<Edit> edit_one(std::move(edit));
+  Ba_ForEachVertexElement(owner, [&edit_one](auto& element) {
     for (BaVertex& vertex : element.vertices()) {
-      if (!vertex.effects().empty()) use(vertex.effects(), element.bodyId());
+      if (!vertex.effects().empty()) edit_one(vertex.effects(), element.bodyId());
     }
   });
+}
+
+// The transform of a child against the parent of its parent.
+Bt4X4FloatMat TransformWithout(const BaBody& parent, const BaBodyObj& child) {
+  return child.transform() * parent.transform();
+}
+
+bool IsFinite(const Bt4X4FloatMat& matrix) {
+  for (int i = 0; i < 16; ++i) {
+    if (!std::isfinite(matrix(i / 4, i % 4))) return false;
+  }
+  return true;
+}
+
+// False after a recorded error: without the body, a child would stand where no float reaches.
+bool CheckPlacesWithout(const BaBody& body) {
+  for (int i = 0; i < body.numChildren(); ++i) {
+    const BaBody* const child = body.child(i);
+    if (IsFinite(TransformWithout(body, *child))) continue;
+    theExceptObj.set("Body \"%s\" cannot be removed: the transform of \"%s\" would not be finite.",
+                     static_cast<const char*>(body.name()),
+                     static_cast<const char*>(child->name()));
+    return false;
+  }
+  return true;
 }
 
 // Takes a body out of the muscles that run over it.
@@ -128,7 +158,7 @@ void BaModel::_renumberBodyReferences(const std::unordered_map<int, int>& new_id
     const auto entry = new_ids.find(id);
     return entry == new_ids.end() ? id : entry->second;
   };
-  ForEachEffects(*this, [&renumbered](BaVertexEffects& effects, int /*body_id*/) {
+  EditEffects(*this, [&renumbered](BaVertexEffects& effects, int /*body_id*/) {
     for (auto* effect = effects.first(); effect != nullptr; effect = effect->next()) {
       if (effect->type() != BaFlex2Effect) continue;
       FollowedBodyId(effect) = renumbered(FollowedBodyId(effect));
@@ -143,17 +173,19 @@ void BaModel::_renumberBodyReferences(const std::unordered_map<int, int>& new_id
   }
 }
 
-void BaModel::removeBody(BaBody* body) {
+bool BaModel::removeBody(BaBody* body) {
   BtAssert(isValid(), "isValid()");
   BtAssert(body != nullptr, "body");
   const int body_id = body->id();
   BtAssert(body_id > 0, "body_id>0");
   BtAssert(findBody(body_id) == body, "_bodies[body_id]==body");
+  if (!CheckPlacesWithout(*body)) return false;
   _removeElementsOf(body);
   _removeReferencesTo(*body);
   _moveChildrenUp(body);
   const std::unique_ptr<BaBody> removed = std::move(_bodies[body_id]);
   _unindexBody(removed.get());
+  return true;
 }
 
 void BaModel::_removeElementsOf(BaBody* body) {
@@ -184,7 +216,7 @@ void BaModel::_removeElementsOf(BaBody* body) {
 void BaModel::_removeReferencesTo(const BaBody& body) {
   const int id = body.id();
   const int heir = body.parentId();  // 0 for the world, which nothing can follow
-  ForEachEffects(*this, [id, heir](BaVertexEffects& effects, int body_id) {
+  EditEffects(*this, [id, heir](BaVertexEffects& effects, int body_id) {
     if (heir != 0 && heir != body_id) {
       effects.changeFlex2BodyId(id, heir);
     } else {
@@ -193,7 +225,7 @@ void BaModel::_removeReferencesTo(const BaBody& body) {
   });
   if (heir == 0) {
     for (int i = 0; i < body.numChildren(); ++i) {
-      ForEachEffects(*body.child(i), [](BaVertexEffects& effects, int /*body_id*/) {
+      EditEffects(*body.child(i), [](BaVertexEffects& effects, int /*body_id*/) {
         effects.removeIf(
             [](const Ba_VertexEffect& effect) { return effect.type() == BaFlexEffect; });
       });
@@ -207,7 +239,7 @@ void BaModel::_moveChildrenUp(BaBody* body) {
   std::vector<BaBodyObj*> children;
   for (int i = 0; i < body->numChildren(); ++i) {
     BaBody* const child = body->child(i);
-    child->setTransform(child->transform() * body->transform());
+    child->setTransform(TransformWithout(*body, *child));
     child->setParentId(parent->id());
     child->setParent(parent);
     children.push_back(child);

@@ -1,6 +1,7 @@
 // The edit that leaves triangles only.
 
 #include <utility>
+#include <vector>
 
 #include "bamodel.h"
 #include "batriangulate.h"
@@ -35,6 +36,18 @@ void CheckCorners(const BaTexturedPolygon& polygon) {
   BtAssert(polygon.textureCoords().size() >= 3, "polygon->textureCoords().size()>=3");
 }
 
+// The triangles of a polygon that have three corners at three places. None may be left of an
+// outline that has no area.
+std::vector<BaTriangle> TrianglesOf(const BaPolygon& polygon) {
+  const BtDArray<BaVertex>& corners = polygon.vertices();
+  std::vector<BaTriangle> triangles = BaTriangulate(corners);
+  std::erase_if(triangles, [&corners](const BaTriangle& t) {
+    return corners[t[0]] == corners[t[1]] || corners[t[1]] == corners[t[2]] ||
+           corners[t[2]] == corners[t[0]];
+  });
+  return triangles;
+}
+
 // Cuts the polygons of one collection of a body; `add(triangle)` adds to the same collection.
 template <class Polygon, class Add>
 void Triangulate(const BaElements<Polygon*>& polygons, Add add) {
@@ -43,7 +56,8 @@ void Triangulate(const BaElements<Polygon*>& polygons, Add add) {
   for (int i = 0; i < n_polygons; ++i) {
     Polygon* const polygon = polygons[i];
     if (polygon->numVertices() == 3) continue;
-    const std::vector<BaTriangle> triangles = BaTriangulate(std::as_const(*polygon).vertices());
+    const std::vector<BaTriangle> triangles = TrianglesOf(*polygon);
+    if (triangles.empty()) continue;
     for (std::size_t k = 1; k < triangles.size(); ++k) {
       auto triangle = std::make_unique<Polygon>(polygon->bodyId(), polygon->materialId());
       triangle->setSFlag(polygon->sFlag());

@@ -1,5 +1,6 @@
 #include "bapolygon.h"
 
+#include <algorithm>
 #include <ostream>
 #include <utility>
 
@@ -25,6 +26,11 @@ void WarnOfDegeneration() {
 }  // namespace
 
 void BaPolygon::setVertices(BtDArray<BaVertex> vertices) { _vertices = std::move(vertices); }
+
+bool BaPolygon::repeatsVertex() const {
+  return std::adjacent_find(_vertices.begin(), _vertices.end()) != _vertices.end() ||
+         (numVertices() > 1 && _vertices[0] == _vertices.last());
+}
 
 bool BaPolygon::frontFacing() const {
   BtAssert(isValid(), "isValid()");

@@ -1,4 +1,4 @@
-// The chain of effects that a vertex owns.
+// The chain of effects that a vertex has.
 
 #include <unordered_map>
 #include <utility>
@@ -11,14 +11,28 @@ namespace {
 // From this many effects on, a builder looks rivals up instead of walking the chain.
 constexpr int kIndexedFrom = 16;
 
+// The flex2 effect of a chain that follows this body, null for none.
+template <class Effect>
+Effect* FindFlex2(Effect* effect, int body_id) {
+  for (; effect != nullptr; effect = effect->next()) {
+    if (effect->type() != BaFlex2Effect) continue;
+    if (static_cast<const BaVertexFlex2Effect*>(effect)->body_id == body_id) return effect;
+  }
+  return nullptr;
+}
+
 }  // namespace
 
-void BaVertexEffects::_copy(const BaVertexEffects& other) {
-  std::unique_ptr<Ba_VertexEffect>* end = &_first;
-  for (auto* effect = other.first(); effect != nullptr; effect = effect->next()) {
-    *end = effect->cloneBa();
-    end = &(*end)->_next;
+void BaVertexEffects::_unshare() {
+  const Ba_VertexEffect* shared = _first;
+  --_first->_n_owners;
+  std::unique_ptr<Ba_VertexEffect> own = shared->cloneBa();
+  Ba_VertexEffect* last = own.get();
+  while ((shared = shared->next()) != nullptr) {
+    last->_next = shared->cloneBa();
+    last = last->next();
   }
+  _first = own.release();
 }
 
 int BaVertexEffects::count() const {
@@ -29,36 +43,34 @@ int BaVertexEffects::count() const {
 
 void BaVertexEffects::add(std::unique_ptr<Ba_VertexEffect> effect) {
   BtAssert(effect != nullptr);
-  std::unique_ptr<Ba_VertexEffect>* end = &_first;
-  for (; *end != nullptr; end = &(*end)->_next) {
-    if ((*end)->_absorb(*effect)) return;
+  Ba_VertexEffect* last = nullptr;
+  for (auto* there = first(); there != nullptr; there = there->next()) {
+    if (there->_absorb(*effect)) return;
+    last = there;
   }
-  *end = std::move(effect);
+  if (last == nullptr) {
+    _first = effect.release();
+  } else {
+    last->_next = std::move(effect);
+  }
 }
 
 void BaVertexEffects::changeFlex2BodyId(int old_id, int new_id) {
-  const auto follows = [](const Ba_VertexEffect& effect, int id) {
-    return effect.type() == BaFlex2Effect &&
-           static_cast<const BaVertexFlex2Effect&>(effect).body_id == id;
-  };
-  std::unique_ptr<Ba_VertexEffect>* moved = nullptr;
-  std::unique_ptr<Ba_VertexEffect>* there = nullptr;
-  for (std::unique_ptr<Ba_VertexEffect>* link = &_first; *link != nullptr; link = &(*link)->_next) {
-    if (follows(**link, old_id)) moved = link;
-    if (follows(**link, new_id)) there = link;
-  }
-  if (moved == nullptr || old_id == new_id) return;
-  static_cast<BaVertexFlex2Effect&>(**moved).body_id = new_id;
-  if (there == nullptr) return;
-  Ba_VertexEffect* const stays = there->get();
-  std::unique_ptr<Ba_VertexEffect> merged = std::move(*moved);
-  *moved = std::move(merged->_next);
-  stays->_absorb(*merged);
+  if (old_id == new_id || FindFlex2(std::as_const(*this).first(), old_id) == nullptr) return;
+  Ba_VertexEffect* const moved = FindFlex2(first(), old_id);
+  Ba_VertexEffect* const stays = FindFlex2(first(), new_id);
+  static_cast<BaVertexFlex2Effect*>(moved)->body_id = new_id;
+  if (stays == nullptr) return;
+  stays->_absorb(*moved);
+  removeIf([moved](const Ba_VertexEffect& effect) { return &effect == moved; });
 }
 
-void BaVertexEffects::_destroy() noexcept {
+void BaVertexEffects::_release() noexcept {
+  Ba_VertexEffect* const first = std::exchange(_first, nullptr);
+  if (--first->_n_owners > 0) return;
   // One by one: a chain may be long, and freeing it as a whole would recurse along it.
-  while (_first != nullptr) _first = std::exchange(_first->_next, nullptr);
+  std::unique_ptr<Ba_VertexEffect> effect(first);
+  while (effect != nullptr) effect = std::exchange(effect->_next, nullptr);
 }
 
 // The effects that may have a rival, by what they flex toward.
@@ -111,8 +123,12 @@ void BaVertexEffectsBuilder::_makeIndex() {
 }
 
 void BaVertexEffectsBuilder::_append(std::unique_ptr<Ba_VertexEffect> effect) {
-  std::unique_ptr<Ba_VertexEffect>& end = _last == nullptr ? _effects->_first : _last->_next;
-  end = std::move(effect);
-  _last = end.get();
+  Ba_VertexEffect* const added = effect.get();
+  if (_last == nullptr) {
+    _effects->_first = effect.release();
+  } else {
+    _last->_next = std::move(effect);
+  }
+  _last = added;
   ++_count;
 }

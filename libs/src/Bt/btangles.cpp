@@ -1,5 +1,6 @@
 #include "btangles.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <numbers>
@@ -89,6 +90,25 @@ double Nearest(double angle, double target) {
 }
 
 }  // namespace
+
+bool BtGetRotationAxes(BtRotationAxes* axes, const Bt3X3FloatMat& transform) {
+  Bt3X3DoubleMat m(transform);
+  axes->scale = 0;
+  for (int row = 0; row < 3; ++row) {
+    const double length = std::hypot(m(row, 0), m(row, 1), m(row, 2));
+    axes->scale = std::max(axes->scale, std::fabs(length - 1));
+    for (int column = 0; column < 3; ++column) m(row, column) /= length;
+  }
+  axes->shear = 0;
+  for (int a = 0; a < 3; ++a) {
+    const int b = (a + 1) % 3;
+    const double cosine = m(a, 0) * m(b, 0) + m(a, 1) * m(b, 1) + m(a, 2) * m(b, 2);
+    axes->shear = std::max(axes->shear, std::fabs(cosine));
+  }
+  axes->matrix = axes->isScaled() ? Bt3X3FloatMat(m) : transform;
+  // Rounding can turn axes that are nearly in one plane, so both are asked.
+  return isRightHanded(transform) && isRightHanded(axes->matrix);
+}
 
 void StableDecomp(float* first, float* middle, float* last, std::span<const int, 3> sequence,
                   const Bt3X3FloatMat& m) {

@@ -106,6 +106,20 @@ BtStr BtFileBaseName(const char* path) {
   return BtStr(last == std::string_view::npos ? text : text.substr(last + 1));
 }
 
+BtStr BtFileSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from) {
+  namespace fs = std::filesystem;
+  if (BtFileIsAbsolutePath(name) || to == from) return name;
+  std::error_code error;
+  const fs::path file = fs::absolute(fs::path(from.view()) / name.view(), error);
+  const fs::path target = error ? fs::path() : fs::absolute(fs::path(to.view()), error);
+  if (error) return name;
+  const fs::path old_folder = fs::weakly_canonical(file.parent_path(), error);
+  const fs::path folder = error ? fs::path() : fs::weakly_canonical(target, error);
+  if (error) return BtStr(file.c_str());  // which is as good, in one place
+  const fs::path real_file = (old_folder / file.filename()).lexically_normal();
+  return BtStr(real_file.lexically_relative(folder).c_str());
+}
+
 bool BtFileExists(const char* path) {
   struct stat info = {};
   return path != nullptr && stat(path, &info) == 0;

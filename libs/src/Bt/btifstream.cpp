@@ -8,11 +8,17 @@
 #include <cerrno>
 #include <cstring>
 
+#include "btexcept.h"
+
 namespace {
 
 constexpr std::size_t kReadBlockSize = std::size_t{256} * 1024;
 // Characters kept in front of a new block, so that putback works across its border.
 constexpr std::size_t kPutback = 16;
+
+// After a failure: true where a signal broke in that was not the user's wish to stop, which is
+// recorded otherwise.
+bool MayTryAgain() { return errno == EINTR && !theExceptObj.checkCancel(); }
 
 }  // namespace
 
@@ -20,7 +26,10 @@ BtFileBuf::~BtFileBuf() { close(); }
 
 bool BtFileBuf::open(const char* file_name) {
   close();
-  const int fd = ::open(file_name, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+  int fd = -1;
+  do {  // opening a pipe waits for its writer
+    fd = ::open(file_name, O_RDONLY | O_CLOEXEC | O_NOCTTY);
+  } while (fd < 0 && MayTryAgain());
   if (fd < 0) return false;
   struct stat info = {};
   if (fstat(fd, &info) != 0 || S_ISDIR(info.st_mode)) {
@@ -65,7 +74,7 @@ long long BtFileBuf::readBlock(char* to, std::size_t size) {
   ssize_t count = 0;
   do {
     count = ::read(_fd, to, size);
-  } while (count < 0 && errno == EINTR);
+  } while (count < 0 && MayTryAgain());
   return count;
 }
 

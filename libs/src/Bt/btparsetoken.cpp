@@ -1,10 +1,9 @@
 #include <charconv>
-#include <cmath>
-#include <limits>
 #include <string>
 
 #include "btdigits.h"
 #include "btexcept.h"
+#include "btfloattext.h"
 #include "btparse.h"
 #include "btscan.h"
 #include "btstrtod.h"
@@ -122,11 +121,11 @@ bool BtReadFloat(std::string_view* text, float* value) {
   SkipSpace(&rest);
   if (rest.empty()) return Fail("No value given.");
   double number = 0;
-  if (ParseNumber(&rest, &number) != std::errc() ||
-      std::fabs(number) > static_cast<double>(std::numeric_limits<float>::max())) {
+  float read = 0;
+  if (ParseNumber(&rest, &number) != std::errc() || !BtNarrow(number, &read)) {
     return Fail("Invalid floating point value.");
   }
-  *value = static_cast<float>(number);
+  *value = read;
   *text = rest;
   return true;
 }

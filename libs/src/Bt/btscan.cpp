@@ -9,6 +9,7 @@
 
 #include "btclassicios.h"
 #include "btdigits.h"
+#include "btfloattext.h"
 
 namespace {
 
@@ -167,12 +168,6 @@ inline const char* ParseDouble(const char* p, const char* end, double* value) {
   return after != nullptr ? after : ParseAny(p, end, value);
 }
 
-// False where `number` is no finite float.
-bool Narrow(double number, float* value) {
-  *value = static_cast<float>(number);
-  return std::isfinite(*value);
-}
-
 // As ParseInt, for a decimal number that is a finite float.
 inline const char* ParseFloat(const char* p, const char* end, float* value) {
   p = SkipSpace(p, end);
@@ -183,7 +178,7 @@ inline const char* ParseFloat(const char* p, const char* end, float* value) {
     return after;
   }
   after = ParseAny(p, end, &number);
-  return after != nullptr && Narrow(number, value) ? after : nullptr;
+  return after != nullptr && BtNarrow(number, value) ? after : nullptr;
 }
 
 }  // namespace
@@ -209,7 +204,7 @@ bool BtScanner::readDouble(double* value) { return _read(value, ParseDouble); }
 bool BtScanner::readFloat(float* value) {
   double number = 0;
   if (!readDouble(&number)) return false;
-  if (Narrow(number, value)) return true;
+  if (BtNarrow(number, value)) return true;
   _is.setstate(std::ios::failbit);
   return false;
 }

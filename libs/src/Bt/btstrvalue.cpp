@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <istream>
@@ -13,6 +12,7 @@
 #include <utility>
 
 #include "btassert.h"
+#include "btfloattext.h"
 #include "btscan.h"
 #include "btstr.h"
 #include "btstrtod.h"
@@ -88,10 +88,9 @@ bool BtStr::doubleValue(double* value) const {
 
 bool BtStr::floatValue(float* value) const {
   double number = 0;
-  if (!doubleValue(&number)) return false;
-  // Asked this way round, a number that is none is refused as well.
-  if (!(std::fabs(number) <= static_cast<double>(std::numeric_limits<float>::max()))) return false;
-  *value = static_cast<float>(number);
+  float read = 0;
+  if (!doubleValue(&number) || !BtNarrow(number, &read)) return false;
+  *value = read;
   return true;
 }
 
@@ -151,6 +150,7 @@ void BtStr::scanLine(std::istream& is) {
       Bt_GetArea::moveTo(buf, ended ? newline + 1 : end);
     }
   }
+  if (line.isNull() && !is.eof()) line = "";  // the stream failed before
   *this = std::move(line);
 }
 

@@ -167,6 +167,7 @@ bool FbxOutputFile::_copyToTarget() {
   for (std::uint64_t done = 0; copied && done < _flushed;) {
     const ssize_t count = pread(_fd, _buffer.get(), kBufferSize, static_cast<off_t>(done));
     if (count <= 0) {
+      if (count == 0) errno = EIO;
       copied = _failErrno();
     } else {
       copied = _writeAll(target, {_buffer.get(), static_cast<std::size_t>(count)});

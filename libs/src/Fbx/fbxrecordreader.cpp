@@ -127,7 +127,10 @@ bool AppendArray(const FbxReadValue& value, std::vector<double>* numbers) {
 }  // namespace
 
 bool FbxValueCursor::next(FbxReadValue* value) {
-  return !_rest.empty() && TakeValue(&_rest, value);
+  std::string_view rest = _rest;
+  if (!TakeValue(&rest, value)) return false;
+  _rest = rest;
+  return true;
 }
 
 bool FbxRecordFile::_fail(const char* what, std::size_t at) {
@@ -192,7 +195,7 @@ bool FbxRecordFile::_beginRecord(const Header& header, std::size_t limit, std::v
   FbxReadValue value;
   std::uint32_t count = 0;
   while (cursor.next(&value)) ++count;
-  if (count != record.value_count || (count == 0) != record.values.empty()) {
+  if (!cursor.atEnd() || count != record.value_count) {
     return _fail("values of a record", values);
   }
   _records.push_back(record);
