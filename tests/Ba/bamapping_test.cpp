@@ -1,13 +1,10 @@
 #include "bamapping.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
-#include <random>
-#include <sstream>
 
 #include "Ba/modeltexts.h"
 #include "Bt/deathcases.h"
+#include "babodymapattribute.h"
 #include "support/mappingerrors.h"
 #include "support/mappingtexts.h"
 
@@ -24,12 +21,6 @@ BaUnlockedMapping Read(const std::string& text) {
   return mapping;
 }
 
-std::string Written(const BaUnlockedMapping& mapping) {
-  std::ostringstream os;
-  os << mapping;
-  return os.str();
-}
-
 TEST(BaMapping, FilesThatAreNotReadSayWhy) {
   for (const ErrorCase& c : MappingErrors()) {
     BaUnlockedMapping mapping;
@@ -40,16 +31,10 @@ TEST(BaMapping, FilesThatAreNotReadSayWhy) {
   failed.setstate(std::ios::failbit);
   EXPECT_FALSE(BaUnlockedMapping().scanFrom(failed, false));
   EXPECT_EQ(TakePrinted(), PrintedError("Unable to open file."));
-  EXPECT_FALSE(BaUnlockedMapping().read("/no/such.dof", true));
-  EXPECT_EQ(TakePrinted(), PrintedError("Unable to open file '/no/such.dof'."));
 }
 
 TEST(BaMapping, FilesThatAreReadGiveTheirVariableCount) {
-  const struct {
-    std::string text;
-    int num_vars;
-    std::string warning;
-  } cases[] = {
+  const std::tuple<std::string, int, std::string> cases[] = {
       {"Zov Graphic Mapping File, draft\r\nv1.9\r\n0\r\n0\r\n", 0, ""},
       {"Zov Graphic Mapping File" + std::string(200, '!') + "\nV1.999 0 0", 0, ""},
       {MappingText(0, 0, "# comment\nEND:\nno section"), 0, ""},
@@ -58,23 +43,18 @@ TEST(BaMapping, FilesThatAreReadGiveTheirVariableCount) {
       {TextureMaps("1 9"), 6, ""},            // only variables of transforms count
       {IncludeBlock("FILE_NAME: a"), 6, ""},  // the include is not loaded
   };
-  for (const auto& c : cases) {
-    EXPECT_EQ(Read(c.text).numSysVars(), c.num_vars) << c.text;
-    EXPECT_EQ(TakePrinted(), c.warning.empty() ? "" : PrintedWarning(c.warning)) << c.text;
+  for (const auto& [text, num_vars, warning] : cases) {
+    EXPECT_EQ(Read(text).numSysVars(), num_vars) << text;
+    EXPECT_EQ(TakePrinted(), warning.empty() ? "" : PrintedWarning(warning)) << text;
   }
 }
 
 TEST(BaMapping, WritesWhatItReads) {
-  const std::string text = MappingText(
-      12, 2,
-      BodyRecord(4, 7) + "1\n6 5 4 3 2 1\n-1 0.1 \n-3 0 3 1e-45 3 -3.4028235e+38 \n0\n0\n1\n2\n" +
-          "MATERIAL_TEXTURE_INDEX_MAPS {\n  1 7\n  1 8\n}\n"
-          "BLEND_EFFECT_MAP {\n  SLIDER_GROUP: f\n  SLIDERS {\n    smile 20\n    frown 3\n  }\n}\n"
-          "BLEND_EFFECT_MAP {\n  SLIDER_GROUP: h\n  SLIDERS {\n  }\n}\n"
-          "INCLUDE {\n  FILE_NAME: a b\n  BODY_ID_OFFSET: -5\n  SYSTEM_VARIABLE_ID_OFFSET: 0\n}\n"
-          "INCLUDE {\n  FILE_NAME: /c.dof\n  BODY_ID_OFFSET: 0\n}\n\n");
-  EXPECT_EQ(Written(Read(text)), text);
-  EXPECT_EQ(Read(Written(Read(text))), Read(text));
+  const std::string text = ModelText("every-section.dof");
+  std::ostringstream os;
+  os << Read(text);
+  EXPECT_EQ(os.str(), text);
+  EXPECT_EQ(Read(os.str()), Read(text));
   // Pairs may be laid out freely; a slider that is listed twice alike is kept once.
   EXPECT_EQ(Read(Sliders(" a # one\n1 b +2 a 1")), Read(Sliders("a 1\nb 2")));
 }
@@ -95,7 +75,7 @@ TEST(BaMapping, RandomMappingsSurviveWriting) {
     BaUnlockedMapping mapping;
     mapping.addBodyMap(body_map);
     mapping.setHighestSysVar();
-    EXPECT_EQ(Read(Written(mapping)), mapping);
+    EXPECT_EQ(Read(Print(mapping)), mapping);
   }
 }
 
@@ -168,15 +148,134 @@ TEST(BaMapping, CancelEndsReading) {
   EXPECT_EQ(TakePrinted(), PrintedError("Unable to read file.|Canceled."));
 }
 
+std::unique_ptr<BaUnlockedBodyMap> Scan(const std::string& text) {
+  std::istringstream is(text);
+  return BaUnlockedBodyMap::scanNewFrom(is);
+}
+
+TEST(BaBodyMap, OrderLineGivesTheOrderOfTheRotations) {
+  const std::pair<const char*, BtArray<int>> cases[] = {
+      {"4 5 6 1 2 3", {1, 2, 3}},
+      {"1 2 3 6 4 5", {3, 1, 2}},
+      {"5 1 4 2 6 3", {2, 1, 3}},
+      {"6 6 3 4 2 1", {3, 3, 1}}};  // repeated ids are kept as they stand
+  for (const auto& [line, axes] : cases) {
+    const auto body_map = Scan("1 " + std::string(line) + " 1 2 3 4 5 6");
+    ASSERT_NE(body_map, nullptr);
+    BtArray<int> order(3);
+    BtArray<int> sequence(3);
+    body_map->getRotOrder(&order);
+    body_map->getAngleSequence(&sequence);
+    EXPECT_EQ(order, axes) << line;
+    EXPECT_EQ(sequence, axes) << line;
+    std::istringstream ids(line);
+    for (int i = 0, id = 0; ids >> id; ++i) EXPECT_EQ(body_map->transformId(i), id) << line;
+  }
+}
+
+TEST(BaBodyMap, EditsKeepTheOrder) {
+  BaUnlockedBodyMap body_map(3, {5, 4, 1}, {21, 0, 0, 24, 25, 0});
+  EXPECT_EQ(body_map.xTransSysVarId() * 10000 + body_map.xRotSysVarId() * 100 +
+                body_map.getTransform(BtAxis_t::Y, kBaRotationKind).sysVarId(),
+            212425);
+  EXPECT_FALSE(body_map.zTranslation().exists());
+  EXPECT_EQ(body_map.zTranslation().id(), 3);
+
+  // An id that is there is replaced in place, another one goes last.
+  body_map.setTransform(4, *CreateTransform(4, 2.0F, {8, 9}, {0.5F, -1.0F}));
+  body_map.setTransform(6, *CreateTransform(6, 9));
+  BtList<Ba_Transform*> driven;
+  body_map.getSysVarTransforms(&driven, 9);
+  ASSERT_EQ(driven.count(), 2);
+  EXPECT_EQ(driven[0], &body_map.transforms()[1]);
+  EXPECT_EQ(driven[1], &body_map.transforms()[3]);
+  EXPECT_TRUE(body_map.usesSysVarId(8));
+  EXPECT_FALSE(body_map.usesSysVarId(24));
+}
+
+TEST(BaBodyMap, VariablesAreRenumberedButZeroStaysZero) {
+  const auto body_map = Scan("1 1 2 3 4 5 6 0 1 -3 0 2 1.5 1 2.5 2 0 1");
+  body_map->renumberSysVarIds({7, 12, 11});
+  EXPECT_EQ(Print(*body_map), "1\n1 2 3 4 5 6\n0\n12\n-3 0 11 1.5 12 2.5 \n11\n0\n12\n");
+}
+
+TEST(BaBodyMap, AttributesReadAndWriteFrames) {
+  const auto body_map = Scan("7 1 2 3 4 5 6 2 0 -1 0.5 -3 0.25 1 2 3 -1 0 3");
+  BtDArray<float> frame = {10, 20, 30};
+  const struct {
+    const char* name;
+    bool is_numeric;
+    float value;
+  } cases[] = {{"body7.xTranslation", true, 20},   {"body7.yTranslation", false, 0},
+               {"body7.zTranslation", false, 0.5}, {"body7.xRotation", false, -9.75},
+               {"body7.yRotation", false, 0},      {"body7.zRotation", true, 30}};
+  for (int id = 1; id <= kBaTransformCount; ++id) {
+    const auto& row = cases[id - 1];
+    const BaBodyMapAttribute attribute(*body_map, id);
+    EXPECT_EQ(attribute.name(), row.name);
+    EXPECT_EQ(attribute.hasNumericType(), row.is_numeric) << row.name;
+    EXPECT_EQ(attribute.getNumericValue(frame), row.value) << row.name;
+    if (row.is_numeric) attribute.setNumericValue(&frame, static_cast<float>(id));
+  }
+  EXPECT_EQ(frame, (BtDArray<float>{10, 1, 6}));
+}
+
+TEST(BaBodyMap, ListsTakeTransformsOfAType) {
+  BaUnlockedTransformList list = {{4, 1}, {1, 2}, {6, 3}, {3, 4}};
+  InsertAfter(&list, Ba_Transform::Translation, {2, 5});
+  InsertAfter(&list, Ba_Transform::Rotation, {5, 6});
+  std::string ids;
+  for (const BaUnlockedTransform& transform : list) ids += std::to_string(transform.id());
+  EXPECT_EQ(ids, "416532");
+  list = {{4, 1}, {6, 3}};
+  const BaUnlockedTransform missing = GetNonExistingTF(list, Ba_Transform::Rotation);
+  EXPECT_FALSE(missing.exists());
+  EXPECT_EQ(missing.id(), 5);
+  EXPECT_EQ(GetNonExistingTF(list, Ba_Transform::CombTranslation).id(), 1);
+}
+
 TEST(BaMappingDeathTest, MisuseAborts) {
   static BaUnlockedMapping mapping = Read(MappingText(6, 2, BodyRecord(1, 1) + BodyRecord(2, 1)));
   static const BtMap<int, int> onto_another = {{1, 2}};
-  ExpectDeaths({
-      {ASSERTION("bodyMap(body_id)==0"), [] { mapping.addBodyMap(*mapping.bodyMap(1)); }},
-      {ASSERTION("body_id>=1"), [] { mapping.addBodyMap(BaUnlockedBodyMap()); }},
-      {ASSERTION("bodyMap(body_id)!=0"), [] { mapping.removeBodyMap(3); }},
-      {ASSERTION("bodyMap(to)==0"), [] { mapping.changeBodyId(1, 2); }},
-      {ASSERTION("bodyMap(to)==0"), [] { mapping.changeBodyIds(onto_another); }},
+  static const BtList<int> six{1, 1, 1, 1, 1, 1};
+  static BtArray<int> three(3);
+  static BtArray<int> four(4);
+  static BtDArray<float> frame(1);
+  static BtList<Ba_Transform*> driven;
+  static BaUnlockedTransformList translations = {{1, 1}, {2, 1}, {3, 1}};
+  static const BaUnlockedTransform z_translation(3, 1);
+  static const BaUnlockedTransform x_rotation(4, 1);
+  static const auto undriven = Scan("1 1 2 3 4 5 6 0 0 0 0 0 0");
+  ExpectAssertions({
+      {"body_id>=1", [] { BaUnlockedBodyMap(0, {1}, six); }},
+      {"ValidOrder(order)",
+       [] {
+         BaUnlockedBodyMap(1, {1, 7}, six);
+       }},
+      {"ValidOrder(order)",
+       [] {
+         BaUnlockedBodyMap(1, {2, 2}, six);
+       }},
+      {"sysvar_ids[order_i - 1] >= 0",
+       [] {
+         BaUnlockedBodyMap(1, {2}, {1, -1});
+       }},
+      {"id>=1 && id<=6", [] { (void)CreateTransform(7, 1); }},
+      {"transform.id()==id", [] { BaUnlockedBodyMap().setTransform(2, z_translation); }},
+      {"var_id>0", [] { BaUnlockedBodyMap().getSysVarTransforms(&driven, 0); }},
+      {"order_ptr->size()==3", [] { BaUnlockedBodyMap().getRotOrder(&four); }},
+      {"x==3", [] { Scan("1 4 4 4 4 5 6 1 2 3 4 5 6")->getRotOrder(&three); }},
+      {"seqnum==3", [] { BaUnlockedBodyMap().getAngleSequence(&three); }},
+      {"hasNumericType()", [] { BaBodyMapAttribute(*undriven, 1).setNumericValue(&frame, 1); }},
+      {"!tf->exists()", [] { (void)GetNonExistingTF(translations, Ba_Transform::Translation); }},
+      {"inserted", [] { InsertAfter(&translations, Ba_Transform::Rotation, x_rotation); }},
+      {"transformation_order.count() == 6", [] { Print(BaUnlockedBodyMap()); }},
+      {"transformation_order.contains(id)", [] { Print(*Scan("1 1 2 3 4 5 5 1 2 3 4 5 6")); }},
+      {"bodyMap(body_id)==0", [] { mapping.addBodyMap(*mapping.bodyMap(1)); }},
+      {"body_id>=1", [] { mapping.addBodyMap(BaUnlockedBodyMap()); }},
+      {"bodyMap(body_id)!=0", [] { mapping.removeBodyMap(3); }},
+      {"bodyMap(to)==0", [] { mapping.changeBodyId(1, 2); }},
+      {"bodyMap(to)==0", [] { mapping.changeBodyIds(onto_another); }},
   });
 }
 

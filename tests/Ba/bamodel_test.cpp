@@ -1,11 +1,5 @@
 // The model itself: lookups, questions, edits, ownership, size.
 
-#include <gtest/gtest.h>
-
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include "Ba/modeltexts.h"
 #include "Bt/deathcases.h"
 #include "btset.h"
@@ -33,14 +27,10 @@ TEST(BaModel, FindsBodiesAndMaterials) {
   EXPECT_EQ(model.materialById(4), nullptr);
   EXPECT_EQ(model.bodies().size(), 61);
 
-  // Children in the order of their ids, whatever the order of the file.
   const BaBody* const a = model.findBody(2);
-  ASSERT_EQ(a->numChildren(), 2);
-  EXPECT_EQ(a->child(0)->id(), 5);
-  EXPECT_EQ(a->child(1)->id(), 60);
-  EXPECT_EQ(a->parent(), model.findBody(0));
   EXPECT_TRUE(a->child(1)->isDescendantOf(model.findBody(0)));
   EXPECT_FALSE(a->isDescendantOf(a));
+  EXPECT_TRUE(model.checkInvariants(nullptr));
 
   BtSet<BtStr> names;
   model.getBodyNames(&names);
@@ -79,24 +69,9 @@ TEST(BaModel, AnswersQuestionsAboutTheWhole) {
   EXPECT_EQ(vertices.last(), &model.flexiblePolygons()[0]->vertices()[0]);
 }
 
-TEST(BaModel, RemovesBones) {
-  LegacyModel model(Body(1, "b", 0) + Material(1, "m") + "B 1 1 0 0 0 1 1 1 B 1 1 0 0 0 2 2 2\n");
-  ASSERT_EQ(model.findBody(1)->bones().size(), 2);
-  model.removeBones();
-  EXPECT_TRUE(model.bones().empty());
-  EXPECT_TRUE(model.findBody(1)->bones().empty());
-  EXPECT_NO_FATAL_FAILURE(model.findBody(1)->preAddElements());
-}
-
 TEST(BaModel, RemovesUnusedMaterials) {
   const std::string triangle = " 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n";
-  const struct {
-    std::vector<int> materials;
-    std::string elements;
-    bool renumber;
-    const char* kept;  // material ids afterwards
-    const char* used;  // by the polygons
-  } cases[] = {
+  const std::tuple<std::vector<int>, std::string, bool, const char*, const char*> cases[] = {
       {{3, 5, 9}, "F 1 3" + triangle + "F 1 9" + triangle, false, "3 9 ", "3 9 "},
       {{3, 5, 9}, "F 1 9" + triangle + "F 1 3" + triangle, true, "1 2 ", "2 1 "},
       // Each kind of element keeps its material.
@@ -111,17 +86,17 @@ TEST(BaModel, RemovesUnusedMaterials) {
       {{-3, 7}, "F 1 7" + triangle + "F 1 -3" + triangle, true, "-3 2 ", "2 -3 "},
       {{5, 1}, "F 1 5" + triangle + "F 1 1" + triangle, true, "5 1 ", "5 1 "},
   };
-  for (const auto& c : cases) {
+  for (const auto& [materials, elements, renumber, kept_ids, used_ids] : cases) {
     std::string records = Body(1, "b", 0);
-    for (const int id : c.materials) records += Material(id, "m" + std::to_string(id));
-    LegacyModel model(records + c.elements);
-    model.removeUnusedMaterials(c.renumber);
-    EXPECT_EQ(Ids(model.materials()), c.kept) << c.elements;
+    for (const int id : materials) records += Material(id, "m" + std::to_string(id));
+    LegacyModel model(records + elements);
+    model.removeUnusedMaterials(renumber);
+    EXPECT_EQ(Ids(model.materials()), kept_ids) << elements;
     std::string used;
     for (const auto& polygon : model.polygons()) {
       used += std::to_string(polygon->materialId()) + " ";
     }
-    EXPECT_EQ(used, c.used);
+    EXPECT_EQ(used, used_ids) << "by the polygons";
     BtStr fault;
     EXPECT_TRUE(model.checkInvariants(&fault)) << fault;
   }
@@ -143,12 +118,17 @@ TEST(BaModel, ReplacesItsContentWhenItReads) {
   EXPECT_DEATH(model.rawScanFrom(is), "_bodies.size\\(\\)==0");
 }
 
-// A chain of bodies, the leaf first in the file: nothing may recurse along it.
-TEST(BaModel, HoldsLongChains) {
+// A chain of bodies, the leaf first in the file: nothing may recurse along it, or take the square
+// of its length.
+TEST(BaModel, HoldsAndRenumbersLongChains) {
   constexpr int kBodies = 100000;
   std::string records;
-  for (int id = kBodies; id > 0; --id) records += Body(id, "b" + std::to_string(id), id - 1);
-  const LegacyModel model(records);
+  BtMap<int, int> reversed;
+  for (int id = kBodies; id > 0; --id) {
+    records += Body(id, "b" + std::to_string(id), id - 1);
+    reversed.insert(id, kBodies + 1 - id);
+  }
+  LegacyModel model(records);
   EXPECT_TRUE(model.findBody(kBodies)->isDescendantOf(model.findBody(1)));
   BtList<BaBody*> ends;
   model.getEndBodies(&ends);
@@ -160,37 +140,61 @@ TEST(BaModel, HoldsLongChains) {
   const FilledDocument document(model);
   EXPECT_EQ(document.bodies().count(), kBodies);
   EXPECT_EQ(document.bodies().last()->parentName(), "b99999");
+  model.changeBodyIds(reversed);
+  EXPECT_EQ(model.findBody(1)->name(), "b100000");
+  EXPECT_TRUE(model.checkInvariants(nullptr));
 }
 
+// Copies share their effects until one of them is changed, in whichever way.
 TEST(BaVertex, OwnsItsEffects) {
+  const std::pair<void (*)(BaVertexEffects&), const char*> changes[] = {
+      {[](BaVertexEffects& effects) { effects.changeFlex2BodyId(7, 8); }, " 3 0.25 8 2 0.5"},
+      {[](BaVertexEffects& effects) {
+         effects.removeIf([](const Ba_VertexEffect& e) { return e.type() == BaFlex2Effect; });
+       },
+       " 2 0.5"},
+      {[](BaVertexEffects& effects) { effects.add(std::make_unique<BaVertexFlexEffect>(1.0F)); },
+       " 3 0.25 7 2 1.5"},
+      {[](BaVertexEffects& effects) {
+         static_cast<BaVertexFlexEffect*>(effects.first()->next())->weight = 2;
+       },
+       " 3 0.25 7 2 2"},
+      {[](BaVertexEffects& effects) {
+         BaVertexEffectsBuilder(&effects).add(std::make_unique<BaVertexFlex2Effect>(1.0F, 5));
+       },
+       " 3 0.25 7 2 0.5 3 1 5"},
+      {[](BaVertexEffects& effects) { effects.clear(); }, ""},
+  };
   BaVertex vertex(1, 2, 3);
   vertex.effects().add(std::make_unique<BaVertexFlex2Effect>(0.25F, 7));
   vertex.effects().add(std::make_unique<BaVertexFlexEffect>(0.5F));
-  {
+  for (const auto& [change, changed] : changes) {
     BaVertex copy(vertex);
-    copy.effects().changeFlex2BodyId(7, 8);
+    EXPECT_EQ(vertex.effects().nOwners(), 2);
+    change(copy.effects());
+    EXPECT_EQ(vertex.effects().nOwners(), 1) << changed;
+    EXPECT_EQ(Print(copy), " 1 2 3" + std::string(changed) + " -1");
+    EXPECT_EQ(Print(vertex), " 1 2 3 3 0.25 7 2 0.5 -1");
+    copy.effects().changeFlex2BodyId(77, 8);
     copy = vertex;
-    copy.effects().clear();
+    copy.effects().changeFlex2BodyId(77, 8);  // what changes nothing copies nothing
+    EXPECT_EQ(copy.effects().nOwners(), 2);
   }
-  EXPECT_EQ(Print(vertex), " 1 2 3 3 0.25 7 2 0.5 -1");
   EXPECT_EQ(vertex, BaVertex(1, 2, 3));
   EXPECT_EQ(BaVertex(0, 0, 0), BaVertex(-0.0F, 0, 0));
 }
 
 TEST(BaVertex, KeepsOneFlex2EffectForABody) {
-  const struct {
-    int old_id, new_id;
-    const char* effects;
-  } cases[] = {
+  const std::tuple<int, int, const char*> cases[] = {
       {1, 5, " 3 0.25 5 2 1 3 0.5 2"}, {1, 2, " 2 1 3 0.75 2"},         {2, 1, " 3 0.75 1 2 1"},
       {2, 2, " 3 0.25 1 2 1 3 0.5 2"}, {9, 1, " 3 0.25 1 2 1 3 0.5 2"},
   };
-  for (const auto& c : cases) {
+  for (const auto& [old_id, new_id, effects] : cases) {
     auto polygon = Scanned<BaPolygon>("1 1 1 0 0 0 3 .25 1 2 1 3 .5 2 -1");
     theExceptObj.clear();
-    polygon.changeFlex2BodyId(c.old_id, c.new_id);
-    EXPECT_EQ(Print(polygon.vertices()[0]), std::string(" 0 0 0") + c.effects + " -1")
-        << c.old_id << c.new_id;
+    polygon.changeFlex2BodyId(old_id, new_id);
+    EXPECT_EQ(Print(polygon.vertices()[0]), std::string(" 0 0 0") + effects + " -1")
+        << old_id << new_id;
   }
 }
 
@@ -205,19 +209,12 @@ TEST(BaPolygon, TellsWhereItFaces) {
   }
 }
 
-TEST(BaMaterial, HoldsOneAttributeOfAKind) {
-  BaMaterial material;
-  std::istringstream is("1 m\n3 1 2 3\n5 7\n3 4 5 6\n100 1 'a' -1 100 1 'b' -1\n101 1\n0");
-  material.setVersion(1.1F);
-  ASSERT_TRUE(material.scanFrom(is));
-  EXPECT_EQ(material.attributes().count(), 2);
-  EXPECT_EQ(material.textures().size(), 1U);
+TEST(BaMaterial, OwnsItsAttributes) {
+  auto material = Scanned<BaMaterial>("1 m\n3 4 5 6\n0");
   const BaMaterial copy(material);
   material.addDiffuseAttribute()->setRGB(0, 0, 0);
   EXPECT_EQ(copy.attribute(Ba_MatAttr_t::Diffuse)->values()[0], 4.0F);
   EXPECT_EQ(copy.attribute(Ba_MatAttr_t::Alpha), nullptr);
-  EXPECT_EQ(copy.texture().fileName(), "b");
-  EXPECT_TRUE(copy.flag());
 }
 
 void AddSecondBody(int id) {
@@ -229,24 +226,18 @@ void AddSecondBody(int id) {
 TEST(BaModelDeathTest, StopsOnMisuse) {
   static const BtDArray<BaVertex> three(3);
   static const BtDArray<BaTextureCoords> two(2);
-  ExpectDeaths({
-      {ASSERTION("kind!=Shininess && kind!=Alpha"),
-       [] { Ba_MatRGBAttr attr(Ba_MatAttr_t::Alpha); }},
-      {ASSERTION("kind==Shininess || kind==Alpha"),
-       [] { Ba_MatFAttr attr(Ba_MatAttr_t::Diffuse); }},
-      {ASSERTION("psf>0.0f"), [] { BaBody().setPostScaleFactor(0); }},
-      {ASSERTION("tc.size()==_n_vertices"), [] { BaTexturedPolygon().setVertices(three, two); }},
-      {ASSERTION("tc.size()==nverts"), [] { BaTexturedTMesh().setVertices(three, two); }},
-      {ASSERTION("_n_bones_added == _bones.size()"),
-       [] {
-         BaBody body;
-         body.add(static_cast<BaBone*>(nullptr));
-         body.preAddElements();
-       }},
-      {ASSERTION("!mat->name().isNull()"),
-       [] { BaModel().addMaterial(std::make_unique<BaMaterial>()); }},
-      {ASSERTION("kind()==other.kind()"), [] { BaMatAlphaAttr().set(BaMatShininessAttr()); }},
-      {ASSERTION("_bodies[new_body->id()]==(BaBody *)0"), [] { AddSecondBody(1); }},
+  static BaBody boned;
+  boned.add(static_cast<BaBone*>(nullptr));
+  ExpectAssertions({
+      {"kind!=Shininess && kind!=Alpha", [] { Ba_MatRGBAttr attr(Ba_MatAttr_t::Alpha); }},
+      {"kind==Shininess || kind==Alpha", [] { Ba_MatFAttr attr(Ba_MatAttr_t::Diffuse); }},
+      {"psf>0.0f", [] { BaBody().setPostScaleFactor(0); }},
+      {"tc.size()==_n_vertices", [] { BaTexturedPolygon().setVertices(three, two); }},
+      {"tc.size()==nverts", [] { BaTexturedTMesh().setVertices(three, two); }},
+      {"_n_bones_added == _bones.size()", [] { boned.preAddElements(); }},
+      {"!mat->name().isNull()", [] { BaModel().addMaterial(std::make_unique<BaMaterial>()); }},
+      {"kind()==other.kind()", [] { BaMatAlphaAttr().set(BaMatShininessAttr()); }},
+      {"_bodies[new_body->id()]==(BaBody *)0", [] { AddSecondBody(1); }},
   });
 }
 

@@ -1,9 +1,13 @@
-#include <gtest/gtest.h>
+// Documents become models and models documents, and documents include others.
 
 #include <cmath>
+#include <map>
 
 #include "Ba/modeltexts.h"
-#include "Ba/workingfolder.h"
+#include "Bt/workingfolder.h"
+#include "bamodelcombine.h"
+#include "bamodeldatapolyset.h"
+#include "btangles.h"
 
 namespace {
 
@@ -12,72 +16,80 @@ std::string Shape(const std::string& body, const std::string& material,
                   const std::string& effects = "", const std::string& polygon = "1 2 3") {
   return DocumentShape(body, material, effects, "POLYGONS {\n" + polygon + "\n}\n");
 }
-std::string IncludeBlock(const std::string& file, int offset = 0, const std::string& suffix = "") {
-  return "INCLUDE {\nFILE_NAME: " + file + "\nBODY_ID_OFFSET: " + std::to_string(offset) +
-         "\nBODY_NAME_SUFFIX: " + suffix + "\n}\n";
-}
-
-// "name id < parent id" of every body.
-std::string BodyTree(const BaModel& model) {
-  std::string tree;
-  for (const auto& body : model.bodies()) {
-    if (body == nullptr || body->id() == 0) continue;
-    tree += std::string(body->name().view()) + " " + std::to_string(body->id()) + " < " +
-            std::to_string(body->parentId()) + "\n";
-  }
-  return tree;
-}
 
 TEST(BaModelDataExtract, BodiesTakeTheirIdsOrFreeOnes) {
   const Document data(kDocumentBody + DocumentBody("b", "a", "ID: 7\n") + DocumentBody("c", "b") +
                       DocumentBody("ReferenceSystemZero", "c", "ID: 3\n") +
                       DocumentBody("d", "ReferenceSystemZero", "ID: 1\n"));
-  const ExtractedModel model(data);
-  EXPECT_EQ(BodyTree(model), "d 1 < 3\nReferenceSystemZero 3 < 9\nb 7 < 8\na 8 < 0\nc 9 < 7\n");
-  EXPECT_EQ(BtCoordSystem(model.findBody(7)->transform()).origin(),
-            (std::array<float, 3>{1, 2, 3}));
+  EXPECT_EQ(Print(ExtractedModel(data)), ModelText("numbered-bodies.mdl"));
 }
 
 // Effects of one kind are summed up, and components that a colour lacks are 0. All else comes back
 // in random documents, too.
-TEST(BaModelDataExtract, EffectsAndTexturesComeBackFromTheModel) {
-  const std::string effects =
-      "FLEX {\nBODY: b\nWEIGHTS {\n0.5 1\n0.25 1\n}\n}\n"
-      "FLEX {\nBODY: a\nWEIGHTS {\n0.125 2\n}\n}\n";
-  const Document data(DocumentBody("a", "GLOBAL", "ID: 1\n") + DocumentBody("b", "a", "ID: 2\n") +
-                      MaterialSection("m", "AMBIENT: 0.5\nALPHA: 0.25\n") +
-                      Shape("b", "m", effects));
-  const ExtractedModel model(data);
+TEST(BaModelDataExtract, EffectsAndColoursComeBackFromTheModel) {
+  const ExtractedModel model(Document(DocumentText("split-effects.mdl")));
   EXPECT_EQ(model.polygons()[0]->vertices()[1].effects().first()->type(), BaFlexEffect);
   EXPECT_EQ(model.polygons()[0]->vertices()[0].effects().first()->type(), BaFlex2Effect);
-  const FilledDocument again(model);
-  EXPECT_EQ(Print(*again.materials()[0]),
-            "MATERIAL {\n  NAME: m\n  EMISSION: \n  AMBIENT: 0.5 0 0\n  DIFFUSE: \n  SPECULAR: \n"
-            "  SHININESS: 0\n  ALPHA: 0.25\n}\n");
-  EXPECT_EQ(
-      Print(*again.vertexSets()[0]),
-      "VERTICES {\n  NAME: b_vertices\n  COORDINATES {\n    0 0 0\n    1 0 0\n    1 1 0\n  }\n"
-      "  EFFECTS {\n    FLEX {\n      BODY: a\n      WEIGHTS {\n        0.125 2\n      }\n"
-      "    }\n    FLEX {\n      BODY: b\n      WEIGHTS {\n        0.75 1\n      }\n    }\n"
-      "  }\n}\n");
+  EXPECT_EQ(Print(FilledDocument(model)), ModelText("summed-effects.mdl"));
+}
+
+// Geometries over one vertex set: the effects of a vertex depend on the parent of the body.
+std::string SharedSet() {
+  const auto geometry = [](const std::string& body, const std::string& polygons) {
+    return "GEOMETRY {\nBODY: " + body + "\nVERTICES: v\nMATERIAL_GROUP {\nMATERIAL: m\n" +
+           "POLYGONS {\n" + polygons + "\n}\n}\n}\n";
+  };
+  return DocumentBody("a", "GLOBAL", "ID: 1\n") + DocumentBody("b", "a", "ID: 2\n") +
+         DocumentBody("c", "b", "ID: 3\n") + DocumentBody("d", "b", "ID: 4\n") +
+         DocumentBody("e", "GLOBAL", "ID: 5\n") + MaterialSection("m") +
+         "VERTICES {\nNAME: v\nCOORDINATES {\n0 0 0\n1 0 0\n1 1 0\n0 1 0\n}\nEFFECTS {\n" +
+         "FLEX {\nBODY: b\nWEIGHTS {\n.5 1\n1 2\n}\n}\nFLEX {\nBODY: e\nWEIGHTS {\n.25 1\n}\n}\n" +
+         "}\n}\n" + geometry("c", "1 2 3\n1 3 4") + geometry("d", "1 2 3") +
+         geometry("a", "1 2 3") + geometry("c", "1 3 4");
+}
+
+TEST(BaModelDataExtract, GeometriesMayShareAVertexSet) {
+  const ExtractedModel model{Document(SharedSet())};
+  const char* const to_parent = " 0 0 0 2 0.5 3 0.25 5 -1";
+  const char* const first_vertices[] = {to_parent, to_parent, to_parent,
+                                        " 0 0 0 3 0.5 2 3 0.25 5 -1", to_parent};
+  ASSERT_EQ(model.polygons().size(), std::ssize(first_vertices));
+  for (int i = 0; i < model.polygons().size(); ++i) {
+    EXPECT_EQ(Print(model.polygons()[i]->vertices()[0]), first_vertices[i]) << i;
+  }
+  EXPECT_EQ(Print(std::as_const(*model.polygons()[2]).vertices()[1]), " 1 0 0 2 1 -1");
+  EXPECT_TRUE(std::as_const(*model.polygons()[2]).vertices()[2].effects().empty());
+}
+
+// What two corners of a body share is one also after an edit: a model may have many corners of a
+// vertex with many effects.
+TEST(BaModelEdit, LeavesEffectsShared) {
+  const std::pair<void (*)(BaModel&), const char*> cases[] = {
+      {[](BaModel&) {}, " 2 0.5 3 0.25 5"},
+      {[](BaModel& m) { m.changeBodyId(5, 9); }, " 2 0.5 3 0.25 9"},
+      {[](BaModel& m) { m.removeBody(m.findBody(5)); }, " 2 0.5"},
+  };
+  for (const auto& [edit, effects] : cases) {
+    ExtractedModel model{Document(SharedSet())};
+    edit(model);
+    BaModel combined;
+    combined.beginLoad();
+    EXPECT_TRUE(BaModelCombine(&combined).add(model, 0, "") && combined.endLoad());
+    for (const BaModel* m : std::initializer_list<const BaModel*>{&model, &combined}) {
+      const BaVertex& vertex = std::as_const(*m->polygons()[0]).vertices()[0];
+      EXPECT_EQ(Print(vertex), " 0 0 0" + std::string(effects) + " -1");
+      const BaVertex& other = std::as_const(*m->polygons()[1]).vertices()[0];
+      EXPECT_EQ(vertex.effects().first(), other.effects().first()) << effects;
+    }
+  }
 }
 
 TEST(BaModelDataExtract, WarnsOfRepeatedPlaces) {
-#define SAME_PLACE "W Duplicate vertex coordinates in polygon removed.\n"
-  struct {
-    const char* polygon;
-    const char* messages;
-  } cases[] = {
-      {"1 4 2 3", SAME_PLACE},
-      {"1 2 3 4", SAME_PLACE},
-      {"1 2 4\n1 2 3", "W Degenerate polygon removed\n" SAME_PLACE},
-      {"1 2 3\n}\nTEXTURED_POLYGONS {\n1/1 4/1 2/1", "W Degenerate polygon removed.\n" SAME_PLACE},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.polygon);
-    const Document data(kDocumentBody + MaterialSection("m") + Shape("a", "m", "", c.polygon));
+  for (const ErrorCase& c : ReadErrorCases("repeated-places.txt")) {
+    SCOPED_TRACE(c.text);
+    const Document data(kDocumentBody + MaterialSection("m") + Shape("a", "m", "", c.text));
     const ExtractedModel model(data);
-    EXPECT_EQ(TakeMessages(), c.messages);
+    EXPECT_EQ(TakePrinted(), PrintedLines(c.lines));
     EXPECT_EQ(model.polygons().size() + model.texturedPolygons().size(), 1);
   }
 }
@@ -89,14 +101,14 @@ TEST(BaModelDataExtract, BrokenDocumentsAreRefused) {
   const auto expect_error = [&data](const char* message) {
     BaModel model;
     EXPECT_FALSE(data.extractTo(&model));
-    EXPECT_EQ(TakeMessages(), message);
+    EXPECT_EQ(TakePrinted(), PrintedError(message));
   };
   geometry.setBodyName("b");
-  expect_error("E GEOMETRY section specifies a body, \"b\", that does not exist.\n");
+  expect_error("GEOMETRY section specifies a body, \"b\", that does not exist.");
   geometry.setBodyName("a");
   geometry.materialGroups()[0]->polygons().push(0);
   geometry.materialGroups()[0]->polygons().endList();
-  expect_error("E Invlalid vertex in GEOMETRY for body a.\n");
+  expect_error("Invlalid vertex in GEOMETRY for body a.");
 }
 
 // And these end the process.
@@ -144,72 +156,28 @@ TEST(BaModelDataEdit, UntextureKeepsTheVertices) {
 
 class BaModelDataInclude : public WorkingFolder {
  protected:
-  BaModelDataInclude() { std::filesystem::create_directory("parts"); }
-
-  static void write(const std::string& name, const std::string& sections) {
-    WorkingFolder::write(name, kDocumentHeader + sections);
+  BaModelDataInclude() {
+    std::filesystem::copy(KESTRIX_TEST_DATA "/models/including", ".",
+                          std::filesystem::copy_options::recursive);
   }
 };
 
+// The two readers merge alike. The red skin of the innermost model is the one of the outermost.
 TEST_F(BaModelDataInclude, MergesModelsOfOtherFolders) {
-  const std::string red = "DIFFUSE: 1 0 0\n";
-  const std::string blue = "DIFFUSE: 0 0 1\n";
-  const std::string smile = "SLIDER_GROUP {\nNAME: face\nSLIDERS {\nsmile\n}\n}\n";
-  const std::string frown = "SLIDER_GROUP {\nNAME: face\nSLIDERS {\nfrown\n}\n}\n";
-  const std::string blend =
-      "BLEND {\nSLIDER_GROUP: face\nSLIDER_NAME: frown\nVECTORS {\n1 1 1 1\n}\n}\n";
-  write("top.mdl", DocumentBody("a", "GLOBAL", "ID: 1\n") + MaterialSection("skin", red) + smile +
-                       Shape("a", "skin") + IncludeBlock("parts/one.mdl", 10, ".1") +
-                       IncludeBlock("parts/one.mdl", 20, ".2") + "COMMENT: ok\n");
-  write("parts/one.mdl",
-        DocumentBody("a", "GLOBAL", "ID: 1\n") + DocumentBody("b", "a", "ID: 2\n") +
-            MaterialSection("skin",
-                            blue + "TEXTURE {\nNAME: x.png\n}\nTEXTURE {\nNAME: C:\\y.png\n}\n") +
-            frown + Shape("b", "skin", "FLEX {\nBODY: a\nWEIGHTS {\n1 2\n}\n}\n" + blend) +
-            IncludeBlock("../two.mdl", 2, "_in"));
-  write("two.mdl", DocumentBody("c", "GLOBAL", "ID: 1\n") + MaterialSection("skin", red) +
-                       MaterialSection("map", "TEXTURE {\nNAME: y.png\n}\n"));
   BaModelData data;
-  ASSERT_TRUE(data.read("top.mdl")) << TakeMessages();
-  EXPECT_EQ(TakeMessages(), "");
-  const ExtractedModel model(data);
-  EXPECT_EQ(
-      BodyTree(model),
-      "a 1 < 0\na.1 11 < 0\nb.1 12 < 11\nc_in.1 13 < 0\na.2 21 < 0\nb.2 22 < 21\nc_in.2 23 < 0\n");
-  std::string materials;
-  for (const BaMDMaterial* material : data.materials()) {
-    materials += std::string(material->name().view()) + " ";
-    for (const BaMDTexture* texture : material->textures()) {
-      materials += std::string(texture->name().view()) + " ";
-    }
-  }
-  // The red skin of the innermost model is the one of the outermost.
-  EXPECT_EQ(materials, "skin skin_2 parts/x.png C:\\y.png map y.png ");
-  ASSERT_EQ(data.sliderGroups().count(), 2);
-  EXPECT_EQ(data.sliderGroups()[1]->name(), "face_2");
-  const BaMDVertices* set = data.vertexSetByName("b.2_vertices");
-  ASSERT_NE(set, nullptr);
-  EXPECT_EQ(set->effects()[0]->asFlex()->bodyName(), "a.2");
-  EXPECT_EQ(set->effects()[1]->asBlend()->sliderGroup(), "face_2");
-  EXPECT_EQ(data.geometriesOf("b.2")[0]->materialGroups()[0]->material(), "skin_2");
-  EXPECT_EQ(data.geometriesOf("a")[0]->materialGroups()[0]->material(), "skin");
-  // The same through the model reader.
-  BaModel read_model;
-  read_model.read("top.mdl");
-  EXPECT_EQ(BodyTree(read_model), BodyTree(model)) << TakeMessages();
+  ASSERT_TRUE(data.read("top.mdl")) << TakePrinted();
+  EXPECT_EQ(TakePrinted(), "");
+  EXPECT_EQ(Print(data), ModelText("included.mdl"));
+  BaModel model;
+  model.read("top.mdl");
+  EXPECT_EQ(TakePrinted(), "");
+  EXPECT_EQ(Print(FilledDocument(model)), Print(FilledDocument(ExtractedModel(data))));
 }
 
 // The two documents count angles differently: 45 degrees about z in both.
 TEST_F(BaModelDataInclude, AnglesKeepTheirUnit) {
-  const auto body = [](const std::string& name, const std::string& angle) {
-    return "BODY {\nNAME: " + name + "\nCOORDINATE_SYSTEM {\nTRANSLATION: 0 0 0\nROTATION: 0 0 " +
-           angle + " X Y Z\n}\nPARENT_NAME: GLOBAL\n}\n";
-  };
-  write("top.mdl",
-        "UNITS {\nANGLE: 0.5 RADIANS\n}\n" + body("a", "1.5707963") + IncludeBlock("sub.mdl", 5));
-  write("sub.mdl", "UNITS {\nANGLE: 10 DEGREES\n}\n" + body("b", "4.5"));
   BaModelData data;
-  ASSERT_TRUE(data.read("top.mdl")) << TakeMessages();
+  ASSERT_TRUE(data.read("half-radians.mdl")) << TakePrinted();
   EXPECT_EQ(data.angleUnits(), (BaUnits{"RADIANS", 0.5F}));
   for (const char* name : {"a", "b"}) {
     BtCoordSystem system;
@@ -219,18 +187,10 @@ TEST_F(BaModelDataInclude, AnglesKeepTheirUnit) {
 }
 
 TEST_F(BaModelDataInclude, ErrorsNameTheFiles) {
-  const std::string a = DocumentBody("a", "GLOBAL", "ID: 1\n");
   std::filesystem::create_directory("folder.mdl");
-  write("plain.mdl", a);
-  write("self.mdl", a + IncludeBlock("self.mdl"));
-  write("ping.mdl", IncludeBlock("folder.mdl/../pong.mdl"));
-  write("pong.mdl", IncludeBlock("ping.mdl"));
-  write("bad.mdl", "FOO: 1\n");
-  write("metric.mdl", "UNITS {\nLENGTH: 1 METERS\n}\n");
-  WorkingFolder::write("old.mdl", kLegacyHeader);
   for (const ErrorCase& c : ReadErrorCases("including-documents.txt")) {
     SCOPED_TRACE(c.text);
-    write("top.mdl", c.text);
+    _folder.write("top.mdl", kDocumentHeader + c.text);
     BaModelData data;
     EXPECT_EQ(data.read("top.mdl"), !c.lines.starts_with("ERROR"));
     EXPECT_EQ(TakePrinted(), PrintedLines(c.lines));
@@ -238,19 +198,186 @@ TEST_F(BaModelDataInclude, ErrorsNameTheFiles) {
 }
 
 TEST_F(BaModelDataInclude, SavedIncludesFollowTheFile) {
-  write("top.mdl", IncludeBlock("parts/one.mdl", 3, ".x") + IncludeBlock("/abs/two.mdl"));
+  std::filesystem::create_directories("far/off");
+  std::filesystem::create_directory_symlink("far/off", "link");
   BaModelData data;
-  ASSERT_TRUE(data.read("top.mdl", false)) << TakeMessages();
+  ASSERT_TRUE(data.read("two-includes.mdl", false)) << TakePrinted();
   for (const auto& [file, name] :
-       {std::pair{"copy.mdl", "parts/one.mdl"}, std::pair{"parts/copy.mdl", "one.mdl"}}) {
-    ASSERT_TRUE(data.save(file)) << TakeMessages();
-    BaModelData saved;
-    ASSERT_TRUE(saved.read(file, false)) << TakeMessages();
-    EXPECT_EQ(saved.includes()[0]->fileName(), name);
-    EXPECT_EQ(saved.includes()[0]->bodyIdOffset(), 3);
-    EXPECT_EQ(saved.includes()[0]->bodyNameSuffix(), ".x");
-    EXPECT_EQ(saved.includes()[1]->fileName(), "/abs/two.mdl");
+       {std::pair{"copy.mdl", "parts/one.mdl"}, std::pair{"parts/copy.mdl", "one.mdl"},
+        std::pair{"link/copy.mdl", "../../parts/one.mdl"}}) {
+    EXPECT_TRUE(data.save(file)) << TakePrinted();
+    BtStr expected(ReadFile("two-includes.mdl"));
+    expected.replace("parts/one.mdl", name);
+    EXPECT_EQ(ReadFile(file), expected.view());
   }
+}
+
+// A model has a place for every body id below its highest one, which counts like text.
+TEST_F(BaModelDataInclude, CountsHighBodyIds) {
+  _folder.write("part.mdl", kDocumentHeader + DocumentBody("a", "GLOBAL", "ID: 4194303\n"));
+  _folder.write("large.mdl", "");
+  std::filesystem::resize_file("large.mdl", (1 << 28) - (1 << 22));  // takes no room
+  _folder.write("top.mdl", kDocumentHeader + "INCLUDE {\nFILE_NAME: part.mdl\n}\n" +
+                               "INCLUDE {\nFILE_NAME: large.mdl\n}\n");
+  BaModelData data;
+  EXPECT_FALSE(data.read("top.mdl"));
+  EXPECT_EQ(TakePrinted(),
+            PrintedError("Unable to read 'top.mdl'.|Unable to include sub-model.|"
+                         "The files that are included come to more than 268435456 bytes."));
+}
+
+// Two quads that share an edge.
+const std::string kTwoQuads = Body(1, "arm", 0) + Material(1, "skin") +
+                              "F 1 1 4  0 0 0 -1  1 0 0 -1  1 1 0 -1  0 1 0 -1\n"
+                              "F 1 1 4  1 0 0 -1  2 0 0 -1  2 1 0 -1  1 1 0 -1\n";
+
+TEST(BaModelDataFill, WeldsCornersOnlyWhenAsked) {
+  BaModelData data;
+  ASSERT_TRUE(data.fillFrom(LegacyModel(kTwoQuads), false)) << TakePrinted();
+  EXPECT_NE(Print(data).find("      1 2 3 4\n      5 6 7 8\n"), std::string::npos) << Print(data);
+  EXPECT_EQ(data.vertexSets()[0]->coordinates().size(), 8);
+  EXPECT_TRUE(BaModelData_PolySet::mergeVertices());
+}
+
+// Every kind of element, two materials of one name, effects of every kind that a legacy file can
+// hold; bodies stand parents first.
+TEST(BaModelDataFill, LegacyModelsBecomeDocuments) {
+  const LegacyModel model(ModelText("unfilled.mdl").substr(kLegacyHeader.size()));
+  model.findBody(3)->setName("left\tarm x");
+  const FilledDocument data(model);
+  theExceptObj.clear();
+  EXPECT_EQ(Print(data), ModelText("filled.mdl"));
+  EXPECT_NE(data.materialByName("skin_9"), nullptr);
+  for (const BaMDBody* body : data.bodies()) {
+    EXPECT_EQ(data.bodyByName(body->name()), body);
+    EXPECT_EQ(data.bodyById(body->id()), body);
+  }
+  ASSERT_EQ(data.childBodies("hip").size(), 2U);
+  EXPECT_EQ(data.childBodies("hip")[1]->id(), 8);
+  EXPECT_TRUE(data.childBodies("nobody").empty());
+}
+
+TEST(BaModelDataFill, ErrorsAndWarnings) {
+  for (const ErrorCase& c : ReadErrorCases("unfilled.txt")) {
+    SCOPED_TRACE(c.text);
+    BaModel model;
+    ASSERT_EQ(ScanInto(&model, kLegacyHeader + c.text), "");
+    BaModelData data;
+    const bool filled = data.fillFrom(model, true);
+    EXPECT_EQ(filled, !c.lines.starts_with("ERROR"));
+    EXPECT_TRUE(filled || data.bodies().empty());
+    EXPECT_EQ(TakePrinted(), PrintedLines(c.lines));
+  }
+}
+
+TEST(BaModelDataFill, CoordinateSystemsComeBack) {
+  std::mt19937 random(7);
+  std::uniform_real_distribution<double> angle(-3.2, 3.2);
+  const std::array<int, 3> order = {1, 2, 3};
+  LegacyModel model(Body(1, "m", 0));
+  for (const BaUnits& units :
+       {BaUnits{"RADIANS", 1}, BaUnits{"DEGREES", 1}, BaUnits{"DEGREES", 10}}) {
+    model.setAngleUnits(units);
+    for (int i = 0; i < 200; ++i) {
+      const std::array<double, 3> angles = {angle(random), angle(random), angle(random)};
+      const BtCoordSystem expected(BtComposeRotationMatrix(angles, order), {1.5F, -2, 1e6F});
+      Bt4X4FloatMat transform = expected.matrix();
+      const float scales[] = {2.5F, 0.5F, 4};  // of the axes, in every other model
+      for (int k = 0; k < 9; ++k) transform(k / 3, k % 3) *= i % 2 == 0 ? 1 : scales[k / 3];
+      model.findBody(1)->setTransform(transform);
+      const FilledDocument data(model);
+      theExceptObj.clear();
+      EXPECT_EQ(data.bodyById(1)->coordSys().rotationOrder(), (std::array<int, 3>{3, 2, 1}));
+      BtCoordSystem filled;
+      data.getCoordSystem(*data.bodyById(1), &filled);
+      EXPECT_EQ(filled.origin(), expected.origin());
+      for (int k = 0; k < 9; ++k) {
+        EXPECT_NEAR(filled.matrix()(k / 3, k % 3), expected.matrix()(k / 3, k % 3), 1e-6);
+      }
+    }
+  }
+}
+
+TEST(BaModelDataFill, OneBodyAtATime) {
+  const LegacyModel model(kTwoQuads + Body(2, "a hand", 1) + "B 2 1 0 0 0 1 1 1\n");
+  Document data(MaterialSection("skin", "DIFFUSE: 0.5 0.25 1\n"));
+  ASSERT_TRUE(data.fillBodyFrom(model, 1, true)) << TakePrinted();
+  ASSERT_TRUE(data.fillBodyFrom(model, 2, true)) << TakePrinted();
+  EXPECT_EQ(Print(data), Print(FilledDocument(model)));
+  EXPECT_FALSE(data.fillBodyFrom(model, 2, true));
+  EXPECT_EQ(TakePrinted(), PrintedError("Multiple bodies have name \"a_hand\"."));
+  BaModelData empty;
+  EXPECT_DEATH((void)empty.fillBodyFrom(model, 1, true), "materialByName\\(material.name\\(\\)\\)");
+}
+
+// The hash table gives the answers of an ordered map, with zeros of both signs and effects of the
+// first corner.
+TEST(BaModelData_PolySet, WeldsAsAnOrderedMapWould) {
+  std::mt19937 random(11);
+  const float grid[] = {-0.0F, 0.0F, 1.0F, -1.0F, 1e-38F, 3e38F, 0.1F};
+  BaModelData_PolySet poly_set(1, 0);
+  std::map<std::array<float, 3>, int> expected;
+  for (int i = 0; i < 5000; ++i) {
+    const std::array<float, 3> p = {grid[random() % 7], grid[random() % 7],
+                                    static_cast<float>(random() % 20)};
+    const auto place = expected.try_emplace(p, static_cast<int>(expected.size())).first;
+    BaVertex vertex(p[0], p[1], p[2]);
+    ASSERT_EQ(poly_set.vertexAt(vertex), place->second);
+    ASSERT_EQ(std::as_const(poly_set).vertexAt(vertex), place->second);
+  }
+  EXPECT_EQ(poly_set.vertices().size(), expected.size());
+  const BaVertex unknown(5, 5, 5);
+  EXPECT_DEATH((void)std::as_const(poly_set).vertexAt(unknown),
+               "index>=0 && index<vertices.size\\(\\)");
+}
+
+TEST(BaModelData_PolySet, SplitsLargePolygonsIntoFansOfFaces) {
+  const struct {
+    int corners, max;
+    const char* pieces;
+    int on_a_line = 0;  // how many of the corners are
+  } cases[] = {
+      {4, 4, "0 1 2 3;"},           {5, 4, "0 1 2 3;0 3 4;"},
+      {6, 4, "0 1 2 3;0 3 4 5;"},   {7, 4, "0 1 2 3;0 3 4 5;0 5 6;"},
+      {5, 3, "0 1 2;0 2 3;0 3 4;"}, {4, 3, "0 2 3;", 3},
+  };
+  for (const auto& c : cases) {
+    BtDArray<BaVertex> vertices;
+    BtDArray<BaTextureCoords> coords;
+    for (int i = 0; i < c.corners; ++i) {
+      const auto x = static_cast<float>(i);
+      vertices.append(BaVertex(x, i < c.on_a_line ? 0 : x * x, 0));
+      coords.append({x, 0});
+    }
+    BaTexturedPolygon polygon(1, 1);
+    polygon.setVertices(vertices, coords);
+    BaModelData_PolySet poly_set(1, 0);
+    poly_set.addTexturedPolygon(polygon);
+    poly_set.splitPolygons(c.max);
+    std::string pieces;
+    for (int i = 0; i < poly_set.texturedPolygons().count(); ++i) {
+      const BaModelData_PolyList::Polygon piece = poly_set.texturedPolygons()[i];
+      for (std::size_t k = 0; k < piece.vertices.size(); ++k) {
+        EXPECT_EQ(piece.t_coords[k].u, static_cast<float>(piece.vertices[k]));
+        pieces += (k == 0 ? "" : " ") + std::to_string(piece.vertices[k]);
+      }
+      pieces += ";";
+    }
+    EXPECT_EQ(pieces, c.pieces);
+  }
+}
+
+TEST(BaModelData_TMeshTriIter, WindingAlternates) {
+  const int strip[] = {10, 11, 12, 13, 14};
+  BaModelData_TMeshTriIter iter(strip);
+  std::string triangles;
+  int triangle[3];
+  while (!iter.atEnd()) {
+    iter.getNextTri(&triangle);
+    for (const int vertex : triangle) triangles += std::to_string(vertex) + " ";
+  }
+  EXPECT_EQ(triangles, "10 11 12 12 11 13 12 13 14 ");
+  EXPECT_DEATH(iter.getNextTri(&triangle), "!atEnd\\(\\)");
 }
 
 }  // namespace

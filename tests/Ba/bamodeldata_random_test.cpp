@@ -1,10 +1,8 @@
 // Random documents keep what they say: through writing and reading to the last byte, and through a
 // model up to the rounding of angles.
-#include <gtest/gtest.h>
 
 #include <functional>
 #include <map>
-#include <random>
 
 #include "Ba/modeltexts.h"
 
@@ -263,7 +261,7 @@ TEST(BaModelDataRandom, DocumentsComeBack) {
     ASSERT_EQ(Print(data), text);
     if (external != External::kNone) continue;  // a model needs it all
     const FilledDocument again(ExtractedModel{data});
-    EXPECT_EQ(TakeMessages(), "");
+    EXPECT_EQ(TakePrinted(), "");
     EXPECT_EQ(again.combineVertexNormals(), data.combineVertexNormals());
     EXPECT_EQ(again.lengthUnits(), data.lengthUnits());
     EXPECT_EQ(again.angleUnits(), data.angleUnits());

@@ -6,7 +6,6 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
-#include <fstream>
 #include <random>
 #include <sstream>
 #include <string>
@@ -17,19 +16,7 @@
 #include "bamodeldata.h"
 #include "support/documenterrors.h"
 #include "support/legacyerrors.h"
-
-// What is recorded, one message a line, outermost first, warnings marked; clears it.
-inline std::string TakeMessages() {
-  std::string messages;
-  if (!theExceptObj.hasException()) return messages;
-  for (const BtExcept* record = &theExceptObj.exception();; record = &record->detail()) {
-    messages += std::string(record->isWarning() ? "W " : "E ") +
-                std::string(record->message().view()) + "\n";
-    if (!record->hasDetail()) break;
-  }
-  theExceptObj.clear();
-  return messages;
-}
+#include "support/testfolder.h"
 
 inline const std::string kLegacyHeader = "Zov Graphic Model File\nv1.30\n";
 
@@ -48,6 +35,19 @@ inline std::string MaterialSection(const std::string& name, const std::string& c
 
 // A document's only body.
 inline const std::string kDocumentBody = DocumentBody("a", "GLOBAL");
+
+// The rows of a table that say "text => warnings => what is written of it".
+struct Repair {
+  std::string text, warnings, written;
+};
+inline std::vector<Repair> ReadRepairs(const std::string& name) {
+  std::vector<Repair> repairs;
+  for (const ErrorCase& c : ReadErrorCases(name)) {
+    const std::size_t at = c.lines.find("=> ");
+    repairs.push_back({c.text, c.lines.substr(0, at == 0 ? 0 : at - 1), c.lines.substr(at + 3)});
+  }
+  return repairs;
+}
 
 // Reads a file and answers the printed form of what was recorded.
 inline std::string ScanInto(BaModel* model, const std::string& text) {
@@ -74,21 +74,21 @@ class LegacyModel : public BaModel {
 class Document : public BaModelData {
  public:
   explicit Document(const std::string& sections) {
-    EXPECT_TRUE(Scan(sections, this)) << TakeMessages() << sections;
+    EXPECT_TRUE(Scan(sections, this)) << TakePrinted() << sections;
   }
 };
 
 class ExtractedModel : public BaModel {
  public:
   explicit ExtractedModel(const BaModelData& data) {
-    EXPECT_TRUE(data.extractTo(this)) << TakeMessages();
+    EXPECT_TRUE(data.extractTo(this)) << TakePrinted();
   }
 };
 
 class FilledDocument : public BaModelData {
  public:
   explicit FilledDocument(const BaModel& model) {
-    EXPECT_TRUE(fillFrom(model, true)) << TakeMessages();
+    EXPECT_TRUE(fillFrom(model, true)) << TakePrinted();
   }
 };
 
@@ -107,16 +107,18 @@ std::string Print(const Printable& printable) {
   if constexpr (std::is_void_v<decltype(printable.printOn(os))>) {
     printable.printOn(os);
   } else {
-    EXPECT_TRUE(printable.printOn(os)) << TakeMessages();
+    EXPECT_TRUE(printable.printOn(os)) << TakePrinted();
   }
   return os.str();
 }
 
 // A file of tests/data/models.
 inline std::string ModelText(const std::string& name) {
-  std::ifstream is(KESTRIX_TEST_DATA "/models/" + name, std::ios::binary);
-  EXPECT_TRUE(is.good()) << name;
-  return {std::istreambuf_iterator<char>(is), std::istreambuf_iterator<char>()};
+  return ReadFile(KESTRIX_TEST_DATA "/models/" + name);
+}
+// The sections of a document there.
+inline std::string DocumentText(const std::string& name) {
+  return ModelText(name).substr(kDocumentHeader.size());
 }
 
 inline float RandomFloat(std::mt19937* random) {
@@ -140,17 +142,17 @@ class FullDisk : public std::streambuf {
   std::size_t _room;
 };
 
-// What is said on disks that are full after no, one, two... characters of an object, without
+// What is printed of disks that are full after no, one, two... characters of an object, without
 // repetitions.
 template <class Printable>
-std::vector<std::string> MessagesOfFullDisks(const Printable& printable) {
-  std::vector<std::string> messages;
+std::vector<std::string> PrintedOnFullDisks(const Printable& printable) {
+  std::vector<std::string> printed;
   for (std::size_t room = 0, size = Print(printable).size(); room < size; ++room) {
     FullDisk disk(room);
     std::ostream os(&disk);
     (void)printable.printOn(os);
-    const std::string message = TakeMessages();
-    if (messages.empty() || messages.back() != message) messages.push_back(message);
+    const std::string error = TakePrinted();
+    if (printed.empty() || printed.back() != error) printed.push_back(error);
   }
-  return messages;
+  return printed;
 }

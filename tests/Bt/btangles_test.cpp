@@ -47,6 +47,7 @@ TEST(BtComposeRotationMatrix, TurnsRowVectorsTheRightWay) {
   // The sequence Z, Y, X is Rx Ry Rz: the turn about X comes first.
   const Bt3X3FloatMat both = BtComposeRotationMatrix(Angles{kPi / 2, 0, kPi / 2}, kSequences[3]);
   EXPECT_LT(LargestDifference((x * z).rotation(), both), 1e-6);
+  EXPECT_EQ(Turn(2, 0), Bt3X3FloatMat());
 }
 
 TEST(BtGetDecomposedRotationMatrix, IsInvertedByTheComposition) {

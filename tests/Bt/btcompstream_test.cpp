@@ -1,5 +1,4 @@
 // Compressed files through programs that work, fail, hang or are not there.
-#include <gtest/gtest.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -8,19 +7,14 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
+#include <optional>
 #include <random>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "Bt/messages.h"
+#include "Bt/workingfolder.h"
 #include "btcompifstream.h"
 #include "btcompofstream.h"
 #include "bttextfile.h"
-#include "support/testfolder.h"
 
 namespace {
 
@@ -44,20 +38,24 @@ std::vector<std::string> PipesOf(pid_t pid) {
   return names;
 }
 
-// A working folder. Whatever a test does, it must leave no pipe and no child.
-class BtCompStream : public testing::Test {
+// What a failing program in place of `gunzip` or `gzip` leads to.
+struct Failure {
+  std::string name;
+  std::string script;       // empty for the program itself
+  std::string errors;       // what the recorded errors begin with
+  std::string reason = "";  // what else they hold
+};
+
+// Whatever a test does, it must leave no pipe and no child.
+class BtCompStream : public WorkingFolder {
  protected:
-  void SetUp() override {
-    fs::current_path(_folder.path());
-    fs::create_directory("folder.gz");
-  }
-  void TearDown() override {
+  BtCompStream() { fs::create_directory("folder.gz"); }
+  ~BtCompStream() override {
     EXPECT_EQ(TakeMessages(), "");
     EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1) << "a child is left";
     EXPECT_EQ(PipesOf(getpid()), std::vector<std::string>());
     theExceptObj.setCancelHook(nullptr);
     setenv("PATH", _old_path.c_str(), 1);
-    fs::current_path(_old_workdir);
   }
   // Puts a shell script in front of the programs of this name; empty for none.
   void setProgram(const char* name, const std::string& script) const {
@@ -68,24 +66,34 @@ class BtCompStream : public testing::Test {
     setenv("PATH", (_folder.path("bin:") + _old_path).c_str(), 1);
   }
 
-  const TestFolder _folder;
+  template <class Use>
+  void expectFailures(const char* program, const std::vector<Failure>& cases, Use use) const {
+    for (const Failure& row : cases) {
+      SCOPED_TRACE(row.name + row.script);
+      setProgram(program, row.script);
+      EXPECT_FALSE(use(row.name));
+      const std::string errors = TakeMessages();
+      EXPECT_TRUE(errors.starts_with(row.errors)) << errors;
+      EXPECT_NE(errors.find(row.reason), std::string::npos) << errors;
+    }
+  }
+
   const std::string _old_path = std::getenv("PATH");
-  const fs::path _old_workdir = fs::current_path();
 };
 
-// Each answers whether all of it worked.
-
+// Answers whether all of it worked.
 bool Save(const std::string& name, const std::string& text) {
   BtCompOFStream os(name.c_str());
   os << text.substr(0, text.size() / 3) << std::flush << text.substr(text.size() / 3);
   return os.isOpen() && os.close();
 }
 
-bool Load(const std::string& name, std::string* text) {
+// The text of a file, if all of it could be read.
+std::optional<std::string> Load(const std::string& name) {
   BtCompIFStream is(name.c_str());
-  if (!is.isOpen()) return false;
-  text->assign(std::istreambuf_iterator<char>(is), {});
-  return is.close();
+  if (!is.isOpen()) return {};
+  const std::string text(std::istreambuf_iterator<char>(is), {});
+  return is.close() ? std::optional(text) : std::nullopt;
 }
 
 TEST_F(BtCompStream, WritesAndReadsFilesOfAnyName) {
@@ -93,16 +101,12 @@ TEST_F(BtCompStream, WritesAndReadsFilesOfAnyName) {
       "plain.gz",           "two words.gz", "quote's.gz",   "a\"b $HOME `touch owned`.gz",
       "; touch owned; .gz", "-rf.gz",       "new\nline.gz", "back\\slash\\.gz",
       "*?[a].gz",           "plain.Z",      "-c.Z",         "folder.gz/../\xC3\xBC & .Z"};
-  std::string loaded;
   for (const std::string name : names) {
-    const bool plain = name == "plain.gz" || name == "plain.Z";
-    for (const std::size_t size :
-         plain ? std::vector<std::size_t>{0, 1, 3000000} : std::vector<std::size_t>{100}) {
+    for (const std::size_t size : {0U, 1U, name.starts_with("plain") ? 3000000U : 100U}) {
       const std::string text = RandomText(size);
       ASSERT_TRUE(Save(name, text)) << name << TakeMessages();
       EXPECT_TRUE(ReadFile(name).starts_with(name.ends_with("Z") ? "\x1F\x9D" : "\x1F\x8B"));
-      ASSERT_TRUE(Load(name, &loaded)) << name << TakeMessages();
-      EXPECT_TRUE(loaded == text) << name << ", " << size;
+      EXPECT_TRUE(Load(name) == text) << name << ", " << size << TakeMessages();
     }
   }
   EXPECT_FALSE(fs::exists("owned"));
@@ -111,14 +115,11 @@ TEST_F(BtCompStream, WritesAndReadsFilesOfAnyName) {
 TEST_F(BtCompStream, WorksWithInheritedSignalSettings) {
   std::signal(SIGCHLD, SIG_IGN);
   std::signal(SIGPIPE, SIG_IGN);
-  std::string loaded;
-  EXPECT_TRUE(Save("a.gz", "text") && Load("a.gz", &loaded));
-  EXPECT_EQ(loaded, "text");
+  EXPECT_TRUE(Save("a.gz", "text"));
+  EXPECT_EQ(Load("a.gz"), "text");
   const std::string first = ReadFile("a.gz");
   EXPECT_TRUE(Save("a.gz", "text") && ReadFile("a.gz") == first) << "the same bytes every time";
-  setProgram("gunzip", "exit 4");
-  EXPECT_FALSE(Load("a.gz", &loaded));
-  TakeMessages();
+  expectFailures("gunzip", {{"a.gz", "exit 4", ""}}, Load);
   std::signal(SIGCHLD, SIG_DFL);
   std::signal(SIGPIPE, SIG_DFL);
 }
@@ -132,37 +133,26 @@ TEST_F(BtCompStream, TellsWhyAFileCannotBeRead) {
   for (const auto& [name, text] : files) _folder.write(name, text);
   const std::string failed = "Unable to decompress file.\nThe command 'gunzip' ";
   const std::string exit_1 = failed + "ended with exit status 1.";
-  const struct {
-    const char* name;
-    std::string program;      // what gunzip is instead
-    std::string errors;       // what the recorded errors begin with
-    std::string reason = "";  // what else they hold
-  } cases[] = {{"none.gz", "", "File does not exist."},
-               {"a.bz2", "", "Unknown compression extension 'bz2'."},
-               {"folder.gz/none", "", "Unknown compression extension ''."},
-               {"a.jpeg", "",
-                "Cannot find command 'djpeg' to uncompress\n'a.jpeg'.\n"
-                "This command needs to be in your path."},
-               {"cut.gz", "", exit_1, "unexpected end of file"},
-               {"longer.gz", "", failed + "ended with exit status 2.", "trailing garbage"},
-               {"plain.gz", "", exit_1, "not in gzip format"},
-               {"empty.gz", "", exit_1, "unexpected end of file"},
-               {"plain.Z", "",
-                "Unable to decompress file.\nThe command 'uncompress' ended with exit status"},
-               {"whole.gz", "exit 3", failed + "ended with exit status 3."},
-               {"whole.gz", "echo text; echo reason >&2; exit 3",
-                failed + "ended with exit status 3.\nreason"},
-               {"whole.gz", "echo text; kill -9 $$", failed + "was ended by signal 9."},
-               {"whole.gz", "exec >&-; sleep 0.2; kill $$", failed + "was ended by signal 15."},
-               {"whole.gz", "kill -9 $PPID; exit 1", failed + "did not end as it should."}};
-  for (const auto& row : cases) {
-    setProgram("gunzip", row.program);
-    std::string loaded;
-    EXPECT_FALSE(Load(row.name, &loaded)) << row.name;
-    const std::string errors = TakeMessages();
-    EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
-    EXPECT_NE(errors.find(row.reason), std::string::npos) << row.name << ":\n" << errors;
-  }
+  expectFailures("gunzip",
+                 {{"none.gz", "", "File does not exist."},
+                  {"a.bz2", "", "Unknown compression extension 'bz2'."},
+                  {"folder.gz/none", "", "Unknown compression extension ''."},
+                  {"a.jpeg", "",
+                   "Cannot find command 'djpeg' to uncompress\n'a.jpeg'.\n"
+                   "This command needs to be in your path."},
+                  {"cut.gz", "", exit_1, "unexpected end of file"},
+                  {"longer.gz", "", failed + "ended with exit status 2.", "trailing garbage"},
+                  {"plain.gz", "", exit_1, "not in gzip format"},
+                  {"empty.gz", "", exit_1, "unexpected end of file"},
+                  {"plain.Z", "",
+                   "Unable to decompress file.\nThe command 'uncompress' ended with exit status"},
+                  {"whole.gz", "exit 3", failed + "ended with exit status 3."},
+                  {"whole.gz", "echo text; echo reason >&2; exit 3",
+                   failed + "ended with exit status 3.\nreason"},
+                  {"whole.gz", "echo text; kill -9 $$", failed + "was ended by signal 9."},
+                  {"whole.gz", "exec >&-; sleep 0.2; kill $$", failed + "was ended by signal 15."},
+                  {"whole.gz", "kill -9 $PPID; exit 1", failed + "did not end as it should."}},
+                 Load);
 }
 
 TEST_F(BtCompStream, ChecksWhatARightReadingLeftUnread) {
@@ -186,29 +176,21 @@ TEST_F(BtCompStream, TellsWhyAFileCannotBeWritten) {
   fs::create_symlink("/dev/full", "full.gz");
   fs::create_symlink("loop.gz", "loop.gz");
   const std::string failed = "Unable to compress file.\nThe command 'gzip' ";
-  const struct {
-    const char* name;
-    std::string program;  // what gzip is instead
-    std::string errors;   // what the recorded errors begin with
-  } cases[] = {
-      {"folder.gz", "", "File \"folder.gz\" is unwritable."},
-      {"loop.gz", "", "Couldn't create loop.gz\nToo many levels of symbolic links"},
-      {"a.bz2", "", "Unknown compression extension 'bz2'."},
-      {"a.jpeg", "",
-       "Cannot find command 'cjpeg' to compress\n'a.jpeg'.\n"
-       "This command needs to be in your path."},
-      {"full.gz", "", failed + "ended with exit status 1.\n"},
-      {"a.gz", "exit 0", failed + "ended with exit status 0."},  // without reading anything
-      {"a.gz", "head -c 10; exit 0", failed + "ended with exit status 0."},
-      {"a.gz", "cat; exit 2", failed + "ended with exit status 2."},
-      {"a.gz", "kill -9 $$", failed + "was ended by signal 9."}};
-  for (const auto& row : cases) {
-    setProgram("gzip", row.program);
-    for (const std::size_t size : {1000U, 1000000U}) {  // below and above what a pipe holds
-      EXPECT_FALSE(Save(row.name, RandomText(size))) << row.name << row.program;
-      const std::string errors = TakeMessages();
-      EXPECT_TRUE(errors.starts_with(row.errors)) << row.name << row.program << ":\n" << errors;
-    }
+  for (const std::size_t size : {1000U, 1000000U}) {  // below and above what a pipe holds
+    expectFailures(
+        "gzip",
+        {{"folder.gz", "", "File \"folder.gz\" is unwritable."},
+         {"loop.gz", "", "Couldn't create loop.gz\nToo many levels of symbolic links"},
+         {"a.bz2", "", "Unknown compression extension 'bz2'."},
+         {"a.jpeg", "",
+          "Cannot find command 'cjpeg' to compress\n'a.jpeg'.\n"
+          "This command needs to be in your path."},
+         {"full.gz", "", failed + "ended with exit status 1.\n"},
+         {"a.gz", "exit 0", failed + "ended with exit status 0."},  // without reading anything
+         {"a.gz", "head -c 10; exit 0", failed + "ended with exit status 0."},
+         {"a.gz", "cat; exit 2", failed + "ended with exit status 2."},
+         {"a.gz", "kill -9 $$", failed + "was ended by signal 9."}},
+        [size](const std::string& name) { return Save(name, RandomText(size)); });
   }
 }
 
@@ -284,8 +266,7 @@ TEST_F(BtCompStream, WaitsForNobodyForEver) {
     }
     questions = 0;
     theExceptObj.setCancelHook(AskedOften);
-    std::string loaded;
-    EXPECT_FALSE(Load("a.gz", &loaded)) << program;
+    EXPECT_FALSE(Load("a.gz")) << program;
     EXPECT_EQ(TakeMessages(), "Canceled.");
     theExceptObj.setCancelHook(nullptr);
   }
@@ -336,19 +317,17 @@ TEST_F(BtCompStream, TellsThatThereCanBeNoPipe) {
 }
 
 TEST_F(BtCompStream, IsChosenByTheNameOfATextFile) {
-  const struct {
-    const char* name;
-    const char* text_name;
-  } cases[] = {{"a.mdl", "a.mdl"},   {"a.mdl.gz", "a.mdl"}, {"b.gz/a.Z", "b.gz/a"},
-               {"b.gz/a", "b.gz/a"}, {"a.jpeg", "a.jpeg"},  {"a.GZ", "a.GZ"}};
+  const std::pair<const char*, const char*> cases[] = {
+      {"a.mdl", "a.mdl"},   {"a.mdl.gz", "a.mdl"}, {"b.gz/a.Z", "b.gz/a"},
+      {"b.gz/a", "b.gz/a"}, {"a.jpeg", "a.jpeg"},  {"a.GZ", "a.GZ"}};
   fs::create_directory("b.gz");
-  for (const auto& row : cases) {
-    EXPECT_EQ(BtTextFileName(row.name), row.text_name);
-    BtOutputFile output(row.name);
+  for (const auto& [name, text_name] : cases) {
+    EXPECT_EQ(BtTextFileName(name), text_name);
+    BtOutputFile output(name);
     output.stream() << "text";
     EXPECT_TRUE(output.close());
-    EXPECT_EQ(ReadFile(row.name) == "text", BtTextFileName(row.name) == row.name) << row.name;
-    BtInputFile input(row.name);
+    EXPECT_EQ(ReadFile(name) == "text", BtTextFileName(name) == name) << name;
+    BtInputFile input(name);
     std::string word;
     EXPECT_TRUE(input.stream() >> word && input.close());
     EXPECT_EQ(word, "text");

@@ -1,10 +1,7 @@
 #include "btexcept.h"
 
-#include <gtest/gtest.h>
-
-#include <string>
-
 #include "Bt/deathcases.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -17,9 +14,7 @@ std::string Printed(const BtExcept& exception) {
 }
 
 TEST(BtExcept, WrapsAtSeventyColumnsOfTheMessage) {
-  const struct {
-    std::string message, expected;  // expected: lines divided by '|'
-  } cases[] = {
+  const std::pair<std::string, std::string> cases[] = {
       {"", ""},
       {X(70), X(70)},
       {X(70) + " a", X(70) + "|a"},
@@ -45,15 +40,9 @@ TEST(BtExcept, WrapsAtSeventyColumnsOfTheMessage) {
       // A letter takes one column, however many bytes it has.
       {X(68) + "\xc3\xa4\xc3\xa4 b", X(68) + "\xc3\xa4\xc3\xa4|b"},
   };
-  for (const bool warning : {false, true}) {
-    for (const auto& c : cases) {
-      SCOPED_TRACE(c.message);
-      std::string expected = warning ? "\n\nWARNING: " : "\n\nERROR: ";
-      for (const char letter : c.expected) {
-        expected += letter == '|' ? "\n" + std::string(warning ? 9 : 7, ' ') : std::string{letter};
-      }
-      EXPECT_EQ(Printed(BtExcept(warning, BtStr(c.message), nullptr)), expected + "\n\n");
-    }
+  for (const auto& [message, lines] : cases) {
+    EXPECT_EQ(Printed(BtExcept(false, message.c_str(), nullptr)), PrintedError(lines)) << message;
+    EXPECT_EQ(Printed(BtExcept(true, message.c_str(), nullptr)), PrintedWarning(lines)) << message;
   }
 }
 
@@ -64,7 +53,7 @@ TEST(BtExcept, ReportsTheChainOnceAndTellsErrorsFromWarnings) {
   EXPECT_FALSE(BtError());
   testing::internal::CaptureStderr();
   EXPECT_FALSE(BtReportError());
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "\n\nWARNING: on %s\n         deep\n\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), PrintedWarning("on %s|deep"));
 
   theExceptObj.setAsWarning("before");
   theExceptObj.set("inner %d", 1);
@@ -73,8 +62,7 @@ TEST(BtExcept, ReportsTheChainOnceAndTellsErrorsFromWarnings) {
   testing::internal::CaptureStderr();
   EXPECT_TRUE(BtReportError());
   EXPECT_FALSE(BtReportError());
-  EXPECT_EQ(testing::internal::GetCapturedStderr(),
-            "\n\nERROR: outer\n       two\n       inner 1\n       before\n\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), PrintedError("outer|two|inner 1|before"));
 }
 
 TEST(BtExcept, LongChainsArePrintedAndFreed) {
@@ -100,23 +88,26 @@ TEST(BtExcept, CancelIsAnError) {
 }
 
 TEST(BtExceptDeathTest, MisuseIsAnAssertion) {
-  ExpectDeaths({
-      {": BtExcept::BtExcept(bool, const BtStr", [] { theExceptObj.set(BtStr()); }},
-      {ASSERTION("!message.isNull()"), [] { theExceptObj.set(BtStr()); }},
-      {ASSERTION("this->hasDetail()"), [] { (void)BtExcept(false, "text", nullptr).detail(); }},
-      {ASSERTION("_exception"), [] { (void)theExceptObj.exception(); }},
-      {"\n\nERROR: held\n\nlibs/src/Bt/btexcept.cpp",
-       [] {
-         theExceptObj.set("held");
-         theExceptObj.setAsWarning("lost");
-       }},
-      {ASSERTION("!_abort_on_clear"),
+  static const BtExcept alone(false, "text", nullptr);
+  ExpectAssertions({
+      {"!message.isNull()", [] { theExceptObj.set(BtStr()); }},
+      {"this->hasDetail()", [] { (void)alone.detail(); }},
+      {"_exception", [] { (void)theExceptObj.exception(); }},
+      {"str", [] { BtGetExceptionStr(nullptr, alone); }},
+      {"!_abort_on_clear",
        [] {
          BtExceptionHandler::setAbortOnClear(true);
          theExceptObj.set("unread");
          theExceptObj.clear();
        }},
-      {ASSERTION("str"), [] { BtGetExceptionStr(nullptr, BtExcept(false, "text", nullptr)); }},
+  });
+  ExpectDeaths({
+      {": BtExcept::BtExcept(bool, const BtStr", [] { theExceptObj.set(BtStr()); }},
+      {"\n\nERROR: held\n\nlibs/src/Bt/btexcept.cpp",
+       [] {
+         theExceptObj.set("held");
+         theExceptObj.setAsWarning("lost");
+       }},
       {"",
        [] {
          BtExceptionHandler::setAbortOnError(true);

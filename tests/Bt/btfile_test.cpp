@@ -1,44 +1,34 @@
 #include "btfile.h"
 
-#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <string>
-
 #include "Bt/deathcases.h"
 #include "Bt/messages.h"
+#include "Bt/workingfolder.h"
 #include "btcompifstream.h"
 #include "btcompofstream.h"
-#include "support/testfolder.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
 // A working folder with files of several permissions, seen with the rights of an ordinary user.
-class BtFileTest : public testing::Test {
+class BtFileTest : public WorkingFolder {
  protected:
-  void SetUp() override {
-    fs::create_directory(_folder.path("closed"));
-    for (const char* const file : {"file", "secret", "fixed", "folder/tool"})
+  BtFileTest() {
+    fs::create_directory("closed");
+    for (const char* const file : {"file", "secret", "fixed", "folder/tool"}) {
       _folder.write(file, "");
-    fs::current_path(_dir);
+    }
     for (const char* const open : {".", "folder", "folder/tool"}) chmod(open, 0777);
     for (const char* const closed : {"closed", "fixed"}) chmod(closed, 0555);
     chmod("secret", 0);
-    ASSERT_TRUE(getuid() != 0 || seteuid(65534) == 0);
+    EXPECT_TRUE(getuid() != 0 || seteuid(65534) == 0);
   }
-  void TearDown() override {
-    ASSERT_TRUE(getuid() != 0 || seteuid(0) == 0);
-    fs::current_path(_old_workdir);
-  }
+  ~BtFileTest() override { EXPECT_TRUE(getuid() != 0 || seteuid(0) == 0); }
 
-  const TestFolder _folder;
-  const std::string _dir = fs::canonical(_folder.path());
-  const fs::path _old_workdir = fs::current_path();
+  const std::string _dir = fs::current_path();
 };
 
 template <auto open, auto... overwrite>
@@ -103,19 +93,33 @@ TEST_F(BtFileTest, FindsCommandsAndLinks) {
   EXPECT_TRUE(BtFileProgramPath(&target) && BtFileCanExecute(target));
 }
 
-TEST(BtFilePaths, AreTakenApartAndJoined) {
+TEST_F(BtFileTest, NamesFilesFromOtherFolders) {
+  fs::create_directory_symlink("folder", "link");
   const struct {
-    const char* path;
-    const char* directory;
-    const char* base_name;  // null for a null string
-  } cases[] = {{nullptr, ".", nullptr}, {"", ".", nullptr},
-               {"x", ".", "x"},         {"/x", "/", "x"},
-               {"/", "/", ""},          {"a/b/c.x", "a/b", "c.x"},
-               {"a/b/", "a/b", "b"},    {"C:\\a\\b.x", ".", "b.x"},
-               {"C:\\a\\", ".", "a"},   {"a\\b/c", "a\\b", "c"}};
-  for (const auto& row : cases) {
-    EXPECT_EQ(BtFileDirectory(row.path), row.directory);
-    EXPECT_EQ(BtFileBaseName(row.path), BtStr(row.base_name));
+    const char* to;
+    std::string name, from, seen;
+  } cases[] = {
+      {"folder", "../file", "folder", "../file"},   {".", "../file", "folder", "file"},
+      {".", "tool", "link", "folder/tool"},         {"link", "tool", "folder", "tool"},
+      {"none/a", "tool", "none", "../tool"},        {"folder", "/a/../b", ".", "/a/../b"},
+      {"/", "file", ".", _dir.substr(1) + "/file"}, {".", "C:\\a", "folder", "folder/C:\\a"},
+  };
+  for (const auto& [to, name, from, seen] : cases) {
+    EXPECT_EQ(BtFileSeenFrom(to, name.c_str(), from.c_str()), BtStr(seen.c_str()))
+        << name << " of " << from << " in " << to;
+  }
+}
+
+TEST(BtFilePaths, AreTakenApartAndJoined) {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {nullptr, ".", nullptr}, {"", ".", nullptr},
+      {"x", ".", "x"},         {"/x", "/", "x"},
+      {"/", "/", ""},          {"a/b/c.x", "a/b", "c.x"},
+      {"a/b/", "a/b", "b"},    {"C:\\a\\b.x", ".", "b.x"},
+      {"C:\\a\\", ".", "a"},   {"a\\b/c", "a\\b", "c"}};
+  for (const auto& [path, directory, base_name] : cases) {
+    EXPECT_EQ(BtFileDirectory(path), directory);
+    EXPECT_EQ(BtFileBaseName(path), BtStr(base_name));
   }
   EXPECT_EQ(BtFileJoin("a", "b", "x"), "a/b.x");
   EXPECT_EQ(BtFileJoin("/", "b"), "/b");
@@ -124,16 +128,16 @@ TEST(BtFilePaths, AreTakenApartAndJoined) {
 }
 
 TEST(BtFileDeathTest, MisuseIsAnAssertion) {
-  ExpectDeaths({
-      {ASSERTION("path.length()>0"), [] { (void)BtFileIsAbsolutePath(""); }},
-      {ASSERTION("BtFileIsAbsolutePath(workdir)"), [] { (void)BtFileAbsolutePath("a", "b"); }},
-      {ASSERTION("path[0]!='\\0'"), [] { (void)BtFileAbsolutePath("", "/b"); }},
-      {ASSERTION("dir.length()>=1"), [] { (void)BtFileJoin("", "a"); }},
-      {ASSERTION("file.length()>=1"), [] { (void)BtFileJoin("a", ""); }},
-      {ASSERTION("ext.length()>=1"), [] { (void)BtFileJoin("a", "b", ""); }},
-      {ASSERTION("BtFileExists(path)"), [] { (void)BtFileCanExecute("/no/such"); }},
-      {ASSERTION("name!=0"), [] { const BtCompIFStream is(nullptr); }},
-      {ASSERTION("name!=0"), [] { const BtCompOFStream os(nullptr); }},
+  ExpectAssertions({
+      {"path.length()>0", [] { (void)BtFileIsAbsolutePath(""); }},
+      {"BtFileIsAbsolutePath(workdir)", [] { (void)BtFileAbsolutePath("a", "b"); }},
+      {"path[0]!='\\0'", [] { (void)BtFileAbsolutePath("", "/b"); }},
+      {"dir.length()>=1", [] { (void)BtFileJoin("", "a"); }},
+      {"file.length()>=1", [] { (void)BtFileJoin("a", ""); }},
+      {"ext.length()>=1", [] { (void)BtFileJoin("a", "b", ""); }},
+      {"BtFileExists(path)", [] { (void)BtFileCanExecute("/no/such"); }},
+      {"name!=0", [] { const BtCompIFStream is(nullptr); }},
+      {"name!=0", [] { const BtCompOFStream os(nullptr); }},
   });
 }
 

@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cmath>
 #include <functional>
@@ -25,10 +23,7 @@ namespace {
 using Strings = BtDArray<std::string>;
 
 TEST(BtDArray, EveryEditLeavesExactlyItsElements) {
-  const struct {
-    Strings expected;
-    std::function<void(Strings*)> edit;  // of "a", "b", "c"
-  } cases[] = {
+  const std::pair<Strings, std::function<void(Strings*)>> cases[] = {
       {{"a", "b", "c", "d"}, [](Strings* a) { a->append("d"); }},
       {{"a", "b", "c", "a"}, [](Strings* a) { a->append((*a)[0]); }},
       {{"a", "b", "c", "a", "b", "c"}, [](Strings* a) { a->append(*a); }},
@@ -43,14 +38,14 @@ TEST(BtDArray, EveryEditLeavesExactlyItsElements) {
       {{}, [](Strings* a) { a->clear(); }},
       {{"y", "z"},
        [](Strings* a) {
-         *a = Strings{"y", "z"};
+         *a = Strings({"y", "z"});
        }},
       {{"a", "b", "c"}, [](Strings* a) { *a = static_cast<const Strings&>(*a); }},
   };
-  for (const auto& c : cases) {
+  for (const auto& [expected, edit] : cases) {
     Strings array{"a", "b", "c"};
-    c.edit(&array);
-    EXPECT_EQ(array, c.expected);
+    edit(&array);
+    EXPECT_EQ(array, expected);
   }
 }
 
@@ -92,15 +87,12 @@ TEST(BtDArray, LivesInAnArenaUntilItGrows) {
 TEST(BtDynArray, DoublesItsCapacity) {
   BtDynArray<std::string> array;
   EXPECT_EQ(array.capacity(), 0);
-  const struct {
-    int added, size, capacity;
-  } steps[] = {
+  const std::tuple<int, int, int> steps[] = {
       {0, 0, 1024}, {1, 1, 1024}, {1023, 1024, 1024}, {1, 1025, 2048}, {8000, 9025, 16384}};
-  for (const auto& step : steps) {
-    array.addSize(step.added,
-                  array.empty() ? std::string("text of more than a few bytes") : array[0]);
-    EXPECT_EQ(array.size(), step.size);
-    EXPECT_EQ(array.capacity(), step.capacity);
+  for (const auto& [added, size, capacity] : steps) {
+    array.addSize(added, array.empty() ? std::string("text of more than a few bytes") : array[0]);
+    EXPECT_EQ(array.size(), size);
+    EXPECT_EQ(array.capacity(), capacity);
   }
   EXPECT_EQ(array.last(), "text of more than a few bytes");
   array.truncate(2);
@@ -201,49 +193,136 @@ TEST(BtRBTree, BehavesAsASetAndStaysBalanced) {
   ExpectSame(tree, twin);
 }
 
+using Cursor = BtDLListCursor<char>;
+
+std::string Text(const BtList<char>& list) {
+  std::string text;
+  for (const char c : list) text += c;
+  return text;
+}
+
+// A cursor at position i of a list.
+Cursor At(BtList<char>* list, int i) {
+  Cursor cursor(&list->list());
+  for (; i > 0; --i) cursor.next();
+  return cursor;
+}
+
+// Every set of removed elements under every set of cursors.
+TEST(BtList, CursorsSurviveTheRemovalOfTheirElement) {
+  const std::string all = "abcde";
+  for (unsigned removed = 0; removed < 32; ++removed) {
+    for (unsigned held = 0; held < 32; ++held) {
+      BtList<char> list{'a', 'b', 'c', 'd', 'e'};
+      std::vector<std::pair<char, Cursor>> cursors;
+      std::string left;
+      for (int i = 0; i < 5; ++i) {
+        const char letter = all[static_cast<std::size_t>(i)];
+        // Two on a node: it must stay until the second one leaves.
+        if ((held >> i & 1) != 0) cursors.insert(cursors.end(), 2, {letter, At(&list, i)});
+        if ((removed >> i & 1) == 0) left += letter;
+      }
+      for (int i = 0; i < 5; ++i) {
+        if ((removed >> i & 1) != 0) list.removeValue(static_cast<char>('a' + i));
+      }
+      ASSERT_EQ(Text(list), left);
+      ASSERT_EQ(list.count(), static_cast<int>(left.size()));
+      for (int i = 0; i < list.count(); ++i) ASSERT_EQ(list[i], left[static_cast<std::size_t>(i)]);
+      ASSERT_TRUE(left.empty() || list.last() == left.back());
+      for (const auto& [letter, cursor] : cursors) {
+        const auto at = std::lower_bound(left.begin(), left.end(), letter);
+        ASSERT_EQ(cursor.position(), at - left.begin());
+      }
+      for (auto& [letter, cursor] : cursors) {
+        const auto after = std::upper_bound(left.begin(), left.end(), letter);
+        cursor.next();
+        ASSERT_EQ(cursor.atEnd() ? '-' : *cursor.data(), after == left.end() ? '-' : *after);
+      }
+      list.append('z');
+      ASSERT_EQ(Text(list), left + 'z');
+    }
+  }
+}
+
+TEST(BtList, LoopsMayRemoveWhatTheyStandOn) {
+  BtList<char> list{'a', 'b', 'c', 'd'};
+  for (Cursor cursor(&list.list()); !cursor.atEnd(); cursor.next()) {
+    if (*cursor.data() != 'c') list.remove(cursor);
+  }
+  EXPECT_EQ(Text(list), "c");
+  list.insert(0, 'b');
+  list.insert(2, 'd');
+  Cursor first = At(&list, 0);
+  Cursor last = At(&list, 2);
+  list.list().swap(first, last);
+  EXPECT_EQ(Text(list), "dcb");
+  EXPECT_EQ(*first.data(), 'd');
+}
+
+TEST(BtList, CopiesAreDeepAndMovesTakeAll) {
+  BtList<std::string> list{"a", "b", "c"};
+  BtList<std::string> copy(list);
+  copy[1] = "B";
+  EXPECT_EQ(list[1], "b");
+  EXPECT_NE(list, copy);
+  const BtList<std::string> moved(std::move(copy));
+  copy = moved;
+  EXPECT_EQ(copy, moved);
+  EXPECT_EQ(moved.position("c"), 2);
+  EXPECT_FALSE(copy.removeValue("x"));
+  EXPECT_TRUE(copy.removeValue("a"));
+  EXPECT_EQ(copy, (BtList<std::string>{"B", "c"}));
+}
+
 TEST(ContainersDeathTest, MisuseIsAnAssertion) {
-  ExpectDeaths({
-      {ASSERTION("i>=0"), [] { (void)BtArray<int>(1)[-1]; }},
-      {ASSERTION("i<_size"), [] { (void)BtArray<int>(1)[1]; }},
-      {ASSERTION("n>=0"), [] { BtDArray<int>(3).subSize(4); }},
-      {ASSERTION("_size==o.size()"),
-       [] {
-         const BtArray<int> other(2);
-         BtArray<int>(1) = other;
-       }},
-      {ASSERTION("size()==o.size()"), [] { BtArray<int>(1).setElements(BtArray<int>(2)); }},
-      {ASSERTION("amount>=0"), [] { BtDynArray<int>().addSize(-1, 0); }},
-      {ASSERTION("!_is_null"), [] { (void)BtNullable<int>().data(); }},
-      {ASSERTION("iter!=end()"),
-       [] {
-         const BtMap<int, int> map;
-         (void)map[1];
-       }},
-      {ASSERTION("count==1"), [] { BtMap<int, int>().remove(1); }},
-      {ASSERTION("count==1"), [] { BtSet<int>().remove(1); }},
-      {ASSERTION("!atEnd()"), [] { (void)BtCIter<BtList<int>>(BtList<int>()).data(); }},
-      {ASSERTION("!atEnd()"), [] { BtCIter<BtDArray<int>>(BtDArray<int>()).next(); }},
-      {ASSERTION("array->size() == 0"),
-       [] { BtCopyPtrArray(std::make_unique<BtDArray<int*>>(1).get(), BtDArray<int*>()); }},
-      {ASSERTION("array_ptr->isSorted()"),
-       [] {
-         BtDArray<int> array{2, 1};
-         BtRemoveDupes(&array);
-       }},
-      {ASSERTION("cmp_val!=0"),
-       [] {
-         BtRBTreeBase tree;
-         int item = 1;
-         tree.insert(&item, CompareInts);
-         tree.insert(&item, CompareInts);
-       }},
-      {ASSERTION("this->_hasNoIters()"),
-       [] {
-         BtRBTreeBase tree;
-         int item = 1;
-         const BtRBTreeIter iter(tree);
-         tree.insert(&item, CompareInts);
-       }},
+  static BtArray<int> two{2, 1};
+  static const BtMap<int, int> map;
+  static BtDArray<int> unsorted{2, 1};
+  static BtDArray<int*> filled(1);
+  static int item = 1;
+  static BtRBTreeBase tree;
+  tree.insert(&item, CompareInts);
+  static BtRBTreeBase watched;
+  static const BtRBTreeIter watcher(watched);
+  static BtList<char> list{'a'};
+  static BtList<char> other{'x', 'b'};
+  static auto released = std::make_unique<BtList<char>>(list);
+  static Cursor a = At(&list, 0);
+  static Cursor b = At(&other, 1);
+  static Cursor removed = At(&other, 0);
+  static Cursor end = Cursor(&BtList<char>().list());
+  static const Cursor outlives = At(released.get(), 0);
+  other.remove(0);
+  ExpectDeaths({{"Bt_DLListCursor::data(): retrieving data from deleted node.\n",
+                 [] { (void)removed.data(); }}});
+  ExpectAssertions({
+      {"i>=0", [] { (void)two[-1]; }},
+      {"i<_size", [] { (void)two[2]; }},
+      {"n>=0", [] { BtDArray<int>(3).subSize(4); }},
+      {"_size==o.size()", [] { BtArray<int>(1) = two; }},
+      {"_size==o.size()", [] { BtArray<int>(1) = BtArray<int>(2); }},
+      {"size()==o.size()", [] { BtArray<int>(1).setElements(two); }},
+      {"amount>=0", [] { BtDynArray<int>().addSize(-1, 0); }},
+      {"!_is_null", [] { (void)BtNullable<int>().data(); }},
+      {"iter!=end()", [] { (void)map[1]; }},
+      {"count==1", [] { BtMap<int, int>().remove(1); }},
+      {"count==1", [] { BtSet<int>().remove(1); }},
+      {"!atEnd()", [] { (void)BtCIter<BtList<int>>(BtList<int>()).data(); }},
+      {"!atEnd()", [] { BtCIter<BtDArray<int>>(BtDArray<int>()).next(); }},
+      {"array->size() == 0", [] { BtCopyPtrArray(&filled, filled); }},
+      {"array_ptr->isSorted()", [] { BtRemoveDupes(&unsorted); }},
+      {"cmp_val!=0", [] { tree.insert(&item, CompareInts); }},
+      {"this->_hasNoIters()", [] { watched.insert(&item, CompareInts); }},
+      {"i>=0", [] { (void)list[-1]; }},
+      {"i<=_count-1", [] { (void)list[1]; }},
+      {"count()>0", [] { (void)BtList<char>().last(); }},
+      {"!atEnd()", [] { end.next(); }},
+      {"cursor._listPtr()==this", [] { list.remove(b); }},
+      {"!c1.atEnd()", [] { list.list().swap(end, b); }},
+      {"!c2.atEnd()", [] { list.list().swap(a, end); }},
+      {"c2._listPtr()==this", [] { list.list().swap(a, b); }},
+      {"node->refCount()==0", [] { released.reset(); }},
+      {"_count==0", [] { BtDoubleLinkedList().append(nullptr); }},
   });
   EXPECT_EXIT(BtReallocOrExit(nullptr, std::size_t{1} << 62, 8), testing::ExitedWithCode(1),
               "^Unable to allocate memory!\nAttempted to allocate 4611686018427387904 elements, "

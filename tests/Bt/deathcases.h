@@ -7,21 +7,25 @@
 #include <string>
 
 struct DeathCase {
-  const char* message;  // must stand in what is printed, character by character
+  std::string message;  // must stand in what is printed, character by character
   void (*act)();
 };
 
 inline void ExpectDeaths(std::initializer_list<DeathCase> cases) {
   for (const DeathCase& c : cases) {
     std::string pattern;
-    for (const char* p = c.message; *p != '\0'; ++p) {
-      if (std::string("\\()[]{}.*+?|^$").find(*p) != std::string::npos) pattern += '\\';
-      pattern += *p;
+    for (const char letter : c.message) {
+      if (std::string("\\()[]{}.*+?|^$").find(letter) != std::string::npos) pattern += '\\';
+      pattern += letter;
     }
     SCOPED_TRACE(c.message);
     EXPECT_DEATH(c.act(), pattern);
   }
 }
 
-// A failed assertion shows its condition between these marks.
-#define ASSERTION(text) "Assertion `" text "' failed."
+// The same for assertions, which show their conditions.
+inline void ExpectAssertions(std::initializer_list<DeathCase> cases) {
+  for (const auto& [condition, act] : cases) {
+    ExpectDeaths({{"Assertion `" + condition + "' failed.", act}});
+  }
+}

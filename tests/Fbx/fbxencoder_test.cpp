@@ -11,14 +11,20 @@
 #include <string>
 #include <vector>
 
-#include "btexcept.h"
+#include "fbxasciiencoder.h"
 #include "fbxbinaryencoder.h"
 #include "fbxcreationtime.h"
 #include "fbxoutputfile.h"
-#include "fbxrecords.h"
+#include "fbxsourcefile.h"
 #include "testscene.h"
 
 namespace {
+
+using Ints = std::vector<std::int32_t>;
+using Doubles = std::vector<double>;
+using IntSpan = std::span<const std::int32_t>;
+using DoubleSpan = std::span<const double>;
+using WriteRecords = std::function<void(FbxRecordSink*)>;
 
 std::string Bytes(const FbxCode& code) { return {code.begin(), code.end()}; }
 
@@ -42,29 +48,35 @@ std::size_t UsualSize(const std::vector<T>& values) {
 }
 
 // What an encoder makes of some records.
-std::string EncodedBytes(int version, const std::function<void(FbxRecordSink*)>& write) {
+template <class Encoder, class... Options>
+std::string EncodedBytes(const WriteRecords& write, const Options&... options) {
   std::string bytes;
   FbxOutputFile file;
   EXPECT_TRUE(file.openMemory(&bytes));
-  FbxBinaryEncoder encoder(&file, version, {});
+  Encoder encoder(&file, options...);
   write(&encoder);
   encoder.endSection();
   EXPECT_TRUE(file.commit());
   return bytes;
 }
 
-FbxFile Encoded(int version, const std::function<void(FbxRecordSink*)>& write) {
-  FbxFile file = ParseFbx(EncodedBytes(version, write));
+FbxFile Encoded(int version, const WriteRecords& write, std::size_t* size = nullptr) {
+  const std::string bytes = EncodedBytes<FbxBinaryEncoder>(write, version, FbxCreationTime());
+  if (size != nullptr) *size = bytes.size();
+  FbxFile file = ParseFbx(bytes);
   EXPECT_EQ(file.fault, "");
   return file;
 }
 
+// Without the opening lines.
+std::string EncodedText(int version, const WriteRecords& write) {
+  const std::string text = EncodedBytes<FbxAsciiEncoder>(write, version);
+  return text.substr(text.find("\n\n") + 2);
+}
+
 TEST(FbxCreationTime, FollowsTheEnvironmentWhereItIsANumber) {
   constexpr const char* kFixed = "1970-01-01 10:00:00:000";
-  const struct {
-    const char* variable;
-    const char* text;
-  } cases[] = {
+  const std::pair<const char*, const char*> cases[] = {
       {"0", "1970-01-01 00:00:00:000"},
       {"1709210096", "2024-02-29 12:34:56:000"},
       {"253402300799", "9999-12-31 23:59:59:000"},
@@ -75,9 +87,9 @@ TEST(FbxCreationTime, FollowsTheEnvironmentWhereItIsANumber) {
       {"", kFixed},
       {"99999999999999999999999", kFixed},
   };
-  for (const auto& c : cases) {
-    setenv("SOURCE_DATE_EPOCH", c.variable, 1);
-    EXPECT_EQ(FbxCreationTime::Current().text(), c.text);
+  for (const auto& [variable, text] : cases) {
+    setenv("SOURCE_DATE_EPOCH", variable, 1);
+    EXPECT_EQ(FbxCreationTime::Current().text(), text);
   }
   unsetenv("SOURCE_DATE_EPOCH");
   EXPECT_EQ(FbxCreationTime::Current().text(), kFixed);
@@ -88,8 +100,7 @@ TEST(FbxRecords, TakeApartFilesOfOtherPrograms) {
   const struct {
     const char* name;
     int version;
-    bool has_extension;
-    bool has_compressed;
+    bool has_extension, has_compressed;
     std::size_t picture;  // bytes of the first embedded one
   } cases[] = {
       {"max2009_cube_texture_6100_binary.fbx", 6100, true, false, 2487},
@@ -110,7 +121,7 @@ TEST(FbxRecords, TakeApartFilesOfOtherPrograms) {
     EXPECT_EQ(file.footer_code, Bytes(time.footerCode()));
     bool has_compressed = false;
     file.main.walk([&](const FbxRecord& record) {
-      for (const FbxValue& value : record.values) has_compressed |= value.compressed;
+      for (const FbxReadValue& value : record.values) has_compressed |= value.encoding == 1;
     });
     EXPECT_EQ(has_compressed, c.has_compressed);
     if (c.picture > 0) {
@@ -139,13 +150,13 @@ TEST(FbxBinaryEncoder, AlignsTheFooterForEveryEnd) {
 
 TEST(FbxBinaryEncoder, KeepsEveryBit) {
   using Limits = std::numeric_limits<double>;
-  const std::vector<double> numbers = {0.1, -0.0, Limits::max(), Limits::denorm_min(), 1.0 / 3};
+  const Doubles numbers = {0.1, -0.0, Limits::max(), Limits::denorm_min(), 1.0 / 3};
   for (const int version : {7100, 6100}) {
     const FbxFile file = Encoded(version, [&](FbxRecordSink* sink) {
       sink->open("Values", 'Y', INT32_MIN, INT64_MIN, Limits::lowest(), "a\"\xC3\xA9");
       sink->leaf("Name", FbxObjectName{"hips", "Model"});
-      sink->leaf("Doubles", std::span<const double>(numbers));
-      sink->leaf("None", std::span<const double>());
+      sink->leaf("Doubles", DoubleSpan(numbers));
+      sink->leaf("None", DoubleSpan());
       sink->open("Empty");
       sink->end();
       sink->leaf("Leaf");
@@ -158,71 +169,68 @@ TEST(FbxBinaryEncoder, KeepsEveryBit) {
     EXPECT_EQ(values.values[3].number, Limits::lowest());
     EXPECT_EQ(values.text(4), "a\"\xC3\xA9");
     EXPECT_EQ(values.child("Name").text(), std::string("hips\0\1Model", 11));
-    EXPECT_EQ(values.child("Doubles").numbers(), numbers);
-    EXPECT_TRUE(values.child("None").numbers().empty());
+    EXPECT_EQ(values.child("Doubles").numbers, numbers);
+    EXPECT_TRUE(values.child("None").numbers.empty());
     EXPECT_TRUE(values.child("Empty").has_list);
     EXPECT_FALSE(values.child("Leaf").has_list);
   }
 }
 
+// Both ways of compressing, in one piece and in many.
 TEST(FbxBinaryEncoder, CompressesLongArraysOfTheNewerFamilyOnly) {
   const struct {
     int version;
     std::size_t count;
-    bool array;
     bool compressed;
-  } cases[] = {{7100, 255, true, false},
-               {7100, 256, true, true},
-               {7100, 3000000, true, true},
-               {6100, 256, false, false},
-               {6100, 300000, false, false}};
+  } cases[] = {{7100, 255, false},
+               {7100, 256, true},
+               {7100, 3000000, true},
+               {6100, 256, false},
+               {6100, 300000, false}};
   for (const auto& c : cases) {
-    std::vector<std::int32_t> numbers(c.count);
+    Ints numbers(c.count);
     std::iota(numbers.begin(), numbers.end(), -100);
-    const FbxFile file = Encoded(c.version, [&](FbxRecordSink* sink) {
-      sink->leaf("Numbers", std::span<const std::int32_t>(numbers));
-    });
+    const FbxFile file =
+        Encoded(c.version, [&](FbxRecordSink* sink) { sink->leaf("Numbers", IntSpan(numbers)); });
     const FbxRecord& record = file.main.child("Numbers");
-    EXPECT_EQ(record.values.size(), c.array ? 1 : c.count);
-    EXPECT_EQ(record.values[0].code, c.array ? 'i' : 'I');
-    EXPECT_EQ(record.values[0].compressed, c.compressed);
-    EXPECT_EQ(record.numbers(), std::vector<double>(numbers.begin(), numbers.end()));
+    const bool is_array = c.version == 7100;
+    EXPECT_EQ(record.values.size(), is_array ? 1 : c.count);
+    EXPECT_EQ(record.values[0].code, is_array ? 'i' : 'I');
+    EXPECT_EQ(record.values[0].encoding, c.compressed ? 1U : 0U);
+    EXPECT_EQ(record.numbers, Doubles(numbers.begin(), numbers.end()));
   }
 }
 
-// Both ways of compressing, in one piece and in many.
 TEST(FbxCompressor, MakesFilesAboutAsSmallAsUsual) {
   std::mt19937 random(7);
-  const struct {
-    const char* what;
-    std::function<double(int)> number;
-  } cases[] = {
+  const std::pair<const char*, std::function<double(int)>> cases[] = {
       {"random digits", [&](int) { return 1.0 + static_cast<double>(random()) / 4294967296.0; }},
       {"smooth", [](int i) { return static_cast<double>(static_cast<float>(i) * 0.1F); }},
       {"quads",
        [](int i) {
          const int vertex = i / 4 + i % 2 * 500;
-         return static_cast<double>(i % 4 == 3 ? -vertex : vertex);
+         return i % 4 == 3 ? -1.0 * vertex : 1.0 * vertex;
        }},
       {"one value", [](int) { return 3.0; }},
   };
-  for (const auto& c : cases) {
+  for (const auto& [what, number] : cases) {
     for (const int count : {300, 30000, 400000}) {
-      SCOPED_TRACE(c.what + std::string(" ") + std::to_string(count));
-      std::vector<double> reals(static_cast<std::size_t>(count));
-      for (int i = 0; i < count; ++i) reals[static_cast<std::size_t>(i)] = c.number(i);
-      std::vector<std::int32_t> indices(reals.begin(), reals.end());
-      const std::string bytes = EncodedBytes(7100, [&](FbxRecordSink* sink) {
-        sink->leaf("Reals", std::span<const double>(reals));
-        sink->leaf("Indices", std::span<const std::int32_t>(indices));
-      });
-      const FbxFile file = ParseFbx(bytes);
-      ASSERT_EQ(file.fault, "");
-      EXPECT_EQ(file.main.child("Reals").numbers(), reals);
-      EXPECT_EQ(file.main.child("Indices").numbers(),
-                std::vector<double>(indices.begin(), indices.end()));
+      SCOPED_TRACE(what + std::string(" ") + std::to_string(count));
+      Doubles reals;
+      for (int i = 0; i < count; ++i) reals.push_back(number(i));
+      const Ints indices(reals.begin(), reals.end());
+      std::size_t size = 0;
+      const FbxFile file = Encoded(
+          7100,
+          [&](FbxRecordSink* sink) {
+            sink->leaf("Reals", DoubleSpan(reals));
+            sink->leaf("Indices", IntSpan(indices));
+          },
+          &size);
+      EXPECT_EQ(file.main.child("Reals").numbers, reals);
+      EXPECT_EQ(file.main.child("Indices").numbers, Doubles(indices.begin(), indices.end()));
       const std::size_t usual = UsualSize(reals) + UsualSize(indices);
-      EXPECT_LT(static_cast<double>(bytes.size()), 1.15 * static_cast<double>(usual) + 1000.0);
+      EXPECT_LT(static_cast<double>(size), 1.15 * static_cast<double>(usual) + 1000.0);
     }
   }
 }
@@ -232,14 +240,70 @@ TEST(FbxBinaryEncoder, RefusesMoreThanOffsetsCanSay) {
   FbxOutputFile file(5000000);
   ASSERT_TRUE(file.openMemory(&bytes));
   FbxBinaryEncoder encoder(&file, 6100, {});
-  const std::vector<double> numbers(100000);
+  const Doubles numbers(100000);
   encoder.open("List");
-  for (int i = 0; i < 10; ++i) encoder.leaf("Numbers", std::span<const double>(numbers));
+  for (int i = 0; i < 10; ++i) encoder.leaf("Numbers", DoubleSpan(numbers));
   encoder.end();
   encoder.endSection();
   EXPECT_FALSE(encoder.ok());
   EXPECT_FALSE(file.commit());
   EXPECT_EQ(TakeMessage(), "Unable to write '': an FBX file cannot be larger than 4 GiB.");
+}
+
+TEST(FbxAsciiEncoder, WritesARecordALine) {
+  using Sink = FbxRecordSink;
+  const Ints numbers = {1, -2, 3};
+  const struct {
+    WriteRecords write;
+    const char* newer;
+    const char* older = nullptr;  // null where it is the same
+  } cases[] = {
+      {[](Sink* s) { s->leaf("A", "t\"\n", 'Y', 1, std::int64_t{-5}, 0.1, "x"); },
+       "A: \"t&quot;&lf;\",Y,1,-5,0.1, \"x\"\n"},
+      {[](Sink* s) {
+         s->leaf("A", FbxObjectName({"hips", "Model"}));
+       },
+       "A: \"Model::hips\"\n"},
+      {[&](Sink* s) { s->leaf("A", IntSpan(numbers)); }, "A: *3 {\n\ta: 1,\n-2,\n3\n}\n",
+       "A: 1,\n-2,\n3\n"},
+      {[&](Sink* s) { s->leaf("UV", IntSpan(numbers)); }, "UV: *3 {\n\ta: 1,-2,\n3\n}\n",
+       "UV: 1,-2,\n3\n"},
+      {[&](Sink* s) { s->leaf("PolygonVertexIndex", IntSpan(numbers)); },
+       "PolygonVertexIndex: *3 {\n\ta: 1,-2,\n3\n}\n", "PolygonVertexIndex: 1,-2,\n3\n"},
+      {[](Sink* s) { s->leaf("A", DoubleSpan()); }, "A: *0 {\n\ta: \n}\n", "A: \n"},
+      {[](Sink* s) {
+         s->open("A");
+         s->open("B", 1);
+         s->leaf("C", 2.5);
+         s->end();
+         s->end();
+       },
+       "A:  {\n\tB: 1 {\n\t\tC: 2.5\n\t}\n}\n"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(EncodedText(7100, c.write), c.newer);
+    EXPECT_EQ(EncodedText(6100, c.write), c.older == nullptr ? c.newer : c.older);
+  }
+}
+
+TEST(FbxAsciiEncoder, WritesBytesAsBase64) {
+  const TestFolder folder;
+  // More than one block of the file, and both kinds of ends.
+  const std::string block(3 << 16, '\0');
+  const std::string zeros(4 << 16, 'A');
+  const std::pair<std::string, std::string> cases[] = {
+      {"", ""},        {"f", "Zg=="},        {"fo", "Zm8="},
+      {"foo", "Zm9v"}, {"\xFB\xFF", "+/8="}, {block + "fo", zeros + "Zm8="}};
+  for (const auto& [bytes, text] : cases) {
+    FbxSourceFile file;
+    EXPECT_TRUE(file.open(folder.write("bytes", bytes)));
+    const std::string found = EncodedText(7100, [&file](FbxRecordSink* sink) {
+      sink->begin("Content");
+      sink->addFile(file);
+      sink->end();
+    });
+    EXPECT_TRUE(found == "Content: ,\n\t\"" + text + "\"\n") << bytes.substr(0, 10);
+  }
 }
 
 }  // namespace

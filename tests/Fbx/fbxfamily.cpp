@@ -10,20 +10,18 @@ std::string Named(const std::string& name, const std::string& type) {
   return name + std::string("\0\1", 2) + type;
 }
 
-std::string Family::key(const FbxValue& value) const {
-  return has_ids ? std::to_string(value.integer) : value.bytes;
+std::string Family::key(const FbxRecord& record, std::size_t i) const {
+  return has_ids ? std::to_string(record.integer(i)) : record.text(i);
 }
 
 std::string Family::root() const { return has_ids ? "0" : Named("Scene", "Model"); }
-
 std::string Family::name(const FbxRecord& object) const { return object.text(has_ids ? 1 : 0); }
-
 std::string Family::subtype(const FbxRecord& object) const { return object.text(has_ids ? 2 : 1); }
 
 std::vector<double> Family::property(const FbxRecord& object, const std::string& wanted) const {
   const FbxRecord& list = object.child(has_ids ? "Properties70" : "Properties60");
   for (const FbxRecord& row : list.children) {
-    if (row.text(0) == wanted) return row.numbers();
+    if (row.text(0) == wanted) return row.numbers;
   }
   return {};
 }
@@ -39,7 +37,7 @@ const FbxRecord& Family::object(const FbxFile& file, const std::string& wanted) 
 std::multimap<std::string, std::string> Family::connections(const FbxFile& file) const {
   std::multimap<std::string, std::string> pairs;
   for (const FbxRecord& record : file.main.child("Connections").children) {
-    pairs.emplace(key(record.values.at(1)), key(record.values.at(2)));
+    pairs.emplace(key(record, 1), key(record, 2));
   }
   return pairs;
 }
@@ -50,7 +48,7 @@ void ExpectSoundObjects(const Family& family, const FbxFile& file) {
   for (const FbxRecord& object : file.main.child("Objects").children) {
     ++counts[object.name];
     if (object.name == "GlobalSettings" || object.name == "SceneInfo") continue;
-    EXPECT_TRUE(keys.insert(family.key(object.values.at(0))).second) << family.name(object);
+    EXPECT_TRUE(keys.insert(family.key(object)).second) << family.name(object);
   }
   if (family.has_ids) counts["GlobalSettings"] = 1;
   const FbxRecord& definitions = file.main.child("Definitions");
@@ -71,9 +69,9 @@ void ExpectSoundObjects(const Family& family, const FbxFile& file) {
     const auto nodes = pose->all("PoseNode");
     EXPECT_EQ(pose->child("NbPoseNodes").integer(), std::ssize(nodes));
     for (const FbxRecord* node : nodes) {
-      EXPECT_TRUE(keys.contains(family.key(node->child("Node").values.at(0))));
+      EXPECT_TRUE(keys.contains(family.key(node->child("Node"))));
     }
-    connected.insert(family.key(pose->values.at(0)));
+    connected.insert(family.key(*pose));
   }
   EXPECT_EQ(connected, keys);  // nothing lies about
 }
@@ -99,7 +97,7 @@ Globals GlobalsFromProperties(const Family& family, const FbxFile& file) {
   const auto connections = family.connections(file);
   Globals globals = {{family.root(), KFbxXMatrix()}};
   for (const FbxRecord* model : file.main.child("Objects").all("Model")) {
-    const std::string key = family.key(model->values.at(0));
+    const std::string key = family.key(*model);
     const auto [first, last] = connections.equal_range(key);
     const auto parent =
         std::find_if(first, last, [&](const auto& pair) { return globals.contains(pair.second); });
@@ -114,73 +112,46 @@ KFbxXMatrix MatrixOf(const std::vector<double>& values) {
   return matrix;
 }
 
-// The clusters and skins of a file, with what they are connected to.
-class SkinCheck {
- public:
-  SkinCheck(const Family& family, const FbxFile& file)
-      : _family(family),
-        _connections(family.connections(file)),
-        _globals(GlobalsFromProperties(family, file)) {
-    for (const auto& [child, parent] : _connections) {
-      if (_globals.contains(child)) _models_under.emplace(parent, child);
-    }
-  }
-
-  void check(const FbxRecord& cluster) {
-    const std::string key = _family.key(cluster.values.at(0));
-    const std::string skin = _connections.find(key)->second;
-    ASSERT_EQ(_models_under.count(key), 1U);
-    const KFbxXMatrix link = MatrixOf(cluster.child("TransformLink").numbers());
-    ExpectNear(_globals.at(_models_under.find(key)->second),
-               cluster.child("TransformLink").numbers());
-    const auto mesh = (link * MatrixOf(cluster.child("Transform").numbers())).Values();
-    ExpectNear(_globals.at(_meshOf(skin)), {mesh.begin(), mesh.end()});
-    const std::vector<double> points = cluster.child("Indexes").numbers();
-    const std::vector<double> weights = cluster.child("Weights").numbers();
-    ASSERT_EQ(points.size(), weights.size());
-    for (std::size_t i = 0; i < points.size(); ++i) _sums[skin][points[i]] += weights[i];
-  }
-
-  void checkSums() const {
-    for (const auto& [skin, sums] : _sums) {
-      for (const auto& [point, sum] : sums) EXPECT_NEAR(sum, 1, 1e-6) << skin << " " << point;
-      EXPECT_EQ(sums.rbegin()->first, static_cast<double>(sums.size() - 1)) << "points left out";
-    }
-  }
-
-  [[nodiscard]] const Globals& globals() const { return _globals; }
-
- private:
-  // Older files hang the skin on the model, newer ones on its geometry.
-  [[nodiscard]] std::string _meshOf(const std::string& skin) const {
-    const std::string owner = _connections.find(skin)->second;
-    return _globals.contains(owner) ? owner : _connections.find(owner)->second;
-  }
-
-  const Family& _family;
-  std::multimap<std::string, std::string> _connections;
-  std::multimap<std::string, std::string> _models_under;
-  Globals _globals;
-  std::map<std::string, std::map<double, double>> _sums;  // of weights, by skin and point
-};
-
 }  // namespace
 
 int ExpectAgreeingTransforms(const Family& family, const FbxFile& file) {
-  SkinCheck skins(family, file);
-  for (const FbxRecord* pose : file.main.child("Objects").all("Pose")) {
+  const FbxRecord& objects = file.main.child("Objects");
+  const auto connections = family.connections(file);
+  const Globals globals = GlobalsFromProperties(family, file);
+  for (const FbxRecord* pose : objects.all("Pose")) {
     for (const FbxRecord* node : pose->all("PoseNode")) {
-      const auto key = family.key(node->child("Node").values.at(0));
-      ExpectNear(skins.globals().at(key), node->child("Matrix").numbers());
+      ExpectNear(globals.at(family.key(node->child("Node"))), node->child("Matrix").numbers);
     }
   }
-  int clusters = 0;
-  for (const FbxRecord* deformer : file.main.child("Objects").all("Deformer")) {
-    if (family.subtype(*deformer) != "Cluster") continue;
-    skins.check(*deformer);
-    ++clusters;
+  std::map<std::string, std::vector<KFbxXMatrix>> models_under;
+  for (const auto& [child, parent] : connections) {
+    if (globals.contains(child)) models_under[parent].push_back(globals.at(child));
   }
-  skins.checkSums();
+  int clusters = 0;
+  std::map<std::string, std::map<double, double>> sums;  // of weights, by skin and point
+  for (const FbxRecord* cluster : objects.all("Deformer")) {
+    if (family.subtype(*cluster) != "Cluster") continue;
+    ++clusters;
+    const std::string key = family.key(*cluster);
+    const std::vector<double>& link = cluster->child("TransformLink").numbers;
+    EXPECT_EQ(models_under[key].size(), 1U);
+    ExpectNear(models_under[key].at(0), link);
+    // Older files hang the skin on the model, newer ones on its geometry.
+    const std::string skin = connections.find(key)->second;
+    const std::string owner = connections.find(skin)->second;
+    const std::string mesh = globals.contains(owner) ? owner : connections.find(owner)->second;
+    const auto placed = (MatrixOf(link) * MatrixOf(cluster->child("Transform").numbers)).Values();
+    ExpectNear(globals.at(mesh), {placed.begin(), placed.end()});
+    const std::vector<double>& points = cluster->child("Indexes").numbers;
+    const std::vector<double>& weights = cluster->child("Weights").numbers;
+    EXPECT_EQ(points.size(), weights.size());
+    for (std::size_t i = 0; i < points.size(); ++i) sums[skin][points[i]] += weights.at(i);
+  }
+  for (const auto& [skin, sums_of_points] : sums) {
+    for (const auto& [point, sum] : sums_of_points) EXPECT_NEAR(sum, 1, 1e-6) << skin << point;
+    EXPECT_EQ(sums_of_points.rbegin()->first, static_cast<double>(sums_of_points.size() - 1))
+        << "points left out";
+  }
   return clusters;
 }
 

@@ -17,8 +17,8 @@ struct Family {
   int format;  // in the registry
   bool has_ids;
 
-  // What refers to an object, in connections and poses.
-  [[nodiscard]] std::string key(const FbxValue& value) const;
+  // What refers to an object, in connections and poses, or stands in its own record.
+  [[nodiscard]] std::string key(const FbxRecord& record, std::size_t i = 0) const;
   [[nodiscard]] std::string root() const;
   [[nodiscard]] std::string name(const FbxRecord& object) const;
   [[nodiscard]] std::string subtype(const FbxRecord& object) const;

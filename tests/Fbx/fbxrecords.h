@@ -1,25 +1,19 @@
-// A reader of binary FBX files for the tests: it takes a file apart into records and is strict
-// about every byte.
+// Binary FBX files taken apart for the tests. The library's reader finds the records; what it does
+// not look at is checked here, so that every byte of a file counts.
 #pragma once
 
-#include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-struct FbxValue {
-  char code;                    // the type's letter in the file
-  std::int64_t integer = 0;     // C I L
-  double number = 0;            // D, and I for comparisons
-  std::string bytes;            // S R
-  std::vector<double> numbers;  // arrays
-  bool compressed = false;
-};
+#include "fbxrecordreader.h"
 
 struct FbxRecord {
   std::string name;
-  std::vector<FbxValue> values;
+  std::vector<FbxReadValue> values;  // their bytes live as long as the file
+  std::vector<double> numbers;       // of arrays, and those that stand one by one
   bool has_list = false;
   std::vector<FbxRecord> children;
 
@@ -27,9 +21,9 @@ struct FbxRecord {
   [[nodiscard]] const FbxRecord& child(std::string_view child_name) const;
   [[nodiscard]] std::vector<const FbxRecord*> all(std::string_view child_name) const;
   [[nodiscard]] std::int64_t integer(std::size_t i = 0) const { return values.at(i).integer; }
-  [[nodiscard]] const std::string& text(std::size_t i = 0) const { return values.at(i).bytes; }
-  // An array, or the numbers that stand one by one.
-  [[nodiscard]] std::vector<double> numbers() const;
+  [[nodiscard]] std::string text(std::size_t i = 0) const {
+    return std::string(values.at(i).bytes);
+  }
   // Calls for this record and everything below it.
   void walk(const std::function<void(const FbxRecord&)>& visit) const;
 };
@@ -40,6 +34,7 @@ struct FbxFile {
   FbxRecord main;       // its children are the top-level records
   FbxRecord extension;  // the second section; no children where there is none
   std::string footer_code;
+  std::vector<std::shared_ptr<FbxRecordFile>> readers;  // of the sections
 };
 
 FbxFile ParseFbx(const std::string& bytes);

@@ -18,16 +18,12 @@ void ExpectNear(const KFbxVector4& a, const KFbxVector4& b) {
 
 TEST(KFbxXMatrix, TurnsAboutTheFirstAxisFirst) {
   // Where the X axis goes by quarter turns about all three axes.
-  const struct {
-    EFbxRotationOrder order;
-    KFbxVector4 image;
-  } cases[] = {
+  const std::pair<EFbxRotationOrder, KFbxVector4> cases[] = {
       {eEULER_XYZ, {0, 0, -1}}, {eEULER_XZY, {0, 1, 0}}, {eEULER_YZX, {0, 1, 0}},
       {eEULER_YXZ, {-1, 0, 0}}, {eEULER_ZXY, {1, 0, 0}}, {eEULER_ZYX, {0, 0, 1}},
   };
-  for (const auto& c : cases) {
-    const KFbxXMatrix turn = KFbxXMatrix::Rotation({90, 90, 90}, c.order);
-    EXPECT_EQ(turn.MultR({1, 0, 0}), KFbxVector4(c.image[0], c.image[1], c.image[2])) << c.order;
+  for (const auto& [order, image] : cases) {
+    EXPECT_EQ(KFbxXMatrix::Rotation({90, 90, 90}, order).MultR({1, 0, 0}), image) << order;
   }
   for (const double angle : {-450., -180., -90., -30., 90., 135., 180., 270., 720., 30.}) {
     const KFbxXMatrix turn = KFbxXMatrix::Rotation({0, 0, angle});
@@ -47,8 +43,8 @@ TEST(KFbxXMatrix, IsUndoneByItsInverse) {
 }
 
 TEST(KFbxSceneEvaluator, FollowsChangesAndLongChains) {
-  const ManagerPtr manager = NewManager();
-  KFbxScene* scene = KFbxScene::Create(manager.get(), "");
+  const ScenePtr owner = NewScene();
+  KFbxScene* scene = owner.get();
   KFbxSceneEvaluator* evaluator = scene->GetEvaluator();
   constexpr int kLength = 50000;
   std::vector<KFbxNode*> chain = {scene->GetRootNode()};
@@ -79,9 +75,9 @@ TEST(KFbxSceneEvaluator, FollowsChangesAndLongChains) {
 }
 
 TEST(KFbxNode, KeepsATree) {
-  const ManagerPtr manager = NewManager();
-  KFbxScene* scene = KFbxScene::Create(manager.get(), "");
-  KFbxNode* a = AddNode(scene, "a", scene->GetRootNode());
+  const ScenePtr owner = NewScene();
+  KFbxScene* scene = owner.get();
+  KFbxNode* a = AddNode(scene, "a");
   KFbxNode* b = AddNode(scene, "b", a);
   KFbxNode* c = AddNode(scene, "c", b);
   EXPECT_FALSE(a->AddChild(a));
@@ -106,8 +102,8 @@ TEST(KFbxNode, KeepsATree) {
 }
 
 TEST(KFbxMesh, DropsPolygonsThatAreNone) {
-  const ManagerPtr manager = NewManager();
-  KFbxMesh* mesh = KFbxMesh::Create(manager.get(), "m");
+  const ScenePtr scene = NewScene();
+  KFbxMesh* mesh = KFbxMesh::Create(scene.get(), "m");
   mesh->GetControlPoints().assign(12, 0.0);
   for (const std::vector<int>& corners :
        {std::vector{0, 1}, {0, 1, 2}, std::vector<int>{}, {3, 2, 1, 0}}) {

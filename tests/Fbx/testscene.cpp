@@ -62,19 +62,6 @@ void AddSkin(TestScene* s) {
   s->mesh->AddDeformer(skin);
 }
 
-void AddBlendShape(TestScene* s) {
-  KFbxBlendShape* blend_shape = KFbxBlendShape::Create(s->scene, "face");
-  for (const char* name : {"smile", "frown"}) {
-    KFbxBlendShapeChannel* channel = KFbxBlendShapeChannel::Create(s->scene, name);
-    KFbxShape* shape = KFbxShape::Create(s->scene, name);
-    shape->AddOffset(1, 0, 0.5, 0);
-    shape->AddOffset(4, 0.25, 0, -1);
-    channel->AddTargetShape(shape);
-    blend_shape->AddBlendShapeChannel(channel);
-  }
-  s->mesh->AddDeformer(blend_shape);
-}
-
 void AddMesh(TestScene* s, const std::string& picture) {
   s->mesh_node = AddNode(s->scene, "hips_mesh", s->hips);
   s->mesh_node->LclTranslation.Set(KFbxVector4(0.5, 0, 0));
@@ -93,52 +80,53 @@ void AddMesh(TestScene* s, const std::string& picture) {
   s->mesh->SetNormals(KFbxMesh::eBY_POLYGON_VERTEX, {0, 0, 1, 0, 0, -1}, {0, 0, 0, 1, 1, 1, 1});
 }
 
-void AddBindPose(KFbxScene* scene) {
-  KFbxPose* pose = KFbxPose::Create(scene, "BindPose");
+void AddBindPose(TestScene* s) {
+  KFbxPose* pose = KFbxPose::Create(s->scene, "BindPose");
   pose->SetIsBindPose(true);
-  std::vector<KFbxNode*> waiting = {scene->GetRootNode()};
-  while (!waiting.empty()) {
-    KFbxNode* node = waiting.back();
-    waiting.pop_back();
-    pose->Add(node, scene->GetEvaluator()->GetNodeGlobalTransform(node));
-    for (int i = 0; i < node->GetChildCount(); ++i) waiting.push_back(node->GetChild(i));
+  for (KFbxNode* node : {s->scene->GetRootNode(), s->hips, s->mesh_node, s->spine, s->head}) {
+    pose->Add(node, s->scene->GetEvaluator()->GetNodeGlobalTransform(node));
   }
-  scene->AddPose(pose);
+  s->scene->AddPose(pose);
 }
 
 }  // namespace
 
-ManagerPtr NewManager() {
-  return {KFbxSdkManager::Create(), [](KFbxSdkManager* manager) { manager->Destroy(); }};
+ScenePtr NewScene() {
+  return {KFbxScene::Create(KFbxSdkManager::Create(), ""),
+          [](KFbxScene* scene) { scene->GetFbxSdkManager()->Destroy(); }};
 }
 
-TestScene::TestScene(const std::string& picture)
-    : manager(NewManager()), scene(KFbxScene::Create(manager.get(), "")) {
-  KFbxDocumentInfo* info = KFbxDocumentInfo::Create(manager.get(), "SceneInfo");
+TestScene::TestScene(const std::string& picture) {
+  KFbxDocumentInfo* info = KFbxDocumentInfo::Create(scene, "SceneInfo");
   info->mTitle = "A title";
   info->mAuthor = "An author";
   scene->SetSceneInfo(info);
-  hips = AddBone(scene, "hips", scene->GetRootNode(), {1, 90, 3}, {0, 0, 0}, eEULER_XYZ);
+  hips = AddBone(scene, "hips", nullptr, {1, 90, 3}, {0, 0, 0}, eEULER_XYZ);
   spine = AddBone(scene, "spine", hips, {0, 10, 0}, {30, -20, 75}, eEULER_ZYX);
   head = AddBone(scene, "head", spine, {0, 20, 1}, {-90, 0, 45}, eEULER_YZX);
   AddMesh(this, picture);
   AddSkin(this);
-  AddBlendShape(this);
-  AddBindPose(scene);
+  addBlendShape("face", {"smile", "frown"});
+  AddBindPose(this);
+}
+
+void TestScene::addBlendShape(const char* name, const std::vector<const char*>& sliders) const {
+  KFbxBlendShape* blend_shape = KFbxBlendShape::Create(scene, name);
+  for (const char* slider : sliders) {
+    KFbxBlendShapeChannel* channel = KFbxBlendShapeChannel::Create(scene, slider);
+    KFbxShape* shape = KFbxShape::Create(scene, slider);
+    shape->AddOffset(1, 0, 0.5, 0);
+    shape->AddOffset(4, 0.25, 0, -1);
+    channel->AddTargetShape(shape);
+    blend_shape->AddBlendShapeChannel(channel);
+  }
+  mesh->AddDeformer(blend_shape);
 }
 
 KFbxNode* AddNode(KFbxScene* scene, const char* name, KFbxNode* parent) {
   KFbxNode* node = KFbxNode::Create(scene, name);
-  parent->AddChild(node);
+  (parent == nullptr ? scene->GetRootNode() : parent)->AddChild(node);
   return node;
-}
-
-bool Save(KFbxScene* scene, const std::string& path, int format) {
-  KFbxExporter* exporter = KFbxExporter::Create(scene, "");
-  exporter->GetIOSettings()->SetBoolProp(EXP_FBX_EMBEDDED, true);
-  const bool saved = exporter->Initialize(path.c_str(), format) && exporter->Export(scene);
-  exporter->Destroy();
-  return saved;
 }
 
 std::string SavedBytes(KFbxScene* scene, int format) {

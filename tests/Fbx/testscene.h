@@ -14,17 +14,20 @@
 class KFbxMesh;
 class KFbxNode;
 
-using ManagerPtr = std::unique_ptr<KFbxSdkManager, void (*)(KFbxSdkManager*)>;
-ManagerPtr NewManager();
+// An empty scene with a manager of its own, which goes with it.
+using ScenePtr = std::unique_ptr<KFbxScene, void (*)(KFbxScene*)>;
+ScenePtr NewScene();
 
 // Three bones of different rotation orders and pre-rotations, and under the first a mesh of two
 // points per bone: a triangle in a textured and a quad in a plain material, a skin, a blend shape
 // of two channels, and a bind pose of every node.
 struct TestScene {
   explicit TestScene(const std::string& picture = "/nowhere/checker.png");
+  // Another blend shape of the mesh, with a channel for each slider.
+  void addBlendShape(const char* name, const std::vector<const char*>& sliders) const;
 
-  ManagerPtr manager;
-  KFbxScene* scene;
+  ScenePtr owner = NewScene();
+  KFbxScene* scene = owner.get();
   KFbxNode* hips;
   KFbxNode* spine;
   KFbxNode* head;
@@ -32,12 +35,10 @@ struct TestScene {
   KFbxMesh* mesh;
 };
 
-// A node of the scene under a parent.
-KFbxNode* AddNode(KFbxScene* scene, const char* name, KFbxNode* parent);
+// A node of the scene under a parent, the root where none is given.
+KFbxNode* AddNode(KFbxScene* scene, const char* name, KFbxNode* parent = nullptr);
 
-// Saves the scene in the format of this index, embedding pictures; the exporter's answer.
-bool Save(KFbxScene* scene, const std::string& path, int format);
-// The same in memory; empty on a failure.
+// What the scene is saved as in the format of this index, with pictures; empty on a failure.
 std::string SavedBytes(KFbxScene* scene, int format);
 
 // Saves the scene, expects that the file is good and takes it apart. Warnings are forgotten.

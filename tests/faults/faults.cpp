@@ -122,40 +122,24 @@ ssize_t read(int fd, void* to, std::size_t size) {
   static const auto real = Real(&read, "read");
   return real(fd, to, size);
 }
-ssize_t write(int fd, const void* from, std::size_t size) {
-  if (Fails("write")) return -1;
-  static const auto real = Real(&write, "write");
-  return real(fd, from, size);
-}
-ssize_t pwrite(int fd, const void* from, std::size_t size, off_t offset) {
-  if (Fails("pwrite")) return -1;
-  static const auto real = Real(&pwrite, "pwrite");
-  return real(fd, from, size, offset);
-}
 int close(int fd) {
   static const auto real = Real(&close, "close");
   const int result = real(fd);
   return Fails("close") ? -1 : result;  // a file is closed even where that fails
 }
-int fsync(int fd) {
-  if (Fails("fsync")) return -1;
-  static const auto real = Real(&fsync, "fsync");
-  return real(fd);
-}
-int fchmod(int fd, mode_t mode) {
-  if (Fails("fchmod")) return -1;
-  static const auto real = Real(&fchmod, "fchmod");
-  return real(fd, mode);
-}
-int linkat(int from_fd, const char* from, int to_fd, const char* to, int flags) {
-  if (Fails("linkat")) return -1;
-  static const auto real = Real(&linkat, "linkat");
-  return real(from_fd, from, to_fd, to, flags);
-}
-int rename(const char* from, const char* to) {
-  if (Fails("rename")) return -1;
-  static const auto real = Real(&rename, "rename");
-  return real(from, to);
-}
+
+// A call that fails where it is to, and else does what it does.
+#define KESTRIX_FALLIBLE(result, name, parameters, arguments) \
+  result name parameters {                                    \
+    if (Fails(#name)) return -1;                              \
+    static const auto real = Real(&name, #name);              \
+    return real arguments;                                    \
+  }
+KESTRIX_FALLIBLE(ssize_t, write, (int fd, const void* from, std::size_t size), (fd, from, size))
+KESTRIX_FALLIBLE(int, fsync, (int fd), (fd))
+KESTRIX_FALLIBLE(int, fchmod, (int fd, mode_t mode), (fd, mode))
+KESTRIX_FALLIBLE(int, linkat, (int from_fd, const char* from, int to_fd, const char* to, int flags),
+                 (from_fd, from, to_fd, to, flags))
+KESTRIX_FALLIBLE(int, rename, (const char* from, const char* to), (from, to))
 }
 // NOLINTEND(bugprone-reserved-identifier)

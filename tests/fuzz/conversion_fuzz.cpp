@@ -26,10 +26,7 @@ struct Choices {
 };
 
 void CheckNumbers(const FbxRecord& record) {
-  for (const FbxValue& value : record.values) {
-    BtAssert(std::isfinite(value.number));
-    for (const double number : value.numbers) BtAssert(std::isfinite(number));
-  }
+  for (const double number : record.numbers) BtAssert(std::isfinite(number));
 }
 
 void Export(KFbxSdkManager* manager, KFbxScene* scene, const Choices& choices) {

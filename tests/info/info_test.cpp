@@ -11,17 +11,12 @@
 #include "info/runtool.h"
 #include "inputs.h"
 #include "main/runprogram.h"
+#include "support/legacyerrors.h"
+#include "support/mappingtexts.h"
 
 namespace {
 
 using Json = nlohmann::json;
-
-// A body with a triangle, and a mapping of nothing: a short file to take apart.
-constexpr const char* kSmallModel =
-    "Zov Graphic Model File\nv1.30\nX\n a\n 1\n p\n 0\n 1 0 0 0 1 0 0 0 1 1 2 3\nM 1 m\n 3 1 1 1 "
-    "0\n"
-    "F 1 1 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n";
-constexpr const char* kNoMaps = "Zov Graphic Mapping File\nv1.0\n0\n0\n";
 
 Json InfoOf(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), {"info", "--json"});
@@ -102,16 +97,23 @@ TEST(Info, TellsWhatTheSamplesAre) {
   EXPECT_EQ(texture["bytes"], 26764);
 }
 
+const std::pair<std::string, int> kReleases[] = {{"2011", 7100}, {"2010", 6100}};
+
+// Answers the path of the FBX file.
+std::string Convert(const TestFolder& folder, const std::string& release, const std::string& model,
+                    const std::string& mapping) {
+  std::string fbx = folder.path("out.fbx");
+  EXPECT_EQ(RunKestrix({"-mb_version", release, model, mapping, fbx}).status, 0);
+  return fbx;
+}
+
 TEST(Info, ReadsTheFilesThatTheConverterWrites) {
   const TestFolder folder;
-  for (const std::string release : {"2011", "2010"}) {
+  for (const auto& [release, version] : kReleases) {
     SCOPED_TRACE(release);
-    const std::string fbx = folder.path("robot.fbx");
-    ASSERT_EQ(RunKestrix({"-mb_version", release, Sample("robot-v2.mdl"), Sample("robot.dof"), fbx})
-                  .status,
-              0);
+    const std::string fbx = Convert(folder, release, Sample("robot-v2.mdl"), Sample("robot.dof"));
     const Json facts = InfoOf({fbx})["fbx"];
-    EXPECT_EQ(facts["version"], release == "2011" ? 7100 : 6100);
+    EXPECT_EQ(facts["version"], version);
     EXPECT_EQ(facts["nodes"].size(), 44U);
     EXPECT_EQ(facts["meshes"][0]["polygons"], 3234);
     EXPECT_EQ(facts["meshes"][0]["shapes"], Json::parse(R"(["Angry", "Surprised", "Sad"])"));
@@ -128,13 +130,16 @@ TEST(Info, SurvivesDamagedFbxFiles) {
     EXPECT_EQ(HasError(TakeMessages()), !good);
     return good;
   };
-  const std::string small = folder.write("small.mdl", kSmallModel);
-  for (const std::string release : {"2011", "2010"}) {
-    const std::string fbx = folder.path("out.fbx");
-    ASSERT_EQ(
-        RunKestrix({"-mb_version", release, small, folder.write("m.dof", kNoMaps), fbx}).status, 0);
-    std::string bytes = ReadFile(fbx);
+  // A body with a triangle, and a mapping of nothing: a short file.
+  folder.write("m.mdl", kBasicModel + "F 1 1 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n");
+  folder.write("m.dof", MappingText(0, 0, ""));
+  for (const auto& [release, version] : kReleases) {
+    std::string bytes =
+        ReadFile(Convert(folder, release, folder.path("m.mdl"), folder.path("m.dof")));
     ASSERT_TRUE(read(bytes));
+    std::string shorter = bytes;  // a number of four bytes said to have one
+    shorter[shorter.find("VersionI") + 7] = 'C';
+    EXPECT_FALSE(read(shorter));
     // The tail says whether a file is whole; with a tail put behind it, a cut must be noticed by
     // the records. 6.1 has a summary behind the tail of what counts.
     const std::string tail = bytes.substr(bytes.size() - 16);
@@ -144,9 +149,7 @@ TEST(Info, SurvivesDamagedFbxFiles) {
       cut += tail;
       read(cut);
     }
-    ASSERT_EQ(
-        RunKestrix({"-mb_version", release, Sample("fox.mdl"), Sample("fox.dof"), fbx}).status, 0);
-    bytes = ReadFile(fbx);
+    bytes = ReadFile(Convert(folder, release, Sample("fox.mdl"), Sample("fox.dof")));
     std::mt19937 random(1);
     for (int round = 0; round < 1500; ++round) {
       std::string changed = bytes;

@@ -1,8 +1,12 @@
-// What the program says of input that it refuses, and that it leaves nothing behind.
+// What the program says of input that it refuses, and that it leaves nothing behind, also of input
+// that no one meant to be converted, and where users change their minds.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <csignal>
+#include <cstdlib>
 #include <utility>
 
 #include "builtscene.h"
@@ -12,37 +16,30 @@
 
 namespace {
 
-using Files = std::vector<std::pair<std::string, std::string>>;  // name and content
-
-constexpr const char* kRows = "1 0 0 0 1 0 0 0 1 0 0 0";
-const std::string kGoodModel = kBasicModel + "F 1 1 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n";
-
-// A model of body 1 and these records.
-std::string Model(const std::string& records) { return kGoodModel + records; }
+const std::string kTriangle = " 1 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n";
+const std::string kGoodModel = kBasicModel + "F 1" + kTriangle;
 
 class BadInput : public testing::Test {
  protected:
-  BadInput() { write({{"good.mdl", kGoodModel}, {"good.dof", OneBody("")}}); }
-
-  void write(const Files& files) const {
-    for (const auto& [name, content] : files) _folder.write(name, content);
+  BadInput() {
+    _folder.write("good.mdl", kGoodModel);
+    _folder.write("good.dof", OneBody(""));
   }
 
-  // Runs the program on the folder and expects this error: nothing new in the folder, and nothing
-  // lost.
+  // Runs the program on the folder, where every other run finds the output of an earlier one, and
+  // expects this error: nothing new in the folder, and nothing lost.
   void expectError(const std::vector<std::string>& arguments, const std::string& lines) const {
-    const std::vector<std::string> names = _folder.names();
-    const RunResult result = RunKestrix(arguments, _folder.path());
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.err, PrintedError(lines));
-    EXPECT_EQ(_folder.names(), names);
-    const bool had_output = std::find(names.begin(), names.end(), "out.fbx") != names.end();
-    EXPECT_EQ(_folder.read("out.fbx"), had_output ? kOlder : "");
-  }
-
-  // Every other run finds the output of an earlier one.
-  void toggleOlderOutput() const {
-    if (!std::filesystem::remove(_folder.path("out.fbx"))) write({{"out.fbx", kOlder}});
+    SCOPED_TRACE(lines);
+    for (const bool had_output : {false, true}) {
+      if (had_output) _folder.write("out.fbx", kOlder);
+      const std::vector<std::string> names = _folder.names();
+      const RunResult result = RunKestrix(arguments, _folder.path());
+      EXPECT_EQ(result.status, 1);
+      EXPECT_EQ(result.err, PrintedError(lines));
+      EXPECT_EQ(_folder.names(), names);
+      EXPECT_EQ(_folder.read("out.fbx"), had_output ? kOlder : "");
+    }
+    std::filesystem::remove(_folder.path("out.fbx"));
   }
 
   TestFolder _folder;
@@ -50,23 +47,18 @@ class BadInput : public testing::Test {
 
 TEST_F(BadInput, FilesThatCannotBeReadOrWrittenAreNamed) {
   std::filesystem::create_directory(_folder.path("dir"));
-  write({{"locked", kGoodModel}});
-  std::filesystem::permissions(_folder.path("locked"), std::filesystem::perms::none);
+  std::filesystem::permissions(_folder.write("locked", kGoodModel), std::filesystem::perms::none);
   std::filesystem::create_symlink("nowhere", _folder.path("dangling"));
   const std::string long_name(300, 'n');
   const auto unwritten = [](const std::string& name, const std::string& reason) {
     return "Unable to save the fbx.|Unable to write '" + name + "': " + reason + ".";
   };
-  const struct {
-    std::vector<std::string> arguments;
-    std::string lines;
-  } cases[] = {
+  for (const std::string name : {"no.mdl", "", "dir", "dangling", "locked", "good.mdl/a"}) {
+    if (name == "locked" && geteuid() == 0) continue;  // the superuser reads it
+    expectError({name, "good.dof", "out.fbx"}, "Unable to open '" + name + "'.");
+  }
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{"no.mdl", "no.dof", "out.fbx"}, "Unable to open 'no.mdl'."},
-      {{"", "no.dof", "out.fbx"}, "Unable to open ''."},
-      {{"dir", "good.dof", "out.fbx"}, "Unable to open 'dir'."},
-      {{"dangling", "good.dof", "out.fbx"}, "Unable to open 'dangling'."},
-      {{"locked", "good.dof", "out.fbx"}, "Unable to open 'locked'."},
-      {{"good.mdl/a", "good.dof", "out.fbx"}, "Unable to open 'good.mdl/a'."},
       // Opens, but every read of it fails.
       {{"/proc/self/mem", "good.dof", "out.fbx"},
        "Unable to read '/proc/self/mem'.|File is not a valid Zov Graphic Model File.|"
@@ -83,8 +75,6 @@ TEST_F(BadInput, FilesThatCannotBeReadOrWrittenAreNamed) {
        "Unsupported MB version \"2012\"."},
       {{"good.mdl", "good.dof", "no/out.fbx"},
        unwritten("no/out.fbx", "No such file or directory")},
-      {{"good.mdl", "good.dof", "good.mdl/out.fbx"},
-       unwritten("good.mdl/out.fbx", "Not a directory")},
       {{"good.mdl", "good.dof", "dir"}, unwritten("dir", "Is a directory")},
       {{"good.mdl", "good.dof", long_name},
        "Unable to save the fbx.|Unable to write|'" + long_name + "':|File name too long."},
@@ -93,68 +83,161 @@ TEST_F(BadInput, FilesThatCannotBeReadOrWrittenAreNamed) {
        "Unable to save the fbx.|Call to KFbxExporter::Initialize() failed.|"
        "Error returned: No file name is given."},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.lines);
-    if (c.arguments[0] == "locked" && geteuid() == 0) continue;  // the superuser reads it
-    for (int run = 0; run < 2; ++run) {
-      toggleOlderOutput();
-      expectError(c.arguments, c.lines);
-    }
-  }
+  for (const auto& [arguments, lines] : cases) expectError(arguments, lines);
 }
 
 TEST_F(BadInput, ModelsThatDoNotConvertSayWhy) {
-  write({{"part.dof", MappingText(6, 1, BodyRecord(1, 1))}});
+  const std::string no_body =
+      "The dof specifies a body with id 2, but there is no such body in the|model.";
+  const std::string good = OneBody("");
+  _folder.write("part.dof", good);
   const struct {
-    std::string model;
-    std::string mapping;
-    std::string lines;
+    std::string model, mapping, lines;
   } cases[] = {
-      {kGoodModel, MappingText(6, 1, BodyRecord(2, 1)),
-       "The dof specifies a body with id 2, but there is no such body in the|model."},
-      {kGoodModel, IncludeBlock("FILE_NAME: part.dof\nBODY_ID_OFFSET: 1"),
-       "The dof specifies a body with id 2, but there is no such body in the|model."},
-      {Model(BodyAt(2, "left arm", 1, kRows) + BodyAt(3, "left_arm", 0, kRows)), OneBody(""),
+      {kGoodModel, MappingText(6, 1, BodyRecord(2, 1)), no_body},
+      {kGoodModel, IncludeBlock("FILE_NAME: part.dof\nBODY_ID_OFFSET: 1"), no_body},
+      {kGoodModel + BodyAt(2, "left arm", 1) + BodyAt(3, "left_arm", 0), good,
        "Multiple bodies have name \"left_arm\"."},
-      {Model(BodyAt(2, "GLOBAL", 1, kRows)), OneBody(""),
-       "A body cannot have the name \"GLOBAL\"."},
-      {Model(BodyAt(2, "mirror", 1, "1 0 0 0 1 0 0 0 -1 0 0 0")), OneBody(""),
+      {kGoodModel + BodyAt(2, "GLOBAL", 1), good, "A body cannot have the name \"GLOBAL\"."},
+      {kGoodModel + BodyAt(2, "mirror", 1, "1 0 0 0 1 0 0 0 -1 0 0 0"), good,
        "Body \"mirror\" has a left-handed or degenerate transform."},
-      {Model(BodyAt(2, "flat", 1, "1 0 0 0 0 0 0 0 1 0 0 0")), OneBody(""),
+      {kGoodModel + BodyAt(2, "flat", 1, "1 0 0 0 0 0 0 0 1 0 0 0"), good,
        "Body \"flat\" has a left-handed or degenerate transform."},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.lines);
-    toggleOlderOutput();
-    write({{"bad.mdl", c.model}, {"bad.dof", c.mapping}});
+    _folder.write("bad.mdl", c.model);
+    _folder.write("bad.dof", c.mapping);
     expectError({"bad.mdl", "bad.dof", "out.fbx"}, c.lines);
   }
 }
 
 TEST_F(BadInput, WarningsLetTheRunGoOn) {
   const struct {
-    std::string model;
-    std::string mapping;
-    std::string err;
+    std::string model, mapping, err;
   } cases[] = {
-      {Model("VF 1 1 1 0 0 0 -1\n"), OneBody(""),
+      {kGoodModel + "VF 1 1 1 0 0 0 -1\n", OneBody(""),
        "Unsupported Obj type 'V'\n" + PrintedWarning("Degnerate polygon in model.")},
-      {Model(BodyAt(2, "big", 1, "2 0 0 0 2 0 0 0 2 0 0 0")), OneBody(""),
+      {kGoodModel + BodyAt(2, "big", 1, "2 0 0 0 2 0 0 0 2 0 0 0"), OneBody(""),
        PrintedWarning("The transform of body \"big\" is scaled.  The scale is not kept.")},
-      {Model("F 0 1 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n"), OneBody(""),
+      {kGoodModel + "F 0" + kTriangle, OneBody(""),
        PrintedWarning("Polygons and bones of the world (body id 0) have no body in a model|"
                       "document.  They are left out.")},
       {kGoodModel, MappingText(9, 1, BodyRecord(1, 1)),
        PrintedWarning("Mapping file specifies 9 variables, but actually uses 6 variables.")},
-      {Model("M 3 glow\n7 1.5\n0\nF 1 3 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n"), OneBody(""),
+      {kGoodModel + "M 3 glow\n7 1.5\n0\nF 1 3 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n", OneBody(""),
        PrintedWarning("Material \"glow\" has an alpha of 1.5.  It is taken as 1.")},
+      {kGoodModel + "M 3 sky\n100 1 '' -1\n0\nP 1 3 3 0 0 0 0 0 -1 0 0 1 0 0 -1 0 0 0 1 0 -1\n",
+       OneBody(""),
+       PrintedWarning("Texture file '' of material \"sky\" cannot be read in '.'.  It is not|"
+                      "embedded.")},
   };
   for (const auto& c : cases) {
-    write({{"odd.mdl", c.model}, {"odd.dof", c.mapping}, {"out.fbx", kOlder}});
+    _folder.write("odd.mdl", c.model);
+    _folder.write("odd.dof", c.mapping);
+    _folder.write("out.fbx", kOlder);
     const RunResult result = RunKestrix({"odd.mdl", "odd.dof", "out.fbx"}, _folder.path());
     EXPECT_EQ(result.status, 0) << c.err;
     EXPECT_EQ(result.err, c.err);
     EXPECT_NE(_folder.read("out.fbx"), kOlder);
+  }
+}
+
+// Converts the two texts. What was converted left an output, what was refused a message and nothing
+// else.
+RunResult Convert(const TestFolder& folder, const std::string& model, const std::string& mapping,
+                  std::vector<std::string> arguments = {}) {
+  folder.write("in.mdl", model);
+  folder.write("in.dof", mapping);
+  arguments.insert(arguments.end(), {"in.mdl", "in.dof", "out.fbx"});
+  RunResult result = RunKestrix(arguments, folder.path());
+  const bool refused = result.err.find("\n\nERROR: ") != std::string::npos;
+  EXPECT_EQ(result.status, refused ? 1 : 0) << result.err;
+  std::vector<std::string> names = {"in.dof", "in.mdl"};
+  if (!refused) names.emplace_back("out.fbx");
+  EXPECT_EQ(folder.names(), names);
+  std::filesystem::remove(folder.path("out.fbx"));
+  return result;
+}
+
+// Cuts in the middle of numbers, names, records and trees.
+TEST(HostileInput, CutFilesConvertOrSayWhatIsMissing) {
+  constexpr std::size_t kParts = 25;
+  const TestFolder folder;
+  for (const std::string sample : {"fox", "robot", "walker"}) {
+    const std::string mapping = ReadFile(Sample(sample + ".dof"));
+    for (std::size_t i = 0; i < kParts; ++i) {
+      SCOPED_TRACE(sample + ", part " + std::to_string(i));
+      for (const char* dialect : {".mdl", "-v2.mdl"}) {
+        const std::string model = ReadFile(Sample(sample + dialect));
+        Convert(folder, model.substr(0, model.size() * i / kParts), mapping);
+      }
+      const std::string cut = mapping.substr(0, mapping.size() * i / kParts);
+      EXPECT_EQ(Convert(folder, kBasicModel, cut).status, 1);
+    }
+  }
+}
+
+TEST(HostileInput, LongChainsConvert) {
+  const TestFolder folder;
+  const std::pair<int, std::vector<std::string>> cases[] = {{100000, {}},
+                                                            {20000, {"-mesh_per_body"}}};
+  for (const auto& [bodies, arguments] : cases) {
+    std::string model = kHeader + "M 1 m\n0\n";
+    for (int id = 1; id <= bodies; ++id) {
+      model += LegacyBody("b" + std::to_string(id), id, id - 1);
+      model += "F " + std::to_string(id) + kTriangle;
+    }
+    EXPECT_EQ(Convert(folder, model, kEmptyDof, arguments).status, 0);
+  }
+}
+
+// The first signal asks the program to stop, wherever it is; the second one ends it.
+TEST(Cancel, LeavesNothingBehind) {
+  std::string model = kBasicModel;
+  for (int i = 0; i < 200000; ++i) model += "F 1" + kTriangle;
+  const TestFolder folder;
+  folder.write("in.mdl", model);
+  folder.write("in.dof", kEmptyDof);
+  int canceled = 0;
+  for (const int milliseconds : {0, 0, -1, 5, -20, 50, 100, -150, 200, -300, 400, -500}) {
+    folder.write("out.fbx", kOlder);
+    StartedKestrix program({"in.mdl", "in.dof", "out.fbx"}, folder.path());
+    program.waitForOutput();
+    usleep(static_cast<useconds_t>(std::abs(milliseconds) * 1000));
+    program.interrupt();
+    if (milliseconds < 0) program.interrupt();
+    const RunResult result = program.wait();
+    EXPECT_EQ(folder.names(), (std::vector<std::string>{"in.dof", "in.mdl", "out.fbx"}));
+    if (result.status == 0) {  // it had ended, or had nothing left to be stopped
+      EXPECT_EQ(result.err, "");
+      EXPECT_NE(folder.read("out.fbx"), kOlder);
+      continue;
+    }
+    EXPECT_EQ(folder.read("out.fbx"), kOlder);
+    if (result.status == 128 + SIGINT && milliseconds < 0) continue;
+    ++canceled;
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.err.starts_with("\n\nERROR: ")) << result.err;
+    EXPECT_TRUE(result.err.ends_with(" Canceled.\n\n")) << result.err;
+  }
+  EXPECT_GT(canceled, 0);
+}
+
+// Opening a pipe that nobody writes to, and reading one that stays empty.
+TEST(Cancel, EndsTheWaitForAPipe) {
+  for (const bool has_writer : {false, true}) {
+    const TestFolder folder;
+    ASSERT_EQ(mkfifo(folder.path("in.mdl").c_str(), 0600), 0);
+    StartedKestrix program({"in.mdl", "in.dof", "out.fbx"}, folder.path());
+    program.waitForOutput();
+    const int writer = has_writer ? open(folder.path("in.mdl").c_str(), O_WRONLY | O_CLOEXEC) : -1;
+    usleep(300000);
+    program.interrupt();
+    const RunResult result = program.wait();
+    if (has_writer) close(writer);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_TRUE(result.err.ends_with(" Canceled.\n\n")) << result.err;
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"in.mdl"});
   }
 }
 

@@ -16,18 +16,19 @@ constexpr const char* kUsage =
     "\nVersion:\n  0.9.0a (FBXSDK201103)\n\nReleased:\n  March 29, 2012\n"
     "\nCopyright (c) 2012\nVemra Studios\nAll rights reserved.\n\n";
 
-TEST(CommandLine, PrintsUsageWithoutArguments) {
-  const RunResult result = RunKestrix({});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.out, kUsage);
-  EXPECT_EQ(result.err, "");
+// Runs the program and expects these ends of it.
+void ExpectRun(const std::vector<std::string>& arguments, int status, const std::string& out,
+               const std::string& err) {
+  SCOPED_TRACE(testing::PrintToString(arguments));
+  const RunResult result = RunKestrix(arguments);
+  EXPECT_EQ(result.status, status);
+  EXPECT_EQ(result.out, out);
+  EXPECT_EQ(result.err, err);
 }
 
-TEST(CommandLine, RefusesBadArgumentsBeforeReadingAnything) {
-  const struct {
-    std::vector<std::string> arguments;
-    std::string err;
-  } cases[] = {
+TEST(CommandLine, PrintsUsageOrRefusesBadArgumentsBeforeReadingAnything) {
+  ExpectRun({}, 0, kUsage, "");
+  const std::pair<std::vector<std::string>, const char*> cases[] = {
       {{"-mesh_per_body"}, "Expecting model file name.\n"},
       {{""}, "Expecting dof file name.\n"},
       {{"a.mdl"}, "Expecting dof file name.\n"},
@@ -36,47 +37,44 @@ TEST(CommandLine, RefusesBadArgumentsBeforeReadingAnything) {
       {{"a", "b", "c", ""}, "Unexpected parameter \"\".\n"},
       {{"-scale_factor"}, "No value specified for -scale_factor.\n"},
       {{"-mb_version"}, "No value specified for -mb_version.\n"},
-      {{"-scale_factor", "0", "a", "b", "c"}, "Invalid value for -scale_factor.\n"},
-      {{"-scale_factor", "-1", "a", "b", "c"}, "Invalid value for -scale_factor.\n"},
-      {{"-scale_factor", "abc", "a", "b", "c"}, "Invalid value for -scale_factor.\n"},
-      {{"-scale_factor", "nan", "a", "b", "c"}, "Invalid value for -scale_factor.\n"},
-      {{"-scale_factor", "1e99", "a", "b", "c"}, "Invalid value for -scale_factor.\n"},
-      {{"-scale_factor", "1e-99", "a", "b", "c"}, "Invalid value for -scale_factor.\n"},
       {{"-Mesh_per_body", "a", "b", "c"}, "Unexpected option \"-Mesh_per_body\".\n"},
       {{"-", "a", "b", "c"}, "Unexpected option \"-\".\n"},
       {{"--help"}, "Unexpected option \"--help\".\n"},
       // Negative numbers are file names.
       {{"-5", "-0.5"}, "Expecting fbx file name.\n"},
   };
-  for (const auto& c : cases) {
-    const RunResult result = RunKestrix(c.arguments);
-    EXPECT_EQ(result.status, 1) << c.err;
-    EXPECT_EQ(result.out, "");
-    EXPECT_EQ(result.err, c.err);
+  for (const auto& [arguments, err] : cases) ExpectRun(arguments, 1, "", err);
+  for (const char* factor : {"0", "-1", "abc", "nan", "1e99", "1e-99"}) {
+    ExpectRun({"-scale_factor", factor, "a", "b", "c"}, 1, "",
+              "Invalid value for -scale_factor.\n");
   }
 }
 
-TEST(CommandLine, ConvertsAndSaysWhatItDoes) {
-  const TestFolder folder;
-  const std::string fbx = folder.path("fox.fbx");
-  // The last of a repeated option counts.
-  const RunResult result = RunKestrix({"-scale_factor", "7", "-scale_factor", "2.54abc",
-                                       Sample("fox.mdl"), Sample("fox.dof"), fbx});
-  EXPECT_EQ(result.status, 0);
-  EXPECT_EQ(result.err, "");
-  EXPECT_EQ(result.out,
-            "Reading " + Sample("fox.mdl") + "\nConverting to fbx...\nSaving " + fbx + "\n");
-  EXPECT_EQ(folder.names(), std::vector<std::string>{"fox.fbx"});
+TEST(CommandLine, ConvertsToTheFileVersionAndSaysWhatItDoes) {
+  const std::pair<std::string, int> cases[] = {
+      {"2011", 7100}, {"2010", 6100},  {"2009", 6100}, {"2006", 6100}, {"7.5", 6100},
+      {"201", 7100},  {"200", 6100},   {"", 7100},     {"2012", 0},    {"FBX", 0},
+      {"7.50", 0},    {"20110", 7100}, {"2011000", 0}};  // 0 where no writer fits
+  for (const auto& [mb_version, file_version] : cases) {
+    const TestFolder folder;
+    const std::string fbx = folder.path("w.fbx");
+    // The last of a repeated option counts. The version is looked up only once the scene stands.
+    ExpectRun(
+        {"-scale_factor", "7", "-scale_factor", "2.54abc", "-mb_version", mb_version,
+         Sample("walker.mdl"), Sample("walker.dof"), fbx},
+        file_version == 0 ? 1 : 0,
+        "Reading " + Sample("walker.mdl") + "\nConverting to fbx...\nSaving " + fbx + "\n",
+        file_version == 0 ? PrintedError("Unsupported MB version \"" + mb_version + "\".") : "");
+    EXPECT_EQ(folder.names().size(), file_version == 0 ? 0U : 1U);
+    EXPECT_EQ(ParseFbx(ReadFile(fbx)).version, file_version) << mb_version;
+  }
 }
 
 TEST(CommandLine, GivesTheSameBytesEverywhere) {
   const TestFolder folder;
   const struct {
     std::string model_folder;
-    const char* target;
-    const char* directory;
-    const char* locale;
-    const char* time_zone;
+    const char *target, *directory, *locale, *time_zone;
   } runs[] = {
       {Sample(""), "a.fbx", "", "C", "UTC"},
       {Sample(""), "other.fbx", "", "C", "UTC"},
@@ -105,33 +103,6 @@ TEST(CommandLine, GivesTheSameBytesEverywhere) {
     }
   }
   for (const char* variable : {"LOCPATH", "LC_ALL", "TZ"}) unsetenv(variable);
-}
-
-TEST(CommandLine, ChoosesTheFileVersion) {
-  const struct {
-    const char* mb_version;
-    int file_version;  // 0 where no writer fits
-  } cases[] = {{"2011", 7100}, {"2010", 6100},  {"2009", 6100}, {"2006", 6100}, {"7.5", 6100},
-               {"201", 7100},  {"200", 6100},   {"", 7100},     {"2012", 0},    {"FBX", 0},
-               {"7.50", 0},    {"20110", 7100}, {"2011000", 0}};
-  for (const auto& c : cases) {
-    const TestFolder folder;
-    const std::string fbx = folder.path("w.fbx");
-    const RunResult result =
-        RunKestrix({"-mb_version", c.mb_version, Sample("walker.mdl"), Sample("walker.dof"), fbx});
-    // The version is looked up only once the scene stands.
-    EXPECT_EQ(result.out,
-              "Reading " + Sample("walker.mdl") + "\nConverting to fbx...\nSaving " + fbx + "\n");
-    if (c.file_version == 0) {
-      EXPECT_EQ(result.status, 1);
-      EXPECT_EQ(result.err,
-                PrintedError("Unsupported MB version \"" + std::string(c.mb_version) + "\"."));
-      EXPECT_TRUE(folder.names().empty());
-      continue;
-    }
-    EXPECT_EQ(result.status, 0) << c.mb_version << result.err;
-    EXPECT_EQ(ParseFbx(ReadFile(fbx)).version, c.file_version) << c.mb_version;
-  }
 }
 
 }  // namespace

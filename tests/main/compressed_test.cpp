@@ -5,7 +5,6 @@
 #include <filesystem>
 
 #include "bamapping.h"
-#include "bamodel.h"
 #include "bamodeldata.h"
 #include "btexcept.h"
 #include "runprogram.h"
@@ -15,25 +14,21 @@ namespace {
 TEST(Compressed, FilesConvertLikePlainOnes) {
   const TestFolder folder;
   std::filesystem::copy(KESTRIX_SAMPLES, folder.path());
-  for (const char* const name : {"robot.mdl", "robot.dof", "robot-v2.mdl"}) {
-    const std::string file = folder.path(name);
-    ASSERT_EQ(std::system(("gzip -k " + file).c_str()), 0);  // NOLINT(cert-env33-c)
-    ASSERT_EQ(std::system(("compress <" + file + " >" + file + ".Z").c_str()), 0);  // NOLINT
-  }
+  const std::string command = "cd " + folder.path() +
+                              " && for file in robot.mdl robot.dof robot-v2.mdl; do"
+                              " gzip -k $file && compress <$file >$file.Z; done";
+  ASSERT_EQ(std::system(command.c_str()), 0);  // NOLINT(cert-env33-c)
   const auto run = [&folder](const std::string& model, const std::string& mapping) {
     std::filesystem::remove(folder.path("out.fbx"));
     return RunKestrix({model, mapping, "out.fbx"}, folder.path());
   };
-  const auto convert = [&](const std::string& model, const std::string& mapping) {
-    EXPECT_EQ(run(model, mapping).err, "");
-    return folder.read("out.fbx");
-  };
   for (const std::string model : {"robot.mdl", "robot-v2.mdl"}) {
-    const std::string plain = convert(model, "robot.dof");
+    EXPECT_EQ(run(model, "robot.dof").err, "");
+    const std::string plain = folder.read("out.fbx");
     EXPECT_GT(plain.size(), 10000U);
-    for (const char* const extension : {".gz", ".Z"}) {
-      EXPECT_TRUE(convert(model + extension, std::string("robot.dof") + extension) == plain)
-          << model << extension;
+    for (const std::string extension : {".gz", ".Z"}) {
+      EXPECT_EQ(run(model + extension, "robot.dof" + extension).err, "");
+      EXPECT_TRUE(folder.read("out.fbx") == plain) << model << extension;
     }
   }
   // Where only the checksum is missing the text is complete, and yet the file is not whole.
@@ -51,30 +46,25 @@ TEST(Compressed, FilesConvertLikePlainOnes) {
 
 TEST(Compressed, FilesAreSavedAndReadBack) {
   const TestFolder folder;
-  for (const char* const extension : {".gz", ".Z"}) {
-    const std::string document_file = folder.path("saved.mdl") + extension;
-    const std::string mapping_file = folder.path("saved.dof") + extension;
-    BaModelData document;
-    BaUnlockedMapping mapping;
-    ASSERT_TRUE(document.read(Sample("robot-v2.mdl").c_str(), true));
-    ASSERT_TRUE(mapping.read(Sample("robot.dof").c_str(), true));
-    ASSERT_TRUE(document.save(document_file.c_str()));
-    ASSERT_TRUE(mapping.save(mapping_file.c_str()));
-    EXPECT_TRUE(ReadFile(document_file).starts_with('\x1F'));
-    BaModelData read_document;
-    BaUnlockedMapping read_mapping;
-    EXPECT_TRUE(read_document.read(document_file.c_str(), true));
-    EXPECT_TRUE(read_mapping.read(mapping_file.c_str(), true));
-    EXPECT_EQ(read_document.bodies().count(), document.bodies().count());
-    EXPECT_TRUE(read_mapping == mapping);
-  }
-  // A full disk.
   std::filesystem::create_symlink("/dev/full", folder.path("full.gz"));
-  EXPECT_FALSE(BaModelData().save(folder.path("full.gz").c_str()));
-  EXPECT_TRUE(BtError());
-  theExceptObj.clear();
-  EXPECT_FALSE(BaUnlockedMapping().save(folder.path("full.gz").c_str()));
-  theExceptObj.clear();
+  // The file of the first one is what the second one reads.
+  const auto save_and_read = [&folder](const char* sample, const std::string& name, auto* files) {
+    EXPECT_TRUE(files[0].read(Sample(sample).c_str(), true));
+    EXPECT_FALSE(files[0].save(folder.path("full.gz").c_str()));
+    EXPECT_TRUE(BtError());
+    theExceptObj.clear();
+    EXPECT_TRUE(files[0].save(folder.path(name).c_str()));
+    EXPECT_TRUE(folder.read(name).starts_with('\x1F'));
+    EXPECT_TRUE(files[1].read(folder.path(name).c_str(), true));
+  };
+  for (const std::string extension : {".gz", ".Z"}) {
+    BaModelData documents[2];
+    BaUnlockedMapping mappings[2];
+    save_and_read("robot-v2.mdl", "saved.mdl" + extension, documents);
+    save_and_read("robot.dof", "saved.dof" + extension, mappings);
+    EXPECT_EQ(documents[1].bodies().count(), documents[0].bodies().count());
+    EXPECT_TRUE(mappings[1] == mappings[0]);
+  }
 }
 
 }  // namespace

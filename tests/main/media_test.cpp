@@ -1,64 +1,49 @@
-// Which pictures a converted file holds, under which names, and which texture shows which.
+// Pictures: what they are called in a scene, and which texture of a converted file shows which.
 #include <gtest/gtest.h>
 
+#include <iomanip>
 #include <map>
 #include <set>
 #include <sstream>
+#include <tuple>
 
 #include "Fbx/fbxfamily.h"
 #include "builtscene.h"
+#include "picture.h"
 #include "runprogram.h"
 #include "support/printed.h"
 
 namespace {
 
-// What a texture shows.
-struct Shown {
-  std::string file_name;
-  std::string relative_name;
-  std::string content;  // empty where nothing is embedded
-  bool operator==(const Shown&) const = default;
-};
-
-void PrintTo(const Shown& shown, std::ostream* os) {
-  *os << shown.file_name << " | " << shown.relative_name << " | " << shown.content;
+TEST(Picture, NamesDifferInTheirLastComponent) {
+  PictureNames names;
+  const std::pair<const char*, const char*> cases[] = {
+      {"a/skin.png", "a/skin.png"},
+      {"b/skin.png", "b/skin_2.png"},
+      {"c/Skin.PNG", "c/Skin_3.PNG"},
+      {"skin_2.png", "skin_2_2.png"},
+      {"noext", "noext"},
+      {"d.d/noext", "d.d/noext_2"},
+      {"x\\skin.png", "x\\skin_4.png"},
+      {".hidden", ".hidden"},
+  };
+  for (const auto& [name, unique] : cases) EXPECT_EQ(names.unique(name), unique);
 }
 
-struct MediaCase {
-  const char* what;
-  std::vector<std::string> names;  // in the model, one for each material
-  std::vector<Shown> shown;        // one for each material
-  std::string err = "";
-};
-
-// In quotes, with a backslash before every character that needs one.
-std::string Quoted(const std::string& name) {
-  std::string quoted = "\"";
-  for (const char c : name) {
-    if (c == '\\') quoted += '\\';
-    quoted += c;
-  }
-  return quoted + '"';
-}
+// What a texture shows: file name, relative name, and content, empty where nothing is embedded.
+using Shown = std::tuple<std::string, std::string, std::string>;
 
 // A triangle for each material.
-std::string ModelWith(const std::vector<std::string>& names) {
+std::string ModelWith(const std::vector<std::string>& pictures) {
   std::ostringstream text;
-  text << kHeader << BodyAt(1, "a", 0, "1 0 0 0 1 0 0 0 1 0 0 0");
+  text << kHeader << BodyAt(1, "a", 0);
   int id = 0;
-  for (const std::string& name : names) {
+  for (const std::string& name : pictures) {
     ++id;
-    text << "M " << id << " coat" << id << "\n100 1 " << Quoted(name) << " -1\n0\n";
+    text << "M " << id << " coat" << id << "\n100 1 " << std::quoted(name) << " -1\n0\n";
     text << "P 1 " << id << " 3 0 0 0 0 0 -1 1 0 1 0 0 -1 0 1 0 1 " << id << " -1\n";
   }
   return text.str();
-}
-
-Shown ReadVideo(const FbxRecord& video) {
-  const std::vector<const FbxRecord*> contents = video.all("Content");
-  const bool embedded = !contents.empty() && !contents.front()->values.empty();
-  return {video.child("Filename").text(), video.child("RelativeFilename").text(),
-          embedded ? contents.front()->text() : ""};
 }
 
 // What each texture shows, which must agree with the names that the texture has itself.
@@ -67,14 +52,20 @@ std::vector<Shown> ReadTextures(const Family& family, const FbxFile& file) {
   const auto parents = family.connections(file);
   std::map<std::string, Shown> shown_by;
   for (const FbxRecord* video : objects.all("Video")) {
-    const auto [first, last] = parents.equal_range(family.key(video->values.at(0)));
-    for (auto pair = first; pair != last; ++pair) shown_by[pair->second] = ReadVideo(*video);
+    const auto contents = video->all("Content");
+    const bool embedded = !contents.empty() && !contents.front()->values.empty();
+    const auto [first, last] = parents.equal_range(family.key(*video));
+    for (auto pair = first; pair != last; ++pair) {
+      shown_by[pair->second] = {video->child("Filename").text(),
+                                video->child("RelativeFilename").text(),
+                                embedded ? contents.front()->text() : ""};
+    }
   }
   std::vector<Shown> textures;
   for (const FbxRecord* texture : objects.all("Texture")) {
-    textures.push_back(shown_by[family.key(texture->values.at(0))]);
-    EXPECT_EQ(texture->child("FileName").text(), textures.back().file_name);
-    EXPECT_EQ(texture->child("RelativeFilename").text(), textures.back().relative_name);
+    textures.push_back(shown_by[family.key(*texture)]);
+    EXPECT_EQ(texture->child("FileName").text(), std::get<0>(textures.back()));
+    EXPECT_EQ(texture->child("RelativeFilename").text(), std::get<1>(textures.back()));
   }
   return textures;
 }
@@ -86,14 +77,18 @@ TEST(Media, EveryPictureIsEmbeddedOnceAndFound) {
       {"red coat.png", "red"}, {"maps/f\xC3\xBC.png", "utf-8"}, {"maps/\xFC.png", "latin-1"}};
   for (const auto& [name, content] : files) folder.write(name, content);
   const std::string absolute = folder.path("skin.png");
+  const Shown skin = {"skin.png", "skin.png", "skin"};
 
-  const MediaCase cases[] = {
-      {"shared",
-       {"skin.png", "skin.png"},
-       {{"skin.png", "skin.png", "skin"}, {"skin.png", "skin.png", "skin"}}},
+  const struct {
+    const char* what;
+    std::vector<std::string> names;  // in the model, one for each material
+    std::vector<Shown> shown;        // one for each material
+    std::string err = "";
+  } cases[] = {
+      {"shared", {"skin.png", "skin.png"}, {skin, skin}},
       {"shared under several names",
        {"skin.png", "./skin.png", "a/../skin.png", absolute, "C:\\shots\\skin.png"},
-       std::vector<Shown>(5, {"skin.png", "skin.png", "skin"})},
+       std::vector<Shown>(5, skin)},
       {"one base name in several folders",
        {"a/skin.png", "b/skin.png", "skin.png"},
        {{"a/skin.png", "a/skin.png", "skin of a"},
@@ -110,13 +105,13 @@ TEST(Media, EveryPictureIsEmbeddedOnceAndFound) {
        {{"maps/\xC3\xBC.png", "maps/\xC3\xBC.png", "latin-1"}}},
       {"missing",
        {"no.png", "skin.png"},
-       {{"no.png", "no.png", ""}, {"skin.png", "skin.png", "skin"}},
+       {{"no.png", "no.png", ""}, skin},
        PrintedWarning("Texture file 'no.png' of material \"coat1\" cannot be read in '.'.  It|"
                       "is not embedded.")},
   };
-  for (const MediaCase& c : cases) {
+  folder.write("m.dof", kEmptyDof);
+  for (const auto& c : cases) {
     folder.write("m.mdl", ModelWith(c.names));
-    folder.write("m.dof", kEmptyDof);
     for (const Family& family : kFamilies) {
       const char* const version = family.has_ids ? "2011" : "2010";
       SCOPED_TRACE(std::string(c.what) + " in " + version);
@@ -127,7 +122,7 @@ TEST(Media, EveryPictureIsEmbeddedOnceAndFound) {
       const FbxFile file = ParseFbx(folder.read("m.fbx"));
       ASSERT_EQ(file.fault, "");
       std::set<std::string> pictures;
-      for (const Shown& shown : c.shown) pictures.insert(shown.file_name);
+      for (const Shown& shown : c.shown) pictures.insert(std::get<0>(shown));
       EXPECT_EQ(file.main.child("Objects").all("Video").size(), pictures.size());
       EXPECT_EQ(ReadTextures(family, file), c.shown);
     }

@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <random>
+#include <valarray>
 
 #include "faces.h"
 
@@ -34,48 +35,47 @@ Faces RandomFaces(unsigned seed, double size) {
   return faces;
 }
 
+using Xyz = std::valarray<double>;  // x y z
+
+double LengthOf(const Xyz& v) { return std::sqrt((v * v).sum()); }
+
 // The same by looking at all pairs of points.
 std::vector<double> PlainNormals(const Faces& faces) {
-  const std::vector<double>& p = faces.points;
-  std::vector<double> sums(p.size(), 0.0);
+  std::vector<Xyz> points;
+  for (std::size_t i = 0; i < faces.points.size(); i += 3) points.emplace_back(&faces.points[i], 3);
+  std::vector<Xyz> sums(points.size(), Xyz(3));
   for (std::size_t i = 0; i < faces.corners.size(); i += 3) {
     std::size_t v[3];
     for (std::size_t k = 0; k < 3; ++k) {
       const std::int32_t corner = faces.corners[i + k];
-      v[k] = 3 * static_cast<std::size_t>(corner < 0 ? -corner - 1 : corner);
+      v[k] = static_cast<std::size_t>(corner < 0 ? -corner - 1 : corner);
     }
-    for (std::size_t k = 0; k < 3; ++k) {
-      const std::size_t a = (k + 1) % 3;
-      const std::size_t b = (k + 2) % 3;
-      const double area = (p[v[1] + a] - p[v[0] + a]) * (p[v[2] + b] - p[v[0] + b]) -
-                          (p[v[1] + b] - p[v[0] + b]) * (p[v[2] + a] - p[v[0] + a]);
-      for (const std::size_t corner : v) sums[corner + k] += area;
+    const Xyz a = points[v[1]] - points[v[0]];
+    const Xyz b = points[v[2]] - points[v[0]];
+    for (const std::size_t corner : v) {
+      sums[corner] += a.cshift(1) * b.cshift(2) - a.cshift(2) * b.cshift(1);
     }
   }
-  double low[3] = {1e300, 1e300, 1e300};
-  double high[3] = {-1e300, -1e300, -1e300};
-  for (std::size_t i = 0; i < p.size(); ++i) {
-    low[i % 3] = std::min(low[i % 3], p[i]);
-    high[i % 3] = std::max(high[i % 3], p[i]);
+  Xyz low = points[0];
+  Xyz high = points[0];
+  for (const Xyz& point : points) {
+    low[point < low] = point[point < low];
+    high[point > high] = point[point > high];
   }
-  const double reach = 1e-5 * std::hypot(high[0] - low[0], high[1] - low[1], high[2] - low[2]);
-  std::vector<std::size_t> first(p.size() / 3);
+  const double reach = 1e-5 * LengthOf(high - low);
+  std::vector<std::size_t> first(points.size());
+  std::vector<double> normals;
   for (std::size_t i = 0; i < first.size(); ++i) {
     first[i] = i;
     for (std::size_t j = i; j-- > 0;) {
-      const bool near = std::fabs(p[3 * i] - p[3 * j]) <= reach &&
-                        std::fabs(p[3 * i + 1] - p[3 * j + 1]) <= reach &&
-                        std::fabs(p[3 * i + 2] - p[3 * j + 2]) <= reach;
-      if (first[j] == j && near) first[i] = j;
+      if (first[j] == j && std::abs(points[i] - points[j]).max() <= reach) first[i] = j;
     }
-    for (std::size_t k = 0; first[i] != i && k < 3; ++k) sums[3 * first[i] + k] += sums[3 * i + k];
+    if (first[i] != i) sums[first[i]] += sums[i];
   }
-  std::vector<double> normals;
   for (const std::size_t i : first) {
-    const double length = std::hypot(sums[3 * i], sums[3 * i + 1], sums[3 * i + 2]);
-    for (std::size_t k = 0; k < 3; ++k) {
-      normals.push_back(length > 0 ? sums[3 * i + k] / length : (k == 1 ? 1.0 : 0.0));
-    }
+    const double length = LengthOf(sums[i]);
+    const Xyz normal = length > 0 ? Xyz(sums[i] / length) : Xyz{0, 1, 0};
+    normals.insert(normals.end(), std::begin(normal), std::end(normal));
   }
   return normals;
 }

@@ -1,40 +1,29 @@
 #include "runprogram.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
-#include <cstdlib>
 
-StartedKestrix::StartedKestrix(const std::vector<std::string>& arguments,
+StartedKestrix::StartedKestrix(std::vector<std::string> arguments,
                                const std::filesystem::path& directory) {
-  std::vector<std::string> words = {KESTRIX_PROGRAM};
-  words.insert(words.end(), arguments.begin(), arguments.end());
+  arguments.insert(arguments.begin(), KESTRIX_PROGRAM);
   std::vector<char*> argv;
-  argv.reserve(words.size() + 1);
-  for (std::string& word : words) argv.push_back(word.data());
+  argv.reserve(arguments.size() + 1);
+  for (std::string& word : arguments) argv.push_back(word.data());
   argv.push_back(nullptr);
-
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
-  constexpr int kNewFile = O_WRONLY | O_CREAT | O_TRUNC;
-  posix_spawn_file_actions_addopen(&actions, 1, _streams.path("out").c_str(), kNewFile, 0600);
-  posix_spawn_file_actions_addopen(&actions, 2, _streams.path("err").c_str(), kNewFile, 0600);
-  if (!directory.empty()) posix_spawn_file_actions_addchdir_np(&actions, directory.c_str());
-  // Tests that run in the background ignore SIGINT; the program must not.
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  sigset_t signals;
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGINT);
-  posix_spawnattr_setsigdefault(&attributes, &signals);
-  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
-  if (posix_spawn(&_pid, argv[0], &actions, &attributes, argv.data(), environ) != 0) std::abort();
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&actions);
+  const std::string streams[] = {"/dev/null", _streams.write("out", ""), _streams.write("err", "")};
+  _pid = fork();
+  if (_pid != 0) return;
+  // Tests that run in the background ignore the signal; the program must not.
+  std::signal(SIGINT, SIG_DFL);
+  bool ready = directory.empty() || chdir(directory.c_str()) == 0;
+  for (int i = 0; i < 3; ++i) {
+    ready = ready && dup2(open(streams[i].c_str(), O_RDWR | O_CLOEXEC), i) == i;
+  }
+  if (ready) execv(argv[0], argv.data());
+  _exit(127);
 }
 
 bool StartedKestrix::_end(int options) {
@@ -43,7 +32,7 @@ bool StartedKestrix::_end(int options) {
 }
 
 void StartedKestrix::waitForOutput() {
-  while (std::filesystem::file_size(_streams.path("out")) == 0 && !_end(WNOHANG)) usleep(100);
+  while (_streams.read("out").empty() && !_end(WNOHANG)) usleep(100);
 }
 
 void StartedKestrix::interrupt() const {
@@ -53,10 +42,6 @@ void StartedKestrix::interrupt() const {
 RunResult StartedKestrix::wait() {
   while (!_end(0)) {
   }
-  RunResult result;
-  result.status =
-      WIFEXITED(_wait_status) ? WEXITSTATUS(_wait_status) : 128 + WTERMSIG(_wait_status);
-  result.out = ReadFile(_streams.path("out"));
-  result.err = ReadFile(_streams.path("err"));
-  return result;
+  return {WIFEXITED(_wait_status) ? WEXITSTATUS(_wait_status) : 128 + WTERMSIG(_wait_status),
+          _streams.read("out"), _streams.read("err")};
 }

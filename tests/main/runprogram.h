@@ -18,7 +18,7 @@ struct RunResult {
 // The program under test, started with these arguments, in `directory` when one is given.
 class StartedKestrix {
  public:
-  explicit StartedKestrix(const std::vector<std::string>& arguments,
+  explicit StartedKestrix(std::vector<std::string> arguments,
                           const std::filesystem::path& directory = {});
   // Waits until the program has printed something on standard output, or has ended.
   void waitForOutput();

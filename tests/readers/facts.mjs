@@ -9,6 +9,7 @@ const boxOf = (points) => [Math.min, Math.max].map((choose) =>
     choose === Math.min ? Infinity : -Infinity)));
 
 const namesOf = (list) => list.map(({ name }) => name).sort();
+const byName = (list) => new Map(list.map((entry) => [entry.name, entry]));
 const scaled = (vector, scale) => vector.map((value) => value * scale);
 
 function near(actual, wanted, limit, what) {
@@ -26,7 +27,7 @@ function counted(list) {
 
 export function compareBones(facts, { bodies }, scale, size) {
   assert.deepEqual(namesOf(facts.bones), namesOf(bodies));
-  const bones = new Map(facts.bones.map((bone) => [bone.name, bone]));
+  const bones = byName(facts.bones);
   for (const { name, parent, global_rest_position: place, global_rest_axes: axes } of bodies) {
     const bone = bones.get(name);
     assert.equal(bone.parent, parent, `parent of ${name}`);
@@ -38,7 +39,7 @@ export function compareBones(facts, { bodies }, scale, size) {
 
 /** Rotation orders against the mapping and pre-rotations against the model's own text. */
 export function compareRotations(facts, modelBodies, orders) {
-  const bones = new Map(facts.bones.map((bone) => [bone.name, bone]));
+  const bones = byName(facts.bones);
   for (const { id, name, rows } of modelBodies) {
     const { eulerOrder, preRotation } = bones.get(name);
     // A mapping names the first rotation first, as the order of moving axes does that three.js
@@ -81,9 +82,10 @@ export function compareNormals(facts) {
 export function compareMaterials(facts, expected, pictureOf) {
   const used = expected.materials.filter(({ polygons }) => polygons);
   const triangles = counted(facts.meshes.flatMap(({ materialOf }) => materialOf));
-  assert.deepEqual([...facts.materials.keys()].sort(), used.map(({ name }) => name).sort());
+  const materials = byName(facts.materials);  // readers may split them
+  assert.deepEqual([...materials.keys()].sort(), namesOf(used));
   for (const { name, diffuse, texture, polygons } of used) {
-    const { diffuse: { r, g, b }, picture } = facts.materials.get(name);
+    const { diffuse: { r, g, b }, picture } = materials.get(name);
     near([r, g, b], diffuse, tolerance, `diffuse colour of ${name}`);
     if (expected.polygons === expected.triangles_when_fanned) {
       assert.equal(triangles.get(name), polygons, `triangles of ${name}`);
@@ -97,8 +99,9 @@ export function compareMaterials(facts, expected, pictureOf) {
 export function compareTextureCoordinates(facts, wanted) {
   // The text has six decimals: cells whose borders lie between its values are safe from rounding.
   const cell = (pair) => pair.map((value) => Math.floor(value * 1e4 + 0.005)).join(' ');
+  const materials = byName(facts.materials);
   const found = facts.meshes.flatMap(({ coordinates, materialOf }) => (coordinates ?? []).filter(
-    (_, corner) => facts.materials.get(materialOf[Math.floor(corner / 3)]).picture));
+    (_, corner) => materials.get(materialOf[Math.floor(corner / 3)]).picture));
   assert.deepEqual(counted(found.map(cell)), counted(wanted.map(cell)));
 }
 

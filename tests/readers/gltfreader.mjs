@@ -21,7 +21,9 @@ export function openGlb(file) {
     const { byteOffset = 0, byteLength } = gltf.bufferViews[index];
     return data.subarray(byteOffset, byteOffset + byteLength);
   };
+  /** The entries of an accessor, each a list of numbers; null for no accessor. */
   const list = (index) => {
+    if (index === undefined) return null;
     const { bufferView, byteOffset = 0, count, type, componentType } = gltf.accessors[index];
     const [size, read] = readers[componentType];
     const width = components[type];
@@ -33,19 +35,19 @@ export function openGlb(file) {
 }
 
 function worldMatrices(nodes, pose) {
-  const world = new Array(nodes.length);
-  const parents = new Array(nodes.length).fill(null);
-  const visit = (index, parent) => {
-    const { translation = [0, 0, 0], rotation = [0, 0, 0, 1], scale = [1, 1, 1] } = nodes[index];
-    const turned = new Quaternion(...rotation);
-    if (pose.has(nodes[index].name)) turned.multiply(pose.get(nodes[index].name));
+  const world = [];
+  const parents = [];
+  const visit = (index, parent, above) => {
+    const {
+      name, translation = [0, 0, 0], rotation = [0, 0, 0, 1], scale = [1, 1, 1], children = [],
+    } = nodes[index];
+    const turned = new Quaternion(...rotation).multiply(pose.get(name) ?? new Quaternion());
     world[index] = new Matrix4()
-      .compose(new Vector3(...translation), turned, new Vector3(...scale))
-      .premultiply(parent === null ? new Matrix4() : world[parent]);
-    parents[index] = parent;
-    nodes[index].children?.forEach((child) => visit(child, index));
+      .compose(new Vector3(...translation), turned, new Vector3(...scale)).premultiply(above);
+    parents[index] = parent > 0 ? nodes[parent].name : null;  // node 0 stands for the scene
+    children.forEach((child) => visit(child, index, world[index]));
   };
-  visit(0, null);
+  visit(0, -1, new Matrix4());
   return { world, parents };
 }
 
@@ -55,64 +57,51 @@ export function readWithFbx2gltf(fbx, pose = new Map()) {
   const { gltf, view, list } = openGlb(glb);
   const { nodes } = gltf;
   const { world, parents } = worldMatrices(nodes, pose);
-  const facts = { bones: [], meshes: [], materials: new Map(), warnings };
-  // Node 0 is the root node that stands for the scene.
-  const nameOf = (index) => (index > 0 ? nodes[index].name : null);
-
-  for (const { name, pbrMetallicRoughness: pbr } of gltf.materials ?? []) {
-    const [r, g, b] = pbr.baseColorFactor;
+  const inUnits = (lengths) => lengths.map((value) => value / metresPerUnit);
+  const materials = gltf.materials.map(({ name, pbrMetallicRoughness: pbr }) => {
+    const [r, g, b, opacity] = pbr.baseColorFactor;
     const texture = gltf.textures?.[pbr.baseColorTexture?.index];
     const picture = texture ? view(gltf.images[texture.source].bufferView) : null;
-    facts.materials.set(name, { diffuse: { r, g, b }, picture });
-  }
+    return { name, diffuse: { r, g, b }, opacity, picture };
+  });
 
+  const facts = { bones: [], meshes: [], materials, warnings };
   nodes.forEach((node, index) => {
-    if (index === 0) return;
+    const common = { name: node.name, parent: parents[index] };
     if (node.mesh === undefined) {
-      const matrix = world[index].clone();
-      matrix.elements.forEach((value, i) => {
-        if (i > 11 && i < 15) matrix.elements[i] = value / metresPerUnit;
-      });
-      facts.bones.push({
-        name: node.name, parent: nameOf(parents[index]), world: matrix.elements,
-      });
+      const { elements } = world[index];
+      const place = inUnits(elements.slice(12, 15));
+      if (index > 0) facts.bones.push({ ...common, world: elements.toSpliced(12, 3, ...place) });
       return;
     }
     const mesh = {
-      name: node.name, parent: nameOf(parents[index]),
-      positions: [], materialOf: [], normals: [], coordinates: [], targets: [],
+      ...common, positions: [], materialOf: [], normals: [], coordinates: [], targets: [],
     };
+    // What has no skin follows its own node.
     const skin = gltf.skins?.[node.skin];
     const inverses = skin && list(skin.inverseBindMatrices).map((m) => new Matrix4().fromArray(m));
-    const joints = skin?.joints.map((joint, i) => world[joint].clone().multiply(inverses[i]));
+    const joints = skin?.joints.map((joint, i) => world[joint].clone().multiply(inverses[i])) ??
+      [world[index]];
     for (const primitive of gltf.meshes[node.mesh].primitives) {
       const { attributes, indices, material, targets = [] } = primitive;
-      const position = list(attributes.POSITION);
-      const normal = attributes.NORMAL === undefined ? null : list(attributes.NORMAL);
-      const uv = attributes.TEXCOORD_0 === undefined ? null : list(attributes.TEXCOORD_0);
-      const bones = skin && list(attributes.JOINTS_0);
-      const weights = skin && list(attributes.WEIGHTS_0);
+      const [position, normal, uv, bones, weights] =
+        ['POSITION', 'NORMAL', 'TEXCOORD_0', 'JOINTS_0', 'WEIGHTS_0']
+          .map((name) => list(attributes[name]));
       const corners = list(indices);
       const triangles = corners.length / 3;
       mesh.materialOf.push(...new Array(triangles).fill(gltf.materials[material].name));
       targets.forEach(({ POSITION }, i) => {
-        const offsets = list(POSITION).map((offset) =>
-          offset.map((value) => value / metresPerUnit));
+        const offsets = list(POSITION).map(inUnits);
         mesh.targets[i] ??= { name: null, offsets: [] };  // FBX2glTF drops the names
         mesh.targets[i].offsets.push(...corners.map(([corner]) => offsets[corner]));
       });
       for (const [corner] of corners) {
-        const point = new Vector3(...position[corner]);
         const placed = new Vector3();
-        if (skin) {
-          bones[corner].forEach((bone, i) => {
-            const followed = point.clone().applyMatrix4(joints[bone]);
-            placed.addScaledVector(followed, weights[corner][i]);
-          });
-        } else {
-          placed.copy(point).applyMatrix4(world[index]);
-        }
-        mesh.positions.push(placed.divideScalar(metresPerUnit).toArray());
+        (skin ? bones[corner] : [0]).forEach((bone, i) => {
+          const followed = new Vector3(...position[corner]).applyMatrix4(joints[bone]);
+          placed.addScaledVector(followed, skin ? weights[corner][i] : 1);
+        });
+        mesh.positions.push(inUnits(placed.toArray()));
         if (normal) mesh.normals.push(normal[corner]);
         if (uv) mesh.coordinates.push([uv[corner][0], 1 - uv[corner][1]]);  // v runs down in glTF
       }

@@ -1,11 +1,10 @@
 // The JSON of kestrix-info against its schema, for good files and for broken ones.
 import assert from 'node:assert/strict';
-import { spawnSync } from 'node:child_process';
 import { readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import Ajv2020 from 'ajv/dist/2020.js';
-import { convert, freshPath, root, samples } from './program.mjs';
+import { convert, freshPath, root, run, samples } from './program.mjs';
 
 const tool = process.env.KESTRIX_INFO ?? join(root, 'build/release/kestrix-info');
 const schema = JSON.parse(readFileSync(join(root, 'docs/kestrix-info.schema.json'), 'utf8'));
@@ -13,9 +12,7 @@ const validate = new Ajv2020({ allErrors: true, strict: false }).compile(schema)
 
 /** Runs a command with --json; answers what it prints once it has been found valid. */
 function answerOf(command, ...args) {
-  const { status, stdout, error } = spawnSync(tool, [command, '--json', ...args],
-    { encoding: 'utf8', maxBuffer: 1 << 28 });
-  if (error) throw error;
+  const { status, stdout } = run(tool, [command, '--json', ...args]);
   const answer = JSON.parse(stdout);
   assert.ok(validate(answer), `${args}: ${JSON.stringify(validate.errors?.slice(0, 3))}`);
   return { status, answer };

@@ -1,4 +1,5 @@
 // Finds the partners of corners or triangles between two lists of any order.
+import assert from 'node:assert/strict';
 
 const near = (a, b, limit) => a.every((value, i) => Math.abs(value - b[i]) <= limit);
 
@@ -6,7 +7,7 @@ const near = (a, b, limit) => a.every((value, i) => Math.abs(value - b[i]) <= li
  * Answers how many of `entries` have no partner in `others`, one with the same place (a point) and
  * the same values (any numbers), each number within `limit`.
  */
-export function unmatched(entries, others, limit) {
+function unmatched(entries, others, limit) {
   // Cells much wider than the limit; a place near a border is looked for on its other side too.
   const width = 16 * limit;
   const keys = (place, margin) => {
@@ -24,4 +25,10 @@ export function unmatched(entries, others, limit) {
     near(entry.place, other.place, limit) && near(entry.values, other.values, limit);
   return entries.filter((entry) =>
     !keys(entry.place, limit).some((key) => cells.get(key)?.some(isPartner(entry)))).length;
+}
+
+/** Every entry has a partner in the other list. */
+export function assertMatched(found, wanted, limit, what) {
+  assert.equal(unmatched(wanted, found, limit), 0, `missing in ${what}`);
+  assert.equal(unmatched(found, wanted, limit), 0, `more in ${what}`);
 }

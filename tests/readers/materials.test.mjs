@@ -3,9 +3,8 @@ import assert from 'node:assert/strict';
 import { mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { openGlb } from './gltfreader.mjs';
-import { convert, freshPath, samples, toGltf } from './program.mjs';
-import { readWithThree } from './threereader.mjs';
+import { convert, freshPath, samples } from './program.mjs';
+import { readersOf, readWithThree } from './readers.mjs';
 
 const picture = readFileSync(join(samples, 'fox_fox_material.png'));
 // Pictures differ behind their end, which readers do not look at.
@@ -47,53 +46,36 @@ function write() {
   return [model, mapping];
 }
 
-const checks = {
-  readWithFbx2gltf(fbx) {
-    const { glb, warnings } = toGltf(fbx);
-    assert.deepEqual(warnings, []);
-    const { gltf, view } = openGlb(glb);
-    const found = new Map(gltf.materials.map((material) => [material.name, material]));
-    assert.equal(found.size, materials.length);
-    for (const { name, alpha, skin } of materials) {
-      const { baseColorFactor, baseColorTexture } = found.get(name).pbrMetallicRoughness;
-      assert.equal(baseColorFactor[3], alpha, `alpha of ${name}`);
-      // It has no place for reflections, but must not take them for the colour of the surface.
-      assert.equal(baseColorTexture !== undefined, skin !== undefined, `colour of ${name}`);
-      if (!skin) continue;
-      const { source } = gltf.textures[baseColorTexture.index];
-      assert.ok(view(gltf.images[source].bufferView).equals(pictures[skin]));
-    }
-    const unpacked = fbx.replace(/\.fbx$/, '.fbm');
-    assert.deepEqual(readdirSync(unpacked).sort(), Object.keys(pictures).sort());
-    for (const [name, bytes] of Object.entries(pictures)) {
-      assert.ok(readFileSync(join(unpacked, name)).equals(bytes), name);
-    }
-  },
-  readWithThree(fbx) {
-    const { materials: found, warnings } = readWithThree(fbx);
-    assert.deepEqual(warnings, []);
-    assert.equal(found.size, materials.length);
-    for (const { name, alpha, skin, surroundings } of materials) {
-      const { opacity, picture: surface, reflected } = found.get(name);
-      assert.equal(opacity, alpha, `alpha of ${name}`);
-      assert.deepEqual(surface, pictures[skin] ?? null, `colour of ${name}`);
-      assert.deepEqual(reflected, pictures[surroundings?.[1]] ?? null, `reflections of ${name}`);
-    }
-  },
-};
+function checkMaterials(read, fbx) {
+  const { materials: found, warnings } = read(fbx);
+  assert.deepEqual(warnings, []);
+  const bytesOf = (name) => pictures[name] ?? null;
+  // FBX2glTF has no place for reflections, but must not take them for the colour of the surface.
+  const hasReflections = read === readWithThree;
+  assert.deepEqual(
+    found.map(({ name, opacity, picture: surface, reflected }) =>
+      ({ name, opacity, surface, reflected })),
+    materials.map(({ name, alpha, skin, surroundings }) => ({
+      name, opacity: alpha, surface: bytesOf(skin),
+      reflected: hasReflections ? bytesOf(surroundings?.[1]) : undefined,
+    })));
+  if (hasReflections) return;
+  const unpacked = fbx.replace(/\.fbx$/, '.fbm');
+  assert.deepEqual(readdirSync(unpacked).sort(), Object.keys(pictures).sort());
+  for (const [name, bytes] of Object.entries(pictures)) {
+    assert.ok(readFileSync(join(unpacked, name)).equals(bytes), name);
+  }
+}
 
 test('transparency and reflections', async (t) => {
   const [model, mapping] = write();
-  for (const [version, readers] of [
-    ['2011', ['readWithThree', 'readWithFbx2gltf']],
-    ['2010', ['readWithFbx2gltf']],
-  ]) {
+  for (const [version, readers] of Object.entries(readersOf)) {
     for (const ascii of [false, true]) {
       const fbx = convert(model, mapping, ['-mb_version', version], ascii);
-      for (const reader of readers) {
-        if (ascii && reader === 'readWithThree') continue;  // it takes no pictures from text
-        await t.test(`${version}, ${ascii ? 'text' : 'binary'}, ${reader}`, () =>
-          checks[reader](fbx));
+      for (const read of readers) {
+        if (ascii && read === readWithThree) continue;  // it takes no pictures from text
+        await t.test(`${version}, ${ascii ? 'text' : 'binary'}, ${read.name}`, () =>
+          checkMaterials(read, fbx));
       }
     }
   }

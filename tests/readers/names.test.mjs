@@ -2,9 +2,8 @@
 import assert from 'node:assert/strict';
 import { writeFileSync } from 'node:fs';
 import { test } from 'node:test';
-import { openGlb, readWithFbx2gltf } from './gltfreader.mjs';
-import { convert, freshPath, toGltf } from './program.mjs';
-import { readWithThree } from './threereader.mjs';
+import { convert, freshPath } from './program.mjs';
+import { readersOf } from './readers.mjs';
 
 const long = 'n'.repeat(299);
 
@@ -51,36 +50,25 @@ function write() {
 const suffix = /_ncl1_\d+$/;
 const plain = (name) => name?.replace(suffix, '') ?? null;
 
-const coloursOf = {
-  readWithThree: (fbx) => [...readWithThree(fbx).materials].map(([name, { diffuse }]) =>
-    [name, diffuse.r]),
-  readWithFbx2gltf: (fbx) => openGlb(toGltf(fbx).glb).gltf.materials.map((material) =>
-    [material.name, material.pbrMetallicRoughness.baseColorFactor[0]]),
-};
-
 function checkNames(read, fbx, keepsSuffix) {
-  const { warnings, bones, meshes } = read(fbx);
+  const { warnings, bones, meshes, materials: coats } = read(fbx);
   assert.deepEqual(warnings, []);
   const shown = bodies.map(([, name]) => name);
   assert.deepEqual(bones.map(({ name, parent }) => [plain(name), plain(parent)]),
     shown.map((name, i) => [name, shown[i - 1] ?? null]));
   assert.deepEqual(meshes.map(({ name, parent }) => [plain(name), plain(parent)]).sort(),
     shown.map((name) => [`${name}_mesh`, name]).sort());
-  const colours = coloursOf[read.name](fbx);
-  assert.deepEqual(colours.map(([name, red]) => [red.toFixed(3), plain(name)]).sort(),
+  assert.deepEqual(coats.map(({ name, diffuse }) => [diffuse.r.toFixed(3), plain(name)]).sort(),
     materials.map(([, name], i) => [((i + 1) / 10).toFixed(3), name]).sort());
   if (!keepsSuffix) return;
-  for (const names of [[...bones, ...meshes].map(({ name }) => name), colours.map(([n]) => n)]) {
-    assert.equal(new Set(names).size, names.length, 'names that occur once');
+  for (const named of [[...bones, ...meshes], coats]) {
+    assert.equal(new Set(named.map(({ name }) => name)).size, named.length, 'each name once');
   }
 }
 
 test('names stay apart', async (t) => {
   const [model, mapping] = write();
-  for (const [version, readers] of [
-    ['2011', [readWithThree, readWithFbx2gltf]],
-    ['2010', [readWithFbx2gltf]],
-  ]) {
+  for (const [version, readers] of Object.entries(readersOf)) {
     const fbx = convert(model, mapping, ['-mesh_per_body', '-mb_version', version]);
     for (const read of readers) {
       await t.test(`${version}, ${read.name}`, () => checkNames(read, fbx, version === '2011'));

@@ -4,11 +4,10 @@ import assert from 'node:assert/strict';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { Euler, Matrix4, Quaternion, Vector3 } from 'three';
-import { readWithFbx2gltf } from './gltfreader.mjs';
 import { readBodies, readCorners } from './inputs.mjs';
-import { unmatched } from './matching.mjs';
+import { assertMatched } from './matching.mjs';
 import { convert, samples } from './program.mjs';
-import { readWithThree } from './threereader.mjs';
+import { readersOf } from './readers.mjs';
 
 const tolerance = 1e-4;  // of the size of the character
 
@@ -68,8 +67,6 @@ const characters = [
 const ways = [
   { options: [] },
   { options: ['-mesh_per_body', '-scale_factor', '0.37'], scale: 0.37 },
-  { options: ['-mb_version', '2010'], old: true },
-  { options: ['-mb_version', '2010', '-mesh_per_body'], old: true },
 ];
 
 for (const { name, models } of characters) {
@@ -78,7 +75,7 @@ for (const { name, models } of characters) {
   const corners = readCorners(legacy);
   const pose = new Map(bodies.map((body, i) => [body.name, turnOf(i)]));
 
-  for (const { options, scale = 2.54, old = false } of ways) {
+  for (const { options, scale = 2.54 } of ways) {
     const wanted = blend(bodies, corners, pose, scale);
     const distance = (a, b) => Math.hypot(...a.map((value, axis) => value - b[axis]));
     const size = Math.max(...wanted.map(({ place }) => distance(place, wanted[0].place)));
@@ -87,12 +84,9 @@ for (const { name, models } of characters) {
       assert.ok(wanted.some(({ place, values }) => distance(place, values) > size / 4));
       for (const model of models) {
         const fbx = convert(join(samples, model), join(samples, `${name}.dof`), options);
-        for (const read of old ? [readWithFbx2gltf] : [readWithThree, readWithFbx2gltf]) {
-          await t.test(`${model}, ${read.name}`, () => {
-            const found = readMotion(read, fbx, pose);
-            assert.equal(unmatched(wanted, found, limit), 0, 'corners of the model');
-            assert.equal(unmatched(found, wanted, limit), 0, 'corners of the file');
-          });
+        for (const read of readersOf[2011]) {
+          await t.test(`${model}, ${read.name}`, () =>
+            assertMatched(readMotion(read, fbx, pose), wanted, limit, 'the corners of the file'));
         }
       }
     });

@@ -20,14 +20,12 @@ process.on('exit', () => rmSync(folder, { recursive: true, force: true }));
 let count = 0;
 export const freshPath = (suffix) => join(folder, `${++count}${suffix}`);
 
-function run(file, args) {
-  const { status, stdout, stderr, error } = spawnSync(file, args, { encoding: 'utf8' });
-  if (error) throw error;
-  return { status, stdout, stderr };
+/** Runs a program; answers its exit status and its two outputs. */
+export function run(file, args) {
+  const result = spawnSync(file, args, { encoding: 'utf8', maxBuffer: 1 << 28 });
+  if (result.error) throw result.error;
+  return result;
 }
-
-/** Runs kestrix; answers its exit status and its two outputs. */
-export const kestrix = (...args) => run(program, args);
 
 /** Converts a model and answers the path of the FBX; anything on standard error is a failure. */
 export function convert(model, mapping, options, ascii = false) {
@@ -47,7 +45,7 @@ export function toGltf(fbx) {
   chmodSync(fbx2gltf, 0o755);  // the package leaves the run bit unset
   const glb = freshPath('.glb');
   const args = ['--binary', '--input', fbx, '--output', glb];
-  const { status, stdout, stderr } = spawnSync(fbx2gltf, args, { encoding: 'utf8' });
+  const { status, stdout, stderr } = run(fbx2gltf, args);
   if (status !== 0) throw new Error(`FBX2glTF ${fbx}: status ${status}\n${stdout}${stderr}`);
   // Every node of default settings causes this remark, which goes on in indented lines.
   const remark = /^Warning: node .* transform inheritance type 'eInheritRrSs'\.?\n( +.*\n)*/gm;

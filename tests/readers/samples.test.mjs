@@ -1,13 +1,13 @@
-// Every sample, converted with every kind of option, as readers that we did not write see it.
+// Every sample, converted with every kind of option, as readers that we did not write see it. Files
+// of the older family are compared with these in families.test.mjs.
 import assert from 'node:assert/strict';
 import { existsSync, readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import * as facts from './facts.mjs';
-import { readWithFbx2gltf } from './gltfreader.mjs';
 import { readBodies, readRotationOrders, readTextureCoordinates } from './inputs.mjs';
 import { convert, samples } from './program.mjs';
-import { readWithThree } from './threereader.mjs';
+import { readersOf, readWithThree } from './readers.mjs';
 
 // The legacy form of a model holds no sliders. The stage has no legacy form: its textured corners
 // are those of the fox that it includes.
@@ -26,14 +26,6 @@ const ways = [
   { options: ['-mesh_per_body'], meshPerBody: true },
   { options: ['-scale_factor', '0.37'], scale: 0.37 },
   { options: ['-mesh_per_body', '-scale_factor', '100'], scale: 100, meshPerBody: true },
-  { options: ['-mb_version', '2010'], old: true },
-  { options: ['-mb_version', '2006', '-mesh_per_body'], old: true, meshPerBody: true },
-];
-
-// The bones of a file tell rotation orders only in three.js: glTF has rotations as quaternions.
-const readers = [
-  { reader: 'three.js', read: readWithThree, rotations: true },
-  { reader: 'FBX2glTF', read: readWithFbx2gltf, readsOld: true },
 ];
 
 const inSamples = (name) => join(samples, name);
@@ -48,17 +40,19 @@ for (const { name, model, corners = `${name}.mdl`, sliders = false } of characte
   const bodies = existsSync(legacy) ? readBodies(legacy) : expected.bodies;
   const coordinates = readTextureCoordinates(inSamples(corners));
 
-  for (const { options, scale = 2.54, meshPerBody = false, old = false } of ways) {
+  for (const { options, scale = 2.54, meshPerBody = false } of ways) {
     const size = diagonal * scale;
     test(`${model} ${options.join(' ')}`, async (t) => {
       const fbx = convert(inSamples(model), inSamples(`${name}.dof`), options);
-      for (const { reader, read, rotations, readsOld } of readers) {
-        if (old && !readsOld) continue;
+      for (const read of readersOf[2011]) {
         const found = read(fbx);
         const checks = {
           'opens without a warning': () => assert.deepEqual(found.warnings, []),
           bodies: () => facts.compareBones(found, expected, scale, size),
-          ...(rotations && { rotations: () => facts.compareRotations(found, bodies, orders) }),
+          // glTF has rotations as quaternions, without an order.
+          ...(read === readWithThree && {
+            rotations: () => facts.compareRotations(found, bodies, orders),
+          }),
           meshes: () => facts.compareMeshes(found, expected, scale, size, meshPerBody),
           normals: () => facts.compareNormals(found),
           materials: () => facts.compareMaterials(found, expected, readPicture),
@@ -68,7 +62,7 @@ for (const { name, model, corners = `${name}.mdl`, sliders = false } of characte
           }),
         };
         for (const [what, check] of Object.entries(checks)) {
-          await t.test(`${reader}: ${what}`, check);
+          await t.test(`${read.name}: ${what}`, check);
         }
       }
     });

@@ -78,30 +78,27 @@ export function readWithThree(fbx, pose = new Map()) {
   });
   scene.updateMatrixWorld(true);
 
-  const facts = { bones: [], meshes: [], materials: new Map(), warnings };
+  const facts = { bones: [], meshes: [], warnings };
+  const materials = new Map();  // by name: the loader makes one for each mesh
   scene.traverse((object) => {
     // A bone that two skins share is doubled by the loader; the copies have no transform data.
     const transform = object.userData.transformData;
     if (object.isBone && transform) {
       const parent = object.parent.isBone ? nameOf(object.parent) : null;
       const { eulerOrder, preRotation = [0, 0, 0] } = transform;
-      facts.bones.push({
-        name: nameOf(object), parent, world: object.matrixWorld.elements, eulerOrder, preRotation,
-      });
+      const world = object.matrixWorld.elements;
+      facts.bones.push({ name: nameOf(object), parent, world, eulerOrder, preRotation });
     }
     if (!object.isMesh) return;
     facts.meshes.push({
       name: nameOf(object), parent: nameOf(object.parent), ...trianglesOf(object),
     });
-    for (const material of [object.material].flat()) {
-      const bytesOf = (texture) => pictures.get(texture?.image?.url) ?? null;
-      facts.materials.set(material.name, {
-        diffuse: material.color.getRGB({}, SRGBColorSpace),
-        opacity: material.opacity,
-        picture: bytesOf(material.map),
-        reflected: bytesOf(material.envMap),
-      });
-    }
+    [object.material].flat().forEach((material) => materials.set(material.name, material));
   });
+  const bytesOf = (texture) => pictures.get(texture?.image?.url) ?? null;
+  facts.materials = [...materials.values()].map(({ name, color, opacity, map, envMap }) => ({
+    name, diffuse: color.getRGB({}, SRGBColorSpace), opacity,
+    picture: bytesOf(map), reflected: bytesOf(envMap),
+  }));
   return facts;
 }
