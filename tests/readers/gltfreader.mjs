@@ -71,7 +71,8 @@ export function readWithFbx2gltf(fbx, pose = new Map()) {
     if (node.mesh === undefined) {
       const { elements } = world[index];
       const place = inUnits(elements.slice(12, 15));
-      if (index > 0) facts.bones.push({ ...common, world: elements.toSpliced(12, 3, ...place) });
+      const inFileUnits = [...elements.slice(0, 12), ...place, elements[15]];
+      if (index > 0) facts.bones.push({ ...common, world: inFileUnits });
       return;
     }
     const mesh = {
