@@ -90,7 +90,8 @@ TEST_F(BtFileTest, FindsCommandsAndLinks) {
   BtStr target;
   EXPECT_FALSE(BtFileReadLink("tool", &target));
   EXPECT_EQ(TakeMessages(), "Unable to read link tool");
-  EXPECT_TRUE(BtFileProgramPath(&target) && BtFileCanExecute(target));
+  EXPECT_TRUE(BtFileProgramPath(&target));
+  EXPECT_TRUE(target.view().ends_with("/kestrix_bt_tests")) << target;
 }
 
 TEST_F(BtFileTest, NamesFilesFromOtherFolders) {
