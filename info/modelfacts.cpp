@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
-#include <unordered_set>
+#include <unordered_map>
 
 #include "babodymap.h"
 #include "bamapping.h"

@@ -1,6 +1,5 @@
 #include "mesh.h"
 
-#include <unordered_map>
 #include <utility>
 
 #include "accuracy.h"
