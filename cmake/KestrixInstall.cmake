@@ -4,7 +4,7 @@
 include(CMakePackageConfigHelpers)
 
 # The programs. With shared libraries they look for them beside themselves, wherever that is.
-set(KESTRIX_PROGRAMS kestrix kestrix-info)
+set(KESTRIX_PROGRAMS kestrix kestrix-tool)
 # The libraries, under the names that other projects call them by: kestrix::bt and so on.
 set(KESTRIX_LIBRARIES kestrix_bt kestrix_ba kestrix_fbx kestrix_main)
 set_target_properties(kestrix_bt PROPERTIES EXPORT_NAME bt)
@@ -82,7 +82,7 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_RUNTIME_DESCRIPTION "converter from motion-capture characters to FBX
 kestrix reads a character model (.mdl) and the mapping of its degrees of
 freedom (.dof) and writes one FBX file with skeleton, bind pose, skinned
-meshes, materials and textures. kestrix-info tells what such files hold,
+meshes, materials and textures. kestrix-tool tells what such files hold,
 checks and compares them.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # Called for compressed models and mappings.

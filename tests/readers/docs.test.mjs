@@ -98,15 +98,15 @@ test('every message of documents stands on their page', () => {
   assert.deepEqual(missing, []);
 });
 
-test('every finding and every difference stands on the page of kestrix-info', () => {
-  const text = page('kestrix-info.md');
-  const table = readFileSync(join(root, 'info/findings.h'), 'utf8');
+test('every finding and every difference stands on the page of kestrix-tool', () => {
+  const text = page('kestrix-tool.md');
+  const table = readFileSync(join(root, 'tool/findings.h'), 'utf8');
   const findings = [...table.matchAll(/\{"([a-z-]+)",\s*Severity::(\w+),\s*"([^"]*)"\}/g)];
   assert.ok(findings.length > 40);
   const rows = findings.map(([, code, severity, meaning]) =>
     `| \`${code}\` | ${severity.toLowerCase()} | ${meaning} |\n`);
   assert.deepEqual(rows.filter((row) => !text.includes(row)), []);
-  const sources = sourcesIn('info', (file) => /differences\.cpp$/.test(file));
+  const sources = sourcesIn('tool', (file) => /differences\.cpp$/.test(file));
   const codes = [...sources.matchAll(/(?:_add|_compare|add\w*|push_back)\(\{?"([a-z]+(?:-[a-z]+)+)"/g)];
   assert.ok(codes.length > 20);
   assert.deepEqual(codes.filter(([, code]) => !text.includes(`\`${code}\``)).map(([, c]) => c), []);

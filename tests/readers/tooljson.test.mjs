@@ -1,4 +1,4 @@
-// The JSON of kestrix-info against its schema, for good files and for broken ones.
+// The JSON of kestrix-tool against its schema, for good files and for broken ones.
 import assert from 'node:assert/strict';
 import { readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
@@ -6,8 +6,8 @@ import { test } from 'node:test';
 import Ajv2020 from 'ajv/dist/2020.js';
 import { convert, freshPath, root, run, samples } from './program.mjs';
 
-const tool = process.env.KESTRIX_INFO ?? join(root, 'build/release/kestrix-info');
-const schema = JSON.parse(readFileSync(join(root, 'docs/kestrix-info.schema.json'), 'utf8'));
+const tool = process.env.KESTRIX_TOOL ?? join(root, 'build/release/kestrix-tool');
+const schema = JSON.parse(readFileSync(join(root, 'docs/kestrix-tool.schema.json'), 'utf8'));
 const validate = new Ajv2020({ allErrors: true, strict: false }).compile(schema);
 
 /** Runs a command with --json; answers what it prints once it has been found valid. */

@@ -31,7 +31,7 @@ std::string OptionsOf(const Command& command) {
 void PrintBashInfo(std::ostream& os) {
   std::string commands = "--help --version";
   for (const Command& command : Commands()) commands += std::string(" ") + command.name;
-  os << "_kestrix_info() {\n"
+  os << "_kestrix_tool() {\n"
         "  local current=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]}\n"
         "  local command=${COMP_WORDS[1]} words=\n"
         "  COMPREPLY=()\n"
@@ -60,7 +60,7 @@ void PrintBashInfo(std::ostream& os) {
         "  fi\n"
         "  [[ -z $words ]] || mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
         "}\n"
-        "complete -o default -F _kestrix_info kestrix-info\n";
+        "complete -o default -F _kestrix_tool kestrix-tool\n";
 }
 
 void PrintBashKestrix(std::ostream& os) {
@@ -120,7 +120,7 @@ void PrintZshKestrix(std::ostream& os) {
 }
 
 void PrintZshInfo(std::ostream& os) {
-  os << "_kestrix_info() {\n"
+  os << "_kestrix_tool() {\n"
         "  local context state state_descr line\n"
         "  typeset -A opt_args\n"
         "  _arguments -C \\\n"
@@ -161,15 +161,15 @@ struct Script {
 };
 constexpr Script kScripts[] = {
     {"bash", "kestrix", PrintBashKestrix},
-    {"bash", "kestrix-info", PrintBashInfo},
+    {"bash", "kestrix-tool", PrintBashInfo},
     {"zsh", "kestrix", PrintZshKestrix},
-    {"zsh", "kestrix-info", PrintZshInfo},
+    {"zsh", "kestrix-tool", PrintZshInfo},
 };
 
 // A file of zsh's is run when its program is completed for the first time; other scripts are read
 // when the shell starts, and say which function is whose.
 void PrintZsh(const Script& script, bool alone) {
-  const std::string function = script.program == "kestrix" ? "_kestrix" : "_kestrix_info";
+  const std::string function = script.program == "kestrix" ? "_kestrix" : "_kestrix_tool";
   if (alone) std::cout << "#compdef " << script.program << "\n";
   script.print(std::cout);
   if (alone) {
@@ -195,6 +195,6 @@ int RunCompletion(const Arguments& arguments) {
     printed = true;
   }
   if (printed) return kExitGood;
-  std::cerr << "kestrix-info: completion: expecting bash or zsh, then kestrix or kestrix-info\n";
+  std::cerr << "kestrix-tool: completion: expecting bash or zsh, then kestrix or kestrix-tool\n";
   return kExitTrouble;
 }

@@ -5,8 +5,8 @@
 #include <set>
 #include <sstream>
 
-#include "info/runtool.h"
 #include "main/runprogram.h"
+#include "tool/runtool.h"
 
 namespace {
 

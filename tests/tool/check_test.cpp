@@ -4,9 +4,9 @@
 #include <nlohmann/json.hpp>
 #include <set>
 
-#include "info/runtool.h"
 #include "main/runprogram.h"
 #include "support/documenterrors.h"
+#include "tool/runtool.h"
 
 namespace {
 

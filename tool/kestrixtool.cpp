@@ -1,4 +1,4 @@
-// kestrix-info: looks into models, mappings and converted files.
+// kestrix-tool: looks into models, mappings and converted files.
 #include <cstdlib>
 #include <iostream>
 #include <new>
@@ -7,11 +7,11 @@
 
 int main(int argc, char** argv) {
   std::set_new_handler([] {
-    std::cerr << "kestrix-info: Unable to allocate memory!\n";
+    std::cerr << "kestrix-tool: Unable to allocate memory!\n";
     std::_Exit(kExitTrouble);
   });
   const int status = RunCommandLine(argc, argv);
   if (std::cout.flush()) return status;
-  std::cerr << "kestrix-info: Unable to write the output.\n";
+  std::cerr << "kestrix-tool: Unable to write the output.\n";
   return kExitTrouble;
 }

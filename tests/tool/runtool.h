@@ -1,4 +1,4 @@
-// Runs kestrix-info within the test program.
+// Runs kestrix-tool within the test program.
 #pragma once
 
 #include <iostream>
@@ -16,7 +16,7 @@ struct ToolResult {
 };
 
 inline ToolResult RunTool(std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), "kestrix-info");
+  arguments.insert(arguments.begin(), "kestrix-tool");
   std::vector<char*> argv;
   argv.reserve(arguments.size());
   for (std::string& word : arguments) argv.push_back(word.data());

@@ -8,11 +8,11 @@
 #include <sstream>
 
 #include "fbxfacts.h"
-#include "info/runtool.h"
 #include "inputs.h"
 #include "main/runprogram.h"
 #include "support/legacyerrors.h"
 #include "support/mappingtexts.h"
+#include "tool/runtool.h"
 
 namespace {
 
@@ -172,11 +172,11 @@ TEST(Info, GoesOnAfterFilesThatCannotBeRead) {
   EXPECT_NE(result.out.find("b_Head_05 (7)"), std::string::npos);
   EXPECT_NE(result.out.find("Tongue1"), std::string::npos);
   for (const std::string& file : {broken, nothing, picture}) {
-    EXPECT_NE(result.err.find("kestrix-info: " + file + ": "), std::string::npos) << result.err;
+    EXPECT_NE(result.err.find("kestrix-tool: " + file + ": "), std::string::npos) << result.err;
   }
   EXPECT_EQ(RunTool({"info"}).status, 2);
   EXPECT_EQ(RunTool({"inform"}).status, 2);
-  EXPECT_EQ(RunTool({"--version"}).out, "kestrix-info 0.9.0\n");
+  EXPECT_EQ(RunTool({"--version"}).out, "kestrix-tool 0.9.0\n");
 }
 
 TEST(Info, TakesChainsThatAreDeep) {

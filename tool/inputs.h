@@ -38,7 +38,7 @@ const char* KindName(FileKind kind);
 std::vector<Message> ReadModel(const std::string& file, BaModel* model);
 std::vector<Message> ReadMapping(const std::string& file, BaUnlockedMapping* mapping);
 
-// Prints "kestrix-info: FILE: TEXT" on standard error.
+// Prints "kestrix-tool: FILE: TEXT" on standard error.
 void Complain(const std::string& file, std::string_view text);
 // Warnings are printed that way as well.
 void PrintWarnings(const std::string& file, const std::vector<Message>& messages);

@@ -103,7 +103,7 @@ void Comparison::_print() const {
 
 int Comparison::run() {
   if (!(_arguments.tolerance >= 0) || !std::isfinite(_arguments.tolerance)) {
-    std::cerr << "kestrix-info: the tolerance must not be negative\n";
+    std::cerr << "kestrix-tool: the tolerance must not be negative\n";
     return kExitTrouble;
   }
   _compare();

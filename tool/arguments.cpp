@@ -27,8 +27,8 @@ constexpr Argument kArguments[] = {
     {" convert-model ", "FILE", "IN OUT", nullptr, &Arguments::files, 2, 2,
      "the model to read and the model to write"},
     {" picture ", "FILE", "MODEL", nullptr, &Arguments::files, 1, 1, "the model to draw"},
-    {" completion ", "FILE", "SHELL [PROGRAM]", "bash zsh kestrix kestrix-info", &Arguments::files,
-     1, 2, "bash or zsh; kestrix or kestrix-info, or neither for both"},
+    {" completion ", "FILE", "SHELL [PROGRAM]", "bash zsh kestrix kestrix-tool", &Arguments::files,
+     1, 2, "bash or zsh; kestrix or kestrix-tool, or neither for both"},
     {" info check diff ", "--json", nullptr, nullptr, &Arguments::json, 0, 0,
      "print JSON instead of text"},
     {" info ", "--tree", nullptr, nullptr, &Arguments::tree, 0, 0,
@@ -101,8 +101,8 @@ bool Takes(const char* command, const Argument& argument) {
 
 int RunCommandLine(int argc, char** argv) {
   CLI::App app("Looks into the files of kestrix: models, mappings, and the FBX files it writes.",
-               "kestrix-info");
-  app.set_version_flag("--version", "kestrix-info " KESTRIX_VERSION);
+               "kestrix-tool");
+  app.set_version_flag("--version", "kestrix-tool " KESTRIX_VERSION);
   app.require_subcommand(1);
   app.footer("Exit status: 0 for good, 1 for errors or differences found, 2 for trouble.");
   Arguments values;

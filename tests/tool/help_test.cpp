@@ -4,9 +4,9 @@
 #include <cstdlib>
 
 #include "arguments.h"
-#include "info/runtool.h"
 #include "main/runprogram.h"
 #include "options.h"
+#include "tool/runtool.h"
 
 namespace {
 
@@ -23,12 +23,12 @@ TEST(Help, ManualsNameEveryOption) {
     if (option.default_value == nullptr) continue;
     EXPECT_NE(kestrix.find(option.default_value), std::string::npos) << line;
   }
-  const std::string info = Manual("kestrix-info");
+  const std::string tool = Manual("kestrix-tool");
   for (const Command& command : Commands()) {
     const std::string title = "\n## " + std::string(command.name) + "\n";
-    const std::size_t start = info.find(title);
+    const std::size_t start = tool.find(title);
     ASSERT_NE(start, std::string::npos) << title;
-    const std::string section = info.substr(start, info.find("\n## ", start + 1) - start);
+    const std::string section = tool.substr(start, tool.find("\n## ", start + 1) - start);
     for (const Argument& argument : ArgumentTable()) {
       if (argument.name[0] != '-' || !Takes(command.name, argument)) continue;
       std::string names = "\n*" + std::string(argument.name) + "*";
@@ -56,10 +56,10 @@ TEST(Help, BashCompletesBothPrograms) {
       {"_kestrix", "kestrix -m", "-mesh_per_body -mb_version\n"},
       {"_kestrix", "kestrix -mb_version 200", "2009 2006\n"},
       {"_kestrix", "kestrix fox", "\n"},
-      {"_kestrix_info", "kestrix-info c", "check convert-model completion\n"},
-      {"_kestrix_info", "kestrix-info info --", "--help --json --tree --dof\n"},
-      {"_kestrix_info", "kestrix-info convert-model --to l", "legacy\n"},
-      {"_kestrix_info", "kestrix-info picture --o", "--output\n"},
+      {"_kestrix_tool", "kestrix-tool c", "check convert-model completion\n"},
+      {"_kestrix_tool", "kestrix-tool info --", "--help --json --tree --dof\n"},
+      {"_kestrix_tool", "kestrix-tool convert-model --to l", "legacy\n"},
+      {"_kestrix_tool", "kestrix-tool picture --o", "--output\n"},
   };
   for (const auto& row : rows) EXPECT_EQ(BashOffers(row.function, row.words), row.offers);
   EXPECT_EQ(RunTool({"completion", "zsh", "kestrix"}).out.find("#compdef kestrix\n"), 0U);

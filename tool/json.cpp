@@ -129,7 +129,7 @@ Json JsonOf(const BaUnlockedTransform& transform) {
 }  // namespace
 
 Json JsonHeader(const char* command) {
-  return {{"tool", "kestrix-info"}, {"schema", kSchemaVersion}, {"command", command}};
+  return {{"tool", "kestrix-tool"}, {"schema", kSchemaVersion}, {"command", command}};
 }
 
 void PrintJson(const Json& value, std::ostream& os) {

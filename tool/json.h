@@ -1,4 +1,4 @@
-// JSON output of the commands; docs/kestrix-info.schema.json describes it.
+// JSON output of the commands; docs/kestrix-tool.schema.json describes it.
 #pragma once
 
 #include <iosfwd>

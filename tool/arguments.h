@@ -1,4 +1,4 @@
-// The command line of kestrix-info: one table of commands and one of arguments, from which the
+// The command line of kestrix-tool: one table of commands and one of arguments, from which the
 // parser, the help, the completions and the checks of the manual are made.
 #pragma once
 

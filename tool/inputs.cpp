@@ -109,7 +109,7 @@ std::vector<Message> ReadMapping(const std::string& file, BaUnlockedMapping* map
 }
 
 void Complain(const std::string& file, std::string_view text) {
-  std::cerr << "kestrix-info: " << Printable(file) << ": " << Printable(text) << "\n";
+  std::cerr << "kestrix-tool: " << Printable(file) << ": " << Printable(text) << "\n";
 }
 
 void PrintWarnings(const std::string& file, const std::vector<Message>& messages) {
