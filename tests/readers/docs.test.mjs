@@ -57,8 +57,8 @@ const value = /%[.\d]*l*[a-z]/;
 const joined = (text) => text.replace(/"\s*\n\s*"/g, '');
 const plain = (text) => text.replaceAll('\\"', '"');
 const sourcesIn = (folder, isWanted = () => true) =>
-  readdirSync(join(root, folder))
-    .filter(isWanted)
+  readdirSync(join(root, folder), { recursive: true })
+    .filter((file) => /\.(cpp|h)$/.test(file) && isWanted(file))
     .map((file) => readFileSync(join(root, folder, file), 'utf8'))
     .join('\n');
 const messagesOf = (name) => {
@@ -81,7 +81,7 @@ test('every message of the pages stands in the sources', () => {
 
 test('every message of documents stands on their page', () => {
   const sources = sourcesIn('libs/src/Ba', (file) =>
-    /^ba(md|modeldata|modelcombine|modelsave|includechain).*\.cpp$/.test(file));
+    /^(document|convert)\/|bamodelcombine|baincludechain/.test(file));
   const texts = [...joined(sources).matchAll(/"((?:[^"\\\n]|\\.)*)"/g)]
     .map(([, text]) => plain(text))
     .filter((text) => /[a-z]{2,} [a-z]/.test(text));

@@ -1,6 +1,6 @@
 // Geometries from poly sets.
+#include "baconvert.h"
 #include "bamdsection.h"
-#include "bamodelconvert.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "bamodelconvert.h"
+#include "baconvert.h"
 
 // Geometries may share a set: its effects are sorted once, and made for the vertices that are used.
 // Refers to the set, which must outlive it unchanged.

@@ -5,8 +5,8 @@
 #include <iostream>
 #include <string>
 
+#include "baconvert.h"
 #include "bamdsection.h"
-#include "bamodelconvert.h"
 #include "btangles.h"
 
 namespace {

@@ -4,25 +4,21 @@
 #include <sstream>
 
 #include "baeffectsedit.h"
-#include "bamdsection.h"
-#include "bamodelconvert.h"
+#include "balegacytext.h"
+#include "btexcept.h"
 
 namespace {
-
-// Digits after which a float comes back exactly.
-constexpr int kExactDigits = 9;
 
 void PutText(std::ostream& os, const BtStr& text) { os << '\n' << text.length() << ' ' << text; }
 
 // Texts that are equal for equal names and contents.
 std::string ContentOf(const BaMaterial& material) {
   std::ostringstream os;
-  os.precision(kExactDigits);
   PutText(os, material.name());
   os << ' ' << material.flag();
   for (const std::unique_ptr<Ba_MatAttr>& attribute : material.attributes()) {
-    os << '\n' << static_cast<int>(attribute->kind()) << ' ';
-    BaPrintFloats(os, std::as_const(*attribute).values());
+    os << '\n' << static_cast<int>(attribute->kind());
+    Ba_PutFloats(os, std::as_const(*attribute).values());
   }
   for (const BaTexture& texture : material.textures()) {
     PutText(os, texture.fileName());
@@ -89,7 +85,7 @@ BtStr BaModelCombine::_freeName(const BtStr& name, IsTaken is_taken) {
 bool BaModelCombine::_addBody(const BaBody& body, long long body_id_offset,
                               const BtStr& body_name_suffix) {
   const long long id = body.id() + body_id_offset;
-  const BtStr name = BaShown(body.name()) + body_name_suffix;
+  const BtStr name = BtStr(body.name().view()) + body_name_suffix;
   if (id < 1 || id > BaModel::kMaxBodyId) {
     theExceptObj.set("Invalid body id %lld.", id);
     return false;
@@ -99,7 +95,8 @@ bool BaModelCombine::_addBody(const BaBody& body, long long body_id_offset,
     return false;
   }
   if (!_body_names.insert(name).second) {
-    return BaFail("Multiple bodies have name \"" + name + "\".");
+    theExceptObj.set("Multiple bodies have name \"" + name + "\".");
+    return false;
   }
   auto copy = std::make_unique<BaBody>();
   copy->setName(name);

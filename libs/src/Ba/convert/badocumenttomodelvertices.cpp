@@ -1,4 +1,4 @@
-#include "basetvertices.h"
+#include "badocumenttomodelvertices.h"
 
 #include <numeric>
 

@@ -2,8 +2,8 @@
 #include <map>
 #include <utility>
 
+#include "baconvert.h"
 #include "bamdsection.h"
-#include "bamodelconvert.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <unordered_map>
 
+#include "baconvert.h"
+#include "badocumenttomodelvertices.h"
 #include "bamdsection.h"
-#include "bamodelconvert.h"
-#include "basetvertices.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <algorithm>
 #include <array>
 
+#include "baconvert.h"
 #include "bamdsection.h"
-#include "bamodelconvert.h"
 
 namespace {
 

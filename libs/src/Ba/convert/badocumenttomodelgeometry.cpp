@@ -1,9 +1,9 @@
 // The geometries of a document as polygons, meshes and bones of a model.
 #include <algorithm>
 
+#include "baconvert.h"
+#include "badocumenttomodelvertices.h"
 #include "bamdsection.h"
-#include "bamodelconvert.h"
-#include "basetvertices.h"
 
 namespace {
 
