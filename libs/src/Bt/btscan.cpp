@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <bit>
 #include <charconv>
-#include <cmath>
 #include <cstdint>
 #include <limits>
 
@@ -17,13 +16,6 @@ const char* SkipSpace(const char* p, const char* end) {
   while (p != end && BtIsSpace(*p)) ++p;
   return p;
 }
-
-// Powers of ten that a double holds exactly.
-constexpr double kPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                   1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                   1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-constexpr int kMaxExactPower = 22;
-constexpr std::uint64_t kMaxExactMantissa = std::uint64_t{1} << 53;
 
 // Parses one integer that ends before `end`. Answers the position behind it, null where the slow
 // path must decide: the token may go on behind the buffer, is malformed or out of range.
@@ -46,41 +38,6 @@ const char* ParseInt(const char* p, const char* end, int* value) {
   return p;
 }
 
-// Reads an exponent at `p` ("e-12"); null when it is malformed or may go on behind `end`.
-const char* ParseExponent(const char* p, const char* end, int* exponent) {
-  ++p;
-  if (p == end) return nullptr;
-  const bool negative = *p == '-';
-  if (negative || *p == '+') ++p;
-  const char* digits = p;
-  int number = 0;
-  while (p != end && Bt_IsDigit(*p)) {
-    if (number < 10000) number = number * 10 + (*p - '0');
-    ++p;
-  }
-  if (p == digits || p == end) return nullptr;
-  *exponent = negative ? -number : number;
-  return p;
-}
-
-// The value of `mantissa` times ten to the `exponent`, which must be within the limits above: one
-// rounding gives it exactly.
-double ExactProduct(std::uint64_t mantissa, int exponent) {
-  const double number = static_cast<double>(mantissa);
-  return exponent < 0 ? number / kPowersOfTen[-exponent] : number * kPowersOfTen[exponent];
-}
-
-// The value of the number without sign that stands from `start` to `end`, with its sign; answers
-// `end`, null when it is out of range. Kept out of the path of common numbers.
-[[gnu::noinline]] const char* ParseInexact(const char* start, const char* end, bool negative,
-                                           double* value) {
-  double magnitude = 0;
-  const std::from_chars_result result = std::from_chars(start, end, magnitude);
-  if (result.ec != std::errc() || result.ptr != end) return nullptr;
-  *value = negative ? -magnitude : magnitude;
-  return end;
-}
-
 // What the digits of a positive and of a negative number are divided by.
 constexpr double kDivisors[2][9] = {{1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8},
                                     {-1e0, -1e1, -1e2, -1e3, -1e4, -1e5, -1e6, -1e7, -1e8}};
@@ -88,6 +45,20 @@ constexpr std::uint64_t kTens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 100
 
 // Characters that ParseShort() may look at.
 constexpr std::ptrdiff_t kShortRoom = 32;
+
+// The number that the digits around a point make, up to eight of them on its far side and seven on
+// its near one. `p` is at the first.
+inline std::uint64_t JoinAroundPoint(const char* p, int whole_count, int fraction_count) {
+  const int count = whole_count + fraction_count;
+  if (count <= kBtMostJoined) {
+    // The digits behind the point move up to those before it.
+    const std::uint64_t before_point = (std::uint64_t{1} << (8 * whole_count)) - 1;
+    return Bt_JoinDigits((Bt_LoadDigits(p) & before_point) | (Bt_LoadDigits(p + 1) & ~before_point),
+                         count);
+  }
+  return Bt_JoinDigits(Bt_LoadDigits(p), whole_count) * kTens[fraction_count] +
+         Bt_JoinDigits(Bt_LoadDigits(p + whole_count + 1), fraction_count);
+}
 
 // The number at `p` where it is a common one: with a point, without an exponent, of up to eight
 // digits on one side of the point and seven before it, so that one division gives it exactly.
@@ -104,61 +75,27 @@ inline const char* ParseShort(const char* p, double* value) {
   p += sign;
   const int whole_count = static_cast<int>(point - p);
   const int fraction_count = static_cast<int>(after - point) - 1;
-  const int count = whole_count + fraction_count;
-  if (*point != '.' || (*after | 0x20) == 'e' || count == 0) return nullptr;
+  if (*point != '.' || (*after | 0x20) == 'e' || whole_count + fraction_count == 0) return nullptr;
   if (whole_count >= kBtMostJoined || fraction_count > kBtMostJoined) return nullptr;
-  std::uint64_t mantissa = 0;
-  if (count <= kBtMostJoined) {
-    // The digits behind the point move up to those before it.
-    const std::uint64_t before_point = (std::uint64_t{1} << (8 * whole_count)) - 1;
-    mantissa = Bt_JoinDigits(
-        (Bt_LoadDigits(p) & before_point) | (Bt_LoadDigits(p + 1) & ~before_point), count);
-  } else {
-    mantissa = Bt_JoinDigits(Bt_LoadDigits(p), whole_count) * kTens[fraction_count] +
-               Bt_JoinDigits(Bt_LoadDigits(point + 1), fraction_count);
-  }
-  *value = static_cast<double>(static_cast<std::int64_t>(mantissa)) /
+  const std::uint64_t digits = JoinAroundPoint(p, whole_count, fraction_count);
+  *value = static_cast<double>(static_cast<std::int64_t>(digits)) /
            kDivisors[static_cast<int>(negative)][fraction_count];
   return after;
 }
 
-// As ParseInt, for any decimal number without space before it.
+// As ParseInt, for any decimal number without space before it. Kept out of the path of common
+// numbers.
 [[gnu::noinline]] const char* ParseAny(const char* p, const char* end, double* value) {
   if (p == end) return nullptr;
   const bool negative = *p == '-';
   if (negative || *p == '+') ++p;
-  const char* start = p;
-  std::uint64_t mantissa = 0;
-  while (p != end && Bt_IsDigit(*p)) {
-    mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
-    ++p;
-  }
-  std::int64_t digits = p - start;
-  int exponent = 0;
-  if (p != end && *p == '.') {
-    const char* fraction = ++p;
-    while (p != end && Bt_IsDigit(*p)) {
-      mantissa = mantissa * 10 + static_cast<std::uint64_t>(*p - '0');
-      ++p;
-    }
-    if (p - fraction > 10000) return nullptr;
-    exponent = -static_cast<int>(p - fraction);
-    digits += p - fraction;
-  }
-  if (digits == 0 || p == end) return nullptr;
-  if (*p == 'e' || *p == 'E') {
-    int written_exponent = 0;
-    p = ParseExponent(p, end, &written_exponent);
-    if (p == nullptr) return nullptr;
-    exponent += written_exponent;
-  }
-  // Nineteen digits fit the mantissa; more of them may have wrapped around.
-  const bool exact = digits <= 19 && mantissa <= kMaxExactMantissa && exponent >= -kMaxExactPower &&
-                     exponent <= kMaxExactPower;
-  if (!exact) return ParseInexact(start, p, negative, value);
-  const double magnitude = ExactProduct(mantissa, exponent);
+  if (p == end || (!Bt_IsDigit(*p) && *p != '.')) return nullptr;  // no inf, no second sign
+  double magnitude = 0;
+  const auto [after, error] = std::from_chars(p, end, magnitude);
+  // An "e" that is left belongs to a malformed exponent.
+  if (error != std::errc() || after == end || (*after | 0x20) == 'e') return nullptr;
   *value = negative ? -magnitude : magnitude;
-  return p;
+  return after;
 }
 
 // As ParseInt, for a decimal number.
