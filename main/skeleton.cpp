@@ -34,7 +34,6 @@ struct Placement {
 };
 
 Placement PlacementOf(const BaModelData& model_data, const BaMDBody& body) {
-  constexpr float kDegreesPerRadian = 57.29578F;
   constexpr int kSequence[3] = {3, 2, 1};
   BtCoordSystem coord_system;
   model_data.getCoordSystem(body, &coord_system);
@@ -43,7 +42,7 @@ Placement PlacementOf(const BaModelData& model_data, const BaMDBody& body) {
   Placement placement = {};
   for (int axis = 0; axis < 3; ++axis) {
     placement.translation[axis] = coord_system.origin()[static_cast<std::size_t>(axis)];
-    placement.rotation[axis] = angles[axis] * kDegreesPerRadian;
+    placement.rotation[axis] = angles[axis] * kBtDegreesPerRadian;
   }
   return placement;
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 #include <unordered_map>
 
 #include "babodymap.h"
@@ -51,7 +50,7 @@ Point RotationOf(const BaBody& body) {
   BtGetDecomposedRotationMatrix(angles, kSequence, axes.matrix);
   Point degrees = {};
   for (std::size_t axis = 0; axis < degrees.size(); ++axis) {
-    degrees[axis] = static_cast<double>(angles[axis]) * 180.0 / std::numbers::pi;
+    degrees[axis] = static_cast<double>(angles[axis] * kBtDegreesPerRadian);
   }
   return degrees;
 }

@@ -6,12 +6,14 @@
 #include <map>
 #include <utility>
 
+#include "btangles.h"
 #include "builtscene.h"
 #include "kfbxdeformer.h"
 #include "kfbxdocumentinfo.h"
 #include "kfbxpose.h"
 #include "kfbxskeleton.h"
 #include "kfbxsurfacephong.h"
+#include "support/documenterrors.h"
 
 namespace {
 
@@ -71,6 +73,27 @@ TEST(Scene, PlacesBodies) {
   EXPECT_EQ(pose.GetNode(0), built.scene->GetRootNode());
   EXPECT_EQ(pose.GetNode(2), built.node("knee"));
   ExpectNear(pose.GetMatrix(2).GetT(), 2, -16, 6);
+}
+
+// Angles come out to the last bit, and half a turn stays the half turn that a document says.
+TEST(Scene, TurnsBodiesByDegrees) {
+  const auto document = [](const char* angle) {
+    return kDocumentHeader + "UNITS {\nANGLE: 1 DEGREES\n}\nBODY {\nNAME: a\n" +
+           "COORDINATE_SYSTEM {\nTRANSLATION: 0 0 0\nROTATION: 0 0 " + angle +
+           " X Y Z\n}\nPARENT_NAME: GLOBAL\n}\n";
+  };
+  const std::pair<std::string, double> cases[] = {
+      {kHeader + BodyAt(1, "a", 0, "0.8660254 0.5 0 -0.5 0.8660254 0 0 0 1 0 0 0"), 30},
+      {kHeader + BodyAt(1, "a", 0, "0.5403023 0.841471 0 -0.841471 0.5403023 0 0 0 1 0 0 0"),
+       static_cast<double>(kBtDegreesPerRadian)},
+      {document("90"), 90},
+      {document("180"), 180},
+      {document("-45"), -45},
+  };
+  for (const auto& [model, degrees] : cases) {
+    const BuiltScene built(model, kEmptyDof);
+    EXPECT_EQ(built.node("a")->GetPreRotation(KFbxNode::eSOURCE_SET)[2], degrees) << model;
+  }
 }
 
 TEST(Scene, ReadsRotationOrdersBackwards) {

@@ -7,10 +7,16 @@
 // described; anything else is an assertion failure.
 #pragma once
 
+#include <bit>
+#include <cstdint>
 #include <span>
 
 #include "array.h"
 #include "btfloatmat.h"
+
+// What turns radians into the degrees that are shown and written: always this very float, one step
+// below 57.29578F, so that all programs give the same angle to the last bit.
+inline constexpr float kBtDegreesPerRadian = std::bit_cast<float>(std::uint32_t{0x42652EE0});
 
 // The angles whose matrix `matrix_in` is. Where the middle angle is a right angle, so that only the
 // sum or the difference of the outer ones counts, each outer angle gets half of it.

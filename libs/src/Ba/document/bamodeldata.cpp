@@ -111,6 +111,8 @@ BaMDInclude* BaModelData::addInclude(std::unique_ptr<BaMDInclude> include) {
   return BaAppend(&_includes, std::move(include));
 }
 
+// Exact, unlike the way back: a body that is turned by 180 degrees must not come to stand a little
+// beyond, where it is turned by -180.
 double BaModelData::radiansPerAngleUnit() const {
   const auto factor = static_cast<double>(_angle_units.factor);
   return _angle_units.name == "DEGREES" ? factor * (std::numbers::pi / 180) : factor;
