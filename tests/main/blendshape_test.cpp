@@ -1,4 +1,7 @@
 // Blend shapes of a scene: which sliders a mesh has, and in which order.
+#include <array>
+#include <tuple>
+
 #include "builtscene.h"
 #include "kfbxdeformer.h"
 #include "support/documenterrors.h"
@@ -44,6 +47,29 @@ TEST(BlendShapes, AreThoseOfTheMeshInTheDocumentsOrder) {
   EXPECT_EQ(ShapesOf(apart.mesh("b_mesh")), "face smile=12 frown=10;");
   const BuiltScene whole(text, kEmptyDof, false);
   EXPECT_EQ(ShapesOf(whole.mesh("a_mesh")), "face smile=3 frown=5 blink=6;hand frown=1;");
+}
+
+// The offsets of a vertex turn with the body that it is defined on.
+TEST(BlendShapes, TurnWithTheirBody) {
+  // A quarter turn about Z brings x to y and y to -x.
+  const std::string text =
+      kDocumentHeader + DocumentBody("a", "GLOBAL") +
+      "BODY {\nNAME: b\nCOORDINATE_SYSTEM {\nTRANSLATION: 1 2 3\n"
+      "ROTATION: 0 0 1.57079633 X Y Z\n}\nPARENT_NAME: a\n}\n"
+      "MATERIAL {\nNAME: m\n}\n" +
+      Group("face", "smile") + DocumentShape("a", "m") +
+      DocumentShape("b", "m",
+                    "BLEND {\nSLIDER_GROUP: face\nSLIDER_NAME: smile\nVECTORS {\n1 2 3 1\n}\n}\n");
+  for (const auto& [apart, mesh, expected] :
+       {std::tuple{true, "b_mesh", std::array{2., 4., 6.}}, {false, "a_mesh", {-4., 2., 6.}}}) {
+    const BuiltScene built(text, kEmptyDof, apart, 2.0F);
+    const auto* shape = dynamic_cast<const KFbxBlendShape*>(
+        built.mesh(mesh).GetDeformer(built.mesh(mesh).GetDeformerCount() - 1));
+    ASSERT_NE(shape, nullptr);
+    const auto& offsets = shape->GetBlendShapeChannel(0)->GetTargetShape()->GetOffsets();
+    ASSERT_EQ(offsets.size(), 3U);
+    for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(offsets[i], expected.at(i), 1e-5) << mesh << i;
+  }
 }
 
 }  // namespace
