@@ -44,10 +44,12 @@ KFbxTexture::EWrapMode WrapMode(const BtStr& attributes) {
   return attributes == "CLAMP" ? KFbxTexture::eCLAMP : KFbxTexture::eREPEAT;
 }
 
-// The part of a material that a texture drives: pictures of the surroundings are seen as
-// reflections.
-const char* SlotOf(BaMDTexture_t type) {
-  return type == BaMDTexture_t::Decal2D ? "DiffuseColor" : "ReflectionColor";
+// Lets a texture drive its part of a material: pictures of the surroundings are seen as
+// reflections. False when the part has a texture already.
+bool Connect(KFbxTexture* texture, BaMDTexture_t type, KFbxSurfacePhong* material) {
+  if (type == BaMDTexture_t::Decal2D) return material->Connect(texture, "DiffuseColor");
+  material->ReflectionFactor.Set(1.0);
+  return material->Connect(texture, "ReflectionColor");
 }
 
 // The same for every way to write the path of a file.
@@ -96,7 +98,7 @@ void SceneMaterials::addTexture(KFbxSurfacePhong* material, const BaMDTexture& m
   texture->SetWrapMode(WrapMode(md_texture.sAttributes()), WrapMode(md_texture.tAttributes()));
   texture->SetUVSet(kUvSet);
   texture->SetMedia(picture);
-  if (!material->Connect(texture, SlotOf(md_texture.type()))) {
+  if (!Connect(texture, md_texture.type(), material)) {
     theExceptObj.setAsWarning(
         "Texture '%s' of material \"%s\" is left out: the material has another texture of its "
         "kind.",

@@ -223,7 +223,7 @@ void FileGatherer::_gatherMaterial(const Object& object) {
   FbxMaterialFacts material;
   material.name = object.name;
   for (const char* name : {"EmissiveColor", "AmbientColor", "DiffuseColor", "SpecularColor",
-                           "ShininessExponent", "TransparencyFactor"}) {
+                           "ShininessExponent", "TransparencyFactor", "ReflectionFactor"}) {
     const std::vector<double> values = _property(object.record, name);
     if (!values.empty()) material.properties.emplace_back(name, values);
   }

@@ -53,11 +53,13 @@ function checkMaterials(read, fbx) {
   // FBX2glTF has no place for reflections, but must not take them for the colour of the surface.
   const hasReflections = read === readWithThree;
   assert.deepEqual(
-    found.map(({ name, opacity, picture: surface, reflected }) =>
-      ({ name, opacity, surface, reflected })),
+    found.map(({ name, opacity, picture: surface, reflected, reflectivity }) =>
+      ({ name, opacity, surface, reflected, reflectivity })),
     materials.map(({ name, alpha, skin, surroundings }) => ({
       name, opacity: alpha, surface: bytesOf(skin),
       reflected: hasReflections ? bytesOf(surroundings?.[1]) : undefined,
+      // Whatever reflects is metal to programs such as Blender.
+      reflectivity: hasReflections ? Number(surroundings !== undefined) : undefined,
     })));
   if (hasReflections) return;
   const unpacked = fbx.replace(/\.fbx$/, '.fbm');

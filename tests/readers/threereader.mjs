@@ -96,9 +96,9 @@ export function readWithThree(fbx, pose = new Map()) {
     [object.material].flat().forEach((material) => materials.set(material.name, material));
   });
   const bytesOf = (texture) => pictures.get(texture?.image?.url) ?? null;
-  facts.materials = [...materials.values()].map(({ name, color, opacity, map, envMap }) => ({
+  facts.materials = [...materials.values()].map(({ name, color, opacity, reflectivity, map, envMap }) => ({
     name, diffuse: color.getRGB({}, SRGBColorSpace), opacity,
-    picture: bytesOf(map), reflected: bytesOf(envMap),
+    reflectivity, picture: bytesOf(map), reflected: bytesOf(envMap),
   }));
   return facts;
 }

@@ -118,6 +118,9 @@ TEST(Info, ReadsTheFilesThatTheConverterWrites) {
     EXPECT_EQ(facts["meshes"][0]["polygons"], 3234);
     EXPECT_EQ(facts["meshes"][0]["shapes"], Json::parse(R"(["Angry", "Surprised", "Sad"])"));
     EXPECT_EQ(facts["materials"].size(), 3U);
+    for (const Json& material : facts["materials"]) {  // nothing is metal that reflects nothing
+      EXPECT_EQ(material["properties"]["ReflectionFactor"], Json::array({0.0})) << material;
+    }
   }
 }
 

@@ -25,7 +25,9 @@ class KFbxSurfacePhong : public KFbxCreated<KFbxSurfacePhong> {
   KFbxProperty<double> SpecularFactor{1.0};
   KFbxProperty<double> ShininessExponent{20.0};
   KFbxProperty<KFbxVector4> ReflectionColor{KFbxVector4(0, 0, 0)};
-  KFbxProperty<double> ReflectionFactor{1.0};
+  // A new material reflects nothing. Readers take the factor alone for how metallic a surface is,
+  // so it must be 0 even though the colour is black.
+  KFbxProperty<double> ReflectionFactor{0.0};
 
   // A texture and the property that it drives, such as "DiffuseColor".
   struct Connection {
