@@ -1,6 +1,13 @@
 #include "scene.h"
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+
 #include "bamapping.h"
+#include "bamdbody.h"
+#include "bamdvertexeffects.h"
+#include "bamdvertices.h"
 #include "bamodeldata.h"
 #include "btexcept.h"
 #include "btfile.h"
@@ -23,6 +30,50 @@ KFbxDocumentInfo* CreateDocumentInfo(KFbxSdkManager* manager, const BtStr& model
   scene_info->mKeywords = "motion capture assets";
   scene_info->mComment = "";
   return scene_info;
+}
+
+template <class Numbers>
+bool AreFinite(const Numbers& numbers) {
+  return std::all_of(std::begin(numbers), std::end(numbers),
+                     [](float f) { return std::isfinite(f); });
+}
+
+bool AreFinite(const BaMDVertexEffects& effects) {
+  const auto* flex = effects.asFlex();
+  const auto* blend = effects.asBlend();
+  return (flex == nullptr ||
+          std::all_of(flex->weights().begin(), flex->weights().end(),
+                      [](const auto& entry) { return std::isfinite(entry.weight); })) &&
+         (blend == nullptr || std::all_of(blend->vectors().begin(), blend->vectors().end(),
+                                          [](const auto& entry) { return AreFinite(entry.v); }));
+}
+
+bool CannotWrite(const BtStr& name, const char* fault) {
+  theExceptObj.set("Unable to write \"%s\": %s.", static_cast<const char*>(name), fault);
+  return false;
+}
+
+// Files hold finite numbers only, but models may come from elsewhere.
+bool CheckNumbers(const BaModelData& model_data) {
+  const bool has_unit = std::isfinite(model_data.radiansPerAngleUnit());
+  for (const BaMDBody* body : model_data.bodies()) {
+    const BaMDCoordSys& place = body->coordSys();
+    if (!has_unit || !AreFinite(place.translation()) || !AreFinite(place.rotation())) {
+      return CannotWrite(body->name(), "its transform is not finite");
+    }
+  }
+  for (const BaMDVertices* vertices : model_data.vertexSets()) {
+    const auto& points = vertices->coordinates();
+    if (!std::all_of(points.begin(), points.end(), [](const BaMDPoint& p) {
+          return AreFinite(std::array{p.x, p.y, p.z});
+        })) {
+      return CannotWrite(vertices->name(), "a point is not finite");
+    }
+    for (const BaMDVertexEffects* effects : vertices->effects()) {
+      if (!AreFinite(*effects)) return CannotWrite(vertices->name(), "an effect is not finite");
+    }
+  }
+  return true;
 }
 
 }  // namespace
@@ -48,6 +99,7 @@ void DestroySdk(KFbxSdkManager* manager) {
 bool CreateScene(KFbxSdkManager* manager, KFbxScene* scene, const BaModelData& model_data,
                  const BtStr& model_file, const BaUnlockedMapping& mapping, float scale_factor,
                  bool mesh_per_body) {
+  if (!CheckNumbers(model_data)) return false;
   scene->SetSceneInfo(CreateDocumentInfo(manager, model_file));
   SceneMaterials materials(scene, model_data, BtFileDirectory(model_file));
   CreateSkeletons(scene, model_data, mapping, scale_factor, mesh_per_body, &materials);

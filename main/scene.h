@@ -17,7 +17,9 @@ void InitializeSdk(KFbxSdkManager** manager, KFbxScene** scene);
 void DestroySdk(KFbxSdkManager* manager);
 
 // Fills the scene: document information, then skeleton, meshes and bind pose. `model_file` is the
-// path that the model was read from; its folder is where textures are looked for.
+// path that the model was read from; its folder is where textures are looked for. False, with an
+// error recorded, when the user wants to stop and for transforms, points and effects that are not
+// finite, or are not once they are scaled and put together.
 bool CreateScene(KFbxSdkManager* manager, KFbxScene* scene, const BaModelData& model_data,
                  const BtStr& model_file, const BaUnlockedMapping& mapping, float scale_factor,
                  bool mesh_per_body);

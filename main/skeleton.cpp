@@ -1,5 +1,7 @@
 #include "skeleton.h"
 
+#include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <string>
 #include <vector>
@@ -82,6 +84,23 @@ void AddGeoBody(const Level& level, bool has_polys, bool mesh_per_body, GeoBodie
   if (mesh_per_body ? has_polys : level.body->isTopLevel()) geo_bodies->append(level.body);
 }
 
+// False, with an error recorded, when a node is placed beyond all numbers, by its own transform or
+// by those above it. Whatever is computed from such a place is of no use.
+bool CheckPlaces(KFbxScene* scene) {
+  std::vector<KFbxNode*> waiting = {scene->GetRootNode()};
+  while (!waiting.empty()) {
+    KFbxNode* node = waiting.back();
+    waiting.pop_back();
+    const auto& values = scene->GetEvaluator()->GetNodeGlobalTransform(node).Values();
+    if (!std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); })) {
+      theExceptObj.set("Unable to write \"%s\": its transform is not finite.", node->GetName());
+      return false;
+    }
+    for (int i = node->GetChildCount() - 1; i >= 0; --i) waiting.push_back(node->GetChild(i));
+  }
+  return true;
+}
+
 }  // namespace
 
 void CreateSkeletons(KFbxScene* scene, const BaModelData& model_data,
@@ -91,7 +110,7 @@ void CreateSkeletons(KFbxScene* scene, const BaModelData& model_data,
   bool has_geometry = false;
   CreateChildSkeletonNodes(model_data, kWorld, &geo_bodies, &has_geometry, scene, mapping,
                            scale_factor, scene->GetRootNode(), mesh_per_body);
-  if (theExceptObj.checkCancel()) return;
+  if (theExceptObj.checkCancel() || !CheckPlaces(scene)) return;
   MeshBuilder meshes(scene, model_data, scale_factor, materials);
   for (const BaMDBody* geo_body : geo_bodies) {
     if (theExceptObj.checkCancel()) return;

@@ -17,7 +17,8 @@ using GeoBodies = BtList<const BaMDBody*>;
 // Builds the whole tree under the scene's root node, the meshes and the bind pose. Lengths are
 // multiplied by `scale_factor`. With `mesh_per_body` every body with polygons gets a mesh of its
 // own, otherwise every top-level body whose chain has polygons gets one for the whole chain. Leaves
-// the scene as it is, with an error recorded, when the user wants to stop.
+// the scene as it is, with an error recorded, when the user wants to stop or the place of a body is
+// not finite.
 void CreateSkeletons(KFbxScene* scene, const BaModelData& model_data,
                      const BaUnlockedMapping& mapping, float scale_factor, bool mesh_per_body,
                      SceneMaterials* materials);

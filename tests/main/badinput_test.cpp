@@ -111,6 +111,46 @@ TEST_F(BadInput, ModelsThatDoNotConvertSayWhy) {
   }
 }
 
+// Found before anything is made of the numbers: nothing is said of saving.
+TEST_F(BadInput, PlacesBeyondAllNumbersAreRefused) {
+  const std::string far = "1 0 0 0 1 0 0 0 1 2e38 0 -2e38";
+  const std::string meshes = "F 2" + kTriangle + "F 1" + kTriangle;
+  const struct {
+    std::string model;
+    std::string factor;
+    std::string body;
+  } cases[] = {
+      {kGoodModel + BodyAt(2, "arm", 1, far) + "F 2" + kTriangle, "2.54", "arm"},
+      {kHeader + "M 1 m\n0\n" + BodyAt(1, "leg", 0, far) + BodyAt(2, "arm", 1) + meshes, "2.54",
+       "leg"},
+      {kGoodModel + BodyAt(2, "arm", 1, "1 0 0 0 1 0 0 0 1 0 2 0") + "F 2" + kTriangle, "2e38",
+       "arm"},
+      {kGoodModel + BodyAt(2, "arm", 1, far), "2", "arm"},
+  };
+  for (const auto& c : cases) {
+    _folder.write("far.mdl", c.model);
+    for (const std::vector<std::string>& more :
+         {std::vector<std::string>{}, {"-mesh_per_body"}, {"-mb_version", "2010"}}) {
+      std::vector<std::string> arguments = {"-scale_factor", c.factor};
+      arguments.insert(arguments.end(), more.begin(), more.end());
+      arguments.insert(arguments.end(), {"far.mdl", "good.dof", "out.fbx"});
+      expectError(arguments, "Unable to create the fbx scene.|Unable to write \"" + c.body +
+                                 "\": its transform is not finite.");
+    }
+  }
+  // What is just within the numbers converts, chains of it and great points too.
+  std::string chain = kGoodModel;
+  for (int id = 2; id <= 40; ++id) {
+    chain += BodyAt(id, "b" + std::to_string(id), id - 1, "1 0 0 0 1 0 0 0 1 3e38 0 0") + "F " +
+             std::to_string(id) + " 1 3 0 0 0 -1 3e38 0 0 -1 0 3e38 0 -1\n";
+  }
+  _folder.write("chain.mdl", chain);
+  const RunResult result =
+      RunKestrix({"-scale_factor", "1", "chain.mdl", "good.dof", "out.fbx"}, _folder.path());
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+}
+
 TEST_F(BadInput, WarningsLetTheRunGoOn) {
   const struct {
     std::string model, mapping, err;

@@ -3,9 +3,15 @@
 
 #include <array>
 #include <cmath>
+#include <functional>
+#include <limits>
 #include <map>
+#include <memory>
 #include <utility>
 
+#include "bamdbody.h"
+#include "bamdvertexeffects.h"
+#include "bamdvertices.h"
 #include "btangles.h"
 #include "builtscene.h"
 #include "kfbxdeformer.h"
@@ -14,6 +20,7 @@
 #include "kfbxskeleton.h"
 #include "kfbxsurfacephong.h"
 #include "support/documenterrors.h"
+#include "support/printed.h"
 
 namespace {
 
@@ -183,6 +190,55 @@ TEST(Scene, MakesMaterialsTransparentByTheirAlpha) {
     const BuiltScene built(model, kEmptyDof);
     const KFbxSurfacePhong& made = *built.node("a_mesh")->GetMaterial(0);
     EXPECT_EQ(made.TransparencyFactor.Get() * made.TransparentColor.Get()[0], transparency);
+  }
+}
+
+// Files hold finite numbers only, models of other programs need not.
+TEST(Scene, RefusesNumbersThatAreNotFinite) {
+  constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+  using Change = std::function<void(BaModelData*, BaMDCoordSys*, BaMDVertices*)>;
+  const std::pair<Change, const char*> cases[] = {
+      {[](auto*, auto* place, auto*) {
+         place->setTranslation({0, kNan, 0});
+       },
+       "its transform"},
+      {[](auto*, auto* place, auto*) {
+         place->setRotation({kNan, 0, 0});
+       },
+       "its transform"},
+      {[](auto* data, auto*, auto*) {
+         data->setAngleUnits({"DEGREES", kNan});
+       },
+       "its transform"},
+      {[](auto*, auto*, auto* set) {
+         set->setCoordinates({{0, 0, 0}, {0, 0, kNan}});
+       },
+       "a point"},
+      {[](auto*, auto*, auto* set) {
+         auto flex = std::make_unique<BaMDFlexVEffects>();
+         flex->setWeights({{kNan, 1}});
+         set->addEffects(std::move(flex));
+       },
+       "an effect"},
+      {[](auto*, auto*, auto* set) {
+         auto blend = std::make_unique<BaMDBlendVEffects>();
+         blend->setVectors({{{0, 0, kNan}, 1}});
+         set->addEffects(std::move(blend));
+       },
+       "an effect"},
+  };
+  for (const auto& [change, what] : cases) {
+    BuiltScene built(
+        kHeader + BodyAt(1, "a", 0) + BodyAt(2, "b", 1) + kMaterial + Square(1, 0) + Square(2, 0),
+        kEmptyDof);
+    BaModelData* data = &built.model_data;
+    BaMDCoordSys place = data->bodyByName("b")->coordSys();
+    change(data, &place, *data->vertexSets().begin());
+    data->bodyByName("b")->setCoordSys(place);
+    KFbxSdkManager* manager = built.manager.get();
+    KFbxScene* scene = KFbxScene::Create(manager, "");
+    EXPECT_FALSE(CreateScene(manager, scene, *data, "m.mdl", built.mapping, 1.0F, false));
+    EXPECT_NE(TakePrinted().find(std::string(what) + " is not finite."), std::string::npos) << what;
   }
 }
 
