@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <fstream>
 #include <map>
+#include <string_view>
+#include <unordered_map>
 #include <utility>
 
 #include "bapicturefile.h"
@@ -116,6 +118,36 @@ std::string TexturesText(const BaMaterial& material, const BtStr* folder = nullp
   return text;
 }
 
+// Pairs what has one name in both lists, the first with the first and so on where several have it.
+// Calls visit(a, b) for the elements of `a` in order, then for those of `b` that are left over;
+// what has no partner comes with null.
+template <class T, class Visit>
+void ForEachPair(const std::vector<const T*>& a, const std::vector<const T*>& b, Visit visit) {
+  std::unordered_map<std::string_view, std::vector<std::size_t>> places;  // in `b`, the last first
+  for (std::size_t i = b.size(); i-- > 0;) places[b[i]->name().view()].push_back(i);
+  std::vector<bool> paired(b.size());
+  for (const T* element : a) {
+    const auto found = places.find(element->name().view());
+    if (found == places.end() || found->second.empty()) {
+      visit(element, static_cast<const T*>(nullptr));
+      continue;
+    }
+    const std::size_t place = found->second.back();
+    found->second.pop_back();
+    paired[place] = true;
+    visit(element, b[place]);
+  }
+  for (std::size_t i = 0; i < b.size(); ++i) {
+    if (!paired[i]) visit(static_cast<const T*>(nullptr), b[i]);
+  }
+}
+
+std::vector<const BaMaterial*> MaterialsOf(const BaModel& model) {
+  std::vector<const BaMaterial*> materials;
+  for (const auto& material : model.materials()) materials.push_back(&*material);
+  return materials;
+}
+
 std::vector<Difference> ModelDiffer::run() {
   _compareSettings();
   _compareBodies();
@@ -148,19 +180,15 @@ void ModelDiffer::_compareSettings() {
 }
 
 void ModelDiffer::_compareBodies() {
-  for (const BaBody* body : BodiesInOrder(_a)) {
-    const BaBody* other = _b.findBody(body->name());
-    if (other == nullptr || other->id() == 0) {
-      _add("body-removed", "body", Text(body->name()), std::to_string(body->id()), "");
+  ForEachPair(BodiesInOrder(_a), BodiesInOrder(_b), [this](const BaBody* a, const BaBody* b) {
+    if (b == nullptr) {
+      _add("body-removed", "body", Text(a->name()), std::to_string(a->id()), "");
+    } else if (a == nullptr) {
+      _add("body-added", "body", Text(b->name()), "", std::to_string(b->id()));
     } else {
-      _compareBody(*body, *other);
+      _compareBody(*a, *b);
     }
-  }
-  for (const BaBody* body : BodiesInOrder(_b)) {
-    const BaBody* other = _a.findBody(body->name());
-    if (other != nullptr && other->id() != 0) continue;
-    _add("body-added", "body", Text(body->name()), "", std::to_string(body->id()));
-  }
+  });
 }
 
 void ModelDiffer::_compareBody(const BaBody& a, const BaBody& b) {
@@ -187,19 +215,15 @@ void ModelDiffer::_compareBody(const BaBody& a, const BaBody& b) {
 }
 
 void ModelDiffer::_compareMaterials() {
-  for (const auto& material : _a.materials()) {
-    const BaMaterial* other = _b.materialByName(material->name());
-    if (other == nullptr) {
-      _add("material-removed", "material", Text(material->name()), std::to_string(material->id()),
-           "");
+  ForEachPair(MaterialsOf(_a), MaterialsOf(_b), [this](const BaMaterial* a, const BaMaterial* b) {
+    if (b == nullptr) {
+      _add("material-removed", "material", Text(a->name()), std::to_string(a->id()), "");
+    } else if (a == nullptr) {
+      _add("material-added", "material", Text(b->name()), "", std::to_string(b->id()));
     } else {
-      _compareMaterial(*material, *other);
+      _compareMaterial(*a, *b);
     }
-  }
-  for (const auto& material : _b.materials()) {
-    if (_a.materialByName(material->name()) != nullptr) continue;
-    _add("material-added", "material", Text(material->name()), "", std::to_string(material->id()));
-  }
+  });
 }
 
 void ModelDiffer::_compareMaterial(const BaMaterial& a, const BaMaterial& b) {

@@ -22,9 +22,9 @@ struct ModelFile {
   std::string file;
 };
 
-// Bodies, materials and sliders are matched by name, vertices and faces by their places. Numbers
-// that differ by no more than the tolerance are equal. Textures are equal whose
-// pictures are, byte by byte; where a picture is missing, names count.
+// Bodies, materials and sliders are matched by name, several of one name in their order; vertices
+// and faces by their places. Numbers that differ by no more than the tolerance are equal. Textures
+// are equal whose pictures are, byte by byte; where a picture is missing, names count.
 std::vector<Difference> DiffModels(const ModelFile& a, const ModelFile& b, double tolerance);
 // Bodies are matched by id.
 std::vector<Difference> DiffMappings(const BaUnlockedMapping& a, const BaUnlockedMapping& b,

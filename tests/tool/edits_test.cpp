@@ -6,6 +6,7 @@
 #include <sstream>
 
 #include "main/runprogram.h"
+#include "support/legacyerrors.h"
 #include "tool/runtool.h"
 
 namespace {
@@ -137,6 +138,12 @@ TEST(ConvertModel, WritesNothingWhereItFails) {
   EXPECT_EQ(RunTool({"convert-model", Sample("fox.mdl"), folder.path("no/out.mdl")}).status, 2);
 }
 
+// Two bodies and two materials of one name each, and otherwise different.
+const std::string kTwins = kBasicModel + LegacyBody("arm", 2, 1) +
+                           "X\narm\n3\n\n2\n0 1 0 -1 0 0 0 0 1 5 6 7\nM 2 skin\n3 1 0 0\n0\n"
+                           "F 2 1 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n"
+                           "F 3 2 3 0 0 0 -1 2 0 0 -1 0 2 0 -1\n";
+
 TEST(Diff, SeesEachChange) {
   const struct {
     std::string file, from, to;
@@ -166,6 +173,13 @@ TEST(Diff, SeesEachChange) {
     text.replace(place, row.from.size(), row.to);
     EXPECT_EQ(DiffCodes(Sample(row.file), folder.write(row.file, text)), row.codes);
   }
+  // Those of one name are matched in order; a third one is one that is added.
+  const std::string twins = folder.write("twins.mdl", kTwins);
+  EXPECT_EQ(DiffCodes(twins, twins), Codes{});
+  const std::string triplets =
+      folder.write("triplets.mdl", kTwins + "M 4 skin\n0\n" + LegacyBody("arm", 4, 3));
+  EXPECT_EQ(DiffCodes(twins, triplets), (Codes{"body-added", "material-added"}));
+  EXPECT_EQ(DiffCodes(triplets, twins), (Codes{"body-removed", "material-removed"}));
   EXPECT_EQ(RunTool({"diff", Sample("fox.mdl"), Sample("fox.dof")}).status, 2);
   EXPECT_EQ(RunTool({"diff", "--tolerance", "-1", Sample("fox.mdl"), Sample("fox.mdl")}).status, 2);
 }
