@@ -250,7 +250,11 @@ void PrintText(const FbxFacts& facts, bool tree_only, std::ostream& os) {
 
 void PrintText(const BaUnlockedMapping& mapping, std::ostream& os) {
   os << "  mapping   " << Counted(mapping.bodyMaps().count(), "body", "bodies") << ", "
-     << Counted(mapping.numSysVars(), "variable", "variables") << "\n";
+     << Counted(mapping.numSysVars(), "variable", "variables");
+  if (mapping.highestSysVarUsed() > mapping.numSysVars()) {
+    os << "; with those of textures and sliders " << mapping.highestSysVarUsed();
+  }
+  os << "\n";
   Table table;
   table.add({"body id", "rotates about", "tx", "ty", "tz", "rx", "ry", "rz"});
   for (const BaUnlockedBodyMap* map : mapping.bodyMaps()) {

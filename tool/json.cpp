@@ -230,6 +230,7 @@ Json ToJson(const BaUnlockedMapping& mapping) {
                         })}});
   }
   return {{"variables", mapping.numSysVars()},
+          {"frame_variables", mapping.highestSysVarUsed()},
           {"bodies", std::move(bodies)},
           {"textures", std::move(textures)},
           {"slider_groups", std::move(sliders)}};

@@ -34,17 +34,21 @@ TEST(BaMapping, FilesThatAreNotReadSayWhy) {
 }
 
 TEST(BaMapping, FilesThatAreReadGiveTheirVariableCount) {
-  const std::tuple<std::string, int, std::string> cases[] = {
-      {"Zov Graphic Mapping File, draft\r\nv1.9\r\n0\r\n0\r\n", 0, ""},
-      {"Zov Graphic Mapping File" + std::string(200, '!') + "\nV1.999 0 0", 0, ""},
-      {MappingText(0, 0, "# comment\nEND:\nno section"), 0, ""},
-      {MappingText(10, 1, BodyRecord(1, 7)), 12,
+  // The number of variables, and the highest that anything uses.
+  const std::tuple<std::string, int, int, std::string> cases[] = {
+      {"Zov Graphic Mapping File, draft\r\nv1.9\r\n0\r\n0\r\n", 0, 0, ""},
+      {"Zov Graphic Mapping File" + std::string(200, '!') + "\nV1.999 0 0", 0, 0, ""},
+      {MappingText(0, 0, "# comment\nEND:\nno section"), 0, 0, ""},
+      {MappingText(10, 1, BodyRecord(1, 7)), 12, 12,
        "Mapping file specifies 10 variables, but actually uses 12 variables."},
-      {TextureMaps("1 9"), 6, ""},            // only variables of transforms count
-      {IncludeBlock("FILE_NAME: a"), 6, ""},  // the include is not loaded
+      {TextureMaps("1 9"), 6, 9, ""},  // only variables of transforms count in the number
+      {Sliders("a 2\nb 8"), 6, 8, ""},
+      {IncludeBlock("FILE_NAME: a"), 6, 6, ""},  // the include is not loaded
   };
-  for (const auto& [text, num_vars, warning] : cases) {
-    EXPECT_EQ(Read(text).numSysVars(), num_vars) << text;
+  for (const auto& [text, num_vars, highest, warning] : cases) {
+    const BaUnlockedMapping mapping = Read(text);
+    EXPECT_EQ(mapping.numSysVars(), num_vars) << text;
+    EXPECT_EQ(mapping.highestSysVarUsed(), highest) << text;
     EXPECT_EQ(TakePrinted(), warning.empty() ? "" : PrintedWarning(warning)) << text;
   }
 }

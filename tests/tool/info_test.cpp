@@ -97,6 +97,23 @@ TEST(Info, TellsWhatTheSamplesAre) {
   EXPECT_EQ(texture["bytes"], 26764);
 }
 
+// A frame must hold what sliders and textures use, too.
+TEST(Info, CountsTheVariablesOfAFrame) {
+  const TestFolder folder;
+  const std::tuple<std::string, int, std::string> rows[] = {
+      {OneBody(""), 6, "1 body, 6 variables\n"},
+      {Sliders("smile 9"), 9, "1 body, 6 variables; with those of textures and sliders 9\n"},
+  };
+  for (const auto& [text, highest, line] : rows) {
+    const std::string file = folder.write("m.dof", text);
+    const Json mapping = InfoOf({file})["mapping"];
+    EXPECT_EQ(mapping["variables"], 6);
+    EXPECT_EQ(mapping["frame_variables"], highest);
+    const std::string out = RunTool({"info", file}).out;
+    EXPECT_NE(out.find(line), std::string::npos) << out;
+  }
+}
+
 const std::pair<std::string, int> kReleases[] = {{"2011", 7100}, {"2010", 6100}};
 
 // Answers the path of the FBX file.

@@ -68,8 +68,12 @@ class BaUnlockedMapping {
   // False, with an error recorded and an older file as it was, where that fails.
   bool save(const char* file) const;
 
-  // The highest variable id in use, once setHighestSysVar() has seen to it, as reading does.
+  // The number that the file states: the highest variable id that any transform uses, once
+  // setHighestSysVar() has seen to it, as reading does.
   [[nodiscard]] int numSysVars() const { return _num_sysvars; }
+  // The highest variable id that transforms, textures and sliders use, 0 for none: how many
+  // variables a frame must have. Includes that are not merged yet do not count.
+  [[nodiscard]] int highestSysVarUsed() const;
   // In file order, those of included files behind them.
   [[nodiscard]] const BtList<BaUnlockedBodyMap*>& bodyMaps() const { return _body_maps; }
   // Null for a body that is not mapped. Takes constant time.
@@ -131,7 +135,13 @@ class BaUnlockedMapping {
   void _addBodyMap(std::unique_ptr<BaUnlockedBodyMap> body_map, int body_id);
   // Calls visit(id) with every variable id that transforms, textures and sliders use, 0 left out.
   template <class Visit>
-  void _forEachSysVarId(Visit visit) const;
+  void _forEachSysVarId(Visit visit) const {
+    for (const BaUnlockedBodyMap* body_map : _body_maps) body_map->forEachSysVarId(visit);
+    for (const TextureIndexMap& map : _texture_index_maps) visit(map.sysvar_id);
+    for (const BlendEffectMap& map : _blend_effect_maps) {
+      for (const BlendEffectMap::Slider& slider : map.sliders) visit(slider.sysvar_id);
+    }
+  }
 
   int _num_sysvars = 0;
   BtList<BaUnlockedBodyMap*> _body_maps;                        // owned

@@ -166,6 +166,12 @@ void BaUnlockedMapping::changeBodyIds(const BtMap<int, int>& new_ids) {
   }
 }
 
+int BaUnlockedMapping::highestSysVarUsed() const {
+  int highest = 0;
+  _forEachSysVarId([&highest](int id) { highest = std::max(highest, id); });
+  return highest;
+}
+
 void BaUnlockedMapping::setHighestSysVar() {
   _num_sysvars = 0;
   for (const BaUnlockedBodyMap* body_map : _body_maps) {

@@ -19,15 +19,6 @@ BtStr PathOf(const BtStr& file_name, const BtStr& directory) {
 
 }  // namespace
 
-template <class Visit>
-void BaUnlockedMapping::_forEachSysVarId(Visit visit) const {
-  for (const BaUnlockedBodyMap* body_map : _body_maps) body_map->forEachSysVarId(visit);
-  for (const TextureIndexMap& map : _texture_index_maps) visit(map.sysvar_id);
-  for (const BlendEffectMap& map : _blend_effect_maps) {
-    for (const BlendEffectMap::Slider& slider : map.sliders) visit(slider.sysvar_id);
-  }
-}
-
 // Adds one mapping after the other to a result. Remembers which variables are taken, so that the
 // work for each is in proportion to its own size.
 class Ba_MappingMerge {
