@@ -58,9 +58,16 @@ install(DIRECTORY docs COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR}
   FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.json")
 install(DIRECTORY samples COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
-# Manual pages and completion scripts, as kestrix_help has made them.
-install(DIRECTORY ${PROJECT_BINARY_DIR}/share/ COMPONENT Runtime
-  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR})
+# Manual pages and completion scripts, as kestrix_help has made them. Each by its name: where it was
+# not made, installing fails, and no folder comes out empty.
+foreach(program ${KESTRIX_PROGRAMS})
+  foreach(file man/man1/${program}.1 bash-completion/completions/${program}
+               zsh/site-functions/_${program})
+    cmake_path(GET file PARENT_PATH folder)
+    install(FILES ${PROJECT_BINARY_DIR}/share/${file} COMPONENT Runtime
+      DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/${folder})
+  endforeach()
+endforeach()
 
 # Debian packages, one for each component, and one archive of everything.
 set(CPACK_GENERATOR DEB TGZ)
