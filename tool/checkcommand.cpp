@@ -58,6 +58,11 @@ Json JsonOfFindings(const Findings& findings) {
   return list;
 }
 
+// A file that cannot be read is told of as by the other commands.
+void PrintUnreadable(const std::string& file, const std::vector<Message>& messages) {
+  if (HasError(messages)) Complain(file, ErrorText(messages));
+}
+
 void Run(std::span<const CheckRule> rules, const CheckInput& input, Findings* findings) {
   for (const CheckRule rule : rules) rule(input, findings);
 }
@@ -94,6 +99,8 @@ int RunCheck(const Arguments& arguments) {
   const int errors = findings.count(Severity::Error);
   const int status = !readable ? kExitTrouble : errors > 0 ? kExitFound : kExitGood;
   if (!arguments.json) {
+    PrintUnreadable(model_file, model_messages);
+    if (has_mapping) PrintUnreadable(arguments.files[1], mapping_messages);
     PrintFindings(findings, readable, std::cout);
     return status;
   }

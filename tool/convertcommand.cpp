@@ -42,8 +42,7 @@ int RunConvertModel(const Arguments& arguments) {
   const std::string& out = arguments.files[1];
   const bool legacy = arguments.dialect == "legacy";
   auto model = std::make_unique<BaModel>();
-  model->read(in.c_str());
-  if (!TellMessages(in, TakeMessages())) return kExitTrouble;
+  if (!TellMessages(in, ReadModel(in, model.get()))) return kExitTrouble;
   MoveTextures(in, out, model.get());
   const bool edited = Edit(arguments, &model);
   if (!TellMessages(in, TakeMessages()) || !edited) return kExitTrouble;

@@ -1,6 +1,8 @@
 #include "infotext.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <ostream>
 #include <sstream>
 #include <unordered_map>
@@ -87,8 +89,9 @@ void PrintBodies(const ModelFacts& facts, std::ostream& os) {
   for (const BodyFacts& body : facts.bodies) {
     table.add({Indent(body.depth) + body.name, std::to_string(body.id), Numbers(body.position),
                Numbers(body.world_position), Numbers(body.rotation),
-               body.mapped ? body.rotation_order : "-", std::to_string(body.polygons),
-               std::to_string(body.vertices), WeightsText(body, bodies)});
+               body.mapped.value_or(false) ? body.rotation_order : "-",
+               std::to_string(body.polygons), std::to_string(body.vertices),
+               WeightsText(body, bodies)});
   }
   PrintTitle("Bodies", os);
   table.printOn(os);
@@ -134,10 +137,22 @@ void PrintSliders(const ModelFacts& facts, std::ostream& os) {
   }
 }
 
+// As files write it.
+std::string VersionText(double version) {
+  std::array<char, 32> text = {};
+  std::snprintf(text.data(), text.size(), "%.2f", version);
+  return text.data();
+}
+
+std::string UnitsText(const ModelFacts& facts) {
+  if (!facts.length_unit || !facts.angle_unit) return "not stated, taken as inches";
+  return Short(facts.length_unit->factor) + " " + Printable(facts.length_unit->name) + ", " +
+         Short(facts.angle_unit->factor) + " " + Printable(facts.angle_unit->name);
+}
+
 void PrintSummary(const ModelFacts& facts, std::ostream& os) {
-  os << "  model     " << facts.dialect << ", version " << Short(facts.version) << "\n"
-     << "  units     " << Short(facts.length_factor) << " " << Printable(facts.length_unit) << ", "
-     << Short(facts.angle_factor) << " " << Printable(facts.angle_unit) << "\n"
+  os << "  model     " << facts.dialect << ", version " << VersionText(facts.version) << "\n"
+     << "  units     " << UnitsText(facts) << "\n"
      << "  holds     " << Counted(static_cast<long long>(facts.bodies.size()), "body", "bodies")
      << ", " << Counted(facts.polygons, "polygon", "polygons") << ", "
      << Counted(facts.vertices, "vertex", "vertices") << ", "

@@ -4,7 +4,9 @@
 #include <array>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <memory>
+#include <sstream>
 #include <unordered_map>
 
 #include "bamapping.h"
@@ -38,6 +40,44 @@ std::string OneLine(std::string_view text) {
 FileKind KindByName(std::string_view file) {
   if (file.ends_with(".dof")) return FileKind::Mapping;
   return file.ends_with(".fbx") ? FileKind::Fbx : FileKind::Model;
+}
+
+// Takes what is printed on standard error while it lives.
+class PrintedText {
+ public:
+  PrintedText() : _old(std::cerr.rdbuf(_text.rdbuf())) {}
+  ~PrintedText() { std::cerr.rdbuf(_old); }
+  PrintedText(const PrintedText&) = delete;
+  PrintedText& operator=(const PrintedText&) = delete;
+  [[nodiscard]] std::string text() const { return _text.str(); }
+
+ private:
+  std::ostringstream _text;
+  std::streambuf* _old;
+};
+
+// Runs a reader. Answers each line that it prints by itself, as a warning with its count.
+template <class Read>
+std::vector<Message> PrintedBy(Read read) {
+  std::stringstream lines;
+  {
+    const PrintedText printed;
+    read();
+    lines.str(printed.text());
+  }
+  std::vector<Message> messages;
+  for (std::string line; std::getline(lines, line);) {
+    // From here on follows the text of a block without an end, of which the error tells.
+    if (line.starts_with("Hit eof: ")) break;
+    const auto same = std::find_if(messages.begin(), messages.end(),
+                                   [&line](const Message& m) { return m.text == line; });
+    if (same == messages.end()) {
+      messages.push_back({false, line});
+    } else {
+      ++same->count;
+    }
+  }
+  return messages;
 }
 
 }  // namespace
@@ -99,13 +139,22 @@ const char* KindName(FileKind kind) {
 }
 
 std::vector<Message> ReadModel(const std::string& file, BaModel* model) {
-  model->read(file.c_str());
-  return TakeMessages();
+  std::vector<Message> messages = PrintedBy([&] { model->read(file.c_str()); });
+  std::ranges::move(TakeMessages(), std::back_inserter(messages));
+  return messages;
 }
 
 std::vector<Message> ReadMapping(const std::string& file, BaUnlockedMapping* mapping) {
-  mapping->read(file.c_str(), true);
-  return TakeMessages();
+  std::vector<Message> messages = PrintedBy([&] { mapping->read(file.c_str(), true); });
+  std::ranges::move(TakeMessages(), std::back_inserter(messages));
+  return messages;
+}
+
+bool ReadAddition(const std::string& file, BaModel* model) {
+  const std::vector<Message> messages = PrintedBy([&] { model->read(file.c_str()); });
+  if (BtError()) return false;
+  for (const Message& message : messages) theExceptObj.setAsWarning("%s", message.text.c_str());
+  return true;
 }
 
 void Complain(const std::string& file, std::string_view text) {

@@ -37,6 +37,8 @@ const char* KindName(FileKind kind);
 // Each reads a file and answers what was recorded meanwhile.
 std::vector<Message> ReadModel(const std::string& file, BaModel* model);
 std::vector<Message> ReadMapping(const std::string& file, BaUnlockedMapping* mapping);
+// Reads one model of several; what there is to say stays recorded. False where that is an error.
+bool ReadAddition(const std::string& file, BaModel* model);
 
 // Prints "kestrix-tool: FILE: TEXT" on standard error.
 void Complain(const std::string& file, std::string_view text);

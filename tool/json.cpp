@@ -47,7 +47,7 @@ Json JsonOf(const BodyFacts& body) {
           {"position", ToJson(body.position)},
           {"rotation", ToJson(body.rotation)},
           {"world_position", ToJson(body.world_position)},
-          {"mapped", body.mapped},
+          {"mapped", body.mapped ? Json(*body.mapped) : Json(nullptr)},
           {"rotation_order", TextOrNull(body.rotation_order)},
           {"fbx_rotation_order", TextOrNull(body.fbx_rotation_order)},
           {"polygons", body.polygons},
@@ -90,8 +90,9 @@ Json JsonOf(const SliderGroupFacts& group) {
                                  })}};
 }
 
-Json UnitToJson(const std::string& name, double factor) {
-  return {{"name", name}, {"factor", Number(factor)}};
+Json JsonOf(const std::optional<UnitFacts>& unit) {
+  if (!unit) return nullptr;
+  return {{"name", unit->name}, {"factor", Number(unit->factor)}};
 }
 
 Json JsonOf(const FbxNodeFacts& node) {
@@ -156,9 +157,7 @@ Json ToJson(const std::vector<Message>& messages) {
 Json ToJson(const ModelFacts& facts) {
   return {{"dialect", facts.dialect},
           {"version", facts.version},
-          {"units",
-           {{"length", UnitToJson(facts.length_unit, facts.length_factor)},
-            {"angle", UnitToJson(facts.angle_unit, facts.angle_factor)}}},
+          {"units", {{"length", JsonOf(facts.length_unit)}, {"angle", JsonOf(facts.angle_unit)}}},
           {"combine_vertex_normals", facts.combine_vertex_normals},
           {"counts",
            {{"bodies", facts.bodies.size()},

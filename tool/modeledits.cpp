@@ -72,8 +72,7 @@ bool AddOne(const std::string& text, const std::string& out_file, const BaModel&
   Addition addition;
   if (!ParseAddition(text, &addition)) return false;
   BaModel model;
-  model.read(addition.file.c_str());
-  if (BtError()) return false;
+  if (!ReadAddition(addition.file, &model)) return false;
   if (!(model.lengthUnits() == base.lengthUnits())) {
     theExceptObj.setAsWarning("The length unit of '%s' is another one.  Lengths are kept.",
                               addition.file.c_str());

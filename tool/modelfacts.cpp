@@ -72,6 +72,10 @@ TextureFacts TextureFactsOf(const BaTexture& texture, const BtStr& directory) {
   return facts;
 }
 
+UnitFacts UnitFactsOf(const BaUnits& units) {
+  return {Text(units.name), static_cast<double>(units.factor)};
+}
+
 const char* AttributeName(Ba_MatAttr_t kind) {
   constexpr const char* kNames[] = {"emission", "ambient",   "diffuse",
                                     "specular", "shininess", "alpha"};
@@ -89,10 +93,10 @@ void ModelGatherer::_gatherSettings() {
   ModelFacts& facts = *_facts;
   facts.version = std::round(static_cast<double>(_model.version()) * 1e4) / 1e4;
   facts.dialect = facts.version >= 2 ? "document" : "legacy";
-  facts.length_unit = Text(_model.lengthUnits().name);
-  facts.length_factor = static_cast<double>(_model.lengthUnits().factor);
-  facts.angle_unit = Text(_model.angleUnits().name);
-  facts.angle_factor = static_cast<double>(_model.angleUnits().factor);
+  if (facts.dialect == "document") {
+    facts.length_unit = UnitFactsOf(_model.lengthUnits());
+    facts.angle_unit = UnitFactsOf(_model.angleUnits());
+  }
   facts.combine_vertex_normals = _model.combineVertexNormals();
   facts.bones = _model.bones().size();
   facts.flexible_polygons = _model.flexiblePolygons().size();
@@ -116,7 +120,7 @@ void ModelGatherer::_gatherBody(const BaBody& body) {
   facts.rotation = RotationOf(body);
   facts.bones = body.bones().size();
   const BaUnlockedBodyMap* map = _mapping == nullptr ? nullptr : _mapping->bodyMap(body.id());
-  facts.mapped = map != nullptr;
+  if (_mapping != nullptr) facts.mapped = map != nullptr;
   if (map != nullptr) {
     facts.rotation_order = RotationLetters(*map);
     facts.fbx_rotation_order.assign(facts.rotation_order.rbegin(), facts.rotation_order.rend());

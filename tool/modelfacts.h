@@ -31,12 +31,12 @@ struct WeightFacts {
 struct BodyFacts {
   int id = 0;
   std::string name;
-  int parent_id = 0;          // 0 for a body at the top
-  int depth = 0;              // 0 at the top
-  Point position = {};        // of the origin, in the parent
-  Point rotation = {};        // degrees about fixed x, then y, then z, in the parent
-  Point world_position = {};  // at rest
-  bool mapped = false;
+  int parent_id = 0;               // 0 for a body at the top
+  int depth = 0;                   // 0 at the top
+  Point position = {};             // of the origin, in the parent
+  Point rotation = {};             // degrees about fixed x, then y, then z, in the parent
+  Point world_position = {};       // at rest
+  std::optional<bool> mapped;      // nothing where there is no mapping to ask
   std::string rotation_order;      // first rotation first, such as "ZYX"; empty if unknown
   std::string fbx_rotation_order;  // the same read backwards
   int polygons = 0;                // faces, those of strips included
@@ -80,14 +80,18 @@ struct SliderGroupFacts {
   std::vector<SliderFacts> sliders;
 };
 
+// Values times the factor are in the named unit.
+struct UnitFacts {
+  std::string name;
+  double factor = 1;
+};
+
 struct ModelFacts {
   std::string file;
   std::string dialect;  // "legacy" or "document"
   double version = 0;
-  std::string length_unit;
-  double length_factor = 1;
-  std::string angle_unit;
-  double angle_factor = 1;
+  std::optional<UnitFacts> length_unit;  // legacy text states none
+  std::optional<UnitFacts> angle_unit;
   bool combine_vertex_normals = true;
   std::vector<BodyFacts> bodies;  // depth first, parents before their children
   std::vector<MaterialFacts> materials;

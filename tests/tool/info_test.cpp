@@ -114,6 +114,52 @@ TEST(Info, CountsTheVariablesOfAFrame) {
   }
 }
 
+// Legacy text has no units, and without a mapping nobody knows what is mapped.
+TEST(Info, TellsNothingThatIsNotThere) {
+  const TestFolder folder;
+  const std::string legacy = folder.write("m.mdl", kBasicModel);
+  const std::string mapping = folder.write("m.dof", OneBody(""));
+  const Json model = InfoOf({legacy})["model"];
+  EXPECT_TRUE(model["units"]["length"].is_null() && model["units"]["angle"].is_null()) << model;
+  EXPECT_TRUE(model["bodies"][0]["mapped"].is_null());
+  EXPECT_EQ(InfoOf({"--dof", mapping, legacy})["model"]["bodies"][0]["mapped"], true);
+  const Json document = InfoOf({"--dof", mapping, Sample("walker-v2.mdl")})["model"];
+  EXPECT_EQ(document["units"]["length"]["name"], "INCHES");
+  EXPECT_EQ(document["bodies"][1]["mapped"], false);
+  const std::string text = RunTool({"info", legacy}).out;
+  EXPECT_NE(text.find("legacy, version 1.30\n  units     not stated, taken as inches\n"),
+            std::string::npos)
+      << text;
+}
+
+// What readers print by themselves is told of the file, too, by each command.
+TEST(Info, PrefixesWhatReadersPrint) {
+  const TestFolder folder;
+  const std::string odd = folder.write("odd.mdl", kBasicModel + "VV\n");
+  const std::string cut =
+      folder.write("cut.mdl", "Zov Graphic Model File\nv2.00\nBODY {\nNAME: a\n");
+  const std::string whole = folder.write("whole.mdl", kBasicModel);
+  const std::vector<std::string> commands[] = {{"info", odd, cut},
+                                               {"check", cut},
+                                               {"diff", odd, cut},
+                                               {"picture", cut, "-o", "no.svg"},
+                                               {"convert-model", cut, "no.mdl"},
+                                               {"convert-model", "--add", cut, whole, "no.mdl"}};
+  for (const auto& command : commands) {
+    SCOPED_TRACE(command.front());
+    const ToolResult result = RunTool(command);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find("Hit end of file without reading"), std::string::npos) << result.err;
+    EXPECT_EQ(result.err.find("Hit eof"), std::string::npos) << result.err;
+    std::istringstream lines(result.err);
+    for (std::string line; std::getline(lines, line);) {
+      EXPECT_TRUE(line.starts_with("kestrix-info: " + folder.path(""))) << line;
+    }
+  }
+  const Json warnings = InfoOf({odd})["warnings"];
+  EXPECT_EQ(warnings[0]["text"], "Unsupported Obj type 'V'") << warnings;
+}
+
 const std::pair<std::string, int> kReleases[] = {{"2011", 7100}, {"2010", 6100}};
 
 // Answers the path of the FBX file.
