@@ -153,7 +153,7 @@ TEST(Info, PrefixesWhatReadersPrint) {
     EXPECT_EQ(result.err.find("Hit eof"), std::string::npos) << result.err;
     std::istringstream lines(result.err);
     for (std::string line; std::getline(lines, line);) {
-      EXPECT_TRUE(line.starts_with("kestrix-info: " + folder.path(""))) << line;
+      EXPECT_TRUE(line.starts_with("kestrix-tool: " + folder.path(""))) << line;
     }
   }
   const Json warnings = InfoOf({odd})["warnings"];
