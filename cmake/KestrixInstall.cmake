@@ -55,7 +55,7 @@ install(FILES cmake/copyright COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCD
 install(FILES cmake/copyright COMPONENT Development
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libkestrix-dev)
 install(DIRECTORY docs COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR}
-  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.json")
+  FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.json" PATTERN man EXCLUDE)
 install(DIRECTORY samples COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
 # Manual pages and completion scripts, as kestrix_help has made them. Each by its name: where it was
