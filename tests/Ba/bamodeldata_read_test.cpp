@@ -69,6 +69,26 @@ TEST(BaModelDataRead, AcceptsWhatIsNearlyRefused) {
   }
 }
 
+template <class Section>
+bool ScansWell(const std::string& text) {
+  std::istringstream is(text);
+  return Section().scanFrom(is);
+}
+
+// A section is well or not whatever happened before.
+TEST(BaModelDataRead, SectionsDoNotMindOlderErrors) {
+  const std::string body =
+      "NAME: a\nCOORDINATE_SYSTEM {\nTRANSLATION: 1 2 3\nROTATION: 0 0 0 X Y Z\n}\n";
+  theExceptObj.set("older");
+  EXPECT_TRUE(ScansWell<BaMDBody>(body + "PARENT_NAME: b\n"));
+  EXPECT_FALSE(ScansWell<BaMDBody>(body + "PARENT_NAME: b c\n"));
+  EXPECT_TRUE(ScansWell<BaMDMaterial>("NAME: m\n"));
+  EXPECT_TRUE(ScansWell<BaMDSliderGroup>("NAME: g\n"));
+  EXPECT_TRUE(ScansWell<BaMDVertices>("NAME: v\n"));
+  EXPECT_TRUE(ScansWell<BaMDInclude>("FILE_NAME: f\n"));
+  theExceptObj.clear();
+}
+
 TEST(BaModelDataRead, RepeatedVerticesAreLeftOut) {
   for (const Repair& c : ReadRepairs("repaired-documents.txt")) {
     SCOPED_TRACE(c.text);

@@ -219,6 +219,7 @@ class BaModel {
 
  private:
   friend class Ba_ModelChecker;
+  friend class BaModelData;  // which empties a model that it failed to extract to
 
   // Deletes everything and forgets version, units and settings.
   void _clear();
