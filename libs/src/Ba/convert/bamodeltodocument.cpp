@@ -8,6 +8,7 @@
 #include "bablendchecker.h"
 #include "baconvert.h"
 #include "bamdsection.h"
+#include "bapostscale.h"
 #include "btangles.h"
 
 namespace {
@@ -234,6 +235,7 @@ bool ModelFiller::addShapes() {
 }
 
 void ModelFiller::warnOfLeftOut() const {
+  Ba_WarnOfPostScale(_model);
   if (!_model.flexiblePolygons().empty()) {
     theExceptObj.setAsWarning(
         "%d flexible polygons have no form in a model document.  They are left out.",
@@ -293,6 +295,7 @@ bool BaModelData::fillBodyFrom(const BaModel& model, int body_id, bool merge_ver
   }
   ModelFiller filler(model, this);
   if (!filler.addBody(*body)) return false;
+  Ba_WarnOfPostScale(model, body);
   _assertGeometryBodies();
   return true;
 }
