@@ -118,6 +118,40 @@ TEST(BaModel, ReplacesItsContentWhenItReads) {
   EXPECT_DEATH(model.rawScanFrom(is), "_bodies.size\\(\\)==0");
 }
 
+// No format holds them: one warning names the bodies, whoever writes, unless an error is to be
+// told.
+TEST(BaModel, WarnsOfPostScaleFactors) {
+  std::string records = Body(1, "b1", 0);
+  for (int id = 2; id <= 12; ++id) records += Body(id, "b" + std::to_string(id), 1);
+  const std::string ten = R"("b1", "b2", "b3", "b4", "b5", "b6", "b7", "b8", "b9", "b10")";
+  const std::pair<int, std::string> cases[] = {
+      {0, ""}, {1, "\"b1\""}, {2, R"("b1", "b2")"}, {10, ten}, {12, ten + " and 2 others"}};
+  for (const auto& [n_scaled, names] : cases) {
+    LegacyModel model(records);
+    for (int id = 1; id <= n_scaled; ++id) model.findBody(id)->setPostScaleFactor(0.5F);
+    const auto expect_warning = [](const std::string& of) {
+      ASSERT_EQ(theExceptObj.hasException(), !of.empty());
+      if (of.empty()) return;
+      EXPECT_EQ(theExceptObj.exception().message(),
+                ("Post scale factors have no form in a file.  Those of " + of + " are left out.")
+                    .c_str());
+      EXPECT_FALSE(theExceptObj.exception().hasDetail());
+      theExceptObj.clear();
+    };
+    const std::string text = Print(model);
+    expect_warning(names);
+    const TestFolder folder;
+    model.save(folder.path("saved.mdl").c_str());
+    expect_warning(names);
+    BaModelData data;
+    EXPECT_TRUE(data.fillBodyFrom(model, 1, true));
+    expect_warning(n_scaled == 0 ? "" : "\"b1\"");
+    theExceptObj.set("older");
+    EXPECT_EQ(Print(model), text);
+    EXPECT_EQ(TakePrinted(), PrintedError("older"));
+  }
+}
+
 // A chain of bodies, the leaf first in the file: nothing may recurse along it, or take the square
 // of its length.
 TEST(BaModel, HoldsAndRenumbersLongChains) {

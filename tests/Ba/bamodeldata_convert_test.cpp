@@ -11,6 +11,14 @@
 
 namespace {
 
+std::string SliderGroup(const std::string& name, const std::string& sliders) {
+  return "SLIDER_GROUP {\nNAME: " + name + "\nSLIDERS {\n" + sliders + "\n}\n}\n";
+}
+std::string Blend(const std::string& group, const std::string& slider) {
+  return "BLEND {\nSLIDER_GROUP: " + group + "\nSLIDER_NAME: " + slider +
+         "\nVECTORS {\n1 2 3 1\n}\n}\n";
+}
+
 // A triangle of body `body`, with effects.
 std::string Shape(const std::string& body, const std::string& material,
                   const std::string& effects = "", const std::string& polygon = "1 2 3") {
@@ -94,14 +102,40 @@ TEST(BaModelDataExtract, WarnsOfRepeatedPlaces) {
   }
 }
 
+// Ids up to the highest that there may be are given away before lower ones are.
+TEST(BaModelDataExtract, FindsFreeIds) {
+  const std::pair<std::vector<int>, std::vector<int>> cases[] = {
+      {{2, 0, 0}, {2, 3, 4}},
+      {{4194301, 0, 0}, {4194301, 4194302, 4194303}},
+      {{4194302, 0, 1, 0, 0}, {4194302, 2, 1, 3, 4}},
+      {{0, 4194303}, {1, 4194303}},
+  };
+  for (const auto& [given, expected] : cases) {
+    std::string sections;
+    for (const int id : given) {
+      sections += DocumentBody("b" + std::to_string(sections.size()), "GLOBAL",
+                               id == 0 ? "" : "ID: " + std::to_string(id) + "\n");
+    }
+    const Document data(sections);
+    const ExtractedModel model(data);
+    for (int i = 0; i < data.bodies().count(); ++i) {
+      EXPECT_EQ(model.findBody(data.bodies()[i]->name())->id(),
+                expected[static_cast<std::size_t>(i)]);
+    }
+  }
+}
+
 // What files cannot do, callers can.
 TEST(BaModelDataExtract, BrokenDocumentsAreRefused) {
-  const Document data(kDocumentBody + MaterialSection("m") + Shape("a", "m"));
+  Document data(kDocumentBody + MaterialSection("m") + SliderGroup("g", "s") + Shape("a", "m"));
+  data.setLengthUnits({"METERS", 2});
   BaMDGeometry& geometry = *data.geometries()[0];
   const auto expect_error = [&data](const char* message) {
     BaModel model;
     EXPECT_FALSE(data.extractTo(&model));
     EXPECT_EQ(TakePrinted(), PrintedError(message));
+    EXPECT_EQ(Print(FilledDocument(model)), Print(BaModelData()));
+    EXPECT_TRUE(model.bodies().empty());
   };
   geometry.setBodyName("b");
   expect_error("GEOMETRY section specifies a body, \"b\", that does not exist.");
@@ -152,6 +186,18 @@ TEST(BaModelDataEdit, UntextureKeepsTheVertices) {
   EXPECT_EQ(Print(*data.geometries()[0]->materialGroups()[0]),
             "  MATERIAL_GROUP {\n    MATERIAL: m\n    POLYGONS {\n      1 2 3\n      3 2 1\n    }\n"
             "    TRIANGLE_STRIPS {\n      1 2 3 4\n    }\n  }\n");
+}
+
+// What is read later may refer to what was added before.
+TEST(BaModelDataEdit, ReadsOnInADocument) {
+  BaModelData data;
+  auto material = std::make_unique<BaMDMaterial>();
+  material->setName("m");
+  data.addMaterial(std::move(material));
+  EXPECT_TRUE(Scan(kDocumentBody + Shape("a", "m"), &data)) << TakePrinted();
+  EXPECT_TRUE(Scan(DocumentBody("b", "a") + Shape("b", "m"), &data)) << TakePrinted();
+  EXPECT_FALSE(Scan(MaterialSection("m"), &data));
+  EXPECT_EQ(TakePrinted(), PrintedError("Multiple materials have name \"m\"."));
 }
 
 class BaModelDataInclude : public WorkingFolder {
@@ -209,6 +255,34 @@ TEST_F(BaModelDataInclude, SavedIncludesFollowTheFile) {
     BtStr expected(ReadFile("two-includes.mdl"));
     expected.replace("parts/one.mdl", name);
     EXPECT_EQ(ReadFile(file), expected.view());
+  }
+}
+
+// The names in a document start from the folder of the text that it holds.
+TEST_F(BaModelDataInclude, NamesStartFromTheFolderOfTheText) {
+  _folder.write("parts/top.mdl", kDocumentHeader + DocumentBody("x", "GLOBAL", "ID: 99\n") +
+                                     "INCLUDE {\nFILE_NAME: one.mdl\n}\n");
+  const std::pair<bool (*)(BaModelData*), const char*> cases[] = {
+      {[](BaModelData*) { return true; }, "parts/new.mdl"},
+      {[](BaModelData* data) { return data->read("parts/top.mdl"); }, "parts/new.mdl"},
+      {[](BaModelData* data) {
+         data->clear();
+         return true;
+       },
+       "new.mdl"},
+      {[](BaModelData* data) { return data->fillFrom(LegacyModel(Body(1, "a", 0)), true); },
+       "new.mdl"},
+  };
+  for (const auto& [change, name] : cases) {
+    BaModelData data;
+    EXPECT_TRUE(data.read("parts/one.mdl", false) && change(&data)) << TakePrinted();
+    auto include = std::make_unique<BaMDInclude>();
+    include->setFileName("new.mdl");
+    data.addInclude(std::move(include));
+    EXPECT_TRUE(data.save("copy.mdl")) << TakePrinted();
+    EXPECT_NE(ReadFile("copy.mdl").find(std::string("FILE_NAME: ") + name + "\n"),
+              std::string::npos)
+        << ReadFile("copy.mdl");
   }
 }
 
@@ -304,10 +378,77 @@ TEST(BaModelDataFill, OneBodyAtATime) {
   ASSERT_TRUE(data.fillBodyFrom(model, 1, true)) << TakePrinted();
   ASSERT_TRUE(data.fillBodyFrom(model, 2, true)) << TakePrinted();
   EXPECT_EQ(Print(data), Print(FilledDocument(model)));
-  EXPECT_FALSE(data.fillBodyFrom(model, 2, true));
-  EXPECT_EQ(TakePrinted(), PrintedError("Multiple bodies have name \"a_hand\"."));
   BaModelData empty;
   EXPECT_DEATH((void)empty.fillBodyFrom(model, 1, true), "materialByName\\(material.name\\(\\)\\)");
+}
+
+// A hand with blends on an arm, and three slider groups, one of which nothing uses.
+const std::string kBlendedHand =
+    DocumentBody("arm", "GLOBAL", "ID: 1\n") + DocumentBody("hand", "arm", "ID: 2\n") +
+    MaterialSection("m") + SliderGroup("g", "r\ns") + SliderGroup("unused", "s") +
+    SliderGroup("h", "t") + Shape("hand", "m", Blend("g", "s") + Blend("h", "t") + Blend("g", "r"));
+const std::string kArm = MaterialSection("m") + DocumentBody("arm", "GLOBAL");
+
+TEST(BaModelDataFill, BodiesBringTheirSliderGroups) {
+  const ExtractedModel model{Document(kBlendedHand)};
+  const std::pair<std::string, const char*> cases[] = {{"", "g h "},
+                                                       {SliderGroup("h", "u\nt"), "h g "},
+                                                       {SliderGroup("unused", "v"), "unused g h "}};
+  for (const auto& [groups, expected] : cases) {
+    Document data(kArm + groups);
+    EXPECT_TRUE(data.fillBodyFrom(model, 2, true)) << TakePrinted();
+    std::string names;
+    for (const BaMDSliderGroup* group : data.sliderGroups()) {
+      names.append(group->name().view()).append(" ");
+    }
+    EXPECT_EQ(names, expected);
+    EXPECT_EQ(Print(Document(Print(data).substr(kDocumentHeader.size()))), Print(data));
+  }
+}
+
+// What does not fit changes nothing.
+TEST(BaModelDataFill, RefusesBodiesThatDoNotFit) {
+  const struct {
+    std::string sections, error;
+  } cases[] = {
+      {MaterialSection("m"), "Body \"hand\" specifies an undefined parent body \"arm\"."},
+      {kArm + DocumentBody("hand", "arm"), "Multiple bodies have name \"hand\"."},
+      {kArm + DocumentBody("b", "arm", "ID: 2\n"), "Multiple bodies have id 2."},
+      {kArm + SliderGroup("h", "s"), "Invalid slider name 't' used in the blend effects."},
+  };
+  const ExtractedModel model{Document(kBlendedHand)};
+  for (const auto& [sections, error] : cases) {
+    Document data(sections);
+    const std::string before = Print(data);
+    EXPECT_FALSE(data.fillBodyFrom(model, 2, true));
+    EXPECT_EQ(TakePrinted(), PrintedError(error));
+    EXPECT_EQ(Print(data), before);
+  }
+}
+
+// What files cannot do, callers can.
+TEST(BaModelDataFill, RefusesBlendsOfNoSlider) {
+  const struct {
+    const char *group, *slider, *error;
+  } cases[] = {
+      {"x", "s", "A BLEND effect specifies a slider group, \"x\", that does not exist."},
+      {"g", "x", "Invalid slider name 'x' used in the blend effects."},
+  };
+  for (const auto& c : cases) {
+    ExtractedModel model{Document(kBlendedHand)};
+    auto blend = std::make_unique<BaVertexBlendEffect>();
+    blend->slider_group = c.group;
+    blend->slider_name = c.slider;
+    model.polygons()[0]->vertices()[1].effects().add(std::move(blend));
+    Document data(kArm);
+    const std::string before = Print(data);
+    EXPECT_FALSE(data.fillBodyFrom(model, 2, true));
+    EXPECT_EQ(TakePrinted(), PrintedError(c.error));
+    EXPECT_EQ(Print(data), before);
+    EXPECT_FALSE(data.fillFrom(model, true));
+    EXPECT_EQ(TakePrinted(), PrintedError(c.error));
+    EXPECT_EQ(Print(data), Print(BaModelData()));
+  }
 }
 
 // The hash table gives the answers of an ordered map, with zeros of both signs and effects of the

@@ -69,6 +69,26 @@ TEST(BaModelDataRead, AcceptsWhatIsNearlyRefused) {
   }
 }
 
+template <class Section>
+bool ScansWell(const std::string& text) {
+  std::istringstream is(text);
+  return Section().scanFrom(is);
+}
+
+// A section is well or not whatever happened before.
+TEST(BaModelDataRead, SectionsDoNotMindOlderErrors) {
+  const std::string body =
+      "NAME: a\nCOORDINATE_SYSTEM {\nTRANSLATION: 1 2 3\nROTATION: 0 0 0 X Y Z\n}\n";
+  theExceptObj.set("older");
+  EXPECT_TRUE(ScansWell<BaMDBody>(body + "PARENT_NAME: b\n"));
+  EXPECT_FALSE(ScansWell<BaMDBody>(body + "PARENT_NAME: b c\n"));
+  EXPECT_TRUE(ScansWell<BaMDMaterial>("NAME: m\n"));
+  EXPECT_TRUE(ScansWell<BaMDSliderGroup>("NAME: g\n"));
+  EXPECT_TRUE(ScansWell<BaMDVertices>("NAME: v\n"));
+  EXPECT_TRUE(ScansWell<BaMDInclude>("FILE_NAME: f\n"));
+  theExceptObj.clear();
+}
+
 TEST(BaModelDataRead, RepeatedVerticesAreLeftOut) {
   for (const Repair& c : ReadRepairs("repaired-documents.txt")) {
     SCOPED_TRACE(c.text);
@@ -204,6 +224,84 @@ TEST(BaModelDataWrite, BodiesAndUnitsThatWouldNotComeBackAreErrors) {
     std::ostringstream os;
     EXPECT_FALSE(data.printOn(os));
     EXPECT_EQ(TakePrinted(), PrintedError(c.errors));
+  }
+}
+
+template <class Entry>
+BtDArray<Entry> ArrayOf(const Entry& entry) {
+  BtDArray<Entry> array(1);
+  array[0] = entry;
+  return array;
+}
+
+TEST(BaModelDataWrite, NumbersThatAreNotFiniteAreErrors) {
+  const struct {
+    void (*change)(const BaModelData& data, float number);
+    const char* section;
+  } cases[] = {
+      {[](const BaModelData& data, float number) {
+         BaMDCoordSys pose = data.bodies()[0]->coordSys();
+         pose.setTranslation({0, number, 0});
+         data.bodies()[0]->setCoordSys(pose);
+       },
+       "BODY section.|Unable to write COORDINATE_SYSTEM section."},
+      {[](const BaModelData& data, float number) {
+         BaMDCoordSys pose = data.bodies()[0]->coordSys();
+         pose.setRotation({0, 0, number});
+         data.bodies()[0]->setCoordSys(pose);
+       },
+       "BODY section.|Unable to write COORDINATE_SYSTEM section."},
+      {[](const BaModelData& data, float number) { data.materials()[0]->setEmission({number}); },
+       "MATERIAL section."},
+      {[](const BaModelData& data, float number) { data.materials()[0]->setAmbient({number}); },
+       "MATERIAL section."},
+      {[](const BaModelData& data, float number) { data.materials()[0]->setDiffuse({number}); },
+       "MATERIAL section."},
+      {[](const BaModelData& data, float number) { data.materials()[0]->setSpecular({number}); },
+       "MATERIAL section."},
+      {[](const BaModelData& data, float number) { data.materials()[0]->setShininess(number); },
+       "MATERIAL section."},
+      {[](const BaModelData& data, float number) { data.materials()[0]->setAlpha(number); },
+       "MATERIAL section."},
+      {[](const BaModelData& data, float number) {
+         data.vertexSets()[0]->setCoordinates(ArrayOf<BaMDPoint>({0, 0, number}));
+       },
+       "VERTICES section."},
+      {[](const BaModelData& data, float number) {
+         auto flex = std::make_unique<BaMDFlexVEffects>();
+         flex->setBodyName("hip");
+         flex->setWeights(ArrayOf<BaMDFlexVEffects::Weight>({number, 1}));
+         data.vertexSets()[0]->addEffects(std::move(flex));
+       },
+       "VERTICES section.|Unable to write EFFECTS section.|Unable to write FLEX effect."},
+      {[](const BaModelData& data, float number) {
+         auto blend = std::make_unique<BaMDBlendVEffects>();
+         blend->setSliderGroup("face");
+         blend->setSliderName("smile");
+         blend->setVectors(ArrayOf<BaMDBlendVEffects::Vector>({{0, 0, number}, 1}));
+         data.vertexSets()[0]->addEffects(std::move(blend));
+       },
+       "VERTICES section.|Unable to write EFFECTS section.|Unable to write BLEND effect."},
+      {[](const BaModelData& data, float number) {
+         data.geometries()[0]->setTextureCoords(ArrayOf<BaTextureCoords>({number, 0}));
+       },
+       "GEOMETRY section."},
+      {[](const BaModelData& data, float number) {
+         data.geometries()[0]->materialGroups()[0]->bones().push_back({{0, 0, 0}, {number, 0, 0}});
+       },
+       "GEOMETRY section.|Unable to write MATERIAL_GROUP section."},
+  };
+  for (const auto& [change, section] : cases) {
+    for (const float number : {NAN, INFINITY, -INFINITY}) {
+      const Document data(EverySection());
+      change(data, number);
+      std::ostringstream os;
+      EXPECT_FALSE(data.printOn(os));
+      EXPECT_EQ(
+          TakePrinted(),
+          PrintedError(std::string("Unable to write ") + section +
+                       "|A number that is not finite cannot be written to a model document."));
+    }
   }
 }
 

@@ -343,6 +343,8 @@ TEST(BaModelEditDeathTest, RefusesMisuse) {
       {"polygon.bodyId()==body_id", [] { Tree().addBodyPolygon(1, WithIds<BaPolygon>(2, 1)); }},
       {"findSliderGroup(blend->slider_group)", [] { Tree().addBodyPolygon(4, blended); }},
       {"materialById(material_id)", [] { Tree().addBodyTMeshes(1, 9, Bt_GeoObj()); }},
+      {"materialById(material_id)",
+       [] { LegacyModel(kTree + Triangle(1, "")).addBodyPolygon(1, WithIds<BaPolygon>(1, 9)); }},
       {"polygon->numVertices()>=3", [] { Tree().triangulateBody(Tree().findBody(4)); }},
       {"!BtError()",
        [] {

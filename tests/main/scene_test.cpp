@@ -164,23 +164,28 @@ TEST(Scene, MakesTrianglesOfStripsAndDropsWhatIsNoFace) {
           // The fourth corner is at the place of the second: the second triangle repeats a vertex.
           "T 1 1 5  0 0 0 0 -1  0 1 0 0 -1  0 0 1 0 -1  0 1 0 0 -1  0 1 1 0 -1\n"
           "t 1 1 4  0 0 0 5 0 0 -1  1 0 0 6 0 0 -1  0 1 0 5 1 0 -1  1 1 0 6 1 0 -1\n"
+          // Two parts that are stitched together; the second one begins at an odd place.
+          "t 1 1 7  0 0 0 7 0 0 -1  1 0 0 8 0 0 -1  0 1 0 7 1 0 -1  .5 1 0 7 1 0 -1  "
+          "1 1 0 8 1 0 -1  0 .5 0 7 2 0 -1  1 .5 0 8 2 0 -1\n"
           "F 1 1 2  0 0 0 -1  9 0 0 -1\n",
       kEmptyDof);
   const KFbxMesh& mesh = built.mesh("a_mesh");
-  ASSERT_EQ(mesh.GetPolygonCount(), 4);
-  ASSERT_EQ(mesh.GetPolygonVertices().size(), 12U);
+  ASSERT_EQ(mesh.GetPolygonCount(), 7);
+  ASSERT_EQ(mesh.GetPolygonVertices().size(), 21U);
   const KFbxVector4 expected[] = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 1, 0}, {1, 0, 0}, {1, 1, 0},
-                                  {5, 0, 0}, {6, 0, 0}, {5, 1, 0}, {5, 1, 0}, {6, 0, 0}, {6, 1, 0}};
-  for (std::size_t i = 0; i < 12; ++i) {
+                                  {5, 0, 0}, {6, 0, 0}, {5, 1, 0}, {5, 1, 0}, {6, 0, 0}, {6, 1, 0},
+                                  {7, 0, 0}, {8, 0, 0}, {7, 1, 0}, {8, 1, 0}, {7, 1, 0}, {7, 2, 0},
+                                  {8, 1, 0}, {7, 2, 0}, {8, 2, 0}};
+  for (std::size_t i = 0; i < 21; ++i) {
     const std::int32_t corner = mesh.GetPolygonVertices()[i];
     const auto point = static_cast<std::size_t>(corner < 0 ? -corner - 1 : corner);
     EXPECT_EQ(Entry(mesh.GetControlPoints(), point), expected[i]) << i;
   }
   // The untextured faces have no coordinates of their own.
   const auto& uv = mesh.GetUVIndices();
-  ASSERT_EQ(uv.size(), 12U);
+  ASSERT_EQ(uv.size(), 21U);
   EXPECT_EQ(std::vector<std::int32_t>(uv.begin() + 6, uv.end()),
-            (std::vector<std::int32_t>{0, 1, 2, 2, 1, 3}));
+            (std::vector<std::int32_t>{0, 1, 2, 2, 1, 3, 0, 1, 2, 3, 4, 5, 3, 5, 6}));
 }
 
 TEST(Scene, MakesMaterialsTransparentByTheirAlpha) {

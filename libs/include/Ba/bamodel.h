@@ -58,7 +58,8 @@ class BaModel {
   void rawScanFrom(std::istream& is);
 
   // Writes the model as legacy text, always of version 1.30. Blend effects, sliders, units and
-  // textures beyond the first decal have no legacy form and are left out.
+  // textures beyond the first decal have no legacy form and are left out. Post scale factors have a
+  // form in no text: unless an error stands, a warning names the bodies that have one.
   void printOn(std::ostream& os) const;
   // Saves the model as a document, never as legacy text. Asserts that no error stands; errors are
   // recorded, and so is a warning about what has no form in a document.
@@ -219,6 +220,7 @@ class BaModel {
 
  private:
   friend class Ba_ModelChecker;
+  friend class BaModelData;  // which empties a model that it failed to extract to
 
   // Deletes everything and forgets version, units and settings.
   void _clear();

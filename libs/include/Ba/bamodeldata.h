@@ -97,11 +97,15 @@ class BaModelData {
   bool save(const char* file_name) const;
 
   // Replaces the content by that of a model. With `merge_vertices` polygon corners at one place
-  // become one vertex. Asserts that no error stands.
+  // become one vertex. Strips are cut where a vertex would repeat the one before it. Asserts that
+  // no error stands. A failure leaves an empty document.
   bool fillFrom(const BaModel& model, bool merge_vertices);
-  // Adds one body of a model and its shape; the materials that it uses must be there already.
+  // Adds one body of a model, its shape and the slider groups that its blends name; a group that
+  // the document has already counts as it stands there. Asserts that the materials that the body
+  // uses are there. A body whose name or id is taken or whose parent is not there, and a blend of
+  // no slider, are errors that change nothing.
   bool fillBodyFrom(const BaModel& model, int body_id, bool merge_vertices);
-  // Adds the content to an empty model.
+  // Adds the content to an empty model. A failure leaves it empty.
   bool extractTo(BaModel* model) const;
   // The same, but geometries are emptied as soon as the model has them: there is never room for all
   // polygons twice.
@@ -112,7 +116,7 @@ class BaModelData {
   // Renames bodies wherever the document names them; names that are not in the map stay.
   void changeBodyNames(const BtMap<BtStr, BtStr, std::less<BtStr>>& names);
 
-  // Forgets all sections and the units. The other settings stay.
+  // Forgets all sections, the units and the folder that names start from. The other settings stay.
   void clear();
 
  private:
@@ -142,6 +146,7 @@ class BaModelData {
                         const BtStr& body_name_suffix) const;
   bool _combineFile(const BtStr& file_name, const IncludeTarget& target, long long body_id_offset,
                     const BtStr& body_name_suffix) const;
+  bool _fillFrom(const BaModel& model);
   // Extracts the content into a model that is being built.
   bool _extractInto(BaModel* model, bool empty_geometries = false) const;
   bool _printOn(std::ostream& os, const BtStr& directory) const;
@@ -165,7 +170,7 @@ class BaModelData {
   BtList<BaMDVertices*> _vertex_sets;
   BtList<BaMDGeometry*> _geometries;
   BtList<BaMDInclude*> _includes;
-  BtStr _directory = ".";  // of the file: where the names in it start from
+  BtStr _directory;  // of the file: where the names in it start from
 
   BaNameMap<BodyEntry> _by_body_name;
   BtFlatMap<int, BaMDBody*> _by_body_id;

@@ -102,8 +102,10 @@ class BaModelData_PolySet {
   // Each answers the position of the polygon in its list. Polygons must be valid.
   int addPolygon(const BaPolygon& polygon);
   int addTexturedPolygon(const BaTexturedPolygon& polygon);
-  int addTMesh(const BaTMesh& mesh);
-  int addTexturedTMesh(const BaTexturedTMesh& mesh);
+  // A strip in which neighbours would be one vertex is cut there, into strips that have its
+  // triangles in their order and facing as they did; what holds no triangle is left out.
+  void addTMesh(const BaTMesh& mesh);
+  void addTexturedTMesh(const BaTexturedTMesh& mesh);
 
   // Cuts every polygon of more than `max` vertices into a fan of pieces that stand in its place;
   // pieces without a face are dropped. Asserts that `max` is 3 at least.
@@ -126,6 +128,15 @@ class BaModelData_PolySet {
   // The vertex at a position, -1 where it is none of those that are likely.
   [[nodiscard]] int _guess(const float* position) const;
   int _vertexAt(const BaVertex& vertex);
+  // True when vertices would be one vertex.
+  [[nodiscard]] static bool _areMerged(const BaVertex& a, const BaVertex& b) {
+    return _merge_vertices && a == b;
+  }
+  // Where the piece of a strip ends that begins with vertex `begin`.
+  [[nodiscard]] static int _endOfPiece(const BtDArray<BaVertex>& strip, int begin);
+  // Calls `push(i)` for the vertices of each piece of a strip and ends it in the list.
+  template <class Push>
+  static void _cutStrip(const BaTMesh& mesh, BaModelData_PolyList* list, Push push);
   void _split(const BaModelData_PolyList::Polygon& polygon, int max, BaModelData_PolyList* pieces);
   [[nodiscard]] bool _hasFace(std::span<const int> polygon) const;
 

@@ -8,14 +8,28 @@
 
 namespace {
 
-// The id of a body that has none of its own comes after all that are given.
-int HighestId(const BtList<BaMDBody*>& bodies) {
-  int highest = 0;
-  for (const BaMDBody* body : bodies) {
-    if (body->hasId()) highest = std::max(highest, body->id());
+// Finds ids for bodies that have none of their own: those after all that are given; where there are
+// too few of them, the lowest ones that are free.
+class FreeIds {
+ public:
+  explicit FreeIds(const BaModelData& data) : _data(data) {
+    long long wanted = 0;
+    for (const BaMDBody* body : data.bodies()) {
+      if (body->hasId()) _last = std::max<long long>(_last, body->id());
+      if (!body->hasId()) ++wanted;
+    }
+    if (_last + wanted > BaModel::kMaxBodyId) _last = 0;
   }
-  return highest;
-}
+  long long next() {
+    do ++_last;
+    while (_last <= BaModel::kMaxBodyId && _data.bodyById(static_cast<int>(_last)) != nullptr);
+    return _last;
+  }
+
+ private:
+  const BaModelData& _data;
+  long long _last = 0;
+};
 
 int HighestMaterialId(const BaModel& model) {
   int highest = 0;
@@ -45,9 +59,9 @@ std::unique_ptr<BaBody> ToBody(const BaModelData& data, const BaMDBody& md_body,
 }
 
 bool ExtractBodies(const BaModelData& data, BaModel* model, BaBodiesByName* bodies) {
-  long long free_id = HighestId(data.bodies());
+  FreeIds free_ids(data);
   for (const BaMDBody* md_body : data.bodies()) {
-    const long long id = md_body->hasId() ? md_body->id() : ++free_id;
+    const long long id = md_body->hasId() ? md_body->id() : free_ids.next();
     if (id < 1 || id > BaModel::kMaxBodyId) {
       theExceptObj.set("Invalid body id %lld.", id);
       return false;
@@ -104,12 +118,16 @@ class VertexSetsInUse {
 
 bool BaModelData::extractTo(BaModel* model) const {
   model->beginLoad();
-  return _extractInto(model) && model->endLoad();
+  if (_extractInto(model) && model->endLoad()) return true;
+  model->_clear();
+  return false;
 }
 
 bool BaModelData::moveTo(BaModel* model) {
   model->beginLoad();
-  return _extractInto(model, true) && model->endLoad();
+  if (_extractInto(model, true) && model->endLoad()) return true;
+  model->_clear();
+  return false;
 }
 
 bool BaModelData::_extractInto(BaModel* model, bool empty_geometries) const {

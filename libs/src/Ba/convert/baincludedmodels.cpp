@@ -45,8 +45,10 @@ bool BaModelData::_mergeIncludes(Ba_IncludeChain* chain) {
   if (!_extractInto(&combined)) return false;
   BaModelCombine combine(&combined);
   if (!_combineIncludes({&combine, _directory, chain}, 0, "") || !combined.endLoad()) return false;
-  clear();
-  return fillFrom(combined, true);
+  const BtStr directory = _directory;
+  if (!fillFrom(combined, true)) return false;
+  _directory = directory;
+  return true;
 }
 
 bool BaModelData::_combineIncludes(const IncludeTarget& target, long long body_id_offset,

@@ -10,6 +10,7 @@ bool BaModelData_PolySet::_merge_vertices = true;
 namespace {
 
 constexpr int kFewestVertices = 2;
+constexpr int kCornersOfTriangle = 3;
 
 std::uint64_t HashOf(const float* position) {
   return BtIndexTable::hashOf(position[0], position[1], position[2]);
@@ -155,18 +156,45 @@ int BaModelData_PolySet::addTexturedPolygon(const BaTexturedPolygon& polygon) {
   return _textured_polygons.count() - 1;
 }
 
-int BaModelData_PolySet::addTMesh(const BaTMesh& mesh) {
-  for (const BaVertex& vertex : mesh.vertices()) _t_meshes.push(vertexAt(vertex));
-  _t_meshes.end(mesh.materialId());
-  return _t_meshes.count() - 1;
+int BaModelData_PolySet::_endOfPiece(const BtDArray<BaVertex>& strip, int begin) {
+  int end = begin + 1;
+  while (end < strip.size() && !_areMerged(strip[end], strip[end - 1])) ++end;
+  return end;
 }
 
-int BaModelData_PolySet::addTexturedTMesh(const BaTexturedTMesh& mesh) {
-  for (int i = 0; i < mesh.numVertices(); ++i) {
-    _textured_t_meshes.push(vertexAt(mesh.vertices()[i]), mesh.textureCoords()[i]);
+// Parts of a shape are often stitched together to one strip by vertices that are repeated. Readers
+// of documents drop repeats, after which every second triangle would face the other way and others
+// would bridge the parts.
+template <class Push>
+void BaModelData_PolySet::_cutStrip(const BaTMesh& mesh, BaModelData_PolyList* list, Push push) {
+  const BtDArray<BaVertex>& strip = mesh.vertices();
+  const int count = strip.size();
+  for (int begin = 0, end = 0; begin < count; begin = end) {
+    end = _endOfPiece(strip, begin);
+    int first = begin;
+    // The triangles at odd places face the other way, so one of them cannot begin a strip as it is.
+    if (begin % 2 != 0 && end - begin >= kCornersOfTriangle) {
+      ++first;
+      if (!_areMerged(strip[begin], strip[begin + 2])) {
+        for (const int i : {begin + 1, begin, begin + 2}) push(i);
+        list->end(mesh.materialId());
+      }
+    }
+    const bool is_whole = end - first == count;
+    if (end - first < kCornersOfTriangle && !is_whole) continue;
+    for (int i = first; i < end; ++i) push(i);
+    list->end(mesh.materialId());
   }
-  _textured_t_meshes.end(mesh.materialId());
-  return _textured_t_meshes.count() - 1;
+}
+
+void BaModelData_PolySet::addTMesh(const BaTMesh& mesh) {
+  _cutStrip(mesh, &_t_meshes, [&](int i) { _t_meshes.push(vertexAt(mesh.vertices()[i])); });
+}
+
+void BaModelData_PolySet::addTexturedTMesh(const BaTexturedTMesh& mesh) {
+  _cutStrip(mesh, &_textured_t_meshes, [&](int i) {
+    _textured_t_meshes.push(vertexAt(mesh.vertices()[i]), mesh.textureCoords()[i]);
+  });
 }
 
 // The normal of Newell's method, which holds for polygons that are not flat or not convex, too.

@@ -5,8 +5,10 @@
 #include <iostream>
 #include <string>
 
+#include "bablendchecker.h"
 #include "baconvert.h"
 #include "bamdsection.h"
+#include "bapostscale.h"
 #include "btangles.h"
 
 namespace {
@@ -34,24 +36,30 @@ class ModelFiller {
  public:
   ModelFiller(const BaModel& model, BaModelData* data) : _model(model), _data(data) {}
 
-  // Adds all bodies, parents first. Nothing is added when an error is recorded.
+  // Adds all bodies, parents first; false after a recorded error.
   bool addBodies();
-  // Adds one body.
+  // Adds one body with its shape. Nothing is added when an error is recorded.
   bool addBody(const BaBody& body);
   void addMaterials();
   // Adds the vertex sets and geometries of all bodies; false when the user wants to stop.
   bool addShapes();
-  // Adds those of one body.
-  void addShape(const BaBody& body, const BaModelData_PolySet* poly_set);
-  // Materials are found by the names that they have in the model.
-  void useModelMaterialNames();
   void warnOfLeftOut() const;
 
  private:
   using Names = BaNameMap<const BaBody*>;
+  // Its polygons and their vertices; both are null for a body without polygons.
+  struct Shape {
+    std::unique_ptr<BaModelData_PolySet> poly_set;
+    std::unique_ptr<BaMDVertices> vertices;
+  };
 
   [[nodiscard]] bool _checkBody(const BaBody& body, Names* names) const;
+  [[nodiscard]] bool _checkParent(const BaBody& body) const;
   std::unique_ptr<BaMDBody> _toMDBody(const BaBody& body) const;
+  [[nodiscard]] Shape _shapeOf(const BaBody& body) const;
+  void _addShape(const BaBody& body, Shape shape);
+  // Adds the slider groups of the model that blends name and the document lacks.
+  bool _addSliderGroupsOf(const BaMDVertices& vertices);
   [[nodiscard]] BtStr _freeMaterialName(const BaMaterial& material) const;
 
   const BaModel& _model;
@@ -67,11 +75,25 @@ bool ModelFiller::_checkBody(const BaBody& body, Names* names) const {
   if (_data->bodyByName(name) != nullptr || !names->try_emplace(name, &body).second) {
     return BaFail("Multiple bodies have name \"" + name + "\".");
   }
+  if (_data->bodyById(body.id()) != nullptr) {
+    theExceptObj.set("Multiple bodies have id %d.", body.id());
+    return false;
+  }
   BtRotationAxes axes;
   if (!BtGetRotationAxes(&axes, BtCoordSystem(body.transform()).rotation())) {
     return BaFail("Body \"" + name + "\" has a left-handed or degenerate transform.");
   }
   return true;
+}
+
+bool ModelFiller::_checkParent(const BaBody& body) const {
+  if (body.parentId() <= 0) return true;
+  const BaBody* parent = _model.findBody(body.parentId());
+  if (parent != nullptr && _data->bodyByName(BaDocumentName(*parent)) != nullptr) return true;
+  const BtStr shown =
+      parent == nullptr ? BtFormat("(%d)", body.parentId()) : "\"" + BaDocumentName(*parent) + "\"";
+  return BaFail("Body \"" + BaDocumentName(body) + "\" specifies an undefined parent body " +
+                shown + ".");
 }
 
 std::unique_ptr<BaMDBody> ModelFiller::_toMDBody(const BaBody& body) const {
@@ -121,8 +143,34 @@ bool ModelFiller::addBodies() {
 
 bool ModelFiller::addBody(const BaBody& body) {
   Names names;
-  if (!_checkBody(body, &names)) return false;
+  if (!_checkBody(body, &names) || !_checkParent(body)) return false;
+  for (const std::unique_ptr<BaMaterial>& material : _model.materials()) {
+    _material_names.emplace(material->id(), material->name());
+  }
+  Shape shape = _shapeOf(body);
+  if (shape.vertices != nullptr && !_addSliderGroupsOf(*shape.vertices)) return false;
   _data->addBody(_toMDBody(body));
+  if (shape.poly_set != nullptr || !body.bones().empty()) _addShape(body, std::move(shape));
+  return true;
+}
+
+bool ModelFiller::_addSliderGroupsOf(const BaMDVertices& vertices) {
+  BaBlendChecker checker;
+  std::vector<const BaMDSliderGroup*> missing;
+  for (const BaMDVertexEffects* effects : vertices.effects()) {
+    const BaMDBlendVEffects* blend = effects->asBlend();
+    if (blend == nullptr) continue;
+    const BaMDSliderGroup* group = _data->sliderGroupByName(blend->sliderGroup());
+    if (group == nullptr) {
+      group = _model.findSliderGroup(blend->sliderGroup());
+      missing.push_back(group);
+    }
+    if (!checker.check(*blend, group)) return false;
+  }
+  for (const BaMDSliderGroup* group : missing) {
+    if (_data->sliderGroupByName(group->name()) != nullptr) continue;
+    _data->addSliderGroup(std::make_unique<BaMDSliderGroup>(*group));
+  }
   return true;
 }
 
@@ -151,44 +199,43 @@ void ModelFiller::addMaterials() {
   }
 }
 
-void ModelFiller::useModelMaterialNames() {
-  for (const std::unique_ptr<BaMaterial>& material : _model.materials()) {
-    _material_names.emplace(material->id(), material->name());
-  }
+ModelFiller::Shape ModelFiller::_shapeOf(const BaBody& body) const {
+  if (!body.hasPolygons()) return {};
+  auto poly_set = std::make_unique<BaModelData_PolySet>(&body);
+  std::unique_ptr<BaMDVertices> vertices = BaToMDVertices(_model, *poly_set);
+  return {std::move(poly_set), std::move(vertices)};
 }
 
-void ModelFiller::addShape(const BaBody& body, const BaModelData_PolySet* poly_set) {
+void ModelFiller::_addShape(const BaBody& body, Shape shape) {
   BtStr vertices_name;
-  if (poly_set != nullptr) {
-    vertices_name = _data->addVertexSet(BaToMDVertices(_model, *poly_set))->name();
+  if (shape.vertices != nullptr) {
+    vertices_name = _data->addVertexSet(std::move(shape.vertices))->name();
   }
   const BaMaterialNames material_names = [this](int id) {
     const auto name = _material_names.find(id);
     BtAssert(name != _material_names.end(), "model.materialById(material_id)");
     return name->second;
   };
-  _data->addGeometry(BaToMDGeometry(body, poly_set, vertices_name, material_names));
+  _data->addGeometry(BaToMDGeometry(body, shape.poly_set.get(), vertices_name, material_names));
 }
 
 bool ModelFiller::addShapes() {
   for (const std::unique_ptr<BaBody>& body : _model.bodies()) {
     if (theExceptObj.checkCancel()) return false;
-    if (body == nullptr) continue;
-    std::unique_ptr<BaModelData_PolySet> poly_set;
-    if (body->hasPolygons()) poly_set = std::make_unique<BaModelData_PolySet>(body.get());
-    if (poly_set == nullptr && body->bones().empty()) continue;
+    if (body == nullptr || (!body->hasPolygons() && body->bones().empty())) continue;
     if (body->id() == 0) {
       theExceptObj.setAsWarning(
           "Polygons and bones of the world (body id 0) have no body in a model document.  They are "
           "left out.");
     } else {
-      addShape(*body, poly_set.get());
+      _addShape(*body, _shapeOf(*body));
     }
   }
   return true;
 }
 
 void ModelFiller::warnOfLeftOut() const {
+  Ba_WarnOfPostScale(_model);
   if (!_model.flexiblePolygons().empty()) {
     theExceptObj.setAsWarning(
         "%d flexible polygons have no form in a model document.  They are left out.",
@@ -214,6 +261,12 @@ bool BaModelData::fillFrom(const BaModel& model, bool merge_vertices) {
   BtAssert(!BtError(), "!BtError()");
   clear();
   const MergeSwitch merge_switch(merge_vertices);
+  if (_fillFrom(model)) return true;
+  clear();
+  return false;
+}
+
+bool BaModelData::_fillFrom(const BaModel& model) {
   _combine_vertex_normals = model.combineVertexNormals();
   _length_units = model.lengthUnits();
   _angle_units = model.angleUnits();
@@ -224,8 +277,9 @@ bool BaModelData::fillFrom(const BaModel& model, bool merge_vertices) {
   if (!filler.addBodies()) return false;
   filler.addMaterials();
   if (!filler.addShapes()) return false;
-  filler.warnOfLeftOut();
   _assertGeometryBodies();
+  if (!_checkBlendGroups() || !_checkBlendEffects()) return false;
+  filler.warnOfLeftOut();
   return true;
 }
 
@@ -241,10 +295,7 @@ bool BaModelData::fillBodyFrom(const BaModel& model, int body_id, bool merge_ver
   }
   ModelFiller filler(model, this);
   if (!filler.addBody(*body)) return false;
-  filler.useModelMaterialNames();
-  std::unique_ptr<BaModelData_PolySet> poly_set;
-  if (body->hasPolygons()) poly_set = std::make_unique<BaModelData_PolySet>(body);
-  if (poly_set != nullptr || !body->bones().empty()) filler.addShape(*body, poly_set.get());
+  Ba_WarnOfPostScale(model, body);
   _assertGeometryBodies();
   return true;
 }

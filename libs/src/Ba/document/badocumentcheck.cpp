@@ -1,6 +1,5 @@
 // Checks across the sections of a document.
-#include <unordered_set>
-
+#include "bablendchecker.h"
 #include "bamdsection.h"
 #include "bamodeldata.h"
 
@@ -18,7 +17,22 @@ bool CheckBlends(const BtList<BaMDVertices*>& vertex_sets, Check check) {
   return true;
 }
 
+bool FailGroup(const BaMDBlendVEffects& blend) {
+  return BaFail("A BLEND effect specifies a slider group, \"" + blend.sliderGroup() +
+                "\", that does not exist.");
+}
+
 }  // namespace
+
+bool BaBlendChecker::check(const BaMDBlendVEffects& blend, const BaMDSliderGroup* group) {
+  if (group == nullptr) return FailGroup(blend);
+  const auto [entry, is_new] = _sliders_of.try_emplace(group);
+  if (is_new) {
+    for (const BtStr& slider : group->sliders()) entry->second.insert(slider);
+  }
+  return entry->second.contains(blend.sliderName()) ||
+         BaFail("Invalid slider name '" + blend.sliderName() + "' used in the blend effects.");
+}
 
 bool BaModelData::_checkGeometryBodies() const {
   for (const BaMDGeometry* geometry : _geometries) {
@@ -32,26 +46,16 @@ bool BaModelData::_checkGeometryBodies() const {
 
 bool BaModelData::_checkBlendGroups() const {
   return CheckBlends(_vertex_sets, [this](const BaMDBlendVEffects& blend) {
-    return sliderGroupByName(blend.sliderGroup()) != nullptr ||
-           BaFail("A BLEND effect specifies a slider group, \"" + blend.sliderGroup() +
-                  "\", that does not exist.");
+    return sliderGroupByName(blend.sliderGroup()) != nullptr || FailGroup(blend);
   });
 }
 
 bool BaModelData::_checkBlendEffects() const {
-  using Names = std::unordered_set<BtStr, BaNameHash>;
-  std::unordered_map<const BaMDSliderGroup*, Names> sliders_of;
+  BaBlendChecker checker;
   return CheckBlends(_vertex_sets, [&](const BaMDBlendVEffects& blend) {
     const BaMDSliderGroup* blend_effects_slider_group = sliderGroupByName(blend.sliderGroup());
     BtAssert(blend_effects_slider_group, "blend_effects_slider_group");
-    const auto [entry, is_new] = sliders_of.try_emplace(blend_effects_slider_group);
-    if (is_new) {
-      for (const BtStr& slider : blend_effects_slider_group->sliders()) {
-        entry->second.insert(slider);
-      }
-    }
-    return entry->second.contains(blend.sliderName()) ||
-           BaFail("Invalid slider name '" + blend.sliderName() + "' used in the blend effects.");
+    return checker.check(blend, blend_effects_slider_group);
   });
 }
 

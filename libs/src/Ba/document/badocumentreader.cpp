@@ -66,7 +66,11 @@ bool UnitsReader::_readUnits(const BaMDItem& item, std::span<const std::string_v
 
 class DocumentReader {
  public:
-  explicit DocumentReader(BaModelData* data) : _data(data) {}
+  explicit DocumentReader(BaModelData* data) : _data(data) {
+    for (BaMDMaterial* material : data->materials()) {
+      _materials.try_emplace(material->name(), material);
+    }
+  }
 
   // Reads up to the end of the document.
   bool read(std::istream& is);
@@ -95,8 +99,8 @@ class DocumentReader {
   }
 
   BaModelData* _data;
-  BaMDGeometry::Materials _materials;
-  unsigned _seen = 0;  // a bit for each row of the table of key words
+  BaMDGeometry::Materials _materials;  // all that the document has
+  unsigned _seen = 0;                  // a bit for each row of the table of key words
   bool _include_seen = false;
   bool _ended = false;
 };

@@ -18,6 +18,7 @@ class BodyReader {
   bool readUnknown(const BaMDItem& item) {
     return _fail("Unrecognized key word \"" + BtStr(item.key) + "\" in BODY section");
   }
+  // False when something is missing or an error did not end the section.
   [[nodiscard]] bool checkComplete() const;
 
  private:
@@ -26,6 +27,7 @@ class BodyReader {
 
   BaMDBody* _body;
   bool _has_coord_sys = false;
+  bool _failed = false;
 };
 
 constexpr BaMDKey<BodyReader> kBodyKeys[] = {
@@ -78,7 +80,7 @@ bool BodyReader::readParentName(const BaMDItem& item) {
   if (!item.single_line) return _fail("Invalid value for PARENT_NAME");
   if (BaHoldsSpace(item.value)) {
     BaFail("Body names cannot contain spaces.");
-    (void)_fail("Invalid value for PARENT_NAME");
+    _failed = !_fail("Invalid value for PARENT_NAME");
   }
   _body->setParentName(BtStr(item.value));
   return true;
@@ -86,7 +88,8 @@ bool BodyReader::readParentName(const BaMDItem& item) {
 
 bool BodyReader::checkComplete() const {
   if (_body->name().isNull()) return BaFail("No NAME specified in BODY section.");
-  return _has_coord_sys || BaFail("No COORDINATE_SYSTEM specified in BODY section.");
+  if (!_has_coord_sys) return BaFail("No COORDINATE_SYSTEM specified in BODY section.");
+  return !_failed;
 }
 
 }  // namespace
@@ -103,7 +106,7 @@ bool BaMDBody::scanFrom(std::istream& is) {
 
 bool BaMDBody::scanFrom(BaMDSource& source) {
   BodyReader reader(this);
-  return BaScanSection(source, reader, kBodyKeys) && reader.checkComplete() && !BtError();
+  return BaScanSection(source, reader, kBodyKeys) && reader.checkComplete();
 }
 
 bool BaMDBody::printOn(std::ostream& os) const {

@@ -120,9 +120,9 @@ bool BaMDCoordSys::printOn(std::ostream& os) const {
     return BaFail("The rotation order has not been fully specified.");
   }
   os << "  COORDINATE_SYSTEM {\n    TRANSLATION: ";
-  BaPrintFloats(os, _translation);
+  if (!BaPrintNumbers(os, _translation)) return false;
   os << "\n    ROTATION: ";
-  BaPrintFloats(os, _rotation);
+  if (!BaPrintNumbers(os, _rotation)) return false;
   for (const int axis : _rotation_order) {
     os << ' ' << kAxisLetters[static_cast<std::size_t>(axis - 1)];
   }

@@ -175,7 +175,7 @@ bool BaMDGeometry::printOn(std::ostream& os) const {
     for (const BaTextureCoords& coord : _texture_coords) {
       const float numbers[] = {coord.u, coord.v};
       os << "    ";
-      BaPrintFloats(os, numbers);
+      if (!BaPrintNumbers(os, numbers)) return false;
       os << '\n';
     }
     os << "  }\n";

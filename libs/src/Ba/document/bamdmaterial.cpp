@@ -76,10 +76,11 @@ bool MaterialReader::readTexture(const BaMDItem& item) {
   return true;
 }
 
-void PrintFloats(std::ostream& os, const char* key, const BtFloatArray& values) {
+bool PrintFloats(std::ostream& os, const char* key, const BtFloatArray& values) {
   os << "  " << key << ": ";
-  BaPrintFloats(os, {values.begin(), values.end()});
+  if (!BaPrintNumbers(os, {values.begin(), values.end()})) return false;
   os << '\n';
+  return true;
 }
 
 }  // namespace
@@ -105,12 +106,11 @@ bool BaMDMaterial::printOn(std::ostream& os) const {
   BtAssert(!_name.isNull(), "!_name.isNull()");
   os << "MATERIAL {\n";
   if (!BaPrintName(os, "  NAME: ", _name)) return false;
-  PrintFloats(os, "EMISSION", _emission);
-  PrintFloats(os, "AMBIENT", _ambient);
-  PrintFloats(os, "DIFFUSE", _diffuse);
-  PrintFloats(os, "SPECULAR", _specular);
-  PrintFloats(os, "SHININESS", {_shininess});
-  PrintFloats(os, "ALPHA", {_alpha});
+  if (!PrintFloats(os, "EMISSION", _emission) || !PrintFloats(os, "AMBIENT", _ambient) ||
+      !PrintFloats(os, "DIFFUSE", _diffuse) || !PrintFloats(os, "SPECULAR", _specular) ||
+      !PrintFloats(os, "SHININESS", {_shininess}) || !PrintFloats(os, "ALPHA", {_alpha})) {
+    return false;
+  }
   for (const BaMDTexture* texture : _textures) {
     if (!texture->printOn(os)) return false;
   }

@@ -93,17 +93,18 @@ void Untexture(BaMDIndexLists<BaMDTexturedCorner>* textured, BaMDIndexLists<int>
   textured->clear();
 }
 
-void PrintBones(std::ostream& os, const std::vector<BaMDBone>& bones) {
-  if (bones.empty()) return;
+bool PrintBones(std::ostream& os, const std::vector<BaMDBone>& bones) {
+  if (bones.empty()) return true;
   os << "    BONES {\n";
   for (const BaMDBone& bone : bones) {
     const float numbers[] = {bone.from.x, bone.from.y, bone.from.z,
                              bone.to.x,   bone.to.y,   bone.to.z};
     os << "      ";
-    BaPrintFloats(os, numbers);
+    if (!BaPrintNumbers(os, numbers)) return false;
     os << '\n';
   }
   os << "    }\n";
+  return true;
 }
 
 }  // namespace
@@ -133,7 +134,7 @@ bool BaMDMaterialGroup::printOn(std::ostream& os) const {
   BtAssert(!_material.isNull(), "!_material.isNull()");
   os << "  MATERIAL_GROUP {\n";
   if (!BaPrintName(os, "    MATERIAL: ", _material)) return false;
-  PrintBones(os, _bones);
+  if (!PrintBones(os, _bones)) return false;
   BaPrintIndexLines(os, "POLYGONS", _polygons);
   BaPrintIndexLines(os, "TEXTURED_POLYGONS", _textured_polygons);
   BaPrintIndexLines(os, "TRIANGLE_STRIPS", _triangle_strips);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cmath>
 #include <ostream>
 #include <vector>
 
@@ -101,6 +102,13 @@ void BaPrintFloats(std::ostream& os, std::span<const float> values) {
     BaPrintFloat(os, value);
     separator = " ";
   }
+}
+
+bool BaPrintNumbers(std::ostream& os, std::span<const float> values) {
+  if (!std::all_of(values.begin(), values.end(), [](float value) { return std::isfinite(value); }))
+    return BaFail("A number that is not finite cannot be written to a model document.");
+  BaPrintFloats(os, values);
+  return true;
 }
 
 bool BaPrintName(std::ostream& os, const char* key, const BtStr& name) {

@@ -121,6 +121,9 @@ void BaPrintFloat(std::ostream& os, float value);
 void BaPrintInt(std::ostream& os, int value);
 // Separated by blanks.
 void BaPrintFloats(std::ostream& os, std::span<const float> values);
+// The same for numbers that a reader is to get back: false, with an error recorded, where one of
+// them is not finite.
+bool BaPrintNumbers(std::ostream& os, std::span<const float> values);
 // A line of a key, with its indentation and colon, and a text, whose further lines a backslash
 // draws in. False, with an error recorded, for a text that a reader of the document would not get
 // back: one with "#" or "}" in its first line or "{" at the end of it, or with a backslash at its

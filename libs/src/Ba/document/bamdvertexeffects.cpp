@@ -133,7 +133,7 @@ bool BaMDFlexVEffects::printOn(std::ostream& os) const {
   os << "      WEIGHTS {\n";
   for (const Weight& entry : _weights) {
     os << "        ";
-    BaPrintFloat(os, entry.weight);
+    if (!BaPrintNumbers(os, {&entry.weight, 1})) return false;
     os << ' ';
     BaPrintInt(os, entry.vertex);
     os << '\n';
@@ -159,7 +159,7 @@ bool BaMDBlendVEffects::printOn(std::ostream& os) const {
   os << "      VECTORS {\n";
   for (const Vector& entry : _vectors) {
     os << "        ";
-    BaPrintFloats(os, entry.v);
+    if (!BaPrintNumbers(os, entry.v)) return false;
     os << ' ';
     BaPrintInt(os, entry.vertex);
     os << '\n';

@@ -146,7 +146,7 @@ bool BaMDVertices::printOn(std::ostream& os) const {
   for (const BaMDPoint& point : _coordinates) {
     const float numbers[] = {point.x, point.y, point.z};
     os << "    ";
-    BaPrintFloats(os, numbers);
+    if (!BaPrintNumbers(os, numbers)) return false;
     os << '\n';
   }
   os << "  }\n  EFFECTS {\n";

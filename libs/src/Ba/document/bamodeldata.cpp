@@ -23,6 +23,7 @@ BaModelData::~BaModelData() { _deleteSections(); }
 void BaModelData::clear() {
   _length_units = {"INCHES", 1.0F};
   _angle_units = {"RADIANS", 1.0F};
+  _directory = ".";
   _deleteSections();
 }
 

@@ -6,6 +6,8 @@
 #include "balegacytext.h"
 #include "bamodel.h"
 #include "bamodelheader.h"
+#include "bapostscale.h"
+#include "btexcept.h"
 
 namespace {
 
@@ -49,15 +51,16 @@ void BaModel::printOn(std::ostream& os) const {
   if (!CheckWritten(os, "Unable to write header id.")) return;
   os << "v1.30\n";
   if (!CheckWritten(os, "Unable to write header version.")) return;
-  [[maybe_unused]] const bool written =
-      PrintBodies(*this, os) && Print(_materials, "Unable to write material.", os) &&
-      Print(_lighting_models, "Unable to write lighting model.", os) &&
-      Print(_lights, "Unable to write light.", os) &&
-      Print(_bones, "Unable to write bone data.", os) &&
-      Print(_t_meshes, "Unable to write triangle mesh.", os) &&
-      Print(_textured_t_meshes, "Unable to write textured triangle mesh.", os) &&
-      Print(_polygons, "Unable to write polygon.", os) &&
-      Print(_textured_polygons, "Unable to write textured polygon.", os) &&
-      Print(_flexible_polygons, "Unable to write flexible polygon.", os) &&
-      Print(_muscles, "Unable to write muscle.", os);
+  const bool written = PrintBodies(*this, os) &&
+                       Print(_materials, "Unable to write material.", os) &&
+                       Print(_lighting_models, "Unable to write lighting model.", os) &&
+                       Print(_lights, "Unable to write light.", os) &&
+                       Print(_bones, "Unable to write bone data.", os) &&
+                       Print(_t_meshes, "Unable to write triangle mesh.", os) &&
+                       Print(_textured_t_meshes, "Unable to write textured triangle mesh.", os) &&
+                       Print(_polygons, "Unable to write polygon.", os) &&
+                       Print(_textured_polygons, "Unable to write textured polygon.", os) &&
+                       Print(_flexible_polygons, "Unable to write flexible polygon.", os) &&
+                       Print(_muscles, "Unable to write muscle.", os);
+  if (written && !BtError()) Ba_WarnOfPostScale(*this);
 }
