@@ -5,12 +5,12 @@
 #include <filesystem>
 #include <iostream>
 #include <memory>
-#include <unordered_map>
 
 #include "bamapping.h"
 #include "bamodel.h"
 #include "bamodelheader.h"
 #include "btexcept.h"
+#include "bthash.h"
 #include "bttextfile.h"
 
 namespace {
@@ -45,7 +45,7 @@ FileKind KindByName(std::string_view file) {
 std::vector<Message> TakeMessages() {
   const std::unique_ptr<BtExcept> first(theExceptObj.release());
   std::vector<Message> messages;
-  std::unordered_map<std::string, std::size_t> places;
+  BtHashMap<std::string, std::size_t> places;
   std::string error;
   for (const BtExcept* record = first.get(); record != nullptr;
        record = record->hasDetail() ? &record->detail() : nullptr) {

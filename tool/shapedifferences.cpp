@@ -2,9 +2,9 @@
 
 #include <cmath>
 #include <map>
-#include <unordered_map>
 
 #include "bamodeldatapolyset.h"
+#include "bthash.h"
 #include "geometry.h"
 #include "inputs.h"
 #include "placeindex.h"
@@ -17,11 +17,11 @@ using Rows = std::vector<std::vector<double>>;
 using Effects = std::map<std::string, std::vector<double>>;
 
 struct Shape {
-  Rows vertices;                                     // x y z
-  std::unordered_map<std::size_t, Effects> effects;  // by vertex
-  Rows faces;                                        // the middle, and the number of corners
-  std::vector<std::string> materials;                // of each face
-  Rows corners;                                      // x y z u v, of faces with texture
+  Rows vertices;                            // x y z
+  BtHashMap<std::size_t, Effects> effects;  // by vertex
+  Rows faces;                               // the middle, and the number of corners
+  std::vector<std::string> materials;       // of each face
+  Rows corners;                             // x y z u v, of faces with texture
 };
 
 void AddEffect(const Ba_VertexEffect& effect, const ShapeOwner& owner, Effects* effects) {

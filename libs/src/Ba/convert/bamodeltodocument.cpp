@@ -8,6 +8,7 @@
 #include "baconvert.h"
 #include "bamdsection.h"
 #include "btangles.h"
+#include "bthash.h"
 
 namespace {
 
@@ -56,7 +57,7 @@ class ModelFiller {
 
   const BaModel& _model;
   BaModelData* _data;
-  std::unordered_map<int, BtStr> _material_names;  // by id
+  BtHashMap<int, BtStr> _material_names;  // by id
 };
 
 bool ModelFiller::_checkBody(const BaBody& body, Names* names) const {

@@ -1,8 +1,8 @@
 // Checks across the sections of a document.
-#include <unordered_set>
 
 #include "bamdsection.h"
 #include "bamodeldata.h"
+#include "bthash.h"
 
 namespace {
 
@@ -39,8 +39,8 @@ bool BaModelData::_checkBlendGroups() const {
 }
 
 bool BaModelData::_checkBlendEffects() const {
-  using Names = std::unordered_set<BtStr, BaNameHash>;
-  std::unordered_map<const BaMDSliderGroup*, Names> sliders_of;
+  using Names = BtHashSet<BtStr>;
+  BtHashMap<const BaMDSliderGroup*, Names> sliders_of;
   return CheckBlends(_vertex_sets, [&](const BaMDBlendVEffects& blend) {
     const BaMDSliderGroup* blend_effects_slider_group = sliderGroupByName(blend.sliderGroup());
     BtAssert(blend_effects_slider_group, "blend_effects_slider_group");

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "bamodel.h"
 #include "bamodelwalk.h"
+#include "bthash.h"
 
 // Walks a model until it meets a fault.
 class Ba_ModelChecker {
@@ -162,7 +161,7 @@ bool Ba_ModelChecker::_checkBodyNames() {
 }
 
 bool Ba_ModelChecker::_checkMaterials() {
-  std::unordered_set<BtStr, BaNameHash> names;
+  BtHashSet<BtStr> names;
   for (const auto& material : _model.materials()) {
     if (_model.materialById(material->id()) != material.get()) {
       return _fail(BtFormat("Material %d is not found by its id.", material->id()));
@@ -179,7 +178,7 @@ bool Ba_ModelChecker::_checkMaterials() {
 }
 
 bool Ba_ModelChecker::_checkSliderGroups() {
-  std::unordered_set<BtStr, BaNameHash> names;
+  BtHashSet<BtStr> names;
   for (const auto& group : _model.sliderGroups()) {
     if (!names.insert(group->name()).second) continue;
     if (_model.findSliderGroup(group->name()) != group.get()) {
@@ -270,7 +269,7 @@ bool Ba_ModelChecker::_checkFlexTargets() {
 }
 
 bool Ba_ModelChecker::_checkBlends() {
-  std::unordered_map<const BaMDSliderGroup*, std::unordered_set<BtStr, BaNameHash>> sliders_of;
+  BtHashMap<const BaMDSliderGroup*, BtHashSet<BtStr>> sliders_of;
   for (const auto& group : _model.sliderGroups()) {
     sliders_of[group.get()].insert(group->sliders().begin(), group->sliders().end());
   }
