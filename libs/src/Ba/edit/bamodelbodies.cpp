@@ -64,9 +64,9 @@ bool CheckPlacesWithout(const BaBody& body) {
 void RemoveFromMuscles(BtList<std::unique_ptr<BaMuscle>>* muscles, int body_id) {
   BtList<std::unique_ptr<BaMuscle>> kept;
   for (std::unique_ptr<BaMuscle>& muscle : *muscles) {
-    BtDynArray<int>& ids = muscle->bodyIds();
+    BtDArray<int>& ids = muscle->bodyIds();
     const int n_before = ids.size();
-    ids.truncate(static_cast<int>(std::remove(ids.begin(), ids.end(), body_id) - ids.begin()));
+    ids.resize(static_cast<int>(std::remove(ids.begin(), ids.end(), body_id) - ids.begin()));
     if (n_before == 0 || !ids.empty()) kept.append(std::move(muscle));
   }
   *muscles = std::move(kept);
@@ -168,7 +168,7 @@ void BaModel::_renumberBodyReferences(const BtHashMap<int, int>& new_ids) {
     polygon->setOtherBodyId(renumbered(polygon->otherBodyId()));
   }
   for (const auto& muscle : _muscles) {
-    BtDynArray<int>& ids = muscle->bodyIds();
+    BtDArray<int>& ids = muscle->bodyIds();
     std::transform(ids.begin(), ids.end(), ids.begin(), renumbered);
   }
 }

@@ -205,7 +205,8 @@ bool Ba_ModelChecker::_checkElements() {
 template <class T>
 bool Ba_ModelChecker::_checkCollection(const BaModel::Elements<T>& elements, OfBody<T> of_body,
                                        const char* kind) {
-  std::vector<int> n_met(static_cast<std::size_t>(_model.bodies().size()), 0);  // by body id
+  BtDArray<int> n_met;  // by body id
+  n_met.resizeSparsely(_model.bodies().size());
   for (const auto& element : elements) {
     if (!element->isValid()) return _fail(BtFormat("A %s is destroyed.", kind));
     const BaBody* const body = _model.findBody(element->bodyId());
@@ -217,7 +218,7 @@ bool Ba_ModelChecker::_checkCollection(const BaModel::Elements<T>& elements, OfB
           BtFormat("A %s uses material %d, which does not exist.", kind, element->materialId()));
     }
     const BaElements<T*>& listed = (body->*of_body)();
-    int& next = n_met[static_cast<std::size_t>(body->id())];
+    int& next = n_met[body->id()];
     if (next >= listed.size() || listed[next] != element.get()) {
       return _fail(BtFormat("A %s is not in its place on body %d.", kind, body->id()));
     }
@@ -232,7 +233,7 @@ bool Ba_ModelChecker::_checkCollection(const BaModel::Elements<T>& elements, OfB
   }
   for (const auto& body : _model.bodies()) {
     if (body == nullptr) continue;
-    if (((*body).*of_body)().size() != n_met[static_cast<std::size_t>(body->id())]) {
+    if (((*body).*of_body)().size() != n_met[body->id()]) {
       return _fail(BtFormat("Body %d lists a %s that is not the model's.", body->id(), kind));
     }
   }

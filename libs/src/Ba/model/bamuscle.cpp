@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <ostream>
+#include <vector>
 
 #include "balegacytext.h"
+#include "bamdsection.h"
 
 bool BaMuscle::scanFrom(std::istream& is) {
   BtScanner in(is);
@@ -35,18 +37,20 @@ bool BaMuscle::_scanName(BtScanner& in) {
 }
 
 bool BaMuscle::_scanBodyIds(BtScanner& in) {
-  _body_ids.clear();
+  std::vector<int> ids;
   for (;;) {
     const int c = in.peek();
     if (c == std::char_traits<char>::eof()) return Ba_Fail("Error reading muscle data.");
     const bool blank = BtIsSpace(static_cast<char>(c));
     if (blank) {
       in.get();
-      if (c == '\n') return true;
+      if (c == '\n') break;
       continue;
     }
     int id = 0;
     if (!in.readInt(&id)) return Ba_Fail("Error reading body id for muscle.");
-    _body_ids.append(id);
+    ids.push_back(id);
   }
+  _body_ids = BaToArray<int>(ids);
+  return true;
 }
