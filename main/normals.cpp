@@ -18,11 +18,12 @@ using Vector = std::array<double, 3>;
 // Points that lie closer than this part of the mesh's diagonal coincide: positions that two bodies
 // share are rounded in each body's own space.
 constexpr double kCoincidence = 1e-5;
-// Edges of the cells of two grids in units of the coincidence distance. Those of the wide grid are
-// few of a point: seldom another point is near by chance, seldom a border. Those of the narrow one
-// hold few points that do not coincide, three in each direction, however crowded the points are.
+// Edges of the cells of two grids in units of the coincidence distance. A point seldom has another
+// one by chance in its cell of the wide grid, and seldom reaches over a border. A cell of the
+// narrow one holds few points that do not coincide, five in each direction, however crowded points
+// are.
 constexpr double kWideCell = 16.0;
-constexpr double kNarrowCell = 2.0;
+constexpr double kNarrowCell = 4.0;
 
 Vector PointAt(const std::vector<double>& points, std::size_t i) {
   return {points[3 * i], points[3 * i + 1], points[3 * i + 2]};

@@ -8,6 +8,7 @@
 
 #include "bapicturefile.h"
 #include "btfile.h"
+#include "bthash.h"
 #include "geometry.h"
 #include "inputs.h"
 #include "shapedifferences.h"
@@ -236,15 +237,13 @@ void ModelDiffer::_compareSliders() {
   };
   const std::vector<std::string> a = sliders_of(_a);
   const std::vector<std::string> b = sliders_of(_b);
+  const BtHashSet<std::string> in_a(a.begin(), a.end());
+  const BtHashSet<std::string> in_b(b.begin(), b.end());
   for (const std::string& slider : a) {
-    if (std::find(b.begin(), b.end(), slider) == b.end()) {
-      _add("slider-removed", "slider", slider, "there", "");
-    }
+    if (!in_b.contains(slider)) _add("slider-removed", "slider", slider, "there", "");
   }
   for (const std::string& slider : b) {
-    if (std::find(a.begin(), a.end(), slider) == a.end()) {
-      _add("slider-added", "slider", slider, "", "there");
-    }
+    if (!in_a.contains(slider)) _add("slider-added", "slider", slider, "", "there");
   }
 }
 

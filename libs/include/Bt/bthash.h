@@ -14,7 +14,7 @@
 
 // The secret numbers.
 struct BtHashKeys {
-  std::uint64_t text[2];
+  std::uint64_t place;
   std::uint64_t sum;
   std::uint64_t factors[3];
 

@@ -7,72 +7,59 @@
 
 namespace {
 
-// SipHash-1-3: a function of two secret numbers, made by Aumasson and Bernstein for hash tables
-// whose keys come from an adversary. One round for each eight bytes, three at the end.
-class TextHash {
- public:
-  TextHash(std::uint64_t key0, std::uint64_t key1)
-      : _a(key0 ^ 0x736F6D6570736575),
-        _b(key1 ^ 0x646F72616E646F6D),
-        _c(key0 ^ 0x6C7967656E657261),
-        _d(key1 ^ 0x7465646279746573) {}
+// The prime 2^61 - 1, by which remainders are quickly found.
+constexpr std::uint64_t kPrime = (std::uint64_t{1} << 61U) - 1;
+// As many bytes as are below the prime, whatever they are.
+constexpr std::size_t kPiece = 7;
 
-  std::uint64_t of(std::string_view text) {
-    const auto length = static_cast<std::uint64_t>(text.size());
-    for (; text.size() >= sizeof(std::uint64_t); text.remove_prefix(sizeof(std::uint64_t))) {
-      _add(_word(text.data(), sizeof(std::uint64_t)));
-    }
-    _add(length << 56U | _word(text.data(), text.size()));
-    _c ^= 0xFF;
-    for (int i = 0; i < 3; ++i) _round();
-    return _a ^ _b ^ _c ^ _d;
-  }
+// A number below 2^62 that is equal to the product but for multiples of the prime; both factors are
+// below 2^62.
+std::uint64_t Product(std::uint64_t a, std::uint64_t b) {
+  __extension__ using Wide = unsigned __int128;
+  const Wide product = static_cast<Wide>(a) * b;
+  const std::uint64_t sum =
+      (static_cast<std::uint64_t>(product) & kPrime) + static_cast<std::uint64_t>(product >> 61U);
+  return (sum & kPrime) + (sum >> 61U);
+}
 
- private:
-  static std::uint64_t _word(const char* bytes, std::size_t count) {
-    std::uint64_t word = 0;
-    if (count > 0) std::memcpy(&word, bytes, count);
-    return word;
-  }
-  void _add(std::uint64_t word) {
-    _d ^= word;
-    _round();
-    _a ^= word;
-  }
-  void _round() {
-    _a += _b;
-    _c += _d;
-    _b = std::rotl(_b, 13) ^ _a;
-    _d = std::rotl(_d, 16) ^ _c;
-    _a = std::rotl(_a, 32);
-    _c += _b;
-    _a += _d;
-    _b = std::rotl(_b, 17) ^ _c;
-    _d = std::rotl(_d, 21) ^ _a;
-    _c = std::rotl(_c, 32);
-  }
+// Up to seven bytes as a number.
+std::uint64_t NumberOf(std::string_view piece) {
+  std::uint64_t number = 0;
+  for (const char c : piece) number = number << 8U | static_cast<unsigned char>(c);
+  return number;
+}
 
-  std::uint64_t _a;
-  std::uint64_t _b;
-  std::uint64_t _c;
-  std::uint64_t _d;
-};
+// Spreads a change of any bit over all of them.
+std::uint64_t Mixed(std::uint64_t number) {
+  number = (number ^ number >> 30U) * 0xBF58476D1CE4E5B9;
+  number = (number ^ number >> 27U) * 0x94D049BB133111EB;
+  return number ^ number >> 31U;
+}
 
 }  // namespace
 
 // Linux hands 16 random bytes to every program that it starts, without a call that could fail.
-// Others use them too, so the numbers are made from them one way.
+// Others use them too, so each number is mixed from all of them.
 BtHashKeys BtHashKeys::_make() {
   std::uint64_t random[2] = {};
   const auto* const bytes = std::bit_cast<const void*>(getauxval(AT_RANDOM));
   if (bytes != nullptr) std::memcpy(random, bytes, sizeof(random));
-  const auto number = [&random](char i) {
-    return TextHash(random[0], random[1]).of(std::string_view(&i, 1));
+  const auto number = [&random](std::uint64_t i) {
+    return Mixed(Mixed(random[0] + i * 0x9E3779B97F4A7C15) ^ random[1]);
   };
-  return {{number(0), number(1)}, number(2), {number(3), number(4), number(5)}};
+  return {number(1) & kPrime, number(2), {number(3), number(4), number(5)}};
 }
 
+// The text is a polynomial whose coefficients are its length and its pieces, and the hash its value
+// at a secret place: two texts of n bytes agree at n / 7 places of 2^61 at most.
 std::uint64_t BtHashOf(std::string_view text) {
-  const BtHashKeys& keys = BtHashKeys::ofProcess();
-  return TextHash(keys.text[0], keys.text[1]).of(text);
+  const std::uint64_t place = BtHashKeys::ofProcess().place;
+  std::uint64_t value = text.size() & kPrime;
+  for (; text.size() > kPiece; text.remove_prefix(kPiece)) {
+    value = Product(value, place) + NumberOf(text.substr(0, kPiece));
+  }
+  value = Product(value, place) + NumberOf(text);
+  value = (value & kPrime) + (value >> 61U);
+  if (value >= kPrime) value -= kPrime;
+  return BtHashOf(static_cast<std::uint32_t>(value), static_cast<std::uint32_t>(value >> 32U), 0U);
 }
