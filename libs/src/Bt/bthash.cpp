@@ -22,8 +22,26 @@ std::uint64_t Product(std::uint64_t a, std::uint64_t b) {
   return (sum & kPrime) + (sum >> 61U);
 }
 
-// Up to seven bytes as a number.
-std::uint64_t NumberOf(std::string_view piece) {
+template <class Number>
+Number Load(const char* bytes) {
+  Number number = 0;
+  std::memcpy(&number, bytes, sizeof(number));
+  return number;
+}
+
+// The first bytes of a longer text as a number.
+std::uint64_t FirstPiece(const char* text) {
+  return Load<std::uint64_t>(text) & ((std::uint64_t{1} << 8U * kPiece) - 1);
+}
+
+// The same of the bytes that are left.
+std::uint64_t LastPiece(std::string_view piece) {
+  const std::size_t size = piece.size();
+  if (size >= sizeof(std::uint32_t)) {
+    const char* const last = piece.data() + size - sizeof(std::uint32_t);
+    return Load<std::uint32_t>(piece.data()) | static_cast<std::uint64_t>(Load<std::uint32_t>(last))
+                                                   << 8U * (size - 4);
+  }
   std::uint64_t number = 0;
   for (const char c : piece) number = number << 8U | static_cast<unsigned char>(c);
   return number;
@@ -56,9 +74,9 @@ std::uint64_t BtHashOf(std::string_view text) {
   const std::uint64_t place = BtHashKeys::ofProcess().place;
   std::uint64_t value = text.size() & kPrime;
   for (; text.size() > kPiece; text.remove_prefix(kPiece)) {
-    value = Product(value, place) + NumberOf(text.substr(0, kPiece));
+    value = Product(value, place) + FirstPiece(text.data());
   }
-  value = Product(value, place) + NumberOf(text);
+  value = Product(value, place) + LastPiece(text);
   value = (value & kPrime) + (value >> 61U);
   if (value >= kPrime) value -= kPrime;
   return BtHashOf(static_cast<std::uint32_t>(value), static_cast<std::uint32_t>(value >> 32U), 0U);
