@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "balegacytext.h"
-#include "bamdsection.h"
 
 bool BaMuscle::scanFrom(std::istream& is) {
   BtScanner in(is);
@@ -51,6 +50,8 @@ bool BaMuscle::_scanBodyIds(BtScanner& in) {
     if (!in.readInt(&id)) return Ba_Fail("Error reading body id for muscle.");
     ids.push_back(id);
   }
-  _body_ids = BaToArray<int>(ids);
+  _body_ids.clear();
+  _body_ids.resize(SizeTToInt(ids.size()));
+  std::copy(ids.begin(), ids.end(), _body_ids.begin());
   return true;
 }
