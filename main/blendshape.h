@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "banamemap.h"
+#include "bthash.h"
 #include "faces.h"
 
 class BaMDSliderGroup;
@@ -36,7 +37,7 @@ class BlendShapeBuilder {
   using Key = std::pair<BtStr, BtStr>;
   struct KeyHash {
     std::size_t operator()(const Key& key) const {
-      return 31 * BaNameHash()(key.first) + BaNameHash()(key.second);
+      return 31 * BtHash()(key.first) + BtHash()(key.second);
     }
   };
   // Offsets in the mesh's space by control point, in ascending order as files have them.

@@ -2,7 +2,6 @@
 
 #include <array>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 
 #include "accuracy.h"
@@ -11,6 +10,7 @@
 #include "bamdmaterialgroup.h"
 #include "bamdvertices.h"
 #include "bamodeldata.h"
+#include "bthash.h"
 
 namespace {
 
@@ -173,7 +173,7 @@ class Gatherer {
   int _first_uv = 0;     // of the geometry at hand
   int _material = -1;    // of the group at hand; -1 until it makes a face
   const char* _material_name = nullptr;
-  std::unordered_map<std::string_view, int> _material_indices;
+  BtHashMap<std::string_view, int> _material_indices;
 };
 
 }  // namespace

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <string>
-#include <unordered_map>
 
+#include "bthash.h"
 #include "btstr.h"
 #include "picture.h"
 
@@ -37,6 +37,6 @@ class SceneMaterials {
   const BaModelData& _model_data;
   BtStr _directory;
   PictureNames _picture_names;
-  std::unordered_map<std::string, KFbxSurfacePhong*> _materials;  // by name
-  std::unordered_map<std::string, KFbxVideo*> _videos;            // by path, or by name if missing
+  BtHashMap<std::string, KFbxSurfacePhong*> _materials;  // by name
+  BtHashMap<std::string, KFbxVideo*> _videos;            // by path, or by name if missing
 };

@@ -1,10 +1,10 @@
 // Meshes of the scene: of one body, or of a body and everything below it.
 #pragma once
 
-#include <unordered_map>
 #include <vector>
 
 #include "blendshape.h"
+#include "bthash.h"
 #include "faces.h"
 
 class BaMDBody;
@@ -33,8 +33,8 @@ class MeshBuilder {
   // The normals of a whole chain, and where each of its bodies finds its own.
   struct Chain {
     std::vector<double> normals;  // x y z per control point, in the top body's space
-    std::unordered_map<const BaMDBody*, std::size_t> first_point;
-    std::unordered_map<const BaMDBody*, KFbxXMatrix> to_top;
+    BtHashMap<const BaMDBody*, std::size_t> first_point;
+    BtHashMap<const BaMDBody*, KFbxXMatrix> to_top;
   };
 
   std::vector<MeshBody> chainBelow(const BaMDBody& top, KFbxNode* top_node) const;

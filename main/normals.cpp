@@ -8,6 +8,7 @@
 #include <numeric>
 
 #include "accuracy.h"
+#include "bthash.h"
 #include "faces.h"
 
 namespace {
@@ -17,9 +18,12 @@ using Vector = std::array<double, 3>;
 // Points that lie closer than this part of the mesh's diagonal coincide: positions that two bodies
 // share are rounded in each body's own space.
 constexpr double kCoincidence = 1e-5;
-// Edge of the search grid's cells in units of the coincidence distance: smaller ones have fewer
-// points by chance, larger ones have fewer points near their borders.
-constexpr double kCellSize = 16.0;
+// Edges of the cells of two grids in units of the coincidence distance. A point seldom has another
+// one by chance in its cell of the wide grid, and seldom reaches over a border. A cell of the
+// narrow one holds few points that do not coincide, five in each direction, however crowded points
+// are.
+constexpr double kWideCell = 16.0;
+constexpr double kNarrowCell = 4.0;
 
 Vector PointAt(const std::vector<double>& points, std::size_t i) {
   return {points[3 * i], points[3 * i + 1], points[3 * i + 2]};
@@ -76,12 +80,14 @@ void ForEachFace(const Faces& faces, Visit visit) {
 }
 
 // A grid of cubic cells over a mesh's points. Each cell has a hash; so few bits of it are used that
-// cells far apart may share one.
+// cells far apart may share one, which no file can bring about at will.
 class Grid {
  public:
-  // `reach` is the distance within which points coincide.
-  Grid(const Vector& low, double cell_size, double reach)
-      : _low(low), _scale(cell_size > 0.0 ? 1.0 / cell_size : 0.0), _reach(reach) {}
+  // `distance` is that within which points coincide, `cell_size` an edge in units of it.
+  Grid(const Vector& low, double distance, double cell_size)
+      : _low(low),
+        _scale(distance > 0.0 ? 1.0 / (cell_size * distance) : 0.0),
+        _reach(distance * kWithRounding) {}
 
   [[nodiscard]] std::uint64_t cellOf(const Vector& p) const {
     return _hash(_place(p[0], 0), _place(p[1], 1), _place(p[2], 2));
@@ -99,16 +105,18 @@ class Grid {
   }
 
  private:
+  // So much more than the distance is searched that no rounding leaves out a point at the end of
+  // it.
+  static constexpr double kWithRounding = 1.0 + 1e-6;
+
   // Cells count from 1: a point reaches one below the lowest of the mesh at most, so that cutting
-  // off decimals is rounding down. The whole mesh spans less than ten thousand.
+  // off decimals is rounding down. The whole mesh spans less than a hundred thousand.
   [[nodiscard]] int _place(double coordinate, std::size_t k) const {
     return static_cast<int>((coordinate - _low[k]) * _scale + 1.0);
   }
   static std::uint64_t _hash(int x, int y, int z) {
-    std::uint64_t hash = static_cast<std::uint64_t>(x) << 42U ^
-                         static_cast<std::uint64_t>(y) << 21U ^ static_cast<std::uint64_t>(z);
-    hash *= 0x9E3779B97F4A7C15U;
-    return hash ^ hash >> 32U;
+    return BtHashOf(static_cast<std::uint32_t>(x), static_cast<std::uint32_t>(y),
+                    static_cast<std::uint32_t>(z));
   }
 
   Vector _low;
@@ -120,26 +128,29 @@ class Grid {
 class CoincidentPoints {
  public:
   explicit CoincidentPoints(const std::vector<double>& points)
-      : _points(points), _count(points.size() / 3), _grid(_measure()) {}
+      : _points(points), _count(points.size() / 3) {
+    _measure();
+  }
 
   // Most points have no other one near them, which a few bits tell. A search among the others: a
-  // grid holds the points that stand for others; each stands in one cell and is searched for in all
-  // cells within reach.
+  // narrow grid holds the points that stand for others; each stands in one cell and is searched for
+  // in all cells within reach.
   std::vector<std::uint32_t> firstOfEach() {
     std::vector<std::uint32_t> first(_count);
     std::iota(first.begin(), first.end(), 0U);
     const std::vector<std::uint32_t> crowded = _crowdedPoints();
+    const Grid grid(_lowest, _distance, kNarrowCell);
     _buckets.assign(std::bit_ceil(2 * crowded.size() + 1), kNone);
     for (std::size_t i = 0; i < crowded.size(); ++i) {
-      if (i + kAhead < crowded.size()) _expect(PointAt(_points, crowded[i + kAhead]));
+      if (i + kAhead < crowded.size()) _expect(grid.cellOf(PointAt(_points, crowded[i + kAhead])));
       const std::uint32_t point = crowded[i];
       const Vector place = PointAt(_points, point);
-      const std::uint32_t found = _find(place);
+      const std::uint32_t found = _find(grid, place);
       if (found != kNone) {
         first[point] = _standing[found].point;
         continue;
       }
-      std::uint32_t& head = _bucket(_grid.cellOf(place));
+      std::uint32_t& head = _bucket(grid.cellOf(place));
       _standing.push_back({place, point, head});
       head = static_cast<std::uint32_t>(_standing.size() - 1);
     }
@@ -158,10 +169,9 @@ class CoincidentPoints {
     std::uint32_t next;  // of the same bucket, in _standing
   };
 
-  // The grid that fits the points; sets the distance within which they coincide.
-  Grid _measure() {
+  // Finds the corner that the grids start from and the distance within which points coincide.
+  void _measure() {
     double square = 0.0;
-    Vector lowest = {};
     for (std::size_t k = 0; k < 3; ++k) {
       double low = std::numeric_limits<double>::max();
       double high = std::numeric_limits<double>::lowest();
@@ -169,11 +179,10 @@ class CoincidentPoints {
         low = std::min(low, _points[i]);
         high = std::max(high, _points[i]);
       }
-      lowest[k] = low;
+      _lowest[k] = low;
       if (high > low) square += (high - low) * (high - low);
     }
     _distance = kCoincidence * std::sqrt(square);
-    return {lowest, kCellSize * _distance, _distance};
   }
 
   // The points, in order, that share a cell within their reach with another point, and some more.
@@ -183,11 +192,12 @@ class CoincidentPoints {
     // number of a word and the place of the bits in it.
     const std::size_t words = std::bit_ceil(_count / 4 + 1);
     constexpr unsigned kPlaceBits = 5;
+    const Grid grid(_lowest, _distance, kWideCell);
     std::vector<std::uint64_t> cells;
     cells.reserve(_count + _count / 2);
     std::vector<std::uint8_t> n_cells(_count);  // of each point: two in each direction at most
     for (std::size_t i = 0; i < _count; ++i) {
-      _grid.forEachNear(PointAt(_points, i), [&](std::uint64_t cell) {
+      grid.forEachNear(PointAt(_points, i), [&](std::uint64_t cell) {
         cells.push_back(cell);
         ++n_cells[i];
       });
@@ -219,13 +229,13 @@ class CoincidentPoints {
     return _buckets[cell & (_buckets.size() - 1)];
   }
 
-  // Tells the processor that a point's cell is about to be searched.
-  void _expect(const Vector& p) { __builtin_prefetch(&_bucket(_grid.cellOf(p))); }
+  // Tells the processor that a cell is about to be searched.
+  void _expect(std::uint64_t cell) { __builtin_prefetch(&_bucket(cell)); }
 
   // The place in _standing of the first point that coincides with `p`.
-  [[nodiscard]] std::uint32_t _find(const Vector& p) {
+  [[nodiscard]] std::uint32_t _find(const Grid& grid, const Vector& p) {
     std::uint32_t best = kNone;
-    _grid.forEachNear(p, [&](std::uint64_t cell) {
+    grid.forEachNear(p, [&](std::uint64_t cell) {
       for (std::uint32_t i = _bucket(cell); i != kNone; i = _standing[i].next) {
         if (i < best && _near(_standing[i].place, p)) best = i;
       }
@@ -240,8 +250,8 @@ class CoincidentPoints {
 
   const std::vector<double>& _points;
   std::size_t _count;
+  Vector _lowest = {};
   double _distance = 0.0;
-  Grid _grid;
   std::vector<std::uint32_t> _buckets;  // the first of each bucket's points in _standing
   std::vector<Standing> _standing;
 };

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <string>
-#include <unordered_map>
 
+#include "bthash.h"
 #include "btstr.h"
 
 // Whether readers can look for the picture beside the scene's file under this name.
@@ -18,5 +18,5 @@ class PictureNames {
  private:
   // Last components in use and the highest number tried behind each. They are in lower case, since
   // the file systems of some readers ignore case. Nodes of the map keep their place.
-  std::unordered_map<std::string, int> _last_number;
+  BtHashMap<std::string, int> _last_number;
 };

@@ -2,13 +2,13 @@
 
 #include <algorithm>
 #include <tuple>
-#include <unordered_map>
 #include <utility>
 
 #include "bamdbody.h"
 #include "bamdvertexeffects.h"
 #include "bamdvertices.h"
 #include "btexcept.h"
+#include "bthash.h"
 #include "kfbxdeformer.h"
 #include "kfbxmesh.h"
 #include "kfbxnode.h"
@@ -39,7 +39,7 @@ class FollowedNodes {
  private:
   KFbxScene* _scene;
   std::vector<KFbxNode*> _nodes;
-  std::unordered_map<KFbxNode*, int> _numbers;
+  BtHashMap<KFbxNode*, int> _numbers;
 };
 
 // What had to be put right in the weights of one body.

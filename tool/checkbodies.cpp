@@ -4,6 +4,7 @@
 
 #include "bamodeldatapolyset.h"
 #include "btangles.h"
+#include "bthash.h"
 #include "checkrules.h"
 #include "style.h"
 
@@ -69,7 +70,7 @@ void AddWeights(const BaVertexEffects& effects, int parent_id, WeightFaults* fau
 std::string VerticesText(int count) { return Counted(count, "vertex", "vertices"); }
 
 void AddTargetFindings(const BaBody& body, const WeightFaults& faults, const BaModel& model,
-                       const std::unordered_map<int, int>& tops, Findings* findings) {
+                       const BtHashMap<int, int>& tops, Findings* findings) {
   for (const auto& [id, count] : faults.targets) {
     const BaBody* target = id == 0 ? nullptr : model.findBody(id);
     const bool one = count == 1;
@@ -87,7 +88,7 @@ void AddTargetFindings(const BaBody& body, const WeightFaults& faults, const BaM
 }
 
 void CheckWeights(const CheckInput& input, Findings* findings) {
-  std::unordered_map<int, int> tops;  // the body at the top of each body's chain
+  BtHashMap<int, int> tops;  // the body at the top of each body's chain
   for (const BaBody* body : input.bodies) {
     tops[body->id()] = body->parentId() == 0 ? body->id() : tops[body->parentId()];
   }

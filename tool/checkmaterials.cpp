@@ -1,10 +1,9 @@
 // The rules of "check" about names, materials and textures.
 #include <cctype>
-#include <unordered_map>
-#include <unordered_set>
 
 #include "bapicturefile.h"
 #include "btfile.h"
+#include "bthash.h"
 #include "checkrules.h"
 #include "picturefile.h"
 #include "style.h"
@@ -44,7 +43,7 @@ std::string Folded(std::string_view name) {
 }
 
 // Adds a name; tells of one that was there before.
-void AddFolded(std::unordered_map<std::string, std::string>* names, const std::string& name,
+void AddFolded(BtHashMap<std::string, std::string>* names, const std::string& name,
                const Place& place, Findings* findings) {
   const auto [entry, is_new] = names->try_emplace(Folded(name), name);
   if (is_new) return;
@@ -52,7 +51,7 @@ void AddFolded(std::unordered_map<std::string, std::string>* names, const std::s
 }
 
 void CheckNames(const CheckInput& input, Findings* findings) {
-  std::unordered_map<std::string, std::string> nodes;
+  BtHashMap<std::string, std::string> nodes;
   for (const BaBody* body : input.bodies) {
     const Place place = PlaceOf(*body);
     CheckName(place, findings);
@@ -63,7 +62,7 @@ void CheckNames(const CheckInput& input, Findings* findings) {
     if (body->hasPolygons())
       AddFolded(&nodes, Text(body->name()) + "_mesh", PlaceOf(*body), findings);
   }
-  std::unordered_map<std::string, std::string> materials;
+  BtHashMap<std::string, std::string> materials;
   for (const auto& material : input.model.materials()) {
     CheckName(PlaceOf(*material), findings);
     AddFolded(&materials, Text(material->name()), PlaceOf(*material), findings);
@@ -98,7 +97,7 @@ void CheckTexture(const BaTexture& texture, const BaMaterial& material, const Bt
 }
 
 void CheckMaterials(const CheckInput& input, Findings* findings) {
-  std::unordered_set<int> used;
+  BtHashSet<int> used;
   for (const BaBody* body : input.bodies) {
     ForEachFace(*body, [&](const BaVertexElement& element, const std::vector<int>& /*corners*/) {
       used.insert(element.materialId());

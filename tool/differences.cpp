@@ -5,11 +5,11 @@
 #include <fstream>
 #include <map>
 #include <string_view>
-#include <unordered_map>
 #include <utility>
 
 #include "bapicturefile.h"
 #include "btfile.h"
+#include "bthash.h"
 #include "geometry.h"
 #include "inputs.h"
 #include "shapedifferences.h"
@@ -123,7 +123,7 @@ std::string TexturesText(const BaMaterial& material, const BtStr* folder = nullp
 // what has no partner comes with null.
 template <class T, class Visit>
 void ForEachPair(const std::vector<const T*>& a, const std::vector<const T*>& b, Visit visit) {
-  std::unordered_map<std::string_view, std::vector<std::size_t>> places;  // in `b`, the last first
+  BtHashMap<std::string_view, std::vector<std::size_t>> places;  // in `b`, the last first
   for (std::size_t i = b.size(); i-- > 0;) places[b[i]->name().view()].push_back(i);
   std::vector<bool> paired(b.size());
   for (const T* element : a) {
@@ -260,15 +260,13 @@ void ModelDiffer::_compareSliders() {
   };
   const std::vector<std::string> a = sliders_of(_a);
   const std::vector<std::string> b = sliders_of(_b);
+  const BtHashSet<std::string> in_a(a.begin(), a.end());
+  const BtHashSet<std::string> in_b(b.begin(), b.end());
   for (const std::string& slider : a) {
-    if (std::find(b.begin(), b.end(), slider) == b.end()) {
-      _add("slider-removed", "slider", slider, "there", "");
-    }
+    if (!in_b.contains(slider)) _add("slider-removed", "slider", slider, "there", "");
   }
   for (const std::string& slider : b) {
-    if (std::find(a.begin(), a.end(), slider) == a.end()) {
-      _add("slider-added", "slider", slider, "", "there");
-    }
+    if (!in_a.contains(slider)) _add("slider-added", "slider", slider, "", "there");
   }
 }
 

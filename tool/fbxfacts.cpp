@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <iterator>
 #include <string_view>
-#include <unordered_map>
 
 #include "btexcept.h"
+#include "bthash.h"
 #include "bttextfile.h"
 #include "fbxrecordreader.h"
 
@@ -53,7 +53,7 @@ class FileGatherer {
   const FbxRecordFile& _file;
   FbxFacts* _facts;
   std::vector<Object> _objects;
-  std::unordered_map<std::string, std::size_t> _by_key;
+  BtHashMap<std::string, std::size_t> _by_key;
 };
 
 std::string_view NameOf(std::string_view text) { return text.substr(0, text.find('\0')); }

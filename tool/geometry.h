@@ -1,18 +1,18 @@
 // Where the bodies of a model stand at rest, and walks over its faces.
 #pragma once
 
-#include <unordered_map>
 #include <vector>
 
 #include "bamodel.h"
 #include "btcoordsys.h"
+#include "bthash.h"
 #include "modelfacts.h"
 
 // The bodies below the reference body, depth first, parents before their children.
 std::vector<const BaBody*> BodiesInOrder(const BaModel& model);
 
 // The rest transforms of all bodies as the world sees them, by id. The reference body is the world.
-using WorldTransforms = std::unordered_map<int, Bt4X4DoubleMat>;
+using WorldTransforms = BtHashMap<int, Bt4X4DoubleMat>;
 WorldTransforms WorldTransformsOf(const BaModel& model);
 
 inline Point PointOf(const BaVertex& vertex) {

@@ -5,9 +5,9 @@
 #include <cstdio>
 #include <ostream>
 #include <sstream>
-#include <unordered_map>
 
 #include "bamapping.h"
+#include "bthash.h"
 #include "fbxfacts.h"
 #include "inputs.h"
 #include "modelfacts.h"
@@ -66,8 +66,7 @@ class Table {
   std::vector<std::vector<std::string>> _rows;
 };
 
-std::string WeightsText(const BodyFacts& body,
-                        const std::unordered_map<int, const BodyFacts*>& bodies) {
+std::string WeightsText(const BodyFacts& body, const BtHashMap<int, const BodyFacts*>& bodies) {
   std::string text;
   for (const auto& [id, weight] : body.weights) {
     if (id == body.id || weight.vertices == 0) continue;
@@ -81,7 +80,7 @@ std::string WeightsText(const BodyFacts& body,
 }
 
 void PrintBodies(const ModelFacts& facts, std::ostream& os) {
-  std::unordered_map<int, const BodyFacts*> bodies;
+  BtHashMap<int, const BodyFacts*> bodies;
   for (const BodyFacts& body : facts.bodies) bodies.emplace(body.id, &body);
   Table table;
   table.add({"body", "id", "rest position", "in the world", "rotation", "order", "polygons",

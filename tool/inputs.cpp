@@ -7,12 +7,12 @@
 #include <iterator>
 #include <memory>
 #include <sstream>
-#include <unordered_map>
 
 #include "bamapping.h"
 #include "bamodel.h"
 #include "bamodelheader.h"
 #include "btexcept.h"
+#include "bthash.h"
 #include "bttextfile.h"
 
 namespace {
@@ -85,7 +85,7 @@ std::vector<Message> PrintedBy(Read read) {
 std::vector<Message> TakeMessages() {
   const std::unique_ptr<BtExcept> first(theExceptObj.release());
   std::vector<Message> messages;
-  std::unordered_map<std::string, std::size_t> places;
+  BtHashMap<std::string, std::size_t> places;
   std::string error;
   for (const BtExcept* record = first.get(); record != nullptr;
        record = record->hasDetail() ? &record->detail() : nullptr) {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_map>
 
 #include "babodymap.h"
 #include "bamapping.h"
@@ -10,6 +9,7 @@
 #include "bapicturefile.h"
 #include "btangles.h"
 #include "btfile.h"
+#include "bthash.h"
 #include "geometry.h"
 #include "inputs.h"
 #include "picturefile.h"
@@ -37,8 +37,8 @@ class ModelGatherer {
   const BaUnlockedMapping* _mapping;
   ModelFacts* _facts;
   WorldTransforms _worlds;
-  std::unordered_map<int, int> _depths;                               // by body id
-  std::unordered_map<int, int> _material_faces;                       // by material id
+  BtHashMap<int, int> _depths;                                        // by body id
+  BtHashMap<int, int> _material_faces;                                // by material id
   std::map<std::pair<std::string, std::string>, SliderFacts> _moves;  // by group and slider
 };
 
@@ -195,7 +195,7 @@ void ModelGatherer::_gatherWeights(const BaVertexEffects& effects, const BaBody&
 }
 
 void ModelGatherer::_gatherMaterials(const BtStr& directory) {
-  std::unordered_map<int, int> bones;
+  BtHashMap<int, int> bones;
   for (const auto& bone : _model.bones()) ++bones[bone->materialId()];
   for (const auto& material : _model.materials()) {
     MaterialFacts facts;

@@ -1,44 +1,55 @@
 // Finds rows of numbers that are equal within a tolerance.
 #pragma once
 
-#include <algorithm>
-#include <cstdint>
-#include <unordered_map>
+#include <cstddef>
 #include <vector>
 
-// Rows of one length, of three numbers at least, the first three of which are a place.
+using Rows = std::vector<std::vector<double>>;
+
+// A tree of boxes around rows of one length. Rows may lie as close together as they like: a box
+// that a search reaches as a whole ends it, and one that it misses is passed over as a whole.
 class PlaceIndex {
  public:
   // Numbers that differ by no more than the tolerance are equal.
-  PlaceIndex(const std::vector<std::vector<double>>* rows, double tolerance);
+  PlaceIndex(Rows rows, double tolerance);
 
-  // Whether there is a row that equals `row` and for which `also(index)` holds.
+  // Whether there is a row that equals `row`.
+  [[nodiscard]] bool has(const std::vector<double>& row) const {
+    return has(row, [](std::size_t) { return true; });
+  }
+  // The same of a row for which `also(index)` holds. Every row that equals `row` may be asked.
   template <class Also>
   [[nodiscard]] bool has(const std::vector<double>& row, Also also) const {
-    // The cell of the row first: rows that are equal are mostly there.
-    if (_hasIn(_cellOf(row, 0, 0, 0), row, also)) return true;
-    for (int i = 0; i < 27; ++i) {
-      const int dx = i % 3 - 1;
-      const int dy = i / 3 % 3 - 1;
-      const int dz = i / 9 - 1;
-      if (_hasIn(_cellOf(row, dx, dy, dz), row, also)) return true;
+    return !_boxes.empty() && _hasIn(0, row, also);
+  }
+
+ private:
+  struct Box {
+    std::size_t first;   // of its rows in _order
+    std::size_t last;    // behind them
+    std::size_t second;  // the box of the second half; the first half's stands behind this one; 0
+                         // for a leaf
+    std::vector<double> low;
+    std::vector<double> high;
+  };
+  static constexpr std::size_t kRowsOfLeaf = 8;
+
+  void _addBox(std::size_t first, std::size_t last);
+  [[nodiscard]] bool _reaches(const Box& box, const std::vector<double>& row) const;
+  [[nodiscard]] bool _equal(const std::vector<double>& a, const std::vector<double>& b) const;
+  template <class Also>
+  [[nodiscard]] bool _hasIn(std::size_t place, const std::vector<double>& row, Also& also) const {
+    const Box& box = _boxes[place];
+    if (!_reaches(box, row)) return false;
+    if (box.second != 0) return _hasIn(place + 1, row, also) || _hasIn(box.second, row, also);
+    for (std::size_t i = box.first; i < box.last; ++i) {
+      if (_equal(_rows[_order[i]], row) && also(_order[i])) return true;
     }
     return false;
   }
 
- private:
-  template <class Also>
-  [[nodiscard]] bool _hasIn(std::uint64_t cell, const std::vector<double>& row, Also also) const {
-    const auto found = _cells.find(cell);
-    if (found == _cells.end()) return false;
-    return std::any_of(found->second.begin(), found->second.end(),
-                       [&](std::size_t i) { return _equal((*_rows)[i], row) && also(i); });
-  }
-  [[nodiscard]] std::uint64_t _cellOf(const std::vector<double>& row, int dx, int dy, int dz) const;
-  [[nodiscard]] bool _equal(const std::vector<double>& a, const std::vector<double>& b) const;
-
-  const std::vector<std::vector<double>>* _rows;
+  Rows _rows;
   double _tolerance;
-  double _size;  // of a cell
-  std::unordered_map<std::uint64_t, std::vector<std::size_t>> _cells;
+  std::vector<std::size_t> _order;  // of the rows in the tree
+  std::vector<Box> _boxes;          // the one around all first
 };

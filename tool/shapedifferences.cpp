@@ -1,10 +1,12 @@
 #include "shapedifferences.h"
 
+#include <algorithm>
 #include <cmath>
 #include <map>
-#include <unordered_map>
+#include <utility>
 
 #include "bamodeldatapolyset.h"
+#include "bthash.h"
 #include "geometry.h"
 #include "inputs.h"
 #include "placeindex.h"
@@ -12,16 +14,15 @@
 
 namespace {
 
-using Rows = std::vector<std::vector<double>>;
 // What a vertex follows: weights by body name, moves by slider.
 using Effects = std::map<std::string, std::vector<double>>;
 
 struct Shape {
-  Rows vertices;                                     // x y z
-  std::unordered_map<std::size_t, Effects> effects;  // by vertex
-  Rows faces;                                        // the middle, and the number of corners
-  std::vector<std::string> materials;                // of each face
-  Rows corners;                                      // x y z u v, of faces with texture
+  Rows vertices;                            // x y z
+  BtHashMap<std::size_t, Effects> effects;  // by vertex
+  Rows faces;                               // the middle, and the number of corners
+  std::vector<std::string> materials;       // of each face
+  Rows corners;                             // x y z u v, of faces with texture
 };
 
 void AddEffect(const Ba_VertexEffect& effect, const ShapeOwner& owner, Effects* effects) {
@@ -110,41 +111,96 @@ bool Contains(const Effects& a, const Effects& b, double tolerance) {
 }
 
 int CountMissing(const Rows& rows, const Rows& others, double tolerance) {
-  const PlaceIndex index(&others, tolerance);
+  const PlaceIndex index(others, tolerance);
   int missing = 0;
   for (const auto& row : rows) {
-    if (!index.has(row, [](std::size_t) { return true; })) ++missing;
+    if (!index.has(row)) ++missing;
   }
   return missing;
 }
 
+// Rows that may be equal only where they are of one class.
+class ClassIndex {
+ public:
+  void add(const std::string& name, std::vector<double> row) {
+    _rows[name].push_back(std::move(row));
+  }
+  void finish(double tolerance) {
+    for (auto& [name, rows] : _rows) _classes.try_emplace(name, std::move(rows), tolerance);
+  }
+  [[nodiscard]] bool has(const std::string& name, const std::vector<double>& row) const {
+    const auto found = _classes.find(name);
+    return found != _classes.end() && found->second.has(row);
+  }
+
+ private:
+  std::map<std::string, Rows> _rows;
+  std::map<std::string, PlaceIndex> _classes;
+};
+
+// A vertex whose effects are numbers of its row, in the class of their names. Effects that are as
+// good as none are left out; what is hardly more is faint: another vertex may have less of it.
+struct Follower {
+  std::string names;
+  std::vector<double> row;
+  bool faint = false;
+};
+
+Follower FollowerOf(const Shape& shape, std::size_t vertex, double tolerance) {
+  Follower follower = {"", shape.vertices[vertex]};
+  for (const auto& [name, values] : EffectsOf(shape, vertex)) {
+    double most = 0;
+    for (const double value : values) most = std::max(most, std::fabs(value));
+    follower.faint = follower.faint || (most > 0 && most <= 2 * tolerance);
+    if (most <= tolerance) continue;
+    follower.names += name + '\n';
+    follower.row.insert(follower.row.end(), values.begin(), values.end());
+  }
+  return follower;
+}
+
 // Vertices of `a` that are in `b` too, but follow other bodies or sliders there.
 int CountOtherEffects(const Shape& a, const Shape& b, double tolerance) {
-  const PlaceIndex index(&b.vertices, tolerance);
+  const PlaceIndex places(b.vertices, tolerance);
+  ClassIndex followers;
+  std::vector<std::size_t> faint;
+  Rows faint_places;
+  for (std::size_t k = 0; k < b.vertices.size(); ++k) {
+    Follower follower = FollowerOf(b, k, tolerance);
+    if (follower.faint) {
+      faint.push_back(k);
+      faint_places.push_back(b.vertices[k]);
+    }
+    followers.add(follower.names, std::move(follower.row));
+  }
+  followers.finish(tolerance);
+  const PlaceIndex faint_ones(std::move(faint_places), tolerance);
   int count = 0;
   for (std::size_t i = 0; i < a.vertices.size(); ++i) {
+    const Follower follower = FollowerOf(a, i, tolerance);
+    if (followers.has(follower.names, follower.row)) continue;
     const Effects& effects = EffectsOf(a, i);
-    bool there = false;
-    const bool same = index.has(a.vertices[i], [&](std::size_t k) {
-      there = true;
+    const auto same = [&](std::size_t k) {
       const Effects& others = EffectsOf(b, k);
       return Contains(effects, others, tolerance) && Contains(others, effects, tolerance);
-    });
-    if (there && !same) ++count;
+    };
+    const bool found =
+        follower.faint
+            ? places.has(a.vertices[i], same)
+            : faint_ones.has(a.vertices[i], [&](std::size_t k) { return same(faint[k]); });
+    if (!found && places.has(a.vertices[i])) ++count;
   }
   return count;
 }
 
 int CountOtherMaterials(const Shape& a, const Shape& b, double tolerance) {
-  const PlaceIndex index(&b.faces, tolerance);
+  const PlaceIndex places(b.faces, tolerance);
+  ClassIndex of_material;
+  for (std::size_t k = 0; k < b.faces.size(); ++k) of_material.add(b.materials[k], b.faces[k]);
+  of_material.finish(tolerance);
   int count = 0;
   for (std::size_t i = 0; i < a.faces.size(); ++i) {
-    bool there = false;
-    const bool same = index.has(a.faces[i], [&](std::size_t k) {
-      there = true;
-      return a.materials[i] == b.materials[k];
-    });
-    if (there && !same) ++count;
+    if (!of_material.has(a.materials[i], a.faces[i]) && places.has(a.faces[i])) ++count;
   }
   return count;
 }

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "bamapping.h"
+#include "bthash.h"
 #include "geometry.h"
 #include "inputs.h"
 #include "rotationorder.h"
@@ -154,7 +155,7 @@ Drawing::Drawing(const BaModel& model, const BaUnlockedMapping* mapping)
 }
 
 void Drawing::_addJoints(const BaModel& model, const BaUnlockedMapping* mapping) {
-  std::unordered_map<int, int> indices;  // by body id
+  BtHashMap<int, int> indices;  // by body id
   for (const BaBody* body : BodiesInOrder(model)) {
     const Bt4X4DoubleMat& world = _worlds[body->id()];
     const BaUnlockedBodyMap* map = mapping == nullptr ? nullptr : mapping->bodyMap(body->id());

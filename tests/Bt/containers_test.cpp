@@ -84,6 +84,18 @@ TEST(BtDArray, LivesInAnArenaUntilItGrows) {
   arena.clear();
 }
 
+TEST(BtDArray, GrowsOverGapsOfZeros) {
+  BtDArray<std::unique_ptr<int>> table(3);
+  table[1] = std::make_unique<int>(7);
+  const int* const number = table[1].get();
+  for (const int size : {3, 100, 1 << 20}) {
+    table.resizeSparsely(size);
+    ASSERT_EQ(table.size(), size);
+    EXPECT_EQ(table[1].get(), number);
+    EXPECT_EQ(std::count(table.begin(), table.end(), nullptr), size - 1);
+  }
+}
+
 TEST(BtDynArray, DoublesItsCapacity) {
   BtDynArray<std::string> array;
   EXPECT_EQ(array.capacity(), 0);

@@ -4,10 +4,10 @@
 
 #include <iosfwd>
 #include <memory>
-#include <unordered_map>
 #include <vector>
 
 #include "babodymap.h"
+#include "bthash.h"
 #include "btlist.h"
 #include "btmap.h"
 #include "btstr.h"
@@ -144,8 +144,8 @@ class BaUnlockedMapping {
   }
 
   int _num_sysvars = 0;
-  BtList<BaUnlockedBodyMap*> _body_maps;                        // owned
-  std::unordered_map<int, BaUnlockedBodyMap*> _body_map_index;  // by body id
+  BtList<BaUnlockedBodyMap*> _body_maps;               // owned
+  BtHashMap<int, BaUnlockedBodyMap*> _body_map_index;  // by body id
   std::vector<TextureIndexMap> _texture_index_maps;
   std::vector<BlendEffectMap> _blend_effect_maps;
   std::vector<Include> _includes;

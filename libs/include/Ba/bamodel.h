@@ -5,7 +5,6 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
-#include <unordered_map>
 
 #include "babody.h"
 #include "babone.h"
@@ -23,6 +22,7 @@
 #include "batmesh.h"
 #include "baunits.h"
 #include "btarena.h"
+#include "bthash.h"
 #include "btlist.h"
 #include "btmap.h"
 
@@ -237,7 +237,7 @@ class BaModel {
   // For a body that is in the table no more.
   void _unindexBody(const BaBody* body);
   void _linkBody(BaBody* body);
-  void _renumberBodyReferences(const std::unordered_map<int, int>& new_ids);
+  void _renumberBodyReferences(const BtHashMap<int, int>& new_ids);
   void _removeElementsOf(BaBody* body);
   void _removeReferencesTo(const BaBody& body);
   void _moveChildrenUp(BaBody* body);
@@ -267,7 +267,7 @@ class BaModel {
 
   int _n_bodies = 0;
   BaNameMap<BaBody*> _bodies_by_name;
-  std::unordered_map<int, BaMaterial*> _materials_by_id;
+  BtHashMap<int, BaMaterial*> _materials_by_id;
   const BaMaterial* _last_material = nullptr;  // of the element added last, if it is there still
   BaNameMap<BaMaterial*> _materials_by_name;
   BaNameMap<BaMDSliderGroup*> _slider_groups_by_name;

@@ -2,10 +2,9 @@
 #pragma once
 
 #include <string>
-#include <unordered_map>
-#include <unordered_set>
 
 #include "bamodel.h"
+#include "bthash.h"
 
 // Adds copies of models to one that is being built. Units and settings stay those of the model.
 //
@@ -26,10 +25,10 @@ class BaModelCombine {
   // How the parts of one source are called in the model.
   struct Names {
     long long body_id_offset = 0;
-    std::unordered_map<int, int> material_ids;
+    BtHashMap<int, int> material_ids;
     BaNameMap<BtStr> slider_groups;
   };
-  using Contents = std::unordered_map<std::string, BtStr>;  // name and content to the name used
+  using Contents = BtHashMap<std::string, BtStr>;  // name and content to the name used
 
   bool _addBody(const BaBody& body, long long body_id_offset, const BtStr& body_name_suffix);
   void _addMaterial(const BaMaterial& material, Names* names);
@@ -46,7 +45,7 @@ class BaModelCombine {
   BtStr _freeName(const BtStr& name, IsTaken is_taken);
 
   BaModel* _model;
-  std::unordered_set<BtStr, BaNameHash> _body_names;
+  BtHashSet<BtStr> _body_names;
   Contents _materials;
   Contents _slider_groups;
   BaNameMap<int> _last_numbers;  // behind each name

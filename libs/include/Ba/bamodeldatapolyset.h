@@ -4,7 +4,6 @@
 
 #include <array>
 #include <span>
-#include <unordered_map>
 #include <vector>
 
 #include "array.h"
@@ -12,6 +11,7 @@
 #include "bamdpoint.h"
 #include "batexturecoords.h"
 #include "bavertex.h"
+#include "bthash.h"
 #include "btindextable.h"
 #include "btlist.h"
 
@@ -177,7 +177,7 @@ class BaModelData_TMeshTriIter {
 };
 
 // Material ids by their position in an array, in the order of their first use.
-using MaterialIdMap = std::unordered_map<int, int>;
+using MaterialIdMap = BtHashMap<int, int>;
 // The position of a material id, which is appended when it is new.
 int MaterialIdAt(int material_id, BtDynArray<int>& material_ids, MaterialIdMap& map);
 

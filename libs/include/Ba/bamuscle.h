@@ -14,8 +14,8 @@ class BaMuscle {
   void setMaterialId(int id) { _material_id = id; }
   [[nodiscard]] const BtStr& name() const { return _name; }
   // The ids of the bodies that the muscle runs over, in order. Nothing says that they exist.
-  [[nodiscard]] const BtDynArray<int>& bodyIds() const { return _body_ids; }
-  BtDynArray<int>& bodyIds() { return _body_ids; }
+  [[nodiscard]] const BtDArray<int>& bodyIds() const { return _body_ids; }
+  BtDArray<int>& bodyIds() { return _body_ids; }
 
   // Reads what follows the record letter; false after a recorded error.
   bool scanFrom(std::istream& is);
@@ -28,5 +28,5 @@ class BaMuscle {
 
   int _material_id = -1;
   BtStr _name;
-  BtDynArray<int> _body_ids;
+  BtDArray<int> _body_ids;
 };

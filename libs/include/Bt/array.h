@@ -24,6 +24,12 @@ inline constexpr bool BtIsRelocatable = std::is_trivially_copyable_v<T>;
 template <class T>
 inline constexpr bool BtIsRelocatable<std::unique_ptr<T>> = true;
 
+// Elements that are nothing but zero bytes at first, so that untouched memory holds them.
+template <class T>
+inline constexpr bool BtIsZeroAtFirst = std::is_arithmetic_v<T> || std::is_pointer_v<T>;
+template <class T>
+inline constexpr bool BtIsZeroAtFirst<std::unique_ptr<T>> = true;
+
 // An array whose size is set by whoever owns it; indices are 0-based ints.
 template <class T>
 class BtArray {
@@ -106,6 +112,20 @@ class BtArray {
   void _subSize(int n) {
     BtAssert(n >= 0, "n>=0");
     _realloc(_size - n);
+  }
+
+  // Grows to `n` elements in a block that is zero, of which only what is not zero is written.
+  void _growSparsely(int n) {
+    static_assert(BtIsZeroAtFirst<T>);
+    BtAssert(n >= _size, "n>=_size");
+    T* const block = static_cast<T*>(BtZeroedOrExit(static_cast<std::size_t>(n), kElementSize));
+    for (int i = 0; i < _size; ++i) {
+      if (_elements[i] != T()) block[i] = std::move(_elements[i]);
+    }
+    std::destroy(begin(), end());
+    _freeBlock();
+    _elements = block;
+    _size = n;
   }
 
   // Gives an array without elements `n` of them, as make(i) answers them, in memory of the arena,
@@ -193,6 +213,9 @@ class BtDArray : public BtArray<T> {
   }
 
   void resize(int n) { this->_realloc(n); }
+  // As resize() to more elements, for a large array with wide gaps of zeros: these take address
+  // space, but no memory until they are written to.
+  void resizeSparsely(int n) { this->_growSparsely(n); }
   // As resize(), but an array without elements comes to stand in `arena`, if that is not null and
   // they are not too many. The arena must outlive them. Growing moves them to a block of their own.
   void resizeIn(BtArena* arena, int n) {

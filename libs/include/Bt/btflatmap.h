@@ -3,17 +3,16 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <functional>
 #include <utility>
 #include <vector>
 
+#include "bthash.h"
 #include "btindextable.h"
 
 // Values by key, with operations of std::unordered_map. Only for lookups: walking is not offered,
 // for the order of entries means nothing. Iterators and references hold until an entry is added or
 // erased. There may be 2147483647 entries.
-template <class Key, class Value, class Hash = std::hash<Key>>
+template <class Key, class Value, class Hash = BtHash>
 class BtFlatMap {
  public:
   using Entry = std::pair<Key, Value>;
@@ -25,7 +24,7 @@ class BtFlatMap {
   iterator end() { return _entries.data() + _entries.size(); }
 
   [[nodiscard]] const_iterator find(const Key& key) const {
-    const int place = _places.find(_hashOf(key), _has(key));
+    const int place = _places.find(Hash()(key), _has(key));
     return place < 0 ? end() : _entries.data() + place;
   }
   iterator find(const Key& key) {
@@ -35,7 +34,7 @@ class BtFlatMap {
   // The entry of a key, and true where it is new.
   std::pair<iterator, bool> try_emplace(const Key& key, Value value = Value()) {
     const auto count = static_cast<int>(_entries.size());
-    const int place = _places.findOrInsert(_hashOf(key), _has(key), count);
+    const int place = _places.findOrInsert(Hash()(key), _has(key), count);
     if (place == count) _entries.emplace_back(key, std::move(value));
     return {_entries.data() + place, place == count};
   }
@@ -45,11 +44,11 @@ class BtFlatMap {
   void erase(iterator entry) {
     const auto place = static_cast<int>(entry - _entries.data());
     const auto last = static_cast<int>(_entries.size()) - 1;
-    _places.erase(_hashOf(entry->first), [place](int i) { return i == place; });
+    _places.erase(Hash()(entry->first), [place](int i) { return i == place; });
     if (place != last) {
       *entry = std::move(_entries.back());
       _places.replace(
-          _hashOf(entry->first), [last](int i) { return i == last; }, place);
+          Hash()(entry->first), [last](int i) { return i == last; }, place);
     }
     _entries.pop_back();
   }
@@ -59,11 +58,6 @@ class BtFlatMap {
   }
 
  private:
-  // Some hashes are their keys; the table wants bits that differ at the low end.
-  static std::uint64_t _hashOf(const Key& key) {
-    const std::uint64_t hash = Hash()(key) * std::uint64_t{0x9E3779B97F4A7C15};
-    return hash ^ hash >> 32U;
-  }
   [[nodiscard]] auto _has(const Key& key) const {
     return
         [this, &key](int place) { return _entries[static_cast<std::size_t>(place)].first == key; };

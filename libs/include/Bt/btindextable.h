@@ -7,7 +7,8 @@
 #include <vector>
 
 // Flat and open-addressed, so that welding millions of corners stays within memory that is read in
-// a row. The elements stay with the user, who gives a hash and tells which position holds the key.
+// a row. The elements stay with the user, who gives a hash (of bthash.h, where a file chooses the
+// keys) and tells which position holds the key.
 class BtIndexTable {
  public:
   // The position with this hash for which `equal(position)` holds, -1 when there is none.
@@ -64,17 +65,6 @@ class BtIndexTable {
   // Tells the processor that a key of this hash is about to be looked up in a large table.
   void expect(std::uint64_t hash) const {
     __builtin_prefetch(&_slots[_home(static_cast<std::uint32_t>(hash))]);
-  }
-
-  // A hash of floats in which 0.0 and -0.0 are the same.
-  static std::uint64_t hashOf(float a, float b, float c = 0.0F) {
-    const auto bits = [](float value) {
-      return static_cast<std::uint64_t>(std::bit_cast<std::uint32_t>(value + 0.0F));
-    };
-    std::uint64_t hash = (bits(a) | bits(b) << 32U) * 0xD6E8FEB86659FD93;
-    hash ^= hash >> 32U;
-    hash = (hash ^ bits(c)) * 0x9E3779B97F4A7C15;
-    return hash ^ hash >> 32U;
   }
 
  private:

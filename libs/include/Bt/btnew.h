@@ -8,6 +8,9 @@
 // allocate memory!" and ends the process with status 1 where that fails.
 void* BtReallocOrExit(void* block, std::size_t count, std::size_t size);
 
+// A new block of zeros, in the same way. Pages of a large one are there when they are written to.
+void* BtZeroedOrExit(std::size_t count, std::size_t size);
+
 // For whoever finds that there is no memory and cannot tell how much was asked for: prints "Unable
 // to allocate memory!" and ends the process with status 1.
 [[noreturn]] void BtExitWithoutMemory();

@@ -3,9 +3,9 @@
 #pragma once
 
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
+#include "bthash.h"
 #include "kfbxmath.h"
 #include "kfbxnodeattribute.h"
 
@@ -86,7 +86,7 @@ class KFbxNode : public KFbxObject {
   KFbxNode* _parent = nullptr;
   std::vector<KFbxNode*> _children;
   std::vector<KFbxSurfacePhong*> _materials;
-  std::unordered_map<const KFbxSurfacePhong*, int> _material_index;
+  BtHashMap<const KFbxSurfacePhong*, int> _material_index;
   KFbxVector4 _pre_rotation{0, 0, 0};
   ERotationOrder _rotation_order = eEULER_XYZ;
   bool _rotation_active = false;

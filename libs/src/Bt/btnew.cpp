@@ -14,6 +14,14 @@ void SayThatThereIsNoMemory() {
   std::fputs("Unable to allocate memory!\n", stderr);
 }
 
+[[noreturn]] void ExitWithout(std::size_t count, std::size_t size) {
+  // A product that overflows is shown all the same, so it is not computed in integers.
+  const long double total = static_cast<long double>(count) * static_cast<long double>(size);
+  SayThatThereIsNoMemory();
+  std::fprintf(stderr, "Attempted to allocate %zu elements, total size: %.0Lf\n", count, total);
+  std::_Exit(EXIT_FAILURE);
+}
+
 }  // namespace
 
 void* BtReallocOrExit(void* block, std::size_t count, std::size_t size) {
@@ -22,12 +30,14 @@ void* BtReallocOrExit(void* block, std::size_t count, std::size_t size) {
   if (!__builtin_mul_overflow(count, size, &bytes)) {
     result = std::realloc(block, std::max<std::size_t>(bytes, 1));
   }
-  if (result != nullptr) return result;
-  // A product that overflows is shown all the same, so it is not computed in integers.
-  const long double total = static_cast<long double>(count) * static_cast<long double>(size);
-  SayThatThereIsNoMemory();
-  std::fprintf(stderr, "Attempted to allocate %zu elements, total size: %.0Lf\n", count, total);
-  std::_Exit(EXIT_FAILURE);
+  if (result == nullptr) ExitWithout(count, size);
+  return result;
+}
+
+void* BtZeroedOrExit(std::size_t count, std::size_t size) {
+  void* const result = std::calloc(count, size);
+  if (result == nullptr) ExitWithout(count, size);
+  return result;
 }
 
 void BtExitWithoutMemory() {

@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <cstddef>
-#include <unordered_map>
 #include <vector>
 
+#include "bthash.h"
 #include "fbxdocument.h"
 #include "fbxgeometryrecords.h"
 #include "fbxskeletontypes.h"
@@ -79,7 +79,7 @@ class ModelTextures {
     std::int32_t number;
   };
   std::vector<int> _textures;
-  std::unordered_map<int, std::int32_t> _numbers;
+  BtHashMap<int, std::int32_t> _numbers;
   std::vector<Use> _uses;
 };
 

@@ -2,16 +2,16 @@
 
 #include <cstddef>
 #include <cstring>
-#include <functional>
 #include <string_view>
 
 #include "btassert.h"
+#include "bthash.h"
 #include "kfbxnode.h"
 #include "kfbxpose.h"
 
 namespace {
 
-std::uint64_t HashOf(const char* name) { return std::hash<std::string_view>()(name); }
+std::uint64_t HashOf(const char* name) { return BtHashOf(std::string_view(name)); }
 
 }  // namespace
 

@@ -1,10 +1,10 @@
 // From a document to a model.
 #include <algorithm>
-#include <unordered_map>
 
 #include "baconvert.h"
 #include "badocumenttomodelvertices.h"
 #include "bamdsection.h"
+#include "bthash.h"
 
 namespace {
 
@@ -111,7 +111,7 @@ class VertexSetsInUse {
   }
 
   const BaModelData& _data;
-  std::unordered_map<const BaMDVertices*, Use> _sets;
+  BtHashMap<const BaMDVertices*, Use> _sets;
 };
 
 }  // namespace

@@ -1,10 +1,10 @@
 // The vertices of a vertex set, as the geometries over it take them into a model.
 #pragma once
 
-#include <unordered_set>
 #include <vector>
 
 #include "baconvert.h"
+#include "bthash.h"
 
 // Geometries may share a set: its effects are sorted once, and made for the vertices that are used.
 // Refers to the set, which must outlive it unchanged.
@@ -54,7 +54,7 @@ class BaSetVertices {
   const BaMDVertices& _set;
   const BtDArray<BaMDPoint>& _points;
   std::vector<Source> _sources;
-  std::unordered_set<int> _target_ids;  // of all flex effects
+  BtHashSet<int> _target_ids;  // of all flex effects
   // The entries of vertex i stand from _starts[i] to _starts[i + 1]. Empty without effects.
   std::vector<std::size_t> _starts;
   std::vector<Entry> _entries;

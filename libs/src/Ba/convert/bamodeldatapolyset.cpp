@@ -4,6 +4,7 @@
 #include <array>
 
 #include "bamodel.h"
+#include "bthash.h"
 
 bool BaModelData_PolySet::_merge_vertices = true;
 
@@ -13,7 +14,7 @@ constexpr int kFewestVertices = 2;
 constexpr int kCornersOfTriangle = 3;
 
 std::uint64_t HashOf(const float* position) {
-  return BtIndexTable::hashOf(position[0], position[1], position[2]);
+  return BtHashOf(position[0], position[1], position[2]);
 }
 
 bool SamePlace(const BaMDPoint& point, const float* position) {
@@ -297,7 +298,7 @@ int MaterialIdAt(int material_id, BtDynArray<int>& material_ids, MaterialIdMap& 
 
 int TCoordAt(const BaTextureCoords& t_coord, BtDynArray<BaTextureCoords>& t_coords,
              TCoordMap& map) {
-  const std::uint64_t hash = BtIndexTable::hashOf(t_coord.u, t_coord.v);
+  const std::uint64_t hash = BtHashOf(t_coord.u, t_coord.v);
   const int index = map.findOrInsert(
       hash, [&](int i) { return t_coords[i] == t_coord; }, t_coords.size());
   if (index == t_coords.size()) t_coords.append(t_coord);

@@ -10,6 +10,7 @@
 #include "bamdsection.h"
 #include "bapostscale.h"
 #include "btangles.h"
+#include "bthash.h"
 
 namespace {
 
@@ -64,7 +65,7 @@ class ModelFiller {
 
   const BaModel& _model;
   BaModelData* _data;
-  std::unordered_map<int, BtStr> _material_names;  // by id
+  BtHashMap<int, BtStr> _material_names;  // by id
 };
 
 bool ModelFiller::_checkBody(const BaBody& body, Names* names) const {

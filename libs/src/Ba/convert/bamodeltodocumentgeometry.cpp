@@ -1,6 +1,7 @@
 // Geometries from poly sets.
 #include "baconvert.h"
 #include "bamdsection.h"
+#include "bthash.h"
 
 namespace {
 
@@ -107,7 +108,7 @@ void GeometryMaker::addTexturedPolygons(
     BaMDIndexLists<BaMDTexturedCorner>& list = (_groups[_placeOf(polygon.material_id)]->*lists)();
     if (_coord_map.isLarge() && i + 1 < polygons.count()) {
       for (const BaTextureCoords& coord : polygons[i + 1].t_coords) {
-        _coord_map.expect(BtIndexTable::hashOf(coord.u, coord.v));
+        _coord_map.expect(BtHashOf(coord.u, coord.v));
       }
     }
     for (std::size_t corner = 0; corner < polygon.vertices.size(); ++corner) {

@@ -1,12 +1,9 @@
 // Whether the sliders exist that blends name.
 #pragma once
 
-#include <unordered_map>
-#include <unordered_set>
-
 #include "bamdslidergroup.h"
 #include "bamdvertexeffects.h"
-#include "banamemap.h"
+#include "bthash.h"
 
 // What a group has is gathered once.
 class BaBlendChecker {
@@ -15,5 +12,5 @@ class BaBlendChecker {
   bool check(const BaMDBlendVEffects& blend, const BaMDSliderGroup* group);
 
  private:
-  std::unordered_map<const BaMDSliderGroup*, std::unordered_set<BtStr, BaNameHash>> _sliders_of;
+  BtHashMap<const BaMDSliderGroup*, BtHashSet<BtStr>> _sliders_of;
 };

@@ -2,6 +2,7 @@
 #include "bablendchecker.h"
 #include "bamdsection.h"
 #include "bamodeldata.h"
+#include "bthash.h"
 
 namespace {
 

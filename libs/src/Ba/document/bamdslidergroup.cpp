@@ -1,10 +1,10 @@
 #include "bamdslidergroup.h"
 
 #include <ostream>
-#include <unordered_set>
 
 #include "bamdsection.h"
 #include "banamemap.h"
+#include "bthash.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ class SliderGroupReader {
 
  private:
   BaMDSliderGroup* _group;
-  std::unordered_set<BtStr, BaNameHash> _names;
+  BtHashSet<BtStr> _names;
 };
 
 constexpr BaMDKey<SliderGroupReader> kSliderGroupKeys[] = {

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <iostream>
-#include <unordered_set>
 #include <utility>
 
 #include "bamodel.h"
 #include "btgeoobj.h"
+#include "bthash.h"
 
 namespace {
 
@@ -162,7 +162,7 @@ void BaModel::addSliderGroups(const BtList<BaMDSliderGroup*>& groups) {
       addSliderGroup(std::make_unique<BaMDSliderGroup>(*group));
       continue;
     }
-    std::unordered_set<BtStr, BaNameHash> sliders(known->sliders().begin(), known->sliders().end());
+    BtHashSet<BtStr> sliders(known->sliders().begin(), known->sliders().end());
     // A copy, because the group may be the known one itself.
     const BtList<BtStr> added = group->sliders();
     for (const BtStr& slider : added) {

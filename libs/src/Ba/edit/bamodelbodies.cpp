@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <set>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "bamodel.h"
 #include "bamodelwalk.h"
 #include "btexcept.h"
+#include "bthash.h"
 
 namespace {
 
@@ -64,9 +64,9 @@ bool CheckPlacesWithout(const BaBody& body) {
 void RemoveFromMuscles(BtList<std::unique_ptr<BaMuscle>>* muscles, int body_id) {
   BtList<std::unique_ptr<BaMuscle>> kept;
   for (std::unique_ptr<BaMuscle>& muscle : *muscles) {
-    BtDynArray<int>& ids = muscle->bodyIds();
+    BtDArray<int>& ids = muscle->bodyIds();
     const int n_before = ids.size();
-    ids.truncate(static_cast<int>(std::remove(ids.begin(), ids.end(), body_id) - ids.begin()));
+    ids.resize(static_cast<int>(std::remove(ids.begin(), ids.end(), body_id) - ids.begin()));
     if (n_before == 0 || !ids.empty()) kept.append(std::move(muscle));
   }
   *muscles = std::move(kept);
@@ -74,8 +74,8 @@ void RemoveFromMuscles(BtList<std::unique_ptr<BaMuscle>>* muscles, int body_id) 
 
 // A renumbering with the ids that it takes led back to those that it frees: what refers to a body
 // that does not exist must not find one afterwards.
-std::unordered_map<int, int> Permutation(const BtMap<int, int>& new_ids) {
-  std::unordered_map<int, int> permutation;
+BtHashMap<int, int> Permutation(const BtMap<int, int>& new_ids) {
+  BtHashMap<int, int> permutation;
   std::set<int> freed;
   std::set<int> taken;
   for (const auto& [old_id, new_id] : new_ids) {
@@ -153,7 +153,7 @@ void BaModel::changeBodyIds(const BtMap<int, int>& new_ids) {
   _renumberBodyReferences(Permutation(new_ids));
 }
 
-void BaModel::_renumberBodyReferences(const std::unordered_map<int, int>& new_ids) {
+void BaModel::_renumberBodyReferences(const BtHashMap<int, int>& new_ids) {
   const auto renumbered = [&new_ids](int id) {
     const auto entry = new_ids.find(id);
     return entry == new_ids.end() ? id : entry->second;
@@ -168,7 +168,7 @@ void BaModel::_renumberBodyReferences(const std::unordered_map<int, int>& new_id
     polygon->setOtherBodyId(renumbered(polygon->otherBodyId()));
   }
   for (const auto& muscle : _muscles) {
-    BtDynArray<int>& ids = muscle->bodyIds();
+    BtDArray<int>& ids = muscle->bodyIds();
     std::transform(ids.begin(), ids.end(), ids.begin(), renumbered);
   }
 }

@@ -1,12 +1,12 @@
 // Merging the mappings that a mapping includes into it.
 #include <algorithm>
 #include <limits>
-#include <unordered_set>
 
 #include "baincludechain.h"
 #include "bamapping.h"
 #include "btexcept.h"
 #include "btfile.h"
+#include "bthash.h"
 
 namespace {
 
@@ -104,7 +104,7 @@ class Ba_MappingMerge {
   }
 
   BaUnlockedMapping* _result;
-  std::unordered_set<int> _taken_sysvar_ids;  // asked, never walked
+  BtHashSet<int> _taken_sysvar_ids;  // asked, never walked
   int _highest_sysvar_id = 0;
 };
 

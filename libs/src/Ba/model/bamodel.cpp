@@ -1,7 +1,6 @@
 #include "bamodel.h"
 
 #include <algorithm>
-#include <vector>
 
 #include "btexcept.h"
 
@@ -122,15 +121,16 @@ bool BaModel::_checkAncestors() const {
   // Every body knows the walk that passed it first. A walk up from a body ends at one that an
   // earlier walk has passed, at the reference body as a rule; if it meets itself the bodies form a
   // circle.
-  std::vector<int> passed_by(static_cast<std::size_t>(_bodies.size()), 0);
+  BtDArray<int> passed_by;
+  passed_by.resizeSparsely(_bodies.size());
   for (int start = 1; start < _bodies.size(); ++start) {
     if (_bodies[start] == nullptr) continue;
     int id = start;
-    while (id != 0 && passed_by[static_cast<std::size_t>(id)] == 0) {
-      passed_by[static_cast<std::size_t>(id)] = start;
+    while (id != 0 && passed_by[id] == 0) {
+      passed_by[id] = start;
       id = _bodies[id]->parentId();
     }
-    if (id == 0 || passed_by[static_cast<std::size_t>(id)] != start) continue;
+    if (id == 0 || passed_by[id] != start) continue;
     theExceptObj.set("Body \"%s\" is its own ancestor.",
                      static_cast<const char*>(_bodies[id]->name()));
     return false;
@@ -153,6 +153,10 @@ BaBody* BaModel::addBody(std::unique_ptr<BaBody> body) {
 
 void BaModel::_growBodyTable(int id) {
   if (id < _bodies.size()) return;
+  // Ids from here on are given with wide gaps, or to very many bodies: then the table takes address
+  // space for all ids at once, and memory where bodies are.
+  constexpr int kFirstHighId = 1 << 16;
+  if (id >= kFirstHighId) return _bodies.resizeSparsely(kMaxBodyId + 1);
   const int growth = std::max(kBodyChunk, _bodies.size() / 2);
   _bodies.resize(std::max(_bodies.size() + growth, id + kBodyChunk));
 }

@@ -2,13 +2,12 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <unordered_map>
-#include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "bamodel.h"
 #include "bamodelwalk.h"
+#include "bthash.h"
 
 // Walks a model until it meets a fault.
 class Ba_ModelChecker {
@@ -162,7 +161,7 @@ bool Ba_ModelChecker::_checkBodyNames() {
 }
 
 bool Ba_ModelChecker::_checkMaterials() {
-  std::unordered_set<BtStr, BaNameHash> names;
+  BtHashSet<BtStr> names;
   for (const auto& material : _model.materials()) {
     if (_model.materialById(material->id()) != material.get()) {
       return _fail(BtFormat("Material %d is not found by its id.", material->id()));
@@ -179,7 +178,7 @@ bool Ba_ModelChecker::_checkMaterials() {
 }
 
 bool Ba_ModelChecker::_checkSliderGroups() {
-  std::unordered_set<BtStr, BaNameHash> names;
+  BtHashSet<BtStr> names;
   for (const auto& group : _model.sliderGroups()) {
     if (!names.insert(group->name()).second) continue;
     if (_model.findSliderGroup(group->name()) != group.get()) {
@@ -206,7 +205,8 @@ bool Ba_ModelChecker::_checkElements() {
 template <class T>
 bool Ba_ModelChecker::_checkCollection(const BaModel::Elements<T>& elements, OfBody<T> of_body,
                                        const char* kind) {
-  std::vector<int> n_met(static_cast<std::size_t>(_model.bodies().size()), 0);  // by body id
+  BtDArray<int> n_met;  // by body id
+  n_met.resizeSparsely(_model.bodies().size());
   for (const auto& element : elements) {
     if (!element->isValid()) return _fail(BtFormat("A %s is destroyed.", kind));
     const BaBody* const body = _model.findBody(element->bodyId());
@@ -218,7 +218,7 @@ bool Ba_ModelChecker::_checkCollection(const BaModel::Elements<T>& elements, OfB
           BtFormat("A %s uses material %d, which does not exist.", kind, element->materialId()));
     }
     const BaElements<T*>& listed = (body->*of_body)();
-    int& next = n_met[static_cast<std::size_t>(body->id())];
+    int& next = n_met[body->id()];
     if (next >= listed.size() || listed[next] != element.get()) {
       return _fail(BtFormat("A %s is not in its place on body %d.", kind, body->id()));
     }
@@ -233,7 +233,7 @@ bool Ba_ModelChecker::_checkCollection(const BaModel::Elements<T>& elements, OfB
   }
   for (const auto& body : _model.bodies()) {
     if (body == nullptr) continue;
-    if (((*body).*of_body)().size() != n_met[static_cast<std::size_t>(body->id())]) {
+    if (((*body).*of_body)().size() != n_met[body->id()]) {
       return _fail(BtFormat("Body %d lists a %s that is not the model's.", body->id(), kind));
     }
   }
@@ -270,7 +270,7 @@ bool Ba_ModelChecker::_checkFlexTargets() {
 }
 
 bool Ba_ModelChecker::_checkBlends() {
-  std::unordered_map<const BaMDSliderGroup*, std::unordered_set<BtStr, BaNameHash>> sliders_of;
+  BtHashMap<const BaMDSliderGroup*, BtHashSet<BtStr>> sliders_of;
   for (const auto& group : _model.sliderGroups()) {
     sliders_of[group.get()].insert(group->sliders().begin(), group->sliders().end());
   }

@@ -1,11 +1,10 @@
 // The questions that walk a whole model, and the edits built on them.
 
-#include <unordered_map>
-#include <unordered_set>
 #include <vector>
 
 #include "bamodel.h"
 #include "bamodelwalk.h"
+#include "bthash.h"
 #include "btset.h"
 
 void BaModel::getBodyNames(BtSet<BtStr>* names) const {
@@ -28,7 +27,7 @@ void BaModel::getEndBodies(BtList<BaBody*>* bodies) const {
 void BaModel::getUsedMaterials(BtList<BaMaterial*>* materials, int body_id) const {
   const BaBody* const body = findBody(body_id);
   BtAssert(body != nullptr, "body");
-  std::unordered_set<int> seen;
+  BtHashSet<int> seen;
   Ba_ForEachCollection(*body, [&](const auto& elements) {
     for (const auto& element : elements) {
       if (!seen.insert(element->materialId()).second) continue;
@@ -68,7 +67,7 @@ void BaModel::removeBones() {
 
 void GetUsedAndUnusedMaterials(const BaModel& model, BtList<BaMaterial*>* used,
                                BtList<BaMaterial*>* unused) {
-  std::unordered_set<int> used_ids;
+  BtHashSet<int> used_ids;
   int last_id = -1;
   Ba_ForEachMaterialUser(model, [&](const auto& user) {
     if (user.materialId() == last_id && !used_ids.empty()) return;
@@ -106,9 +105,9 @@ void BaModel::removeUnusedMaterials(bool renumber) {
 
 void BaModel::_renumberMaterials() {
   BtAssert(_flexible_polygons.empty(), "_flexible_polygons.size()==0");
-  std::unordered_set<int> taken;
+  BtHashSet<int> taken;
   for (const auto& material : _materials) taken.insert(material->id());
-  std::unordered_map<int, int> new_ids;
+  BtHashMap<int, int> new_ids;
   int counter = 1;
   for (const auto& material : _materials) {
     const int old_id = material->id();

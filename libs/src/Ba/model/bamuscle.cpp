@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <vector>
 
 #include "balegacytext.h"
 
@@ -35,18 +36,22 @@ bool BaMuscle::_scanName(BtScanner& in) {
 }
 
 bool BaMuscle::_scanBodyIds(BtScanner& in) {
-  _body_ids.clear();
+  std::vector<int> ids;
   for (;;) {
     const int c = in.peek();
     if (c == std::char_traits<char>::eof()) return Ba_Fail("Error reading muscle data.");
     const bool blank = BtIsSpace(static_cast<char>(c));
     if (blank) {
       in.get();
-      if (c == '\n') return true;
+      if (c == '\n') break;
       continue;
     }
     int id = 0;
     if (!in.readInt(&id)) return Ba_Fail("Error reading body id for muscle.");
-    _body_ids.append(id);
+    ids.push_back(id);
   }
+  _body_ids.clear();
+  _body_ids.resize(SizeTToInt(ids.size()));
+  std::copy(ids.begin(), ids.end(), _body_ids.begin());
+  return true;
 }

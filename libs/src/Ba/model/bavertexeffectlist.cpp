@@ -1,10 +1,10 @@
 // The chain of effects that a vertex has.
 
-#include <unordered_map>
 #include <utility>
 
 #include "bavertexeffects.h"
 #include "btassert.h"
+#include "bthash.h"
 
 namespace {
 
@@ -76,7 +76,7 @@ void BaVertexEffects::_release() noexcept {
 // The effects that may have a rival, by what they flex toward.
 struct BaVertexEffectsBuilder::Index {
   Ba_VertexEffect* flex = nullptr;
-  std::unordered_map<int, Ba_VertexEffect*> flex2;
+  BtHashMap<int, Ba_VertexEffect*> flex2;
 
   // The place of the effect that `effect` must not stand beside, null when it may stand anywhere.
   Ba_VertexEffect** placeFor(const Ba_VertexEffect& effect) {
