@@ -96,25 +96,24 @@ TEST(BaModelDataExtract, WarnsOfRepeatedPlaces) {
 
 // What files cannot do, callers can.
 TEST(BaModelDataExtract, BrokenDocumentsAreRefused) {
-  const Document data(kDocumentBody + MaterialSection("m") + Shape("a", "m"));
-  BaMDGeometry& geometry = *data.geometries()[0];
-  const auto expect_error = [&data](const char* message) {
+  Document data(kDocumentBody + MaterialSection("m") + Shape("a", "m"));
+  const auto expect_error = [&data](const std::string& message) {
     BaModel model;
     EXPECT_FALSE(data.extractTo(&model));
     EXPECT_EQ(TakePrinted(), PrintedError(message));
   };
-  geometry.setBodyName("b");
+  AddMDGeometry(&data, "b");
   expect_error("GEOMETRY section specifies a body, \"b\", that does not exist.");
-  geometry.setBodyName("a");
-  geometry.materialGroups()[0]->polygons().push(0);
-  geometry.materialGroups()[0]->polygons().endList();
+  BaMDMaterialGroup& group = *data.geometries()[0]->materialGroups()[0];
+  group.polygons().push(0);
+  group.polygons().endList();
   expect_error("Invlalid vertex in GEOMETRY for body a.");
 }
 
 // And these end the process.
 TEST(BaModelDataExtract, Assertions) {
-  const Document data(kDocumentBody);
-  data.bodies()[0]->setParentName("b");
+  BaModelData data;
+  AddMDBody(&data, "a", "b");
   BaModel model;
   EXPECT_DEATH((void)data.extractTo(&model),
                "Body \"a\" specifies a parent body, \"b\", that does not(.|\n)*p_id!= -1");
@@ -242,8 +241,8 @@ TEST(BaModelDataFill, WeldsCornersOnlyWhenAsked) {
 // Every kind of element, two materials of one name, effects of every kind that a legacy file can
 // hold; bodies stand parents first.
 TEST(BaModelDataFill, LegacyModelsBecomeDocuments) {
-  const LegacyModel model(ModelText("unfilled.mdl").substr(kLegacyHeader.size()));
-  model.findBody(3)->setName("left\tarm x");
+  LegacyModel model(ModelText("unfilled.mdl").substr(kLegacyHeader.size()));
+  model.renameBody(model.findBody(3), "left\tarm x");
   const FilledDocument data(model);
   theExceptObj.clear();
   EXPECT_EQ(Print(data), ModelText("filled.mdl"));

@@ -55,7 +55,8 @@ class BaModelData {
   // The geometries of a body, in document order. Valid until a geometry is added or a body renamed.
   [[nodiscard]] const std::vector<BaMDGeometry*>& geometriesOf(const BtStr& body_name) const;
 
-  // Adding. Names and ids must be set before: the lookups learn them here.
+  // Adding. Names and ids must be set before: the lookups learn them here, and afterwards their
+  // setters assert.
   BaMDBody* addBody(std::unique_ptr<BaMDBody> body);
   BaMDSliderGroup* addSliderGroup(std::unique_ptr<BaMDSliderGroup> group);
   BaMDMaterial* addMaterial(std::unique_ptr<BaMDMaterial> material);
