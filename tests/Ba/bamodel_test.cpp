@@ -264,6 +264,7 @@ TEST(BaModelDeathTest, StopsOnMisuse) {
       {"!isLoading()", [] { AfterBeginLoad([](BaModel& m) { m.addSliderGroups({}); }); }},
       {"!body_name_suffix.isNull()",
        [] { AfterBeginLoad([](BaModel& m) { BaModelCombine(&m).add(BaModel(), 0, BtStr()); }); }},
+      {"!model.isLoading()", [] { AfterBeginLoad([](BaModel& m) { m.save("x"); }); }},
       {"file_name", [] { BaModel().read(nullptr); }},
       {"file_name", [] { BaModel().save(nullptr); }},
       {"file_name", [] { (void)BaModelData().read(nullptr); }},

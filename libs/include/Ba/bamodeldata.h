@@ -97,8 +97,8 @@ class BaModelData {
   bool printOn(std::ostream& os) const;
   bool save(const char* file_name) const;
 
-  // Replaces the content by that of a model. With `merge_vertices` polygon corners at one place
-  // become one vertex. Asserts that no error stands.
+  // Replaces the content by that of a model, which must not be in the middle of loading. With
+  // `merge_vertices` polygon corners at one place become one vertex. Asserts that no error stands.
   bool fillFrom(const BaModel& model, bool merge_vertices);
   // Adds one body of a model and its shape; the materials that it uses must be there already.
   bool fillBodyFrom(const BaModel& model, int body_id, bool merge_vertices);

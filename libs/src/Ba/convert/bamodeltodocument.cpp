@@ -212,6 +212,7 @@ BtStr BaDocumentName(const BaBodyObj& body) {
 
 bool BaModelData::fillFrom(const BaModel& model, bool merge_vertices) {
   BtAssert(!BtError(), "!BtError()");
+  BtAssert(!model.isLoading(), "!model.isLoading()");
   clear();
   const MergeSwitch merge_switch(merge_vertices);
   _combine_vertex_normals = model.combineVertexNormals();
