@@ -226,6 +226,17 @@ TEST(BaModelEdit, NamesAndIdsChangeInTheModel) {
   EXPECT_EQ(model.materialByName("m")->id() * 10 + model.materialByName("n")->id(), 27);
   EXPECT_EQ(model.materialById(1), nullptr);
   EXPECT_EQ(model.polygons()[0]->materialId(), 7);
+  BaMDSliderGroup mouth;
+  mouth.setName("mouth");
+  mouth.addSlider("smile");
+  model.addSliderGroups({&mouth});
+  auto blend = std::make_unique<BaVertexBlendEffect>();
+  blend->slider_group = "mouth";
+  blend->slider_name = "smile";
+  model.polygons()[0]->vertices()[0].effects().add(std::move(blend));
+  model.renameSliderGroup(model.findSliderGroup("mouth"), "face");
+  EXPECT_EQ(model.findSliderGroup("face"), model.sliderGroups()[0].get());
+  EXPECT_TRUE(model.checkInvariants(nullptr));  // the blend has followed
   model.findBody(1)->setName("b");
   BaMaterial copy(*model.materialById(7));
   copy.setId(8);

@@ -179,10 +179,11 @@ class BaModel {
   void addSliderGroups(const BtList<BaMDSliderGroup*>& groups);
   BaMuscle* addMuscle(const BaMuscle& muscle);
 
-  // Give a body or a material of the model another name, which nothing of its kind may have yet.
-  // The reference body keeps its name.
+  // Give a body, a material or a slider group of the model another name, which nothing of its kind
+  // may have yet. The reference body keeps its name; blend effects follow their slider group.
   void renameBody(BaBody* body, const BtStr& name);
   void renameMaterial(BaMaterial* material, const BtStr& name);
+  void renameSliderGroup(BaMDSliderGroup* group, const BtStr& name);
   // Gives a material another id, which must be new. What uses the material follows.
   void changeMaterialId(BaMaterial* material, int new_id);
   // Gives a body another id. Everything that refers to the body follows: its elements, its

@@ -1,4 +1,4 @@
-// The edits that give bodies other ids or take them away.
+// The edits that rename and renumber, and those that take bodies away.
 
 #include <algorithm>
 #include <cmath>
@@ -124,6 +124,28 @@ void BaModel::renameBody(BaBody* body, const BtStr& name) {
   body->_name.change(name);
   _unindexBody(body, old_name);
   _indexBody(body);
+}
+
+void BaModel::renameSliderGroup(BaMDSliderGroup* group, const BtStr& name) {
+  _assertEditable();
+  BtAssert(group != nullptr, "group");
+  const BtStr old_name = group->name();
+  BtAssert(findSliderGroup(old_name) == group, "findSliderGroup(group->name())==group");
+  BtAssert(!name.isNull(), "!name.isNull()");
+  if (name == old_name) return;
+  BtAssert(findSliderGroup(name) == nullptr, "findSliderGroup(name)==0");
+  group->_name.change(name);
+  _slider_groups_by_name.clear();
+  for (const auto& any : _slider_groups) {
+    _slider_groups_by_name.try_emplace(any->name(), any.get());
+  }
+  EditEffects(*this, [&old_name, &name](BaVertexEffects& effects, int /*body_id*/) {
+    for (auto* effect = effects.first(); effect != nullptr; effect = effect->next()) {
+      if (effect->type() != BaBlendEffect) continue;
+      BtStr& slider_group = static_cast<BaVertexBlendEffect*>(effect)->slider_group;
+      if (slider_group == old_name) slider_group = name;
+    }
+  });
 }
 
 void BaModel::swapBodyIds(int id1, int id2) {
