@@ -330,6 +330,17 @@ TEST(BaModelData_PolySet, WeldsAsAnOrderedMapWould) {
                "index>=0 && index<vertices.size\\(\\)");
 }
 
+TEST(BaModelData_PolySet, AnswersThePolygonThatItAdded) {
+  BaModelData_PolySet poly_set(1, 0);
+  auto first = Scanned<BaPolygon>("1 3 3 0 0 0 -1 1 0 0 -1 0 1 0 -1");
+  auto second = Scanned<BaPolygon>("1 7 3 1 0 0 -1 1 1 0 -1 0 1 0 -1");
+  poly_set.addPolygon(&first);
+  const BaModelData_PolySet::Polygon* added = poly_set.addPolygon(&second);
+  EXPECT_EQ(added->material_id, 7);
+  EXPECT_EQ(std::vector<int>(added->vertices.begin(), added->vertices.end()),
+            (std::vector<int>{1, 3, 2}));
+}
+
 TEST(BaModelData_PolySet, SplitsLargePolygonsIntoFansOfFaces) {
   const struct {
     int corners, max;
