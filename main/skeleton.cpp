@@ -22,10 +22,6 @@ namespace {
 
 constexpr const char* kWorld = BaMDBody::kWorldName;
 
-// Transform ids of the rotations about X, Y and Z are 4, 5 and 6.
-constexpr int kFirstRotationId = 4;
-constexpr int kTransforms = 6;
-
 // Indexed by the file's rotation order value.
 constexpr std::string_view kRotationOrders[] = {"XYZ", "XZY", "YZX", "YXZ", "ZXY", "ZYX"};
 
@@ -126,36 +122,57 @@ void CreateChildSkeletonNodes(const BaModelData& model_data, const BtStr& parent
                               GeoBodies* geo_bodies, bool* has_geometry, KFbxScene* scene,
                               const BaUnlockedMapping& mapping, float scale_factor,
                               KFbxNode* parent_node, bool mesh_per_body) {
-  std::vector<Level> levels = {
-      {nullptr, parent_node, &model_data.childBodies(parent_name), 0, false}};
+  *has_geometry = false;
+  for (const BaMDBody* body : model_data.childBodies(parent_name)) {
+    if (theExceptObj.cancelAsked()) return;
+    if (body == nullptr) continue;
+    bool child_has_geometry = false;
+    KFbxNode* child_node = CreateSkeletonNodes(geo_bodies, &child_has_geometry, scene, model_data,
+                                               *body, mapping, scale_factor, mesh_per_body);
+    BtAssert(child_node);
+    parent_node->AddChild(child_node);
+    *has_geometry |= child_has_geometry;
+  }
+}
+
+KFbxNode* CreateSkeletonNodes(GeoBodies* geo_bodies, bool* has_geometry, KFbxScene* scene,
+                              const BaModelData& model_data, const BaMDBody& body,
+                              const BaUnlockedMapping& mapping, float scale_factor,
+                              bool mesh_per_body) {
+  *has_geometry = false;
+  KFbxNode* const skel_node = CreateNode(scene, model_data, body, mapping, scale_factor);
+  std::vector<Level> levels = {{&body, skel_node, &model_data.childBodies(body.name()), 0, false}};
   while (!theExceptObj.cancelAsked()) {
     Level& level = levels.back();
     if (level.next_child < level.children->size()) {
-      const BaMDBody* body = (*level.children)[level.next_child++];
-      if (body == nullptr) continue;
-      KFbxNode* child_node = CreateNode(scene, model_data, *body, mapping, scale_factor);
+      const BaMDBody* child = (*level.children)[level.next_child++];
+      if (child == nullptr) continue;
+      KFbxNode* child_node = CreateNode(scene, model_data, *child, mapping, scale_factor);
       BtAssert(child_node);
       level.node->AddChild(child_node);
-      levels.push_back({body, child_node, &model_data.childBodies(body->name()), 0, false});
+      levels.push_back({child, child_node, &model_data.childBodies(child->name()), 0, false});
       continue;
     }
-    if (levels.size() == 1) break;
     const bool has_polys = BodyHasPolys(model_data, *level.body);
     const bool chain_has_polys = has_polys || level.has_geometry;
     if (chain_has_polys) AddGeoBody(level, has_polys, mesh_per_body, geo_bodies);
     levels.pop_back();
+    if (levels.empty()) {
+      *has_geometry = chain_has_polys;
+      break;
+    }
     levels.back().has_geometry |= chain_has_polys;
   }
-  *has_geometry = levels.back().has_geometry;
+  return skel_node;
 }
 
 KFbxNode::ERotationOrder GetRotationOrder(const BaMDBody& body, const BaUnlockedMapping& mapping) {
-  const BaUnlockedBodyMap* body_map = mapping.bodyMap(body.id());
+  const BaUnlockedBodyMap* body_map = body.hasId() ? mapping.bodyMap(body.id()) : nullptr;
   if (body_map == nullptr) return KFbxNode::ERotationOrder{};
   std::string order_str;
-  for (int position = 0; position < kTransforms; ++position) {
-    const int axis = body_map->transformId(position) - kFirstRotationId;
-    if (axis >= 0) order_str.insert(0, 1, static_cast<char>('X' + axis));
+  for (const BaUnlockedTransform& transform : body_map->transforms()) {
+    if (!transform.isRotation()) continue;
+    order_str.insert(0, 1, static_cast<char>('X' + static_cast<int>(transform.axis())));
   }
   const auto* order = std::find(std::begin(kRotationOrders), std::end(kRotationOrders), order_str);
   BtAssert(order != std::end(kRotationOrders), "order_str==\"ZYX\"");

@@ -32,9 +32,17 @@ void CreateChildSkeletonNodes(const BaModelData& model_data, const BtStr& parent
                               const BaUnlockedMapping& mapping, float scale_factor,
                               KFbxNode* parent_node, bool mesh_per_body);
 
+// Builds the node of one body with everything below it and answers the node, which has no parent
+// yet. The rest is as above; `has_geometry` becomes true when any body of the subtree holds
+// polygons.
+KFbxNode* CreateSkeletonNodes(GeoBodies* geo_bodies, bool* has_geometry, KFbxScene* scene,
+                              const BaModelData& model_data, const BaMDBody& body,
+                              const BaUnlockedMapping& mapping, float scale_factor,
+                              bool mesh_per_body);
+
 // The order in which a reader of the file combines a body's rotations: the body map's sequence read
-// backwards; XYZ for a body that the mapping does not name. A map that does not rotate about each
-// axis once is an assertion failure.
+// backwards; XYZ for a body that the mapping does not name, or that has no id to be named by. A map
+// that does not rotate about each axis once is an assertion failure.
 KFbxNode::ERotationOrder GetRotationOrder(const BaMDBody& body, const BaUnlockedMapping& mapping);
 
 // Adds the global rest transforms of `start` and everything below it to the pose of this name,

@@ -105,7 +105,8 @@ TEST(BaMapping, EditsKeepTheLookupsTrue) {
   EXPECT_EQ(ids, (BtDArray<int>{5, 3}));
   BtList<Ba_Transform*> driven;
   mapping.getSysVarTransforms(&driven, 2);
-  EXPECT_EQ(driven.count(), 2);
+  mapping.getSysVarTransforms(&driven, 3);  // is appended
+  EXPECT_EQ(driven.count(), 3);
   mapping.changeBodyIds({{5, 2}, {2, 3}, {3, 5}, {99, 1}});
   mapping.getBodies(&ids);
   EXPECT_EQ(ids, (BtDArray<int>{2, 3, 5}));
@@ -249,6 +250,9 @@ TEST(BaMappingDeathTest, MisuseAborts) {
   static BaUnlockedTransformList translations = {{1, 1}, {2, 1}, {3, 1}};
   static const BaUnlockedTransform z_translation(3, 1);
   static const BaUnlockedTransform x_rotation(4, 1);
+  static const BtIntArray to_none = {0, 0};
+  static const BtIntArray to_negative = {0, -1};
+  static const auto combination = Scan("1 1 2 3 4 5 6 -2 0 1 1 0 0 0 0 0");
   static const auto undriven = Scan("1 1 2 3 4 5 6 0 0 0 0 0 0");
   ExpectAssertions({
       {"body_id>=1", [] { BaUnlockedBodyMap(0, {1}, six); }},
@@ -280,6 +284,13 @@ TEST(BaMappingDeathTest, MisuseAborts) {
       {"bodyMap(body_id)!=0", [] { mapping.removeBodyMap(3); }},
       {"bodyMap(to)==0", [] { mapping.changeBodyId(1, 2); }},
       {"bodyMap(to)==0", [] { mapping.changeBodyIds(onto_another); }},
+      {"!isOwned()", [] { *mapping.bodyMap(1) = *mapping.bodyMap(2); }},
+      {"sysvar_id>=0", [] { Scan("1 1 2 3 4 5 6 1 0 0 0 0 0")->renumberSysVarIds(to_negative); }},
+      {"sysvar_id>=1", [] { combination->renumberSysVarIds(to_none); }},
+      {"sysvar_id>=1", [] { combination->offsetSysVarIds(-1); }},
+      {"id<=INT_MAX-offset", [] { combination->offsetSysVarIds(2147483647); }},
+      {"!file.isNull()", [] { (void)mapping.read(BtStr(), true); }},
+      {"file", [] { (void)mapping.save(nullptr); }},
   });
 }
 

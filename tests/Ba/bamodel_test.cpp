@@ -2,6 +2,7 @@
 
 #include "Ba/modeltexts.h"
 #include "Bt/deathcases.h"
+#include "bamodelcombine.h"
 #include "btset.h"
 
 namespace {
@@ -252,9 +253,20 @@ TEST(BaMaterial, OwnsItsAttributes) {
 }
 
 void AddSecondBody(int id) {
-  auto body = std::make_unique<BaBody>();
-  body->setId(id);
-  LegacyModel(Body(id, "b", 0)).addBody(std::move(body));
+  BaModel model;
+  model.beginLoad();
+  for (int i = 0; i < 2; ++i) {
+    auto body = std::make_unique<BaBody>();
+    body->setId(id);
+    model.load(std::move(body));
+  }
+}
+
+// An edit, or what only loading does.
+void AfterBeginLoad(void (*act)(BaModel&)) {
+  BaModel model;
+  model.beginLoad();
+  act(model);
 }
 
 TEST(BaModelDeathTest, StopsOnMisuse) {
@@ -263,13 +275,36 @@ TEST(BaModelDeathTest, StopsOnMisuse) {
   static BaBody boned;
   boned.add(static_cast<BaBone*>(nullptr));
   ExpectAssertions({
-      {"kind!=Shininess && kind!=Alpha", [] { Ba_MatRGBAttr attr(Ba_MatAttr_t::Alpha); }},
+      {"kind!=Shininess && kind!=Alpha", [] { Ba_MatRGBAttr attr(Alpha); }},
       {"kind==Shininess || kind==Alpha", [] { Ba_MatFAttr attr(Ba_MatAttr_t::Diffuse); }},
       {"psf>0.0f", [] { BaBody().setPostScaleFactor(0); }},
       {"tc.size()==_n_vertices", [] { BaTexturedPolygon().setVertices(three, two); }},
       {"tc.size()==nverts", [] { BaTexturedTMesh().setVertices(three, two); }},
       {"_n_bones_added == _bones.size()", [] { boned.preAddElements(); }},
-      {"!mat->name().isNull()", [] { BaModel().addMaterial(std::make_unique<BaMaterial>()); }},
+      {"!mat->name().isNull()",
+       [] { AfterBeginLoad([](BaModel& m) { m.load(std::make_unique<BaMaterial>()); }); }},
+      {"isLoading()", [] { BaModel().load(std::make_unique<BaBody>()); }},
+      {"isLoading()", [] { BaModel().endLoad(); }},
+      {"_model->isLoading()",
+       [] {
+         BaModel model;
+         BaModelCombine combine(&model);
+       }},
+      {"object", [] { AfterBeginLoad([](BaModel& m) { m.load(std::unique_ptr<BaBone>()); }); }},
+      {"!isLoading()", [] { AfterBeginLoad([](BaModel& m) { m.addBody(BaBody()); }); }},
+      {"!isLoading()", [] { AfterBeginLoad([](BaModel& m) { m.addMuscle(BaMuscle()); }); }},
+      {"!isLoading()", [] { AfterBeginLoad([](BaModel& m) { m.removeBones(); }); }},
+      {"!isLoading()", [] { AfterBeginLoad([](BaModel& m) { m.removeUnusedMaterials(false); }); }},
+      {"!isLoading()", [] { AfterBeginLoad([](BaModel& m) { m.addSliderGroups({}); }); }},
+      {"!body_name_suffix.isNull()",
+       [] { AfterBeginLoad([](BaModel& m) { BaModelCombine(&m).add(BaModel(), 0, BtStr()); }); }},
+      {"!model.isLoading()", [] { AfterBeginLoad([](BaModel& m) { m.save("x"); }); }},
+      {"file_name", [] { BaModel().read(nullptr); }},
+      {"file_name", [] { BaModel().save(nullptr); }},
+      {"file_name", [] { (void)BaModelData().read(nullptr); }},
+      {"file_name", [] { (void)BaModelData().save(nullptr); }},
+      {"flags.size()==nverts", [] { BaTMesh().setSwapFlags({1}); }},
+      {"modes.size()==vertices.size()", [] { BaFlexiblePolygon().setVertices(three, {1}); }},
       {"kind()==other.kind()", [] { BaMatAlphaAttr().set(BaMatShininessAttr()); }},
       {"_bodies[new_body->id()]==(BaBody *)0", [] { AddSecondBody(1); }},
   });

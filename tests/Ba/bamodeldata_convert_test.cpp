@@ -129,26 +129,25 @@ TEST(BaModelDataExtract, FindsFreeIds) {
 TEST(BaModelDataExtract, BrokenDocumentsAreRefused) {
   Document data(kDocumentBody + MaterialSection("m") + SliderGroup("g", "s") + Shape("a", "m"));
   data.setLengthUnits({"METERS", 2});
-  BaMDGeometry& geometry = *data.geometries()[0];
-  const auto expect_error = [&data](const char* message) {
+  const auto expect_error = [&data](const std::string& message) {
     BaModel model;
     EXPECT_FALSE(data.extractTo(&model));
     EXPECT_EQ(TakePrinted(), PrintedError(message));
     EXPECT_EQ(Print(FilledDocument(model)), Print(BaModelData()));
     EXPECT_TRUE(model.bodies().empty());
   };
-  geometry.setBodyName("b");
+  AddMDGeometry(&data, "b");
   expect_error("GEOMETRY section specifies a body, \"b\", that does not exist.");
-  geometry.setBodyName("a");
-  geometry.materialGroups()[0]->polygons().push(0);
-  geometry.materialGroups()[0]->polygons().endList();
+  BaMDMaterialGroup& group = *data.geometries()[0]->materialGroups()[0];
+  group.polygons().push(0);
+  group.polygons().endList();
   expect_error("Invlalid vertex in GEOMETRY for body a.");
 }
 
 // And these end the process.
 TEST(BaModelDataExtract, Assertions) {
-  const Document data(kDocumentBody);
-  data.bodies()[0]->setParentName("b");
+  BaModelData data;
+  AddMDBody(&data, "a", "b");
   BaModel model;
   EXPECT_DEATH((void)data.extractTo(&model),
                "Body \"a\" specifies a parent body, \"b\", that does not(.|\n)*p_id!= -1");
@@ -316,8 +315,8 @@ TEST(BaModelDataFill, WeldsCornersOnlyWhenAsked) {
 // Every kind of element, two materials of one name, effects of every kind that a legacy file can
 // hold; bodies stand parents first.
 TEST(BaModelDataFill, LegacyModelsBecomeDocuments) {
-  const LegacyModel model(ModelText("unfilled.mdl").substr(kLegacyHeader.size()));
-  model.findBody(3)->setName("left\tarm x");
+  LegacyModel model(ModelText("unfilled.mdl").substr(kLegacyHeader.size()));
+  model.renameBody(model.findBody(3), "left\tarm x");
   const FilledDocument data(model);
   theExceptObj.clear();
   EXPECT_EQ(Print(data), ModelText("filled.mdl"));
@@ -470,6 +469,17 @@ TEST(BaModelData_PolySet, WeldsAsAnOrderedMapWould) {
   const BaVertex unknown(5, 5, 5);
   EXPECT_DEATH((void)std::as_const(poly_set).vertexAt(unknown),
                "index>=0 && index<vertices.size\\(\\)");
+}
+
+TEST(BaModelData_PolySet, AnswersThePolygonThatItAdded) {
+  BaModelData_PolySet poly_set(1, 0);
+  auto first = Scanned<BaPolygon>("1 3 3 0 0 0 -1 1 0 0 -1 0 1 0 -1");
+  auto second = Scanned<BaPolygon>("1 7 3 1 0 0 -1 1 1 0 -1 0 1 0 -1");
+  poly_set.addPolygon(&first);
+  const BaModelData_PolySet::Polygon* added = poly_set.addPolygon(&second);
+  EXPECT_EQ(added->material_id, 7);
+  EXPECT_EQ(std::vector<int>(added->vertices.begin(), added->vertices.end()),
+            (std::vector<int>{1, 3, 2}));
 }
 
 TEST(BaModelData_PolySet, SplitsLargePolygonsIntoFansOfFaces) {

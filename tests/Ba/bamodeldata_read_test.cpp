@@ -181,8 +181,10 @@ TEST(BaModelDataRead, StopsWhenTheUserCancels) {
 
 TEST(BaModelDataWrite, NamesThatWouldNotComeBackAreErrors) {
   for (const std::string name : {"a b", "a#b", "a}", "a{", "a\\", ""}) {
-    Document data(MaterialSection("m"));
-    data.materials()[0]->setName(name.c_str());
+    BaModelData data;
+    auto material = std::make_unique<BaMDMaterial>();
+    material->setName(name.c_str());
+    data.addMaterial(std::move(material));
     std::ostringstream os;
     EXPECT_FALSE(data.printOn(os));
     EXPECT_EQ(TakePrinted(), PrintedError("Unable to write MATERIAL section.|The name \"" + name +
@@ -196,7 +198,7 @@ TEST(BaModelDataWrite, BodiesAndUnitsThatWouldNotComeBackAreErrors) {
     void (*change)(BaModelData* data);
     std::string errors;
   } cases[] = {
-      {[](BaModelData* data) { data->bodies()[0]->setName("a\x01"); },
+      {[](BaModelData* data) { AddMDBody(data, "a\x01", "GLOBAL"); },
        body + "The name \"a\x01\" cannot be written to a model document."},
       {[](BaModelData* data) { data->bodies()[0]->setCoordSys({}); },
        body + "Unable to write COORDINATE_SYSTEM section.|"
@@ -344,7 +346,7 @@ TEST(BaModelDataWrite, TextsThatWouldNotComeBackAreErrors) {
 }
 
 TEST(BaModelDataWrite, FailuresAndAssertions) {
-  const Document data(EverySection());
+  Document data(EverySection());
   EXPECT_FALSE(data.save("/dev/full"));
   EXPECT_EQ(TakePrinted(), PrintedError("Unable to write '/dev/full'.|Unable to write file."));
   std::ostringstream os;
@@ -353,7 +355,7 @@ TEST(BaModelDataWrite, FailuresAndAssertions) {
   blend.setSliderGroup("g");
   blend.setSliderName("s");
   EXPECT_DEATH((void)blend.printOn(os), "_vectors.size\\(\\)>0");
-  data.geometries()[0]->setBodyName("nobody");
+  AddMDGeometry(&data, "nobody");
   EXPECT_DEATH((void)data.printOn(os), "!BtError\\(\\)");
 }
 

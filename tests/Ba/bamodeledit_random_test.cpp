@@ -153,14 +153,13 @@ class RandomEdits {
   }
   void addFlexiblePolygon() {
     const std::string other = " " + std::to_string(_bodyId()) + " ";
-    _model.addFlexiblePolygon(std::make_unique<BaFlexiblePolygon>(
-        Scanned<BaFlexiblePolygon>(_ids() + _corners(other, "1 "))));
+    const auto polygon = Scanned<BaFlexiblePolygon>(_ids() + _corners(other, "1 "));
+    _model.addBodyFlexiblePolygon(polygon.bodyId(), polygon);
   }
   void addMuscle() {
     std::string ids;
     for (int k = _below(4); k > 0; --k) ids += std::to_string(_bodyId()) + " ";
-    _model.addMuscle(std::make_unique<BaMuscle>(
-        Scanned<BaMuscle>(std::to_string(_materialId()) + " muscle\n" + ids + "\n")));
+    _model.addMuscle(Scanned<BaMuscle>(std::to_string(_materialId()) + " muscle\n" + ids + "\n"));
   }
   void addLights() {
     BaLight light;

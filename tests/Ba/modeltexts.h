@@ -78,6 +78,19 @@ class Document : public BaModelData {
   }
 };
 
+// Sections that no reader lets pass.
+inline void AddMDBody(BaModelData* data, const char* name, const char* parent_name) {
+  auto body = std::make_unique<BaMDBody>();
+  body->setName(name);
+  body->setParentName(parent_name);
+  data->addBody(std::move(body));
+}
+inline void AddMDGeometry(BaModelData* data, const char* body_name) {
+  auto geometry = std::make_unique<BaMDGeometry>();
+  geometry->setBodyName(body_name);
+  data->addGeometry(std::move(geometry));
+}
+
 class ExtractedModel : public BaModel {
  public:
   explicit ExtractedModel(const BaModelData& data) {

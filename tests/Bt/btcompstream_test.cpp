@@ -332,6 +332,9 @@ TEST_F(BtCompStream, IsChosenByTheNameOfATextFile) {
     EXPECT_TRUE(input.stream() >> word && input.close());
     EXPECT_EQ(word, "text");
   }
+  for (const char* ending_alone : {".gz", "b.gz/.Z"}) {
+    EXPECT_EQ(BtTextFileName(ending_alone), ending_alone);
+  }
   EXPECT_FALSE(BtInputFile("none").isOpen());
 }
 

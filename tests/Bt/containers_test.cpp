@@ -100,7 +100,7 @@ TEST(BtDynArray, DoublesItsCapacity) {
   BtDynArray<std::string> array;
   EXPECT_EQ(array.capacity(), 0);
   const std::tuple<int, int, int> steps[] = {
-      {0, 0, 1024}, {1, 1, 1024}, {1023, 1024, 1024}, {1, 1025, 2048}, {8000, 9025, 16384}};
+      {0, 0, 0}, {1, 1, 1024}, {1023, 1024, 1024}, {1, 1025, 2048}, {8000, 9025, 16384}};
   for (const auto& [added, size, capacity] : steps) {
     array.addSize(added, array.empty() ? std::string("text of more than a few bytes") : array[0]);
     EXPECT_EQ(array.size(), size);
@@ -109,10 +109,13 @@ TEST(BtDynArray, DoublesItsCapacity) {
   EXPECT_EQ(array.last(), "text of more than a few bytes");
   array.truncate(2);
   array.append(array[1]);
-  const BtDynArray<std::string> copy(array);
+  BtDynArray<std::string> copy(array);
+  copy.append("text of more than a few bytes");
+  EXPECT_EQ(copy.capacity(), 1024);  // not that of the source
+  EXPECT_EQ(BtDynArray<int>(BtDynArray<int>()).capacity(), 0);
   array.release();
   EXPECT_EQ(array.capacity(), 0);
-  EXPECT_EQ(copy.size(), 3);
+  EXPECT_EQ(copy.size(), 4);
   EXPECT_EQ(copy.last(), "text of more than a few bytes");
 }
 
@@ -277,6 +280,9 @@ TEST(BtList, CopiesAreDeepAndMovesTakeAll) {
   copy[1] = "B";
   EXPECT_EQ(list[1], "b");
   EXPECT_NE(list, copy);
+  BtDLListIter<std::string> last(&std::as_const(list).list());
+  while (*last.data() != "c") last.next();
+  EXPECT_EQ(last.position(), 2);
   const BtList<std::string> moved(std::move(copy));
   copy = moved;
   EXPECT_EQ(copy, moved);
@@ -305,6 +311,7 @@ TEST(ContainersDeathTest, MisuseIsAnAssertion) {
   static Cursor end = Cursor(&BtList<char>().list());
   static const Cursor outlives = At(released.get(), 0);
   other.remove(0);
+  static BtList<char> untouched{'c'};
   ExpectDeaths({{"Bt_DLListCursor::data(): retrieving data from deleted node.\n",
                  [] { (void)removed.data(); }}});
   ExpectAssertions({
@@ -333,6 +340,11 @@ TEST(ContainersDeathTest, MisuseIsAnAssertion) {
       {"!c1.atEnd()", [] { list.list().swap(end, b); }},
       {"!c2.atEnd()", [] { list.list().swap(a, end); }},
       {"c2._listPtr()==this", [] { list.list().swap(a, b); }},
+      {"!c1._node->isDeleted()", [] { other.list().swap(removed, b); }},
+      {"!c2._node->isDeleted()", [] { other.list().swap(b, removed); }},
+      {"_n_cursors==0", [] { untouched = std::move(list); }},
+      {"_n_cursors==0", [] { list = std::move(untouched); }},
+      {"_n_cursors==0", [] { const BtList<char> moved(std::move(list)); }},
       {"node->refCount()==0", [] { released.reset(); }},
       {"_count==0", [] { BtDoubleLinkedList().append(nullptr); }},
   });

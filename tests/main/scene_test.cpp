@@ -19,6 +19,7 @@
 #include "kfbxpose.h"
 #include "kfbxskeleton.h"
 #include "kfbxsurfacephong.h"
+#include "skeleton.h"
 #include "support/documenterrors.h"
 #include "support/printed.h"
 
@@ -120,6 +121,22 @@ TEST(SceneDeathTest, StopsOnMapsThatDoNotRotateAboutEachAxis) {
   for (const char* order : {"4 4 6 1 2 3", "1 2 3 1 2 3", "4 5 1 2 3 3", "4 5 6 4 5 6"}) {
     EXPECT_DEATH(BuiltScene(kHeader + BodyAt(1, "a", 0), DofWithOrder(order)), "order_str==\"ZYX\"")
         << order;
+  }
+}
+
+// Callers of the library may build body maps of any length and bodies without ids.
+TEST(SceneDeathTest, ReadsTheOrderOfBodyMapsThatNoFileHolds) {
+  BaUnlockedMapping mapping;
+  mapping.addBodyMap({1, {6, 5, 4}, {0, 0, 0, 1, 2, 3}});
+  mapping.addBodyMap({2, {4, 5}, {0, 0, 0, 1, 2, 3}});
+  mapping.addBodyMap({3, {}, {}});
+  BaMDBody body;
+  EXPECT_EQ(GetRotationOrder(body, mapping), eEULER_XYZ);
+  body.setId(1);
+  EXPECT_EQ(GetRotationOrder(body, mapping), eEULER_XYZ);
+  for (const int id : {2, 3}) {
+    body.setId(id);
+    EXPECT_DEATH((void)GetRotationOrder(body, mapping), "order_str==\"ZYX\"") << id;
   }
 }
 

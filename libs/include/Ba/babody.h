@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "baelements.h"
+#include "bakey.h"
 #include "btcoordsys.h"
 #include "btfloatmat.h"
 #include "btstr.h"
@@ -26,10 +27,10 @@ class BaBodyObj {
   BaBodyObj(const BaBodyObj&) = delete;
   BaBodyObj& operator=(const BaBodyObj&) = delete;
 
-  [[nodiscard]] virtual const BtStr& name() const { return _name; }
+  [[nodiscard]] virtual const BtStr& name() const { return _name.get(); }
   // -1 for none.
   [[nodiscard]] virtual int parentId() const { return _parent_id; }
-  [[nodiscard]] virtual int id() const { return _id; }
+  [[nodiscard]] virtual int id() const { return _id.get(); }
   // The system of the body as its parent sees it.
   virtual void getTransformation(BtCoordSystem* coord_system) const;
   [[nodiscard]] virtual float postScaleFactor() const { return _post_scale_factor; }
@@ -42,8 +43,9 @@ class BaBodyObj {
   // The transform: rows 0 to 2 are the body's axes, row 3 is its origin, as the parent sees them.
   [[nodiscard]] const Bt4X4FloatMat& transform() const { return _transform; }
   void setTransform(const Bt4X4FloatMat& transform) { _transform = transform; }
-  void setName(const BtStr& name) { _name = name; }
-  void setId(int id) { _id = id; }
+  // For a body that no model owns; one in a model is renamed and renumbered by the model.
+  void setName(const BtStr& name) { _name.set(name); }
+  void setId(int id) { _id.set(id); }
   void setParentId(int id) { _parent_id = id; }
   // Asserts that the factor is above 0.
   void setPostScaleFactor(float psf);
@@ -68,8 +70,10 @@ class BaBodyObj {
   BaBodyObj() = default;
 
  private:
-  BtStr _name;
-  int _id = -1;
+  friend class BaModel;  // finds its bodies by these
+
+  BaKey<BtStr> _name;
+  BaKey<int> _id{-1};
   int _parent_id = -1;
   Bt4X4FloatMat _transform;
   BaBodyObj* _parent = nullptr;

@@ -6,10 +6,13 @@
 #include <memory>
 
 #include "array.h"
+#include "bakey.h"
 #include "batransform.h"
 #include "btlist.h"
 #include "btscan.h"
 
+// The body id is given when the body map is made. To assign a body map of another body to one that
+// a mapping owns is an assertion failure; BaUnlockedMapping::changeBodyId() gives it another id.
 class BaUnlockedBodyMap {
  public:
   // No body yet: the id is -1 and there are no transforms.
@@ -22,7 +25,7 @@ class BaUnlockedBodyMap {
   // Writes the record as it is read. Asserts that each of the six transforms is there once.
   void printOn(std::ostream& os) const;
 
-  [[nodiscard]] int bodyId() const { return _body_id; }
+  [[nodiscard]] int bodyId() const { return _body_id.get(); }
   // Replaces all transforms. `order` lists transform ids in the order in which they are applied,
   // none of them twice; `sysvar_ids` has a variable (0 for none) per transform id, from id 1 on.
   void set(const BtList<int>& order, const BtList<int>& sysvar_ids);
@@ -67,21 +70,23 @@ class BaUnlockedBodyMap {
   void forEachSysVarId(Visit visit) const {
     for (const BaUnlockedTransform& transform : _transforms) transform.forEachSysVarId(visit);
   }
-  // Replaces every variable id i by new_ids[i]; 0, which stands for no variable, stays.
+  // Replaces every variable id i by new_ids[i]; 0, which stands for no variable, stays. Asserts
+  // that the new ids can be written: 1 or above in a combination, otherwise 0 or above.
   void renumberSysVarIds(const BtArray<int>& new_ids);
-  // Adds an offset to every variable id but 0; no sum may leave the range of int.
+  // Adds an offset to every variable id but 0. Asserts the same of the sums, and that they are
+  // ints.
   void offsetSysVarIds(int offset);
 
   bool operator==(const BaUnlockedBodyMap& other) const = default;
 
  private:
-  friend class BaUnlockedMapping;  // finds its body maps by id, so it alone changes the id
+  friend class BaUnlockedMapping;  // finds its body maps by id
 
   void _setBodyId(int body_id);
   bool _scanFrom(BtScanner* scanner);
   [[nodiscard]] const BaUnlockedTransform& _transform(int id) const;
 
-  int _body_id = -1;
+  BaKey<int> _body_id{-1};
   BaUnlockedTransformList _transforms;
 };
 

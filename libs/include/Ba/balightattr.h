@@ -11,7 +11,7 @@
 
 class BtScanner;
 
-enum class Ba_LightAttr_t {
+enum Ba_LightAttr_t {
   AmbientAttr,        // red, green, blue
   DiffuseAttr,        // red, green, blue: the colour of a light
   SpecularAttr,       // red, green, blue

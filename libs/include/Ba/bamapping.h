@@ -79,12 +79,13 @@ class BaUnlockedMapping {
   // Null for a body that is not mapped. Takes constant time.
   [[nodiscard]] const BaUnlockedBodyMap* bodyMap(int body_id) const;
   [[nodiscard]] BaUnlockedBodyMap* bodyMap(int body_id);
-  // Each of these replaces its answer's content. Body ids are in list order, variable ids
+  // The first three that follow replace their answer's content; transforms are appended, as
+  // BaUnlockedBodyMap::getSysVarTransforms() does. Body ids are in list order, variable ids
   // ascending. Variables are those of transforms, 0 left out.
   void getBodies(BtDArray<int>* body_ids) const;
   void getBodiesUsingSysVar(BtDArray<int>* body_ids, int var_id) const;
-  void getSysVarTransforms(BtList<Ba_Transform*>* transforms, int var_id);
   void getUsedSysVarIds(BtDArray<int>* var_ids) const;
+  void getSysVarTransforms(BtList<Ba_Transform*>* transforms, int var_id);
   [[nodiscard]] const std::vector<TextureIndexMap>& textureIndexMaps() const {
     return _texture_index_maps;
   }
@@ -150,9 +151,6 @@ class BaUnlockedMapping {
   std::vector<BlendEffectMap> _blend_effect_maps;
   std::vector<Include> _includes;
   BtStr _directory = ".";  // where relative names of includes start from
-  // Of a mapping that is itself included: what is added to its ids.
-  int _body_id_offset = 0;
-  int _sysvar_id_offset = 0;
 };
 
 std::ostream& operator<<(std::ostream& os, const BaUnlockedMapping& mapping);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "bakey.h"
 #include "bamaterialattr.h"
 #include "batexture.h"
 #include "btlist.h"
@@ -20,12 +21,13 @@ class BaMaterial {
   BaMaterial& operator=(const BaMaterial&) = delete;
   ~BaMaterial() { _magic_number = 0; }
 
-  // Id and name of a material in a model are looked up there: set them before it is added.
-  [[nodiscard]] int id() const { return _id; }
-  void setId(int id) { _id = id; }
+  // Id and name are set while no model owns the material; one in a model is renamed and renumbered
+  // by the model.
+  [[nodiscard]] int id() const { return _id.get(); }
+  void setId(int id) { _id.set(id); }
   // Never empty after reading.
-  [[nodiscard]] const BtStr& name() const { return _name; }
-  void setName(const BtStr& name) { _name = name; }
+  [[nodiscard]] const BtStr& name() const { return _name.get(); }
+  void setName(const BtStr& name) { _name.set(name); }
   // The version of the file that the material comes from; it says whether textures may occur.
   [[nodiscard]] float version() const { return _version; }
   void setVersion(float version) { _version = version; }
@@ -61,6 +63,8 @@ class BaMaterial {
   void printOn(std::ostream& os) const;
 
  private:
+  friend class BaModel;  // finds its materials by id and name
+
   static constexpr unsigned kMagicNumber = 0xBA3A7E51;
 
   void _checkMagicNumber() const { BtAssert(_magic_number == kMagicNumber); }
@@ -69,8 +73,8 @@ class BaMaterial {
   bool _scanAttribute(int code, BtScanner& in);
   bool _scanTexture(BtScanner& in);
 
-  int _id = -1;
-  BtStr _name;
+  BaKey<int> _id{-1};
+  BaKey<BtStr> _name;
   float _version = 0;
   BtList<std::unique_ptr<Ba_MatAttr>> _attributes;
   std::vector<BaTexture> _textures;

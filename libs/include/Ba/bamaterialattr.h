@@ -7,7 +7,7 @@
 
 #include "btassert.h"
 
-enum class Ba_MatAttr_t { Emission, Ambient, Diffuse, Specular, Shininess, Alpha };
+enum Ba_MatAttr_t { Emission, Ambient, Diffuse, Specular, Shininess, Alpha };
 
 // The base of all attributes: a kind and its numbers.
 class Ba_MatAttr {

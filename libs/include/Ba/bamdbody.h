@@ -4,6 +4,7 @@
 #include <iosfwd>
 #include <optional>
 
+#include "bakey.h"
 #include "bamdcoordsys.h"
 #include "btstr.h"
 
@@ -14,18 +15,18 @@ class BaMDBody {
   // The parent name that stands for the world.
   static constexpr const char* kWorldName = "GLOBAL";
 
-  [[nodiscard]] const BtStr& name() const { return _name; }
-  // A body of a document is renamed with BaModelData::changeBodyNames, which keeps the lookups
-  // true.
-  void setName(const BtStr& name) { _name = name; }
-  [[nodiscard]] bool hasId() const { return _id.has_value(); }
+  // The setters of names and id assert that no document owns the body, which is looked up by them;
+  // BaModelData::changeBodyNames renames the bodies of a document.
+  [[nodiscard]] const BtStr& name() const { return _name.get(); }
+  void setName(const BtStr& name) { _name.set(name); }
+  [[nodiscard]] bool hasId() const { return _id.get().has_value(); }
   // Asserts hasId().
   [[nodiscard]] int id() const;
-  void setId(int id) { _id = id; }
+  void setId(int id) { _id.set(id); }
   // Null until it is set.
-  [[nodiscard]] const BtStr& parentName() const { return _parent_name; }
-  void setParentName(const BtStr& name) { _parent_name = name; }
-  [[nodiscard]] bool isTopLevel() const { return _parent_name == kWorldName; }
+  [[nodiscard]] const BtStr& parentName() const { return _parent_name.get(); }
+  void setParentName(const BtStr& name) { _parent_name.set(name); }
+  [[nodiscard]] bool isTopLevel() const { return parentName() == kWorldName; }
   [[nodiscard]] const BaMDCoordSys& coordSys() const { return _coord_sys; }
   void setCoordSys(const BaMDCoordSys& coord_sys) { _coord_sys = coord_sys; }
 
@@ -38,8 +39,10 @@ class BaMDBody {
   friend bool operator==(const BaMDBody& a, const BaMDBody& b) = default;
 
  private:
-  BtStr _name;
-  std::optional<int> _id;
+  friend class BaModelData;
+
+  BaKey<BtStr> _name;
+  BaKey<std::optional<int>> _id;
   BaMDCoordSys _coord_sys;
-  BtStr _parent_name;
+  BaKey<BtStr> _parent_name;
 };

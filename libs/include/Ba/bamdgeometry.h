@@ -6,13 +6,13 @@
 #include <memory>
 
 #include "array.h"
+#include "bakey.h"
 #include "bamdmaterialgroup.h"
 #include "batexturecoords.h"
 #include "btlist.h"
 #include "btstr.h"
 
 class BaMDSource;
-
 class BaMDVertices;
 
 class BaMDGeometry {
@@ -25,8 +25,9 @@ class BaMDGeometry {
   ~BaMDGeometry();
 
   // The body that the geometry belongs to, in whose system its points are.
-  [[nodiscard]] const BtStr& bodyName() const { return _body_name; }
-  void setBodyName(const BtStr& name) { _body_name = name; }
+  [[nodiscard]] const BtStr& bodyName() const { return _body_name.get(); }
+  // Asserts that no document owns the geometry, which is looked up by its body.
+  void setBodyName(const BtStr& name) { _body_name.set(name); }
   // The vertex set; null for a geometry that has bones only.
   [[nodiscard]] const BtStr& verticesName() const { return _vertices_name; }
   void setVerticesName(const BtStr& name) { _vertices_name = name; }
@@ -52,11 +53,13 @@ class BaMDGeometry {
   // must be among `materials`, unless that is null.
   bool scanFrom(std::istream& is, const Materials* materials);
   bool scanFrom(BaMDSource& source, const Materials* materials);
-  // Writes the section; asserts that the body's name is set.
+  // Writes the section; false after a recorded error, such as that the body has no name.
   bool printOn(std::ostream& os) const;
 
  private:
-  BtStr _body_name;
+  friend class BaModelData;
+
+  BaKey<BtStr> _body_name;
   BtStr _vertices_name;
   BtDArray<BaTextureCoords> _texture_coords;
   BtList<BaMDMaterialGroup*> _groups;

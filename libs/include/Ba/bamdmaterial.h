@@ -4,6 +4,7 @@
 #include <iosfwd>
 #include <memory>
 
+#include "bakey.h"
 #include "bamdtexture.h"
 #include "btfloatarray.h"
 #include "btlist.h"
@@ -19,8 +20,9 @@ class BaMDMaterial {
   BaMDMaterial& operator=(const BaMDMaterial&) = delete;
   ~BaMDMaterial();
 
-  [[nodiscard]] const BtStr& name() const { return _name; }
-  void setName(const BtStr& name) { _name = name; }
+  [[nodiscard]] const BtStr& name() const { return _name.get(); }
+  // Asserts that nothing owns the material, which is looked up by its name.
+  void setName(const BtStr& name) { _name.set(name); }
   [[nodiscard]] const BtFloatArray& emission() const { return _emission; }
   [[nodiscard]] const BtFloatArray& ambient() const { return _ambient; }
   [[nodiscard]] const BtFloatArray& diffuse() const { return _diffuse; }
@@ -45,7 +47,9 @@ class BaMDMaterial {
   bool printOn(std::ostream& os) const;
 
  private:
-  BtStr _name;
+  friend class BaModelData;
+
+  BaKey<BtStr> _name;
   BtFloatArray _emission;
   BtFloatArray _ambient;
   BtFloatArray _diffuse;

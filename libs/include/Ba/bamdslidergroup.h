@@ -3,6 +3,7 @@
 
 #include <iosfwd>
 
+#include "bakey.h"
 #include "btlist.h"
 #include "btstr.h"
 
@@ -10,8 +11,9 @@ class BaMDSource;
 
 class BaMDSliderGroup {
  public:
-  [[nodiscard]] const BtStr& name() const { return _name; }
-  void setName(const BtStr& name) { _name = name; }
+  [[nodiscard]] const BtStr& name() const { return _name.get(); }
+  // Asserts that nothing owns the group, which is looked up by its name.
+  void setName(const BtStr& name) { _name.set(name); }
   // Names of the sliders, in order.
   [[nodiscard]] const BtList<BtStr>& sliders() const { return _sliders; }
   void addSlider(const BtStr& name) { _sliders.append(name); }
@@ -25,6 +27,9 @@ class BaMDSliderGroup {
   friend bool operator==(const BaMDSliderGroup& a, const BaMDSliderGroup& b) = default;
 
  private:
-  BtStr _name;
+  friend class BaModel;
+  friend class BaModelData;
+
+  BaKey<BtStr> _name;
   BtList<BtStr> _sliders;
 };

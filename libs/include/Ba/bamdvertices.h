@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "array.h"
+#include "bakey.h"
 #include "bamdpoint.h"
 #include "bamdvertexeffects.h"
 #include "btlist.h"
@@ -19,8 +20,9 @@ class BaMDVertices {
   BaMDVertices& operator=(const BaMDVertices&) = delete;
   ~BaMDVertices();
 
-  [[nodiscard]] const BtStr& name() const { return _name; }
-  void setName(const BtStr& name) { _name = name; }
+  [[nodiscard]] const BtStr& name() const { return _name.get(); }
+  // Asserts that nothing owns the set, which is looked up by its name.
+  void setName(const BtStr& name) { _name.set(name); }
   // In the system of the body whose geometry uses the set; index i of the document is element i
   // - 1.
   [[nodiscard]] const BtDArray<BaMDPoint>& coordinates() const { return _coordinates; }
@@ -36,7 +38,9 @@ class BaMDVertices {
   bool printOn(std::ostream& os) const;
 
  private:
-  BtStr _name;
+  friend class BaModelData;
+
+  BaKey<BtStr> _name;
   BtDArray<BaMDPoint> _coordinates;
   BtList<BaMDVertexEffects*> _effects;
 };

@@ -5,6 +5,7 @@
 #include <functional>
 #include <iosfwd>
 #include <memory>
+#include <utility>
 
 #include "babody.h"
 #include "babone.h"
@@ -122,36 +123,33 @@ class BaModel {
   // All vertices of the model, in the order in which the writer has their elements.
   void getVertices(BtDArray<BaVertex*>* vertices) const;
 
-  // Building. A model is built between beginLoad(), which asserts that it is empty and makes the
-  // reference body, and endLoad(). Between the two the collections grow ahead of their content.
+  // Loading. A model is loaded between beginLoad(), which asserts that it is empty and makes the
+  // reference body, and endLoad(). Between the two the collections grow ahead of their content, and
+  // edits are assertion failures.
 
   void beginLoad();
   // Trims the collections and links parents and children. False after a recorded error: a parent
-  // that does not exist, or a body that is its own ancestor.
+  // that does not exist, or a body that is its own ancestor; the model is of no use then.
   bool endLoad();
-  // Where elements that are about to be added may place their arrays, for as long as the model has
+  [[nodiscard]] bool isLoading() const { return _loading; }
+  // Where elements that are about to be loaded may place their arrays, for as long as the model has
   // its content.
   BtArena* arena() { return &_arena; }
-  // Each takes an element and answers it. Ids and names must be set before. Asserts that an id is
+  // Takes a body, a material, a light, a lighting model, a muscle, a slider group or an element of
+  // any kind, and answers it. Ids and names must be set before. Asserts isLoading(), that an id is
   // within range and free (bodies, materials) and that the body and the material of an element
   // exist.
-  BaBody* addBody(std::unique_ptr<BaBody> body);
-  BaMaterial* addMaterial(std::unique_ptr<BaMaterial> material);
-  BaLightingModel* addLightingModel(std::unique_ptr<BaLightingModel> lighting_model);
-  BaLight* addLight(std::unique_ptr<BaLight> light);
-  BaBone* addBone(std::unique_ptr<BaBone> bone);
-  BaPolygon* addPolygon(std::unique_ptr<BaPolygon> polygon);
-  BaTexturedPolygon* addTexturedPolygon(std::unique_ptr<BaTexturedPolygon> polygon);
-  BaFlexiblePolygon* addFlexiblePolygon(std::unique_ptr<BaFlexiblePolygon> polygon);
-  BaTMesh* addTMesh(std::unique_ptr<BaTMesh> mesh);
-  BaTexturedTMesh* addTexturedTMesh(std::unique_ptr<BaTexturedTMesh> mesh);
-  BaMuscle* addMuscle(std::unique_ptr<BaMuscle> muscle);
-  BaMDSliderGroup* addSliderGroup(std::unique_ptr<BaMDSliderGroup> group);
+  template <class T>
+  T* load(std::unique_ptr<T> object) {
+    BtAssert(_loading, "isLoading()");
+    BtAssert(object != nullptr, "object");
+    return _take(std::move(object));
+  }
 
   // Edits, of a model that was read or that endLoad() was called for; of an empty model as well,
   // to which adding a body adds the reference body. Each leaves a model that passes
-  // checkInvariants(). What they take as a plain reference is copied. Misuse is an assertion
-  // failure.
+  // checkInvariants(). What they take is copied. Misuse is an assertion failure, and so is an edit
+  // of a model that is being loaded.
 
   // Adds name, id, parent id, transform and post scale factor of a body, without elements, links or
   // children. A parent id of -1 hangs it under the reference body. Asserts that the id is free and
@@ -173,12 +171,22 @@ class BaModel {
   BaTexturedPolygon* addBodyTexturedPolygon(int body_id, const BaTexturedPolygon& polygon);
   BaTMesh* addBodyTMesh(int body_id, const BaTMesh& t_mesh);
   BaTexturedTMesh* addBodyTexturedTMesh(int body_id, const BaTexturedTMesh& t_mesh);
+  // The other body must exist, too.
+  BaFlexiblePolygon* addBodyFlexiblePolygon(int body_id, const BaFlexiblePolygon& polygon);
   // Adds a triangle mesh for every strip of a shape that stands in the system of the body.
   void addBodyTMeshes(int body_id, int material_id, const Bt_GeoObj& geometry);
   // Adds slider groups. The sliders of a group whose name the model has already go to that group,
   // where they are not there yet.
   void addSliderGroups(const BtList<BaMDSliderGroup*>& groups);
+  BaMuscle* addMuscle(const BaMuscle& muscle);
 
+  // Give a body, a material or a slider group of the model another name, which nothing of its kind
+  // may have yet. The reference body keeps its name; blend effects follow their slider group.
+  void renameBody(BaBody* body, const BtStr& name);
+  void renameMaterial(BaMaterial* material, const BtStr& name);
+  void renameSliderGroup(BaMDSliderGroup* group, const BtStr& name);
+  // Gives a material another id, which must be new. What uses the material follows.
+  void changeMaterialId(BaMaterial* material, int new_id);
   // Gives a body another id. Everything that refers to the body follows: its elements, its
   // children, flex2 effects, flexible polygons, muscles. A reference to a body that does not exist
   // stays one. A mapping is to be told with BaUnlockedMapping::changeBodyId(). The reference body
@@ -222,6 +230,23 @@ class BaModel {
   friend class Ba_ModelChecker;
   friend class BaModelData;  // which empties a model that it failed to extract to
 
+  // What adds to the model, both for loading and for edits.
+  BaBody* _take(std::unique_ptr<BaBody> body);
+  BaMaterial* _take(std::unique_ptr<BaMaterial> material);
+  BaLightingModel* _take(std::unique_ptr<BaLightingModel> lighting_model);
+  BaLight* _take(std::unique_ptr<BaLight> light);
+  BaBone* _take(std::unique_ptr<BaBone> bone);
+  BaPolygon* _take(std::unique_ptr<BaPolygon> polygon);
+  BaTexturedPolygon* _take(std::unique_ptr<BaTexturedPolygon> polygon);
+  BaFlexiblePolygon* _take(std::unique_ptr<BaFlexiblePolygon> polygon);
+  BaTMesh* _take(std::unique_ptr<BaTMesh> mesh);
+  BaTexturedTMesh* _take(std::unique_ptr<BaTexturedTMesh> mesh);
+  BaMuscle* _take(std::unique_ptr<BaMuscle> muscle);
+  BaMDSliderGroup* _take(std::unique_ptr<BaMDSliderGroup> group);
+  void _addReferenceBody();
+  // Asserts that the model may be edited.
+  void _assertEditable() const;
+
   // Deletes everything and forgets version, units and settings.
   void _clear();
   // Reads either form of text. `file_name` is the file that the text comes from, null for none.
@@ -234,20 +259,23 @@ class BaModel {
   void _trim();
   void _growBodyTable(int id);
   void _indexBody(BaBody* body);
-  // For a body that is in the table no more.
-  void _unindexBody(const BaBody* body);
+  // For a name that a body had.
+  void _unindexBody(const BaBody* body, const BtStr& name);
   void _linkBody(BaBody* body);
   void _renumberBodyReferences(const BtHashMap<int, int>& new_ids);
   void _removeElementsOf(BaBody* body);
   void _removeReferencesTo(const BaBody& body);
   void _moveChildrenUp(BaBody* body);
   void _indexMaterial(BaMaterial* material);
+  void _indexMaterials();
+  void _changeMaterialIds(const BtHashMap<int, int>& new_ids);
   void _renumberMaterials();
   template <class T>
   T* _addElement(Elements<T>* elements, std::unique_ptr<T> element, int chunk);
 
   float _version = 0;
   volatile int _valid = 1;
+  bool _loading = false;
   BtArena _arena;  // goes after everything that has arrays in it
   BtDArray<std::unique_ptr<BaBody>> _bodies;
   BtList<std::unique_ptr<BaLightingModel>> _lighting_models;

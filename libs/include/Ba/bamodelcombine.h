@@ -6,7 +6,7 @@
 #include "bamodel.h"
 #include "bthash.h"
 
-// Adds copies of models to one that is being built. Units and settings stay those of the model.
+// Adds copies of models to one that is being loaded. Units and settings stay those of the model.
 //
 // Materials and slider groups of the same name and content become one; of those with the same name
 // and another content the later one gets a number behind its name. Lights and lighting models with
@@ -18,7 +18,7 @@ class BaModelCombine {
 
   // Adds `source` with `body_id_offset` added to every body id and `body_name_suffix` appended to
   // every body name. False after a recorded error: an id out of range, or an id or name that is
-  // taken. The model is incomplete then.
+  // taken. The model is incomplete then. The suffix may be empty but not null.
   bool add(const BaModel& source, long long body_id_offset, const BtStr& body_name_suffix);
 
  private:

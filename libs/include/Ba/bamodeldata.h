@@ -55,7 +55,8 @@ class BaModelData {
   // The geometries of a body, in document order. Valid until a geometry is added or a body renamed.
   [[nodiscard]] const std::vector<BaMDGeometry*>& geometriesOf(const BtStr& body_name) const;
 
-  // Adding. Names and ids must be set before: the lookups learn them here.
+  // Adding. Names and ids must be set before: the lookups learn them here, and afterwards their
+  // setters assert.
   BaMDBody* addBody(std::unique_ptr<BaMDBody> body);
   BaMDSliderGroup* addSliderGroup(std::unique_ptr<BaMDSliderGroup> group);
   BaMDMaterial* addMaterial(std::unique_ptr<BaMDMaterial> material);
@@ -96,9 +97,10 @@ class BaModelData {
   bool printOn(std::ostream& os) const;
   bool save(const char* file_name) const;
 
-  // Replaces the content by that of a model. With `merge_vertices` polygon corners at one place
-  // become one vertex. Strips are cut where a vertex would repeat the one before it. Asserts that
-  // no error stands. A failure leaves an empty document.
+  // Replaces the content by that of a model, which must not be in the middle of loading. With
+  // `merge_vertices` polygon corners at one place become one vertex. Strips are cut where a vertex
+  // would repeat the one before it. Asserts that no error stands. A failure leaves an empty
+  // document.
   bool fillFrom(const BaModel& model, bool merge_vertices);
   // Adds one body of a model, its shape and the slider groups that its blends name; a group that
   // the document has already counts as it stands there. Asserts that the materials that the body

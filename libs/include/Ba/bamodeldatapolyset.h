@@ -76,6 +76,8 @@ inline BaModelData_PolyList::Polygon BaModelData_PolyList::operator[](int i) con
 // Refers to effects of the model's vertices, so the model must outlive it unchanged.
 class BaModelData_PolySet {
  public:
+  using Polygon = BaModelData_PolyList::Polygon;
+
   // The effects of a vertex that has some.
   struct Effects {
     int vertex;  // 0-based
@@ -99,6 +101,8 @@ class BaModelData_PolySet {
   // The index of a vertex that must be there.
   [[nodiscard]] int vertexAt(const BaVertex& vertex) const;
 
+  // Adds a polygon and answers it. The answer is valid until something is added.
+  Polygon* addPolygon(BaPolygon* bap);
   // Each answers the position of the polygon in its list. Polygons must be valid.
   int addPolygon(const BaPolygon& polygon);
   int addTexturedPolygon(const BaTexturedPolygon& polygon);
@@ -150,6 +154,7 @@ class BaModelData_PolySet {
   // senses.
   std::array<int, 6> _recent = {};  // the last one first
   std::vector<int> _before;         // parallel to _vertices
+  Polygon _added = {};              // as answered last
   BaModelData_PolyList _polygons;
   BaModelData_PolyList _textured_polygons;
   BaModelData_PolyList _t_meshes;

@@ -13,6 +13,7 @@ class BaMuscle {
   [[nodiscard]] int materialId() const { return _material_id; }
   void setMaterialId(int id) { _material_id = id; }
   [[nodiscard]] const BtStr& name() const { return _name; }
+  void setName(const BtStr& name) { _name = name; }
   // The ids of the bodies that the muscle runs over, in order. Nothing says that they exist.
   [[nodiscard]] const BtDArray<int>& bodyIds() const { return _body_ids; }
   BtDArray<int>& bodyIds() { return _body_ids; }

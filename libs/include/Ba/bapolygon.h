@@ -35,3 +35,6 @@ class BaPolygon : public BaVertexElement {
   // Removes every vertex at the place of the one before it, the first one's included.
   void _removeDuplicates();
 };
+
+// Asserts that no two vertices of a polygon are the same object.
+void CheckVertices(const BaPolygon& polygon);

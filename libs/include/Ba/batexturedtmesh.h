@@ -15,6 +15,7 @@ class BaTexturedTMesh : public BaTMesh {
 
  protected:
   void _resize(int n, BtArena* arena) override;
+  using BaVertexElement::_scanVertexFrom;
   bool _scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) override;
   void _printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const override;
   void _printTypeOn(std::ostream& os) const override;

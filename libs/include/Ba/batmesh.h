@@ -2,6 +2,7 @@
 #pragma once
 
 #include "bavertexelement.h"
+#include "btfloatarray.h"
 
 // The triangles are the vertices 0 1 2, 1 2 3 and so on. Each vertex has a swap flag, a number that
 // is kept as read.
@@ -12,6 +13,8 @@ class BaTMesh : public BaVertexElement {
 
   // One for each vertex.
   [[nodiscard]] const BtDArray<int>& swapFlags() const { return _swap_flags; }
+  // Asserts that there is one for each vertex.
+  void setSwapFlags(const BtIntArray& flags);
   // Replaces the vertices; all swap flags become 0.
   void setVertices(BtDArray<BaVertex> vertices);
 
@@ -21,6 +24,7 @@ class BaTMesh : public BaVertexElement {
 
  protected:
   void _resize(int n, BtArena* arena) override;
+  using BaVertexElement::_scanVertexFrom;
   bool _scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) override;
   void _printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const override;
   // Writes the record letter.

@@ -87,11 +87,18 @@ class BaUnlockedTransform : public Ba_Transform {
     if (_sysvar_id > 0) visit(_sysvar_id);
     for (const Term& term : _terms) visit(term.sysvar_id);
   }
-  // Replaces every variable id by renumber(id); 0 stays, as it stands for no variable.
+  // Replaces every variable id by renumber(id); 0 stays, as it stands for no variable. Asserts that
+  // a new id is 0 or above, in a combination 1 or above.
   template <class Renumber>
   void renumberSysVarIds(Renumber renumber) {
-    if (_sysvar_id > 0) _sysvar_id = renumber(_sysvar_id);
-    for (Term& term : _terms) term.sysvar_id = renumber(term.sysvar_id);
+    if (_sysvar_id > 0) {
+      _sysvar_id = renumber(_sysvar_id);
+      BtAssert(_sysvar_id >= 0, "sysvar_id>=0");
+    }
+    for (Term& term : _terms) {
+      term.sysvar_id = renumber(term.sysvar_id);
+      BtAssert(term.sysvar_id >= 1, "sysvar_id>=1");
+    }
   }
 
   bool operator==(const BaUnlockedTransform& other) const = default;

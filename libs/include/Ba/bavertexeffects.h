@@ -30,7 +30,8 @@ class Ba_VertexEffect {
 
   [[nodiscard]] virtual Ba_VertexEffect_t type() const = 0;
   // Reads the values that follow the effect's number; false after a recorded error.
-  bool scanFrom(std::istream& is);
+  // The first form reads through the second, which is what models are read with.
+  virtual bool scanFrom(std::istream& is);
   virtual bool scanFrom(BtScanner& in) = 0;
   // Writes the number and the values, each after a blank; nothing for an effect without legacy
   // form.

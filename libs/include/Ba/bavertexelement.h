@@ -43,7 +43,9 @@ class BaVertexElement : public BaElement {
   // Gives the element `n` vertices, new ones at the origin. The first ones may stand in the arena,
   // if there is one.
   virtual void _resize(int n, BtArena* arena);
-  // Reads what the file has for vertex `i`; false after a recorded error.
+  // Reads what the file has for vertex `i`; false after a recorded error. The first form reads
+  // through the second, which is what elements are read with.
+  virtual bool _scanVertexFrom(BaVertex* vertex, int i, std::istream& is);
   virtual bool _scanVertexFrom(BaVertex* vertex, int i, BtScanner& in);
   // Writes the same, each value after a blank.
   virtual void _printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const;

@@ -252,7 +252,8 @@ class BtDArray : public BtArray<T> {
   }
 };
 
-// A growable array with a capacity of its own: 1024 elements at first, then doubled.
+// A growable array with a capacity of its own: none while nothing was added, then 1024 elements,
+// doubled as often as it takes. A copy's capacity is that of an array grown to its size.
 template <class T>
 class BtDynArray {
  public:
@@ -262,7 +263,7 @@ class BtDynArray {
   BtDynArray& operator=(const BtDynArray& other) {
     if (this != &other) {
       clear();
-      _reserve(other._size);
+      _growTo(other._size);
       std::uninitialized_copy(other.begin(), other.end(), _elements);
       _size = other._size;
     }
@@ -290,7 +291,7 @@ class BtDynArray {
   T& last() { return (*this)[_size - 1]; }
   const T& last() const { return (*this)[_size - 1]; }
   void append(T element) {
-    if (_size == _capacity) _reserve(_grown(1));
+    if (_size == _capacity) _grow(1);
     std::construct_at(_elements + _size, std::move(element));
     ++_size;
   }
@@ -299,7 +300,7 @@ class BtDynArray {
     BtAssert(amount >= 0, "amount>=0");
     // A copy, because `fill` may be an element of this array, which moves.
     const T copy(fill);  // NOLINT(performance-unnecessary-copy-initialization)
-    _reserve(_grown(amount));
+    _grow(amount);
     std::uninitialized_fill_n(_elements + _size, amount, copy);
     _size += amount;
   }
@@ -332,15 +333,17 @@ class BtDynArray {
  private:
   static constexpr int kFirstCapacity = 1024;
 
-  // The capacity that holds `amount` more elements.
-  [[nodiscard]] int _grown(int amount) const {
+  // Makes room for `amount` more elements.
+  void _grow(int amount) {
     BtAssert(amount <= kMaxSize - _size, "amount<=INT_MAX-_size");
-    long long capacity = _capacity == 0 ? kFirstCapacity : _capacity;
-    while (capacity < static_cast<long long>(_size) + amount) capacity *= 2;
-    return static_cast<int>(std::min<long long>(capacity, kMaxSize));
+    _growTo(_size + amount);
   }
-  void _reserve(int capacity) {
-    if (capacity <= _capacity) return;
+  // Makes room for `size` elements in all.
+  void _growTo(int size) {
+    if (size <= _capacity) return;
+    long long grown = _capacity == 0 ? kFirstCapacity : _capacity;
+    while (grown < size) grown *= 2;
+    const int capacity = static_cast<int>(std::min<long long>(grown, kMaxSize));
     if constexpr (BtIsRelocatable<T>) {
       _elements = static_cast<T*>(
           BtReallocOrExit(_elements, static_cast<std::size_t>(capacity), sizeof(T)));

@@ -53,9 +53,9 @@ class BtDoubleLinkedList {
   void* remove(int i);
   // Removes the element under the cursor; the cursor stays and can go on from there.
   void* remove(Bt_DLListCursor& cursor);
-  // Exchanges the data under two cursors of this list.
+  // Exchanges the data under two cursors of this list, which must not stand on removed elements.
   void swap(Bt_DLListCursor& c1, Bt_DLListCursor& c2);
-  // Exchanges the contents of two lists. No cursor may stand in either.
+  // Exchanges the contents of two lists. Asserts that no cursor stands in either.
   void swap(BtDoubleLinkedList& other) noexcept;
 
  private:
@@ -74,6 +74,7 @@ class BtDoubleLinkedList {
   Node* _first = nullptr;
   Node* _last = nullptr;
   int _count = 0;
+  int _n_cursors = 0;  // that stand on a node
 };
 
 // Stands on a node of a list, or at its end. Cursors must not outlive their list.
@@ -122,10 +123,13 @@ class Bt_DLListCursor {
   Bt_DLListCursor(BtDoubleLinkedList* list, Node* node) : _list(list) { _enterNode(node); }
   void _enterNode(Node* node) {
     _node = node;
-    if (node != nullptr) ++node->_ref_count;
+    if (node == nullptr) return;
+    ++node->_ref_count;
+    ++_list->_n_cursors;
   }
   void _leaveNode(Node* node) {
     if (node == nullptr) return;
+    --_list->_n_cursors;
     if (--node->_ref_count == 0 && node->_deleted) _list->_unlink(node);
   }
   // Enters before it leaves: leaving may free the node that led here.
@@ -148,6 +152,12 @@ class BtDLListCursor : public Bt_DLListCursor {
   [[nodiscard]] T* data() const { return static_cast<T*>(Bt_DLListCursor::data()); }
 };
 
-// The same for readers.
+// The same for readers, of a list that they need not be able to change.
 template <class T>
-using BtDLListIter = BtDLListCursor<const T>;
+class BtDLListIter : public Bt_DLListCursor {
+ public:
+  // Cursors count themselves in the nodes of a list that they only read.
+  explicit BtDLListIter(const BtDoubleLinkedList* list)
+      : Bt_DLListCursor(const_cast<BtDoubleLinkedList*>(list)) {}
+  [[nodiscard]] const T* data() const { return static_cast<const T*>(Bt_DLListCursor::data()); }
+};

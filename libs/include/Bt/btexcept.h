@@ -53,7 +53,7 @@ class BtExceptionHandler {
   [[nodiscard]] BtExcept* release();
   void restore(BtExcept* exception);
 
-  // While set, clear() of a record is an assertion failure.
+  // While set, clear() is an assertion failure, whether anything is recorded or not.
   static void setAbortOnClear(bool abort_on_clear) { _abort_on_clear = abort_on_clear; }
   // While set, recording an error aborts the process once the record is stored.
   static void setAbortOnError(bool abort_on_error) { _abort_on_error = abort_on_error; }

@@ -1,6 +1,7 @@
-// Arrays of plain floats, for vectors and colours of any length.
+// Arrays of plain numbers: floats for vectors and colours of any length, ints for ids and orders.
 #pragma once
 
 #include "array.h"
 
 using BtFloatArray = BtDArray<float>;
+using BtIntArray = BtDArray<int>;

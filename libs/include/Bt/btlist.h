@@ -10,8 +10,9 @@
 
 #include "btdllist.h"
 
-// A list of values. Positions are 0-based and count live elements only; reaching one by position
-// walks from the front, so loops should be range-for loops.
+// A list of values. It is moved while no cursor or iterator stands in it. Positions are 0-based and
+// count live elements only; reaching one by position walks from the front, so loops should be
+// range-for loops.
 template <class T>
 class BtList {
  public:
@@ -104,6 +105,7 @@ class BtList {
   Iterator<const T> end() const { return Iterator<const T>(Bt_DLListCursor::atEndOf(&_list)); }
   // The untyped list, for cursors.
   BtDoubleLinkedList& list() { return _list; }
+  [[nodiscard]] const BtDoubleLinkedList& list() const { return _list; }
 
   friend bool operator==(const BtList& a, const BtList& b) {
     if (a.count() != b.count()) return false;

@@ -70,10 +70,14 @@ void BtDoubleLinkedList::swap(Bt_DLListCursor& c1, Bt_DLListCursor& c2) {
   BtAssert(!c2.atEnd(), "!c2.atEnd()");
   BtAssert(c1._listPtr() == this, "c1._listPtr()==this");
   BtAssert(c2._listPtr() == this, "c2._listPtr()==this");
+  BtAssert(!c1._node->isDeleted(), "!c1._node->isDeleted()");
+  BtAssert(!c2._node->isDeleted(), "!c2._node->isDeleted()");
   std::swap(c1._node->_data, c2._node->_data);
 }
 
 void BtDoubleLinkedList::swap(BtDoubleLinkedList& other) noexcept {
+  BtAssert(_n_cursors == 0, "_n_cursors==0");
+  BtAssert(other._n_cursors == 0, "_n_cursors==0");
   std::swap(_first, other._first);
   std::swap(_last, other._last);
   std::swap(_count, other._count);

@@ -26,10 +26,14 @@ bool ClosePlainInput(std::istream& is) {
 
 BtStr BtTextFileName(const BtStr& file_name) {
   if (file_name.isNull() || !Bt_IsCompressedText(file_name)) return file_name;
-  return file_name.notRight(Bt_CompExtension(file_name).length() + 1);
+  const BtStr text_name = file_name.notRight(Bt_CompExtension(file_name).length() + 1);
+  // A file may be called ".gz" and nothing else.
+  const bool is_name = text_name.length() > 0 && !text_name.view().ends_with('/');
+  return is_name ? text_name : file_name;
 }
 
 BtInputFile::BtInputFile(const char* file_name) {
+  BtAssert(file_name != nullptr, "file_name");
   if (Bt_IsCompressedText(file_name)) {
     auto is = std::make_unique<BtCompIFStream>(file_name);
     if (is->isOpen()) _is = std::move(is);
@@ -50,7 +54,9 @@ bool BtInputFile::close() {
   return is == nullptr || _close(*is);
 }
 
-BtOutputFile::BtOutputFile(const BtStr& file_name) : _compressed(Bt_IsCompressedText(file_name)) {
+BtOutputFile::BtOutputFile(const BtStr& file_name) {
+  BtAssert(!file_name.isNull(), "!file_name.isNull()");
+  _compressed = Bt_IsCompressedText(file_name);
   if (!_compressed) {
     _openPlain(file_name);
     return;

@@ -73,7 +73,7 @@ bool ExtractBodies(const BaModelData& data, BaModel* model, BaBodiesByName* bodi
       BtReportError();
     }
     BtAssert(p_id != -1, "p_id!= -1");
-    const BaBody* body = model->addBody(ToBody(data, *md_body, static_cast<int>(id), p_id));
+    const BaBody* body = model->load(ToBody(data, *md_body, static_cast<int>(id), p_id));
     bodies->try_emplace(body->name(), body);
   }
   return true;
@@ -135,7 +135,7 @@ bool BaModelData::_extractInto(BaModel* model, bool empty_geometries) const {
   model->setLengthUnits(_length_units);
   model->setAngleUnits(_angle_units);
   for (const BaMDSliderGroup* group : _slider_groups) {
-    model->addSliderGroup(std::make_unique<BaMDSliderGroup>(*group));
+    model->load(std::make_unique<BaMDSliderGroup>(*group));
   }
   BaBodiesByName bodies;
   if (!extractMaterialsTo(model, true, false) || !ExtractBodies(*this, model, &bodies) ||
@@ -163,7 +163,11 @@ bool BaModelData::extractMaterialsTo(BaModel* model, bool textures, bool skip_kn
     std::unique_ptr<BaMaterial> ba_mat = BaToMaterial(*md_material, textures);
     ba_mat->setName(md_material->name());
     ba_mat->setId(++id);
-    model->addMaterial(std::move(ba_mat));
+    if (model->isLoading()) {
+      model->load(std::move(ba_mat));
+    } else {
+      model->addMaterial(*ba_mat);
+    }
   }
   return true;
 }

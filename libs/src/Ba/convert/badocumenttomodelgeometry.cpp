@@ -73,7 +73,7 @@ bool GeometryExtractor::_extractGroup(const BaMDMaterialGroup& group) {
     auto bone = std::make_unique<BaBone>(_body.id(), material->id());
     bone->setPoints({md_bone.from.x, md_bone.from.y, md_bone.from.z},
                     {md_bone.to.x, md_bone.to.y, md_bone.to.z});
-    _model->addBone(std::move(bone));
+    _model->load(std::move(bone));
   }
   for (int i = 0; i < group.polygons().count(); ++i) {
     _addPolygon(material->id(), group.polygons()[i]);
@@ -84,7 +84,7 @@ bool GeometryExtractor::_extractGroup(const BaMDMaterialGroup& group) {
   for (int i = 0; i < group.triangleStrips().count(); ++i) {
     auto mesh = BaVertexElement::makeIn<BaTMesh>(_model->arena(), _body.id(), material->id());
     mesh->setVertices(_copyVertices(group.triangleStrips()[i]));
-    _model->addTMesh(std::move(mesh));
+    _model->load(std::move(mesh));
   }
   for (int i = 0; i < group.texturedTriangleStrips().count(); ++i) {
     auto mesh =
@@ -93,7 +93,7 @@ bool GeometryExtractor::_extractGroup(const BaMDMaterialGroup& group) {
     BtDArray<BaTextureCoords> coords;
     _copyCorners(group.texturedTriangleStrips()[i], &vertices, &coords);
     mesh->setVertices(std::move(vertices), std::move(coords));
-    _model->addTexturedTMesh(std::move(mesh));
+    _model->load(std::move(mesh));
   }
   return true;
 }
@@ -128,7 +128,7 @@ void GeometryExtractor::_addPolygon(int material_id, std::span<const int> corner
   if (kept.size() < kFewestCorners) return theExceptObj.setAsWarning(DegenerateWarning(false));
   auto polygon = BaVertexElement::makeIn<BaPolygon>(_model->arena(), _body.id(), material_id);
   polygon->setVertices(_copyVertices(kept));
-  _model->addPolygon(std::move(polygon));
+  _model->load(std::move(polygon));
 }
 
 void GeometryExtractor::_addTexturedPolygon(int material_id,
@@ -141,7 +141,7 @@ void GeometryExtractor::_addTexturedPolygon(int material_id,
   BtDArray<BaTextureCoords> coords;
   _copyCorners(kept, &vertices, &coords);
   polygon->setVertices(std::move(vertices), std::move(coords));
-  _model->addTexturedPolygon(std::move(polygon));
+  _model->load(std::move(polygon));
 }
 
 BtDArray<BaVertex> GeometryExtractor::_copyVertices(std::span<const int> corners) const {

@@ -141,6 +141,12 @@ int BaModelData_PolySet::vertexAt(const BaVertex& vertex) const {
   return index;
 }
 
+BaModelData_PolySet::Polygon* BaModelData_PolySet::addPolygon(BaPolygon* bap) {
+  BtAssert(bap != nullptr, "bap");
+  _added = _polygons[addPolygon(*bap)];
+  return &_added;
+}
+
 int BaModelData_PolySet::addPolygon(const BaPolygon& polygon) {
   BtAssert(ValidPolygon(polygon), "ValidPolygon(*bap)");
   for (const BaVertex& vertex : polygon.vertices()) _polygons.push(vertexAt(vertex));
@@ -270,7 +276,7 @@ void BuildPolySets(BtList<BaModelData_PolySet*>* poly_sets, const BaModel& model
 }
 
 int ValidPolygon(const BaPolygon& polygon) {
-  BtAssert(polygon.isValid(), "polygon.isValid()");
+  CheckVertices(polygon);
   const BtDArray<BaVertex>& vertices = polygon.vertices();
   for (int i = 1; i < vertices.size(); ++i) {
     BtAssert(vertices[i] != vertices[i - 1], "polygon.vertices()[i]!=polygon.vertices()[i-1]");

@@ -16,6 +16,7 @@ constexpr float kFirstDocumentVersion = 2.0F;
 }  // namespace
 
 void BaModel::read(const char* file_name) {
+  BtAssert(file_name != nullptr, "file_name");
   BtInputFile file(file_name);
   if (!file.isOpen()) {
     theExceptObj.set("Unable to open '%s'.", file_name);

@@ -6,6 +6,7 @@
 
 void BaModel::save(const char* file_name) const {
   BtAssert(!BtError(), "!BtError()");
+  BtAssert(file_name != nullptr, "file_name");
   BaModelData data;
   if (!data.fillFrom(*this, true)) {
     theExceptObj.set("Unable to convert to zov format v2.0.");

@@ -260,6 +260,7 @@ BtStr BaDocumentName(const BaBodyObj& body) {
 
 bool BaModelData::fillFrom(const BaModel& model, bool merge_vertices) {
   BtAssert(!BtError(), "!BtError()");
+  BtAssert(!model.isLoading(), "!model.isLoading()");
   clear();
   const MergeSwitch merge_switch(merge_vertices);
   if (_fillFrom(model)) return true;

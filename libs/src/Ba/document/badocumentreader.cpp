@@ -266,6 +266,7 @@ bool DocumentReader::readInclude(const BaMDItem& item) {
 }  // namespace
 
 bool BaModelData::read(const char* file_name, bool process_includes) {
+  BtAssert(file_name != nullptr, "file_name");
   clear();
   _bodies_external = false;
   _materials_external = false;

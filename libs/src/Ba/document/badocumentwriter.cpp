@@ -73,6 +73,7 @@ bool BaModelData::_printOn(std::ostream& os, const BtStr& directory) const {
 }
 
 bool BaModelData::save(const char* file_name) const {
+  BtAssert(file_name != nullptr, "file_name");
   BtOutputFile file(file_name);
   bool saved = file.isOpen() && _printOn(file.stream(), BtFileDirectory(file_name));
   if (saved && !file.close()) saved = BaFail("Unable to write file.");

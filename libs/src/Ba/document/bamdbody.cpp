@@ -96,7 +96,7 @@ bool BodyReader::checkComplete() const {
 
 int BaMDBody::id() const {
   BtAssert(hasId());
-  return *_id;
+  return *_id.get();
 }
 
 bool BaMDBody::scanFrom(std::istream& is) {
@@ -110,18 +110,18 @@ bool BaMDBody::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDBody::printOn(std::ostream& os) const {
-  BtAssert(!_name.isNull(), "!_name.isNull()");
-  BtAssert(!_parent_name.isNull(), "!_parent_name.isNull()");
+  BtAssert(!name().isNull(), "!_name.isNull()");
+  BtAssert(!parentName().isNull(), "!_parent_name.isNull()");
   os << "BODY {\n";
-  if (!IsBodyName(_name.view())) return BaFailUnwritable(_name);
-  if (!BaPrintName(os, "  NAME: ", _name)) return false;
+  if (!IsBodyName(name().view())) return BaFailUnwritable(name());
+  if (!BaPrintName(os, "  NAME: ", name())) return false;
   if (hasId()) {
     os << "  ID: ";
     BaPrintInt(os, id());
     os << '\n';
   }
   if (!_coord_sys.printOn(os)) return BaFail("Unable to write COORDINATE_SYSTEM section.");
-  if (!BaPrintName(os, "  PARENT_NAME: ", _parent_name)) return false;
+  if (!BaPrintName(os, "  PARENT_NAME: ", parentName())) return false;
   os << "}\n";
   return BaCheckWritten(os, "Unable to write file.");
 }

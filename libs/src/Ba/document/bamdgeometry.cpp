@@ -145,11 +145,11 @@ bool BaMDGeometry::checkIndices(const BaMDVertices* vertices) const {
   const Limits limits = {vertices == nullptr ? 0 : vertices->coordinates().size(),
                          _texture_coords.size()};
   for (const BaMDMaterialGroup* group : _groups) {
-    if (!CheckEntries(group->polygons(), limits, "POLYGON", _body_name) ||
-        !CheckEntries(group->texturedPolygons(), limits, "TEXTURED_POLYGON", _body_name) ||
-        !CheckEntries(group->triangleStrips(), limits, "TRIANGLE_STRIP", _body_name) ||
+    if (!CheckEntries(group->polygons(), limits, "POLYGON", bodyName()) ||
+        !CheckEntries(group->texturedPolygons(), limits, "TEXTURED_POLYGON", bodyName()) ||
+        !CheckEntries(group->triangleStrips(), limits, "TRIANGLE_STRIP", bodyName()) ||
         !CheckEntries(group->texturedTriangleStrips(), limits, "TEXTURED_TRIANGLE_STRIP",
-                      _body_name)) {
+                      bodyName())) {
       return false;
     }
   }
@@ -168,7 +168,7 @@ bool BaMDGeometry::scanFrom(BaMDSource& source, const Materials* materials) {
 
 bool BaMDGeometry::printOn(std::ostream& os) const {
   os << "GEOMETRY {\n";
-  if (!BaPrintName(os, "  BODY: ", _body_name)) return false;
+  if (!BaPrintName(os, "  BODY: ", bodyName())) return false;
   if (!_vertices_name.isNull() && !BaPrintName(os, "  VERTICES: ", _vertices_name)) return false;
   if (!_texture_coords.empty()) {
     os << "  TEXTURE_COORDINATES {\n";

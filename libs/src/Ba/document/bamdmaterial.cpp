@@ -99,13 +99,13 @@ bool BaMDMaterial::scanFrom(std::istream& is) {
 bool BaMDMaterial::scanFrom(BaMDSource& source) {
   MaterialReader reader(this);
   if (!BaScanSection(source, reader, kMaterialKeys)) return false;
-  return !_name.isNull() || BaFail("No NAME specified in MATERIAL section.");
+  return !name().isNull() || BaFail("No NAME specified in MATERIAL section.");
 }
 
 bool BaMDMaterial::printOn(std::ostream& os) const {
-  BtAssert(!_name.isNull(), "!_name.isNull()");
+  BtAssert(!name().isNull(), "!_name.isNull()");
   os << "MATERIAL {\n";
-  if (!BaPrintName(os, "  NAME: ", _name)) return false;
+  if (!BaPrintName(os, "  NAME: ", name())) return false;
   if (!PrintFloats(os, "EMISSION", _emission) || !PrintFloats(os, "AMBIENT", _ambient) ||
       !PrintFloats(os, "DIFFUSE", _diffuse) || !PrintFloats(os, "SPECULAR", _specular) ||
       !PrintFloats(os, "SHININESS", {_shininess}) || !PrintFloats(os, "ALPHA", {_alpha})) {

@@ -66,13 +66,13 @@ bool BaMDSliderGroup::scanFrom(std::istream& is) {
 bool BaMDSliderGroup::scanFrom(BaMDSource& source) {
   SliderGroupReader reader(this);
   if (!BaScanSection(source, reader, kSliderGroupKeys)) return false;
-  return !_name.isNull() || BaFail("No NAME specified in SLIDER_GROUP section.");
+  return !name().isNull() || BaFail("No NAME specified in SLIDER_GROUP section.");
 }
 
 bool BaMDSliderGroup::printOn(std::ostream& os) const {
-  BtAssert(!_name.isNull(), "!_name.isNull()");
+  BtAssert(!name().isNull(), "!_name.isNull()");
   os << "SLIDER_GROUP {\n";
-  if (!BaPrintName(os, "  NAME: ", _name)) return false;
+  if (!BaPrintName(os, "  NAME: ", name())) return false;
   os << "  SLIDERS {\n";
   for (const BtStr& slider : _sliders) {
     if (!BaPrintName(os, "    ", slider)) return false;

@@ -134,14 +134,14 @@ bool BaMDVertices::scanFrom(std::istream& is) {
 bool BaMDVertices::scanFrom(BaMDSource& source) {
   VerticesReader reader(this);
   if (!BaScanSection(source, reader, kVerticesKeys)) return false;
-  if (_name.isNull()) return BaFail("No NAME specified in VERTICES section.");
+  if (name().isNull()) return BaFail("No NAME specified in VERTICES section.");
   return CheckEffects(*this);
 }
 
 bool BaMDVertices::printOn(std::ostream& os) const {
-  BtAssert(!_name.isNull(), "!_name.isNull()");
+  BtAssert(!name().isNull(), "!_name.isNull()");
   os << "VERTICES {\n";
-  if (!BaPrintName(os, "  NAME: ", _name)) return false;
+  if (!BaPrintName(os, "  NAME: ", name())) return false;
   os << "  COORDINATES {\n";
   for (const BaMDPoint& point : _coordinates) {
     const float numbers[] = {point.x, point.y, point.z};

@@ -81,34 +81,47 @@ void BaModelData::_indexBody(BaMDBody* body) {
   if (entry.body == nullptr) entry.body = body;
   if (body->hasId()) _by_body_id.try_emplace(body->id(), body);
   _by_body_name[body->parentName()].children.push_back(body);
+  body->_name.own();
+  body->_id.own();
+  body->_parent_name.own();
 }
 
 BaMDBody* BaModelData::addBody(std::unique_ptr<BaMDBody> body) {
+  BtAssert(body != nullptr, "body");
   _indexBody(body.get());
   return BaAppend(&_bodies, std::move(body));
 }
 
 BaMDSliderGroup* BaModelData::addSliderGroup(std::unique_ptr<BaMDSliderGroup> group) {
+  BtAssert(group != nullptr, "group");
   _slider_groups_by_name.try_emplace(group->name(), group.get());
+  group->_name.own();
   return BaAppend(&_slider_groups, std::move(group));
 }
 
 BaMDMaterial* BaModelData::addMaterial(std::unique_ptr<BaMDMaterial> material) {
+  BtAssert(material != nullptr, "material");
   _materials_by_name.try_emplace(material->name(), material.get());
+  material->_name.own();
   return BaAppend(&_materials, std::move(material));
 }
 
 BaMDVertices* BaModelData::addVertexSet(std::unique_ptr<BaMDVertices> vertices) {
+  BtAssert(vertices != nullptr, "vertices");
   _vertex_sets_by_name.try_emplace(vertices->name(), vertices.get());
+  vertices->_name.own();
   return BaAppend(&_vertex_sets, std::move(vertices));
 }
 
 BaMDGeometry* BaModelData::addGeometry(std::unique_ptr<BaMDGeometry> geometry) {
+  BtAssert(geometry != nullptr, "geometry");
   _by_body_name[geometry->bodyName()].geometries.push_back(geometry.get());
+  geometry->_body_name.own();
   return BaAppend(&_geometries, std::move(geometry));
 }
 
 BaMDInclude* BaModelData::addInclude(std::unique_ptr<BaMDInclude> include) {
+  BtAssert(include != nullptr, "include");
   return BaAppend(&_includes, std::move(include));
 }
 
@@ -139,13 +152,13 @@ void BaModelData::changeBodyNames(const BtMap<BtStr, BtStr, std::less<BtStr>>& n
   _by_body_id.clear();
   for (BaMDBody* body_ptr : _bodies) {
     BtAssert(body_ptr, "body_ptr");
-    body_ptr->setName(image(body_ptr->name()));
-    body_ptr->setParentName(image(body_ptr->parentName()));
+    body_ptr->_name.change(image(body_ptr->name()));
+    body_ptr->_parent_name.change(image(body_ptr->parentName()));
     _indexBody(body_ptr);
   }
   for (BaMDGeometry* geo_ptr : _geometries) {
     BtAssert(geo_ptr, "geo_ptr");
-    geo_ptr->setBodyName(image(geo_ptr->bodyName()));
+    geo_ptr->_body_name.change(image(geo_ptr->bodyName()));
     _by_body_name[geo_ptr->bodyName()].geometries.push_back(geo_ptr);
   }
   for (BaMDVertices* vertices : _vertex_sets) {

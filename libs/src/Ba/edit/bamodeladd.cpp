@@ -49,7 +49,7 @@ void AssertEffects(const BaModel& model, const BaVertexElement& element) {
 }  // namespace
 
 BaBody* BaModel::addBody(const BaBody& c_body) {
-  BtAssert(isValid(), "isValid()");
+  _assertEditable();
   BtAssert(c_body.isValid(), "c_body.isValid()");
   BtAssert(c_body.id() >= 0, "c_body.id()>=0");
   const bool id_taken = findBody(c_body.id()) != nullptr;
@@ -58,7 +58,7 @@ BaBody* BaModel::addBody(const BaBody& c_body) {
   BtAssert(!id_taken, "_bodies[new_body->id()]==(BaBody *)0");
   BtAssert(!name_taken, "!findBody(c_body.name())");
 
-  if (c_body.id() != 0 && _bodies.empty()) beginLoad();
+  if (c_body.id() != 0 && _bodies.empty()) _addReferenceBody();
   const int parent_id = c_body.parentId() == kNoParent && c_body.id() != 0 ? 0 : c_body.parentId();
   BtAssert(c_body.id() == 0 ? parent_id == kNoParent : findBody(parent_id) != nullptr,
            "findBody(c_body.parentId())");
@@ -68,7 +68,7 @@ BaBody* BaModel::addBody(const BaBody& c_body) {
   body->setParentId(parent_id);
   body->setTransform(c_body.transform());
   body->setPostScaleFactor(c_body.postScaleFactor());
-  BaBody* const new_body = addBody(std::move(body));
+  BaBody* const new_body = _take(std::move(body));
   _linkBody(new_body);
   return new_body;
 }
@@ -94,52 +94,76 @@ BaBody* BaModel::createBody(int id, int parent_id, const char* name, const Bt4X4
 }
 
 BaMaterial* BaModel::addMaterial(const BaMaterial& material) {
+  _assertEditable();
   BtAssert(materialByName(material.name()) == nullptr, "materialByName(material.name())==0");
   BtAssert(materialById(material.id()) == nullptr, "materialById(material.id())==0");
-  return addMaterial(std::make_unique<BaMaterial>(material));
+  return _take(std::make_unique<BaMaterial>(material));
 }
 
 BaLight* BaModel::addLight(const BaLight& light) {
+  _assertEditable();
   const bool duplicate_light_id = HasId(_lights, light.id());
   BtAssert(!duplicate_light_id);
-  return addLight(std::make_unique<BaLight>(light));
+  return _take(std::make_unique<BaLight>(light));
 }
 
 BaLightingModel* BaModel::addLightingModel(const BaLightingModel& lighting_model) {
+  _assertEditable();
   const bool duplicate_lmodel_id = HasId(_lighting_models, lighting_model.id());
   BtAssert(!duplicate_lmodel_id);
-  return addLightingModel(std::make_unique<BaLightingModel>(lighting_model));
+  return _take(std::make_unique<BaLightingModel>(lighting_model));
 }
 
-BaBone* BaModel::addBone(const BaBone& bone) { return addBone(std::make_unique<BaBone>(bone)); }
+BaBone* BaModel::addBone(const BaBone& bone) {
+  _assertEditable();
+  return _take(std::make_unique<BaBone>(bone));
+}
 
 BaPolygon* BaModel::addBodyPolygon(int body_id, const BaPolygon& polygon) {
+  _assertEditable();
   BtAssert(polygon.bodyId() == body_id, "polygon.bodyId()==body_id");
   BtAssert(!polygon.repeatsVertex(), "!polygon.repeatsVertex()");
   AssertEffects(*this, polygon);
-  return addPolygon(std::make_unique<BaPolygon>(polygon));
+  return _take(std::make_unique<BaPolygon>(polygon));
 }
 
 BaTexturedPolygon* BaModel::addBodyTexturedPolygon(int body_id, const BaTexturedPolygon& polygon) {
+  _assertEditable();
   BtAssert(polygon.bodyId() == body_id, "polygon.bodyId()==body_id");
   BtAssert(!polygon.repeatsVertex(), "!polygon.repeatsVertex()");
   AssertEffects(*this, polygon);
-  return addTexturedPolygon(std::make_unique<BaTexturedPolygon>(polygon));
+  return _take(std::make_unique<BaTexturedPolygon>(polygon));
 }
 
 BaTMesh* BaModel::addBodyTMesh(int body_id, const BaTMesh& t_mesh) {
+  _assertEditable();
   BtAssert(t_mesh.bodyId() == body_id, "t_mesh.bodyId()==body_id");
   AssertEffects(*this, t_mesh);
-  return addTMesh(std::make_unique<BaTMesh>(t_mesh));
+  return _take(std::make_unique<BaTMesh>(t_mesh));
 }
 
 BaTexturedTMesh* BaModel::addBodyTexturedTMesh(int body_id, const BaTexturedTMesh& t_mesh) {
+  _assertEditable();
   BtAssert(t_mesh.bodyId() == body_id, "t_mesh.bodyId()==body_id");
   AssertEffects(*this, t_mesh);
-  return addTexturedTMesh(std::make_unique<BaTexturedTMesh>(t_mesh));
+  return _take(std::make_unique<BaTexturedTMesh>(t_mesh));
+}
+
+BaFlexiblePolygon* BaModel::addBodyFlexiblePolygon(int body_id, const BaFlexiblePolygon& polygon) {
+  _assertEditable();
+  BtAssert(polygon.bodyId() == body_id, "polygon.bodyId()==body_id");
+  BtAssert(findBody(polygon.otherBodyId()) != nullptr, "findBody(polygon.otherBodyId())");
+  AssertEffects(*this, polygon);
+  return _take(std::make_unique<BaFlexiblePolygon>(polygon));
+}
+
+BaMuscle* BaModel::addMuscle(const BaMuscle& muscle) {
+  _assertEditable();
+  return _take(std::make_unique<BaMuscle>(muscle));
 }
 
 void BaModel::addBodyTMeshes(int body_id, int material_id, const Bt_GeoObj& geometry) {
+  _assertEditable();
   BtAssert(findBody(body_id) != nullptr, "findBody(body_id)");
   BtAssert(materialById(material_id) != nullptr, "materialById(material_id)");
   for (int i = 0; i < geometry.numStrips(); ++i) {
@@ -151,15 +175,16 @@ void BaModel::addBodyTMeshes(int body_id, int material_id, const Bt_GeoObj& geom
     });
     auto mesh = std::make_unique<BaTMesh>(body_id, material_id);
     mesh->setVertices(std::move(vertices));
-    addTMesh(std::move(mesh));
+    _take(std::move(mesh));
   }
 }
 
 void BaModel::addSliderGroups(const BtList<BaMDSliderGroup*>& groups) {
+  _assertEditable();
   for (const BaMDSliderGroup* group : groups) {
     BaMDSliderGroup* const known = findSliderGroup(group->name());
     if (known == nullptr) {
-      addSliderGroup(std::make_unique<BaMDSliderGroup>(*group));
+      _take(std::make_unique<BaMDSliderGroup>(*group));
       continue;
     }
     BtHashSet<BtStr> sliders(known->sliders().begin(), known->sliders().end());

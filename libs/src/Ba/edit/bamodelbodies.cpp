@@ -1,4 +1,4 @@
-// The edits that give bodies other ids or take them away.
+// The edits that rename and renumber, and those that take bodies away.
 
 #include <algorithm>
 #include <cmath>
@@ -95,7 +95,7 @@ BtHashMap<int, int> Permutation(const BtMap<int, int>& new_ids) {
 }  // namespace
 
 void BaModel::changeBodyId(BaBody* body, int new_id) {
-  BtAssert(isValid(), "isValid()");
+  _assertEditable();
   BtAssert(body != nullptr, "body");
   BtAssert(new_id > 0, "new_id>0");
   BtAssert(body->id() != new_id, "body->id()!=new_id");
@@ -112,8 +112,44 @@ void BaModel::changeBodyId(int old_id, int new_id) {
   changeBodyId(body, new_id);
 }
 
+void BaModel::renameBody(BaBody* body, const BtStr& name) {
+  _assertEditable();
+  BtAssert(body != nullptr, "body");
+  BtAssert(body->id() > 0, "body->id()>0");
+  BtAssert(findBody(body->id()) == body, "_bodies[body->id()]==body");
+  BtAssert(!name.isNull(), "!name.isNull()");
+  if (name == body->name()) return;
+  BtAssert(findBody(name) == nullptr, "!findBody(name)");
+  const BtStr old_name = body->name();
+  body->_name.change(name);
+  _unindexBody(body, old_name);
+  _indexBody(body);
+}
+
+void BaModel::renameSliderGroup(BaMDSliderGroup* group, const BtStr& name) {
+  _assertEditable();
+  BtAssert(group != nullptr, "group");
+  const BtStr old_name = group->name();
+  BtAssert(findSliderGroup(old_name) == group, "findSliderGroup(group->name())==group");
+  BtAssert(!name.isNull(), "!name.isNull()");
+  if (name == old_name) return;
+  BtAssert(findSliderGroup(name) == nullptr, "findSliderGroup(name)==0");
+  group->_name.change(name);
+  _slider_groups_by_name.clear();
+  for (const auto& any : _slider_groups) {
+    _slider_groups_by_name.try_emplace(any->name(), any.get());
+  }
+  EditEffects(*this, [&old_name, &name](BaVertexEffects& effects, int /*body_id*/) {
+    for (auto* effect = effects.first(); effect != nullptr; effect = effect->next()) {
+      if (effect->type() != BaBlendEffect) continue;
+      BtStr& slider_group = static_cast<BaVertexBlendEffect*>(effect)->slider_group;
+      if (slider_group == old_name) slider_group = name;
+    }
+  });
+}
+
 void BaModel::swapBodyIds(int id1, int id2) {
-  BtAssert(isValid(), "isValid()");
+  _assertEditable();
   BtAssert(findBody(id1) != nullptr, "findBody(id1)");
   BtAssert(findBody(id2) != nullptr, "findBody(id2)");
   BtAssert(id1 > 0 && id2 > 0);
@@ -121,7 +157,7 @@ void BaModel::swapBodyIds(int id1, int id2) {
 }
 
 void BaModel::changeBodyIds(const BtMap<int, int>& new_ids) {
-  BtAssert(isValid(), "isValid()");
+  _assertEditable();
   for (const auto& [old_id, new_id] : new_ids) {
     BtAssert(old_id > 0);
     BtAssert(findBody(old_id) != nullptr, "findBody(old_id)");
@@ -137,7 +173,7 @@ void BaModel::changeBodyIds(const BtMap<int, int>& new_ids) {
   }
   for (auto& [body, new_id] : moved) {
     BtAssert(findBody(new_id) == nullptr, "!findBody(new_id)");
-    body->setId(new_id);
+    body->_id.change(new_id);
     for (int i = 0; i < body->numChildren(); ++i) body->child(i)->setParentId(new_id);
     Ba_ForEachElement(*body, [id = new_id](BaElement& element) { element.setBodyId(id); });
     _bodies[new_id] = std::move(body);
@@ -174,7 +210,7 @@ void BaModel::_renumberBodyReferences(const BtHashMap<int, int>& new_ids) {
 }
 
 bool BaModel::removeBody(BaBody* body) {
-  BtAssert(isValid(), "isValid()");
+  _assertEditable();
   BtAssert(body != nullptr, "body");
   const int body_id = body->id();
   BtAssert(body_id > 0, "body_id>0");
@@ -184,7 +220,7 @@ bool BaModel::removeBody(BaBody* body) {
   _removeReferencesTo(*body);
   _moveChildrenUp(body);
   const std::unique_ptr<BaBody> removed = std::move(_bodies[body_id]);
-  _unindexBody(removed.get());
+  _unindexBody(removed.get(), removed->name());
   return true;
 }
 

@@ -59,6 +59,7 @@ std::unique_ptr<Object> WithFreeId(const Object& object,
 }  // namespace
 
 BaModelCombine::BaModelCombine(BaModel* model) : _model(model) {
+  BtAssert(_model->isLoading(), "_model->isLoading()");
   for (const std::unique_ptr<BaBody>& body : _model->bodies()) {
     if (body != nullptr && body->id() != 0) _body_names.insert(body->name());
   }
@@ -104,7 +105,7 @@ bool BaModelCombine::_addBody(const BaBody& body, long long body_id_offset,
   copy->setParentId(Moved(body.parentId(), body_id_offset));
   copy->setTransform(body.transform());
   copy->setPostScaleFactor(body.postScaleFactor());
-  _model->addBody(std::move(copy));
+  _model->load(std::move(copy));
   return true;
 }
 
@@ -117,7 +118,7 @@ void BaModelCombine::_addMaterial(const BaMaterial& material, Names* names) {
     auto copy = std::make_unique<BaMaterial>(material);
     copy->setName(name);
     copy->setId(++_last_material_id);
-    _model->addMaterial(std::move(copy));
+    _model->load(std::move(copy));
   }
   names->material_ids.emplace(material.id(), _model->materialByName(name)->id());
 }
@@ -130,7 +131,7 @@ void BaModelCombine::_addSliderGroup(const BaMDSliderGroup& group, Names* names)
     });
     auto copy = std::make_unique<BaMDSliderGroup>(group);
     copy->setName(name);
-    _model->addSliderGroup(std::move(copy));
+    _model->load(std::move(copy));
   }
   names->slider_groups.try_emplace(group.name(), name);
 }
@@ -140,7 +141,7 @@ void BaModelCombine::_addMuscle(const BaMuscle& muscle, const Names& names) {
   const auto material_id = names.material_ids.find(muscle.materialId());
   if (material_id != names.material_ids.end()) copy->setMaterialId(material_id->second);
   for (int& id : copy->bodyIds()) id = Moved(id, names.body_id_offset);
-  _model->addMuscle(std::move(copy));
+  _model->load(std::move(copy));
 }
 
 template <class Element>
@@ -176,6 +177,7 @@ std::unique_ptr<Element> BaModelCombine::_copy(const Element& element, const Nam
 
 bool BaModelCombine::add(const BaModel& source, long long body_id_offset,
                          const BtStr& body_name_suffix) {
+  BtAssert(!body_name_suffix.isNull(), "!body_name_suffix.isNull()");
   Names names;
   names.body_id_offset = body_id_offset;
   for (const std::unique_ptr<BaBody>& body : source.bodies()) {
@@ -192,28 +194,28 @@ bool BaModelCombine::add(const BaModel& source, long long body_id_offset,
   constexpr int kOwners = 2;
   Ba_EffectsEdit edit([&names](BaVertexEffects& effects, int) { _renameTargets(names, &effects); },
                       kOwners);
-  for (const auto& bone : source.bones()) _model->addBone(_copy(*bone, names));
+  for (const auto& bone : source.bones()) _model->load(_copy(*bone, names));
   for (const auto& polygon : source.polygons()) {
-    _model->addPolygon(_copy(*polygon, names, edit));
+    _model->load(_copy(*polygon, names, edit));
   }
   for (const auto& polygon : source.texturedPolygons()) {
-    _model->addTexturedPolygon(_copy(*polygon, names, edit));
+    _model->load(_copy(*polygon, names, edit));
   }
-  for (const auto& mesh : source.tMeshes()) _model->addTMesh(_copy(*mesh, names, edit));
+  for (const auto& mesh : source.tMeshes()) _model->load(_copy(*mesh, names, edit));
   for (const auto& mesh : source.texturedTMeshes()) {
-    _model->addTexturedTMesh(_copy(*mesh, names, edit));
+    _model->load(_copy(*mesh, names, edit));
   }
   for (const auto& polygon : source.flexiblePolygons()) {
     std::unique_ptr<BaFlexiblePolygon> copy = _copy(*polygon, names, edit);
     copy->setOtherBodyId(Moved(polygon->otherBodyId(), body_id_offset));
-    _model->addFlexiblePolygon(std::move(copy));
+    _model->load(std::move(copy));
   }
   for (const auto& muscle : source.muscles()) _addMuscle(*muscle, names);
   for (const auto& light : source.lights()) {
-    _model->addLight(WithFreeId(*light, _model->lights()));
+    _model->load(WithFreeId(*light, _model->lights()));
   }
   for (const auto& lighting_model : source.lightingModels()) {
-    _model->addLightingModel(WithFreeId(*lighting_model, _model->lightingModels()));
+    _model->load(WithFreeId(*lighting_model, _model->lightingModels()));
   }
   return true;
 }

@@ -71,10 +71,10 @@ void Triangulate(const BaElements<Polygon*>& polygons, Add add) {
 }  // namespace
 
 void BaModel::triangulateBody(BaBody* body) {
-  BtAssert(isValid(), "isValid()");
+  _assertEditable();
   BtAssert(body != nullptr, "body");
   BtAssert(findBody(body->id()) == body, "_bodies[body->id()]==body");
-  Triangulate(body->polygons(), [this](auto triangle) { addPolygon(std::move(triangle)); });
-  Triangulate(body->texturedPolygons(),
-              [this](auto triangle) { addTexturedPolygon(std::move(triangle)); });
+  const auto take = [this](auto triangle) { _take(std::move(triangle)); };
+  Triangulate(body->polygons(), take);
+  Triangulate(body->texturedPolygons(), take);
 }

@@ -117,7 +117,7 @@ class Reader {
   std::unique_ptr<T> _readElement(const ElementTexts& texts);
   // Hands an object that was read to the model; false when there is none.
   template <class T>
-  bool _add(std::unique_ptr<T> object, T* (BaModel::*add)(std::unique_ptr<T>));
+  bool _add(std::unique_ptr<T> object);
   // False after a recorded error: a flex2 effect of the polygon names no body.
   [[nodiscard]] bool _checkFlex2(const BaPolygon& polygon) const;
 
@@ -253,9 +253,9 @@ std::unique_ptr<T> Reader::_readElement(const ElementTexts& texts) {
 }
 
 template <class T>
-bool Reader::_add(std::unique_ptr<T> object, T* (BaModel::*add)(std::unique_ptr<T>)) {
+bool Reader::_add(std::unique_ptr<T> object) {
   if (object == nullptr) return false;
-  (_model.*add)(std::move(object));
+  _model.load(std::move(object));
   return true;
 }
 
@@ -275,7 +275,7 @@ bool Reader::_readBody() {
   if (_model.findBody(body->id()) != nullptr) {
     return FailWithId("Duplicate body id %d.", body->id());
   }
-  const BaBody* const added = _model.addBody(std::move(body));
+  const BaBody* const added = _model.load(std::move(body));
   if (_highest_body == nullptr || added->id() > _highest_body->id()) _highest_body = added;
   return true;
 }
@@ -289,18 +289,18 @@ bool Reader::_readMaterial() {
   if (_model.materialById(material->id()) != nullptr) {
     return FailWithId("Duplicate material id %d.", material->id());
   }
-  _model.addMaterial(std::move(material));
+  _model.load(std::move(material));
   return true;
 }
 
 bool Reader::_readLightingModel() {
   constexpr const char* kFailure = "Unable to read lighting model data.";
-  return _add(_readObject<BaLightingModel>(kFailure, kFailure), &BaModel::addLightingModel);
+  return _add(_readObject<BaLightingModel>(kFailure, kFailure));
 }
 
 bool Reader::_readLight() {
   constexpr const char* kFailure = "Unable to read light data.";
-  return _add(_readObject<BaLight>(kFailure, kFailure), &BaModel::addLight);
+  return _add(_readObject<BaLight>(kFailure, kFailure));
 }
 
 bool Reader::_readBone() {
@@ -315,14 +315,14 @@ bool Reader::_readBone() {
                      bone->materialId());
     return false;
   }
-  _model.addBone(std::move(bone));
+  _model.load(std::move(bone));
   return true;
 }
 
 bool Reader::_readPolygon() {
   auto polygon = _readElement<BaPolygon>(kPolygonTexts);
   if (polygon == nullptr || !_checkFlex2(*polygon)) return false;
-  _model.addPolygon(std::move(polygon));
+  _model.load(std::move(polygon));
   return true;
 }
 
@@ -343,23 +343,22 @@ bool Reader::_readTexturedPolygon() {
   auto polygon = _readElement<BaTexturedPolygon>(kTexturedPolygonTexts);
   if (polygon == nullptr) return false;
   polygon->setSFlag(_s_flag ? 1 : 0);
-  _model.addTexturedPolygon(std::move(polygon));
+  _model.load(std::move(polygon));
   return true;
 }
 
 bool Reader::_readFlexiblePolygon() {
-  return _add(_readElement<BaFlexiblePolygon>(kFlexiblePolygonTexts), &BaModel::addFlexiblePolygon);
+  return _add(_readElement<BaFlexiblePolygon>(kFlexiblePolygonTexts));
 }
 
-bool Reader::_readTMesh() { return _add(_readElement<BaTMesh>(kTMeshTexts), &BaModel::addTMesh); }
+bool Reader::_readTMesh() { return _add(_readElement<BaTMesh>(kTMeshTexts)); }
 
 bool Reader::_readTexturedTMesh() {
-  return _add(_readElement<BaTexturedTMesh>(kTexturedTMeshTexts), &BaModel::addTexturedTMesh);
+  return _add(_readElement<BaTexturedTMesh>(kTexturedTMeshTexts));
 }
 
 bool Reader::_readMuscle() {
-  return _add(_readObject<BaMuscle>("Unable to muscle data.", "Unable to read muscle data."),
-              &BaModel::addMuscle);
+  return _add(_readObject<BaMuscle>("Unable to muscle data.", "Unable to read muscle data."));
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include "babodymap.h"
 
+#include <utility>
+
 namespace {
 
 // The answer for transforms that a body does not have, indexed by transform id minus 1.
@@ -42,7 +44,7 @@ BaUnlockedBodyMap::BaUnlockedBodyMap(int body_id, const BtList<int>& order,
 
 void BaUnlockedBodyMap::_setBodyId(int body_id) {
   BtAssert(body_id >= 1, "body_id>=1");
-  _body_id = body_id;
+  _body_id.change(body_id);
 }
 
 void BaUnlockedBodyMap::set(const BtList<int>& order, const BtList<int>& sysvar_ids) {
@@ -117,6 +119,10 @@ void BaUnlockedBodyMap::renumberSysVarIds(const BtArray<int>& new_ids) {
 
 void BaUnlockedBodyMap::offsetSysVarIds(int offset) {
   for (BaUnlockedTransform& transform : _transforms) {
-    transform.renumberSysVarIds([offset](int id) { return id + offset; });
+    transform.renumberSysVarIds([offset](int id) {
+      const long long sum = static_cast<long long>(id) + offset;
+      BtAssert(std::in_range<int>(sum), "id<=INT_MAX-offset");
+      return static_cast<int>(sum);
+    });
   }
 }

@@ -113,13 +113,15 @@ std::unique_ptr<BaUnlockedBodyMap> BaUnlockedBodyMap::scanNewFrom(std::istream& 
 }
 
 bool BaUnlockedBodyMap::_scanFrom(BtScanner* scanner) {
-  if (!scanner->readInt(&_body_id)) return FailMap("Error reading body id\n");
-  if (_body_id < 1) return FailMap(BtFormat("Invalid body id %d.", _body_id));
+  int body_id = 0;
+  if (!scanner->readInt(&body_id)) return FailMap("Error reading body id\n");
+  if (body_id < 1) return FailMap(BtFormat("Invalid body id %d.", body_id));
+  _body_id.set(body_id);
   int order[kBaTransformCount];
-  if (!ReadOrder(scanner, _body_id, order)) return false;
+  if (!ReadOrder(scanner, body_id, order)) return false;
   BaUnlockedTransform by_id[kBaTransformCount];
   for (int id = 1; id <= kBaTransformCount; ++id) {
-    if (!ReadTransform(scanner, id, _body_id, &by_id[id - 1])) return false;
+    if (!ReadTransform(scanner, id, body_id, &by_id[id - 1])) return false;
   }
   _transforms.resize(kBaTransformCount);
   for (int position = 0; position < kBaTransformCount; ++position) {
@@ -132,7 +134,7 @@ void BaUnlockedBodyMap::printOn(std::ostream& os) const {
   const BaUnlockedTransformList& transformation_order = _transforms;
   BtAssert(transformation_order.size() == kBaTransformCount, "transformation_order.count() == 6");
   std::string text;
-  AppendInt(&text, _body_id);
+  AppendInt(&text, bodyId());
   text += '\n';
   for (const BaUnlockedTransform& transform : transformation_order) {
     if (&transform != transformation_order.begin()) text += ' ';

@@ -26,9 +26,7 @@ BaUnlockedMapping::BaUnlockedMapping(const BaUnlockedMapping& other)
       _texture_index_maps(other._texture_index_maps),
       _blend_effect_maps(other._blend_effect_maps),
       _includes(other._includes),
-      _directory(other._directory),
-      _body_id_offset(other._body_id_offset),
-      _sysvar_id_offset(other._sysvar_id_offset) {
+      _directory(other._directory) {
   for (const BaUnlockedBodyMap* body_map : other._body_maps) addBodyMap(*body_map);
 }
 
@@ -53,8 +51,6 @@ void BaUnlockedMapping::swap(BaUnlockedMapping& other) noexcept {
   std::swap(_blend_effect_maps, other._blend_effect_maps);
   std::swap(_includes, other._includes);
   std::swap(_directory, other._directory);
-  std::swap(_body_id_offset, other._body_id_offset);
-  std::swap(_sysvar_id_offset, other._sysvar_id_offset);
 }
 
 bool BaUnlockedMapping::operator==(const BaUnlockedMapping& other) const {
@@ -101,7 +97,6 @@ void BaUnlockedMapping::getBodiesUsingSysVar(BtDArray<int>* body_ids, int var_id
 }
 
 void BaUnlockedMapping::getSysVarTransforms(BtList<Ba_Transform*>* transforms, int var_id) {
-  transforms->clear();
   for (BaUnlockedBodyMap* body_map : _body_maps) body_map->getSysVarTransforms(transforms, var_id);
 }
 
@@ -123,6 +118,7 @@ void BaUnlockedMapping::_addBodyMap(std::unique_ptr<BaUnlockedBodyMap> body_map,
   const bool is_new = _body_map_index.emplace(body_id, body_map.get()).second;
   BtAssert(is_new, "bodyMap(body_id)==0");
   body_map->_setBodyId(body_id);
+  body_map->_body_id.own();
   _body_maps.append(body_map.release());
 }
 

@@ -28,14 +28,16 @@ class Ba_MappingMerge {
   // Moves the content of `sub` into the result. False, with an error recorded and the result as it
   // was, when ids clash or leave their range.
   bool add(BaUnlockedMapping* sub, const BaUnlockedMapping::Include& include) {
-    sub->_body_id_offset = include.body_id_offset;
-    sub->_sysvar_id_offset = include.sysvar_id_offset == BaUnlockedMapping::kFollowOn
-                                 ? _highest_sysvar_id
-                                 : include.sysvar_id_offset;
-    if (!_checkSysVarIds(*sub) || !_checkBodyIds(*sub)) return false;
-    _offsetSysVarIds(sub);
+    const int body_id_offset = include.body_id_offset;
+    const int sysvar_id_offset = include.sysvar_id_offset == BaUnlockedMapping::kFollowOn
+                                     ? _highest_sysvar_id
+                                     : include.sysvar_id_offset;
+    if (!_checkSysVarIds(*sub, sysvar_id_offset) || !_checkBodyIds(*sub, body_id_offset)) {
+      return false;
+    }
+    _offsetSysVarIds(sub, sysvar_id_offset);
     _take(*sub);
-    _move(sub);
+    _move(sub, body_id_offset);
     return true;
   }
 
@@ -47,11 +49,11 @@ class Ba_MappingMerge {
     });
   }
 
-  bool _checkSysVarIds(const BaUnlockedMapping& sub) const {
+  bool _checkSysVarIds(const BaUnlockedMapping& sub, int offset) const {
     bool overlaps = false;
     long long invalid_id = 1;
     sub._forEachSysVarId([&](int id) {
-      const long long new_id = static_cast<long long>(id) + sub._sysvar_id_offset;
+      const long long new_id = static_cast<long long>(id) + offset;
       if (!IsId(new_id)) {
         invalid_id = new_id;
       } else if (_taken_sysvar_ids.contains(static_cast<int>(new_id))) {
@@ -66,9 +68,9 @@ class Ba_MappingMerge {
     return !overlaps && IsId(invalid_id);
   }
 
-  bool _checkBodyIds(const BaUnlockedMapping& sub) const {
+  bool _checkBodyIds(const BaUnlockedMapping& sub, int offset) const {
     for (const BaUnlockedBodyMap* body_map : sub._body_maps) {
-      const long long id = static_cast<long long>(body_map->bodyId()) + sub._body_id_offset;
+      const long long id = static_cast<long long>(body_map->bodyId()) + offset;
       if (!IsId(id)) {
         theExceptObj.set("The resulting body id %lld would be invalid.", id);
         return false;
@@ -81,8 +83,7 @@ class Ba_MappingMerge {
     return true;
   }
 
-  static void _offsetSysVarIds(BaUnlockedMapping* sub) {
-    const int offset = sub->_sysvar_id_offset;
+  static void _offsetSysVarIds(BaUnlockedMapping* sub, int offset) {
     for (BaUnlockedBodyMap* body_map : sub->_body_maps) body_map->offsetSysVarIds(offset);
     for (auto& map : sub->_texture_index_maps) map.sysvar_id += offset;
     for (auto& map : sub->_blend_effect_maps) {
@@ -90,10 +91,10 @@ class Ba_MappingMerge {
     }
   }
 
-  void _move(BaUnlockedMapping* sub) {
+  void _move(BaUnlockedMapping* sub, int body_id_offset) {
     for (BaUnlockedBodyMap* body_map : sub->_body_maps) {
       _result->_addBodyMap(std::unique_ptr<BaUnlockedBodyMap>(body_map),
-                           body_map->bodyId() + sub->_body_id_offset);
+                           body_map->bodyId() + body_id_offset);
     }
     sub->_body_maps.clear();
     sub->_body_map_index.clear();

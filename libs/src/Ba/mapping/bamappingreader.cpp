@@ -50,7 +50,7 @@ bool BaUnlockedMapping::streamContainsMapping(std::istream& is) {
 }
 
 bool BaUnlockedMapping::read(const BtStr& file, bool load_includes) {
-  BtAssert(!file.isNull());
+  BtAssert(!file.isNull(), "!file.isNull()");
   Ba_IncludeChain chain("Mapping");
   return _readFile(file, load_includes, &chain);
 }

@@ -59,6 +59,7 @@ bool BaUnlockedMapping::_printOn(std::ostream& os, const BtStr& directory) const
 }
 
 bool BaUnlockedMapping::save(const char* file) const {
+  BtAssert(file != nullptr, "file");
   BtOutputFile output(file);
   if (output.isOpen() && _printOn(output.stream(), BtFileDirectory(file)) && output.close()) {
     return true;

@@ -46,7 +46,7 @@ void BaBodyObj::setPostScaleFactor(float psf) {
 }
 
 void BaBodyObj::insertChildren(std::span<BaBodyObj* const> children) {
-  const auto before = [](const BaBodyObj* a, const BaBodyObj* b) { return a->_id < b->_id; };
+  const auto before = [](const BaBodyObj* a, const BaBodyObj* b) { return a->id() < b->id(); };
   const auto n_old = static_cast<std::ptrdiff_t>(_children.size());
   _children.insert(_children.end(), children.begin(), children.end());
   // Only those behind the first new one have to move.
@@ -58,7 +58,7 @@ void BaBodyObj::insertChildren(std::span<BaBodyObj* const> children) {
 
 void BaBodyObj::sortChildren() {
   std::sort(_children.begin(), _children.end(),
-            [](const BaBodyObj* a, const BaBodyObj* b) { return a->_id < b->_id; });
+            [](const BaBodyObj* a, const BaBodyObj* b) { return a->id() < b->id(); });
 }
 
 void BaBodyObj::removeChild(BaBodyObj* child) {
@@ -75,16 +75,16 @@ bool BaBodyObj::isDescendantOf(const BaBodyObj* body) const {
 
 void BaBodyObj::debugPrintOn(std::ostream& os) const {
   os << "---\nName: ";
-  if (_name.isNull()) {
+  if (name().isNull()) {
     os << "NULL\n";
   } else {
-    os << _name << '\n';
+    os << name() << '\n';
   }
-  os << "Id: " << _id << "\nParent Id: " << _parent_id << "\nParent Name: ";
+  os << "Id: " << id() << "\nParent Id: " << _parent_id << "\nParent Name: ";
   if (_parent == nullptr) {
     os << "[parent unassigned]\n";
   } else {
-    os << _parent->_name << '\n';
+    os << _parent->name() << '\n';
   }
   os << "Num Children: " << numChildren() << '\n';
 }

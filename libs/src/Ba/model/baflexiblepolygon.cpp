@@ -1,8 +1,15 @@
 #include "baflexiblepolygon.h"
 
 #include <ostream>
+#include <utility>
 
 #include "balegacytext.h"
+
+void BaFlexiblePolygon::setVertices(BtDArray<BaVertex> vertices, BtIntArray modes) {
+  BtAssert(modes.size() == vertices.size(), "modes.size()==vertices.size()");
+  _vertices = std::move(vertices);
+  _modes = std::move(modes);
+}
 
 bool BaFlexiblePolygon::scanFrom(BtScanner& in) {
   int count = 0;

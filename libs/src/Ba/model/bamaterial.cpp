@@ -110,7 +110,9 @@ bool BaMaterial::scanFrom(std::istream& is) {
 
 bool BaMaterial::scanFrom(BtScanner& in) {
   _checkMagicNumber();
-  if (!in.readInt(&_id)) return Ba_Fail("Unable to read id.");
+  int id = 0;
+  if (!in.readInt(&id)) return Ba_Fail("Unable to read id.");
+  setId(id);
   if (!_scanName(in)) return Ba_Fail("Unable to read material name.");
   for (;;) {
     int code = kNoMoreMaterialAttributes;
@@ -125,7 +127,7 @@ bool BaMaterial::_scanName(BtScanner& in) {
   if (!Ba_ScanLine(in, &line)) return false;
   std::string name(line.view());
   std::erase_if(name, BtIsSpace);
-  _name = name.empty() ? BtFormat("material_%d", _id) : BtStr(std::string_view(name));
+  setName(name.empty() ? BtFormat("material_%d", id()) : BtStr(std::string_view(name)));
   return true;
 }
 
@@ -164,8 +166,8 @@ bool BaMaterial::_scanTexture(BtScanner& in) {
 void BaMaterial::printOn(std::ostream& os) const {
   _checkMagicNumber();
   os << "M  ";
-  Ba_PutInt(os, _id);
-  os << ' ' << _name << '\n';
+  Ba_PutInt(os, id());
+  os << ' ' << name() << '\n';
   for (const MatAttrPtr& attr : _attributes) {
     Ba_PutInt(os, CodeOf(attr->kind()).code);
     Ba_PutFloats(os, attr->values());

@@ -32,6 +32,7 @@ BaModel::~BaModel() {
 
 void BaModel::_clear() {
   BtAssert(isValid(), "isValid()");
+  _loading = false;
   _n_bodies = 0;
   _bodies_by_name.clear();
   _materials_by_id.clear();
@@ -66,15 +67,28 @@ void BaModel::beginLoad() {
   BtAssert(_flexible_polygons.empty(), "_flexible_polygons.size()==0");
   BtAssert(_t_meshes.empty(), "_t_meshes.size()==0");
   BtAssert(_textured_t_meshes.empty(), "_textured_t_meshes.size()==0");
+  _addReferenceBody();
+  _loading = true;
+}
+
+void BaModel::_addReferenceBody() {
   auto reference = std::make_unique<BaBody>();
   reference->setId(0);
   reference->setName(kReferenceBodyName);
-  addBody(std::move(reference));
+  _take(std::move(reference));
 }
 
 bool BaModel::endLoad() {
+  BtAssert(_loading, "isLoading()");
   _trim();
-  return _linkBodies();
+  if (!_linkBodies()) return false;
+  _loading = false;
+  return true;
+}
+
+void BaModel::_assertEditable() const {
+  BtAssert(isValid(), "isValid()");
+  BtAssert(!_loading, "!isLoading()");
 }
 
 void BaModel::_trim() {
@@ -138,7 +152,7 @@ bool BaModel::_checkAncestors() const {
   return true;
 }
 
-BaBody* BaModel::addBody(std::unique_ptr<BaBody> body) {
+BaBody* BaModel::_take(std::unique_ptr<BaBody> body) {
   BtAssert(isValid(), "isValid()");
   const int id = body->id();
   BtAssert(id >= 0, "c_body.id()>=0");
@@ -146,6 +160,8 @@ BaBody* BaModel::addBody(std::unique_ptr<BaBody> body) {
   BtAssert(findBody(id) == nullptr, "_bodies[new_body->id()]==(BaBody *)0");
   _growBodyTable(id);
   body->preAddElements();
+  body->_name.own();
+  body->_id.own();
   _bodies[id] = std::move(body);
   _indexBody(_bodies[id].get());
   return _bodies[id].get();
@@ -167,21 +183,21 @@ void BaModel::_indexBody(BaBody* body) {
   if (!is_new && body->id() < entry->second->id()) entry->second = body;
 }
 
-void BaModel::_unindexBody(const BaBody* body) {
+void BaModel::_unindexBody(const BaBody* body, const BtStr& name) {
   const bool names_are_unique = static_cast<std::size_t>(_n_bodies) == _bodies_by_name.size();
   --_n_bodies;
-  const auto entry = _bodies_by_name.find(body->name());
+  const auto entry = _bodies_by_name.find(name);
   if (entry == _bodies_by_name.end() || entry->second != body) return;
   _bodies_by_name.erase(entry);
   if (names_are_unique) return;
   for (const auto& other : _bodies) {
-    if (other == nullptr || other->name() != body->name()) continue;
+    if (other == nullptr || other->name() != name) continue;
     _bodies_by_name.try_emplace(other->name(), other.get());
     return;
   }
 }
 
-BaMaterial* BaModel::addMaterial(std::unique_ptr<BaMaterial> material) {
+BaMaterial* BaModel::_take(std::unique_ptr<BaMaterial> material) {
   BtAssert(isValid(), "isValid()");
   BtAssert(materialById(material->id()) == nullptr, "materialById(material.id())==0");
   BaMaterial* const plain = Append(&_materials, std::move(material));
@@ -191,24 +207,33 @@ BaMaterial* BaModel::addMaterial(std::unique_ptr<BaMaterial> material) {
 
 void BaModel::_indexMaterial(BaMaterial* material) {
   BtAssert(!material->name().isNull(), "!mat->name().isNull()");
+  material->_name.own();
+  material->_id.own();
   _materials_by_id.try_emplace(material->id(), material);
   _materials_by_name.try_emplace(material->name(), material);
 }
 
-BaLightingModel* BaModel::addLightingModel(std::unique_ptr<BaLightingModel> lighting_model) {
+void BaModel::_indexMaterials() {
+  _materials_by_id.clear();
+  _materials_by_name.clear();
+  for (const auto& material : _materials) _indexMaterial(material.get());
+}
+
+BaLightingModel* BaModel::_take(std::unique_ptr<BaLightingModel> lighting_model) {
   return Append(&_lighting_models, std::move(lighting_model));
 }
 
-BaLight* BaModel::addLight(std::unique_ptr<BaLight> light) {
+BaLight* BaModel::_take(std::unique_ptr<BaLight> light) {
   return Append(&_lights, std::move(light));
 }
 
-BaMuscle* BaModel::addMuscle(std::unique_ptr<BaMuscle> muscle) {
+BaMuscle* BaModel::_take(std::unique_ptr<BaMuscle> muscle) {
   return Append(&_muscles, std::move(muscle));
 }
 
-BaMDSliderGroup* BaModel::addSliderGroup(std::unique_ptr<BaMDSliderGroup> group) {
+BaMDSliderGroup* BaModel::_take(std::unique_ptr<BaMDSliderGroup> group) {
   BaMDSliderGroup* const plain = Append(&_slider_groups, std::move(group));
+  plain->_name.own();
   _slider_groups_by_name.try_emplace(plain->name(), plain);
   return plain;
 }
@@ -227,27 +252,27 @@ T* BaModel::_addElement(Elements<T>* elements, std::unique_ptr<T> element, int c
   return elements->last().get();
 }
 
-BaBone* BaModel::addBone(std::unique_ptr<BaBone> bone) {
+BaBone* BaModel::_take(std::unique_ptr<BaBone> bone) {
   return _addElement(&_bones, std::move(bone), kBoneChunk);
 }
 
-BaPolygon* BaModel::addPolygon(std::unique_ptr<BaPolygon> polygon) {
+BaPolygon* BaModel::_take(std::unique_ptr<BaPolygon> polygon) {
   return _addElement(&_polygons, std::move(polygon), kPolygonChunk);
 }
 
-BaTexturedPolygon* BaModel::addTexturedPolygon(std::unique_ptr<BaTexturedPolygon> polygon) {
+BaTexturedPolygon* BaModel::_take(std::unique_ptr<BaTexturedPolygon> polygon) {
   return _addElement(&_textured_polygons, std::move(polygon), kTexturedPolygonChunk);
 }
 
-BaFlexiblePolygon* BaModel::addFlexiblePolygon(std::unique_ptr<BaFlexiblePolygon> polygon) {
+BaFlexiblePolygon* BaModel::_take(std::unique_ptr<BaFlexiblePolygon> polygon) {
   return _addElement(&_flexible_polygons, std::move(polygon), kFlexiblePolygonChunk);
 }
 
-BaTMesh* BaModel::addTMesh(std::unique_ptr<BaTMesh> mesh) {
+BaTMesh* BaModel::_take(std::unique_ptr<BaTMesh> mesh) {
   return _addElement(&_t_meshes, std::move(mesh), kTMeshChunk);
 }
 
-BaTexturedTMesh* BaModel::addTexturedTMesh(std::unique_ptr<BaTexturedTMesh> mesh) {
+BaTexturedTMesh* BaModel::_take(std::unique_ptr<BaTexturedTMesh> mesh) {
   return _addElement(&_textured_t_meshes, std::move(mesh), kTMeshChunk);
 }
 

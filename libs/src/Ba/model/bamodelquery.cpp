@@ -59,6 +59,7 @@ void BaModel::getVertices(BtDArray<BaVertex*>* vertices) const {
 }
 
 void BaModel::removeBones() {
+  _assertEditable();
   for (const auto& body : _bodies) {
     if (body != nullptr) body->removeBones();
   }
@@ -80,6 +81,7 @@ void GetUsedAndUnusedMaterials(const BaModel& model, BtList<BaMaterial*>* used,
 }
 
 void BaModel::removeUnusedMaterials(bool renumber) {
+  _assertEditable();
   BtList<BaMaterial*> used;
   BtList<BaMaterial*> unused;
   GetUsedAndUnusedMaterials(*this, &used, &unused);
@@ -98,9 +100,7 @@ void BaModel::removeUnusedMaterials(bool renumber) {
   }
   if (renumber) _renumberMaterials();
   _last_material = nullptr;
-  _materials_by_id.clear();
-  _materials_by_name.clear();
-  for (const auto& material : _materials) _indexMaterial(material.get());
+  _indexMaterials();
 }
 
 void BaModel::_renumberMaterials() {
@@ -115,12 +115,39 @@ void BaModel::_renumberMaterials() {
     if (old_id > counter && taken.insert(counter).second) {
       taken.erase(old_id);
       new_ids[old_id] = counter;
-      material->setId(counter);
+      material->_id.change(counter);
     }
     ++counter;
   }
+  _changeMaterialIds(new_ids);
+}
+
+void BaModel::_changeMaterialIds(const BtHashMap<int, int>& new_ids) {
   Ba_ForEachMaterialUser(*this, [&](auto& user) {
     const auto entry = new_ids.find(user.materialId());
     if (entry != new_ids.end()) user.setMaterialId(entry->second);
   });
+}
+
+void BaModel::renameMaterial(BaMaterial* material, const BtStr& name) {
+  _assertEditable();
+  BtAssert(material != nullptr, "material");
+  BtAssert(materialById(material->id()) == material, "materialById(material->id())==material");
+  BtAssert(!name.isNull(), "!name.isNull()");
+  if (name == material->name()) return;
+  BtAssert(materialByName(name) == nullptr, "materialByName(name)==0");
+  material->_name.change(name);
+  _indexMaterials();
+}
+
+void BaModel::changeMaterialId(BaMaterial* material, int new_id) {
+  _assertEditable();
+  BtAssert(material != nullptr, "material");
+  const int old_id = material->id();
+  BtAssert(materialById(old_id) == material, "materialById(material->id())==material");
+  if (new_id == old_id) return;
+  BtAssert(materialById(new_id) == nullptr, "materialById(new_id)==0");
+  material->_id.change(new_id);
+  _changeMaterialIds({{old_id, new_id}});
+  _indexMaterials();
 }

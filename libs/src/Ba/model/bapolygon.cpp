@@ -86,3 +86,13 @@ void BaPolygon::_removeDuplicates() {
   }
   if (kept != numVertices()) _resize(kept, nullptr);
 }
+
+void CheckVertices(const BaPolygon& polygon) {
+  BtAssert(polygon.isValid(), "polygon.isValid()");
+  const BaVertex* p1 = nullptr;
+  for (const BaVertex& vertex : polygon.vertices()) {
+    const BaVertex* const p2 = &vertex;
+    BtAssert(p1 != p2, "p1!=p2");
+    p1 = p2;
+  }
+}

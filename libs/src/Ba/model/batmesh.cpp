@@ -11,6 +11,11 @@ void BaTMesh::setVertices(BtDArray<BaVertex> vertices) {
   _swap_flags.resize(numVertices());
 }
 
+void BaTMesh::setSwapFlags(const BtIntArray& flags) {
+  BtAssert(flags.size() == numVertices(), "flags.size()==nverts");
+  _swap_flags = flags;
+}
+
 bool BaTMesh::scanFrom(BtScanner& in) {
   int count = 0;
   return _scanIds(in) && _scanCount(in, "Unable to read the number of vertices.", &count) &&

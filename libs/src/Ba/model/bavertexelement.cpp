@@ -30,6 +30,11 @@ bool BaVertexElement::scanFrom(std::istream& is) {
 
 void BaVertexElement::_resize(int n, BtArena* arena) { _vertices.resizeIn(arena, n); }
 
+bool BaVertexElement::_scanVertexFrom(BaVertex* vertex, int i, std::istream& is) {
+  BtScanner in(is);
+  return _scanVertexFrom(vertex, i, in);
+}
+
 bool BaVertexElement::_scanVertexFrom(BaVertex* vertex, int /*i*/, BtScanner& in) {
   return vertex->scanFrom(in) || Ba_Fail("Unable to read vertex.");
 }
