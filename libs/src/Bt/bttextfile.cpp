@@ -66,7 +66,7 @@ BtOutputFile::~BtOutputFile() {
 void BtOutputFile::_openPlain(const BtStr& file_name) {
   if (!BtFileCheckOutput(file_name, BtFileOverwrite::Yes)) return;
   std::string name(file_name.view());
-  switch (_replacement.open(name, BtReplacement::Naming::Late)) {
+  switch (_replacement.open(name)) {
     case BtReplacement::Place::Beside:
       name = _replacement.path();
       [[fallthrough]];
