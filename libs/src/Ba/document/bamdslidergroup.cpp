@@ -5,6 +5,7 @@
 
 #include "bamdsection.h"
 #include "banamemap.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -70,6 +71,7 @@ bool BaMDSliderGroup::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDSliderGroup::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!_name.isNull(), "!_name.isNull()");
   os << "SLIDER_GROUP {\n";
   if (!BaPrintName(os, "  NAME: ", _name)) return false;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "babodymap.h"
+#include "btclassicios.h"
 #include "btexcept.h"
 #include "btfloattext.h"
 
@@ -129,6 +130,7 @@ bool BaUnlockedBodyMap::_scanFrom(BtScanner* scanner) {
 }
 
 void BaUnlockedBodyMap::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   const BaUnlockedTransformList& transformation_order = _transforms;
   BtAssert(transformation_order.size() == kBaTransformCount, "transformation_order.count() == 6");
   std::string text;

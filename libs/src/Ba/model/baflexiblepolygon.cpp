@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 
 bool BaFlexiblePolygon::scanFrom(BtScanner& in) {
   int count = 0;
@@ -12,6 +13,7 @@ bool BaFlexiblePolygon::scanFrom(BtScanner& in) {
 }
 
 void BaFlexiblePolygon::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(isValid(), "isValid()");
   os << "f  ";
   Ba_PutInt(os, bodyId());
