@@ -43,21 +43,45 @@ void InstallCancel() {
   theExceptObj.setCancelHook([] { return cancel_asked != 0; });
 }
 
+bool WasCanceled(const BtExcept& exception) {
+  const BtExcept* record = &exception;
+  while (record->message() != "Canceled." && record->hasDetail()) record = &record->detail();
+  return record->message() == "Canceled.";
+}
+
+// Prints what is recorded, and answers whether it was an error. Of a reading or writing that the
+// user has stopped nothing more is said.
+bool Report() {
+  if (BtError() && WasCanceled(theExceptObj.exception())) {
+    const std::unique_ptr<BtExcept> context(theExceptObj.release());
+    theExceptObj.checkCancel();
+  }
+  return BtReportError();
+}
+
+// Says what is done next. False, with an error printed, when nobody can read that.
+bool Say(const BtStr& line) {
+  if (std::cout << line << "\n" << std::flush) return true;
+  theExceptObj.set("Unable to write to standard output.");
+  BtReportError();
+  return false;
+}
+
 // Prints what the step recorded; false when it was an error or the user has asked to stop.
 bool StepDone() {
   if (!BtError()) theExceptObj.checkCancel();
-  return !BtReportError();
+  return !Report();
 }
 
 // Records the error above what is recorded already, and prints it all.
 bool Fail(const BtStr& message) {
   theExceptObj.set(message);
-  BtReportError();
+  Report();
   return false;
 }
 
 bool ReadModel(const Settings& settings, BaModelData* model_data) {
-  std::cout << "Reading " << settings.model_file << "\n" << std::flush;
+  if (!Say("Reading " + settings.model_file)) return false;
   BaModel model;
   model.read(settings.model_file);
   if (!StepDone()) return false;
@@ -68,7 +92,7 @@ bool ReadModel(const Settings& settings, BaModelData* model_data) {
 }
 
 bool Save(const Settings& settings, KFbxSdkManager* manager, KFbxScene* scene) {
-  std::cout << "Saving " << settings.fbx_file << "\n" << std::flush;
+  if (!Say("Saving " + settings.fbx_file)) return false;
   const WriterChoice writer = FindMotionBuilderWriter(manager, settings.mb_version, false);
   if (writer.index < 0) {
     return Fail("Unsupported MB version \"" + settings.mb_version + "\".");
@@ -89,7 +113,7 @@ int Convert(const Settings& settings) {
   mapping.read(settings.dof_file, true);
   if (!StepDone()) return EXIT_FAILURE;
 
-  std::cout << "Converting to fbx...\n" << std::flush;
+  if (!Say("Converting to fbx...")) return EXIT_FAILURE;
   CheckMapping(mapping, model_data);
   if (!StepDone()) return EXIT_FAILURE;
 
@@ -117,7 +141,9 @@ int main(int argc, char** argv) {
   std::set_new_handler(BtExitWithoutMemory);
   if (argc <= 1) {
     PrintUsage(std::cout);
-    return EXIT_SUCCESS;
+    if (std::cout.flush()) return EXIT_SUCCESS;
+    std::cerr << "Unable to write to standard output.\n";
+    return EXIT_FAILURE;
   }
   Settings settings;
   if (!ParseOptions(argc, argv, &settings)) return EXIT_FAILURE;

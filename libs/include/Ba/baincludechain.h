@@ -6,6 +6,8 @@
 
 #include <vector>
 
+#include "bttextfile.h"
+
 // The files that are being read at the moment, each included by the one before it.
 class Ba_IncludeChain {
  public:
@@ -15,7 +17,10 @@ class Ba_IncludeChain {
   // Adds the file that is read next. False, with an error recorded and nothing added, when the file
   // is in the chain already or a limit is reached. A file that is not there is no error here.
   bool enter(const char* file_name);
-  // Counts the text of the file that was added last, or what is as much work. False, with an error
+  // Opens the file that was added last. One that is included must be a regular file, and its text
+  // is counted as it is read.
+  [[nodiscard]] BtInputFile open(const char* file_name);
+  // Counts text of the file that was added last, or what is as much work. False, with an error
   // recorded, when all files that are included come to too much.
   bool count(long long bytes);
   // Removes the file that was added last.

@@ -38,6 +38,13 @@ bool Ba_IncludeChain::enter(const char* file_name) {
   return true;
 }
 
+BtInputFile Ba_IncludeChain::open(const char* file_name) {
+  if (_files.size() < 2) return BtInputFile(file_name);
+  BtInputFile file(file_name, BtFileKind::Regular);
+  if (file.isOpen()) file.countWith([this](long long bytes) { return count(bytes); });
+  return file;
+}
+
 bool Ba_IncludeChain::count(long long bytes) {
   if (_files.size() > 1) _included_bytes += bytes;
   return _checkSize(_included_bytes);

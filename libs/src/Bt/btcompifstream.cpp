@@ -63,7 +63,7 @@ class BtCompIFStream::Buf : public BtFileBuf {
       theExceptObj.set(kFailed);
     }
     _job.end();
-    return _state == State::Reading || _state == State::Whole;
+    return !isStopped() && (_state == State::Reading || _state == State::Whole);
   }
 
  protected:

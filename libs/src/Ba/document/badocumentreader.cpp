@@ -279,14 +279,13 @@ bool BaModelData::read(const char* file_name, bool process_includes) {
 }
 
 bool BaModelData::_readFile(const char* file_name, Ba_IncludeChain* chain) {
-  BtInputFile file(file_name);
+  BtInputFile file = chain == nullptr ? BtInputFile(file_name) : chain->open(file_name);
   if (!file.isOpen()) {
     theExceptObj.set("Unable to open '%s'.", file_name);
     return false;
   }
   const bool valid = scanHeader(file.stream(), nullptr);
-  const bool scanned = valid && _scanSections(file.stream(), BtFileDirectory(file_name)) &&
-                       (chain == nullptr || chain->count(file.bytesRead()));
+  const bool scanned = valid && _scanSections(file.stream(), BtFileDirectory(file_name));
   if (file.close() && scanned) return true;
   if (!valid) {
     theExceptObj.set("File is not a valid %s.", kBaModelFileId);

@@ -75,14 +75,13 @@ bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_Incl
 
 // The file is closed again on return: files that include each other must not all stay open.
 bool BaUnlockedMapping::_scanFile(const BtStr& file, bool* opened, Ba_IncludeChain* chain) {
-  BtInputFile input(file);
+  BtInputFile input = chain->open(file);
   *opened = input.isOpen();
   if (!*opened) {
     theExceptObj.set("Unable to open file '%s'.", static_cast<const char*>(file));
     return false;
   }
-  const bool scanned =
-      _scanFrom(input.stream(), BtFileDirectory(file)) && chain->count(input.bytesRead());
+  const bool scanned = _scanFrom(input.stream(), BtFileDirectory(file));
   return input.close() && scanned;
 }
 
