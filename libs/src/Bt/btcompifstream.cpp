@@ -19,7 +19,7 @@ namespace {
 
 using Event = Bt_ShellJob::Event;
 
-constexpr const char* kFailed = "Unable to decompress file.";
+constexpr const char* kUnpackFailed = "Unable to decompress file.";
 
 }  // namespace
 
@@ -60,7 +60,7 @@ class BtCompIFStream::Buf : public BtFileBuf {
     if (_state == State::Canceled) theExceptObj.set("Canceled.");
     if (_state == State::Failed) {
       _job.recordFailure(_program);
-      theExceptObj.set(kFailed);
+      theExceptObj.set(kUnpackFailed);
     }
     _job.end();
     return !isStopped() && (_state == State::Reading || _state == State::Whole);
@@ -102,7 +102,7 @@ BtCompIFStream::BtCompIFStream(const char* name)
   BtAssert(name != nullptr, "name!=0");
   if (!_job->open()) {
     theExceptObj.set("%s", std::strerror(errno));
-    theExceptObj.set(kFailed);
+    theExceptObj.set(kUnpackFailed);
   } else if (_createNamedPipe()) {
     if (_spawnUncompress(name, Bt_CompExtension(name))) {
       _buf->awaitProgram();
@@ -151,7 +151,7 @@ bool BtCompIFStream::_spawnUncompress(const char* name, const char* ext) {
                                  static_cast<const char*>(pipe));
   _buf = std::make_unique<Buf>(*this, program->uncompress, _job.get());
   if (_buf->start(_named_pipe, command)) return true;
-  theExceptObj.set(kFailed);
+  theExceptObj.set(kUnpackFailed);
   return false;
 }
 

@@ -20,7 +20,7 @@ namespace {
 
 using Event = Bt_ShellJob::Event;
 
-constexpr const char* kFailed = "Unable to compress file.";
+constexpr const char* kPackFailed = "Unable to compress file.";
 constexpr std::size_t kPipeBlockSize = std::size_t{64} * 1024;
 // How often, and how many milliseconds apart, the pipe is tried until the program has opened it.
 constexpr int kMaxTries = 30000;
@@ -72,7 +72,7 @@ class BtCompOFStream::Buf : public std::streambuf {
     }
     if (!whole) {
       _record();
-      theExceptObj.set(kFailed);
+      theExceptObj.set(kPackFailed);
     }
     _closeFiles();
     return whole;
@@ -156,7 +156,7 @@ BtCompOFStream::BtCompOFStream(const char* name)
   BtAssert(name != nullptr, "name!=0");
   if (!_job->open()) {
     theExceptObj.set("%s", std::strerror(errno));
-    theExceptObj.set(kFailed);
+    theExceptObj.set(kPackFailed);
   } else if (_createNamedPipe()) {
     if (!_spawnCompress(name, Bt_CompExtension(name))) {
       _buf.reset();
@@ -179,7 +179,7 @@ bool BtCompOFStream::close() {
   _buf.reset();
   if (whole && _replacement.descriptor() >= 0 && !_replacement.commit()) {
     theExceptObj.set("%s", std::strerror(errno));
-    theExceptObj.set(kFailed);
+    theExceptObj.set(kPackFailed);
     whole = false;
   }
   _job->end();
@@ -219,7 +219,7 @@ bool BtCompOFStream::_spawnCompress(const char* name, const char* ext) {
                                  static_cast<const char*>(file));
   _buf = std::make_unique<Buf>(*program, _job.get());
   if (_buf->start(_named_pipe, command)) return true;
-  theExceptObj.set(kFailed);
+  theExceptObj.set(kPackFailed);
   return false;
 }
 

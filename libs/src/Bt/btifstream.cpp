@@ -17,7 +17,7 @@ constexpr std::size_t kReadBlockSize = std::size_t{256} * 1024;
 // Characters kept in front of a new block, so that putback works across its border.
 constexpr std::size_t kPutback = 16;
 // Milliseconds between two questions whether the user wants to stop.
-constexpr int kQuestionMs = 100;
+constexpr int kAskAgainMs = 100;
 
 // After a failure: true where a signal broke in that was not the user's wish to stop, which is
 // recorded otherwise.
@@ -99,7 +99,7 @@ long long BtFileBuf::readBlock(char* to, std::size_t size) {
 // error recorded, when the user wants to stop.
 bool BtFileBuf::_awaitInput() const {
   pollfd input = {_fd, POLLIN, 0};
-  while (poll(&input, 1, kQuestionMs) <= 0) {
+  while (poll(&input, 1, kAskAgainMs) <= 0) {
     if (theExceptObj.checkCancel()) return false;
   }
   return true;

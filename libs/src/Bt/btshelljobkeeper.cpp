@@ -31,16 +31,16 @@ constexpr std::size_t kMaxPath = 4097;
 constexpr char kScriptHead[] = "trap 'kill -9 0' TERM; ";
 constexpr char kScriptTail[] = " wait $!; s=$?; wait; exit $s";
 
-using Path = std::array<char, kMaxPath>;
+using KeptPath = std::array<char, kMaxPath>;
 
-void Append(char** to, const char* text) {
+void AppendText(char** to, const char* text) {
   const std::size_t length = std::strlen(text);
   std::memcpy(*to, text, length + 1);
   *to += length;
 }
 
 // Only what this user has made there: the path may stand for somebody else's file.
-void Remove(const Path& kept, mode_t type) {
+void RemoveKept(const KeptPath& kept, mode_t type) {
   const char* const path = kept.data();
   struct stat info = {};
   if (*path == '\0' || lstat(path, &info) != 0) return;
@@ -62,8 +62,8 @@ class Keeper {
 
   pid_t _self = getpid();
   pid_t _shell = -1;
-  Path _pipe = {};
-  Path _file = {};
+  KeptPath _pipe = {};
+  KeptPath _file = {};
   std::array<char, kMaxMessage> _message = {};
 };
 
@@ -86,7 +86,7 @@ void Keeper::_take() {
   if (kind == Bt_ShellJob::Message::Run) {
     _startShell(text);
   } else if (static_cast<std::size_t>(count) <= kMaxPath) {
-    Path& path = kind == Bt_ShellJob::Message::KeepPipe ? _pipe : _file;
+    KeptPath& path = kind == Bt_ShellJob::Message::KeepPipe ? _pipe : _file;
     std::memcpy(path.data(), text, static_cast<std::size_t>(count));
   }
 }
@@ -120,7 +120,7 @@ void Keeper::_runShell(const char* command) const {
   if (getppid() != _self) _exit(1);
   std::array<char, kMaxMessage + sizeof kScriptHead + sizeof kScriptTail> script;
   char* end = script.data();
-  for (const char* const part : {kScriptHead, command, kScriptTail}) Append(&end, part);
+  for (const char* const part : {kScriptHead, command, kScriptTail}) AppendText(&end, part);
   for (const int signal : {SIGPIPE, SIGXFSZ, SIGTERM, SIGCHLD}) std::signal(signal, SIG_DFL);
   sigset_t none;
   sigemptyset(&none);
@@ -135,8 +135,8 @@ void Keeper::_runShell(const char* command) const {
 void Keeper::_end() {
   // The shell would create anew what is removed before it opens it.
   if (_shell >= 0) _endShell();
-  Remove(_pipe, S_IFIFO);
-  Remove(_file, S_IFREG);
+  RemoveKept(_pipe, S_IFIFO);
+  RemoveKept(_file, S_IFREG);
   _send(Bt_ShellJob::kDone);
   _exit(0);
 }
