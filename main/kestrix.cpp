@@ -1,17 +1,23 @@
 // kestrix: converts a character model and its DOF mapping to one FBX file.
 #include <malloc.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <limits>
 #include <memory>
 #include <new>
+#include <system_error>
+#include <vector>
 
 #include "bamapping.h"
 #include "bamodel.h"
 #include "bamodeldata.h"
+#include "bapicturefile.h"
 #include "btexcept.h"
+#include "btfile.h"
 #include "btnew.h"
 #include "options.h"
 #include "save.h"
@@ -80,7 +86,29 @@ bool Fail(const BtStr& message) {
   return false;
 }
 
-bool ReadModel(const Settings& settings, BaModelData* model_data) {
+using SourceFiles = std::vector<BtFileId>;
+
+void AddTo(SourceFiles* sources, const SourceFiles& more) {
+  sources->insert(sources->end(), more.begin(), more.end());
+}
+
+void AddPictures(const BaModelData& model_data, const BtStr& directory, SourceFiles* sources) {
+  for (const BaMDMaterial* material : model_data.materials()) {
+    for (const BaMDTexture* texture : material->textures()) {
+      BtFileId id = {};
+      if (BtFileFindId(BaFindPicture(directory, texture->name()), &id)) sources->push_back(id);
+    }
+  }
+}
+
+bool IsOneOf(const SourceFiles& sources, const BtStr& file) {
+  std::error_code error;
+  BtFileId id = {};
+  return std::filesystem::is_regular_file(file.view(), error) && BtFileFindId(file, &id) &&
+         std::find(sources.begin(), sources.end(), id) != sources.end();
+}
+
+bool ReadModel(const Settings& settings, BaModelData* model_data, SourceFiles* sources) {
   if (!Say("Reading " + settings.model_file)) return false;
   BaModel model;
   model.read(settings.model_file);
@@ -88,14 +116,20 @@ bool ReadModel(const Settings& settings, BaModelData* model_data) {
   model.removeBones();
   model.removeUnusedMaterials(false);
   model_data->fillFrom(model, true);
+  *sources = model.sourceFiles();
+  AddPictures(*model_data, BtFileDirectory(settings.model_file), sources);
   return StepDone();
 }
 
-bool Save(const Settings& settings, KFbxSdkManager* manager, KFbxScene* scene) {
+bool Save(const Settings& settings, const SourceFiles& sources, KFbxSdkManager* manager,
+          KFbxScene* scene) {
   if (!Say("Saving " + settings.fbx_file)) return false;
   const WriterChoice writer = FindMotionBuilderWriter(manager, settings.mb_version, false);
   if (writer.index < 0) {
     return Fail("Unsupported MB version \"" + settings.mb_version + "\".");
+  }
+  if (IsOneOf(sources, settings.fbx_file)) {
+    return Fail("The output '" + settings.fbx_file + "' is one of the files that were read.");
   }
   if (!SaveScene(manager, scene, settings.fbx_file, false, true, writer.version)) {
     return Fail("Unable to save the fbx.");
@@ -107,10 +141,12 @@ bool Save(const Settings& settings, KFbxSdkManager* manager, KFbxScene* scene) {
 // The steps of one conversion, in order. Answers the exit status.
 int Convert(const Settings& settings) {
   BaModelData model_data;
-  if (!ReadModel(settings, &model_data)) return EXIT_FAILURE;
+  SourceFiles sources;
+  if (!ReadModel(settings, &model_data, &sources)) return EXIT_FAILURE;
 
   BaUnlockedMapping mapping;
   mapping.read(settings.dof_file, true);
+  AddTo(&sources, mapping.sourceFiles());
   if (!StepDone()) return EXIT_FAILURE;
 
   if (!Say("Converting to fbx...")) return EXIT_FAILURE;
@@ -131,7 +167,7 @@ int Convert(const Settings& settings) {
   }
   if (!StepDone()) return EXIT_FAILURE;
   model_data.clear();  // its memory is better used for saving
-  return Save(settings, manager, scene) ? EXIT_SUCCESS : EXIT_FAILURE;
+  return Save(settings, sources, manager, scene) ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 }  // namespace

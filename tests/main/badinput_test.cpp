@@ -323,6 +323,23 @@ TEST(Includes, AreRegularFilesOfALimitedSize) {
   setenv("PATH", old_path.c_str(), 1);
 }
 
+TEST(Output, IsNoneOfTheFilesThatWereRead) {
+  const TestFolder folder;
+  std::filesystem::copy(Sample("robot-v2.mdl"), folder.path("sub.mdl"));
+  folder.write("in.mdl", "Zov Graphic Model File\nv2.00\nINCLUDE {\n  FILE_NAME: sub.mdl\n}\n");
+  std::filesystem::copy(Sample("robot.dof"), folder.path("in.dof"));
+  std::filesystem::create_symlink("sub.mdl", folder.path("link"));
+  std::filesystem::create_hard_link(folder.path("in.dof"), folder.path("hard"));
+  for (const std::string output : {"in.mdl", "./in.dof", "sub.mdl", "link", "hard"}) {
+    const std::string before = folder.read(output);
+    const RunResult result = RunKestrix({"in.mdl", "in.dof", output}, folder.path());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              PrintedError("The output '" + output + "' is one of the files that were read."));
+    EXPECT_EQ(folder.read(output), before);
+  }
+}
+
 TEST(Output, StandardOutputThatTakesNothingIsAnError) {
   const TestFolder folder;
   folder.write("in.mdl", kGoodModel);

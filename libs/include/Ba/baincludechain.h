@@ -2,10 +2,9 @@
 // files that multiply each other into something that no memory holds.
 #pragma once
 
-#include <sys/types.h>
-
 #include <vector>
 
+#include "btfile.h"
 #include "bttextfile.h"
 
 // The files that are being read at the moment, each included by the one before it.
@@ -25,18 +24,14 @@ class Ba_IncludeChain {
   bool count(long long bytes);
   // Removes the file that was added last.
   void leave() { _files.pop_back(); }
+  // All files that were ever added.
+  [[nodiscard]] const std::vector<BtFileId>& allFiles() const { return _all_files; }
 
  private:
-  // Two names of one file are the same file.
-  struct FileId {
-    dev_t device;
-    ino_t inode;
-    bool operator==(const FileId& other) const = default;
-  };
-
   static bool _checkSize(long long bytes);
 
   const char* _kind;
-  std::vector<FileId> _files;
+  std::vector<BtFileId> _files;
+  std::vector<BtFileId> _all_files;
   long long _included_bytes = 0;
 };

@@ -122,6 +122,13 @@ BtStr BtFileSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from) {
   return BtStr(real_file.lexically_relative(folder).c_str());
 }
 
+bool BtFileFindId(const char* path, BtFileId* id) {
+  struct stat info = {};
+  if (path == nullptr || stat(path, &info) != 0) return false;
+  *id = {info.st_dev, info.st_ino};
+  return true;
+}
+
 bool BtFileExists(const char* path) {
   struct stat info = {};
   return path != nullptr && stat(path, &info) == 0;

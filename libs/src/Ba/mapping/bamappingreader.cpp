@@ -52,7 +52,9 @@ bool BaUnlockedMapping::streamContainsMapping(std::istream& is) {
 bool BaUnlockedMapping::read(const BtStr& file, bool load_includes) {
   BtAssert(!file.isNull());
   Ba_IncludeChain chain("Mapping");
-  return _readFile(file, load_includes, &chain);
+  const bool read = _readFile(file, load_includes, &chain);
+  _source_files = chain.allFiles();
+  return read;
 }
 
 bool BaUnlockedMapping::scanFrom(std::istream& is, bool load_includes, const BtStr& directory) {
