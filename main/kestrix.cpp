@@ -1,17 +1,23 @@
 // kestrix: converts a character model and its DOF mapping to one FBX file.
 #include <malloc.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
+#include <filesystem>
 #include <iostream>
 #include <limits>
 #include <memory>
 #include <new>
+#include <system_error>
+#include <vector>
 
 #include "bamapping.h"
 #include "bamodel.h"
 #include "bamodeldata.h"
+#include "bapicturefile.h"
 #include "btexcept.h"
+#include "btfile.h"
 #include "btnew.h"
 #include "options.h"
 #include "save.h"
@@ -43,35 +49,87 @@ void InstallCancel() {
   theExceptObj.setCancelHook([] { return cancel_asked != 0; });
 }
 
+bool WasCanceled(const BtExcept& exception) {
+  const BtExcept* record = &exception;
+  while (record->message() != "Canceled." && record->hasDetail()) record = &record->detail();
+  return record->message() == "Canceled.";
+}
+
+// Prints what is recorded, and answers whether it was an error. Of a reading or writing that the
+// user has stopped nothing more is said.
+bool Report() {
+  if (BtError() && WasCanceled(theExceptObj.exception())) {
+    const std::unique_ptr<BtExcept> context(theExceptObj.release());
+    theExceptObj.checkCancel();
+  }
+  return BtReportError();
+}
+
+// Says what is done next. False, with an error printed, when nobody can read that.
+bool Say(const BtStr& line) {
+  if (std::cout << line << "\n" << std::flush) return true;
+  theExceptObj.set("Unable to write to standard output.");
+  BtReportError();
+  return false;
+}
+
 // Prints what the step recorded; false when it was an error or the user has asked to stop.
 bool StepDone() {
   if (!BtError()) theExceptObj.checkCancel();
-  return !BtReportError();
+  return !Report();
 }
 
 // Records the error above what is recorded already, and prints it all.
 bool Fail(const BtStr& message) {
   theExceptObj.set(message);
-  BtReportError();
+  Report();
   return false;
 }
 
-bool ReadModel(const Settings& settings, BaModelData* model_data) {
-  std::cout << "Reading " << settings.model_file << "\n" << std::flush;
+using SourceFiles = std::vector<BtFileId>;
+
+void AddTo(SourceFiles* sources, const SourceFiles& more) {
+  sources->insert(sources->end(), more.begin(), more.end());
+}
+
+void AddPictures(const BaModelData& model_data, const BtStr& directory, SourceFiles* sources) {
+  for (const BaMDMaterial* material : model_data.materials()) {
+    for (const BaMDTexture* texture : material->textures()) {
+      BtFileId id = {};
+      if (BtFileFindId(BaFindPicture(directory, texture->name()), &id)) sources->push_back(id);
+    }
+  }
+}
+
+bool IsOneOf(const SourceFiles& sources, const BtStr& file) {
+  std::error_code error;
+  BtFileId id = {};
+  return std::filesystem::is_regular_file(file.view(), error) && BtFileFindId(file, &id) &&
+         std::find(sources.begin(), sources.end(), id) != sources.end();
+}
+
+bool ReadModel(const Settings& settings, BaModelData* model_data, SourceFiles* sources) {
+  if (!Say("Reading " + settings.model_file)) return false;
   BaModel model;
   model.read(settings.model_file);
   if (!StepDone()) return false;
   model.removeBones();
   model.removeUnusedMaterials(false);
   model_data->fillFrom(model, true);
+  *sources = model.sourceFiles();
+  AddPictures(*model_data, BtFileDirectory(settings.model_file), sources);
   return StepDone();
 }
 
-bool Save(const Settings& settings, KFbxSdkManager* manager, KFbxScene* scene) {
-  std::cout << "Saving " << settings.fbx_file << "\n" << std::flush;
+bool Save(const Settings& settings, const SourceFiles& sources, KFbxSdkManager* manager,
+          KFbxScene* scene) {
+  if (!Say("Saving " + settings.fbx_file)) return false;
   const WriterChoice writer = FindMotionBuilderWriter(manager, settings.mb_version, false);
   if (writer.index < 0) {
     return Fail("Unsupported MB version \"" + settings.mb_version + "\".");
+  }
+  if (IsOneOf(sources, settings.fbx_file)) {
+    return Fail("The output '" + settings.fbx_file + "' is one of the files that were read.");
   }
   if (!SaveScene(manager, scene, settings.fbx_file, false, true, writer.version)) {
     return Fail("Unable to save the fbx.");
@@ -83,13 +141,15 @@ bool Save(const Settings& settings, KFbxSdkManager* manager, KFbxScene* scene) {
 // The steps of one conversion, in order. Answers the exit status.
 int Convert(const Settings& settings) {
   BaModelData model_data;
-  if (!ReadModel(settings, &model_data)) return EXIT_FAILURE;
+  SourceFiles sources;
+  if (!ReadModel(settings, &model_data, &sources)) return EXIT_FAILURE;
 
   BaUnlockedMapping mapping;
   mapping.read(settings.dof_file, true);
+  AddTo(&sources, mapping.sourceFiles());
   if (!StepDone()) return EXIT_FAILURE;
 
-  std::cout << "Converting to fbx...\n" << std::flush;
+  if (!Say("Converting to fbx...")) return EXIT_FAILURE;
   CheckMapping(mapping, model_data);
   if (!StepDone()) return EXIT_FAILURE;
 
@@ -107,7 +167,7 @@ int Convert(const Settings& settings) {
   }
   if (!StepDone()) return EXIT_FAILURE;
   model_data.clear();  // its memory is better used for saving
-  return Save(settings, manager, scene) ? EXIT_SUCCESS : EXIT_FAILURE;
+  return Save(settings, sources, manager, scene) ? EXIT_SUCCESS : EXIT_FAILURE;
 }
 
 }  // namespace
@@ -117,7 +177,9 @@ int main(int argc, char** argv) {
   std::set_new_handler(BtExitWithoutMemory);
   if (argc <= 1) {
     PrintUsage(std::cout);
-    return EXIT_SUCCESS;
+    if (std::cout.flush()) return EXIT_SUCCESS;
+    std::cerr << "Unable to write to standard output.\n";
+    return EXIT_FAILURE;
   }
   Settings settings;
   if (!ParseOptions(argc, argv, &settings)) return EXIT_FAILURE;

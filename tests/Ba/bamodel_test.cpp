@@ -16,7 +16,7 @@ std::string Ids(const Materials& materials) {
 }
 
 TEST(BaModel, FindsBodiesAndMaterials) {
-  const LegacyModel model(Body(60, "b", 2) + Body(2, "a", 0) + Body(5, "b", 2) + Material(9, "m") +
+  const LegacyModel model(Body(60, "b", 2) + Body(2, "a", -1) + Body(5, "b", 2) + Material(9, "m") +
                           Material(-4, "m"));
   for (const int id : {-1, 1, 59, 61, 2147483647}) EXPECT_EQ(model.findBody(id), nullptr) << id;
   EXPECT_EQ(model.findBody(60)->name(), "b");
@@ -31,6 +31,7 @@ TEST(BaModel, FindsBodiesAndMaterials) {
   const BaBody* const a = model.findBody(2);
   EXPECT_TRUE(a->child(1)->isDescendantOf(model.findBody(0)));
   EXPECT_FALSE(a->isDescendantOf(a));
+  EXPECT_EQ(a->parentId(), 0) << "a body without a parent hangs under the world";
   EXPECT_TRUE(model.checkInvariants(nullptr));
 
   BtSet<BtStr> names;

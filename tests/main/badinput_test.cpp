@@ -263,21 +263,94 @@ TEST(Cancel, LeavesNothingBehind) {
   EXPECT_GT(canceled, 0);
 }
 
-// Opening a pipe that nobody writes to, and reading one that stays empty.
+// Opening a pipe that nobody writes to, and reading one that stays empty or stops within a block.
 TEST(Cancel, EndsTheWaitForAPipe) {
-  for (const bool has_writer : {false, true}) {
+  const std::string document = "Zov Graphic Model File\nv2.00\nCOMMENT {\ntext\n";
+  const struct {
+    bool has_writer;
+    const char* pipe;
+    std::string text;
+  } cases[] = {{false, "in.mdl", ""},
+               {true, "in.mdl", ""},
+               {true, "in.mdl", document},
+               {true, "in.dof", kEmptyDof.substr(0, kEmptyDof.size() / 2)}};
+  for (const auto& row : cases) {
+    SCOPED_TRACE(row.pipe + row.text);
     const TestFolder folder;
-    ASSERT_EQ(mkfifo(folder.path("in.mdl").c_str(), 0600), 0);
+    folder.write("in.mdl", kGoodModel);
+    std::filesystem::remove(folder.path(row.pipe));
+    ASSERT_EQ(mkfifo(folder.path(row.pipe).c_str(), 0600), 0);
     StartedKestrix program({"in.mdl", "in.dof", "out.fbx"}, folder.path());
     program.waitForOutput();
-    const int writer = has_writer ? open(folder.path("in.mdl").c_str(), O_WRONLY | O_CLOEXEC) : -1;
+    const int writer =
+        row.has_writer ? open(folder.path(row.pipe).c_str(), O_WRONLY | O_CLOEXEC) : -1;
+    if (!row.text.empty()) {
+      EXPECT_GT(write(writer, row.text.data(), row.text.size()), 0);
+    }
     usleep(300000);
     program.interrupt();
     const RunResult result = program.wait();
-    if (has_writer) close(writer);
+    if (row.has_writer) close(writer);
     EXPECT_EQ(result.status, 1);
-    EXPECT_TRUE(result.err.ends_with(" Canceled.\n\n")) << result.err;
-    EXPECT_EQ(folder.names(), std::vector<std::string>{"in.mdl"});
+    EXPECT_EQ(result.err, PrintedError("Canceled."));
+    EXPECT_FALSE(std::filesystem::exists(folder.path("out.fbx")));
+  }
+}
+
+// Included files that would keep the reader waiting, or that unpack to more than any model needs.
+TEST(Includes, AreRegularFilesOfALimitedSize) {
+  const TestFolder folder;
+  folder.write("good.mdl", kGoodModel);
+  folder.write("good.dof", kEmptyDof);
+  folder.write("x.gz", "");
+  const std::string program = folder.write(
+      "bin/gunzip", "#!/bin/sh\nprintf 'Zov Graphic Model File\\nv2.00\\nEND:\\n'\nexec yes\n");
+  std::filesystem::permissions(program, std::filesystem::perms(0755));
+  const std::string old_path = std::getenv("PATH");
+  setenv("PATH", (folder.path("bin:") + old_path).c_str(), 1);
+  ASSERT_EQ(mkfifo(folder.path("fifo").c_str(), 0600), 0);
+  std::filesystem::create_symlink("fifo", folder.path("fifo.gz"));
+  for (const std::string name : {"fifo", "fifo.gz", "/dev/zero", "/dev/tty", "x.gz"}) {
+    SCOPED_TRACE(name);
+    folder.write("in.mdl",
+                 "Zov Graphic Model File\nv2.00\nINCLUDE {\n  FILE_NAME: " + name + "\n}\nEND:\n");
+    const RunResult result = RunKestrix({"in.mdl", "good.dof", "out.fbx"}, folder.path());
+    EXPECT_EQ(result.status, 1);
+    const char* const reason = name == "x.gz" ? "come to more than 268435456 bytes" : name.c_str();
+    EXPECT_NE(result.err.find(reason), std::string::npos) << result.err;
+    EXPECT_FALSE(std::filesystem::exists(folder.path("out.fbx")));
+  }
+  setenv("PATH", old_path.c_str(), 1);
+}
+
+TEST(Output, IsNoneOfTheFilesThatWereRead) {
+  const TestFolder folder;
+  std::filesystem::copy(Sample("robot-v2.mdl"), folder.path("sub.mdl"));
+  folder.write("in.mdl", "Zov Graphic Model File\nv2.00\nINCLUDE {\n  FILE_NAME: sub.mdl\n}\n");
+  std::filesystem::copy(Sample("robot.dof"), folder.path("in.dof"));
+  std::filesystem::create_symlink("sub.mdl", folder.path("link"));
+  std::filesystem::create_hard_link(folder.path("in.dof"), folder.path("hard"));
+  for (const std::string output : {"in.mdl", "./in.dof", "sub.mdl", "link", "hard"}) {
+    const std::string before = folder.read(output);
+    const RunResult result = RunKestrix({"in.mdl", "in.dof", output}, folder.path());
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.err,
+              PrintedError("The output '" + output + "' is one of the files that were read."));
+    EXPECT_EQ(folder.read(output), before);
+  }
+}
+
+TEST(Output, StandardOutputThatTakesNothingIsAnError) {
+  const TestFolder folder;
+  folder.write("in.mdl", kGoodModel);
+  folder.write("in.dof", kEmptyDof);
+  for (const std::string arguments : {"", " in.mdl in.dof out.fbx"}) {
+    const std::string command =
+        "cd " + folder.path() + " && " KESTRIX_PROGRAM + arguments + " >/dev/full 2>err";
+    const int status = std::system(command.c_str());  // NOLINT(cert-env33-c)
+    EXPECT_EQ(WEXITSTATUS(status), 1);
+    EXPECT_NE(folder.read("err").find("Unable to write to standard output."), std::string::npos);
+    EXPECT_FALSE(std::filesystem::exists(folder.path("out.fbx")));
   }
 }
 

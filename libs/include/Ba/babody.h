@@ -23,12 +23,14 @@ class BtScanner;
 // the model; none of them is owned.
 class BaBodyObj {
  public:
+  static constexpr int kNoParent = -1;
+
   virtual ~BaBodyObj() = default;
   BaBodyObj(const BaBodyObj&) = delete;
   BaBodyObj& operator=(const BaBodyObj&) = delete;
 
   [[nodiscard]] virtual const BtStr& name() const { return _name.get(); }
-  // -1 for none.
+  // kNoParent for none; bodies of a model that have none hang under its reference body, of id 0.
   [[nodiscard]] virtual int parentId() const { return _parent_id; }
   [[nodiscard]] virtual int id() const { return _id.get(); }
   // The system of the body as its parent sees it.
@@ -74,7 +76,7 @@ class BaBodyObj {
 
   BaKey<BtStr> _name;
   BaKey<int> _id{-1};
-  int _parent_id = -1;
+  int _parent_id = kNoParent;
   Bt4X4FloatMat _transform;
   BaBodyObj* _parent = nullptr;
   std::vector<BaBodyObj*> _children;

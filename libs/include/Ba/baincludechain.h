@@ -2,9 +2,10 @@
 // files that multiply each other into something that no memory holds.
 #pragma once
 
-#include <sys/types.h>
-
 #include <vector>
+
+#include "btfile.h"
+#include "bttextfile.h"
 
 // The files that are being read at the moment, each included by the one before it.
 class Ba_IncludeChain {
@@ -15,23 +16,22 @@ class Ba_IncludeChain {
   // Adds the file that is read next. False, with an error recorded and nothing added, when the file
   // is in the chain already or a limit is reached. A file that is not there is no error here.
   bool enter(const char* file_name);
-  // Counts the text of the file that was added last, or what is as much work. False, with an error
+  // Opens the file that was added last. One that is included must be a regular file, and its text
+  // is counted as it is read.
+  [[nodiscard]] BtInputFile open(const char* file_name);
+  // Counts text of the file that was added last, or what is as much work. False, with an error
   // recorded, when all files that are included come to too much.
   bool count(long long bytes);
   // Removes the file that was added last.
   void leave() { _files.pop_back(); }
+  // All files that were ever added.
+  [[nodiscard]] const std::vector<BtFileId>& allFiles() const { return _all_files; }
 
  private:
-  // Two names of one file are the same file.
-  struct FileId {
-    dev_t device;
-    ino_t inode;
-    bool operator==(const FileId& other) const = default;
-  };
-
   static bool _checkSize(long long bytes);
 
   const char* _kind;
-  std::vector<FileId> _files;
+  std::vector<BtFileId> _files;
+  std::vector<BtFileId> _all_files;
   long long _included_bytes = 0;
 };

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "babodymap.h"
+#include "btfile.h"
 #include "bthash.h"
 #include "btlist.h"
 #include "btmap.h"
@@ -64,6 +65,8 @@ class BaUnlockedMapping {
   // Writes the mapping as it is read. Asserts that each body map has each of its six transforms
   // once.
   void printOn(std::ostream& os) const;
+  // The files that the last read() has read: the mapping's own, and what that includes.
+  [[nodiscard]] const std::vector<BtFileId>& sourceFiles() const { return _source_files; }
   // The same to a file; relative names of included files are rewritten for the file's folder.
   // False, with an error recorded and an older file as it was, where that fails.
   bool save(const char* file) const;
@@ -150,6 +153,7 @@ class BaUnlockedMapping {
   std::vector<TextureIndexMap> _texture_index_maps;
   std::vector<BlendEffectMap> _blend_effect_maps;
   std::vector<Include> _includes;
+  std::vector<BtFileId> _source_files;
   BtStr _directory = ".";  // where relative names of includes start from
 };
 

@@ -6,6 +6,7 @@
 #include <iosfwd>
 #include <memory>
 #include <utility>
+#include <vector>
 
 #include "babody.h"
 #include "babone.h"
@@ -23,6 +24,7 @@
 #include "batmesh.h"
 #include "baunits.h"
 #include "btarena.h"
+#include "btfile.h"
 #include "bthash.h"
 #include "btlist.h"
 #include "btmap.h"
@@ -62,6 +64,8 @@ class BaModel {
   // textures beyond the first decal have no legacy form and are left out. Post scale factors have a
   // form in no text: unless an error stands, a warning names the bodies that have one.
   void printOn(std::ostream& os) const;
+  // The files that were read last for this model: its own, and what that includes.
+  [[nodiscard]] const std::vector<BtFileId>& sourceFiles() const { return _source_files; }
   // Saves the model as a document, never as legacy text. Asserts that no error stands; errors are
   // recorded, and so is a warning about what has no form in a document.
   void save(const char* file_name) const;
@@ -273,6 +277,7 @@ class BaModel {
   template <class T>
   T* _addElement(Elements<T>* elements, std::unique_ptr<T> element, int chunk);
 
+  std::vector<BtFileId> _source_files;
   float _version = 0;
   volatile int _valid = 1;
   bool _loading = false;

@@ -7,6 +7,8 @@
 
 #include "btstr.h"
 
+class Bt_ShellJob;
+
 class BtCompIFStream : public std::istream {
  public:
   // Opens the file and starts the program. An error is recorded, and failbit set, on failure.
@@ -33,5 +35,6 @@ class BtCompIFStream : public std::istream {
   void _removeNamedPipe();
 
   BtStr _named_pipe;  // null when there is none
-  std::unique_ptr<Buf> _buf;
+  std::unique_ptr<Bt_ShellJob> _job;
+  std::unique_ptr<Buf> _buf;  // uses the job
 };

@@ -9,6 +9,8 @@
 #include "btreplacement.h"
 #include "btstr.h"
 
+class Bt_ShellJob;
+
 class BtCompOFStream : public std::ostream {
  public:
   // Creates the file and starts the program. An error is recorded, and failbit set, on failure.
@@ -33,6 +35,7 @@ class BtCompOFStream : public std::ostream {
   void _removeNamedPipe();
 
   BtStr _named_pipe;  // null when there is none
-  std::unique_ptr<Buf> _buf;
+  std::unique_ptr<Bt_ShellJob> _job;
+  std::unique_ptr<Buf> _buf;  // uses the job
   BtReplacement _replacement;
 };

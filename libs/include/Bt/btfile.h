@@ -2,6 +2,8 @@
 // for success record an error where they answer false; plain questions record nothing.
 #pragma once
 
+#include <sys/types.h>
+
 #include <fstream>
 #include <memory>
 
@@ -26,6 +28,15 @@
 // stand. Links to folders are looked up on disk, so that ".." leads where it says; a link to a file
 // keeps its own name.
 [[nodiscard]] BtStr BtFileSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from);
+
+// What a file is, under whatever name.
+struct BtFileId {
+  dev_t device;
+  ino_t inode;
+  bool operator==(const BtFileId& other) const = default;
+};
+// Links are followed. False, without a record, where there is no such file.
+[[nodiscard]] bool BtFileFindId(const char* path, BtFileId* id);
 
 // Questions and checks. Access is checked for the effective user.
 

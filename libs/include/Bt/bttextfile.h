@@ -6,6 +6,7 @@
 #include <memory>
 #include <ostream>
 
+#include "btifstream.h"
 #include "btignoredsignals.h"
 #include "btreplacement.h"
 #include "btstr.h"
@@ -16,14 +17,15 @@
 class BtInputFile {
  public:
   // Opens the file; isOpen() tells whether that went well. A reason may be recorded where it did
-  // not.
-  explicit BtInputFile(const char* file_name);
+  // not. Of compressed files the kind is that of the file itself.
+  explicit BtInputFile(const char* file_name, BtFileKind kind = BtFileKind::Any);
 
   [[nodiscard]] bool isOpen() const { return _is != nullptr; }
   // The text. The file must be open.
   [[nodiscard]] std::istream& stream() const { return *_is; }
-  // Bytes of text that were read so far from the file, which must be open.
-  [[nodiscard]] long long bytesRead() const;
+  // Has the text counted as it is read, unpacked and up to the end of a compressed file. The file
+  // must be open.
+  void countWith(BtFileBuf::Counter counter) const;
   // Ends the reading, to be called when the text has been read, rightly or not. False, with an
   // error recorded, when the text was not all that the file holds: unreadable, corrupt, cut off.
   // Without this call that goes unnoticed.

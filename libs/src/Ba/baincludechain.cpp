@@ -19,7 +19,7 @@ constexpr long long kBytesPerFile = 1024;
 
 bool Ba_IncludeChain::enter(const char* file_name) {
   struct stat info = {};
-  FileId id = {};
+  BtFileId id = {};
   if (stat(file_name, &info) == 0) id = {info.st_dev, info.st_ino};
   if (info.st_ino != 0 && std::find(_files.begin(), _files.end(), id) != _files.end()) {
     theExceptObj.set("%s file '%s' includes itself.", _kind, file_name);
@@ -35,7 +35,15 @@ bool Ba_IncludeChain::enter(const char* file_name) {
     if (!_checkSize(_included_bytes + info.st_size)) return false;
   }
   _files.push_back(id);
+  if (info.st_ino != 0) _all_files.push_back(id);
   return true;
+}
+
+BtInputFile Ba_IncludeChain::open(const char* file_name) {
+  if (_files.size() < 2) return BtInputFile(file_name);
+  BtInputFile file(file_name, BtFileKind::Regular);
+  if (file.isOpen()) file.countWith([this](long long bytes) { return count(bytes); });
+  return file;
 }
 
 bool Ba_IncludeChain::count(long long bytes) {

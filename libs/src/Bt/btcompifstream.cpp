@@ -15,12 +15,19 @@
 #include "btifstream.h"
 #include "btshelljob.h"
 
+namespace {
+
 using Event = Bt_ShellJob::Event;
+
+constexpr const char* kUnpackFailed = "Unable to decompress file.";
+
+}  // namespace
 
 // The reading end of the pipe and the program that writes into it.
 class BtCompIFStream::Buf : public BtFileBuf {
  public:
-  Buf(std::ios& owner, const char* program) : BtFileBuf(owner), _program(program) {}
+  Buf(std::ios& owner, const char* program, Bt_ShellJob* job)
+      : BtFileBuf(owner), _program(program), _job(*job) {}
 
   // Opens the reading end without waiting for a writer, so that the program does not have to wait
   // either and a program that dies first keeps nobody waiting. False, with an error recorded, when
@@ -35,7 +42,11 @@ class BtCompIFStream::Buf : public BtFileBuf {
     return _job.start(command);
   }
   // Waits until the name of the pipe is not needed any more.
-  void awaitProgram() const { (void)_job.waitFor(descriptor(), POLLIN); }
+  void awaitProgram() {
+    const Event event = _job.waitFor(descriptor(), POLLIN);
+    if (event == Event::Over) _job.finish();
+    if (event == Event::Canceled) _job.end();
+  }
 
   void drain() {
     while (!traits_type::eq_int_type(underflow(), traits_type::eof())) {
@@ -49,10 +60,10 @@ class BtCompIFStream::Buf : public BtFileBuf {
     if (_state == State::Canceled) theExceptObj.set("Canceled.");
     if (_state == State::Failed) {
       _job.recordFailure(_program);
-      theExceptObj.set("Unable to decompress file.");
+      theExceptObj.set(kUnpackFailed);
     }
     _job.end();
-    return _state == State::Reading || _state == State::Whole;
+    return !isStopped() && (_state == State::Reading || _state == State::Whole);
   }
 
  protected:
@@ -82,20 +93,24 @@ class BtCompIFStream::Buf : public BtFileBuf {
   }
 
   const char* _program;
-  Bt_ShellJob _job;
+  Bt_ShellJob& _job;
   State _state = State::Reading;
 };
 
-BtCompIFStream::BtCompIFStream(const char* name) : std::istream(nullptr) {
+BtCompIFStream::BtCompIFStream(const char* name)
+    : std::istream(nullptr), _job(std::make_unique<Bt_ShellJob>()) {
   BtAssert(name != nullptr, "name!=0");
-  if (_createNamedPipe()) {
+  if (!_job->open()) {
+    theExceptObj.set("%s", std::strerror(errno));
+    theExceptObj.set(kUnpackFailed);
+  } else if (_createNamedPipe()) {
     if (_spawnUncompress(name, Bt_CompExtension(name))) {
       _buf->awaitProgram();
     } else {
       _buf.reset();
+      _job->end();
     }
-    // Once both ends are open nobody needs the name: without it, not even a killed process leaves
-    // a pipe behind.
+    // Once both ends are open, or no program can create it anew, nobody needs the name.
     _removeNamedPipe();
   }
   rdbuf(_buf.get());  // sets badbit where there is none
@@ -115,7 +130,7 @@ bool BtCompIFStream::close() {
 
 bool BtCompIFStream::_createNamedPipe() {
   BtAssert(_named_pipe.isNull(), "_named_pipe==0");
-  return Bt_CreateNamedPipe("%s/compifstream%d.%d", &_named_pipe);
+  return Bt_CreateNamedPipe("%s/compifstream%d.%d", *_job, &_named_pipe);
 }
 
 bool BtCompIFStream::_spawnUncompress(const char* name, const char* ext) {
@@ -134,9 +149,9 @@ bool BtCompIFStream::_spawnUncompress(const char* name, const char* ext) {
   const BtStr pipe = Bt_ShellWord(_named_pipe);
   const BtStr command = BtFormat(program->uncompress_command, static_cast<const char*>(file),
                                  static_cast<const char*>(pipe));
-  _buf = std::make_unique<Buf>(*this, program->uncompress);
+  _buf = std::make_unique<Buf>(*this, program->uncompress, _job.get());
   if (_buf->start(_named_pipe, command)) return true;
-  theExceptObj.set("Unable to decompress file.");
+  theExceptObj.set(kUnpackFailed);
   return false;
 }
 

@@ -20,6 +20,7 @@ namespace {
 
 using Event = Bt_ShellJob::Event;
 
+constexpr const char* kPackFailed = "Unable to compress file.";
 constexpr std::size_t kPipeBlockSize = std::size_t{64} * 1024;
 // How often, and how many milliseconds apart, the pipe is tried until the program has opened it.
 constexpr int kMaxTries = 30000;
@@ -30,8 +31,10 @@ constexpr int kTryMs = 2;
 // The writing end of the pipe and the program that reads from it.
 class BtCompOFStream::Buf : public std::streambuf {
  public:
-  explicit Buf(const Bt_CompProgram& program)
-      : _program(program), _block(std::make_unique_for_overwrite<char[]>(kPipeBlockSize)) {
+  Buf(const Bt_CompProgram& program, Bt_ShellJob* job)
+      : _program(program),
+        _job(*job),
+        _block(std::make_unique_for_overwrite<char[]>(kPipeBlockSize)) {
     setp(_block.get(), _block.get() + kPipeBlockSize);
   }
   ~Buf() override { _closeFiles(); }
@@ -69,10 +72,9 @@ class BtCompOFStream::Buf : public std::streambuf {
     }
     if (!whole) {
       _record();
-      theExceptObj.set("Unable to compress file.");
+      theExceptObj.set(kPackFailed);
     }
     _closeFiles();
-    _job.end();
     return whole;
   }
 
@@ -141,21 +143,27 @@ class BtCompOFStream::Buf : public std::streambuf {
   }
 
   const Bt_CompProgram& _program;
+  Bt_ShellJob& _job;
   std::unique_ptr<char[]> _block;
-  Bt_ShellJob _job;
   int _fd = -1;
   int _reading_end = -1;
   bool _failed = false;
   bool _canceled = false;
 };
 
-BtCompOFStream::BtCompOFStream(const char* name) : std::ostream(nullptr) {
+BtCompOFStream::BtCompOFStream(const char* name)
+    : std::ostream(nullptr), _job(std::make_unique<Bt_ShellJob>()) {
   BtAssert(name != nullptr, "name!=0");
-  if (_createNamedPipe()) {
-    if (!_spawnCompress(name, Bt_CompExtension(name))) _buf.reset();
-    // Once both ends are open nobody needs the name: without it, not even a killed process leaves
-    // a pipe behind.
-    _removeNamedPipe();
+  if (!_job->open()) {
+    theExceptObj.set("%s", std::strerror(errno));
+    theExceptObj.set(kPackFailed);
+  } else if (_createNamedPipe()) {
+    if (!_spawnCompress(name, Bt_CompExtension(name))) {
+      _buf.reset();
+      _job->end();  // before the file that it may write is removed
+      _replacement.discard();
+    }
+    _removeNamedPipe();  // once both ends are open nobody needs the name
   }
   rdbuf(_buf.get());  // sets badbit where there is none
   if (!isOpen()) setstate(std::ios::failbit);
@@ -171,16 +179,17 @@ bool BtCompOFStream::close() {
   _buf.reset();
   if (whole && _replacement.descriptor() >= 0 && !_replacement.commit()) {
     theExceptObj.set("%s", std::strerror(errno));
-    theExceptObj.set("Unable to compress file.");
+    theExceptObj.set(kPackFailed);
     whole = false;
   }
+  _job->end();
   _replacement.discard();
   return whole;
 }
 
 bool BtCompOFStream::_createNamedPipe() {
   BtAssert(_named_pipe.isNull(), "_named_pipe==0");
-  if (!Bt_CreateNamedPipe("%s/compofstream%d.%d", &_named_pipe)) return false;
+  if (!Bt_CreateNamedPipe("%s/compofstream%d.%d", *_job, &_named_pipe)) return false;
   BtAssert(BtFileExists(_named_pipe), "BtFileExists(_named_pipe)");
   return true;
 }
@@ -197,7 +206,7 @@ bool BtCompOFStream::_spawnCompress(const char* name, const char* ext) {
     return false;
   }
   if (!BtFileHaveWriteAccess(name)) return false;
-  const BtReplacement::Place place = _replacement.open(name, BtReplacement::Naming::Now);
+  const BtReplacement::Place place = _replacement.open(name, _job.get());
   if (place == BtReplacement::Place::Failed) {
     theExceptObj.set("%s", std::strerror(errno));
     theExceptObj.set("Couldn't create " + BtStr(name));
@@ -208,10 +217,9 @@ bool BtCompOFStream::_spawnCompress(const char* name, const char* ext) {
       Bt_ShellWord(place == BtReplacement::Place::Beside ? _replacement.path().c_str() : name);
   const BtStr command = BtFormat(program->compress_command, static_cast<const char*>(pipe),
                                  static_cast<const char*>(file));
-  _buf = std::make_unique<Buf>(*program);
+  _buf = std::make_unique<Buf>(*program, _job.get());
   if (_buf->start(_named_pipe, command)) return true;
-  _replacement.discard();
-  theExceptObj.set("Unable to compress file.");
+  theExceptObj.set(kPackFailed);
   return false;
 }
 

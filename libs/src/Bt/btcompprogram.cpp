@@ -62,13 +62,15 @@ BtStr Bt_ShellWord(const char* file_name) {
   return BtStr(word + "'");
 }
 
-bool Bt_CreateNamedPipe(const char* format, BtStr* path) {
+bool Bt_CreateNamedPipe(const char* format, const Bt_ShellJob& job, BtStr* path) {
   static std::atomic<int> stream_number = 0;
   BtStr name;
   int error = EEXIST;
   for (int i = 0; i < kMaxTakenNames && error == EEXIST; ++i) {
     name = BtFormat(format, kPipeFolder, ++stream_number, static_cast<int>(getpid()));
     BtAssert(name.length() <= kMaxPipeLength);
+    if (BtFileExists(name)) continue;  // nothing that was there before is the job's to remove
+    job.keepPipe(name);
     error = mkfifo(name, 0600) == 0 ? 0 : errno;
   }
   if (error == 0) {

@@ -4,6 +4,7 @@
 
 #include <string_view>
 
+#include "btshelljob.h"
 #include "btstr.h"
 
 // The programs for one extension. The commands are run by the shell.
@@ -26,6 +27,7 @@ BtStr Bt_CompExtension(const char* file_name);
 // A file name as one word of a shell command, which no program takes for an option.
 BtStr Bt_ShellWord(const char* file_name);
 
-// Makes a pipe that only this user may open. `format` takes the folder, a number that no other
-// stream of this process has and the process id. False, with an error recorded, on failure.
-bool Bt_CreateNamedPipe(const char* format, BtStr* path);
+// Makes a pipe that only this user may open, and that `job` keeps. `format` takes the folder, a
+// number that no other stream of this process has and the process id. False, with an error
+// recorded, on failure.
+bool Bt_CreateNamedPipe(const char* format, const Bt_ShellJob& job, BtStr* path);

@@ -25,6 +25,8 @@ bool HaveAccess(const char* path, int mode) {
   return faccessat(AT_FDCWD, path, mode, AT_EACCESS) == 0;
 }
 
+bool MayRun(const char* path) { return !IsDirectory(path) && HaveAccess(path, X_OK); }
+
 bool Fail(const BtStr& message) {
   theExceptObj.set(message);
   return false;
@@ -120,6 +122,13 @@ BtStr BtFileSeenFrom(const BtStr& to, const BtStr& name, const BtStr& from) {
   return BtStr(real_file.lexically_relative(folder).c_str());
 }
 
+bool BtFileFindId(const char* path, BtFileId* id) {
+  struct stat info = {};
+  if (path == nullptr || stat(path, &info) != 0) return false;
+  *id = {info.st_dev, info.st_ino};
+  return true;
+}
+
 bool BtFileExists(const char* path) {
   struct stat info = {};
   return path != nullptr && stat(path, &info) == 0;
@@ -127,7 +136,7 @@ bool BtFileExists(const char* path) {
 
 bool BtFileCanExecute(const BtStr& path) {
   BtAssert(BtFileExists(path), "BtFileExists(path)");
-  return !IsDirectory(path) && HaveAccess(path, X_OK);
+  return MayRun(path);
 }
 
 bool BtFileHaveReadAccess(const BtStr& path) {
@@ -170,7 +179,7 @@ std::unique_ptr<std::ofstream> BtFileOpenOutput(const BtStr& path, BtFileOverwri
 }
 
 BtStr BtFileFindCommand(const BtStr& command) {
-  const auto runs = [](const BtStr& path) { return BtFileExists(path) && BtFileCanExecute(path); };
+  const auto runs = [](const BtStr& path) { return MayRun(path); };
   if (command.length() == 0) return {};
   if (command.view().find('/') != std::string_view::npos) return runs(command) ? command : BtStr();
   const char* const variable = std::getenv("PATH");

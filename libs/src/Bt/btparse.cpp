@@ -26,6 +26,9 @@ constexpr BtCharSet kBlockStops("\r\n\0#{}\\"sv);
 constexpr BtCharSet kNotBlank = BtCharSet(" \t"sv).inverted();
 constexpr BtCharSet kNotSpaceInLine = BtCharSet(" \t\v\f"sv).inverted();
 
+// True when reading has ended before the end of the text for a reason that is recorded.
+bool HasReasonToEnd(const std::istream& is) { return is.bad() && BtError(); }
+
 bool RefuseNul() {
   theExceptObj.set("Text contains a NUL character.");
   return false;
@@ -145,7 +148,7 @@ bool Copy(BtLineCharReader* reader, const BtCharSet& stops, TextCollector* text)
 class BlockReader {
  public:
   BlockReader(std::istream& is, const BtStr& keyword, BtStr* value)
-      : _keyword(keyword), _value(value), _reader(is), _text(value) {}
+      : _is(is), _keyword(keyword), _value(value), _reader(is), _text(value) {}
 
   bool read() {
     Skip(&_reader, kNotBlank);
@@ -231,13 +234,14 @@ class BlockReader {
   }
 
   bool _endOfFile() {
-    if (!_text.flush()) return false;
+    if (!_text.flush() || HasReasonToEnd(_is)) return false;
     std::cerr << "Hit eof: " << _value->view() << '\n';
     theExceptObj.set("Hit end of file without reading '}' for tag %s",
                      static_cast<const char*>(_keyword));
     return false;
   }
 
+  const std::istream& _is;
   const BtStr& _keyword;
   BtStr* _value;
   BtLineCharReader _reader;
@@ -318,6 +322,7 @@ bool BtReadTaggedValue(std::istream& is, BtStr* keyword, BtStr* value, bool* sin
   if (keyword->isNull()) *value = BtStr();
   if (single_line != nullptr) *single_line = colon_item;
   if (!is.bad()) return read;
+  if (HasReasonToEnd(is)) return false;
   // What came before a read error may be cut short in the middle.
   theExceptObj.set("Error reading file.");
   return false;

@@ -10,6 +10,8 @@
 #include <filesystem>
 #include <system_error>
 
+#include "btshelljob.h"
+
 namespace {
 
 constexpr int kMaxLinks = 40;
@@ -66,7 +68,11 @@ class BlockedSignals {
 
 }  // namespace
 
-BtReplacement::Place BtReplacement::open(const std::string& target, Naming naming) {
+BtReplacement::BtReplacement() = default;
+
+BtReplacement::~BtReplacement() { discard(); }
+
+BtReplacement::Place BtReplacement::open(const std::string& target, Bt_ShellJob* writer) {
   discard();
   _older.reset();
   struct stat older {};
@@ -89,11 +95,11 @@ BtReplacement::Place BtReplacement::open(const std::string& target, Naming namin
     }
     _older = {older.st_mode & kPermissions, older.st_uid, older.st_gid};
   }
-  return _createBeside(naming) ? Place::Beside : Place::Failed;
+  return _createBeside(writer) ? Place::Beside : Place::Failed;
 }
 
-bool BtReplacement::_createBeside(Naming naming) {
-  if (naming == Naming::Late) {
+bool BtReplacement::_createBeside(Bt_ShellJob* writer) {
+  if (writer == nullptr) {
     const std::string folder = _target.substr(0, _target.rfind('/') + 1);
     // A file without a name is gone with the process, however that ends.
     _fd = ::open(folder.empty() ? "." : folder.c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
@@ -101,7 +107,18 @@ bool BtReplacement::_createBeside(Naming naming) {
     // Not every file system has such files, and naming them later needs /proc.
     if (_fd >= 0) close(_fd);
   }
-  return _takeFreshName([this](const char* name) {
+  if (writer == nullptr) {
+    // Where there can be no other process, this one does without.
+    _keeper = std::make_unique<Bt_ShellJob>();
+    if (_keeper->open()) writer = _keeper.get();
+  }
+  return _takeFreshName([this, writer](const char* name) {
+    struct stat older = {};
+    if (lstat(name, &older) == 0) {
+      errno = EEXIST;
+      return false;
+    }
+    if (writer != nullptr) writer->keepFile(name);
     _fd = ::open(name, O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     return _fd >= 0;
   });
@@ -145,6 +162,7 @@ bool BtReplacement::commit() {
     return false;
   }
   _name.clear();
+  _keeper.reset();
   return true;
 }
 
@@ -153,4 +171,5 @@ void BtReplacement::discard() {
   _fd = -1;
   if (!_name.empty()) unlink(_name.c_str());
   _name.clear();
+  _keeper.reset();
 }

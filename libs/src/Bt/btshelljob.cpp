@@ -1,77 +1,70 @@
 #include "btshelljob.h"
 
-#include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/mman.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <charconv>
 #include <chrono>
 #include <csignal>
 #include <cstring>
 #include <string>
 
 #include "btexcept.h"
+#include "btshelljobkeeper.h"
 
 namespace {
 
-// Time between two questions whether the user wants to stop; times that a command has to end by
-// itself when its work is done, and when it is told to.
+// Time between two questions whether the user wants to stop; time that a command has to end by
+// itself when its work is done.
 constexpr int kQuestionMs = 100;
 constexpr int kFinishMs = 60000;
-constexpr int kEndMs = 2000;
-
-constexpr int kStatusFd = 3;
-constexpr int kFirstOwnFd = 10;
+// How often, and how many microseconds apart, it is tried whether killed processes have gone.
+constexpr int kEndTries = 100;
+constexpr int kEndTryUs = 1000;
 constexpr std::size_t kMaxMessages = 1000;
 constexpr int kSignalStatus = 128;
-
-// The command's exit status goes to file 3. SIGTERM ends the command, not the shell, which has to
-// collect it: in a container there may be nobody else who would.
-constexpr const char* kScript = "trap : TERM; %s wait $!; s=$?; wait; echo $s >&3";
-
-// A file that the spawned shell's own numbers (0 to 3) cannot get in the way of.
-int MovedUp(int fd) {
-  const int moved = fcntl(fd, F_DUPFD_CLOEXEC, kFirstOwnFd);
-  const int error = errno;
-  close(fd);
-  errno = error;
-  return moved;
-}
 
 void CloseFd(int* fd) {
   if (*fd >= 0) close(*fd);
   *fd = -1;
 }
 
-// In a group of its own, with the signals as a fresh process has them: ignored ones would be handed
-// down, and a filter that does not die of a closed pipe may write for ever.
-int SpawnShell(const BtStr& script, int status_fd, int messages_fd, pid_t* shell) {
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_adddup2(&actions, messages_fd, STDERR_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, status_fd, kStatusFd);
-  posix_spawnattr_t attributes;
-  posix_spawnattr_init(&attributes);
-  sigset_t signals;
-  sigemptyset(&signals);
-  posix_spawnattr_setsigmask(&attributes, &signals);
-  for (const int signal : {SIGPIPE, SIGXFSZ, SIGTERM, SIGCHLD}) sigaddset(&signals, signal);
-  posix_spawnattr_setsigdefault(&attributes, &signals);
-  posix_spawnattr_setpgroup(&attributes, 0);
-  posix_spawnattr_setflags(&attributes,
-                           POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
-  std::array<std::string, 3> words = {"sh", "-c", std::string(script.view())};
-  std::array<char*, 4> arguments = {words[0].data(), words[1].data(), words[2].data(), nullptr};
-  const int error = posix_spawn(shell, "/bin/sh", &actions, &attributes, arguments.data(), environ);
-  posix_spawnattr_destroy(&attributes);
-  posix_spawn_file_actions_destroy(&actions);
-  return error;
+// While one lives, no signal comes through: a handler must not run in a process just forked.
+class Undisturbed {
+ public:
+  Undisturbed() {
+    sigset_t all;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &_before);
+  }
+  ~Undisturbed() { pthread_sigmask(SIG_SETMASK, &_before, nullptr); }
+  Undisturbed(const Undisturbed&) = delete;
+  Undisturbed& operator=(const Undisturbed&) = delete;
+
+ private:
+  sigset_t _before = {};
+};
+
+// Takes a number from the keeper; false when that has died.
+bool ReadNumber(int channel, int* number) {
+  int value = 0;
+  ssize_t count = 0;
+  do {
+    count = recv(channel, &value, sizeof value, 0);
+  } while (count < 0 && errno == EINTR);
+  if (count != sizeof value) return false;
+  *number = value;
+  return true;
+}
+
+// Ends a shell that has lost its keeper, and whatever runs with it.
+void EndGroup(pid_t group) {
+  for (int i = 0; group > 0 && i < kEndTries && kill(-group, SIGKILL) == 0; ++i) usleep(kEndTryUs);
 }
 
 // Collects a child; somebody else may have done that already.
@@ -82,24 +75,50 @@ void Collect(pid_t pid) {
 
 }  // namespace
 
-bool Bt_ShellJob::start(const BtStr& command) {
+Bt_ShellJob::~Bt_ShellJob() {
+  end();
+  CloseFd(&_messages);
+}
+
+bool Bt_ShellJob::open() {
   int ends[2] = {-1, -1};
-  int error = 0;
-  if (pipe2(ends, O_CLOEXEC) != 0 || (ends[1] = MovedUp(ends[1])) < 0 ||
-      (_messages = memfd_create("messages", MFD_CLOEXEC)) < 0 ||
-      (_messages = MovedUp(_messages)) < 0) {
-    error = errno;
-  } else {
-    const BtStr script = BtFormat(kScript, static_cast<const char*>(command));
-    error = SpawnShell(script, ends[1], _messages, &_shell);
+  if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) == 0 &&
+      (_messages = memfd_create("messages", MFD_CLOEXEC)) >= 0) {
+    const Undisturbed until_forked;
+    _keeper = fork();
+    if (_keeper == 0) {
+      close(ends[0]);
+      Bt_KeepShellJob(ends[1], _messages);
+    }
   }
+  const int error = errno;
   CloseFd(&ends[1]);
   _channel = ends[0];
-  if (error == 0) return true;
-  _shell = -1;
+  if (_keeper >= 0) return true;
   end();
-  theExceptObj.set("%s", std::strerror(error));
+  errno = error;
   return false;
+}
+
+bool Bt_ShellJob::start(const BtStr& command) {
+  int answer = -ECHILD;  // the keeper has died
+  if (_send(Message::Run, command)) (void)ReadNumber(_channel, &answer);
+  if (answer > 0) {
+    _group = answer;
+    return true;
+  }
+  end();
+  theExceptObj.set("%s", std::strerror(-answer));
+  return false;
+}
+
+bool Bt_ShellJob::_send(Message kind, const char* text) const {
+  const std::string message = static_cast<char>(kind) + std::string(text);
+  ssize_t count = 0;
+  do {
+    count = send(_channel, message.data(), message.size(), MSG_NOSIGNAL);
+  } while (count < 0 && errno == EINTR);
+  return count >= 0;
 }
 
 Bt_ShellJob::Event Bt_ShellJob::waitFor(int fd, short events, int milliseconds) const {
@@ -113,8 +132,12 @@ Bt_ShellJob::Event Bt_ShellJob::waitFor(int fd, short events, int milliseconds) 
       if (passed.count() > milliseconds) return Event::Late;
       slice = std::min(slice, milliseconds - static_cast<int>(passed.count()) + 1);
     }
-    std::array<pollfd, 2> files = {{{fd, events, 0}, {_channel, POLLIN, 0}}};
-    if (poll(files.data(), files.size(), slice) <= 0) continue;
+    std::array<pollfd, 2> files = {{{fd, events, 0}, {_is_over ? -1 : _channel, POLLIN, 0}}};
+    if (_is_over) slice = 0;
+    if (poll(files.data(), files.size(), slice) <= 0) {
+      if (_is_over) return Event::Over;
+      continue;
+    }
     return files[0].revents != 0 ? Event::Ready : Event::Over;
   }
 }
@@ -122,28 +145,29 @@ Bt_ShellJob::Event Bt_ShellJob::waitFor(int fd, short events, int milliseconds) 
 Bt_ShellJob::Event Bt_ShellJob::finish() {
   const Event event = waitFor(-1, 0, kFinishMs);
   if (event != Event::Over) return event;
-  std::array<char, 16> text = {};
-  ssize_t count = 0;
-  do {
-    count = read(_channel, text.data(), text.size());
-  } while (count < 0 && errno == EINTR);
-  if (count > 0) std::from_chars(text.data(), text.data() + count, _status);
-  CloseFd(&_channel);
-  Collect(_shell);
-  _shell = -1;
+  if (_is_over) return event;
+  _is_over = true;
+  if (ReadNumber(_channel, &_status)) {
+    _group = -1;
+  } else {
+    end();
+  }
   return Event::Over;
 }
 
 void Bt_ShellJob::end() {
-  if (_shell >= 0) {
-    kill(-_shell, SIGTERM);
-    pollfd channel = {_channel, POLLIN, 0};
-    if (poll(&channel, 1, kEndMs) <= 0) kill(-_shell, SIGKILL);
-    Collect(_shell);
-    _shell = -1;
+  if (_channel >= 0) {
+    // Tells the keeper, also where somebody else, forked at a wrong time, has the channel as well.
+    shutdown(_channel, SHUT_WR);
+    int answer = 0;
+    while (ReadNumber(_channel, &answer)) {
+    }
+    if (answer != kDone) EndGroup(_group);
   }
   CloseFd(&_channel);
-  CloseFd(&_messages);
+  if (_keeper >= 0) Collect(_keeper);
+  _keeper = -1;
+  _group = -1;
 }
 
 void Bt_ShellJob::recordFailure(const char* program) const {

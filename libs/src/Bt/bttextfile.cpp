@@ -1,5 +1,7 @@
 #include "bttextfile.h"
 
+#include <sys/stat.h>
+
 #include <cerrno>
 #include <cstring>
 #include <fstream>
@@ -15,6 +17,14 @@
 namespace {
 
 bool CloseCompressedInput(std::istream& is) { return static_cast<BtCompIFStream&>(is).close(); }
+
+// The program that unpacks a file opens it by its name.
+bool CheckKind(const char* file_name, BtFileKind kind) {
+  struct stat info = {};
+  if (kind == BtFileKind::Any || stat(file_name, &info) != 0 || S_ISREG(info.st_mode)) return true;
+  theExceptObj.set("'%s' is not a regular file.", file_name);
+  return false;
+}
 
 bool ClosePlainInput(std::istream& is) {
   if (!is.bad() || BtError()) return true;
@@ -32,21 +42,22 @@ BtStr BtTextFileName(const BtStr& file_name) {
   return is_name ? text_name : file_name;
 }
 
-BtInputFile::BtInputFile(const char* file_name) {
+BtInputFile::BtInputFile(const char* file_name, BtFileKind kind) {
   BtAssert(file_name != nullptr, "file_name");
   if (Bt_IsCompressedText(file_name)) {
+    if (!CheckKind(file_name, kind)) return;
     auto is = std::make_unique<BtCompIFStream>(file_name);
     if (is->isOpen()) _is = std::move(is);
     _close = CloseCompressedInput;
   } else {
-    auto is = std::make_unique<BtIFStream>(file_name);
+    auto is = std::make_unique<BtIFStream>(file_name, kind);
     if (is->isOpen()) _is = std::move(is);
     _close = ClosePlainInput;
   }
 }
 
-long long BtInputFile::bytesRead() const {
-  return static_cast<const BtFileBuf*>(_is->rdbuf())->bytesRead();
+void BtInputFile::countWith(BtFileBuf::Counter counter) const {
+  static_cast<BtFileBuf*>(_is->rdbuf())->countWith(std::move(counter));
 }
 
 bool BtInputFile::close() {
@@ -72,7 +83,7 @@ BtOutputFile::~BtOutputFile() {
 void BtOutputFile::_openPlain(const BtStr& file_name) {
   if (!BtFileCheckOutput(file_name, BtFileOverwrite::Yes)) return;
   std::string name(file_name.view());
-  switch (_replacement.open(name, BtReplacement::Naming::Late)) {
+  switch (_replacement.open(name)) {
     case BtReplacement::Place::Beside:
       name = _replacement.path();
       [[fallthrough]];

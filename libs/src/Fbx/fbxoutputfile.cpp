@@ -31,7 +31,7 @@ bool FbxOutputFile::openMemory(std::string* bytes) {
 bool FbxOutputFile::open(const std::string& target) {
   _target = target;
   _makeBuffer();
-  switch (_replacement.open(target, BtReplacement::Naming::Late)) {
+  switch (_replacement.open(target)) {
     case BtReplacement::Place::Beside:
       _fd = _replacement.descriptor();
       return true;

@@ -23,6 +23,9 @@ void BaModel::read(const char* file_name) {
     return;
   }
   _scanFrom(file.stream(), BtFileDirectory(file_name), file_name);
+  if (BtFileId id = {}; _source_files.empty() && BtFileFindId(file_name, &id)) {
+    _source_files.push_back(id);
+  }
   if (!file.close()) _clear();
   if (BtError()) theExceptObj.set("Unable to read '%s'.", file_name);
 }
@@ -33,6 +36,7 @@ void BaModel::scanFrom(std::istream& is, const BtStr& directory) {
 
 void BaModel::_scanFrom(std::istream& is, const BtStr& directory, const char* file_name) {
   _clear();
+  _source_files.clear();
   float version = 0;
   if (!BaScanModelHeader(is, &version)) {
     theExceptObj.set("File is not a valid %s.", kBaModelFileId);
@@ -50,4 +54,5 @@ void BaModel::_scanFrom(std::istream& is, const BtStr& directory, const char* fi
 void BaModel::_scanDocumentFrom(std::istream& is, const BtStr& directory, const char* file_name) {
   BaModelData data;
   if (data.scan(is, directory, true, file_name)) data.moveTo(this);
+  _source_files = data.sourceFiles();
 }

@@ -274,20 +274,21 @@ bool BaModelData::read(const char* file_name, bool process_includes) {
   if (!process_includes) return _readFile(file_name, nullptr);
   Ba_IncludeChain chain("Model");
   if (!chain.enter(file_name) || !_readFile(file_name, &chain)) return false;
-  if (_mergeIncludes(&chain)) return true;
+  const bool merged = _mergeIncludes(&chain);
+  _source_files = chain.allFiles();
+  if (merged) return true;
   theExceptObj.set("Unable to read '%s'.", file_name);
   return false;
 }
 
 bool BaModelData::_readFile(const char* file_name, Ba_IncludeChain* chain) {
-  BtInputFile file(file_name);
+  BtInputFile file = chain == nullptr ? BtInputFile(file_name) : chain->open(file_name);
   if (!file.isOpen()) {
     theExceptObj.set("Unable to open '%s'.", file_name);
     return false;
   }
   const bool valid = scanHeader(file.stream(), nullptr);
-  const bool scanned = valid && _scanSections(file.stream(), BtFileDirectory(file_name)) &&
-                       (chain == nullptr || chain->count(file.bytesRead()));
+  const bool scanned = valid && _scanSections(file.stream(), BtFileDirectory(file_name));
   if (file.close() && scanned) return true;
   if (!valid) {
     theExceptObj.set("File is not a valid %s.", kBaModelFileId);
@@ -314,7 +315,9 @@ bool BaModelData::scan(std::istream& is, const BtStr& directory, bool process_in
   if (!_scanSections(is, directory)) return false;
   if (!process_includes) return true;
   Ba_IncludeChain chain("Model");
-  return chain.enter(file_name == nullptr ? "" : file_name) && _mergeIncludes(&chain);
+  const bool merged = chain.enter(file_name == nullptr ? "" : file_name) && _mergeIncludes(&chain);
+  _source_files = chain.allFiles();
+  return merged;
 }
 
 bool BaModelData::_scanSections(std::istream& is, const BtStr& directory) {

@@ -8,6 +8,7 @@
 #include "bamdunits.h"
 #include "bamodeldata.h"
 #include "bamodelheader.h"
+#include "btclassicios.h"
 #include "btfile.h"
 #include "bttextfile.h"
 
@@ -43,6 +44,7 @@ bool PrintUnits(std::ostream& os, const char* key, const BaUnits& units,
 bool BaModelData::printOn(std::ostream& os) const { return _printOn(os, _directory); }
 
 bool BaModelData::_printOn(std::ostream& os, const BtStr& directory) const {
+  const BtClassicIos plain(os);
   (void)_checkGeometryBodies();
   BtAssert(!BtError(), "!BtError()");
   BtAssert(!_length_units.name.isNull(), "!_length_units.isNull()");

@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "bamdsection.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -110,6 +111,7 @@ bool BaMDBody::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDBody::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!name().isNull(), "!_name.isNull()");
   BtAssert(!parentName().isNull(), "!_parent_name.isNull()");
   os << "BODY {\n";

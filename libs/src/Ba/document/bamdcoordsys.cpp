@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "bamdsection.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -115,6 +116,7 @@ bool BaMDCoordSys::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDCoordSys::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   constexpr std::array<int, 3> kAxes = {1, 2, 3};
   if (!std::is_permutation(kAxes.begin(), kAxes.end(), _rotation_order.begin())) {
     return BaFail("The rotation order has not been fully specified.");

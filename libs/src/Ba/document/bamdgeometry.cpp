@@ -5,6 +5,7 @@
 
 #include "bamdsection.h"
 #include "bamdvertices.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -167,6 +168,7 @@ bool BaMDGeometry::scanFrom(BaMDSource& source, const Materials* materials) {
 }
 
 bool BaMDGeometry::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   os << "GEOMETRY {\n";
   if (!BaPrintName(os, "  BODY: ", bodyName())) return false;
   if (!_vertices_name.isNull() && !BaPrintName(os, "  VERTICES: ", _vertices_name)) return false;

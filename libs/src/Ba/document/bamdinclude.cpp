@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "bamdsection.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -63,6 +64,7 @@ bool BaMDInclude::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDInclude::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!_file_name.isNull(), "!_file_name.isNull()");
   os << "INCLUDE {\n";
   if (!BaPrintText(os, "  FILE_NAME: ", _file_name)) return false;

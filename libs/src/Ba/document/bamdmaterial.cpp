@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "bamdsection.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -103,6 +104,7 @@ bool BaMDMaterial::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDMaterial::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!name().isNull(), "!_name.isNull()");
   os << "MATERIAL {\n";
   if (!BaPrintName(os, "  NAME: ", name())) return false;

@@ -4,6 +4,7 @@
 
 #include "bamdindexlines.h"
 #include "bamdsection.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -131,6 +132,7 @@ bool BaMDMaterialGroup::scanFrom(BaMDSource& source, const Materials* materials)
 }
 
 bool BaMDMaterialGroup::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!_material.isNull(), "!_material.isNull()");
   os << "  MATERIAL_GROUP {\n";
   if (!BaPrintName(os, "    MATERIAL: ", _material)) return false;

@@ -4,6 +4,7 @@
 
 #include "bamdsection.h"
 #include "banamemap.h"
+#include "btclassicios.h"
 #include "bthash.h"
 
 namespace {
@@ -70,6 +71,7 @@ bool BaMDSliderGroup::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDSliderGroup::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!name().isNull(), "!_name.isNull()");
   os << "SLIDER_GROUP {\n";
   if (!BaPrintName(os, "  NAME: ", name())) return false;

@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "bamdsection.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -89,6 +90,7 @@ bool BaMDTexture::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDTexture::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!_name.isNull(), "!_name.isNull()");
   os << "  TEXTURE {\n";
   if (!BaPrintName(os, "    NAME: ", _name)) return false;

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "bamdsection.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -126,6 +127,7 @@ bool BaMDFlexVEffects::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDFlexVEffects::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!_body_name.isNull(), "!_body_name.isNull()");
   BtAssert(!_weights.empty(), "_weights.size()>0");
   os << "    FLEX {\n";
@@ -150,6 +152,7 @@ bool BaMDBlendVEffects::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDBlendVEffects::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!_slider_group.isNull(), "!_slider_group.isNull()");
   BtAssert(!_slider_name.isNull(), "!_slider_name.isNull()");
   BtAssert(!_vectors.empty(), "_vectors.size()>0");

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "bamdsection.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -139,6 +140,7 @@ bool BaMDVertices::scanFrom(BaMDSource& source) {
 }
 
 bool BaMDVertices::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!name().isNull(), "!_name.isNull()");
   os << "VERTICES {\n";
   if (!BaPrintName(os, "  NAME: ", name())) return false;

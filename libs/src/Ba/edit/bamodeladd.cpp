@@ -10,8 +10,6 @@
 
 namespace {
 
-constexpr int kNoParent = -1;
-
 // A body that cannot be added; an assertion is about to fail.
 void ShowOffendingBody(const BaBody& body) {
   std::cerr << "Offending body:\n";
@@ -59,8 +57,8 @@ BaBody* BaModel::addBody(const BaBody& c_body) {
   BtAssert(!name_taken, "!findBody(c_body.name())");
 
   if (c_body.id() != 0 && _bodies.empty()) _addReferenceBody();
-  const int parent_id = c_body.parentId() == kNoParent && c_body.id() != 0 ? 0 : c_body.parentId();
-  BtAssert(c_body.id() == 0 ? parent_id == kNoParent : findBody(parent_id) != nullptr,
+  const int parent_id = c_body.parentId();
+  BtAssert(parent_id == BaBody::kNoParent || (c_body.id() != 0 && findBody(parent_id) != nullptr),
            "findBody(c_body.parentId())");
   auto body = std::make_unique<BaBody>();
   body->setName(c_body.name());

@@ -7,6 +7,7 @@
 #include "bamodel.h"
 #include "bamodelheader.h"
 #include "bapostscale.h"
+#include "btclassicios.h"
 #include "btexcept.h"
 
 namespace {
@@ -46,6 +47,7 @@ bool Print(const Collection& objects, const char* failure, std::ostream& os) {
 }  // namespace
 
 void BaModel::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(isValid(), "isValid()");
   os << kBaModelFileId << '\n';
   if (!CheckWritten(os, "Unable to write header id.")) return;

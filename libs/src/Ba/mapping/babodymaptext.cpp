@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "babodymap.h"
+#include "btclassicios.h"
 #include "btexcept.h"
 #include "btfloattext.h"
 
@@ -131,6 +132,7 @@ bool BaUnlockedBodyMap::_scanFrom(BtScanner* scanner) {
 }
 
 void BaUnlockedBodyMap::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   const BaUnlockedTransformList& transformation_order = _transforms;
   BtAssert(transformation_order.size() == kBaTransformCount, "transformation_order.count() == 6");
   std::string text;

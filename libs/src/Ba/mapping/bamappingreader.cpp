@@ -52,7 +52,9 @@ bool BaUnlockedMapping::streamContainsMapping(std::istream& is) {
 bool BaUnlockedMapping::read(const BtStr& file, bool load_includes) {
   BtAssert(!file.isNull(), "!file.isNull()");
   Ba_IncludeChain chain("Mapping");
-  return _readFile(file, load_includes, &chain);
+  const bool read = _readFile(file, load_includes, &chain);
+  _source_files = chain.allFiles();
+  return read;
 }
 
 bool BaUnlockedMapping::scanFrom(std::istream& is, bool load_includes, const BtStr& directory) {
@@ -75,14 +77,13 @@ bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_Incl
 
 // The file is closed again on return: files that include each other must not all stay open.
 bool BaUnlockedMapping::_scanFile(const BtStr& file, bool* opened, Ba_IncludeChain* chain) {
-  BtInputFile input(file);
+  BtInputFile input = chain->open(file);
   *opened = input.isOpen();
   if (!*opened) {
     theExceptObj.set("Unable to open file '%s'.", static_cast<const char*>(file));
     return false;
   }
-  const bool scanned =
-      _scanFrom(input.stream(), BtFileDirectory(file)) && chain->count(input.bytesRead());
+  const bool scanned = _scanFrom(input.stream(), BtFileDirectory(file));
   return input.close() && scanned;
 }
 

@@ -1,4 +1,5 @@
 #include "batransform.h"
+#include "btclassicios.h"
 
 #include <algorithm>
 #include <ostream>
@@ -32,6 +33,7 @@ int SingleType(int id) {
 }  // namespace
 
 std::ostream& operator<<(std::ostream& os, BtAxis_t axis) {
+  const BtClassicIos plain(os);
   return os << kAxisNames[static_cast<int>(axis)];
 }
 

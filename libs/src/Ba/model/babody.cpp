@@ -5,6 +5,7 @@
 #include <ostream>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -141,6 +142,7 @@ bool BaBody::scanFrom(BtScanner& in) {
 }
 
 void BaBody::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(isValid(), "isValid()");
   os << "   X\n " << name() << "\n";
   Ba_PutInt(os, id());

@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 
 bool BaBone::scanFrom(std::istream& is) {
   BtScanner in(is);
@@ -17,6 +18,7 @@ bool BaBone::scanFrom(BtScanner& in) {
 }
 
 void BaBone::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(isValid(), "isValid()");
   os << 'B';
   Ba_PutInt(os, bodyId());

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 
 void BaFlexiblePolygon::setVertices(BtDArray<BaVertex> vertices, BtIntArray modes) {
   BtAssert(modes.size() == vertices.size(), "modes.size()==vertices.size()");
@@ -19,6 +20,7 @@ bool BaFlexiblePolygon::scanFrom(BtScanner& in) {
 }
 
 void BaFlexiblePolygon::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(isValid(), "isValid()");
   os << "f  ";
   Ba_PutInt(os, bodyId());

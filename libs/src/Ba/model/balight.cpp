@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 #include "btexcept.h"
 
 namespace {
@@ -58,6 +59,7 @@ void BaLight::_clipSpotExponent() {
 }
 
 void BaLight::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   os << "I  ";
   Ba_PutInt(os, _id);
   Ba_PutInt(os, _on ? 1 : 0);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -56,6 +57,7 @@ bool BaLightAttrs::scanFrom(const Code& code, BtScanner& in) {
 }
 
 void BaLightAttrs::printOn(std::span<const Code> codes, std::ostream& os) const {
+  const BtClassicIos plain(os);
   for (const LightAttrPtr& attr : _attrs) {
     const auto code = std::ranges::find(codes, attr->kind(), &Code::kind);
     if (code == codes.end()) continue;

@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 #include "btexcept.h"
 
 namespace {
@@ -44,6 +45,7 @@ bool BaLightingModel::_scanAttribute(int code, BtScanner& in) {
 }
 
 void BaLightingModel::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   os << "G  ";
   Ba_PutInt(os, _id);
   Ba_PutInt(os, _on ? 1 : 0);

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 #include "btexcept.h"
 
 namespace {
@@ -164,6 +165,7 @@ bool BaMaterial::_scanTexture(BtScanner& in) {
 }
 
 void BaMaterial::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   _checkMagicNumber();
   os << "M  ";
   Ba_PutInt(os, id());

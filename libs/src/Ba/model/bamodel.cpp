@@ -159,6 +159,8 @@ BaBody* BaModel::_take(std::unique_ptr<BaBody> body) {
   BtAssert(id <= kMaxBodyId);
   BtAssert(findBody(id) == nullptr, "_bodies[new_body->id()]==(BaBody *)0");
   _growBodyTable(id);
+  // Files have both for "none".
+  if (id != 0 && body->parentId() == BaBody::kNoParent) body->setParentId(0);
   body->preAddElements();
   body->_name.own();
   body->_id.own();

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 
 bool BaMuscle::scanFrom(std::istream& is) {
   BtScanner in(is);
@@ -18,6 +19,7 @@ bool BaMuscle::scanFrom(BtScanner& in) {
 }
 
 void BaMuscle::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   os << 'm';
   Ba_PutInt(os, _material_id);
   os << ' ' << _name << '\n';

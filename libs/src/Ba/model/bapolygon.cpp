@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 #include "btexcept.h"
 
 namespace {
@@ -57,6 +58,7 @@ bool BaPolygon::scanFrom(BtScanner& in) {
 }
 
 void BaPolygon::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(isValid(), "isValid()");
   _printTypeOn(os);
   Ba_PutInt(os, bodyId());

@@ -6,6 +6,7 @@
 
 #include "balegacytext.h"
 #include "btassert.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -80,6 +81,7 @@ bool BaTexture::_scanFileName(BtScanner& in) {
 }
 
 void BaTexture::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(!_file_name.isNull(), "!_file_name.isNull()");
   Ba_PutInt(os, _type);
   os << ' ';

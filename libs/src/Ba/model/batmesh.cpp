@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 
 void BaTMesh::setVertices(BtDArray<BaVertex> vertices) {
   _vertices = std::move(vertices);
@@ -23,6 +24,7 @@ bool BaTMesh::scanFrom(BtScanner& in) {
 }
 
 void BaTMesh::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   BtAssert(isValid(), "isValid()");
   _printTypeOn(os);
   Ba_PutInt(os, bodyId());

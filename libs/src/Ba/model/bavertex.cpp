@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 #include "btexcept.h"
 
 namespace {
@@ -56,6 +57,7 @@ bool BaVertex::scanEffectsFrom(BtScanner& in) {
 }
 
 void BaVertex::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   Ba_PutFloats(os, _position);
   for (auto* effect = _effects.first(); effect != nullptr; effect = effect->next()) {
     effect->printOn(os);

@@ -6,6 +6,7 @@
 
 #include "balegacytext.h"
 #include "btassert.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -62,6 +63,7 @@ bool BaVertexBulgeEffect::scanFrom(BtScanner& in) {
 }
 
 void BaVertexBulgeEffect::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   Ba_PutInt(os, type());
   Ba_PutFloats(os, bo);
   Ba_PutFloats(os, bc);
@@ -83,6 +85,7 @@ bool BaVertexMorphL1V2Effect::scanFrom(BtScanner& in) {
 }
 
 void BaVertexMorphL1V2Effect::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   Ba_PutInt(os, type());
   Ba_PutFloats(os, op);
   Ba_PutFloats(os, std::array{vn, lv, uv});
@@ -99,6 +102,7 @@ bool BaVertexFlexEffect::scanFrom(BtScanner& in) {
 }
 
 void BaVertexFlexEffect::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   Ba_PutInt(os, type());
   Ba_PutFloats(os, {&weight, 1});
 }
@@ -120,6 +124,7 @@ bool BaVertexFlex2Effect::scanFrom(BtScanner& in) {
 }
 
 void BaVertexFlex2Effect::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
   Ba_PutInt(os, type());
   Ba_PutFloats(os, {&weight, 1});
   Ba_PutInt(os, body_id);

@@ -1,0 +1,9 @@
+// What the keeper of a shell job does in its own process.
+#pragma once
+
+// Serves one job and ends the process: takes messages from `channel`, runs the command, answers
+// there with the shell's process id (or the negative error), then with its exit status, and when
+// the channel ends cleans up and says kDone. `messages` takes the command's standard error. Of the
+// process that it was forked from nothing is used but the stack and what is constant: other threads
+// may have held any lock.
+[[noreturn]] void Bt_KeepShellJob(int channel, int messages);
