@@ -2,13 +2,27 @@
 // transforms are applied.
 #pragma once
 
+#include <array>
 #include <istream>
 #include <memory>
 
 #include "array.h"
+#include "baframe.h"
 #include "batransform.h"
+#include "btfloatmat.h"
 #include "btlist.h"
 #include "btscan.h"
+
+// Where the transforms of a body stand at one moment, in the units of the variables. Transforms
+// that the body does not have are 0.
+struct BaBodyPose {
+  std::array<double, 3> translation = {};  // by axis: along X, Y and Z
+  std::array<double, 3> rotation = {};     // by axis: about X, Y and Z
+
+  // The value of a transform id, 1 to 6.
+  [[nodiscard]] double& operator[](int transform_id);
+  [[nodiscard]] double operator[](int transform_id) const;
+};
 
 class BaUnlockedBodyMap {
  public:
@@ -58,6 +72,20 @@ class BaUnlockedBodyMap {
   void getRotOrder(BtArray<int>* order) const;
   void getAngleSequence(int (*sequence)[3]) const;
   void getAngleSequence(BtArray<int>* sequence) const;
+
+  // The values of the transforms in a frame.
+  [[nodiscard]] BaBodyPose pose(const BaFrame& frame) const;
+  // What the transforms make of a body, in the model's unit of lengths. They are applied in their
+  // order about and along axes that move with the body. For points as column vectors that is
+  // M = X1 X2 ... X6, X1 the matrix of the first transform of the order. As everywhere in this
+  // library the answer is for row vectors, the transpose of M: rows 0 to 2 are the moved axes,
+  // row 3 the moved origin, and with Bt's product (in a * b comes a first) it is X6 * ... * X1. The
+  // body's place in the world is therefore matrix * rest * global of the parent, where rest is the
+  // body's coordinate system: for columns, global = parent's global x rest x M.
+  [[nodiscard]] Bt4X4DoubleMat matrix(const BaBodyPose& pose, BaVariableUnits units = {}) const;
+  [[nodiscard]] Bt4X4DoubleMat matrix(const BaFrame& frame, BaVariableUnits units = {}) const {
+    return matrix(pose(frame), units);
+  }
 
   // Appends the transforms that a variable, 1 or above, drives; they stay the body map's.
   void getSysVarTransforms(BtList<Ba_Transform*>* transforms, int var_id);

@@ -2,7 +2,9 @@
 // transform of which body, with the variables that drive textures and sliders.
 #pragma once
 
+#include <cstdint>
 #include <iosfwd>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -46,6 +48,16 @@ class BaUnlockedMapping {
   // The variable offset of an include that gives none: its variables follow on those used so far.
   static constexpr int kFollowOn = -1;
 
+  // One thing that a variable drives.
+  struct Driven {
+    enum class Kind : std::uint8_t { Transform, TextureIndex, Slider };
+    Kind kind;
+    int id;                      // of the body or of the material; 0 for a slider
+    int transform_id = 0;        // 1 to 6, of a transform
+    BtStr slider_group, slider;  // of a slider
+    double factor = 1;           // what the thing changes by when the variable changes by 1
+  };
+
   BaUnlockedMapping() = default;
   BaUnlockedMapping(const BaUnlockedMapping& other);
   BaUnlockedMapping(BaUnlockedMapping&& other) noexcept { swap(other); }
@@ -74,6 +86,14 @@ class BaUnlockedMapping {
   // The highest variable id that transforms, textures and sliders use, 0 for none: how many
   // variables a frame must have. Includes that are not merged yet do not count.
   [[nodiscard]] int highestSysVarUsed() const;
+  // The number of variables that the file stated, or one that it includes with its offset added; 0
+  // where nothing was read. It may be more or less than what is used.
+  [[nodiscard]] int numSysVarsStated() const { return _num_sysvars_stated; }
+  // All that a variable, 1 or above, drives: transforms by body in list order, each once, then
+  // textures, then sliders. Looks through the whole mapping; allDriven() answers for all variables.
+  [[nodiscard]] std::vector<Driven> drivenBy(int var_id) const;
+  // The same for every variable in use, by variable id.
+  [[nodiscard]] std::map<int, std::vector<Driven>> allDriven() const;
   // In file order, those of included files behind them.
   [[nodiscard]] const BtList<BaUnlockedBodyMap*>& bodyMaps() const { return _body_maps; }
   // Null for a body that is not mapped. Takes constant time.
@@ -143,7 +163,12 @@ class BaUnlockedMapping {
     }
   }
 
+  // Calls visit(id, driven) with every variable id and every thing that it drives.
+  template <class Visit>
+  void _forEachDriven(Visit visit) const;
+
   int _num_sysvars = 0;
+  int _num_sysvars_stated = 0;
   BtList<BaUnlockedBodyMap*> _body_maps;               // owned
   BtHashMap<int, BaUnlockedBodyMap*> _body_map_index;  // by body id
   std::vector<TextureIndexMap> _texture_index_maps;

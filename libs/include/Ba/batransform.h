@@ -80,7 +80,21 @@ class BaUnlockedTransform : public Ba_Transform {
   [[nodiscard]] float constant() const { return _constant; }
   [[nodiscard]] const BtDArray<Term>& terms() const { return _terms; }
 
+  // The value in a frame, which `value_of` tells: value_of(id) is the value of a variable, 1 or
+  // above, as BaFrame answers it. 0 for a transform that nothing drives.
+  template <class Frame>
+  [[nodiscard]] double value(const Frame& value_of) const {
+    if (_sysvar_id > 0) return static_cast<double>(value_of(_sysvar_id));
+    auto sum = static_cast<double>(_constant);
+    for (const Term& term : _terms) {
+      sum += static_cast<double>(term.coefficient) * static_cast<double>(value_of(term.sysvar_id));
+    }
+    return sum;
+  }
+
   [[nodiscard]] bool usesSysVarId(int var_id) const;
+  // What the value changes by when a variable, 1 or above, changes by 1: the sum of its factors.
+  [[nodiscard]] double factor(int var_id) const;
   // Calls visit(id) with every variable id of the transform, 0 left out.
   template <class Visit>
   void forEachSysVarId(Visit visit) const {

@@ -69,6 +69,15 @@ bool BaUnlockedTransform::usesSysVarId(int var_id) const {
                      [var_id](const Term& term) { return term.sysvar_id == var_id; });
 }
 
+double BaUnlockedTransform::factor(int var_id) const {
+  if (!isCombination()) return _sysvar_id == var_id ? 1 : 0;
+  double sum = 0;
+  for (const Term& term : _terms) {
+    if (term.sysvar_id == var_id) sum += static_cast<double>(term.coefficient);
+  }
+  return sum;
+}
+
 int TransformSysVarId(const BaUnlockedTransform& transform) { return transform.sysVarId(); }
 
 std::unique_ptr<BaUnlockedTransform> TransformDup(const BaUnlockedTransform& transform) {
