@@ -51,11 +51,12 @@ class BaUnlockedMapping {
   // One thing that a variable drives.
   struct Driven {
     enum class Kind : std::uint8_t { Transform, TextureIndex, Slider };
-    Kind kind;
-    int id;                      // of the body or of the material; 0 for a slider
-    int transform_id = 0;        // 1 to 6, of a transform
-    BtStr slider_group, slider;  // of a slider
-    double factor = 1;           // what the thing changes by when the variable changes by 1
+    Kind kind = Kind::Transform;
+    int id = 0;               // of the body or of the material; 0 for a slider
+    int transform_id = 0;     // 1 to 6, of a transform
+    BtStr slider_group = {};  // of a slider
+    BtStr slider = {};
+    double factor = 1;  // what the thing changes by when the variable changes by 1
   };
 
   BaUnlockedMapping() = default;

@@ -2,6 +2,7 @@
 // which it is exchanged, a CSV file that docs/motion.md describes.
 #pragma once
 
+#include <cstddef>
 #include <iosfwd>
 #include <limits>
 #include <span>
@@ -106,6 +107,9 @@ std::ostream& operator<<(std::ostream& os, const BaMotion& motion);
 // The rate that is meant by a rounded one: 30000/1001 for 29.97, and the like for 23.976, 59.94 and
 // 119.88. Other rates stand.
 [[nodiscard]] double BaExactFrameRate(double frames_per_second);
+
+// The time of the frame so many frames, at a rate, behind one at the time `first`.
+[[nodiscard]] double BaFrameTime(double first, double rate, std::size_t frame);
 
 // The highest variable that a mapping states or uses: what a motion for it may hold.
 [[nodiscard]] int BaHighestSysVarKnown(const BaUnlockedMapping& mapping);

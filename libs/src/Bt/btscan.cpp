@@ -100,9 +100,7 @@ inline const char* ParseShort(const char* p, double* value) {
 
 // As ParseInt, for a decimal number.
 inline const char* ParseDouble(const char* p, const char* end, double* value) {
-  p = SkipSpace(p, end);
-  const char* const after = end - p >= kShortRoom ? ParseShort(p, value) : nullptr;
-  return after != nullptr ? after : ParseAny(p, end, value);
+  return BtParseDouble(SkipSpace(p, end), end, value);
 }
 
 // As ParseInt, for a decimal number that is a finite float.
@@ -119,6 +117,11 @@ inline const char* ParseFloat(const char* p, const char* end, float* value) {
 }
 
 }  // namespace
+
+const char* BtParseDouble(const char* p, const char* end, double* value) {
+  const char* const after = end - p >= kShortRoom ? ParseShort(p, value) : nullptr;
+  return after != nullptr ? after : ParseAny(p, end, value);
+}
 
 // Tries the get area first; what it cannot decide is left to formatted extraction.
 template <class Number>

@@ -1,6 +1,26 @@
 #include "babodymap.h"
 
+#include <cmath>
+
 namespace {
+
+// The rows of a matrix whose first transforms are there already: what the next one does about and
+// along their axes.
+void MoveAlong(std::size_t axis, double distance, double (*rows)[3]) {
+  for (std::size_t c = 0; c < 3; ++c) rows[3][c] += distance * rows[axis][c];
+}
+
+void TurnAbout(std::size_t axis, double angle, double (*rows)[3]) {
+  const double sine = std::sin(angle);
+  const double cosine = std::cos(angle);
+  double* const from = rows[(axis + 1) % 3];
+  double* const to = rows[(axis + 2) % 3];
+  for (std::size_t c = 0; c < 3; ++c) {
+    const double turned = cosine * from[c] + sine * to[c];
+    to[c] = cosine * to[c] - sine * from[c];
+    from[c] = turned;
+  }
+}
 
 // The answer for transforms that a body does not have, indexed by transform id minus 1.
 const BaUnlockedTransform& AbsentTransform(int id) {
@@ -24,6 +44,17 @@ int StoreRotations(const BaUnlockedTransformList& transforms, int* axes) {
 }
 
 }  // namespace
+
+double& BaBodyPose::operator[](int transform_id) {
+  BtAssert(transform_id >= 1 && transform_id <= kBaTransformCount, "id>=1 && id<=6");
+  const auto place = static_cast<std::size_t>(transform_id - 1);
+  return place < 3 ? translation[place] : rotation[place - 3];
+}
+
+double BaBodyPose::operator[](int transform_id) const {
+  BaBodyPose copy = *this;
+  return copy[transform_id];
+}
 
 bool ValidOrder(const BtList<int>& order) {
   bool seen[kBaTransformCount + 1] = {};
@@ -93,6 +124,31 @@ void BaUnlockedBodyMap::getAngleSequence(BtArray<int>* sequence) const {
   BtAssert(sequence->size() == 3, "sequence->size()==3");
   const int seqnum = StoreRotations(_transforms, sequence->begin());
   BtAssert(seqnum == 3, "seqnum==3");
+}
+
+BaBodyPose BaUnlockedBodyMap::pose(const BaFrame& frame) const {
+  BaBodyPose pose;
+  for (const BaUnlockedTransform& transform : _transforms) {
+    pose[transform.id()] = transform.value(frame);
+  }
+  return pose;
+}
+
+Bt4X4DoubleMat BaUnlockedBodyMap::matrix(const BaBodyPose& pose, BaVariableUnits units) const {
+  double rows[4][3] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}, {0, 0, 0}};
+  for (const BaUnlockedTransform& transform : _transforms) {
+    const auto axis = static_cast<std::size_t>(transform.axis());
+    if (transform.isRotation()) {
+      TurnAbout(axis, pose.rotation[axis] * units.angle, rows);
+    } else {
+      MoveAlong(axis, pose.translation[axis] * units.length, rows);
+    }
+  }
+  Bt4X4DoubleMat matrix;
+  for (int row = 0; row < 4; ++row) {
+    for (int column = 0; column < 3; ++column) matrix(row, column) = rows[row][column];
+  }
+  return matrix;
 }
 
 void BaUnlockedBodyMap::getSysVarTransforms(BtList<Ba_Transform*>* transforms, int var_id) {

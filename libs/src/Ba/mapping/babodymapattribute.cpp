@@ -27,12 +27,7 @@ bool BaBodyMapAttribute::hasNumericType() const {
 }
 
 float BaBodyMapAttribute::getNumericValue(const BtArray<float>& frame) const {
-  if (hasNumericType()) return frame[_transform.sysVarId() - 1];
-  double value = static_cast<double>(_transform.constant());
-  for (const BaUnlockedTransform::Term& term : _transform.terms()) {
-    value += static_cast<double>(term.coefficient) * static_cast<double>(frame[term.sysvar_id - 1]);
-  }
-  return static_cast<float>(value);
+  return static_cast<float>(_transform.value([&frame](int id) { return frame[id - 1]; }));
 }
 
 void BaBodyMapAttribute::setNumericValue(BtArray<float>* frame, float value) const {

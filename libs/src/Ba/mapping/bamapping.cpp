@@ -23,6 +23,7 @@ void CopyTo(BtDArray<T>* array, const std::vector<T>& values) {
 
 BaUnlockedMapping::BaUnlockedMapping(const BaUnlockedMapping& other)
     : _num_sysvars(other._num_sysvars),
+      _num_sysvars_stated(other._num_sysvars_stated),
       _texture_index_maps(other._texture_index_maps),
       _blend_effect_maps(other._blend_effect_maps),
       _includes(other._includes),
@@ -47,6 +48,7 @@ BaUnlockedMapping& BaUnlockedMapping::operator=(BaUnlockedMapping&& other) noexc
 
 void BaUnlockedMapping::swap(BaUnlockedMapping& other) noexcept {
   std::swap(_num_sysvars, other._num_sysvars);
+  std::swap(_num_sysvars_stated, other._num_sysvars_stated);
   std::swap(_body_maps, other._body_maps);
   std::swap(_body_map_index, other._body_map_index);
   std::swap(_texture_index_maps, other._texture_index_maps);
@@ -113,6 +115,51 @@ void BaUnlockedMapping::getUsedSysVarIds(BtDArray<int>* var_ids) const {
   std::sort(ids.begin(), ids.end());
   ids.erase(std::unique(ids.begin(), ids.end()), ids.end());
   CopyTo(var_ids, ids);
+}
+
+template <class Visit>
+void BaUnlockedMapping::_forEachDriven(Visit visit) const {
+  for (const BaUnlockedBodyMap* body_map : _body_maps) {
+    for (int id = 1; id <= kBaTransformCount; ++id) {
+      const BaUnlockedTransform* transform = FindTransform(body_map->transforms(), id);
+      if (transform == nullptr) continue;
+      std::vector<int> var_ids;
+      transform->forEachSysVarId([&var_ids](int var_id) { var_ids.push_back(var_id); });
+      std::sort(var_ids.begin(), var_ids.end());
+      var_ids.erase(std::unique(var_ids.begin(), var_ids.end()), var_ids.end());
+      for (const int var_id : var_ids) {
+        visit(var_id, Driven{.kind = Driven::Kind::Transform,
+                             .id = body_map->bodyId(),
+                             .transform_id = id,
+                             .factor = transform->factor(var_id)});
+      }
+    }
+  }
+  for (const TextureIndexMap& map : _texture_index_maps) {
+    visit(map.sysvar_id, Driven{.kind = Driven::Kind::TextureIndex, .id = map.material_id});
+  }
+  for (const BlendEffectMap& map : _blend_effect_maps) {
+    for (const BlendEffectMap::Slider& slider : map.sliders) {
+      visit(slider.sysvar_id, Driven{.kind = Driven::Kind::Slider,
+                                     .slider_group = map.slider_group,
+                                     .slider = slider.name});
+    }
+  }
+}
+
+std::vector<BaUnlockedMapping::Driven> BaUnlockedMapping::drivenBy(int var_id) const {
+  BtAssert(var_id > 0, "var_id>0");
+  std::vector<Driven> driven;
+  _forEachDriven([&driven, var_id](int id, const Driven& thing) {
+    if (id == var_id) driven.push_back(thing);
+  });
+  return driven;
+}
+
+std::map<int, std::vector<BaUnlockedMapping::Driven>> BaUnlockedMapping::allDriven() const {
+  std::map<int, std::vector<Driven>> driven;
+  _forEachDriven([&driven](int id, const Driven& thing) { driven[id].push_back(thing); });
+  return driven;
 }
 
 void BaUnlockedMapping::addBodyMap(const BaUnlockedBodyMap& body_map) {

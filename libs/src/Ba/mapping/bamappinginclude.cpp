@@ -12,6 +12,13 @@ namespace {
 
 bool IsId(long long id) { return id >= 1 && id <= std::numeric_limits<int>::max(); }
 
+// The number of variables that a mapping states, as a mapping that includes it counts them.
+int StatedWithOffset(const BaUnlockedMapping& sub, int offset) {
+  const int stated = sub.numSysVarsStated();
+  const long long sum = static_cast<long long>(stated) + offset;
+  return stated < 1 || !IsId(sum) ? 0 : static_cast<int>(sum);
+}
+
 BtStr PathOf(const BtStr& file_name, const BtStr& directory) {
   if (BtFileIsAbsolutePath(file_name) || directory == ".") return file_name;
   return BtFileJoin(directory, file_name);
@@ -34,6 +41,8 @@ class Ba_MappingMerge {
                                  : include.sysvar_id_offset;
     if (!_checkSysVarIds(*sub) || !_checkBodyIds(*sub)) return false;
     _offsetSysVarIds(sub);
+    _result->_num_sysvars_stated =
+        std::max(_result->_num_sysvars_stated, StatedWithOffset(*sub, sub->_sysvar_id_offset));
     _take(*sub);
     _move(sub);
     return true;

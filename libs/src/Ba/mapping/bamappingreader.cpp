@@ -1,4 +1,5 @@
 // Reading a mapping file up to its sections: header, counts, body maps.
+#include <algorithm>
 #include <string>
 
 #include "baincludechain.h"
@@ -133,6 +134,7 @@ bool BaUnlockedMapping::_scanBodyMaps(std::istream& is, int count) {
 
 void BaUnlockedMapping::_checkNumSysVars() {
   const int stated = _num_sysvars;
+  _num_sysvars_stated = std::max(stated, 0);
   setHighestSysVar();
   if (_num_sysvars == stated) return;
   theExceptObj.setAsWarning("Mapping file specifies %d variables, but actually uses %d variables.",
