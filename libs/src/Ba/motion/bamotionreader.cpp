@@ -117,6 +117,10 @@ class Ba_MotionReader {
   bool _readAnyField(std::size_t column, const std::string& field);
   bool _takeRow();
   bool _checkTime(double seconds);
+  // The rate of frames that are counted.
+  [[nodiscard]] double _frameRate() const {
+    return _how.rate > 0 ? _how.rate : BaMotion::kDefaultRate;
+  }
   void _noteDecimals(std::string_view time);
 
   const std::istream& _is;
@@ -126,7 +130,6 @@ class Ba_MotionReader {
   BaMotion* _motion;
   bool _is_frames = false;   // whether the first column counts frames
   std::vector<double> _row;  // the numbers of a line, the time first
-  std::string _time_text;    // of a time that is no plain number
   std::vector<double> _times;
   double _rounding = 1;  // what the last decimal of the times stands for
   std::vector<std::string> _fields;
@@ -161,7 +164,8 @@ bool Ba_MotionReader::_nextLine(Line* line, bool* is_end) {
 bool Ba_MotionReader::read() {
   if (!_readHeader() || !_readRows()) return false;
   if (_times.empty()) return _fail("there are no frames behind the header line");
-  _motion->_setTimes(std::move(_times), _how.rate, _is_frames ? 0 : _rounding);
+  _motion->_setTimes(std::move(_times), _is_frames ? _frameRate() : _how.rate,
+                     _is_frames ? 0 : _rounding);
   return true;
 }
 
@@ -271,8 +275,7 @@ void Ba_MotionReader::_noteDecimals(std::string_view time) {
 }
 
 bool Ba_MotionReader::_takeRow() {
-  const double seconds =
-      _is_frames ? _row[0] / (_how.rate > 0 ? _how.rate : BaMotion::kDefaultRate) : _row[0];
+  const double seconds = _is_frames ? _row[0] / _frameRate() : _row[0];
   if (!_checkTime(seconds)) return false;
   _times.push_back(seconds);
   for (std::size_t column = 1; column < _row.size(); ++column) {

@@ -17,6 +17,9 @@ constexpr double kNameTolerance = 5e-4;
 // How far the rate of uneven times may be from one in use to be taken for it, as a part of it.
 constexpr double kNearRate = 0.01;
 
+// Rounding that is small beside the step of a frame, as a part of it.
+constexpr double kSmallRounding = 0.1;
+
 // Decimals that a rate is looked for with.
 constexpr int kMostRateDecimals = 9;
 
@@ -49,17 +52,22 @@ bool Explains(double rate, const std::vector<double>& times, double tolerance,
   return true;
 }
 
-// The rate that explains all times, 0 where none does: one in use before any other, and then the
-// one of fewest decimals.
-double FindRate(const std::vector<double>& times, double tolerance, std::vector<double>* even) {
+// The rate that explains all times, 0 where none does. Times that are rounded may hide any rate
+// that is near, so rounding counts only for rates in use and, where it is small, for whole numbers;
+// others must give the times as they stand.
+double FindRate(const std::vector<double>& times, double rounding, double tolerance,
+                std::vector<double>* even) {
   const double measured = static_cast<double>(times.size() - 1) / (times.back() - times.front());
   const double known = NearestKnown(measured);
-  if (Explains(known, times, tolerance, even)) return known;
+  if (Explains(known, times, rounding / 2 + tolerance, even)) return known;
   for (int decimals = 0; decimals <= kMostRateDecimals; ++decimals) {
     const double rate = RoundedTo(measured, decimals);
     if (Explains(rate, times, tolerance, even)) return rate;
   }
-  return Explains(measured, times, tolerance, even) ? measured : 0;
+  if (Explains(measured, times, tolerance, even)) return measured;
+  const double whole = std::round(measured);
+  const bool is_small = rounding * measured <= kSmallRounding;
+  return is_small && Explains(whole, times, rounding / 2 + tolerance, even) ? whole : 0;
 }
 
 // The rate of most steps between times of which there are two at least.
@@ -72,7 +80,8 @@ double TypicalRate(const std::vector<double>& times) {
   const double known = NearestKnown(rate);
   if (std::abs(known - rate) <= kNearRate * known) return known;
   const double rounded = RoundedTo(rate, 3);
-  return rounded > 0 && std::isfinite(rounded) ? rounded : rate;
+  if (rounded > 0 && std::isfinite(rounded)) return rounded;
+  return std::isfinite(rate) ? rate : BaMotion::kDefaultRate;
 }
 
 }  // namespace
@@ -96,12 +105,12 @@ void BaMotion::_setTimes(std::vector<double> times, double rate, double rounding
   _is_even = true;
   if (_times.size() < 2) return;
   const double magnitude = std::max(std::abs(_times.front()), std::abs(_times.back()));
-  const double tolerance = rounding / 2 + 8 * std::numeric_limits<double>::epsilon() * magnitude;
+  const double tolerance = 8 * std::numeric_limits<double>::epsilon() * magnitude;
   std::vector<double> even;
   if (rate > 0) {
-    _is_even = Explains(rate, _times, tolerance, &even);
+    _is_even = Explains(rate, _times, rounding / 2 + tolerance, &even);
   } else {
-    const double found = FindRate(_times, tolerance, &even);
+    const double found = FindRate(_times, rounding, tolerance, &even);
     _is_even = found > 0;
     _rate = _is_even ? found : TypicalRate(_times);
   }
