@@ -183,14 +183,15 @@ TEST(BaMotion, TransformsHaveTheirValuesInAllFrames) {
 TEST(BaMotion, IsResampledAndCut) {
   const BaMotion motion = Scan("# kept\ntime,1,2\n1,0,8\n1.5,2,4\n2,-2,0\n");
   EXPECT_EQ(Print(motion.resampled(4)),
-            "# kept\ntime,v1,v2\n1,0,8\n1.25,1,6\n1.5,2,4\n1.75,0,2\n2,-2,0\n");
-  EXPECT_EQ(Print(motion.resampled(1.25)), "# kept\ntime,v1,v2\n1,0,8\n1.8,-0.4,1.6\n");
+            "# kept\ntime,v1,v2\n1.00000000000000000,0,8\n1.25,1,6\n1.5,2,4\n1.75,0,2\n2,-2,0\n");
+  EXPECT_EQ(Print(motion.resampled(1.25)),
+            "# kept\ntime,v1,v2\n1.00000000000000000,0,8\n1.8,-0.4,1.6\n");
   EXPECT_EQ(motion.resampled(2), motion);
-  EXPECT_EQ(Print(motion.cut(1.5, 9)), "# kept\ntime,v1,v2\n1.5,2,4\n2,-2,0\n");
+  EXPECT_EQ(Print(motion.cut(1.5, 9)), "# kept\ntime,v1,v2\n1.50000000000000000,2,4\n2,-2,0\n");
   EXPECT_EQ(motion.cut(-1, 1.6).numFrames(), 2);
   EXPECT_EQ(motion.cut(3, 4).numFrames(), 0);
   const BaMotion uneven = Scan("time,1\n0,0\n0.9,9\n1,10\n");
-  EXPECT_EQ(Print(uneven.resampled(2)), "time,v1\n0,0\n0.5,5\n1,10\n");
+  EXPECT_EQ(Print(uneven.resampled(2)), "time,v1\n0.00000000000000000,0\n0.5,5\n1,10\n");
   // A rate that misses the end by less than rounding explains reaches it.
   EXPECT_EQ(Scan("time,1\n0.1,0\n0.4,3\n").resampled(10).values(1).back(), 3);
 }

@@ -107,6 +107,8 @@ std::ostream& operator<<(std::ostream& os, const BaMotion& motion);
 // The rate that is meant by a rounded one: 30000/1001 for 29.97, and the like for 23.976, 59.94 and
 // 119.88. Other rates stand.
 [[nodiscard]] double BaExactFrameRate(double frames_per_second);
+// Whether this is, exactly, one of the rates that film, television and capture systems use.
+[[nodiscard]] bool BaIsKnownFrameRate(double frames_per_second);
 
 // The time of the frame so many frames, at a rate, behind one at the time `first`.
 [[nodiscard]] double BaFrameTime(double first, double rate, std::size_t frame);

@@ -91,6 +91,10 @@ double BaExactFrameRate(double frames_per_second) {
   return std::abs(known - frames_per_second) < kNameTolerance ? known : frames_per_second;
 }
 
+bool BaIsKnownFrameRate(double frames_per_second) {
+  return NearestKnown(frames_per_second) == frames_per_second;
+}
+
 double BaFrameTime(double first, double rate, std::size_t frame) {
   const double first_frame = std::round(first * rate);
   const auto number = static_cast<double>(frame);

@@ -21,6 +21,15 @@ void AppendTime(double time, std::string* text) {
   text->append(digits, std::to_chars(digits, digits + kMostDigits, time).ptr);
 }
 
+// The same with so many decimals that readers see times which are not rounded.
+void AppendExactTime(double time, std::string* text) {
+  constexpr int kDecimals = 17;
+  char digits[2 * kMostDigits];
+  const auto result = std::to_chars(std::begin(digits), std::end(digits), time,
+                                    std::chars_format::fixed, kDecimals);
+  text->append(digits, result.ptr);
+}
+
 void AppendValue(float value, std::string* text) {
   char digits[kMostDigits];
   text->append(digits, BtFloatToChars(digits, digits + kMostDigits, value).ptr);
@@ -39,7 +48,9 @@ void BaMotion::printOn(std::ostream& os) const {
   for (const int id : _sysvar_ids) text += ",v" + std::to_string(id);
   text += '\n';
   for (std::size_t frame = 0; frame < _times.size(); ++frame) {
-    AppendTime(_times[frame], &text);
+    // Short texts of other times could be those of rounded times at a rate in use.
+    const bool is_exact = frame == 0 && !(_is_even && BaIsKnownFrameRate(_rate));
+    is_exact ? AppendExactTime(_times[frame], &text) : AppendTime(_times[frame], &text);
     for (const std::vector<float>& values : _values) {
       text += ',';
       AppendValue(values[frame], &text);
