@@ -1,7 +1,9 @@
 #include "arguments.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
+#include <map>
 #include <string_view>
 
 #ifndef KESTRIX_VERSION
@@ -16,6 +18,10 @@ constexpr Command kCommands[] = {
     {"diff", "tell what differs between two models or two mappings", RunDiff},
     {"convert-model", "write a model in a dialect, edited if wanted", RunConvertModel},
     {"picture", "draw skeleton and outline of a model as an SVG file", RunPicture},
+    {"motion rom", "write a test in which each variable of a mapping swings in turn", RunMotionRom},
+    {"motion info", "tell what is in a motion file", RunMotionInfo},
+    {"motion resample", "write motion at another frame rate", RunMotionResample},
+    {"motion cut", "write a part of a motion", RunMotionCut},
     {"completion", "print completion scripts for a shell", RunCompletion},
 };
 
@@ -27,9 +33,13 @@ constexpr Argument kArguments[] = {
     {" convert-model ", "FILE", "IN OUT", nullptr, &Arguments::files, 2, 2,
      "the model to read and the model to write"},
     {" picture ", "FILE", "MODEL", nullptr, &Arguments::files, 1, 1, "the model to draw"},
+    {" motion-rom ", "FILE", "MODEL DOF", nullptr, &Arguments::files, 2, 2,
+     "a model and its mapping"},
+    {" motion-info motion-resample motion-cut ", "FILE", "MOTION", nullptr, &Arguments::files, 1, 1,
+     "the motion file to read"},
     {" completion ", "FILE", "SHELL [PROGRAM]", "bash zsh kestrix kestrix-tool", &Arguments::files,
      1, 2, "bash or zsh; kestrix or kestrix-tool, or neither for both"},
-    {" info check diff ", "--json", nullptr, nullptr, &Arguments::json, 0, 0,
+    {" info check diff motion-info ", "--json", nullptr, nullptr, &Arguments::json, 0, 0,
      "print JSON instead of text"},
     {" info ", "--tree", nullptr, nullptr, &Arguments::tree, 0, 0,
      "print the tree of the bodies only"},
@@ -39,6 +49,28 @@ constexpr Argument kArguments[] = {
      "numbers that differ by no more are equal (default: 0.0001)"},
     {" picture ", "-o,--output", "FILE", nullptr, &Arguments::output, 1, 1,
      "the SVG file to write"},
+    {" motion-info ", "--dof", "FILE", nullptr, &Arguments::dof, 0, 1,
+     "the mapping: adds what the variables drive, and which are missing"},
+    {" motion-rom motion-resample motion-cut ", "-o,--output", "FILE", nullptr, &Arguments::output,
+     1, 1, "the motion file to write"},
+    {" motion-rom ", "--swing", "DEGREES", nullptr, &Arguments::swing, 0, 1,
+     "how far bodies turn to either side (default: 45)"},
+    {" motion-rom ", "--distance", "D", nullptr, &Arguments::distance, 0, 1,
+     "how far bodies move to either side (default: a tenth of the model's size)"},
+    {" motion-rom ", "--seconds", "S", nullptr, &Arguments::seconds, 0, 1,
+     "how long each variable swings (default: 2)"},
+    {" motion-rom ", "--rate", "FPS", nullptr, &Arguments::new_rate, 0, 1,
+     "frames per second (default: 30)"},
+    {" motion-rom ", "--angles", "UNIT", "degrees radians", &Arguments::angles, 0, 1,
+     "the unit of variables that turn: degrees (default) or radians"},
+    {" motion-resample ", "--to", "FPS", nullptr, &Arguments::new_rate, 1, 1,
+     "frames per second to write"},
+    {" motion-cut ", "--from", "S", nullptr, &Arguments::from, 0, 1,
+     "the first second to keep (default: the start)"},
+    {" motion-cut ", "--to", "S", nullptr, &Arguments::to, 0, 1,
+     "the last second to keep (default: the end)"},
+    {" motion-info motion-resample motion-cut ", "--rate", "FPS", nullptr, &Arguments::rate, 0, 1,
+     "frames per second of the file (default: what its times tell, or 30)"},
     {" convert-model ", "--to", "DIALECT", "document legacy", &Arguments::dialect, 0, 1,
      "the dialect to write: document (default) or legacy"},
     {" convert-model ", "--add", "FILE[,OFFSET[,SUFFIX]]", nullptr, &Arguments::add, 0, -1,
@@ -89,13 +121,34 @@ void AddArgument(CLI::App* app, const Argument& argument, Arguments* values) {
   }
 }
 
+// Makes the command, and the group that it belongs to where it is the group's first.
+CLI::App* AddCommand(CLI::App* app, std::map<std::string, CLI::App*>* groups,
+                     const Command& command) {
+  const std::string_view name = command.name;
+  const std::size_t blank = name.find(' ');
+  if (blank == std::string_view::npos) return app->add_subcommand(command.name, command.help);
+  const std::string group(name.substr(0, blank));
+  CLI::App*& parent = (*groups)[group];
+  if (parent == nullptr) {
+    parent = app->add_subcommand(group, "work on " + group + " files: see its help");
+    parent->require_subcommand(1);
+  }
+  return parent->add_subcommand(std::string(name.substr(blank + 1)), command.help);
+}
+
 }  // namespace
 
 std::span<const Command> Commands() { return kCommands; }
 std::span<const Argument> ArgumentTable() { return kArguments; }
 
-bool Takes(const char* command, const Argument& argument) {
-  return std::string_view(argument.commands).find(" " + std::string(command) + " ") !=
+std::string KeyOf(const Command& command) {
+  std::string key = command.name;
+  std::replace(key.begin(), key.end(), ' ', '-');
+  return key;
+}
+
+bool Takes(const Command& command, const Argument& argument) {
+  return std::string_view(argument.commands).find(" " + KeyOf(command) + " ") !=
          std::string_view::npos;
 }
 
@@ -106,10 +159,13 @@ int RunCommandLine(int argc, char** argv) {
   app.require_subcommand(1);
   app.footer("Exit status: 0 for good, 1 for errors or differences found, 2 for trouble.");
   Arguments values;
+  const Command* chosen = nullptr;
+  std::map<std::string, CLI::App*> groups;
   for (const Command& command : kCommands) {
-    CLI::App* sub = app.add_subcommand(command.name, command.help);
+    CLI::App* sub = AddCommand(&app, &groups, command);
+    sub->callback([&chosen, &command] { chosen = &command; });
     for (const Argument& argument : kArguments) {
-      if (Takes(command.name, argument)) AddArgument(sub, argument, &values);
+      if (Takes(command, argument)) AddArgument(sub, argument, &values);
     }
   }
   try {
@@ -117,8 +173,5 @@ int RunCommandLine(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kExitGood : kExitTrouble;
   }
-  for (const Command& command : kCommands) {
-    if (app.got_subcommand(command.name)) return command.run(values);
-  }
-  return kExitTrouble;
+  return chosen == nullptr ? kExitTrouble : chosen->run(values);
 }

@@ -22,6 +22,14 @@ struct Arguments {
   bool remove_bones = false;
   bool remove_unused_materials = false;
   bool triangulate = false;
+  std::string angles = "degrees";
+  double rate = 0;       // 0 for what the times tell
+  double new_rate = 30;  // of motion that is made
+  double swing = 45;     // degrees to either side
+  double distance = 0;   // to either side in the model's unit; 0 for a part of its size
+  double seconds = 2;    // that a variable swings
+  double from = -1e300;  // seconds
+  double to = 1e300;
 };
 
 // Exit statuses that all commands share.
@@ -30,7 +38,7 @@ inline constexpr int kExitFound = 1;    // errors or differences were found
 inline constexpr int kExitTrouble = 2;  // a file or the command line is not what it should be
 
 struct Command {
-  const char* name;
+  const char* name;  // one word, or that of a group and one in it
   const char* help;
   int (*run)(const Arguments& arguments);
 };
@@ -41,7 +49,7 @@ using ArgumentTarget =
                  std::vector<std::string> Arguments::*>;
 
 struct Argument {
-  const char* commands;  // the names of the commands that take it, between blanks
+  const char* commands;  // the keys of the commands that take it, between blanks
   const char* name;      // with dashes; without them for one that is known by its place
   const char* value;     // what stands for the value in the help, null for a flag
   const char* choices;   // the values there are, between blanks; null where anything goes
@@ -53,8 +61,10 @@ struct Argument {
 
 [[nodiscard]] std::span<const Command> Commands();
 [[nodiscard]] std::span<const Argument> ArgumentTable();
-// True when the command of this name takes the argument.
-[[nodiscard]] bool Takes(const char* command, const Argument& argument);
+// The name of a command as one word, with a dash in place of the blank.
+[[nodiscard]] std::string KeyOf(const Command& command);
+// True when the command takes the argument.
+[[nodiscard]] bool Takes(const Command& command, const Argument& argument);
 
 // Parses the command line and runs the command; answers the exit status.
 int RunCommandLine(int argc, char** argv);
@@ -65,4 +75,8 @@ int RunCheck(const Arguments& arguments);
 int RunDiff(const Arguments& arguments);
 int RunConvertModel(const Arguments& arguments);
 int RunPicture(const Arguments& arguments);
+int RunMotionRom(const Arguments& arguments);
+int RunMotionInfo(const Arguments& arguments);
+int RunMotionResample(const Arguments& arguments);
+int RunMotionCut(const Arguments& arguments);
 int RunCompletion(const Arguments& arguments);

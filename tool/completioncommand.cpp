@@ -2,6 +2,7 @@
 // the tables of their options.
 #include <algorithm>
 #include <iostream>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -18,10 +19,35 @@ std::string_view OfferedName(const Argument& argument) {
 
 bool IsOption(const Argument& argument) { return argument.name[0] == '-'; }
 
+// The word that stands for a command behind the program: its name or that of its group.
+std::string_view FirstWord(const Command& command) {
+  const std::string_view name = command.name;
+  return name.substr(0, name.find(' '));
+}
+
+// The word behind that of the group; empty for a command without one.
+std::string_view SecondWord(const Command& command) {
+  const std::string_view name = command.name;
+  const std::size_t blank = name.find(' ');
+  return blank == std::string_view::npos ? std::string_view() : name.substr(blank + 1);
+}
+
+// Calls visit(group, commands in it) for every group, the commands between blanks.
+template <class Visit>
+void ForEachGroup(Visit visit) {
+  std::map<std::string_view, std::string> groups;
+  for (const Command& command : Commands()) {
+    if (SecondWord(command).empty()) continue;
+    std::string& words = groups[FirstWord(command)];
+    words += (words.empty() ? "" : " ") + std::string(SecondWord(command));
+  }
+  for (const auto& [group, words] : groups) visit(group, words);
+}
+
 std::string OptionsOf(const Command& command) {
   std::string names = "--help";
   for (const Argument& argument : ArgumentTable()) {
-    if (!IsOption(argument) || !Takes(command.name, argument)) continue;
+    if (!IsOption(argument) || !Takes(command, argument)) continue;
     names += " ";
     names += OfferedName(argument);
   }
@@ -30,7 +56,12 @@ std::string OptionsOf(const Command& command) {
 
 void PrintBashInfo(std::ostream& os) {
   std::string commands = "--help --version";
-  for (const Command& command : Commands()) commands += std::string(" ") + command.name;
+  std::string_view last;
+  for (const Command& command : Commands()) {
+    if (FirstWord(command) == last) continue;  // the commands of a group stand together
+    last = FirstWord(command);
+    commands += " " + std::string(last);
+  }
   os << "_kestrix_tool() {\n"
         "  local current=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]}\n"
         "  local command=${COMP_WORDS[1]} words=\n"
@@ -39,12 +70,19 @@ void PrintBashInfo(std::ostream& os) {
         "    words='"
      << commands
      << "'\n"
-        "  else\n"
+        "  fi\n"
+        "  case $command in\n";
+  ForEachGroup([&os](std::string_view group, const std::string& words) {
+    os << "    " << group << ") if ((COMP_CWORD == 2)); then words='" << words
+       << "'; else command+=-${COMP_WORDS[2]}; fi ;;\n";
+  });
+  os << "  esac\n"
+        "  if [[ -z $words ]]; then\n"
         "    case $command/$before in\n";
   for (const Command& command : Commands()) {
     for (const Argument& argument : ArgumentTable()) {
-      if (!Takes(command.name, argument) || argument.choices == nullptr) continue;
-      os << "      " << command.name << "/"
+      if (!Takes(command, argument) || argument.choices == nullptr) continue;
+      os << "      " << KeyOf(command) << "/"
          << (IsOption(argument) ? OfferedName(argument) : std::string_view("*")) << ") words='"
          << argument.choices << "' ;;\n";
     }
@@ -53,7 +91,7 @@ void PrintBashInfo(std::ostream& os) {
         "    if [[ -z $words && $current == -* ]]; then\n"
         "      case $command in\n";
   for (const Command& command : Commands()) {
-    os << "        " << command.name << ") words='" << OptionsOf(command) << "' ;;\n";
+    os << "        " << KeyOf(command) << ") words='" << OptionsOf(command) << "' ;;\n";
   }
   os << "      esac\n"
         "    fi\n"
@@ -127,20 +165,36 @@ void PrintZshInfo(std::ostream& os) {
         "    '--help[print help]' '--version[print the version]' \\\n"
         "    '1:command:((";
   const char* separator = "";
+  std::string_view last;
   for (const Command& command : Commands()) {
-    os << separator << command.name << "\\:\"" << command.help << "\"";
+    const bool is_grouped = !SecondWord(command).empty();
+    if (is_grouped && FirstWord(command) == last) continue;
+    last = FirstWord(command);
+    os << separator << last << "\\:\"" << (is_grouped ? "see its help" : command.help) << "\"";
     separator = " ";
   }
   os << "))' \\\n    '*::: :->rest'\n"
         "  [[ $state == rest ]] || return\n"
         "  words=($line[1] $words)\n"
         "  ((CURRENT += 1))\n"
-        "  case $line[1] in\n";
+        "  local command=$line[1]\n";
+  ForEachGroup([&os](std::string_view group, const std::string& names) {
+    os << "  if [[ $command == " << group
+       << " ]]; then\n"
+          "    if ((CURRENT == 2)); then compadd "
+       << names
+       << "; return; fi\n"
+          "    command+=-$words[2]\n"
+          "    words=($words[1] ${words[3,-1]})\n"
+          "    ((CURRENT -= 1))\n"
+          "  fi\n";
+  });
+  os << "  case $command in\n";
   for (const Command& command : Commands()) {
-    os << "  " << command.name << ") _arguments '--help[print help]'";
+    os << "  " << KeyOf(command) << ") _arguments '--help[print help]'";
     std::string positional = "_files";
     for (const Argument& argument : ArgumentTable()) {
-      if (!Takes(command.name, argument)) continue;
+      if (!Takes(command, argument)) continue;
       const std::string choices = argument.choices == nullptr ? "" : argument.choices;
       if (IsOption(argument)) {
         PrintZshOption(OfferedName(argument), argument.max_count < 0, argument.help,

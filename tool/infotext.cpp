@@ -13,6 +13,7 @@
 #include "modelfacts.h"
 #include "rotationorder.h"
 #include "style.h"
+#include "texttable.h"
 
 namespace {
 
@@ -38,34 +39,6 @@ void PrintBox(const char* label, const Box& box, std::ostream& os) {
   os << label << Numbers(*box.min) << "  to  " << Numbers(*box.max) << "\n";
 }
 
-void PrintTitle(const char* title, std::ostream& os) {
-  os << "\n" << Styled(Style::Title, title) << "\n";
-}
-
-// Rows of texts in columns as wide as their widest text.
-class Table {
- public:
-  void add(std::vector<std::string> row) { _rows.push_back(std::move(row)); }
-  void printOn(std::ostream& os) const {
-    std::vector<std::size_t> widths;
-    for (const auto& row : _rows) {
-      widths.resize(std::max(widths.size(), row.size()));
-      for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], Width(row[i]));
-    }
-    bool first = true;
-    for (const auto& row : _rows) {
-      std::string line;
-      for (std::size_t i = 0; i < row.size(); ++i) line += Padded(row[i], widths[i] + 2);
-      line.erase(line.find_last_not_of(' ') + 1);
-      os << "  " << (first ? Styled(Style::Faint, line) : Printable(line)) << "\n";
-      first = false;
-    }
-  }
-
- private:
-  std::vector<std::vector<std::string>> _rows;
-};
-
 std::string WeightsText(const BodyFacts& body, const BtHashMap<int, const BodyFacts*>& bodies) {
   std::string text;
   for (const auto& [id, weight] : body.weights) {
@@ -82,7 +55,7 @@ std::string WeightsText(const BodyFacts& body, const BtHashMap<int, const BodyFa
 void PrintBodies(const ModelFacts& facts, std::ostream& os) {
   BtHashMap<int, const BodyFacts*> bodies;
   for (const BodyFacts& body : facts.bodies) bodies.emplace(body.id, &body);
-  Table table;
+  TextTable table;
   table.add({"body", "id", "rest position", "in the world", "rotation", "order", "polygons",
              "vertices", "vertices that follow others"});
   for (const BodyFacts& body : facts.bodies) {
@@ -183,7 +156,7 @@ void PrintFbxSummary(const FbxFacts& facts, std::ostream& os) {
 }
 
 void PrintNodes(const FbxFacts& facts, std::ostream& os) {
-  Table table;
+  TextTable table;
   table.add({"node", "kind", "translation", "pre-rotation", "order"});
   for (const FbxNodeFacts& node : facts.nodes) {
     table.add({Indent(node.depth) + node.name, node.kind, Numbers(node.translation),
@@ -194,7 +167,7 @@ void PrintNodes(const FbxFacts& facts, std::ostream& os) {
 }
 
 void PrintMeshes(const FbxFacts& facts, std::ostream& os) {
-  Table table;
+  TextTable table;
   table.add({"mesh", "vertices", "polygons", "materials", "clusters", "weights", "shapes"});
   for (const FbxMeshFacts& mesh : facts.meshes) {
     std::string shapes;
@@ -269,7 +242,7 @@ void PrintText(const BaUnlockedMapping& mapping, std::ostream& os) {
     os << "; with those of textures and sliders " << mapping.highestSysVarUsed();
   }
   os << "\n";
-  Table table;
+  TextTable table;
   table.add({"body id", "rotates about", "tx", "ty", "tz", "rx", "ry", "rz"});
   for (const BaUnlockedBodyMap* map : mapping.bodyMaps()) {
     std::vector<std::string> row = {std::to_string(map->bodyId()), RotationLetters(*map)};

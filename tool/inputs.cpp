@@ -158,7 +158,10 @@ bool ReadAddition(const std::string& file, BaModel* model) {
 }
 
 void Complain(const std::string& file, std::string_view text) {
-  std::cerr << "kestrix-tool: " << Printable(file) << ": " << Printable(text) << "\n";
+  // Some messages name file and line themselves.
+  const bool names_file = text.starts_with(file + ":");
+  std::cerr << "kestrix-tool: " << (names_file ? "" : Printable(file) + ": ") << Printable(text)
+            << "\n";
 }
 
 void PrintWarnings(const std::string& file, const std::vector<Message>& messages) {

@@ -30,7 +30,7 @@ TEST(Help, ManualsNameEveryOption) {
     ASSERT_NE(start, std::string::npos) << title;
     const std::string section = tool.substr(start, tool.find("\n## ", start + 1) - start);
     for (const Argument& argument : ArgumentTable()) {
-      if (argument.name[0] != '-' || !Takes(command.name, argument)) continue;
+      if (argument.name[0] != '-' || !Takes(command, argument)) continue;
       std::string names = "\n*" + std::string(argument.name) + "*";
       if (names.find(',') != std::string::npos) names.replace(names.find(','), 1, "*, *");
       EXPECT_NE(section.find(names), std::string::npos) << command.name << names;
@@ -60,6 +60,10 @@ TEST(Help, BashCompletesBothPrograms) {
       {"_kestrix_tool", "kestrix-tool info --", "--help --json --tree --dof\n"},
       {"_kestrix_tool", "kestrix-tool convert-model --to l", "legacy\n"},
       {"_kestrix_tool", "kestrix-tool picture --o", "--output\n"},
+      {"_kestrix_tool", "kestrix-tool mo", "motion\n"},
+      {"_kestrix_tool", "kestrix-tool motion r", "rom resample\n"},
+      {"_kestrix_tool", "kestrix-tool motion cut --f", "--from\n"},
+      {"_kestrix_tool", "kestrix-tool motion rom --angles r", "radians\n"},
   };
   for (const auto& row : rows) EXPECT_EQ(BashOffers(row.function, row.words), row.offers);
   EXPECT_EQ(RunTool({"completion", "zsh", "kestrix"}).out.find("#compdef kestrix\n"), 0U);

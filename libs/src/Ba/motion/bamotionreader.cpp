@@ -104,17 +104,17 @@ class Ba_MotionReader {
  private:
   using Line = Ba_CsvLines::Line;
 
-  template <class... Args>
-  bool _fail(const char* format, Args... args);
+  // Records an error about the line that was read last.
+  bool _fail(const BtStr& text);
   bool _failField(std::size_t column, FieldFault fault, std::string_view field);
   bool _nextLine(Line* line, bool* is_end);
+  bool _splitLine(std::string_view line);
   bool _readHeader();
   bool _readColumnNames(const std::vector<std::string>& names);
   bool _addColumn(std::size_t column, const std::string& name);
   bool _readRows();
   bool _readPlainRow(const Line& line);
   bool _readRow(const Line& line);
-  bool _readAnyField(std::size_t column, const std::string& field);
   bool _takeRow();
   bool _checkTime(double seconds);
   // The rate of frames that are counted.
@@ -135,10 +135,8 @@ class Ba_MotionReader {
   std::vector<std::string> _fields;
 };
 
-template <class... Args>
-bool Ba_MotionReader::_fail(const char* format, Args... args) {
-  theExceptObj.set(BtFormat("%s:%d: ", static_cast<const char*>(_name), _lines.number()) +
-                   BtFormat(format, args...));
+bool Ba_MotionReader::_fail(const BtStr& text) {
+  theExceptObj.set(BtFormat("%s:%d: ", static_cast<const char*>(_name), _lines.number()) + text);
   return false;
 }
 
@@ -147,8 +145,10 @@ bool Ba_MotionReader::_failField(std::size_t column, FieldFault fault, std::stri
   const BtStr which =
       column == 0 ? BtStr(time) : BtFormat("variable %d", _motion->sysVarIds()[column - 1]);
   const char* const what = kFieldFaults[static_cast<int>(fault)];
-  if (fault == FieldFault::Empty) return _fail("%s: %s", static_cast<const char*>(which), what);
-  return _fail("%s: %s: '%s'", static_cast<const char*>(which), what, Shown(field).c_str());
+  if (fault == FieldFault::Empty)
+    return _fail(BtFormat("%s: %s", static_cast<const char*>(which), what));
+  return _fail(
+      BtFormat("%s: %s: '%s'", static_cast<const char*>(which), what, Shown(field).c_str()));
 }
 
 bool Ba_MotionReader::_nextLine(Line* line, bool* is_end) {
@@ -156,7 +156,7 @@ bool Ba_MotionReader::_nextLine(Line* line, bool* is_end) {
   *is_end = next == Ba_CsvLines::Next::End;
   if (*is_end && _is.bad()) return false;
   if (next == Ba_CsvLines::Next::TooLong) {
-    return _fail("the line has more than %zu characters", Ba_CsvLines::kMaxLength);
+    return _fail(BtFormat("the line has more than %zu characters", Ba_CsvLines::kMaxLength));
   }
   return _lines.number() % kLinesPerQuestion != 0 || !theExceptObj.checkCancel();
 }
@@ -186,23 +186,28 @@ bool Ba_MotionReader::_readHeader() {
       text.remove_prefix(text.starts_with("# ") ? 2 : 1);
       _motion->_comments.emplace_back(text);
     } else if (!text.empty()) {
-      switch (Ba_SplitCsvLine(text, &_fields)) {
-        case Ba_CsvFault::NotClosed:
-          return _fail("column %zu: the quotes are not closed in this line", _fields.size());
-        case Ba_CsvFault::TextBehind:
-          return _fail("column %zu: text follows the closing quote", _fields.size());
-        case Ba_CsvFault::None:
-          break;
-      }
+      if (!_splitLine(text)) return false;
       return _readColumnNames(_fields);
     }
+  }
+}
+
+bool Ba_MotionReader::_splitLine(std::string_view line) {
+  switch (Ba_SplitCsvLine(line, &_fields)) {
+    case Ba_CsvFault::NotClosed:
+      return _fail(BtFormat("column %zu: the quotes are not closed in this line", _fields.size()));
+    case Ba_CsvFault::TextBehind:
+      return _fail(BtFormat("column %zu: text follows the closing quote", _fields.size()));
+    default:
+      return true;
   }
 }
 
 bool Ba_MotionReader::_readColumnNames(const std::vector<std::string>& names) {
   _is_frames = names.front() == "frame";
   if (!_is_frames && names.front() != "time") {
-    return _fail("the first column is '%s', not 'time' or 'frame'", Shown(names.front()).c_str());
+    return _fail(
+        BtFormat("the first column is '%s', not 'time' or 'frame'", Shown(names.front()).c_str()));
   }
   for (std::size_t column = 1; column < names.size(); ++column) {
     if (!_addColumn(column, names[column])) return false;
@@ -213,14 +218,15 @@ bool Ba_MotionReader::_readColumnNames(const std::vector<std::string>& names) {
 
 bool Ba_MotionReader::_addColumn(std::size_t column, const std::string& name) {
   const int id = SysVarOf(name);
-  if (id == 0) return _fail("column %zu: '%s' is no variable", column + 1, Shown(name).c_str());
+  if (id == 0)
+    return _fail(BtFormat("column %zu: '%s' is no variable", column + 1, Shown(name).c_str()));
   if (id > _how.highest_sysvar_id) {
-    return _fail("column %zu: variable %d is above %d, the highest of the mapping", column + 1, id,
-                 _how.highest_sysvar_id);
+    return _fail(BtFormat("column %zu: variable %d is above %d, the highest of the mapping",
+                          column + 1, id, _how.highest_sysvar_id));
   }
   if (_motion->_addColumn(id) >= 0) return true;
-  return _fail("column %zu: variable %d has column %d already", column + 1, id,
-               _motion->_column(id) + 2);
+  return _fail(BtFormat("column %zu: variable %d has column %d already", column + 1, id,
+                        _motion->_column(id) + 2));
 }
 
 bool Ba_MotionReader::_readRows() {
@@ -251,15 +257,10 @@ bool Ba_MotionReader::_readPlainRow(const Line& line) {
 }
 
 bool Ba_MotionReader::_readRow(const Line& line) {
-  const Ba_CsvFault fault = Ba_SplitCsvLine(line.view(), &_fields);
-  if (fault == Ba_CsvFault::NotClosed) {
-    return _fail("column %zu: the quotes are not closed in this line", _fields.size());
-  }
-  if (fault == Ba_CsvFault::TextBehind) {
-    return _fail("column %zu: text follows the closing quote", _fields.size());
-  }
+  if (!_splitLine(line.view())) return false;
   if (_fields.size() != _row.size()) {
-    return _fail("the line has %zu fields, the header line %zu", _fields.size(), _row.size());
+    return _fail(
+        BtFormat("the line has %zu fields, the header line %zu", _fields.size(), _row.size()));
   }
   for (std::size_t column = 0; column < _fields.size(); ++column) {
     const FieldFault field_fault = ReadField(_fields[column], &_row[column]);
@@ -293,10 +294,11 @@ bool Ba_MotionReader::_checkTime(double seconds) {
     return _failField(0, FieldFault::TooLarge, BtFormat("%g", _row[0]).view());
   }
   if (_times.size() == static_cast<std::size_t>(std::numeric_limits<int>::max())) {
-    return _fail("there are more than %zu frames", _times.size());
+    return _fail(BtFormat("there are more than %zu frames", _times.size()));
   }
   if (_times.empty() || seconds > _times.back()) return true;
-  return _fail("%s: %.10g is not after the line before", _is_frames ? "frame" : "time", _row[0]);
+  return _fail(
+      BtFormat("%s: %.10g is not after the line before", _is_frames ? "frame" : "time", _row[0]));
 }
 
 bool BaMotion::scanFrom(std::istream& is, const BtStr& name, const Reading& how) {
