@@ -39,7 +39,7 @@ TEST(BaMotion, TakesTheFormsThatProgramsWrite) {
   for (const std::string& text : cases) EXPECT_EQ(Scan(text), want) << text;
   EXPECT_EQ(Scan("time,1\n0,1e-400\n").values(1)[0], 0);
   EXPECT_EQ(Scan("time\n0\n1\n").numFrames(), 2);
-  EXPECT_EQ(Scan("# one\n#two\ntime,1\n0,1\n").comments(), (std::vector<BtStr>{"one", "two"}));
+  EXPECT_EQ(Scan("# one\n#two\r\r\ntime,1\n0,1\n").comments(), (std::vector<BtStr>{"one", "two"}));
 }
 
 TEST(BaMotion, TimesTellTheRate) {

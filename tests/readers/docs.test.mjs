@@ -3,11 +3,11 @@ import assert from 'node:assert/strict';
 import { existsSync, mkdirSync, readFileSync, readdirSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { test } from 'node:test';
-import { convert, freshPath, root } from './program.mjs';
+import { convert, freshPath, root, run, tool } from './program.mjs';
 import { readWithThree } from './threereader.mjs';
 
 const page = (name) => readFileSync(join(root, 'docs', name), 'utf8');
-const pages = ['legacy-model.md', 'document-model.md', 'mapping.md', 'fbx-output.md'];
+const pages = ['legacy-model.md', 'document-model.md', 'mapping.md', 'motion.md', 'fbx-output.md'];
 
 /** Converts an example; answers what three.js reads of it, with numbers of few decimals. */
 function convertExample(folder, model) {
@@ -50,6 +50,26 @@ test('the arms of the examples convert, and are the same arm', () => {
   assert.deepEqual([gripMesh.name, gripMesh.positions.length], ['grip_left_mesh', 3]);
   assert.deepEqual(targets, [[{ name: 'biceps', moved: [[0, 0.5, 0]] }], []]);
   assert.deepEqual(materials, ['skin', 'steel']);
+});
+
+test('the example of motion files is told, cut and resampled as its page shows', () => {
+  const folder = freshPath('.motion');
+  mkdirSync(folder);
+  const files = pages.flatMap((name) => [...page(name).matchAll(/^```text (\S+)\n([^]*?)^```$/gm)]);
+  for (const [, file, text] of files.filter(([, file]) => file !== 'fine.csv')) {
+    writeFileSync(join(folder, file), text);
+  }
+  const shown = [...page('motion.md').matchAll(/^```console\n([^]*?)^```$/gm)].map(([, text]) => text);
+  assert.equal(shown.length, 2);
+  const calls = shown.flatMap((text) => [...text.matchAll(/^\$ kestrix-tool (.*)\n([^$]*)/gm)]);
+  for (const [, words, output] of calls) {
+    const { status, stdout, stderr } = run(tool, words.split(' '), { cwd: folder });
+    assert.deepEqual([status, stdout.trimEnd(), stderr], [0, output.trimEnd(), ''], words);
+  }
+  const [, , fine] = files.find(([, file]) => file === 'fine.csv');
+  assert.equal(readFileSync(join(folder, 'fine.csv'), 'utf8'), fine);
+  const rom = run(tool, 'motion rom arm.mdl arm.dof -o rom.csv'.split(' '), { cwd: folder });
+  assert.deepEqual([rom.status, rom.stderr], [0, '']);
 });
 
 // Values may be put in by a conversion or by joining texts: both leave the words between them.

@@ -12,6 +12,7 @@ export const samples = join(root, 'samples');
 const program = process.env.KESTRIX ?? join(root, 'build/release/kestrix');
 // The same with text FBX, which the program itself does not write.
 const asciiProgram = process.env.KESTRIX_ASCII ?? join(root, 'build/release/tests/kestrix_ascii');
+export const tool = process.env.KESTRIX_TOOL ?? join(root, 'build/release/kestrix-tool');
 const fbx2gltf = join(here, 'node_modules/fbx2gltf/bin/Linux/FBX2glTF');
 
 const folder = mkdtempSync(join(tmpdir(), 'kestrix-readers-'));
@@ -21,8 +22,8 @@ let count = 0;
 export const freshPath = (suffix) => join(folder, `${++count}${suffix}`);
 
 /** Runs a program; answers its exit status and its two outputs. */
-export function run(file, args) {
-  const result = spawnSync(file, args, { encoding: 'utf8', maxBuffer: 1 << 28 });
+export function run(file, args, options = {}) {
+  const result = spawnSync(file, args, { encoding: 'utf8', maxBuffer: 1 << 28, ...options });
   if (result.error) throw result.error;
   return result;
 }

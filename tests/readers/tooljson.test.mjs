@@ -4,15 +4,14 @@ import { readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import Ajv2020 from 'ajv/dist/2020.js';
-import { convert, freshPath, root, run, samples } from './program.mjs';
+import { convert, freshPath, root, run, samples, tool } from './program.mjs';
 
-const tool = process.env.KESTRIX_TOOL ?? join(root, 'build/release/kestrix-tool');
 const schema = JSON.parse(readFileSync(join(root, 'docs/kestrix-tool.schema.json'), 'utf8'));
 const validate = new Ajv2020({ allErrors: true, strict: false }).compile(schema);
 
 /** Runs a command with --json; answers what it prints once it has been found valid. */
 function answerOf(command, ...args) {
-  const { status, stdout } = run(tool, [command, '--json', ...args]);
+  const { status, stdout } = run(tool, [...command.split(' '), '--json', ...args]);
   const answer = JSON.parse(stdout);
   assert.ok(validate(answer), `${args}: ${JSON.stringify(validate.errors?.slice(0, 3))}`);
   return { status, answer };
@@ -71,4 +70,15 @@ test('findings and differences fit the schema', () => {
       assert.equal(answer.same, name === other);
     }
   }
+});
+
+test('what motion files hold fits the schema', () => {
+  const rom = freshPath('.csv');
+  const robot = [sample('robot-v2.mdl'), sample('robot.dof')];
+  assert.equal(run(tool, ['motion', 'rom', ...robot, '-o', rom]).status, 0);
+  const { status, answer } = answerOf('motion info', rom, '--dof', sample('walker.dof'));
+  assert.equal(status, 0);
+  assert.ok(answer.motion.variables.length > 10);
+  answerOf('motion info', rom);
+  assert.equal(answerOf('motion info', sample('fox.dof'), '--dof', rom).status, 2);
 });

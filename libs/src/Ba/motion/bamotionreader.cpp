@@ -184,6 +184,7 @@ bool Ba_MotionReader::_readHeader() {
     }
     if (text.starts_with('#')) {
       text.remove_prefix(text.starts_with("# ") ? 2 : 1);
+      while (text.ends_with('\r')) text.remove_suffix(1);
       _motion->_comments.emplace_back(text);
     } else if (!text.empty()) {
       if (!_splitLine(text)) return false;
