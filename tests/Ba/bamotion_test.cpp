@@ -88,7 +88,7 @@ TEST(BaMotion, RandomMotionsSurviveWriting) {
       std::vector<double> times;
       for (std::size_t i = 0; i < 500; ++i) {
         const double jitter = is_even ? 0 : static_cast<double>(random() % 1000) / 2000 / rate;
-        times.push_back(BaFrameTime(1.5, BaExactFrameRate(rate), i) + jitter);
+        times.push_back(BaFrameTime(1.0 / 30, BaExactFrameRate(rate), i) + jitter);
       }
       BaMotion motion;
       motion.setTimes(times, is_even ? BaExactFrameRate(rate) : 0);
@@ -102,6 +102,8 @@ TEST(BaMotion, RandomMotionsSurviveWriting) {
       EXPECT_EQ(Scan(Print(motion)), motion) << rate;
     }
   }
+  const BaMotion hasty = Scan("time,4\n0.022921e-054,1\n241e-054,2\n");
+  EXPECT_EQ(Scan(Print(hasty)).times(), hasty.times());
 }
 
 // Hands out its text in pieces, as pipes do.

@@ -2,6 +2,7 @@
 #include <charconv>
 #include <ostream>
 #include <string>
+#include <string_view>
 
 #include "bamotion.h"
 #include "btexcept.h"
@@ -13,8 +14,9 @@ namespace {
 // Characters that are gathered before they go to the stream.
 constexpr std::size_t kPieceSize = std::size_t{64} * 1024;
 
-// More than the shortest text of any number needs.
+// More than the shortest text of any number needs, and the same without an exponent.
 constexpr std::size_t kMostDigits = 32;
+constexpr std::size_t kMostPlaces = 1100;
 
 void AppendTime(double time, std::string* text) {
   char digits[kMostDigits];
@@ -23,11 +25,17 @@ void AppendTime(double time, std::string* text) {
 
 // The same with so many decimals that readers see times which are not rounded.
 void AppendExactTime(double time, std::string* text) {
-  constexpr int kDecimals = 17;
-  char digits[2 * kMostDigits];
-  const auto result = std::to_chars(std::begin(digits), std::end(digits), time,
-                                    std::chars_format::fixed, kDecimals);
-  text->append(digits, result.ptr);
+  constexpr std::size_t kDecimals = 17;
+  char digits[kMostPlaces];
+  const std::string_view shortest(
+      digits, static_cast<std::size_t>(
+                  std::to_chars(digits, digits + kMostPlaces, time, std::chars_format::fixed).ptr -
+                  digits));
+  *text += shortest;
+  const std::size_t point = shortest.find('.');
+  const std::size_t decimals = point == shortest.npos ? 0 : shortest.size() - point - 1;
+  if (point == shortest.npos) *text += '.';
+  if (decimals < kDecimals) text->append(kDecimals - decimals, '0');
 }
 
 void AppendValue(float value, std::string* text) {
