@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
-#include <unordered_set>
 
 #include "bamotion.h"
 #include "btexcept.h"
+#include "bthash.h"
 #include "inputs.h"
 #include "style.h"
 
@@ -44,7 +44,7 @@ Turn TurnOf(int sysvar_id, const std::vector<Driven>& driven, const BodyNames& n
 // The driven variables in the order of their turns, each once.
 std::vector<int> SysVarsInOrder(const BaUnlockedMapping& mapping, const std::vector<int>& order) {
   std::vector<int> ids;
-  std::unordered_set<int> known;
+  BtHashSet<int> known;
   const auto add = [&](int id) {
     if (known.insert(id).second) ids.push_back(id);
   };

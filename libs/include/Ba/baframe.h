@@ -1,7 +1,7 @@
 // A frame: the values of system variables at one moment.
 #pragma once
 
-#include <unordered_map>
+#include "bthash.h"
 
 // Captured variables are numbers without a unit of their own: what they drive says whether a value
 // is a length, an angle, the share of a slider or the index of a texture. Variable 0, which stands
@@ -18,7 +18,7 @@ class BaFrame {
   [[nodiscard]] bool holds(int sysvar_id) const { return _values.contains(sysvar_id); }
 
  private:
-  std::unordered_map<int, double> _values;  // asked, never walked
+  BtHashMap<int, double> _values;  // asked, never walked
 };
 
 // What one unit of a variable is. Constants of a mapping are in the unit of the variables: the
