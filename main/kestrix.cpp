@@ -1,7 +1,6 @@
 // kestrix: converts a character model and its DOF mapping to one FBX file.
 #include <malloc.h>
 
-#include <csignal>
 #include <cstdlib>
 #include <iostream>
 #include <limits>
@@ -13,6 +12,7 @@
 #include "bamodeldata.h"
 #include "btexcept.h"
 #include "btnew.h"
+#include "cancel.h"
 #include "options.h"
 #include "save.h"
 #include "scene.h"
@@ -28,19 +28,6 @@ void KeepMemory() {
   mallopt(M_MMAP_THRESHOLD, kLargestBlock);
   mallopt(M_TRIM_THRESHOLD, kMostFree);
   mallopt(M_MXFAST, 0);  // small pieces are joined as they are freed, not all in one search
-}
-
-// Set by the first SIGINT; long operations ask for it. The second SIGINT ends the process.
-volatile std::sig_atomic_t cancel_asked = 0;
-
-void InstallCancel() {
-  struct sigaction action = {};
-  if (sigaction(SIGINT, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) return;
-  action = {};
-  action.sa_handler = [](int) { cancel_asked = 1; };
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
-  sigaction(SIGINT, &action, nullptr);
-  theExceptObj.setCancelHook([] { return cancel_asked != 0; });
 }
 
 // Prints what the step recorded; false when it was an error or the user has asked to stop.
