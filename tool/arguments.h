@@ -30,6 +30,10 @@ struct Arguments {
   double seconds = 2;    // that a variable swings
   double from = -1e300;  // seconds
   double to = 1e300;
+  double scale_factor = 2.54;
+  bool mesh_per_body = false;
+  std::string mb_version = "2011";
+  std::string lengths;  // the unit; empty for the model's
 };
 
 // Exit statuses that all commands share.
@@ -79,4 +83,5 @@ int RunMotionRom(const Arguments& arguments);
 int RunMotionInfo(const Arguments& arguments);
 int RunMotionResample(const Arguments& arguments);
 int RunMotionCut(const Arguments& arguments);
+int RunAnimate(const Arguments& arguments);
 int RunCompletion(const Arguments& arguments);
