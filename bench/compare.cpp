@@ -12,8 +12,8 @@
 #include <string_view>
 #include <vector>
 
-#include "bamodel.h"
-#include "btexcept.h"
+#include "Ba/bamodel.h"
+#include "Bt/btexcept.h"
 #include "meshgenerator.h"
 #include "process.h"
 #include "yardsticks.h"

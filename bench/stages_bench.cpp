@@ -8,12 +8,12 @@
 #include <fstream>
 #include <memory>
 
-#include "bamapping.h"
-#include "bamodel.h"
-#include "bamodeldata.h"
-#include "btexcept.h"
-#include "kfbxscene.h"
-#include "kfbxsdkmanager.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btexcept.h"
+#include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxsdkmanager.h"
 #include "meshgenerator.h"
 #include "save.h"
 #include "scene.h"

@@ -9,17 +9,17 @@
 #include <utility>
 #include <vector>
 
-#include "bamapping.h"
-#include "bamdbody.h"
-#include "bamodeldata.h"
-#include "bamotion.h"
-#include "btexcept.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamdbody.h"
+#include "Ba/bamodeldata.h"
+#include "Ba/bamotion.h"
+#include "Bt/btexcept.h"
+#include "Fbx/kfbxanimstack.h"
+#include "Fbx/kfbxdeformer.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxscene.h"
 #include "btfloattext.h"
-#include "kfbxanimstack.h"
-#include "kfbxdeformer.h"
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
-#include "kfbxscene.h"
 
 namespace {
 

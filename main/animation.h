@@ -1,7 +1,7 @@
 // What the mapping and captured motion add to a scene: takes, and user properties of the skeleton.
 #pragma once
 
-#include "baframe.h"
+#include "Ba/baframe.h"
 
 class BaModelData;
 class BaMotion;

@@ -1,12 +1,12 @@
 #include "blendshape.h"
 
-#include "bamdslidergroup.h"
-#include "bamdvertexeffects.h"
-#include "bamdvertices.h"
-#include "bamodeldata.h"
-#include "kfbxdeformer.h"
-#include "kfbxmesh.h"
-#include "kfbxscene.h"
+#include "Ba/bamdslidergroup.h"
+#include "Ba/bamdvertexeffects.h"
+#include "Ba/bamdvertices.h"
+#include "Ba/bamodeldata.h"
+#include "Fbx/kfbxdeformer.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxscene.h"
 
 namespace {
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "banamemap.h"
-#include "bthash.h"
+#include "Ba/banamemap.h"
+#include "Bt/bthash.h"
 #include "faces.h"
 
 class BaMDSliderGroup;

@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 
 namespace {
 

@@ -4,13 +4,13 @@
 #include <string_view>
 #include <utility>
 
+#include "Ba/bamdbody.h"
+#include "Ba/bamdgeometry.h"
+#include "Ba/bamdmaterialgroup.h"
+#include "Ba/bamdvertices.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/bthash.h"
 #include "accuracy.h"
-#include "bamdbody.h"
-#include "bamdgeometry.h"
-#include "bamdmaterialgroup.h"
-#include "bamdvertices.h"
-#include "bamodeldata.h"
-#include "bthash.h"
 
 namespace {
 

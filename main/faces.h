@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "kfbxmath.h"
+#include "Fbx/kfbxmath.h"
 
 class BaMDBody;
 class BaMDVertices;

@@ -11,13 +11,13 @@
 #include <system_error>
 #include <vector>
 
-#include "bamapping.h"
-#include "bamodel.h"
-#include "bamodeldata.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
+#include "Bt/btnew.h"
 #include "bapicturefile.h"
-#include "btexcept.h"
-#include "btfile.h"
-#include "btnew.h"
 #include "cancel.h"
 #include "options.h"
 #include "save.h"

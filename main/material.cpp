@@ -4,15 +4,15 @@
 #include <filesystem>
 #include <utility>
 
-#include "bamdmaterial.h"
-#include "bamodeldata.h"
+#include "Ba/bamdmaterial.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btassert.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
+#include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxsurfacephong.h"
+#include "Fbx/kfbxtexture.h"
 #include "bapicturefile.h"
-#include "btassert.h"
-#include "btexcept.h"
-#include "btfile.h"
-#include "kfbxscene.h"
-#include "kfbxsurfacephong.h"
-#include "kfbxtexture.h"
 
 namespace {
 

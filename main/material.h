@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "bthash.h"
-#include "btstr.h"
+#include "Bt/bthash.h"
+#include "Bt/btstr.h"
 #include "picture.h"
 
 class BaMDMaterial;

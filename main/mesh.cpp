@@ -2,14 +2,14 @@
 
 #include <utility>
 
+#include "Ba/bamdbody.h"
+#include "Ba/bamdgeometry.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btassert.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxscene.h"
 #include "accuracy.h"
-#include "bamdbody.h"
-#include "bamdgeometry.h"
-#include "bamodeldata.h"
-#include "btassert.h"
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
-#include "kfbxscene.h"
 #include "material.h"
 #include "normals.h"
 #include "skin.h"

@@ -3,8 +3,8 @@
 
 #include <vector>
 
+#include "Bt/bthash.h"
 #include "blendshape.h"
-#include "bthash.h"
 #include "faces.h"
 
 class BaMDBody;

@@ -7,8 +7,8 @@
 #include <limits>
 #include <numeric>
 
+#include "Bt/bthash.h"
 #include "accuracy.h"
-#include "bthash.h"
 #include "faces.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <iosfwd>
 #include <span>
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 // What one run is to do.
 struct Settings {

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "Bt/btfile.h"
 #include "bapicturefile.h"
-#include "btfile.h"
 
 namespace {
 

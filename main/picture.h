@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "bthash.h"
-#include "btstr.h"
+#include "Bt/bthash.h"
+#include "Bt/btstr.h"
 
 // Whether readers can look for the picture beside the scene's file under this name.
 bool IsRelativePicture(const BtStr& name);

@@ -1,11 +1,11 @@
 #include "save.h"
 
-#include "btexcept.h"
-#include "kfbxexporter.h"
-#include "kfbxiopluginregistry.h"
-#include "kfbxiosettings.h"
-#include "kfbxscene.h"
-#include "kfbxsdkmanager.h"
+#include "Bt/btexcept.h"
+#include "Fbx/kfbxexporter.h"
+#include "Fbx/kfbxiopluginregistry.h"
+#include "Fbx/kfbxiosettings.h"
+#include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 namespace {
 

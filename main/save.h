@@ -1,7 +1,7 @@
 // Choosing the FBX version that a MotionBuilder release reads, and writing the scene.
 #pragma once
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 class KFbxScene;
 class KFbxSdkManager;

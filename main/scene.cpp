@@ -4,17 +4,17 @@
 #include <array>
 #include <cmath>
 
-#include "bamapping.h"
-#include "bamdbody.h"
-#include "bamdvertexeffects.h"
-#include "bamdvertices.h"
-#include "bamodeldata.h"
-#include "btexcept.h"
-#include "btfile.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamdbody.h"
+#include "Ba/bamdvertexeffects.h"
+#include "Ba/bamdvertices.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
+#include "Fbx/kfbxdocumentinfo.h"
+#include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxsdkmanager.h"
 #include "bttextfile.h"
-#include "kfbxdocumentinfo.h"
-#include "kfbxscene.h"
-#include "kfbxsdkmanager.h"
 #include "material.h"
 #include "skeleton.h"
 

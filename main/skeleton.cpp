@@ -6,16 +6,16 @@
 #include <string>
 #include <vector>
 
-#include "babodymap.h"
-#include "bamapping.h"
-#include "bamdbody.h"
-#include "bamodeldata.h"
-#include "btangles.h"
-#include "btcoordsys.h"
-#include "btexcept.h"
-#include "kfbxpose.h"
-#include "kfbxscene.h"
-#include "kfbxskeleton.h"
+#include "Ba/babodymap.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamdbody.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btangles.h"
+#include "Bt/btcoordsys.h"
+#include "Bt/btexcept.h"
+#include "Fbx/kfbxpose.h"
+#include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxskeleton.h"
 #include "mesh.h"
 
 namespace {

@@ -2,8 +2,8 @@
 // pose.
 #pragma once
 
-#include "btlist.h"
-#include "kfbxnode.h"
+#include "Bt/btlist.h"
+#include "Fbx/kfbxnode.h"
 
 class BaMDBody;
 class BaModelData;

@@ -4,15 +4,15 @@
 #include <tuple>
 #include <utility>
 
-#include "bamdbody.h"
-#include "bamdvertexeffects.h"
-#include "bamdvertices.h"
-#include "btexcept.h"
-#include "bthash.h"
-#include "kfbxdeformer.h"
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
-#include "kfbxscene.h"
+#include "Ba/bamdbody.h"
+#include "Ba/bamdvertexeffects.h"
+#include "Ba/bamdvertices.h"
+#include "Bt/btexcept.h"
+#include "Bt/bthash.h"
+#include "Fbx/kfbxdeformer.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxscene.h"
 
 namespace {
 

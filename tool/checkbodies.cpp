@@ -2,9 +2,9 @@
 #include <cmath>
 #include <numeric>
 
-#include "bamodeldatapolyset.h"
-#include "btangles.h"
-#include "bthash.h"
+#include "Ba/bamodeldatapolyset.h"
+#include "Bt/btangles.h"
+#include "Bt/bthash.h"
 #include "checkrules.h"
 #include "style.h"
 

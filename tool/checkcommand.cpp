@@ -1,8 +1,8 @@
 // "check": finds what would make a conversion fail or look wrong.
 #include <iostream>
 
+#include "Ba/bamapping.h"
 #include "arguments.h"
-#include "bamapping.h"
 #include "checkrules.h"
 #include "json.h"
 #include "style.h"

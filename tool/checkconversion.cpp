@@ -1,9 +1,9 @@
 // What readers and a conversion on trial record, as findings.
 #include <memory>
 
-#include "bamapping.h"
-#include "bamodeldata.h"
-#include "btexcept.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btexcept.h"
 #include "checkrules.h"
 #include "save.h"
 #include "scene.h"

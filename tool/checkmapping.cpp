@@ -3,7 +3,7 @@
 #include <set>
 #include <utility>
 
-#include "bamapping.h"
+#include "Ba/bamapping.h"
 #include "checkrules.h"
 #include "rotationorder.h"
 #include "style.h"

@@ -1,9 +1,9 @@
 // The rules of "check" about names, materials and textures.
 #include <cctype>
 
+#include "Bt/btfile.h"
+#include "Bt/bthash.h"
 #include "bapicturefile.h"
-#include "btfile.h"
-#include "bthash.h"
 #include "checkrules.h"
 #include "picturefile.h"
 #include "style.h"

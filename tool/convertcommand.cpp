@@ -3,9 +3,9 @@
 #include <limits>
 #include <memory>
 
+#include "Ba/bamodeldata.h"
+#include "Bt/btexcept.h"
 #include "arguments.h"
-#include "bamodeldata.h"
-#include "btexcept.h"
 #include "inputs.h"
 #include "modeledits.h"
 #include "outputfile.h"

@@ -2,9 +2,9 @@
 #include <cmath>
 #include <iostream>
 
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
 #include "arguments.h"
-#include "bamapping.h"
-#include "bamodel.h"
 #include "differences.h"
 #include "json.h"
 #include "style.h"

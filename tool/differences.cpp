@@ -7,9 +7,9 @@
 #include <string_view>
 #include <utility>
 
+#include "Bt/btfile.h"
+#include "Bt/bthash.h"
 #include "bapicturefile.h"
-#include "btfile.h"
-#include "bthash.h"
 #include "geometry.h"
 #include "inputs.h"
 #include "shapedifferences.h"

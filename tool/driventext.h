@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "bamapping.h"
+#include "Ba/bamapping.h"
 
 // Names of bodies by id; those that are not in it are named by their ids.
 using BodyNames = std::map<int, std::string>;

@@ -4,8 +4,8 @@
 #include <iterator>
 #include <string_view>
 
-#include "btexcept.h"
-#include "bthash.h"
+#include "Bt/btexcept.h"
+#include "Bt/bthash.h"
 #include "bttextfile.h"
 #include "fbxrecordreader.h"
 

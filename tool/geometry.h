@@ -3,9 +3,9 @@
 
 #include <vector>
 
-#include "bamodel.h"
-#include "btcoordsys.h"
-#include "bthash.h"
+#include "Ba/bamodel.h"
+#include "Bt/btcoordsys.h"
+#include "Bt/bthash.h"
 #include "modelfacts.h"
 
 // The bodies below the reference body, depth first, parents before their children.

@@ -2,9 +2,9 @@
 #include <iostream>
 #include <memory>
 
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
 #include "arguments.h"
-#include "bamapping.h"
-#include "bamodel.h"
 #include "fbxfacts.h"
 #include "infotext.h"
 #include "inputs.h"

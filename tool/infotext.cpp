@@ -6,8 +6,8 @@
 #include <ostream>
 #include <sstream>
 
-#include "bamapping.h"
-#include "bthash.h"
+#include "Ba/bamapping.h"
+#include "Bt/bthash.h"
 #include "fbxfacts.h"
 #include "inputs.h"
 #include "modelfacts.h"

@@ -8,11 +8,11 @@
 #include <memory>
 #include <sstream>
 
-#include "bamapping.h"
-#include "bamodel.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
+#include "Bt/btexcept.h"
+#include "Bt/bthash.h"
 #include "bamodelheader.h"
-#include "btexcept.h"
-#include "bthash.h"
 #include "bttextfile.h"
 
 namespace {

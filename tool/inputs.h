@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 class BaModel;
 class BaUnlockedMapping;

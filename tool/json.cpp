@@ -3,7 +3,7 @@
 #include <cmath>
 #include <ostream>
 
-#include "bamapping.h"
+#include "Ba/bamapping.h"
 #include "fbxfacts.h"
 #include "modelfacts.h"
 #include "rotationorder.h"

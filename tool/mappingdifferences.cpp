@@ -3,7 +3,7 @@
 #include <cmath>
 #include <map>
 
-#include "bamapping.h"
+#include "Ba/bamapping.h"
 #include "differences.h"
 #include "inputs.h"
 #include "style.h"

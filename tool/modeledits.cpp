@@ -3,10 +3,10 @@
 #include <charconv>
 #include <optional>
 
-#include "bamodelcombine.h"
+#include "Ba/bamodelcombine.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
 #include "bapicturefile.h"
-#include "btexcept.h"
-#include "btfile.h"
 #include "geometry.h"
 #include "inputs.h"
 

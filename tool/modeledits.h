@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "bamodel.h"
+#include "Ba/bamodel.h"
 
 // Each edit answers false, with an error recorded, where it cannot be done.
 

@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <cmath>
 
-#include "babodymap.h"
-#include "bamapping.h"
-#include "bamodeldatapolyset.h"
+#include "Ba/babodymap.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodeldatapolyset.h"
+#include "Bt/btangles.h"
+#include "Bt/btfile.h"
+#include "Bt/bthash.h"
 #include "bapicturefile.h"
-#include "btangles.h"
-#include "btfile.h"
-#include "bthash.h"
 #include "geometry.h"
 #include "inputs.h"
 #include "picturefile.h"

@@ -1,8 +1,8 @@
 // "motion resample" and "motion cut": write motion at another rate, or a part of it.
 #include <limits>
 
+#include "Ba/bamotion.h"
 #include "arguments.h"
-#include "bamotion.h"
 #include "motionfiles.h"
 #include "style.h"
 

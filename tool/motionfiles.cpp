@@ -2,8 +2,8 @@
 
 #include <cmath>
 
+#include "Ba/bamotion.h"
 #include "arguments.h"
-#include "bamotion.h"
 
 std::vector<Message> ReadMotion(const std::string& file, double rate, BaMotion* motion) {
   motion->read(file.c_str(), {.rate = BaExactFrameRate(rate)});

@@ -3,8 +3,8 @@
 #include <iostream>
 #include <optional>
 
+#include "Ba/bamotion.h"
 #include "arguments.h"
-#include "bamotion.h"
 #include "driventext.h"
 #include "json.h"
 #include "motionfiles.h"

@@ -1,10 +1,10 @@
 // "motion rom": writes motion in which each variable of a mapping swings in turn.
 #include <algorithm>
 
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamotion.h"
 #include "arguments.h"
-#include "bamapping.h"
-#include "bamodel.h"
-#include "bamotion.h"
 #include "modelfacts.h"
 #include "motionfiles.h"
 #include "rangeofmotion.h"

@@ -1,6 +1,6 @@
 #include "outputfile.h"
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 #include "bttextfile.h"
 
 bool WriteWholeFile(const std::string& file, const std::function<void(std::ostream&)>& print) {

@@ -1,10 +1,10 @@
 // "picture": draws a model.
 #include <memory>
 
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
+#include "Bt/btexcept.h"
 #include "arguments.h"
-#include "bamapping.h"
-#include "bamodel.h"
-#include "btexcept.h"
 #include "inputs.h"
 #include "outputfile.h"
 #include "svgpicture.h"

@@ -6,7 +6,7 @@
 #include <numeric>
 #include <utility>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 #include "cancel.h"
 #include "inputs.h"
 

@@ -4,9 +4,9 @@
 #include <cmath>
 #include <numbers>
 
-#include "bamotion.h"
-#include "btexcept.h"
-#include "bthash.h"
+#include "Ba/bamotion.h"
+#include "Bt/btexcept.h"
+#include "Bt/bthash.h"
 #include "inputs.h"
 #include "style.h"
 

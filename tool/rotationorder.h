@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "babodymap.h"
+#include "Ba/babodymap.h"
 
 // The axes of the rotations in the order in which they are applied, such as "ZYX". A map that
 // does not turn about each axis once has other letters.

@@ -5,8 +5,8 @@
 #include <map>
 #include <utility>
 
-#include "bamodeldatapolyset.h"
-#include "bthash.h"
+#include "Ba/bamodeldatapolyset.h"
+#include "Bt/bthash.h"
 #include "geometry.h"
 #include "inputs.h"
 #include "placeindex.h"

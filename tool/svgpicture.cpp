@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "bamapping.h"
-#include "bthash.h"
+#include "Ba/bamapping.h"
+#include "Bt/bthash.h"
 #include "geometry.h"
 #include "inputs.h"
 #include "rotationorder.h"

@@ -1,10 +1,10 @@
-#include "bamapping.h"
+#include "Ba/bamapping.h"
 
 #include <algorithm>
 
+#include "Ba/babodymapattribute.h"
 #include "Ba/modeltexts.h"
 #include "Bt/deathcases.h"
-#include "babodymapattribute.h"
 #include "support/mappingerrors.h"
 #include "support/mappingtexts.h"
 

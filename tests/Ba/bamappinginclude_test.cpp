@@ -1,6 +1,6 @@
+#include "Ba/bamapping.h"
 #include "Ba/modeltexts.h"
 #include "Bt/workingfolder.h"
-#include "bamapping.h"
 #include "support/mappingtexts.h"
 
 namespace {

@@ -1,9 +1,9 @@
 // The model itself: lookups, questions, edits, ownership, size.
 
+#include "Ba/bamodelcombine.h"
 #include "Ba/modeltexts.h"
+#include "Bt/btset.h"
 #include "Bt/deathcases.h"
-#include "bamodelcombine.h"
-#include "btset.h"
 
 namespace {
 

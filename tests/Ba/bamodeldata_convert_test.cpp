@@ -3,11 +3,11 @@
 #include <cmath>
 #include <map>
 
+#include "Ba/bamodelcombine.h"
+#include "Ba/bamodeldatapolyset.h"
 #include "Ba/modeltexts.h"
+#include "Bt/btangles.h"
 #include "Bt/workingfolder.h"
-#include "bamodelcombine.h"
-#include "bamodeldatapolyset.h"
-#include "btangles.h"
 
 namespace {
 

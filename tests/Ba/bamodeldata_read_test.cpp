@@ -1,5 +1,5 @@
 #include "Ba/modeltexts.h"
-#include "btparse.h"
+#include "Bt/btparse.h"
 #include "btviewstream.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <set>
 
 #include "Ba/modeltexts.h"
-#include "btgeoobj.h"
+#include "Bt/btgeoobj.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Edits one by one: what follows a body, what goes with it, what is refused.
 
+#include "Ba/bamodelcombine.h"
 #include "Ba/modeltexts.h"
+#include "Bt/btgeoobj.h"
 #include "Bt/deathcases.h"
-#include "bamodelcombine.h"
-#include "btgeoobj.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "bamotion.h"
+#include "Ba/bamotion.h"
 
 #include <fstream>
 
+#include "Ba/bamapping.h"
 #include "Ba/modeltexts.h"
-#include "bamapping.h"
 #include "btviewstream.h"
 #include "support/errorcases.h"
 #include "support/printed.h"

@@ -3,10 +3,10 @@
 #include <cmath>
 #include <random>
 
+#include "Ba/bamapping.h"
+#include "Ba/bamotion.h"
 #include "Ba/modeltexts.h"
-#include "bamapping.h"
-#include "bamotion.h"
-#include "btcoordsys.h"
+#include "Bt/btcoordsys.h"
 #include "support/mappingtexts.h"
 
 namespace {

@@ -1,6 +1,6 @@
 // Polygons cut into triangles: shape, sense and count.
 
-#include "batriangulate.h"
+#include "Ba/batriangulate.h"
 
 #include <gtest/gtest.h>
 

@@ -12,8 +12,8 @@
 #include <type_traits>
 #include <vector>
 
-#include "bamodel.h"
-#include "bamodeldata.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamodeldata.h"
 #include "support/documenterrors.h"
 #include "support/legacyerrors.h"
 #include "support/testfolder.h"

@@ -6,10 +6,10 @@
 #include <locale>
 #include <sstream>
 
-#include "babodymap.h"
-#include "bamapping.h"
-#include "bamodel.h"
-#include "bamodeldata.h"
+#include "Ba/babodymap.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamodeldata.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "btangles.h"
+#include "Bt/btangles.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "btcoordsys.h"
+#include "Bt/btcoordsys.h"
 
 namespace {
 

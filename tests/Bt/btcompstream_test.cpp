@@ -10,10 +10,9 @@
 #include <optional>
 #include <random>
 
+#include "Bt/btcompfstream.h"
 #include "Bt/messages.h"
 #include "Bt/workingfolder.h"
-#include "btcompifstream.h"
-#include "btcompofstream.h"
 #include "bttextfile.h"
 
 namespace {

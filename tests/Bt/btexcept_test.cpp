@@ -1,4 +1,4 @@
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 
 #include "Bt/deathcases.h"
 #include "support/printed.h"

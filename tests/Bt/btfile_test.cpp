@@ -1,13 +1,12 @@
-#include "btfile.h"
+#include "Bt/btfile.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "Bt/btcompfstream.h"
 #include "Bt/deathcases.h"
 #include "Bt/messages.h"
 #include "Bt/workingfolder.h"
-#include "btcompifstream.h"
-#include "btcompofstream.h"
 
 namespace {
 

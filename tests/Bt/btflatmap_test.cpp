@@ -1,4 +1,4 @@
-#include "btflatmap.h"
+#include "Bt/btflatmap.h"
 
 #include <gtest/gtest.h>
 

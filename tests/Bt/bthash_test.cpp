@@ -1,4 +1,4 @@
-#include "bthash.h"
+#include "Bt/bthash.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-#include "btflatmap.h"
+#include "Bt/btflatmap.h"
 
 namespace {
 

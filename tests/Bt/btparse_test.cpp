@@ -1,4 +1,4 @@
-#include "btparse.h"
+#include "Bt/btparse.h"
 
 #include <gtest/gtest.h>
 
@@ -9,9 +9,9 @@
 #include <utility>
 #include <vector>
 
+#include "Bt/btifstream.h"
 #include "Bt/messages.h"
 #include "Bt/piecesbuf.h"
-#include "btifstream.h"
 
 namespace {
 

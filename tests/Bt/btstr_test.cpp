@@ -1,4 +1,4 @@
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 #include <functional>
 #include <istream>

@@ -9,11 +9,11 @@
 #include <utility>
 #include <vector>
 
+#include "Bt/btifstream.h"
+#include "Bt/btscan.h"
+#include "Bt/btsstreambuf.h"
 #include "Bt/deathcases.h"
 #include "Bt/piecesbuf.h"
-#include "btifstream.h"
-#include "btscan.h"
-#include "btsstreambuf.h"
 #include "support/testfolder.h"
 
 namespace {

@@ -8,15 +8,15 @@
 #include <string>
 #include <vector>
 
+#include "Bt/array.h"
+#include "Bt/btciter.h"
+#include "Bt/btcontainerutil.h"
+#include "Bt/btlist.h"
+#include "Bt/btmap.h"
+#include "Bt/btnullable.h"
+#include "Bt/btrbtree.h"
+#include "Bt/btset.h"
 #include "Bt/deathcases.h"
-#include "array.h"
-#include "btciter.h"
-#include "btcontainerutil.h"
-#include "btlist.h"
-#include "btmap.h"
-#include "btnullable.h"
-#include "btrbtree.h"
-#include "btset.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 
 // The recorded messages, outermost first, a line for each; clears them.
 inline std::string TakeMessages() {

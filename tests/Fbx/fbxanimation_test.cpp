@@ -6,11 +6,11 @@
 #include <map>
 #include <tuple>
 
+#include "Fbx/kfbxanimstack.h"
+#include "Fbx/kfbxdeformer.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
 #include "fbxfamily.h"
-#include "kfbxanimstack.h"
-#include "kfbxdeformer.h"
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
 #include "testscene.h"
 
 namespace {

@@ -7,13 +7,13 @@
 #include <functional>
 #include <set>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
+#include "Fbx/kfbxexporter.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxpose.h"
 #include "fbxdocument.h"
 #include "fbxfamily.h"
-#include "kfbxexporter.h"
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
-#include "kfbxpose.h"
 #include "testscene.h"
 
 namespace {

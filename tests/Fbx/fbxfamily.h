@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "Fbx/kfbxmath.h"
 #include "fbxrecords.h"
-#include "kfbxmath.h"
 
 // A name as binary files have it.
 std::string Named(const std::string& name, const std::string& type);

@@ -10,7 +10,7 @@
 #include <filesystem>
 #include <thread>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 #include "support/asuser.h"
 #include "testscene.h"
 

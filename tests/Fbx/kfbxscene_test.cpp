@@ -1,13 +1,13 @@
-#include "kfbxscene.h"
+#include "Fbx/kfbxscene.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>
 
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
-#include "kfbxsurfacephong.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxsurfacephong.h"
 #include "testscene.h"
 
 namespace {

@@ -2,17 +2,17 @@
 
 #include <gtest/gtest.h>
 
-#include "btexcept.h"
-#include "kfbxanimstack.h"
-#include "kfbxdeformer.h"
-#include "kfbxdocumentinfo.h"
-#include "kfbxexporter.h"
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
-#include "kfbxpose.h"
-#include "kfbxskeleton.h"
-#include "kfbxsurfacephong.h"
-#include "kfbxtexture.h"
+#include "Bt/btexcept.h"
+#include "Fbx/kfbxanimstack.h"
+#include "Fbx/kfbxdeformer.h"
+#include "Fbx/kfbxdocumentinfo.h"
+#include "Fbx/kfbxexporter.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxpose.h"
+#include "Fbx/kfbxskeleton.h"
+#include "Fbx/kfbxsurfacephong.h"
+#include "Fbx/kfbxtexture.h"
 
 namespace {
 

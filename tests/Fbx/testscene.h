@@ -4,11 +4,11 @@
 #include <memory>
 #include <string>
 
-#include "btstr.h"
+#include "Bt/btstr.h"
+#include "Fbx/kfbxmath.h"
+#include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxsdkmanager.h"
 #include "fbxrecords.h"
-#include "kfbxmath.h"
-#include "kfbxscene.h"
-#include "kfbxsdkmanager.h"
 #include "support/testfolder.h"
 
 class KFbxAnimStack;

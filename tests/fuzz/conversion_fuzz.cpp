@@ -5,12 +5,12 @@
 #include <memory>
 #include <string>
 
+#include "Ba/babodymap.h"
+#include "Bt/btexcept.h"
 #include "Fbx/fbxrecords.h"
-#include "babodymap.h"
-#include "btexcept.h"
+#include "Fbx/kfbxexporter.h"
+#include "Fbx/kfbxscene.h"
 #include "fuzzing.h"
-#include "kfbxexporter.h"
-#include "kfbxscene.h"
 #include "save.h"
 #include "scene.h"
 

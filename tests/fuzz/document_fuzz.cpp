@@ -4,8 +4,8 @@
 #include <memory>
 #include <sstream>
 
-#include "bamdvertexeffects.h"
-#include "btexcept.h"
+#include "Ba/bamdvertexeffects.h"
+#include "Bt/btexcept.h"
 #include "btviewstream.h"
 #include "fuzzing.h"
 

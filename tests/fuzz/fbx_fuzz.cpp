@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 #include "fbxfacts.h"
 #include "fbxrecordreader.h"
 #include "fuzzing.h"

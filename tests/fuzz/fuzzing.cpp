@@ -5,9 +5,9 @@
 #include <iostream>
 #include <memory>
 
-#include "babodymap.h"
+#include "Ba/babodymap.h"
+#include "Bt/btexcept.h"
 #include "bamodelheader.h"
-#include "btexcept.h"
 #include "btviewstream.h"
 
 const char* const kFuzzFolder = KESTRIX_FUZZ_FOLDER;

@@ -4,10 +4,10 @@
 
 #include <string_view>
 
-#include "bamapping.h"
-#include "bamodel.h"
-#include "bamodeldata.h"
-#include "btassert.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btassert.h"
 
 // The folder in which relative names are looked up: a few small files, and nothing else.
 extern const char* const kFuzzFolder;

@@ -1,7 +1,7 @@
 // Legacy model text: what is read holds together, and is read again from what it is written as.
 #include <sstream>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 #include "btviewstream.h"
 #include "fuzzing.h"
 

@@ -1,7 +1,7 @@
 // Mappings: what is read is read again from what it is written as, value by value.
 #include <sstream>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 #include "btviewstream.h"
 #include "fuzzing.h"
 

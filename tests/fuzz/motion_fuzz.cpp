@@ -4,8 +4,8 @@
 #include <limits>
 #include <sstream>
 
-#include "bamotion.h"
-#include "btexcept.h"
+#include "Ba/bamotion.h"
+#include "Bt/btexcept.h"
 #include "btviewstream.h"
 #include "fuzzing.h"
 

@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "btexcept.h"
-#include "btparse.h"
+#include "Bt/btexcept.h"
+#include "Bt/btparse.h"
 #include "btviewstream.h"
 #include "fuzzing.h"
 

@@ -9,11 +9,11 @@
 #include <map>
 #include <variant>
 
+#include "Ba/bamotion.h"
+#include "Fbx/kfbxanimstack.h"
+#include "Fbx/kfbxexporter.h"
 #include "animation.h"
-#include "bamotion.h"
 #include "builtscene.h"
-#include "kfbxanimstack.h"
-#include "kfbxexporter.h"
 
 namespace {
 

@@ -2,8 +2,8 @@
 #include <array>
 #include <tuple>
 
+#include "Fbx/kfbxdeformer.h"
 #include "builtscene.h"
-#include "kfbxdeformer.h"
 #include "support/documenterrors.h"
 
 namespace {

@@ -7,13 +7,13 @@
 #include <sstream>
 #include <string>
 
-#include "bamapping.h"
-#include "bamodel.h"
-#include "bamodeldata.h"
-#include "btexcept.h"
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
-#include "kfbxscene.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btexcept.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxscene.h"
 #include "scene.h"
 
 struct BuiltScene {

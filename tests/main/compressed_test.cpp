@@ -4,9 +4,9 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "bamapping.h"
-#include "bamodeldata.h"
-#include "btexcept.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btexcept.h"
 #include "runprogram.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
-#include "btparse.h"
+#include "Bt/btparse.h"
 #include "builtscene.h"
 #include "runprogram.h"
 #include "save.h"

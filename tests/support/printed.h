@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 
 // The printed form of what is recorded, which is cleared; empty for nothing.
 inline std::string TakePrinted() {

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "bamapping.h"
-#include "bamotion.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamotion.h"
 #include "main/runprogram.h"
 #include "tool/runtool.h"
 

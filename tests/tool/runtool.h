@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "Bt/btexcept.h"
 #include "arguments.h"
-#include "btexcept.h"
 
 struct ToolResult {
   int status;

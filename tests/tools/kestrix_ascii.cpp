@@ -3,11 +3,11 @@
 #include <cstdlib>
 #include <memory>
 
-#include "bamapping.h"
-#include "bamodel.h"
-#include "bamodeldata.h"
-#include "btexcept.h"
-#include "kfbxscene.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btexcept.h"
+#include "Fbx/kfbxscene.h"
 #include "options.h"
 #include "save.h"
 #include "scene.h"

@@ -5,11 +5,11 @@
 #include <span>
 #include <vector>
 
-#include "baelements.h"
-#include "bakey.h"
-#include "btcoordsys.h"
-#include "btfloatmat.h"
-#include "btstr.h"
+#include "Ba/baelements.h"
+#include "Ba/bakey.h"
+#include "Bt/btcoordsys.h"
+#include "Bt/btfloatmat.h"
+#include "Bt/btstr.h"
 
 class BaBone;
 class BaFlexiblePolygon;

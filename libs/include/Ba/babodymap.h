@@ -6,13 +6,13 @@
 #include <istream>
 #include <memory>
 
-#include "array.h"
-#include "baframe.h"
-#include "bakey.h"
-#include "batransform.h"
-#include "btfloatmat.h"
-#include "btlist.h"
-#include "btscan.h"
+#include "Ba/baframe.h"
+#include "Ba/bakey.h"
+#include "Ba/batransform.h"
+#include "Bt/array.h"
+#include "Bt/btfloatmat.h"
+#include "Bt/btlist.h"
+#include "Bt/btscan.h"
 
 // Where the transforms of a body stand at one moment, in the units of the variables. Transforms
 // that the body does not have are 0.

@@ -1,8 +1,8 @@
 // One transform of a mapped body as a named number that a frame of motion holds.
 #pragma once
 
-#include "babodymap.h"
-#include "btstr.h"
+#include "Ba/babodymap.h"
+#include "Bt/btstr.h"
 
 // Holds a copy of the transform, so it may outlive the body map. A frame is the array of all system
 // variables; variable id i stands at index i - 1.

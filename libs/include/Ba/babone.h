@@ -4,7 +4,7 @@
 #include <array>
 #include <iosfwd>
 
-#include "baelement.h"
+#include "Ba/baelement.h"
 
 class BaBone : public BaElement {
  public:

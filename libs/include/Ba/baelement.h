@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <iosfwd>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 class BtScanner;
 

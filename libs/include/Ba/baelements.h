@@ -5,7 +5,7 @@
 #include <limits>
 #include <utility>
 
-#include "array.h"
+#include "Bt/array.h"
 
 // While elements are added the array grows ahead of their number; trim() gives the rest back.
 // `Pointer` says who owns the elements: a unique_ptr in a model, a plain pointer in a body. The

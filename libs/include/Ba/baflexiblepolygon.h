@@ -1,8 +1,8 @@
 // A polygon between two bodies.
 #pragma once
 
-#include "bavertexelement.h"
-#include "btfloatarray.h"
+#include "Ba/bavertexelement.h"
+#include "Bt/btfloatarray.h"
 
 // Each vertex has a mode, a number that is kept as read.
 class BaFlexiblePolygon : public BaVertexElement {

@@ -1,7 +1,7 @@
 // A frame: the values of system variables at one moment.
 #pragma once
 
-#include "bthash.h"
+#include "Bt/bthash.h"
 
 // Captured variables are numbers without a unit of their own: what they drive says whether a value
 // is a length, an angle, the share of a slider or the index of a texture. Variable 0, which stands

@@ -1,7 +1,7 @@
 // The names and ids by which an owner finds what it owns.
 #pragma once
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 // A value that an owner may have in its lookups. From then on the owner alone changes it, so that
 // the lookups stay true; setting the value that is there already does no harm. A copy of the object

@@ -3,7 +3,7 @@
 
 #include <iosfwd>
 
-#include "balightattr.h"
+#include "Ba/balightattr.h"
 
 class BaLight {
  public:

@@ -6,8 +6,8 @@
 #include <memory>
 #include <span>
 
-#include "btassert.h"
-#include "btlist.h"
+#include "Bt/btassert.h"
+#include "Bt/btlist.h"
 
 class BtScanner;
 

@@ -8,12 +8,12 @@
 #include <memory>
 #include <vector>
 
-#include "babodymap.h"
-#include "btfile.h"
-#include "bthash.h"
-#include "btlist.h"
-#include "btmap.h"
-#include "btstr.h"
+#include "Ba/babodymap.h"
+#include "Bt/btfile.h"
+#include "Bt/bthash.h"
+#include "Bt/btlist.h"
+#include "Bt/btmap.h"
+#include "Bt/btstr.h"
 
 class BaModel;
 class Ba_IncludeChain;

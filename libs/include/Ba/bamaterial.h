@@ -5,11 +5,11 @@
 #include <memory>
 #include <vector>
 
-#include "bakey.h"
-#include "bamaterialattr.h"
-#include "batexture.h"
-#include "btlist.h"
-#include "btstr.h"
+#include "Ba/bakey.h"
+#include "Ba/bamaterialattr.h"
+#include "Ba/batexture.h"
+#include "Bt/btlist.h"
+#include "Bt/btstr.h"
 
 class BtScanner;
 

@@ -5,7 +5,7 @@
 #include <iosfwd>
 #include <span>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 enum Ba_MatAttr_t { Emission, Ambient, Diffuse, Specular, Shininess, Alpha };
 

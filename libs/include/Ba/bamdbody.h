@@ -4,9 +4,9 @@
 #include <iosfwd>
 #include <optional>
 
-#include "bakey.h"
-#include "bamdcoordsys.h"
-#include "btstr.h"
+#include "Ba/bakey.h"
+#include "Ba/bamdcoordsys.h"
+#include "Bt/btstr.h"
 
 class BaMDSource;
 

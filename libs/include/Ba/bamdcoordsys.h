@@ -4,7 +4,7 @@
 #include <array>
 #include <iosfwd>
 
-#include "btfloatarray.h"
+#include "Bt/btfloatarray.h"
 
 class BaMDSource;
 

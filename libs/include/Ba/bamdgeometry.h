@@ -5,12 +5,12 @@
 #include <iosfwd>
 #include <memory>
 
-#include "array.h"
-#include "bakey.h"
-#include "bamdmaterialgroup.h"
-#include "batexturecoords.h"
-#include "btlist.h"
-#include "btstr.h"
+#include "Ba/bakey.h"
+#include "Ba/bamdmaterialgroup.h"
+#include "Ba/batexturecoords.h"
+#include "Bt/array.h"
+#include "Bt/btlist.h"
+#include "Bt/btstr.h"
 
 class BaMDSource;
 class BaMDVertices;

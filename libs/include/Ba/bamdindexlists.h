@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 // Lists of entries of type T. Positions are 0-based; what the entries mean is their user's affair.
 // A list is appended whole or built at the end: push() its entries, then endList() or dropList().

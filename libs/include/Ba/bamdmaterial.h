@@ -4,11 +4,11 @@
 #include <iosfwd>
 #include <memory>
 
-#include "bakey.h"
-#include "bamdtexture.h"
-#include "btfloatarray.h"
-#include "btlist.h"
-#include "btstr.h"
+#include "Ba/bakey.h"
+#include "Ba/bamdtexture.h"
+#include "Bt/btfloatarray.h"
+#include "Bt/btlist.h"
+#include "Bt/btstr.h"
 
 class BaMDSource;
 

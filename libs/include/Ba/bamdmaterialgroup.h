@@ -4,10 +4,10 @@
 #include <iosfwd>
 #include <vector>
 
-#include "bamdindexlists.h"
-#include "bamdpoint.h"
-#include "banamemap.h"
-#include "btstr.h"
+#include "Ba/bamdindexlists.h"
+#include "Ba/bamdpoint.h"
+#include "Ba/banamemap.h"
+#include "Bt/btstr.h"
 
 class BaMDMaterial;
 class BaMDSource;

@@ -3,9 +3,9 @@
 
 #include <iosfwd>
 
-#include "bakey.h"
-#include "btlist.h"
-#include "btstr.h"
+#include "Ba/bakey.h"
+#include "Bt/btlist.h"
+#include "Bt/btstr.h"
 
 class BaMDSource;
 

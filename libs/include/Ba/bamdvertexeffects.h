@@ -5,8 +5,8 @@
 #include <iosfwd>
 #include <utility>
 
-#include "array.h"
-#include "btstr.h"
+#include "Bt/array.h"
+#include "Bt/btstr.h"
 
 class BaMDSource;
 

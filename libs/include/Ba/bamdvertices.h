@@ -4,12 +4,12 @@
 #include <iosfwd>
 #include <memory>
 
-#include "array.h"
-#include "bakey.h"
-#include "bamdpoint.h"
-#include "bamdvertexeffects.h"
-#include "btlist.h"
-#include "btstr.h"
+#include "Ba/bakey.h"
+#include "Ba/bamdpoint.h"
+#include "Ba/bamdvertexeffects.h"
+#include "Bt/array.h"
+#include "Bt/btlist.h"
+#include "Bt/btstr.h"
 
 class BaMDSource;
 

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "bamodel.h"
-#include "bthash.h"
+#include "Ba/bamodel.h"
+#include "Bt/bthash.h"
 
 // Adds copies of models to one that is being loaded. Units and settings stay those of the model.
 //

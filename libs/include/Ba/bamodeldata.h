@@ -7,18 +7,18 @@
 #include <memory>
 #include <vector>
 
-#include "bamdbody.h"
-#include "bamdgeometry.h"
-#include "bamdinclude.h"
-#include "bamdmaterial.h"
-#include "bamdslidergroup.h"
-#include "bamdvertices.h"
-#include "banamemap.h"
-#include "baunits.h"
-#include "btcoordsys.h"
-#include "btfile.h"
-#include "btlist.h"
-#include "btmap.h"
+#include "Ba/bamdbody.h"
+#include "Ba/bamdgeometry.h"
+#include "Ba/bamdinclude.h"
+#include "Ba/bamdmaterial.h"
+#include "Ba/bamdslidergroup.h"
+#include "Ba/bamdvertices.h"
+#include "Ba/banamemap.h"
+#include "Ba/baunits.h"
+#include "Bt/btcoordsys.h"
+#include "Bt/btfile.h"
+#include "Bt/btlist.h"
+#include "Bt/btmap.h"
 
 class BaModel;
 class BaModelCombine;

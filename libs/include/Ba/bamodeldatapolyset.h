@@ -6,14 +6,14 @@
 #include <span>
 #include <vector>
 
-#include "array.h"
-#include "bamdindexlists.h"
-#include "bamdpoint.h"
-#include "batexturecoords.h"
-#include "bavertex.h"
-#include "bthash.h"
-#include "btindextable.h"
-#include "btlist.h"
+#include "Ba/bamdindexlists.h"
+#include "Ba/bamdpoint.h"
+#include "Ba/batexturecoords.h"
+#include "Ba/bavertex.h"
+#include "Bt/array.h"
+#include "Bt/bthash.h"
+#include "Bt/btindextable.h"
+#include "Bt/btlist.h"
 
 class BaBody;
 class BaModel;

@@ -8,10 +8,10 @@
 #include <span>
 #include <vector>
 
-#include "baframe.h"
-#include "batransform.h"
-#include "btflatmap.h"
-#include "btstr.h"
+#include "Ba/baframe.h"
+#include "Ba/batransform.h"
+#include "Bt/btflatmap.h"
+#include "Bt/btstr.h"
 
 class BaUnlockedMapping;
 

@@ -3,8 +3,8 @@
 
 #include <iosfwd>
 
-#include "array.h"
-#include "btstr.h"
+#include "Bt/array.h"
+#include "Bt/btstr.h"
 
 class BtScanner;
 

@@ -1,8 +1,8 @@
 // Hash tables by name. Only lookups use them: nothing is ever walked in their order.
 #pragma once
 
-#include "btflatmap.h"
-#include "btstr.h"
+#include "Bt/btflatmap.h"
+#include "Bt/btstr.h"
 
 template <class Value>
 using BaNameMap = BtFlatMap<BtStr, Value>;

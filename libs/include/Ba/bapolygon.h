@@ -1,7 +1,7 @@
 // A polygon without texture coordinates.
 #pragma once
 
-#include "bavertexelement.h"
+#include "Ba/bavertexelement.h"
 
 // The vertices run around the polygon; the last is joined to the first.
 class BaPolygon : public BaVertexElement {

@@ -3,7 +3,7 @@
 
 #include <iosfwd>
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 class BtScanner;
 

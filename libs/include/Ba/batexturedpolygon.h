@@ -1,8 +1,8 @@
 // A polygon with texture coordinates at its corners.
 #pragma once
 
-#include "bapolygon.h"
-#include "batexturecoords.h"
+#include "Ba/bapolygon.h"
+#include "Ba/batexturecoords.h"
 
 class BaTexturedPolygon : public BaPolygon {
  public:

@@ -1,8 +1,8 @@
 // A triangle mesh with texture coordinates at its vertices.
 #pragma once
 
-#include "batexturecoords.h"
-#include "batmesh.h"
+#include "Ba/batexturecoords.h"
+#include "Ba/batmesh.h"
 
 class BaTexturedTMesh : public BaTMesh {
  public:

@@ -1,8 +1,8 @@
 // A triangle mesh: one strip of triangles.
 #pragma once
 
-#include "bavertexelement.h"
-#include "btfloatarray.h"
+#include "Ba/bavertexelement.h"
+#include "Bt/btfloatarray.h"
 
 // The triangles are the vertices 0 1 2, 1 2 3 and so on. Each vertex has a swap flag, a number that
 // is kept as read.

@@ -6,7 +6,7 @@
 #include <iosfwd>
 #include <memory>
 
-#include "array.h"
+#include "Bt/array.h"
 
 enum class BtAxis_t : std::uint8_t { X, Y, Z };
 // Prints "XAxis", "YAxis" or "ZAxis".

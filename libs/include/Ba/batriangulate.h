@@ -4,8 +4,8 @@
 #include <array>
 #include <vector>
 
-#include "array.h"
-#include "bavertex.h"
+#include "Ba/bavertex.h"
+#include "Bt/array.h"
 
 // The corners of a triangle, as 0-based indices into the corners of its polygon.
 using BaTriangle = std::array<int, 3>;

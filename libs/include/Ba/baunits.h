@@ -1,7 +1,7 @@
 // The unit in which lengths or angles of a model are given.
 #pragma once
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 // Values times `factor` are in the named unit: "INCHES" or "METERS", "RADIANS" or "DEGREES".
 struct BaUnits {

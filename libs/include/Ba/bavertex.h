@@ -3,7 +3,7 @@
 
 #include <iosfwd>
 
-#include "bavertexeffects.h"
+#include "Ba/bavertexeffects.h"
 
 class BtScanner;
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <utility>
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 class BtScanner;
 

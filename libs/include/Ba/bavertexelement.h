@@ -6,9 +6,9 @@
 #include <new>
 #include <utility>
 
-#include "array.h"
-#include "baelement.h"
-#include "bavertex.h"
+#include "Ba/baelement.h"
+#include "Ba/bavertex.h"
+#include "Bt/array.h"
 
 // Derived classes may keep arrays parallel to the vertices; the hooks keep them in step.
 class BaVertexElement : public BaElement {

@@ -10,9 +10,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "btarena.h"
-#include "btassert.h"
-#include "btnew.h"
+#include "Bt/btarena.h"
+#include "Bt/btassert.h"
+#include "Bt/btnew.h"
 
 // Direction of a sort order.
 enum class BtSortDirection { Ascending, Descending };

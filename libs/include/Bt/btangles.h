@@ -11,8 +11,8 @@
 #include <cstdint>
 #include <span>
 
-#include "array.h"
-#include "btfloatmat.h"
+#include "Bt/array.h"
+#include "Bt/btfloatmat.h"
 
 // What turns radians into the degrees that are shown and written: always this very float, one step
 // below 57.29578F, so that all programs give the same angle to the last bit.

@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 // Over lists, maps and sets: BtCIter<BtList<int>> it(list).
 template <class Container>

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "array.h"
-#include "btassert.h"
-#include "btlist.h"
+#include "Bt/array.h"
+#include "Bt/btassert.h"
+#include "Bt/btlist.h"
 
 // A copy of what a pointer points to, null for null. The caller owns it.
 template <class T>

@@ -3,7 +3,7 @@
 
 #include <array>
 
-#include "btfloatmat.h"
+#include "Bt/btfloatmat.h"
 
 // `point` as a row vector times `matrix`: rotated and moved.
 template <class Real>

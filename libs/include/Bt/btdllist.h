@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 class Bt_DLListCursor;
 

@@ -5,8 +5,8 @@
 #include <cstdarg>
 #include <iosfwd>
 
-#include "btassert.h"
-#include "btstr.h"
+#include "Bt/btassert.h"
+#include "Bt/btstr.h"
 
 // One recorded error or warning and the chain of records that explain it.
 class BtExcept {

@@ -7,8 +7,8 @@
 #include <fstream>
 #include <memory>
 
-#include "btifstream.h"
-#include "btstr.h"
+#include "Bt/btifstream.h"
+#include "Bt/btstr.h"
 
 // Paths. Unless it is said, nothing is looked up on disk, "." and ".." stand as they are.
 

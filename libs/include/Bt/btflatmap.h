@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
-#include "bthash.h"
-#include "btindextable.h"
+#include "Bt/bthash.h"
+#include "Bt/btindextable.h"
 
 // Values by key, with operations of std::unordered_map. Only for lookups: walking is not offered,
 // for the order of entries means nothing. Iterators and references hold until an entry is added or

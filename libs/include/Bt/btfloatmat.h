@@ -2,7 +2,7 @@
 // a comes first. Sums are formed in double precision whatever the elements are.
 #pragma once
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 // A matrix of N rows and N columns; rows and columns count from 0. A new one is the identity.
 template <class Real, int N>

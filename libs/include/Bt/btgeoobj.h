@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 // The triangles come as strips: of a strip's vertices 0 1 2 are a triangle, 1 2 3 the next one with
 // the opposite sense, and so on. Strips may share vertices.

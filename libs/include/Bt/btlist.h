@@ -8,7 +8,7 @@
 #include <type_traits>
 #include <utility>
 
-#include "btdllist.h"
+#include "Bt/btdllist.h"
 
 // A list of values. It is moved while no cursor or iterator stands in it. Positions are 0-based and
 // count live elements only; reaching one by position walks from the front, so loops should be

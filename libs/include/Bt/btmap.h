@@ -6,8 +6,8 @@
 #include <map>
 #include <utility>
 
-#include "btassert.h"
-#include "btstr.h"
+#include "Bt/btassert.h"
+#include "Bt/btstr.h"
 
 template <class T, class U, class F = std::less<T>>
 class BtMap {

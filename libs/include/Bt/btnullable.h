@@ -3,7 +3,7 @@
 
 #include <utility>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 template <class T>
 class BtNullable {

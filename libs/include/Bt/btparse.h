@@ -6,7 +6,7 @@
 #include <istream>
 #include <string_view>
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 // Reads one item of a keyword document. Answers
 // - true with `keyword` and `value`: an item. `single_line`, which may be null, tells a colon item

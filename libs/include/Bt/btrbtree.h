@@ -4,7 +4,7 @@
 
 #include <memory>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 class BtRBTreeIter;
 

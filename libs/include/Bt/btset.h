@@ -6,8 +6,8 @@
 #include <set>
 #include <utility>
 
-#include "btassert.h"
-#include "btstr.h"
+#include "Bt/btassert.h"
+#include "Bt/btstr.h"
 
 template <class T, class F = std::less<T>>
 class BtSet {

@@ -6,9 +6,9 @@
 #include <span>
 #include <vector>
 
-#include "btflatmap.h"
-#include "kfbxsdkmanager.h"
-#include "kfbxtime.h"
+#include "Bt/btflatmap.h"
+#include "Fbx/kfbxsdkmanager.h"
+#include "Fbx/kfbxtime.h"
 
 class KFbxBlendShapeChannel;
 class KFbxNode;

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "kfbxmath.h"
-#include "kfbxsdkmanager.h"
+#include "Fbx/kfbxmath.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 class KFbxNode;
 

@@ -1,7 +1,7 @@
 // KFbxDocumentInfo: who made the scene and what it is, for the header of the file.
 #pragma once
 
-#include "kfbxsdkmanager.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 class KFbxDocumentInfo : public KFbxCreated<KFbxDocumentInfo> {
  public:

@@ -3,8 +3,8 @@
 
 #include <string>
 
-#include "kfbxiosettings.h"
-#include "kfbxsdkmanager.h"
+#include "Fbx/kfbxiosettings.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 class KFbxScene;
 

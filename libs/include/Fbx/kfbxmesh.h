@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "kfbxnodeattribute.h"
-#include "kfbxsdkmanager.h"
+#include "Fbx/kfbxnodeattribute.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 class KFbxDeformer;
 

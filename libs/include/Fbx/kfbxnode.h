@@ -7,9 +7,9 @@
 #include <variant>
 #include <vector>
 
-#include "bthash.h"
-#include "kfbxmath.h"
-#include "kfbxnodeattribute.h"
+#include "Bt/bthash.h"
+#include "Fbx/kfbxmath.h"
+#include "Fbx/kfbxnodeattribute.h"
 
 class KFbxMesh;
 class KFbxNode;

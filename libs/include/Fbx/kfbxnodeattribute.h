@@ -1,7 +1,7 @@
 // KFbxNodeAttribute: what a node is: a bone or a mesh. A node without one is a plain transform.
 #pragma once
 
-#include "kfbxobject.h"
+#include "Fbx/kfbxobject.h"
 
 class KFbxNodeAttribute : public KFbxObject {
  public:

@@ -2,7 +2,7 @@
 // made by the Create() of their class and live until the manager is destroyed.
 #pragma once
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 class KFbxSdkManager;
 

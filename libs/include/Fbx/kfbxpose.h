@@ -3,9 +3,9 @@
 
 #include <vector>
 
-#include "btflatmap.h"
-#include "kfbxmath.h"
-#include "kfbxsdkmanager.h"
+#include "Bt/btflatmap.h"
+#include "Fbx/kfbxmath.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 class KFbxNode;
 

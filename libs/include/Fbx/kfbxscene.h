@@ -5,10 +5,10 @@
 #include <string>
 #include <vector>
 
-#include "btindextable.h"
-#include "kfbxmath.h"
-#include "kfbxsdkmanager.h"
-#include "kfbxtime.h"
+#include "Bt/btindextable.h"
+#include "Fbx/kfbxmath.h"
+#include "Fbx/kfbxsdkmanager.h"
+#include "Fbx/kfbxtime.h"
 
 class KFbxAnimStack;
 class KFbxDocumentInfo;

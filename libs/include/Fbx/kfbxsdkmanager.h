@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "kfbxiopluginregistry.h"
-#include "kfbxobject.h"
+#include "Fbx/kfbxiopluginregistry.h"
+#include "Fbx/kfbxobject.h"
 
 class KFbxSdkManager {
  public:

@@ -1,8 +1,8 @@
 // KFbxSkeleton: makes a node a bone.
 #pragma once
 
-#include "kfbxnodeattribute.h"
-#include "kfbxsdkmanager.h"
+#include "Fbx/kfbxnodeattribute.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 class KFbxSkeleton : public KFbxCreated<KFbxSkeleton, KFbxNodeAttribute> {
  public:

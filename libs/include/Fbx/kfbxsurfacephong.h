@@ -4,8 +4,8 @@
 #include <string_view>
 #include <vector>
 
-#include "kfbxmath.h"
-#include "kfbxsdkmanager.h"
+#include "Fbx/kfbxmath.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 class KFbxTexture;
 

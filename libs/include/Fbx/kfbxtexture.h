@@ -2,7 +2,7 @@
 // that show one file share its video.
 #pragma once
 
-#include "kfbxsdkmanager.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 // The picture file. Its bytes are read when the scene is written with embedded media.
 class KFbxVideo : public KFbxCreated<KFbxVideo> {

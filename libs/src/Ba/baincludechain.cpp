@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "btangles.h"
+#include "Bt/btangles.h"
 
 #include <algorithm>
 #include <array>

@@ -1,4 +1,4 @@
-#include "btarena.h"
+#include "Bt/btarena.h"
 
 #include <sys/mman.h>
 

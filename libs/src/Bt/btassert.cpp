@@ -1,4 +1,4 @@
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 #include <cstdio>
 #include <cstdlib>

@@ -6,9 +6,9 @@
 #include <limits>
 #include <vector>
 
-#include "btassert.h"
-#include "btscan.h"
-#include "btstr.h"
+#include "Bt/btassert.h"
+#include "Bt/btscan.h"
+#include "Bt/btstr.h"
 
 BtStr BtFormat(const char* format, ...) {
   std::va_list args;

@@ -1,4 +1,4 @@
-#include "btcompifstream.h"
+#include "Bt/btcompfstream.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -8,11 +8,11 @@
 #include <cstdio>
 #include <cstring>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
+#include "Bt/btifstream.h"
 #include "btcompprogram.h"
-#include "btexcept.h"
-#include "btfile.h"
-#include "btifstream.h"
 #include "btshelljob.h"
 
 namespace {

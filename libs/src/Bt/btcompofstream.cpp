@@ -1,4 +1,4 @@
-#include "btcompofstream.h"
+#include "Bt/btcompfstream.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,10 +10,11 @@
 #include <cstring>
 #include <streambuf>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
 #include "btcompprogram.h"
-#include "btexcept.h"
-#include "btfile.h"
+#include "btreplacement.h"
 #include "btshelljob.h"
 
 namespace {
@@ -152,7 +153,9 @@ class BtCompOFStream::Buf : public std::streambuf {
 };
 
 BtCompOFStream::BtCompOFStream(const char* name)
-    : std::ostream(nullptr), _job(std::make_unique<Bt_ShellJob>()) {
+    : std::ostream(nullptr),
+      _job(std::make_unique<Bt_ShellJob>()),
+      _replacement(std::make_unique<BtReplacement>()) {
   BtAssert(name != nullptr, "name!=0");
   if (!_job->open()) {
     theExceptObj.set("%s", std::strerror(errno));
@@ -161,7 +164,7 @@ BtCompOFStream::BtCompOFStream(const char* name)
     if (!_spawnCompress(name, Bt_CompExtension(name))) {
       _buf.reset();
       _job->end();  // before the file that it may write is removed
-      _replacement.discard();
+      _replacement->discard();
     }
     _removeNamedPipe();  // once both ends are open nobody needs the name
   }
@@ -177,13 +180,13 @@ bool BtCompOFStream::close() {
   bool whole = _buf->finish() && !given_up;
   rdbuf(nullptr);
   _buf.reset();
-  if (whole && _replacement.descriptor() >= 0 && !_replacement.commit()) {
+  if (whole && _replacement->descriptor() >= 0 && !_replacement->commit()) {
     theExceptObj.set("%s", std::strerror(errno));
     theExceptObj.set(kPackFailed);
     whole = false;
   }
   _job->end();
-  _replacement.discard();
+  _replacement->discard();
   return whole;
 }
 
@@ -206,7 +209,7 @@ bool BtCompOFStream::_spawnCompress(const char* name, const char* ext) {
     return false;
   }
   if (!BtFileHaveWriteAccess(name)) return false;
-  const BtReplacement::Place place = _replacement.open(name, _job.get());
+  const BtReplacement::Place place = _replacement->open(name, _job.get());
   if (place == BtReplacement::Place::Failed) {
     theExceptObj.set("%s", std::strerror(errno));
     theExceptObj.set("Couldn't create " + BtStr(name));
@@ -214,7 +217,7 @@ bool BtCompOFStream::_spawnCompress(const char* name, const char* ext) {
   }
   const BtStr pipe = Bt_ShellWord(_named_pipe);
   const BtStr file =
-      Bt_ShellWord(place == BtReplacement::Place::Beside ? _replacement.path().c_str() : name);
+      Bt_ShellWord(place == BtReplacement::Place::Beside ? _replacement->path().c_str() : name);
   const BtStr command = BtFormat(program->compress_command, static_cast<const char*>(pipe),
                                  static_cast<const char*>(file));
   _buf = std::make_unique<Buf>(*program, _job.get());

@@ -8,9 +8,9 @@
 #include <cstring>
 #include <string>
 
-#include "btassert.h"
-#include "btexcept.h"
-#include "btfile.h"
+#include "Bt/btassert.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
 
 namespace {
 

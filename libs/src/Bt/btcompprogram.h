@@ -4,8 +4,8 @@
 
 #include <string_view>
 
+#include "Bt/btstr.h"
 #include "btshelljob.h"
-#include "btstr.h"
 
 // The programs for one extension. The commands are run by the shell.
 struct Bt_CompProgram {

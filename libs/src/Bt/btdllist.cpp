@@ -1,4 +1,4 @@
-#include "btdllist.h"
+#include "Bt/btdllist.h"
 
 #include <cstdio>
 #include <cstdlib>

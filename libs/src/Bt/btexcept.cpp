@@ -1,4 +1,4 @@
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 
 #include <cstdlib>
 #include <iostream>

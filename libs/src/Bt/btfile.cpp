@@ -1,4 +1,4 @@
-#include "btfile.h"
+#include "Bt/btfile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,8 +10,8 @@
 #include <string>
 #include <system_error>
 
-#include "btassert.h"
-#include "btexcept.h"
+#include "Bt/btassert.h"
+#include "Bt/btexcept.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "bthash.h"
+#include "Bt/bthash.h"
 
 #include <sys/auxv.h>
 

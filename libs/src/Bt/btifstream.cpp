@@ -1,4 +1,4 @@
-#include "btifstream.h"
+#include "Bt/btifstream.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -9,7 +9,7 @@
 #include <cerrno>
 #include <cstring>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 
 namespace {
 

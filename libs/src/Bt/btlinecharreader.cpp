@@ -1,11 +1,11 @@
-#include "btlinecharreader.h"
+#include "Bt/btlinecharreader.h"
 
 #include <bit>
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
 
-#include "btscan.h"
+#include "Bt/btscan.h"
 
 // Sixteen characters at a time where the set is small.
 const char* BtCharSet::findIn(const char* begin, const char* end) const {

@@ -1,4 +1,4 @@
-#include "btnew.h"
+#include "Bt/btnew.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "btparse.h"
+#include "Bt/btparse.h"
 
 #include <bit>
 #include <cstring>
@@ -8,9 +8,9 @@
 #include <emmintrin.h>
 #endif
 
-#include "btexcept.h"
-#include "btlinecharreader.h"
-#include "btscan.h"
+#include "Bt/btexcept.h"
+#include "Bt/btlinecharreader.h"
+#include "Bt/btscan.h"
 
 namespace {
 

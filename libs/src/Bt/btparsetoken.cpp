@@ -1,11 +1,11 @@
 #include <charconv>
 #include <string>
 
+#include "Bt/btexcept.h"
+#include "Bt/btparse.h"
+#include "Bt/btscan.h"
 #include "btdigits.h"
-#include "btexcept.h"
 #include "btfloattext.h"
-#include "btparse.h"
-#include "btscan.h"
 #include "btstrtod.h"
 
 namespace {

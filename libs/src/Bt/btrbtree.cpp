@@ -1,4 +1,4 @@
-#include "btrbtree.h"
+#include "Bt/btrbtree.h"
 
 #include <utility>
 

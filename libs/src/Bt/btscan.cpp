@@ -1,4 +1,4 @@
-#include "btscan.h"
+#include "Bt/btscan.h"
 
 #include <algorithm>
 #include <bit>

@@ -14,7 +14,7 @@
 #include <cstring>
 #include <string>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 #include "btshelljobkeeper.h"
 
 namespace {

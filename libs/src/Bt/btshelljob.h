@@ -5,7 +5,7 @@
 
 #include <sys/types.h>
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 // A keeper, forked first of all, is the parent of the shell. It outlives this process for as long
 // as it takes to end the shell's group and to remove the pipe and the file that it keeps; its own

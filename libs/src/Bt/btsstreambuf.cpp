@@ -1,4 +1,4 @@
-#include "btsstreambuf.h"
+#include "Bt/btsstreambuf.h"
 
 #include <algorithm>
 #include <cstdlib>

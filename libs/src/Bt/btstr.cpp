@@ -1,4 +1,4 @@
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -9,9 +9,9 @@
 #include <string>
 #include <utility>
 
-#include "btassert.h"
-#include "btnew.h"
-#include "btscan.h"
+#include "Bt/btassert.h"
+#include "Bt/btnew.h"
+#include "Bt/btscan.h"
 
 namespace {
 

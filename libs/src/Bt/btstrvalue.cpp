@@ -11,10 +11,10 @@
 #include <streambuf>
 #include <utility>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
+#include "Bt/btscan.h"
+#include "Bt/btstr.h"
 #include "btfloattext.h"
-#include "btscan.h"
-#include "btstr.h"
 #include "btstrtod.h"
 
 namespace {

@@ -8,11 +8,10 @@
 #include <string>
 #include <utility>
 
-#include "btcompifstream.h"
-#include "btcompofstream.h"
+#include "Bt/btcompfstream.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
 #include "btcompprogram.h"
-#include "btexcept.h"
-#include "btfile.h"
 
 namespace {
 

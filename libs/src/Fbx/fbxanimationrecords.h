@@ -4,7 +4,7 @@
 #include <array>
 #include <string_view>
 
-#include "kfbxanimstack.h"
+#include "Fbx/kfbxanimstack.h"
 
 class FbxRecordSink;
 

@@ -6,8 +6,8 @@
 #include <iterator>
 #include <string>
 
-#include "btassert.h"
-#include "btexcept.h"
+#include "Bt/btassert.h"
+#include "Bt/btexcept.h"
 #include "fbxbinarylayout.h"
 #include "fbxoutputfile.h"
 #include "fbxsourcefile.h"

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <limits>
 
-#include "btassert.h"
-#include "btexcept.h"
+#include "Bt/btassert.h"
+#include "Bt/btexcept.h"
 #include "fbxbinarylayout.h"
 #include "fbxoutputfile.h"
 #include "fbxsourcefile.h"

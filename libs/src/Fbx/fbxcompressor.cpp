@@ -5,8 +5,8 @@
 
 #include <algorithm>
 
-#include "btassert.h"
-#include "btnew.h"
+#include "Bt/btassert.h"
+#include "Bt/btnew.h"
 #include "fbxoutputfile.h"
 
 namespace {

@@ -6,15 +6,15 @@
 #include <utility>
 #include <variant>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
+#include "Fbx/kfbxdocumentinfo.h"
+#include "Fbx/kfbxmath.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxpose.h"
+#include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxsurfacephong.h"
+#include "Fbx/kfbxtexture.h"
 #include "fbxsourcefile.h"
-#include "kfbxdocumentinfo.h"
-#include "kfbxmath.h"
-#include "kfbxnode.h"
-#include "kfbxpose.h"
-#include "kfbxscene.h"
-#include "kfbxsurfacephong.h"
-#include "kfbxtexture.h"
 
 namespace {
 

@@ -6,15 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "bthash.h"
+#include "Bt/bthash.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxsurfacephong.h"
+#include "Fbx/kfbxtexture.h"
 #include "fbxanimationrecords.h"
 #include "fbxdocument.h"
 #include "fbxgeometryrecords.h"
 #include "fbxskeletontypes.h"
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
-#include "kfbxsurfacephong.h"
-#include "kfbxtexture.h"
 
 namespace {
 

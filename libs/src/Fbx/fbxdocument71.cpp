@@ -1,15 +1,15 @@
 #include <cstddef>
 #include <iterator>
 
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxsurfacephong.h"
+#include "Fbx/kfbxtexture.h"
 #include "fbxanimationrecords.h"
 #include "fbxdocument.h"
 #include "fbxgeometryrecords.h"
 #include "fbxskeletontypes.h"
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
-#include "kfbxscene.h"
-#include "kfbxsurfacephong.h"
-#include "kfbxtexture.h"
 
 FbxDocument71::FbxDocument71(FbxRecordSink* sink_in, const FbxDocumentSource& source_in)
     : FbxDocument(sink_in, source_in, FbxFamily::e71) {}

@@ -2,9 +2,9 @@
 
 #include <span>
 
+#include "Fbx/kfbxdeformer.h"
+#include "Fbx/kfbxmesh.h"
 #include "fbxrecordsink.h"
-#include "kfbxdeformer.h"
-#include "kfbxmesh.h"
 
 namespace {
 

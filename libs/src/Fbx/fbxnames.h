@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "btflatmap.h"
+#include "Bt/btflatmap.h"
 
 // Text as UTF-8. Valid UTF-8 stays as it is; a byte that is none is taken as Latin-1.
 std::string FbxText(std::string_view text);

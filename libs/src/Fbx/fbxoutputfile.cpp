@@ -9,8 +9,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "btassert.h"
-#include "btexcept.h"
+#include "Bt/btassert.h"
+#include "Bt/btexcept.h"
 
 namespace {
 

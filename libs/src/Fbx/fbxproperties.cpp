@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <string>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 #include "fbxrecordsink.h"
 
 namespace {

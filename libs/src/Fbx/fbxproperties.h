@@ -9,8 +9,8 @@
 #include <span>
 #include <string_view>
 
-#include "kfbxiopluginregistry.h"
-#include "kfbxmath.h"
+#include "Fbx/kfbxiopluginregistry.h"
+#include "Fbx/kfbxmath.h"
 
 class FbxRecordSink;
 

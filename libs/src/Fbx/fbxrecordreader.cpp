@@ -5,7 +5,7 @@
 #include <cstring>
 #include <memory>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 #include "fbxbinarylayout.h"
 
 namespace {

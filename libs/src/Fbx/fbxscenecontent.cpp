@@ -7,15 +7,15 @@
 #include <span>
 #include <variant>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
+#include "Fbx/kfbxiosettings.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxpose.h"
+#include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxsurfacephong.h"
+#include "Fbx/kfbxtexture.h"
 #include "fbxproperties.h"
-#include "kfbxiosettings.h"
-#include "kfbxmesh.h"
-#include "kfbxnode.h"
-#include "kfbxpose.h"
-#include "kfbxscene.h"
-#include "kfbxsurfacephong.h"
-#include "kfbxtexture.h"
 
 namespace {
 

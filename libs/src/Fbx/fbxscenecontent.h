@@ -8,11 +8,11 @@
 #include <utility>
 #include <vector>
 
-#include "btflatmap.h"
+#include "Bt/btflatmap.h"
+#include "Fbx/kfbxanimstack.h"
+#include "Fbx/kfbxdeformer.h"
+#include "Fbx/kfbxiopluginregistry.h"
 #include "fbxnames.h"
-#include "kfbxanimstack.h"
-#include "kfbxdeformer.h"
-#include "kfbxiopluginregistry.h"
 
 class KFbxIOSettings;
 class KFbxMesh;

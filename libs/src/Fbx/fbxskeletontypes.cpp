@@ -1,7 +1,7 @@
 #include "fbxskeletontypes.h"
 
-#include "kfbxnode.h"
-#include "kfbxskeleton.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxskeleton.h"
 
 const char* FbxSkeletonTypeName(const KFbxNodeAttribute& attribute) {
   constexpr const char* kNames[] = {"Root", "Limb", "LimbNode", "Effector"};

@@ -1,13 +1,13 @@
-#include "kfbxanimstack.h"
+#include "Fbx/kfbxanimstack.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <functional>
 #include <utility>
 
-#include "btassert.h"
-#include "kfbxdeformer.h"
-#include "kfbxnode.h"
+#include "Bt/btassert.h"
+#include "Fbx/kfbxdeformer.h"
+#include "Fbx/kfbxnode.h"
 
 namespace {
 

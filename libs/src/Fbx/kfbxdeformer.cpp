@@ -1,8 +1,8 @@
-#include "kfbxdeformer.h"
+#include "Fbx/kfbxdeformer.h"
 
 #include <cstddef>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 void KFbxCluster::AddControlPointIndex(int index, double weight) {
   _indices.push_back(index);

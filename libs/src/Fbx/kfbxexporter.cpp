@@ -1,12 +1,12 @@
-#include "kfbxexporter.h"
+#include "Fbx/kfbxexporter.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 
-#include "btassert.h"
-#include "btexcept.h"
+#include "Bt/btassert.h"
+#include "Bt/btexcept.h"
 #include "fbxasciiencoder.h"
 #include "fbxbinaryencoder.h"
 #include "fbxdocument.h"

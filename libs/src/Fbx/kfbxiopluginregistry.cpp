@@ -1,9 +1,9 @@
-#include "kfbxiopluginregistry.h"
+#include "Fbx/kfbxiopluginregistry.h"
 
 #include <cstddef>
 #include <iterator>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
-#include "kfbxmath.h"
+#include "Fbx/kfbxmath.h"
 
 #include <cmath>
 #include <numbers>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 namespace {
 

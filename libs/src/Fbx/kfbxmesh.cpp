@@ -1,4 +1,4 @@
-#include "kfbxmesh.h"
+#include "Fbx/kfbxmesh.h"
 
 #include <algorithm>
 #include <cmath>
@@ -6,7 +6,7 @@
 #include <span>
 #include <utility>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 namespace {
 

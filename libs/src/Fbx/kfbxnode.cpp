@@ -1,12 +1,12 @@
-#include "kfbxnode.h"
+#include "Fbx/kfbxnode.h"
 
 #include <algorithm>
 #include <memory>
 
-#include "btassert.h"
-#include "kfbxmesh.h"
-#include "kfbxscene.h"
-#include "kfbxsdkmanager.h"
+#include "Bt/btassert.h"
+#include "Fbx/kfbxmesh.h"
+#include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 void KFbxTransformProperty::Set(const KFbxVector4& value) {
   _value = value;

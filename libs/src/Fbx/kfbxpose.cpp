@@ -1,8 +1,8 @@
-#include "kfbxpose.h"
+#include "Fbx/kfbxpose.h"
 
 #include <cstddef>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 int KFbxPose::Add(KFbxNode* node, const KFbxXMatrix& matrix, bool local, bool multiple) {
   if (node == nullptr) return -1;

@@ -1,13 +1,13 @@
-#include "kfbxscene.h"
+#include "Fbx/kfbxscene.h"
 
 #include <cstddef>
 #include <cstring>
 #include <string_view>
 
-#include "btassert.h"
-#include "bthash.h"
-#include "kfbxnode.h"
-#include "kfbxpose.h"
+#include "Bt/btassert.h"
+#include "Bt/bthash.h"
+#include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxpose.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "kfbxsdkmanager.h"
+#include "Fbx/kfbxsdkmanager.h"
 
 #include <algorithm>
 

@@ -1,4 +1,4 @@
-#include "kfbxsurfacephong.h"
+#include "Fbx/kfbxsurfacephong.h"
 
 #include <algorithm>
 #include <iterator>

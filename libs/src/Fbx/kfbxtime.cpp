@@ -1,9 +1,9 @@
-#include "kfbxtime.h"
+#include "Fbx/kfbxtime.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "btassert.h"
+#include "Bt/btassert.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <functional>
 #include <memory>
 
-#include "bamodel.h"
-#include "bamodeldata.h"
-#include "bamodeldatapolyset.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamodeldata.h"
+#include "Ba/bamodeldatapolyset.h"
 
 // The name of a body in a document: white space and control characters, which cannot stand there,
 // become "_"; a body without a name is called after its id.

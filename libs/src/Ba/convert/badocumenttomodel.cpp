@@ -1,10 +1,10 @@
 // From a document to a model.
 #include <algorithm>
 
+#include "Bt/bthash.h"
 #include "baconvert.h"
 #include "badocumenttomodelvertices.h"
 #include "bamdsection.h"
-#include "bthash.h"
 
 namespace {
 

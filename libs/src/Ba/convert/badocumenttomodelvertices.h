@@ -3,8 +3,8 @@
 
 #include <vector>
 
+#include "Bt/bthash.h"
 #include "baconvert.h"
-#include "bthash.h"
 
 // Geometries may share a set: its effects are sorted once, and made for the vertices that are used.
 // Refers to the set, which must outlive it unchanged.

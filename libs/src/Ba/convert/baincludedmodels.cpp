@@ -1,10 +1,10 @@
 // Merging the models that a document includes into it.
+#include "Ba/bamodelcombine.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btfile.h"
 #include "baincludechain.h"
 #include "bamdsection.h"
-#include "bamodelcombine.h"
-#include "bamodeldata.h"
 #include "bapicturefile.h"
-#include "btfile.h"
 
 namespace {
 

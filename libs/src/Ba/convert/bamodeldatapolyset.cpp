@@ -1,10 +1,10 @@
-#include "bamodeldatapolyset.h"
+#include "Ba/bamodeldatapolyset.h"
 
 #include <algorithm>
 #include <array>
 
-#include "bamodel.h"
-#include "bthash.h"
+#include "Ba/bamodel.h"
+#include "Bt/bthash.h"
 
 bool BaModelData_PolySet::_merge_vertices = true;
 

@@ -2,11 +2,11 @@
 
 #include <istream>
 
-#include "bamodel.h"
-#include "bamodeldata.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
 #include "bamodelheader.h"
-#include "btexcept.h"
-#include "btfile.h"
 #include "bttextfile.h"
 
 namespace {

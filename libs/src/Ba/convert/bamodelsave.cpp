@@ -1,8 +1,8 @@
 // Where models go out to files: always as documents.
 
-#include "bamodel.h"
-#include "bamodeldata.h"
-#include "btexcept.h"
+#include "Ba/bamodel.h"
+#include "Ba/bamodeldata.h"
+#include "Bt/btexcept.h"
 
 void BaModel::save(const char* file_name) const {
   BtAssert(!BtError(), "!BtError()");

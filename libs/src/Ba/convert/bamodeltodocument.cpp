@@ -5,12 +5,12 @@
 #include <iostream>
 #include <string>
 
+#include "Bt/btangles.h"
+#include "Bt/bthash.h"
 #include "bablendchecker.h"
 #include "baconvert.h"
 #include "bamdsection.h"
 #include "bapostscale.h"
-#include "btangles.h"
-#include "bthash.h"
 
 namespace {
 

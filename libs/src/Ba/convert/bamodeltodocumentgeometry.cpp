@@ -1,7 +1,7 @@
 // Geometries from poly sets.
+#include "Bt/bthash.h"
 #include "baconvert.h"
 #include "bamdsection.h"
-#include "bthash.h"
 
 namespace {
 

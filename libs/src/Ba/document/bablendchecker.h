@@ -1,9 +1,9 @@
 // Whether the sliders exist that blends name.
 #pragma once
 
-#include "bamdslidergroup.h"
-#include "bamdvertexeffects.h"
-#include "bthash.h"
+#include "Ba/bamdslidergroup.h"
+#include "Ba/bamdvertexeffects.h"
+#include "Bt/bthash.h"
 
 // What a group has is gathered once.
 class BaBlendChecker {

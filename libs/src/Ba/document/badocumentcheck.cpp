@@ -1,8 +1,8 @@
 // Checks across the sections of a document.
+#include "Ba/bamodeldata.h"
+#include "Bt/bthash.h"
 #include "bablendchecker.h"
 #include "bamdsection.h"
-#include "bamodeldata.h"
-#include "bthash.h"
 
 namespace {
 

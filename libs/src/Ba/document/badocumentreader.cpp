@@ -3,12 +3,12 @@
 #include <istream>
 #include <span>
 
+#include "Ba/bamodeldata.h"
+#include "Bt/btfile.h"
 #include "baincludechain.h"
 #include "bamdsection.h"
 #include "bamdunits.h"
-#include "bamodeldata.h"
 #include "bamodelheader.h"
-#include "btfile.h"
 #include "bttextfile.h"
 
 namespace {

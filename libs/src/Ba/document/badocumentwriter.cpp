@@ -4,12 +4,12 @@
 #include <ostream>
 #include <span>
 
+#include "Ba/bamodeldata.h"
+#include "Bt/btfile.h"
 #include "bamdsection.h"
 #include "bamdunits.h"
-#include "bamodeldata.h"
 #include "bamodelheader.h"
 #include "btclassicios.h"
-#include "btfile.h"
 #include "bttextfile.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "bamdbody.h"
+#include "Ba/bamdbody.h"
 
 #include <algorithm>
 #include <ostream>

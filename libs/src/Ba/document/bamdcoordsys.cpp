@@ -1,4 +1,4 @@
-#include "bamdcoordsys.h"
+#include "Ba/bamdcoordsys.h"
 
 #include <algorithm>
 #include <ostream>

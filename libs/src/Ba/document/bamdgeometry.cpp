@@ -1,10 +1,10 @@
-#include "bamdgeometry.h"
+#include "Ba/bamdgeometry.h"
 
 #include <ostream>
 #include <vector>
 
+#include "Ba/bamdvertices.h"
 #include "bamdsection.h"
-#include "bamdvertices.h"
 #include "btclassicios.h"
 
 namespace {

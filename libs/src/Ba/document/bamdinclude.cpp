@@ -1,4 +1,4 @@
-#include "bamdinclude.h"
+#include "Ba/bamdinclude.h"
 
 #include <ostream>
 

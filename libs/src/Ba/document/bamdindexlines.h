@@ -4,8 +4,8 @@
 #include <iosfwd>
 #include <string_view>
 
-#include "bamdindexlists.h"
-#include "bamdmaterialgroup.h"
+#include "Ba/bamdindexlists.h"
+#include "Ba/bamdmaterialgroup.h"
 
 enum class BaMDLines { Polygons, Strips };
 

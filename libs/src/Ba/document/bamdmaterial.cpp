@@ -1,4 +1,4 @@
-#include "bamdmaterial.h"
+#include "Ba/bamdmaterial.h"
 
 #include <ostream>
 

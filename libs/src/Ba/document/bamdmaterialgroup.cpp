@@ -1,4 +1,4 @@
-#include "bamdmaterialgroup.h"
+#include "Ba/bamdmaterialgroup.h"
 
 #include <ostream>
 

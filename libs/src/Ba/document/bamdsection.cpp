@@ -6,7 +6,7 @@
 #include <ostream>
 #include <vector>
 
-#include "btscan.h"
+#include "Bt/btscan.h"
 
 bool BaFail(const BtStr& message) {
   theExceptObj.set(message);

@@ -11,13 +11,13 @@
 #include <string_view>
 #include <utility>
 
+#include "Bt/btexcept.h"
+#include "Bt/btfloatarray.h"
+#include "Bt/btlist.h"
+#include "Bt/btparse.h"
+#include "Bt/btscan.h"
+#include "Bt/btstr.h"
 #include "bamdsource.h"
-#include "btexcept.h"
-#include "btfloatarray.h"
-#include "btlist.h"
-#include "btparse.h"
-#include "btscan.h"
-#include "btstr.h"
 #include "btviewstream.h"
 
 // A key word and the operation of the section's reader that takes its value; that operation answers

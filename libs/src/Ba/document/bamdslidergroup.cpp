@@ -1,11 +1,11 @@
-#include "bamdslidergroup.h"
+#include "Ba/bamdslidergroup.h"
 
 #include <ostream>
 
+#include "Ba/banamemap.h"
+#include "Bt/bthash.h"
 #include "bamdsection.h"
-#include "banamemap.h"
 #include "btclassicios.h"
-#include "bthash.h"
 
 namespace {
 

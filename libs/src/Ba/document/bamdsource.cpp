@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "btparse.h"
+#include "Bt/btparse.h"
 #include "btviewstream.h"
 
 namespace {

@@ -4,7 +4,7 @@
 #include <iosfwd>
 #include <string_view>
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 // One item of a section: a key word with a plain value or with a block.
 struct BaMDItem {

@@ -1,4 +1,4 @@
-#include "bamdtexture.h"
+#include "Ba/bamdtexture.h"
 
 #include <algorithm>
 #include <ostream>

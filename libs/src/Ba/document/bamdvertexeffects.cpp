@@ -1,4 +1,4 @@
-#include "bamdvertexeffects.h"
+#include "Ba/bamdvertexeffects.h"
 
 #include <ostream>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "bamdvertices.h"
+#include "Ba/bamdvertices.h"
 
 #include <ostream>
 #include <vector>

@@ -1,10 +1,10 @@
-#include "bamodeldata.h"
+#include "Ba/bamodeldata.h"
 
 #include <array>
 #include <numbers>
 
+#include "Bt/btangles.h"
 #include "bamdsection.h"
-#include "btangles.h"
 
 namespace {
 

@@ -4,7 +4,7 @@
 #include <map>
 #include <utility>
 
-#include "bavertexeffects.h"
+#include "Ba/bavertexeffects.h"
 
 // Vertices that share their effects share the changed ones: these are made once. `edit(effects,
 // body_id)` changes the effects of a vertex on a body, and depends on nothing else. Effects that no

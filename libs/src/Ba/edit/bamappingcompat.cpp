@@ -1,7 +1,7 @@
-#include "babody.h"
-#include "bamapping.h"
-#include "bamodel.h"
-#include "btexcept.h"
+#include "Ba/babody.h"
+#include "Ba/bamapping.h"
+#include "Ba/bamodel.h"
+#include "Bt/btexcept.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <iostream>
 #include <utility>
 
-#include "bamodel.h"
-#include "btgeoobj.h"
-#include "bthash.h"
+#include "Ba/bamodel.h"
+#include "Bt/btgeoobj.h"
+#include "Bt/bthash.h"
 
 namespace {
 

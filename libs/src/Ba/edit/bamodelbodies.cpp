@@ -6,11 +6,11 @@
 #include <utility>
 #include <vector>
 
+#include "Ba/bamodel.h"
+#include "Bt/btexcept.h"
+#include "Bt/bthash.h"
 #include "baeffectsedit.h"
-#include "bamodel.h"
 #include "bamodelwalk.h"
-#include "btexcept.h"
-#include "bthash.h"
 
 namespace {
 

@@ -1,11 +1,11 @@
-#include "bamodelcombine.h"
+#include "Ba/bamodelcombine.h"
 
 #include <algorithm>
 #include <sstream>
 
+#include "Bt/btexcept.h"
 #include "baeffectsedit.h"
 #include "balegacytext.h"
-#include "btexcept.h"
 
 namespace {
 

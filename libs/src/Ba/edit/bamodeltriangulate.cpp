@@ -3,8 +3,8 @@
 #include <utility>
 #include <vector>
 
-#include "bamodel.h"
-#include "batriangulate.h"
+#include "Ba/bamodel.h"
+#include "Ba/batriangulate.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 // Triangulation by cutting ears: a corner is an ear when it is convex and no other corner lies in
 // the triangle that it forms with its neighbours.
 
-#include "batriangulate.h"
+#include "Ba/batriangulate.h"
 
 #include <algorithm>
 #include <cmath>

@@ -8,10 +8,10 @@
 #include <type_traits>
 #include <utility>
 
+#include "Ba/bamodel.h"
+#include "Bt/btexcept.h"
+#include "Bt/btscan.h"
 #include "balegacytext.h"
-#include "bamodel.h"
-#include "btexcept.h"
-#include "btscan.h"
 
 namespace {
 

@@ -3,12 +3,12 @@
 #include <ostream>
 #include <vector>
 
+#include "Ba/bamodel.h"
+#include "Bt/btexcept.h"
 #include "balegacytext.h"
-#include "bamodel.h"
 #include "bamodelheader.h"
 #include "bapostscale.h"
 #include "btclassicios.h"
-#include "btexcept.h"
 
 namespace {
 

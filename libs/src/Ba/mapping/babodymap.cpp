@@ -1,4 +1,4 @@
-#include "babodymap.h"
+#include "Ba/babodymap.h"
 
 #include <cmath>
 #include <utility>

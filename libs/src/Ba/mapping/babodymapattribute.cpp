@@ -1,4 +1,4 @@
-#include "babodymapattribute.h"
+#include "Ba/babodymapattribute.h"
 
 namespace {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "babodymap.h"
+#include "Ba/babodymap.h"
+#include "Bt/btexcept.h"
 #include "btclassicios.h"
-#include "btexcept.h"
 #include "btfloattext.h"
 
 namespace {

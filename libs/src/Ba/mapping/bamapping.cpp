@@ -1,4 +1,4 @@
-#include "bamapping.h"
+#include "Ba/bamapping.h"
 
 #include <algorithm>
 

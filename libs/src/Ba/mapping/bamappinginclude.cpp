@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <limits>
 
+#include "Ba/bamapping.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
+#include "Bt/bthash.h"
 #include "baincludechain.h"
-#include "bamapping.h"
-#include "btexcept.h"
-#include "btfile.h"
-#include "bthash.h"
 
 namespace {
 

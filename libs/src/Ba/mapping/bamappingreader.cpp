@@ -2,11 +2,11 @@
 #include <algorithm>
 #include <string>
 
+#include "Ba/bamapping.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
 #include "baincludechain.h"
-#include "bamapping.h"
 #include "bamappingtext.h"
-#include "btexcept.h"
-#include "btfile.h"
 #include "bttextfile.h"
 
 namespace {

@@ -2,12 +2,12 @@
 #include <charconv>
 #include <string_view>
 
-#include "bamapping.h"
+#include "Ba/bamapping.h"
+#include "Ba/banamemap.h"
+#include "Bt/btexcept.h"
+#include "Bt/btparse.h"
+#include "Bt/btscan.h"
 #include "bamappingtext.h"
-#include "banamemap.h"
-#include "btexcept.h"
-#include "btparse.h"
-#include "btscan.h"
 #include "btviewstream.h"
 
 namespace {

@@ -1,11 +1,11 @@
 #include <ostream>
 
-#include "bamapping.h"
+#include "Ba/bamapping.h"
+#include "Bt/btexcept.h"
+#include "Bt/btfile.h"
+#include "Bt/btscan.h"
 #include "bamappingtext.h"
 #include "btclassicios.h"
-#include "btexcept.h"
-#include "btfile.h"
-#include "btscan.h"
 #include "bttextfile.h"
 
 bool BaCanBeInMapping(std::string_view value) {

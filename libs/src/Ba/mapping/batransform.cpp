@@ -1,4 +1,4 @@
-#include "batransform.h"
+#include "Ba/batransform.h"
 #include "btclassicios.h"
 
 #include <algorithm>

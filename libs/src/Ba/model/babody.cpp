@@ -1,4 +1,4 @@
-#include "babody.h"
+#include "Ba/babody.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,4 +1,4 @@
-#include "babone.h"
+#include "Ba/babone.h"
 
 #include <ostream>
 

@@ -1,7 +1,7 @@
-#include "baelement.h"
+#include "Ba/baelement.h"
 
+#include "Bt/btscan.h"
 #include "balegacytext.h"
-#include "btscan.h"
 
 bool BaElement::_scanIds(BtScanner& in) {
   BtAssert(isValid(), "isValid()");

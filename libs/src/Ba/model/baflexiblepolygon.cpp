@@ -1,4 +1,4 @@
-#include "baflexiblepolygon.h"
+#include "Ba/baflexiblepolygon.h"
 
 #include <ostream>
 #include <utility>

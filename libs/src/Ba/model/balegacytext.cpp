@@ -5,7 +5,7 @@
 #include <limits>
 #include <ostream>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 #include "btfloattext.h"
 
 namespace {

@@ -4,8 +4,8 @@
 #include <iosfwd>
 #include <span>
 
-#include "btscan.h"
-#include "btstr.h"
+#include "Bt/btscan.h"
+#include "Bt/btstr.h"
 
 // The lengths of the lines that old readers held in fixed buffers.
 inline constexpr int kBaLineLimit = 80;

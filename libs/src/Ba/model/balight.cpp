@@ -1,11 +1,11 @@
-#include "balight.h"
+#include "Ba/balight.h"
 
 #include <algorithm>
 #include <ostream>
 
+#include "Bt/btexcept.h"
 #include "balegacytext.h"
 #include "btclassicios.h"
-#include "btexcept.h"
 
 namespace {
 

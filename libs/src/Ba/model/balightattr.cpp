@@ -1,4 +1,4 @@
-#include "balightattr.h"
+#include "Ba/balightattr.h"
 
 #include <algorithm>
 #include <ostream>

@@ -1,11 +1,11 @@
-#include "balightingmodel.h"
+#include "Ba/balightingmodel.h"
 
 #include <algorithm>
 #include <ostream>
 
+#include "Bt/btexcept.h"
 #include "balegacytext.h"
 #include "btclassicios.h"
-#include "btexcept.h"
 
 namespace {
 

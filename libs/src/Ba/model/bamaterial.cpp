@@ -1,4 +1,4 @@
-#include "bamaterial.h"
+#include "Ba/bamaterial.h"
 
 #include <algorithm>
 #include <cctype>
@@ -6,9 +6,9 @@
 #include <string>
 #include <utility>
 
+#include "Bt/btexcept.h"
 #include "balegacytext.h"
 #include "btclassicios.h"
-#include "btexcept.h"
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "bamaterialattr.h"
+#include "Ba/bamaterialattr.h"
 
 #include <algorithm>
 

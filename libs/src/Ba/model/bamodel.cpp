@@ -1,8 +1,8 @@
-#include "bamodel.h"
+#include "Ba/bamodel.h"
 
 #include <algorithm>
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 
 namespace {
 

@@ -3,8 +3,8 @@
 #include <istream>
 #include <string_view>
 
+#include "Bt/btexcept.h"
 #include "balegacytext.h"
-#include "btexcept.h"
 
 namespace {
 

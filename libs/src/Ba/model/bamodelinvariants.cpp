@@ -5,9 +5,9 @@
 #include <utility>
 #include <vector>
 
-#include "bamodel.h"
+#include "Ba/bamodel.h"
+#include "Bt/bthash.h"
 #include "bamodelwalk.h"
-#include "bthash.h"
 
 // Walks a model until it meets a fault.
 class Ba_ModelChecker {

@@ -2,10 +2,10 @@
 
 #include <vector>
 
-#include "bamodel.h"
+#include "Ba/bamodel.h"
+#include "Bt/bthash.h"
+#include "Bt/btset.h"
 #include "bamodelwalk.h"
-#include "bthash.h"
-#include "btset.h"
 
 void BaModel::getBodyNames(BtSet<BtStr>* names) const {
   for (int id = 1; id < _bodies.size(); ++id) {

@@ -1,7 +1,7 @@
 // Walks over everything of one sort in a model, whatever collection it stands in.
 #pragma once
 
-#include "bamodel.h"
+#include "Ba/bamodel.h"
 
 // Calls `use(elements)` for each element collection of a model or of a body.
 template <class Owner, class Use>

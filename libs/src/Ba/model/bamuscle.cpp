@@ -1,4 +1,4 @@
-#include "bamuscle.h"
+#include "Ba/bamuscle.h"
 
 #include <algorithm>
 #include <ostream>

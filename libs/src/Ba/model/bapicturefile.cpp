@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "btfile.h"
+#include "Bt/btfile.h"
 
 namespace {
 

@@ -1,12 +1,12 @@
-#include "bapolygon.h"
+#include "Ba/bapolygon.h"
 
 #include <algorithm>
 #include <ostream>
 #include <utility>
 
+#include "Bt/btexcept.h"
 #include "balegacytext.h"
 #include "btclassicios.h"
-#include "btexcept.h"
 
 namespace {
 

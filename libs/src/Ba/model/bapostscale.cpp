@@ -1,6 +1,6 @@
 #include "bapostscale.h"
 
-#include "btexcept.h"
+#include "Bt/btexcept.h"
 
 void Ba_WarnOfPostScale(const BaModel& model, const BaBody* only) {
   constexpr int kMostNamed = 10;

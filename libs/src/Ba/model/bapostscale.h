@@ -1,7 +1,7 @@
 // What no format holds of a body.
 #pragma once
 
-#include "bamodel.h"
+#include "Ba/bamodel.h"
 
 // Records one warning that names the bodies of a model whose post scale factor is not 1, or `only`
 // this one.

@@ -1,11 +1,11 @@
-#include "batexture.h"
+#include "Ba/batexture.h"
 
 #include <ostream>
 #include <string>
 #include <string_view>
 
+#include "Bt/btassert.h"
 #include "balegacytext.h"
-#include "btassert.h"
 #include "btclassicios.h"
 
 namespace {

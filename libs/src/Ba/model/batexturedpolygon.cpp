@@ -1,4 +1,4 @@
-#include "batexturedpolygon.h"
+#include "Ba/batexturedpolygon.h"
 
 #include <ostream>
 #include <utility>

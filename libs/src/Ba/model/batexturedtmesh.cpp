@@ -1,4 +1,4 @@
-#include "batexturedtmesh.h"
+#include "Ba/batexturedtmesh.h"
 
 #include <ostream>
 #include <utility>

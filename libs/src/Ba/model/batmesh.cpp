@@ -1,4 +1,4 @@
-#include "batmesh.h"
+#include "Ba/batmesh.h"
 
 #include <ostream>
 #include <utility>

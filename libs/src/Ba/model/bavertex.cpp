@@ -1,11 +1,11 @@
-#include "bavertex.h"
+#include "Ba/bavertex.h"
 
 #include <ostream>
 #include <utility>
 
+#include "Bt/btexcept.h"
 #include "balegacytext.h"
 #include "btclassicios.h"
-#include "btexcept.h"
 
 namespace {
 

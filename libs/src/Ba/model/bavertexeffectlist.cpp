@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "bavertexeffects.h"
-#include "btassert.h"
-#include "bthash.h"
+#include "Ba/bavertexeffects.h"
+#include "Bt/btassert.h"
+#include "Bt/bthash.h"
 
 namespace {
 

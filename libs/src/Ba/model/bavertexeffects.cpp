@@ -1,11 +1,11 @@
-#include "bavertexeffects.h"
+#include "Ba/bavertexeffects.h"
 
 #include <algorithm>
 #include <limits>
 #include <ostream>
 
+#include "Bt/btassert.h"
 #include "balegacytext.h"
-#include "btassert.h"
 #include "btclassicios.h"
 
 namespace {

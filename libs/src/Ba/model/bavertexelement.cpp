@@ -1,4 +1,4 @@
-#include "bavertexelement.h"
+#include "Ba/bavertexelement.h"
 
 #include <algorithm>
 #include <ostream>

@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-#include "btscan.h"
+#include "Bt/btscan.h"
 
 namespace {
 

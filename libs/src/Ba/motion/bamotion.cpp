@@ -1,9 +1,9 @@
-#include "bamotion.h"
+#include "Ba/bamotion.h"
 
 #include <algorithm>
 #include <cmath>
 
-#include "bamapping.h"
+#include "Ba/bamapping.h"
 
 namespace {
 

@@ -3,11 +3,11 @@
 #include <cmath>
 #include <cstring>
 
+#include "Ba/bamotion.h"
+#include "Bt/btexcept.h"
+#include "Bt/btscan.h"
 #include "bacsvlines.h"
-#include "bamotion.h"
-#include "btexcept.h"
 #include "btfloattext.h"
-#include "btscan.h"
 #include "btstrtod.h"
 #include "bttextfile.h"
 

@@ -3,7 +3,7 @@
 #include <cmath>
 #include <limits>
 
-#include "bamotion.h"
+#include "Ba/bamotion.h"
 
 namespace {
 

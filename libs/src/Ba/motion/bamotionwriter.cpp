@@ -4,8 +4,8 @@
 #include <string>
 #include <string_view>
 
-#include "bamotion.h"
-#include "btexcept.h"
+#include "Ba/bamotion.h"
+#include "Bt/btexcept.h"
 #include "btfloattext.h"
 #include "bttextfile.h"
 

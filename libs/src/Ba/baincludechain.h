@@ -4,7 +4,7 @@
 
 #include <vector>
 
-#include "btfile.h"
+#include "Bt/btfile.h"
 #include "bttextfile.h"
 
 // The files that are being read at the moment, each included by the one before it.

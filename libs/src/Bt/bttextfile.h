@@ -6,10 +6,10 @@
 #include <memory>
 #include <ostream>
 
-#include "btifstream.h"
+#include "Bt/btifstream.h"
+#include "Bt/btstr.h"
 #include "btignoredsignals.h"
 #include "btreplacement.h"
-#include "btstr.h"
 
 // The name that the text of a file has: the file's own without an extension of compression.
 [[nodiscard]] BtStr BtTextFileName(const BtStr& file_name);

@@ -3,7 +3,7 @@
 
 #include <string_view>
 
-#include "btstr.h"
+#include "Bt/btstr.h"
 
 // True for a name that holds a drive or a backslash.
 [[nodiscard]] bool BaIsWindowsPath(std::string_view name);
