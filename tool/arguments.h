@@ -30,6 +30,8 @@ struct Arguments {
   double seconds = 2;    // that a variable swings
   double from = -1e300;  // seconds
   double to = 1e300;
+  double scale_factor = 2.54;
+  bool mesh_per_body = false;
 };
 
 // Exit statuses that all commands share.
@@ -79,4 +81,5 @@ int RunMotionRom(const Arguments& arguments);
 int RunMotionInfo(const Arguments& arguments);
 int RunMotionResample(const Arguments& arguments);
 int RunMotionCut(const Arguments& arguments);
+int RunView(const Arguments& arguments);
 int RunCompletion(const Arguments& arguments);

@@ -33,22 +33,19 @@ const parts = { POLICY: policy, STYLE: style, SCRIPT: script };
 const page = readFileSync(join(here, 'page.html'), 'utf8')
   .replace(/@([A-Z]+)@/g, (_, name) => parts[name]);
 
-/** The page as a C++ array of string literals, none longer than compilers must take. */
+/** The page as C++ literals, cut into pieces that compilers take. */
 function sourceOf(text) {
-  const pieces = text.match(/[^]{1,16000}/g).map((piece) => `R"kestrix_page(${piece})kestrix_page"`);
-  if (text.includes(')kestrix_page"')) throw new Error('the delimiter stands in the page');
+  const delimiter = 'kestrix_page';
+  if (text.includes(`)${delimiter}"`)) throw new Error('the delimiter stands in the page');
+  const literal = (part) => part.match(/[^]{1,16000}/g)
+    .map((piece) => `R"${delimiter}(${piece})${delimiter}"`).join('\n');
+  const [before, after] = text.split('<!--DATA-->');
   return `// Made by view/build.mjs.
 #include "viewtemplate.h"
 
-namespace {
-
-constexpr std::string_view kPieces[] = {
-${pieces.join(',\n')},
-};
-
-}  // namespace
-
-std::span<const std::string_view> ViewTemplate() { return kPieces; }
+ViewTemplate TheViewTemplate() { return {
+${literal(before)},
+${literal(after)}}; }
 `;
 }
 

@@ -25,8 +25,6 @@ function load(fbx, changed) {
   }
 }
 
-const nameOf = (object) => object.userData.originalName ?? object.name;
-
 export class Character {
   /** @param {any} data @param {ArrayBuffer} fbx @param {() => void} changed when a picture is there */
   constructor(data, fbx, changed) {
@@ -73,27 +71,37 @@ export class Character {
     return fresh.length > 0;
   }
 
-  // The bodies' nodes. A bone that several skins share is doubled by the loader, and the copies have
-  // no transform data of their own.
+  // The bodies stand in the data as their nodes stand in the file. A bone that several skins share is
+  // doubled by the loader, and the copies have no transform data of their own.
   _findJoints() {
     const nodes = [];
     this.root.traverse((object) => {
       if (object.isBone && object.userData.transformData) nodes.push(object);
     });
-    const byName = new Map(nodes.map((node) => [nameOf(node), node]));
+    if (nodes.length !== this.data.bodies.length) {
+      throw new Error(`The FBX has ${nodes.length} bones for ${this.data.bodies.length} bodies.`);
+    }
+    this.bodyOfNode = new Map();  // by the node's id in the file, which copies share
     return this.data.bodies.map((body, i) => {
-      const node = byName.get(body.node) ?? nodes[i];
-      if (node === undefined) throw new Error(`The FBX has no node of the body "${body.name}".`);
+      const node = nodes[i];
+      this.bodyOfNode.set(node.ID, body.id);
       node.matrixAutoUpdate = false;
       return { body, node, rest: node.matrix.clone() };
     });
   }
 
+  /** The id of the body that a mesh hangs under, 0 for none. */
+  _ownerOf(mesh) {
+    let node = mesh.parent;
+    while (node && !this.bodyOfNode.has(node.ID)) node = node.parent;
+    return node ? this.bodyOfNode.get(node.ID) : 0;
+  }
+
   _findShapes() {
-    const meshOf = new Map(this.meshes.map((mesh) => [nameOf(mesh), mesh]));
+    const meshOf = new Map(this.meshes.map((mesh) => [this._ownerOf(mesh), mesh]));
     this.shapes = [];
-    for (const { node, sliders } of this.data.meshes) {
-      const mesh = meshOf.get(node);
+    for (const { body, sliders } of this.data.meshes) {
+      const mesh = meshOf.get(body);
       if (!mesh?.morphTargetInfluences) continue;
       sliders.forEach((slider, i) =>
         this.shapes.push({ mesh, target: i, control: this.data.sliders[slider].control }));
@@ -136,10 +144,7 @@ export class Character {
 
   /** For each bone of a mesh's skin the body that it is; an unskinned mesh follows one body. */
   bodiesOf(mesh) {
-    const idOf = new Map(this.joints.map(({ body }) => [body.node, body.id]));
-    if (mesh.isSkinnedMesh) return mesh.skeleton.bones.map((bone) => idOf.get(nameOf(bone)));
-    let node = mesh.parent;
-    while (node && !node.isBone) node = node.parent;
-    return [node ? idOf.get(nameOf(node)) : undefined];
+    if (!mesh.isSkinnedMesh) return [this._ownerOf(mesh)];
+    return mesh.skeleton.bones.map((bone) => this.bodyOfNode.get(bone.ID));
   }
 }

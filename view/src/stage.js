@@ -57,15 +57,33 @@ export class Stage {
     this.look('fit');
   }
 
-  /** Looks from one of the views, or from where the camera is, such that everything is seen. */
+  /** Looks from one of the views, or from where the camera is, such that the whole box is seen. */
   look(view) {
     const offset = new Spherical();
     if (view) offset.set(1, kViews[view][1], kViews[view][0]);
     else offset.setFromVector3(this.camera.position.clone().sub(this.controls.target));
-    const [half, aspect] = [Math.tan(this.camera.fov * Math.PI / 360), this.camera.aspect];
-    offset.radius = 0.5 * this.size * 1.02 / Math.sin(Math.atan(half * Math.min(1, aspect)));
     this.box.getCenter(this.controls.target);
+    offset.radius = 1;
     this._place(offset);
+    offset.radius = 1.08 * this._distanceToSee();
+    this._place(offset);
+  }
+
+  /** How far from the target the camera must be, looking as it does, to see all corners. */
+  _distanceToSee() {
+    const tall = Math.tan(this.camera.fov * Math.PI / 360);
+    const wide = tall * this.camera.aspect;
+    const [right, up, back] = [0, 1, 2].map((i) =>
+      new Vector3().setFromMatrixColumn(this.camera.matrixWorld, i));
+    const corner = new Vector3();
+    let distance = this.size / 10;
+    for (let i = 0; i < 8; ++i) {
+      corner.set(...['x', 'y', 'z'].map((axis, bit) => this.box[i >> bit & 1 ? 'max' : 'min'][axis]))
+        .sub(this.controls.target);
+      const [x, y] = [Math.abs(corner.dot(right)) / wide, Math.abs(corner.dot(up)) / tall];
+      distance = Math.max(distance, Math.max(x, y) + corner.dot(back));
+    }
+    return distance;
   }
 
   /** Turns about the target by these angles and multiplies the distance. */
@@ -79,8 +97,8 @@ export class Stage {
   _place(offset) {
     offset.makeSafe();
     this.camera.position.setFromSpherical(offset).add(this.controls.target);
-    this.camera.updateProjectionMatrix();
     this.controls.update();
+    this.camera.updateMatrixWorld();
     this.invalidate();
   }
 

@@ -18,14 +18,8 @@ export function formulaOf({ constant, terms }) {
   return parts.length === 0 ? 'nothing' : parts.join(' + ').replaceAll('+ -', '− ');
 }
 
-/** The part of a control in a transform: factor and constant where there are any. */
+/** What a transform makes of a control, where that is more than the value itself. */
 export function partOf({ transform, coefficient }, data) {
-  const words = [];
-  if (coefficient !== 1) words.push(`× ${shown(coefficient, 6)}`);
-  if (transform.terms.length > 1) words.push(`of ${formulaOf(transform)}`);
-  else if (transform.constant !== 0) {
-    const sign = transform.constant < 0 ? '−' : '+';
-    words.push(`${sign} ${shown(Math.abs(transform.constant), 6)}${unitOf(transform, data)}`);
-  }
-  return words.length === 0 ? '' : ` (${words.join(' ')})`;
+  const plain = coefficient === 1 && transform.terms.length === 1 && transform.constant === 0;
+  return plain ? '' : ` by ${formulaOf(transform)}${unitOf(transform, data)}`;
 }

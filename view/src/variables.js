@@ -81,7 +81,7 @@ export class Variables {
       return element('li', {}, `shape ${use.slider.name} of ${use.slider.group}, 1 is 100 %`);
     }
     if (use.kind === 'texture') {
-      return element('li', {}, `chooses the texture of ${use.texture.name}, which an FBX cannot tell`);
+      return element('li', {}, `chooses the texture of ${use.texture.material}, which an FBX cannot tell`);
     }
     return element('li', {},
       element('button', { type: 'button', className: 'link',
