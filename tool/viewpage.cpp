@@ -12,6 +12,7 @@
 #include "bamdslidergroup.h"
 #include "bamodel.h"
 #include "bamodeldata.h"
+#include "btfile.h"
 #include "findings.h"
 #include "kfbxdeformer.h"
 #include "kfbxmesh.h"
@@ -152,6 +153,18 @@ Json TexturesOf(const ViewSource& source) {
   return textures;
 }
 
+// The findings, files named without their folders: pages are handed on.
+Json FindingsOf(const Findings& findings) {
+  Json list = ToJson(findings);
+  for (Json& finding : list) {
+    Json& place = finding["place"];
+    if (place["kind"] != "model" && place["kind"] != "mapping") continue;
+    if (!place["name"].is_string()) continue;
+    place["name"] = Text(BtFileBaseName(place["name"].get<std::string>().c_str()));
+  }
+  return list;
+}
+
 // What a length of the model is counted in.
 std::string UnitOf(const BaModelData& model_data) {
   const BaUnits& units = model_data.lengthUnits();
@@ -207,7 +220,7 @@ Json ViewData(const ViewSource& source) {
           {"sliders", SlidersOf(source)},
           {"textures", TexturesOf(source)},
           {"takes", Json::array()},
-          {"findings", ToJson(source.findings)}};
+          {"findings", FindingsOf(source.findings)}};
 }
 
 void PrintViewPage(const Json& data, const std::string& fbx, std::ostream& os) {

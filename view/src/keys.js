@@ -1,12 +1,15 @@
 // The keyboard: one table, which is also the help.
 import { byId, element, takesText } from './dom.js';
 
+const kNames = { ' ': 'space', ArrowLeft: '\u2190', ArrowRight: '\u2192', ArrowUp: '\u2191',
+  ArrowDown: '\u2193' };
+
 /** @param {{ keys: string[], text: string, run: () => void, canvas?: boolean }[]} table */
 export function listenToKeys(table, canvas) {
   const help = byId('help');
   help.append(element('h2', {}, 'Keys'),
     element('dl', {}, ...table.flatMap(({ keys, text }) => [
-      element('dt', {}, keys.map((key) => (key === ' ' ? 'space' : key)).join(' ')),
+      element('dt', {}, keys.map((key) => kNames[key] ?? key).join(' ')),
       element('dd', {}, text)])),
     element('form', { method: 'dialog' }, element('button', {}, 'Close')));
   document.addEventListener('keydown', (event) => {

@@ -19,8 +19,8 @@ import { Variables } from './variables.js';
 function measureOf(data, box) {
   const size = box.getSize(new Vector3());
   const [width, height, depth] = size.toArray().map((value) => shown(value, 1));
-  return `height ${height} cm, width ${width} cm, depth ${depth} cm with -scale_factor ` +
-    shown(data.scaleFactor, 6);
+  return [`height ${height} cm, width ${width} cm, depth ${depth} cm with `,
+    element('span', {}, `-scale_factor ${shown(data.scaleFactor, 6)}`)];
 }
 
 /** Hovering and clicking of joints in the picture. */
@@ -41,6 +41,7 @@ function listenToPointer(canvas, overlay, state, chosen) {
     tip.style.top = `${event.offsetY + 14}px`;
   });
   canvas.addEventListener('pointerleave', () => state.choose('hovered', null));
+  state.on('values', () => state.choose('hovered', null));  // what moves is no longer there
   state.on('hovered', () => {
     const joint = overlay.character.jointOf.get(state.hovered);
     tip.hidden = !joint || !canvas.matches(':hover');
@@ -63,7 +64,7 @@ function start() {
     if (looks && character.takePictures()) looks.apply();
   });
   stage.scene.add(character.root);
-  byId('measure').textContent = measureOf(data, character.restBox);
+  byId('measure').append(...measureOf(data, character.restBox));
   stage.furnish(character.restBox, character.size);
   byId('legend').textContent = `grid ${stage.step} cm`;
   byId('legend').hidden = false;
@@ -97,7 +98,7 @@ function start() {
     const slider = kind === 'slider' && data.sliders.find((one) => one.name === name);
     if (kind === 'body' && id !== null && character.jointOf.has(id)) {
       state.choose('body', id);
-      stage.center(new Vector3().setFromMatrixPosition(character.jointOf.get(id).node.matrixWorld));
+      stage.reveal(new Vector3().setFromMatrixPosition(character.jointOf.get(id).node.matrixWorld));
     }
     if (kind === 'variable' && controlOf.has(id)) showControl(id);
     if (slider) showControl(slider.control);

@@ -84,8 +84,8 @@ export class SkeletonOverlay {
     });
     fill(this.bones.geometry, ends, ends.map(() => kColors.bone));
     fill(this.points.geometry, this.places, joints.map(({ body: { id } }) =>
-      (id === state.body ? kColors.chosen : id === state.hovered ? kColors.hovered :
-        moved.has(id) ? kColors.moved : kColors.joint)));
+      (id === state.hovered ? kColors.hovered : moved.has(id) ? kColors.moved :
+        id === state.body ? kColors.chosen : kColors.joint)));
     this._drawAxes();
   }
 

@@ -15,6 +15,15 @@ const kViews = {
 const styleColor = (name) =>
   new Color(getComputedStyle(document.documentElement).getPropertyValue(name).trim());
 
+/** True where no graphics processor draws: then smooth edges and fine pixels cost too much. */
+function drawsInSoftware() {
+  const probe = document.createElement('canvas').getContext('webgl2');
+  const names = probe?.getExtension('WEBGL_debug_renderer_info');
+  const name = names ? probe.getParameter(names.UNMASKED_RENDERER_WEBGL) : '';
+  probe?.getExtension('WEBGL_lose_context')?.loseContext();
+  return /swiftshader|llvmpipe|softpipe|basic render/i.test(name);
+}
+
 /** Lines of 1, 10, 100 ... cm: the largest of these that leaves some ten lines across the size. */
 export const gridStep = (size) => 10 ** Math.floor(Math.log10(size / 4));
 
@@ -22,13 +31,15 @@ export class Stage {
   /** @param {HTMLCanvasElement} canvas */
   constructor(canvas) {
     this.canvas = canvas;
-    this.renderer = new WebGLRenderer({ canvas, antialias: true, powerPreference: 'low-power' });
+    const plain = drawsInSoftware();
+    this.finest = plain ? 1 : 2;  // pixels drawn for each of the page
+    this.renderer = new WebGLRenderer({ canvas, antialias: !plain });
     this.scene = new Scene();
     this.camera = new PerspectiveCamera(35, 1, 0.1, 1000);
-    const light = new DirectionalLight(0xffffff, 2.2);
+    const light = new DirectionalLight(0xffffff, 2.0);
     light.position.set(0.6, 1, 0.8);
     this.camera.add(light);
-    this.scene.add(new AmbientLight(0xffffff, 1.3), this.camera);
+    this.scene.add(new AmbientLight(0xffffff, 1.0), this.camera);
     this.controls = new OrbitControls(this.camera, canvas);
     this.controls.addEventListener('change', () => this.invalidate());
     this.beforeDraw = [];   // called with the time in seconds; true keeps the stage drawing
@@ -102,8 +113,10 @@ export class Stage {
     this.invalidate();
   }
 
-  /** Brings a point to the middle, without turning. */
-  center(point) {
+  /** Brings a point to the middle, without turning, unless it is well in sight. */
+  reveal(point) {
+    const seen = point.clone().project(this.camera);
+    if (Math.max(Math.abs(seen.x), Math.abs(seen.y)) < 0.9 && seen.z < 1) return;
     this.camera.position.add(point).sub(this.controls.target);
     this.controls.target.copy(point);
     this.controls.update();
@@ -128,7 +141,7 @@ export class Stage {
   _resize() {
     const { clientWidth, clientHeight } = this.canvas.parentElement;
     if (clientWidth === 0 || clientHeight === 0) return;
-    this.renderer.setPixelRatio(Math.min(devicePixelRatio, 2));
+    this.renderer.setPixelRatio(Math.min(devicePixelRatio, this.finest));
     this.renderer.setSize(clientWidth, clientHeight, false);
     this.camera.aspect = clientWidth / clientHeight;
     this.camera.updateProjectionMatrix();
