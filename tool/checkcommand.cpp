@@ -8,23 +8,13 @@
 
 namespace {
 
-std::string PlaceText(const Place& place) {
-  std::string text = place.kind;
-  if (!place.name.empty()) text += " " + place.name;
-  if (place.id)
-    text += place.name.empty() ? " " + std::to_string(*place.id)
-                               : " (id " + std::to_string(*place.id) + ")";
-  return text;
-}
-
 void PrintFindings(const Findings& findings, bool readable, std::ostream& os) {
   constexpr Style kStyles[] = {Style::Faint, Style::Warning, Style::Error};
   for (const Severity severity : {Severity::Error, Severity::Warning, Severity::Note}) {
     for (const Finding& finding : findings.list()) {
       if (finding.kind->severity != severity) continue;
       os << Styled(kStyles[static_cast<int>(severity)], SeverityName(severity)) << ": "
-         << finding.kind->code << ": " << Printable(PlaceText(finding.place)) << ": "
-         << finding.kind->text << " (" << Printable(finding.text) << ")\n";
+         << TextOf(finding) << "\n";
     }
   }
   const int errors = findings.count(Severity::Error);

@@ -7,6 +7,15 @@
 
 namespace {
 
+std::string PlaceText(const Place& place) {
+  std::string text = place.kind;
+  if (!place.name.empty()) text += " " + place.name;
+  if (place.id)
+    text += place.name.empty() ? " " + std::to_string(*place.id)
+                               : " (id " + std::to_string(*place.id) + ")";
+  return text;
+}
+
 void Run(std::span<const CheckRule> rules, const CheckInput& input, Findings* findings) {
   for (const CheckRule rule : rules) rule(input, findings);
 }
@@ -41,4 +50,9 @@ void CheckedFiles::complain() const {
 int StatusOf(const CheckedFiles& checked) {
   if (!checked.readable) return kExitTrouble;
   return checked.findings.count(Severity::Error) > 0 ? kExitFound : kExitGood;
+}
+
+std::string TextOf(const Finding& finding) {
+  return std::string(finding.kind->code) + ": " + Printable(PlaceText(finding.place)) + ": " +
+         finding.kind->text + " (" + Printable(finding.text) + ")";
 }

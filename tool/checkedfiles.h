@@ -29,3 +29,6 @@ struct CheckedFiles {
 
 // The exit status that tells of this.
 [[nodiscard]] int StatusOf(const CheckedFiles& checked);
+
+// A finding in one line, without its severity.
+[[nodiscard]] std::string TextOf(const Finding& finding);

@@ -1,6 +1,9 @@
 // "view": writes a page that shows the character as a conversion delivers it, and moves it.
+#include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <memory>
+#include <system_error>
 
 #include "arguments.h"
 #include "bamodeldata.h"
@@ -16,15 +19,28 @@
 
 namespace {
 
-// Prints the errors that were found; the others stand in the page.
+// True where the page would take the place of a file that it is made from.
+bool WouldReplaceInput(const Arguments& arguments) {
+  return std::any_of(arguments.files.begin(), arguments.files.end(), [&](const std::string& file) {
+    std::error_code ignored;
+    return std::filesystem::equivalent(file, arguments.output, ignored);
+  });
+}
+
+// Prints the first errors that were found; the other findings stand in the page.
 void PrintErrors(const CheckedFiles& files) {
+  constexpr int kMostErrors = 10;
   files.complain();
   if (!files.readable) return;
+  int left = kMostErrors;
   for (const Finding& finding : files.findings.list()) {
-    if (finding.kind->severity != Severity::Error) continue;
-    const bool in_mapping = finding.place.kind == std::string_view("mapping");
-    Complain(in_mapping ? files.dof_file : files.model_file,
-             std::string(finding.kind->code) + ": " + finding.text);
+    if (finding.kind->severity != Severity::Error || left-- <= 0) continue;
+    Complain(files.model_file, TextOf(finding));
+  }
+  const int errors = files.findings.count(Severity::Error);
+  if (errors > kMostErrors) {
+    Complain(files.model_file,
+             std::to_string(errors - kMostErrors) + " more errors, which check lists");
   }
 }
 
@@ -69,6 +85,10 @@ int RunView(const Arguments& arguments) {
   const float scale_factor = static_cast<float>(arguments.scale_factor);
   if (!std::isfinite(scale_factor) || scale_factor <= 0.0F) {
     Complain("--scale-factor", "not a number above 0");
+    return kExitTrouble;
+  }
+  if (WouldReplaceInput(arguments)) {
+    Complain(arguments.output, "is one of the files to read");
     return kExitTrouble;
   }
   const CheckedFiles files(arguments.files[0],

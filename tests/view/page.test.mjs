@@ -188,12 +188,14 @@ test('what cannot be converted makes no page', () => {
   const [fox] = filesOf('fox');
   const [, walkerDof] = filesOf('walker');
   for (const [args, status, words] of [
-    [[bad], 2, 'model-unreadable'], [[fox, walkerDof], 1, 'mapped-body-missing'],
-    [['none.mdl'], 2, 'model-unreadable'], [[fox, '--scale-factor', '0'], 2, '--scale-factor']]) {
+    [[bad], 2, 'Unable to read body data'], [[fox, walkerDof], 1, 'mapped-body-missing: body 33'],
+    [['none.mdl'], 2, 'Unable to open'], [[fox, '--scale-factor', '0'], 2, '--scale-factor']]) {
     const out = freshPath('.html');
     const answer = runTool(['view', ...args, '-o', out]);
     assert.equal(answer.status, status, words);
     assert.match(answer.stderr, new RegExp(words));
     assert.ok(!existsSync(out) && existsSync(dirname(out)));
   }
+  assert.match(runTool(['view', bad, '-o', bad]).stderr, /is one of the files to read/);
+  assert.match(readFileSync(bad, 'utf8'), /^Zov/);
 });
