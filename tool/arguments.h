@@ -22,6 +22,9 @@ struct Arguments {
   bool remove_bones = false;
   bool remove_unused_materials = false;
   bool triangulate = false;
+  double scale_factor = 2.54;
+  bool mesh_per_body = false;
+  std::string lengths;  // the unit of variables that move; empty for the model's
   std::string angles = "degrees";
   double rate = 0;       // 0 for what the times tell
   double new_rate = 30;  // of motion that is made
@@ -30,8 +33,6 @@ struct Arguments {
   double seconds = 2;    // that a variable swings
   double from = -1e300;  // seconds
   double to = 1e300;
-  double scale_factor = 2.54;
-  bool mesh_per_body = false;
 };
 
 // Exit statuses that all commands share.
@@ -77,9 +78,9 @@ int RunCheck(const Arguments& arguments);
 int RunDiff(const Arguments& arguments);
 int RunConvertModel(const Arguments& arguments);
 int RunPicture(const Arguments& arguments);
+int RunView(const Arguments& arguments);
 int RunMotionRom(const Arguments& arguments);
 int RunMotionInfo(const Arguments& arguments);
 int RunMotionResample(const Arguments& arguments);
 int RunMotionCut(const Arguments& arguments);
-int RunView(const Arguments& arguments);
 int RunCompletion(const Arguments& arguments);

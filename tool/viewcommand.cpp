@@ -1,9 +1,11 @@
 // "view": writes a page that shows the character as a conversion delivers it, and moves it.
 #include <algorithm>
-#include <cmath>
+#include <cctype>
 #include <filesystem>
 #include <memory>
+#include <set>
 #include <system_error>
+#include <utility>
 
 #include "arguments.h"
 #include "bamodeldata.h"
@@ -11,6 +13,7 @@
 #include "btfile.h"
 #include "checkedfiles.h"
 #include "inputs.h"
+#include "motionfiles.h"
 #include "outputfile.h"
 #include "save.h"
 #include "scene.h"
@@ -18,6 +21,8 @@
 #include "viewtemplate.h"
 
 namespace {
+
+constexpr std::size_t kFirstMotion = 2;  // among the files, behind model and mapping
 
 // True where the page would take the place of a file that it is made from.
 bool WouldReplaceInput(const Arguments& arguments) {
@@ -44,12 +49,42 @@ void PrintErrors(const CheckedFiles& files) {
   }
 }
 
+// What variables that move are counted in, as people say it.
+std::string LengthUnitName(const Arguments& arguments, const BaUnits& model_unit) {
+  if (!arguments.lengths.empty()) return arguments.lengths;
+  if (model_unit.factor != 1.0F) return "units";
+  std::string name = Text(model_unit.name);
+  std::transform(name.begin(), name.end(), name.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return name;
+}
+
+// Reads the motion files. False, with complaints, at the first that cannot be read.
+bool ReadTakes(const Arguments& arguments, const BaUnlockedMapping& mapping,
+               std::vector<ViewTake>* takes) {
+  std::set<std::string> names;
+  for (std::size_t i = kFirstMotion; i < arguments.files.size(); ++i) {
+    const std::string& file = arguments.files[i];
+    BaMotion motion;
+    motion.read(file.c_str(), {BaExactFrameRate(arguments.rate), BaHighestSysVarKnown(mapping)});
+    if (!TellMessages(file, TakeMessages())) return false;
+    takes->push_back({TakeName(file, &names), std::move(motion)});
+  }
+  return true;
+}
+
 // Converts what was read, as kestrix does, and writes the page. Errors are recorded.
-void WritePage(const Arguments& arguments, const CheckedFiles& files) {
-  const BtStr model_file = arguments.files[0].c_str();
+void WritePage(const Arguments& arguments, const CheckedFiles& files, std::vector<ViewTake> takes) {
+  const BtStr model_file = files.model_file.c_str();
   const auto scale_factor = static_cast<float>(arguments.scale_factor);
   BaModelData model_data;
   if (!model_data.fillFrom(files.model, true) || BtError()) return;
+  const BaUnits& unit = model_data.lengthUnits();
+  const BaVariableUnits units = UnitsOfVariables(arguments, unit);
+  if (units.length <= 0) {
+    theExceptObj.set("The unit of lengths of the model cannot be converted.");
+    return;
+  }
   KFbxSdkManager* manager = nullptr;
   KFbxScene* scene = nullptr;
   InitializeSdk(&manager, &scene);
@@ -60,14 +95,9 @@ void WritePage(const Arguments& arguments, const CheckedFiles& files) {
   }
   // Every word of warning is among the findings already.
   delete theExceptObj.release();
-  const ViewSource source = {Text(BtFileBaseName(model_file)),
-                             scale_factor,
-                             files.model,
-                             model_data,
-                             files.mapping,
-                             *scene,
-                             files.findings};
-  const Json data = ViewData(source);
+  const Json data = ViewData({Text(BtFileBaseName(model_file)), scale_factor, files.model,
+                              model_data, files.mapping, *scene, files.findings,
+                              LengthUnitName(arguments, unit), units, std::move(takes)});
   std::string fbx;
   const WriterChoice writer = FindMotionBuilderWriter(manager, "2011", false);
   if (!SaveSceneInMemory(manager, scene, false, true, writer.version, &fbx)) return;
@@ -82,9 +112,8 @@ int RunView(const Arguments& arguments) {
     Complain("view", "this build has no viewer: build with -DKESTRIX_VIEW=ON");
     return kExitTrouble;
   }
-  const float scale_factor = static_cast<float>(arguments.scale_factor);
-  if (!std::isfinite(scale_factor) || scale_factor <= 0.0F) {
-    Complain("--scale-factor", "not a number above 0");
+  if (!CheckPositive("--scale-factor", static_cast<float>(arguments.scale_factor)) ||
+      !CheckPositive("--rate", arguments.rate, true)) {
     return kExitTrouble;
   }
   if (WouldReplaceInput(arguments)) {
@@ -97,6 +126,8 @@ int RunView(const Arguments& arguments) {
     PrintErrors(files);
     return status;
   }
-  WritePage(arguments, files);
+  std::vector<ViewTake> takes;
+  if (!ReadTakes(arguments, files.mapping, &takes)) return kExitTrouble;
+  WritePage(arguments, files, std::move(takes));
   return TellMessages(arguments.output, TakeMessages()) ? kExitGood : kExitTrouble;
 }

@@ -1,10 +1,11 @@
 #include "viewpage.h"
 
-#include <algorithm>
 #include <array>
-#include <cctype>
+#include <bit>
+#include <cstddef>
 #include <map>
 #include <ostream>
+#include <span>
 #include <vector>
 
 #include "bamapping.h"
@@ -165,17 +166,9 @@ Json FindingsOf(const Findings& findings) {
   return list;
 }
 
-// What a length of the model is counted in.
-std::string UnitOf(const BaModelData& model_data) {
-  const BaUnits& units = model_data.lengthUnits();
-  if (units.factor != 1.0F) return "units";
-  std::string name = Text(units.name);
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return name;
-}
-
-void PrintBase64(std::string_view bytes, std::ostream& os) {
+// Calls write(text) with the letters of the bytes, four at a time.
+template <class Write>
+void EncodeBase64(std::string_view bytes, Write write) {
   constexpr std::string_view kLetters =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
   constexpr std::size_t kGroup = 3;
@@ -189,8 +182,41 @@ void PrintBase64(std::string_view bytes, std::ostream& os) {
     for (std::size_t i = 0; i <= group.size(); ++i) {
       letters.at(i) = kLetters[bits >> (18U - 6U * i) & 63U];
     }
-    os.write(letters.data(), letters.size());
+    write(std::string_view(letters.data(), letters.size()));
   }
+}
+
+// The numbers as they lie in memory, which is little-endian wherever the program runs.
+template <class Number>
+std::string Base64Of(const std::vector<Number>& numbers) {
+  static_assert(std::endian::native == std::endian::little);
+  const auto bytes = std::as_bytes(std::span(numbers));
+  std::string text;
+  text.reserve(4 * (bytes.size() / 3 + 1));
+  EncodeBase64({reinterpret_cast<const char*>(bytes.data()), bytes.size()},
+               [&](std::string_view letters) { text += letters; });
+  return text;
+}
+
+Json TakesOf(const std::vector<ViewTake>& takes) {
+  Json list = Json::array();
+  for (const auto& [name, motion] : takes) {
+    const std::vector<int>& ids = motion.sysVarIds();
+    const auto frames = static_cast<std::size_t>(motion.numFrames());
+    std::vector<float> values(frames * ids.size());
+    for (std::size_t column = 0; column < ids.size(); ++column) {
+      const std::span<const float> of_variable = motion.values(ids[column]);
+      for (std::size_t frame = 0; frame < frames; ++frame) {
+        values[frame * ids.size() + column] = of_variable[frame];
+      }
+    }
+    list.push_back({{"name", name},
+                    {"rate", motion.rate()},
+                    {"variables", ids},
+                    {"times", Base64Of(motion.times())},
+                    {"values", Base64Of(values)}});
+  }
+  return list;
 }
 
 // JSON that stands safely between script tags: no text in it can end the element.
@@ -214,12 +240,15 @@ Json ViewData(const ViewSource& source) {
   return {{"schema", kViewSchema},
           {"title", source.title},
           {"scaleFactor", source.scale_factor},
-          {"unit", UnitOf(source.model_data)},
+          {"units",
+           {{"angle", source.units.angle},
+            {"length", source.units.length},
+            {"lengthName", source.length_unit}}},
           {"bodies", std::move(walk.bodies)},
           {"meshes", std::move(walk.meshes)},
           {"sliders", SlidersOf(source)},
           {"textures", TexturesOf(source)},
-          {"takes", Json::array()},
+          {"takes", TakesOf(source.takes)},
           {"findings", FindingsOf(source.findings)}};
 }
 
@@ -228,6 +257,6 @@ void PrintViewPage(const Json& data, const std::string& fbx, std::ostream& os) {
   os << page.before << R"(<script type="application/json" id="kestrix-data">)" << ScriptSafe(data)
      << "</script>\n"
      << R"(<script type="text/plain" id="kestrix-fbx">)";
-  PrintBase64(fbx, os);
+  EncodeBase64(fbx, [&](std::string_view letters) { os << letters; });
   os << "</script>" << page.after;
 }

@@ -3,7 +3,9 @@
 
 #include <iosfwd>
 #include <string>
+#include <vector>
 
+#include "bamotion.h"
 #include "json.h"
 
 class BaModel;
@@ -14,6 +16,10 @@ class KFbxScene;
 
 // What the page is told besides the FBX; view/README.md says what each key means. The scene is the
 // one that the FBX was written from.
+struct ViewTake {
+  std::string name;
+  BaMotion motion;
+};
 struct ViewSource {
   std::string title;
   float scale_factor;
@@ -22,6 +28,9 @@ struct ViewSource {
   const BaUnlockedMapping& mapping;
   const KFbxScene& scene;
   const Findings& findings;
+  std::string length_unit;  // of variables that move
+  BaVariableUnits units;
+  std::vector<ViewTake> takes;
 };
 Json ViewData(const ViewSource& source);
 

@@ -31,33 +31,35 @@ const product = (a, b) => a.map((row) =>
   b[0].map((_, column) => row.reduce((sum, value, i) => sum + value * b[i][column], 0)));
 const identity = () => [0, 1, 2, 3].map((row) => [0, 1, 2, 3].map((column) => +(row === column)));
 
-function stepOf(transform, frame, scale) {
+function stepOf(transform, frame, { scale, angle = Math.PI / 180, length = 1 }) {
   const value = transform.terms.reduce((sum, [variable, coefficient]) =>
     sum + coefficient * (frame.get(variable) ?? 0), transform.constant);
   const matrix = identity();
   const axis = (transform.id - 1) % 3;
   if (transform.id <= 3) {
-    matrix[axis][3] = value * scale;
+    matrix[axis][3] = value * length * scale;
     return matrix;
   }
-  const angle = value * Math.PI / 180;
   const [a, b] = [(axis + 1) % 3, (axis + 2) % 3];
-  matrix[a][a] = matrix[b][b] = Math.cos(angle);
-  matrix[b][a] = Math.sin(angle);
-  matrix[a][b] = -Math.sin(angle);
+  matrix[a][a] = matrix[b][b] = Math.cos(value * angle);
+  matrix[b][a] = Math.sin(value * angle);
+  matrix[a][b] = -matrix[b][a];
   return matrix;
 }
 
-/** Body id -> its place in the world as a list of rows. `frame` maps variables to values. */
-export function poseOf(model, mapping, frame, scale) {
+/**
+ * Body id -> its place in the world as a list of rows. `frame` maps variables to values; measures are
+ * the scale factor and what one unit of a variable is.
+ */
+export function poseOf(model, mapping, frame, measures) {
   const bodies = new Map(readBodies(model).map((body) => [body.id, body]));
   const transforms = readTransforms(mapping);
   const worlds = new Map([[0, identity()]]);
   const find = (id) => {
     if (!worlds.has(id)) {
       const { rows, origin, parentId } = bodies.get(id);
-      const rest = [0, 1, 2].map((i) => [rows[0][i], rows[1][i], rows[2][i], origin[i] * scale]);
-      const steps = (transforms.get(id) ?? []).map((transform) => stepOf(transform, frame, scale));
+      const rest = [0, 1, 2].map((i) => [rows[0][i], rows[1][i], rows[2][i], origin[i] * measures.scale]);
+      const steps = (transforms.get(id) ?? []).map((transform) => stepOf(transform, frame, measures));
       worlds.set(id, [...steps].reduce(product, product(find(parentId), [...rest, [0, 0, 0, 1]])));
     }
     return worlds.get(id);

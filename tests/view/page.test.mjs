@@ -31,8 +31,10 @@ function worstOf(joints, wanted, size) {
     row.map((value, c) => Math.abs(value - world[4 * c + r]) * (c === 3 ? 1 : size)))));
 }
 
-for (const [name, options, scale] of [['fox', [], 2.54], ['robot', ['--mesh-per-body'], 2.54],
-  ['walker', ['--scale-factor', '0.37'], 0.37]]) {
+for (const [name, options, measures] of [
+  ['fox', [], { scale: 2.54 }],
+  ['robot', ['--mesh-per-body', '--lengths', 'feet'], { scale: 2.54, length: 12 }],
+  ['walker', ['--scale-factor', '0.37', '--angles', 'radians'], { scale: 0.37, angle: 1 }]]) {
   test(`${name}: bodies stand where the formula puts them`, async () => {
     const [model, mapping] = filesOf(name);
     const { page, complaints, close } = await open(browser, writePage([model, mapping], options));
@@ -47,16 +49,49 @@ for (const [name, options, scale] of [['fox', [], 2.54], ['robot', ['--mesh-per-
       for (const [variable, value] of values) kestrixView.set(variable, value);
       return kestrixView.joints();
     }), frames.map((frame) => [...frame]));
-    const rest = [...poseOf(model, mapping, new Map(), scale).values()];
+    const rest = [...poseOf(model, mapping, new Map(), measures).values()];
     const size = Math.max(...rest.map((world) => Math.hypot(world[0][3], world[1][3], world[2][3])));
     answers.forEach((joints, i) => {
-      const worst = worstOf(joints, poseOf(model, mapping, frames[i], scale), size);
+      const worst = worstOf(joints, poseOf(model, mapping, frames[i], measures), size);
       assert.ok(worst < 1e-4 * size, `frame ${i}: ${worst} of ${size}`);
     });
     assert.deepEqual(complaints, []);
     await close();
   });
 }
+
+test('takes play, pause, loop and can be scrubbed', async () => {
+  const motion = freshPath('.csv');
+  writeFileSync(motion, 'time,v21,22\n1,0,5\n1.5,40,5\n1.75,20,-5\n');
+  const files = [...filesOf('fox'), motion, motion];
+  const { page, complaints, close } = await open(browser, writePage(files));
+  const valueOf = (variable) => page.evaluate((id) => kestrixView.value(id), variable);
+  assert.match((await page.getByLabel('Take').allInnerTexts()).join(), /^(.+)\s+\1_2$/);
+  await page.evaluate(() => { kestrixView.set(30, 9); kestrixView.seek(1, 1.25); });
+  assert.deepEqual([await valueOf(21), await valueOf(22), await valueOf(30)], [20, 5, 0]);
+  const row = page.getByLabel('value of variable 21');
+  await row.scrollIntoViewIfNeeded();
+  await page.waitForFunction((field) => field.value === '20', await row.elementHandle());
+  await page.getByLabel('Time').fill('1.625');
+  assert.deepEqual([await valueOf(21), await valueOf(22)], [30, 0]);
+
+  await page.locator('#canvas').focus();
+  await page.keyboard.press(' ');
+  await page.waitForFunction(() => kestrixView.value(22) === 5);  // only before 1.5 s: it has looped
+  await page.getByLabel('loop').uncheck();
+  await page.getByRole('button', { name: 'Play' }).waitFor();
+  assert.deepEqual([await valueOf(21), await valueOf(22)], [20, -5]);
+  await page.getByLabel('Speed').selectOption('0.1');
+  await page.getByRole('button', { name: 'Play' }).click();
+  await page.waitForFunction(() => kestrixView.value(21) > 1);
+  await page.getByRole('button', { name: 'Pause' }).click();
+  const stopped = await valueOf(21);
+  assert.ok(stopped < 39, `${stopped}`);
+  await page.waitForTimeout(200);
+  assert.equal(await valueOf(21), stopped);
+  assert.deepEqual(complaints, []);
+  await close();
+});
 
 test('the page holds the very bytes that kestrix writes', () => {
   const fbx = freshPath('.fbx');
@@ -185,11 +220,13 @@ test('fits a phone, in dark and light', async () => {
 test('what cannot be converted makes no page', () => {
   const bad = freshPath('.mdl');
   writeFileSync(bad, 'Zov Graphic Model File\nv1.30\nX\nbroken');
-  const [fox] = filesOf('fox');
+  const [fox, foxDof] = filesOf('fox');
+  const motion = freshPath('.csv');
+  writeFileSync(motion, 'time,v999\n0,1\n');
   const [, walkerDof] = filesOf('walker');
   for (const [args, status, words] of [
     [[bad], 2, 'Unable to read body data'], [[fox, walkerDof], 1, 'mapped-body-missing: body 33'],
-    [['none.mdl'], 2, 'Unable to open'], [[fox, '--scale-factor', '0'], 2, '--scale-factor']]) {
+    [[fox, foxDof, motion], 2, 'variable 999 is above 64'], [['none.mdl'], 2, 'Unable to open'], [[fox, '--scale-factor', '0'], 2, '--scale-factor']]) {
     const out = freshPath('.html');
     const answer = runTool(['view', ...args, '-o', out]);
     assert.equal(answer.status, status, words);

@@ -2,7 +2,7 @@
 import { Box3, LoadingManager, Matrix4, Vector3 } from 'three';
 import { FBXLoader } from 'three/examples/jsm/loaders/FBXLoader.js';
 import { TGALoader } from 'three/examples/jsm/loaders/TGALoader.js';
-import { localMatrix } from './pose.js';
+import { localMatrix, measuresOf } from './pose.js';
 import { weld } from './weld.js';
 
 // What stands in for a picture that is not in the file: the page asks no one for it.
@@ -32,6 +32,7 @@ export class Character {
     this.root = root;
     this.remarks = remarks;
     this.data = data;
+    this.measures = measuresOf(data);
     /** @type {any[]} */
     this.meshes = [];
     this.materials = new Set();
@@ -112,7 +113,7 @@ export class Character {
   pose(valueOf, rest) {
     for (const { body, node, rest: matrix } of this.joints) {
       if (rest) node.matrix.copy(matrix);
-      else localMatrix(node.matrix, matrix, body, valueOf, this.data.scaleFactor);
+      else localMatrix(node.matrix, matrix, body, valueOf, this.measures);
     }
     for (const { mesh, target, control } of this.shapes) {
       mesh.morphTargetInfluences[target] = rest ? 0 : valueOf(control);

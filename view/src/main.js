@@ -75,11 +75,13 @@ function start() {
     { id: 'bodies', label: 'Bodies' }, { id: 'variables', label: 'Variables' },
     { id: 'findings', label: `Findings (${data.findings.length})` }, { id: 'show', label: 'Show' }]);
   const draw = () => stage.invalidate();
-  const length = character.size / data.scaleFactor;
-  const variables = new Variables(byId('variables'), data, controls, state, length, () => {
-    player.pause();
-    draw();
-  });
+  const { measures } = character;
+  const half = +(Math.PI / measures.angle).toFixed(9);
+  const variables = new Variables(byId('variables'), data, controls, state, half,
+    character.size / measures.length, () => {
+      player.pause();
+      draw();
+    });
   const player = new Player(byId('player'), data, controls, state, () => {
     variables.stopSwings();
     draw();

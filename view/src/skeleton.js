@@ -103,7 +103,7 @@ export class SkeletonOverlay {
       const joint = this.character.jointOf.get(body.id);
       const { index, turns } = axisOf(transform.id);
       const { origin, direction } = transformAxis(this.character.parentWorld(joint), joint.rest, body,
-        transform, this.state.rest ? () => 0 : this.state.valueOf, this.character.data.scaleFactor);
+        transform, this.state.rest ? () => 0 : this.state.valueOf, this.character.measures);
       const at = (along) => origin.clone().addScaledVector(direction, along * length);
       points.push(at(-1), at(1));
       points.push(...(turns ? ringOf(origin, direction, length / 2) : tipOf(at, direction, length)));

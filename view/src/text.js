@@ -8,7 +8,10 @@ export function deedOf(transform) {
   return turns ? `turns about ${letter}` : `moves along ${letter}`;
 }
 
-export const unitOf = (transform, data) => (axisOf(transform.id).turns ? '°' : ` ${data.unit}`);
+export function unitOf(transform, { units }) {
+  if (!axisOf(transform.id).turns) return ` ${units.lengthName}`;
+  return units.angle === 1 ? ' rad' : '°';
+}
 
 /** What makes the value of a transform: "v9", "0.5 × v12 + 3", "0.25" or "nothing". */
 export function formulaOf({ constant, terms }) {

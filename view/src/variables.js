@@ -5,10 +5,10 @@ import { deedOf, partOf } from './text.js';
 
 const kSwingSeconds = 2.4;
 
-/** How far the slider of a control goes: turns +-180, else +-size, shapes 0 to 1. */
-function limitsOf({ uses }, length) {
+/** How far the slider of a control goes: turns half round, else the size, shapes 0 to 1. */
+function limitsOf({ uses }, half, length) {
   const kinds = uses.filter(({ kind }) => kind === 'transform').map(({ transform }) => transform);
-  if (kinds.some(({ id }) => axisOf(id).turns)) return { least: -180, most: 180, swing: 45 };
+  if (kinds.some(({ id }) => axisOf(id).turns)) return { least: -half, most: half, swing: half / 4 };
   if (kinds.length > 0) return { least: -length, most: length, swing: length / 6 };
   if (uses.some(({ kind }) => kind === 'shape')) return { least: 0, most: 1, swing: 1 };
   return { least: 0, most: 10, swing: 0 };
@@ -16,10 +16,11 @@ function limitsOf({ uses }, length) {
 
 export class Variables {
   /**
-   * @param {number} length the size of the model in its own unit
+   * @param {number} half half a turn, in the unit of variables
+   * @param {number} length the size of the model, in the unit of variables
    * @param {() => void} moving called when something begins to swing
    */
-  constructor(panel, data, controls, state, length, moving) {
+  constructor(panel, data, controls, state, half, length, moving) {
     Object.assign(this, { data, state, moving, swings: new Map(), rows: new Map() });
     const names = new Map(data.bodies.map(({ id, name }) => [id, name]));
     this.search = element('input', { type: 'search', placeholder: 'Search number, body, shape',
@@ -33,7 +34,7 @@ export class Variables {
       }
     });
     for (const control of controls) {
-      const row = this._row(control, limitsOf(control, length), names);
+      const row = this._row(control, limitsOf(control, half, length), names);
       this.rows.set(control.id, row);
       this.list.append(row.item);
       this.watcher.observe(row.item);
