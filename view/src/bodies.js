@@ -13,7 +13,9 @@ function depthsOf(bodies) {
 export class BodyTree {
   /** @param {(id: number) => void} showControl what to do for a click on a variable */
   constructor(panel, data, state, showControl) {
-    Object.assign(this, { data, state, showControl });
+    this.data = data;
+    this.state = state;
+    this.showControl = showControl;
     this.search = element('input', {
       type: 'search', placeholder: 'Search bodies', 'aria-label': 'Search bodies',
       oninput: () => this._filter(),

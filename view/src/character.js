@@ -36,7 +36,7 @@ export class Character {
     /** @type {any[]} */
     this.meshes = [];
     this.materials = new Set();
-    root.traverse((object) => {
+    root.traverse((/** @type {any} */ object) => {
       if (object.isMesh) this.meshes.push(object);
     });
     this.meshes.forEach((mesh) => this._prepare(mesh));
@@ -76,7 +76,7 @@ export class Character {
   // doubled by the loader, and the copies have no transform data of their own.
   _findJoints() {
     const nodes = [];
-    this.root.traverse((object) => {
+    this.root.traverse((/** @type {any} */ object) => {
       if (object.isBone && object.userData.transformData) nodes.push(object);
     });
     if (nodes.length !== this.data.bodies.length) {

@@ -4,7 +4,7 @@ import { byId, element, takesText } from './dom.js';
 const kNames = { ' ': 'space', ArrowLeft: '\u2190', ArrowRight: '\u2192', ArrowUp: '\u2191',
   ArrowDown: '\u2193' };
 
-/** @param {{ keys: string[], text: string, run: () => void, canvas?: boolean }[]} table */
+/** @param {{ keys: string[], text: string, run: (key: string) => void, canvas?: boolean }[]} table */
 export function listenToKeys(table, canvas) {
   const help = byId('help');
   help.append(element('h2', {}, 'Keys'),

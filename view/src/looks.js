@@ -17,7 +17,9 @@ function heat(weight, target) {
 
 export class Looks {
   constructor(character, stage, state) {
-    Object.assign(this, { character, stage, state });
+    this.character = character;
+    this.stage = stage;
+    this.state = state;
     this.settings = { materials: true, textures: true, wireframe: false, normals: false,
       weights: false, box: false };
     this.plain = new MeshLambertMaterial({ color: 0xb9bec8 });

@@ -27,7 +27,12 @@ export function valuesAt({ times, variables, values }, time) {
 export class Player {
   /** @param {() => void} moving called when motion begins */
   constructor(panel, data, controls, state, moving) {
-    Object.assign(this, { data, state, moving, playing: false, time: 0 });
+    this.data = data;
+    this.state = state;
+    this.moving = moving;
+    this.playing = false;
+    this.time = 0;  // in seconds, of the take
+    this.last = null;  // the clock when the picture before was drawn
     if (data.takes.length === 0) return;
     panel.hidden = false;
     this.ids = controls.map(({ id }) => id);

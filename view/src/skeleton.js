@@ -48,7 +48,9 @@ function discTexture() {
 
 export class SkeletonOverlay {
   constructor(character, stage, state) {
-    Object.assign(this, { character, stage, state });
+    this.character = character;
+    this.stage = stage;
+    this.state = state;
     const onTop = { depthTest: false, depthWrite: false, transparent: true, vertexColors: true };
     this.bones = new LineSegments(new BufferGeometry(),
       new LineBasicMaterial({ ...onTop, opacity: 0.75 }));

@@ -89,8 +89,10 @@ export class Stage {
     const corner = new Vector3();
     let distance = this.size / 10;
     for (let i = 0; i < 8; ++i) {
-      corner.set(...['x', 'y', 'z'].map((axis, bit) => this.box[i >> bit & 1 ? 'max' : 'min'][axis]))
-        .sub(this.controls.target);
+      ['x', 'y', 'z'].forEach((axis, bit) => {
+        corner[axis] = this.box[i >> bit & 1 ? 'max' : 'min'][axis];
+      });
+      corner.sub(this.controls.target);
       const [x, y] = [Math.abs(corner.dot(right)) / wide, Math.abs(corner.dot(up)) / tall];
       distance = Math.max(distance, Math.max(x, y) + corner.dot(back));
     }
@@ -132,7 +134,8 @@ export class Stage {
     for (let i = 0; i < colors.count; i += 2) {
       const isMiddle = [0, 2].some((axis) =>
         [i, i + 1].every((p) => Math.abs(points.getComponent(p, axis)) < this.step / 2));
-      for (const p of [i, i + 1]) colors.setXYZ(p, ...(isMiddle ? middle : line).toArray());
+      const { r, g, b } = isMiddle ? middle : line;
+      for (const p of [i, i + 1]) colors.setXYZ(p, r, g, b);
     }
     colors.needsUpdate = true;
     this.invalidate();

@@ -21,14 +21,19 @@ export class Variables {
    * @param {() => void} moving called when something begins to swing
    */
   constructor(panel, data, controls, state, half, length, moving) {
-    Object.assign(this, { data, state, moving, swings: new Map(), rows: new Map() });
+    this.data = data;
+    this.state = state;
+    this.moving = moving;
+    this.swings = new Map();  // by control id: { start, middle }
+    this.rows = new Map();    // by control id
     const names = new Map(data.bodies.map(({ id, name }) => [id, name]));
     this.search = element('input', { type: 'search', placeholder: 'Search number, body, shape',
       'aria-label': 'Search variables', oninput: () => this._filter() });
     this.list = element('ul', { className: 'variables' });
     this.watcher = new IntersectionObserver((entries) => {
       for (const { target, isIntersecting } of entries) {
-        const row = this.rows.get(Number(target.dataset.control));
+        const { control } = /** @type {HTMLElement} */ (target).dataset;
+        const row = this.rows.get(Number(control));
         row.visible = isIntersecting;
         if (isIntersecting) this._refresh(row);
       }
