@@ -200,6 +200,19 @@ test('names do no harm', async () => {
   await close();
 });
 
+test('a missing picture is a finding, and its material can be shown', async () => {
+  const model = freshPath('.mdl');
+  writeFileSync(model, readFileSync(filesOf('fox')[0]));
+  const { page, complaints, close } = await open(browser, writePage([model]));
+  await page.getByRole('tab', { name: 'Findings' }).click();
+  const old = await page.locator('#canvas').screenshot();
+  await page.locator('.findings button', { hasText: 'texture-missing' }).click();
+  await page.waitForTimeout(200);
+  assert.ok(!old.equals(await page.locator('#canvas').screenshot()));
+  assert.deepEqual(complaints, []);
+  await close();
+});
+
 test('fits a phone, in dark and light', async () => {
   const path = writePage(filesOf('fox'));
   const stages = [];
