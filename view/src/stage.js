@@ -58,8 +58,10 @@ export class Stage {
     this.controls.maxDistance = size * 20;
     this.step = gridStep(size);
     const cells = 2 * Math.ceil(size / this.step);
-    const gridOf = () => new GridHelper(cells * this.step, cells);
-    this.grid = gridOf();
+    this.grid = new GridHelper(cells * this.step, cells);
+    // Drawn first and under everything: a floor of the model may lie in the same plane.
+    this.grid.renderOrder = -1;
+    this.grid.material.depthWrite = false;
     this.boxHelper = new Box3Helper(this.box.clone(), new Color(0xffa500));
     this.boxHelper.visible = false;
     this.scene.add(this.grid, this.boxHelper);
