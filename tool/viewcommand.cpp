@@ -1,14 +1,17 @@
 // "view": writes a page that shows the character as a conversion delivers it, and moves it.
 #include <algorithm>
 #include <cctype>
-#include <filesystem>
 #include <memory>
 #include <set>
-#include <system_error>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "arguments.h"
+#include "bamdmaterial.h"
+#include "bamdtexture.h"
 #include "bamodeldata.h"
+#include "bapicturefile.h"
 #include "btexcept.h"
 #include "btfile.h"
 #include "checkedfiles.h"
@@ -24,12 +27,27 @@ namespace {
 
 constexpr std::size_t kFirstMotion = 2;  // among the files, behind model and mapping
 
-// True where the page would take the place of a file that it is made from.
-bool WouldReplaceInput(const Arguments& arguments) {
-  return std::any_of(arguments.files.begin(), arguments.files.end(), [&](const std::string& file) {
-    std::error_code ignored;
-    return std::filesystem::equivalent(file, arguments.output, ignored);
-  });
+// True where the page would take the place of a file that it is made from: one that was named, one
+// that these include, or a picture.
+bool WouldReplaceSource(const Arguments& arguments, const CheckedFiles& files,
+                        const BaModelData& model_data) {
+  BtFileId output = {};
+  if (!BtFileFindId(arguments.output.c_str(), &output)) return false;
+  std::vector<BtFileId> sources = files.model.sourceFiles();
+  const std::vector<BtFileId>& of_mapping = files.mapping.sourceFiles();
+  sources.insert(sources.end(), of_mapping.begin(), of_mapping.end());
+  const auto add = [&](const char* path) {
+    BtFileId id = {};
+    if (BtFileFindId(path, &id)) sources.push_back(id);
+  };
+  for (const std::string& file : arguments.files) add(file.c_str());
+  const BtStr directory = BtFileDirectory(files.model_file.c_str());
+  for (const BaMDMaterial* material : model_data.materials()) {
+    for (const BaMDTexture* texture : material->textures()) {
+      add(BaFindPicture(directory, texture->name()));
+    }
+  }
+  return std::find(sources.begin(), sources.end(), output) != sources.end();
 }
 
 // Prints the first errors that were found; the other findings stand in the page.
@@ -79,6 +97,10 @@ void WritePage(const Arguments& arguments, const CheckedFiles& files, std::vecto
   const auto scale_factor = static_cast<float>(arguments.scale_factor);
   BaModelData model_data;
   if (!model_data.fillFrom(files.model, true) || BtError()) return;
+  if (WouldReplaceSource(arguments, files, model_data)) {
+    theExceptObj.set("This is one of the files that were read.");
+    return;
+  }
   const BaUnits& unit = model_data.lengthUnits();
   const BaVariableUnits units = UnitsOfVariables(arguments, unit);
   if (units.length <= 0) {
@@ -114,10 +136,6 @@ int RunView(const Arguments& arguments) {
   }
   if (!CheckPositive("--scale-factor", static_cast<float>(arguments.scale_factor)) ||
       !CheckPositive("--rate", arguments.rate, true)) {
-    return kExitTrouble;
-  }
-  if (WouldReplaceInput(arguments)) {
-    Complain(arguments.output, "is one of the files to read");
     return kExitTrouble;
   }
   const CheckedFiles files(arguments.files[0],
