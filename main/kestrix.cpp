@@ -2,7 +2,6 @@
 #include <malloc.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
@@ -19,6 +18,7 @@
 #include "btexcept.h"
 #include "btfile.h"
 #include "btnew.h"
+#include "cancel.h"
 #include "options.h"
 #include "save.h"
 #include "scene.h"
@@ -34,19 +34,6 @@ void KeepMemory() {
   mallopt(M_MMAP_THRESHOLD, kLargestBlock);
   mallopt(M_TRIM_THRESHOLD, kMostFree);
   mallopt(M_MXFAST, 0);  // small pieces are joined as they are freed, not all in one search
-}
-
-// Set by the first SIGINT; long operations ask for it. The second SIGINT ends the process.
-volatile std::sig_atomic_t cancel_asked = 0;
-
-void InstallCancel() {
-  struct sigaction action = {};
-  if (sigaction(SIGINT, nullptr, &action) != 0 || action.sa_handler == SIG_IGN) return;
-  action = {};
-  action.sa_handler = [](int) { cancel_asked = 1; };
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
-  sigaction(SIGINT, &action, nullptr);
-  theExceptObj.setCancelHook([] { return cancel_asked != 0; });
 }
 
 bool WasCanceled(const BtExcept& exception) {

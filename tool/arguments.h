@@ -22,9 +22,6 @@ struct Arguments {
   bool remove_bones = false;
   bool remove_unused_materials = false;
   bool triangulate = false;
-  double scale_factor = 2.54;
-  bool mesh_per_body = false;
-  std::string lengths;  // the unit of variables that move; empty for the model's
   std::string angles = "degrees";
   double rate = 0;       // 0 for what the times tell
   double new_rate = 30;  // of motion that is made
@@ -33,6 +30,10 @@ struct Arguments {
   double seconds = 2;    // that a variable swings
   double from = -1e300;  // seconds
   double to = 1e300;
+  double scale_factor = 2.54;
+  bool mesh_per_body = false;
+  std::string mb_version = "2011";
+  std::string lengths;  // the unit; empty for the model's
 };
 
 // Exit statuses that all commands share.
@@ -83,4 +84,5 @@ int RunMotionRom(const Arguments& arguments);
 int RunMotionInfo(const Arguments& arguments);
 int RunMotionResample(const Arguments& arguments);
 int RunMotionCut(const Arguments& arguments);
+int RunAnimate(const Arguments& arguments);
 int RunCompletion(const Arguments& arguments);

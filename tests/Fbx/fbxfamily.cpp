@@ -73,6 +73,9 @@ void ExpectSoundObjects(const Family& family, const FbxFile& file) {
     }
     connected.insert(family.key(*pose));
   }
+  for (const FbxRecord* stack : file.main.child("Objects").all("AnimationStack")) {
+    connected.insert(family.key(*stack));
+  }
   EXPECT_EQ(connected, keys);  // nothing lies about
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "btexcept.h"
+#include "kfbxanimstack.h"
 #include "kfbxdeformer.h"
 #include "kfbxdocumentinfo.h"
 #include "kfbxexporter.h"
@@ -121,6 +122,26 @@ void TestScene::addBlendShape(const char* name, const std::vector<const char*>& 
     blend_shape->AddBlendShapeChannel(channel);
   }
   mesh->AddDeformer(blend_shape);
+}
+
+KFbxBlendShapeChannel* TestScene::smile() const {
+  return static_cast<KFbxBlendShape*>(mesh->GetDeformer(1))->GetBlendShapeChannel(0);
+}
+
+KFbxAnimStack* TestScene::addTake(const char* name) const {
+  const auto times = std::make_shared<std::vector<KTime>>(kTakeTimes);
+  KFbxAnimStack* take = KFbxAnimStack::Create(scene, name);
+  take->LocalStart.Set(kTakeTimes.front());
+  take->LocalStop.Set(kTakeTimes.back());
+  take->GetCurveNode(smile())->GetCurve(0)->SetKeys(times, kTakeValues);
+  for (const auto property : {KFbxAnimCurveNode::eROTATION, KFbxAnimCurveNode::eTRANSLATION}) {
+    KFbxAnimCurveNode* curves = take->GetCurveNode(spine, property);
+    curves->GetCurve(0)->SetKeys(times, std::vector<float>(kTakeTimes.size(), 7));
+    curves->GetCurve(1)->SetKeys(times, kTakeValues);
+    curves->GetCurve(2)->SetKeys(times, std::vector<float>(kTakeTimes.size(), 7));
+  }
+  scene->AddAnimStack(take);
+  return take;
 }
 
 KFbxNode* AddNode(KFbxScene* scene, const char* name, KFbxNode* parent) {

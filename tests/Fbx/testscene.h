@@ -11,6 +11,8 @@
 #include "kfbxsdkmanager.h"
 #include "support/testfolder.h"
 
+class KFbxAnimStack;
+class KFbxBlendShapeChannel;
 class KFbxMesh;
 class KFbxNode;
 
@@ -25,6 +27,11 @@ struct TestScene {
   explicit TestScene(const std::string& picture = "/nowhere/checker.png");
   // Another blend shape of the mesh, with a channel for each slider.
   void addBlendShape(const char* name, const std::vector<const char*>& sliders) const;
+  // The first channel of the first blend shape.
+  [[nodiscard]] KFbxBlendShapeChannel* smile() const;
+  // A take with the keys of kTakeTimes: the spine turns and rises by kTakeValues, and so smiles the
+  // face; all other axes stand still, at values that are not theirs in the scene.
+  KFbxAnimStack* addTake(const char* name) const;
 
   ScenePtr owner = NewScene();
   KFbxScene* scene = owner.get();
@@ -34,6 +41,10 @@ struct TestScene {
   KFbxNode* mesh_node;
   KFbxMesh* mesh;
 };
+
+inline const std::vector<KTime> kTakeTimes = {KTIME_ONE_SECOND / 2, KTIME_ONE_SECOND,
+                                              2 * KTIME_ONE_SECOND};
+inline const std::vector<float> kTakeValues = {0, 400, 50};
 
 // A node of the scene under a parent, the root where none is given.
 KFbxNode* AddNode(KFbxScene* scene, const char* name, KFbxNode* parent = nullptr);

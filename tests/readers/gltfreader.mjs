@@ -51,12 +51,48 @@ function worldMatrices(nodes, pose) {
   return { world, parents };
 }
 
-/** `pose` turns the nodes of these names by quaternions, in their own axes. */
+/** The nodes as they are in a take at a time, where a key of the file must be. */
+function playedNodes({ nodes, animations }, list, take, time) {
+  const played = structuredClone(nodes);
+  const { channels, samplers } = animations.find(({ name }) => name === take);
+  for (const { sampler, target: { node, path } } of channels) {
+    const { input, output } = samplers[sampler];
+    const times = list(input).flat();
+    const key = times.findIndex((found) => Math.abs(found - time) < 1e-4);
+    if (key < 0) throw new Error(`no key at ${time} of ${take}`);
+    const values = list(output);
+    const count = values.length / times.length;  // several of weights
+    played[node][path] = values.slice(key * count, (key + 1) * count).flat();
+  }
+  return played;
+}
+
+const opened = new Map();  // what was converted with its animation, by file
+
+function openAnimated(fbx) {
+  const options = ['--anim-framerate', 'bake30', '--user-properties'];
+  if (!opened.has(fbx)) opened.set(fbx, { ...toGltf(fbx, options) });
+  return opened.get(fbx);
+}
+
+/** The user properties of each node by their names. */
+export function readUserProperties(fbx) {
+  const { gltf } = openGlb(openAnimated(fbx).glb);
+  const valuesOf = (properties = {}) =>
+    Object.fromEntries(Object.entries(properties).map(([name, { value }]) => [name, value]));
+  return new Map(gltf.nodes.map(({ name, extras }) =>
+    [name, valuesOf(extras?.fromFBX?.userProperties)]));
+}
+
+/**
+ * `pose` turns the nodes of these names by quaternions, in their own axes; or it is a take and a
+ * time, counted from the start of the take.
+ */
 export function readWithFbx2gltf(fbx, pose = new Map()) {
-  const { glb, warnings } = toGltf(fbx);
+  const { glb, warnings } = pose.take ? openAnimated(fbx) : toGltf(fbx);
   const { gltf, view, list } = openGlb(glb);
-  const { nodes } = gltf;
-  const { world, parents } = worldMatrices(nodes, pose);
+  const nodes = pose.take ? playedNodes(gltf, list, pose.take, pose.time) : gltf.nodes;
+  const { world, parents } = worldMatrices(nodes, pose.take ? new Map() : pose);
   const inUnits = (lengths) => lengths.map((value) => value / metresPerUnit);
   const materials = gltf.materials.map(({ name, pbrMetallicRoughness: pbr }) => {
     const [r, g, b, opacity] = pbr.baseColorFactor;
@@ -77,6 +113,7 @@ export function readWithFbx2gltf(fbx, pose = new Map()) {
     }
     const mesh = {
       ...common, positions: [], materialOf: [], normals: [], coordinates: [], targets: [],
+      influences: node.weights ?? [],
     };
     // What has no skin follows its own node.
     const skin = gltf.skins?.[node.skin];

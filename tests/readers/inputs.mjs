@@ -2,28 +2,44 @@
 import { readFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 
-/** Body id -> its rotations in the order in which they are applied, such as "ZXY". */
-export function readRotationOrders(file) {
+/**
+ * Body id -> its transforms in the order in which they are applied: kind, 1 to 6, constant, and
+ * terms, pairs of a variable and a factor.
+ */
+export function readMapping(file) {
   const text = readFileSync(file, 'utf8');
   const [, , ...words] = text.split('\n').slice(1).join(' ').split(/\s+/);
   const next = () => Number(words.shift());
-  const orders = new Map();
+  const maps = new Map();
   for (let left = next(); left > 0; --left) {
     const id = next();
     const kinds = Array.from({ length: 6 }, next);
-    orders.set(id, kinds.filter((kind) => kind > 3).map((kind) => 'XYZ'[kind - 4]).join(''));
-    for (let transform = 0; transform < 6; ++transform) {
-      const terms = -next() - 1;  // a negative number announces a constant and pairs
-      if (terms >= 0) words.splice(0, 1 + 2 * terms);
-    }
+    const drivers = kinds.map(() => {
+      const count = next();  // a negative number announces a constant and pairs
+      if (count >= 0) return { constant: 0, terms: count > 0 ? [[count, 1]] : [] };
+      const constant = next();
+      return { constant, terms: Array.from({ length: -count - 1 }, () => [next(), next()]) };
+    });
+    maps.set(id, kinds.map((kind) => ({ kind, ...drivers[kind - 1] })));
   }
-  const include = /INCLUDE \{\s+FILE_NAME: (\S+)\s+BODY_ID_OFFSET: (\d+)/g;
-  for (const [, name, offset] of text.matchAll(include)) {
-    readRotationOrders(join(dirname(file), name)).forEach((order, id) =>
-      orders.set(id + Number(offset), order));
+  const include =
+    /INCLUDE \{\s+FILE_NAME: (\S+)\s+BODY_ID_OFFSET: (\d+)\s+SYSTEM_VARIABLE_ID_OFFSET: (\d+)/g;
+  for (const [, name, offset, variables] of text.matchAll(include)) {
+    readMapping(join(dirname(file), name)).forEach((map, id) =>
+      maps.set(id + Number(offset), map.map(({ terms, ...others }) =>
+        ({ ...others, terms: terms.map(([v, factor]) => [v + Number(variables), factor]) }))));
   }
-  return orders;
+  return maps;
 }
+
+/** Body id -> its rotations in the order in which they are applied, such as "ZXY". */
+export const readRotationOrders = (file) => new Map([...readMapping(file)].map(([id, map]) =>
+  [id, map.filter(({ kind }) => kind > 3).map(({ kind }) => 'XYZ'[kind - 4]).join('')]));
+
+/** Slider -> the variable that drives it. */
+export const readSliderVariables = (file) => new Map(
+  [...readFileSync(file, 'utf8').matchAll(/SLIDERS \{([^}]*)\}/g)].flatMap(([, lines]) =>
+    [...lines.matchAll(/(\S+) +(\d+)/g)].map(([, name, variable]) => [name, Number(variable)])));
 
 /** The bodies of a legacy model: id, name, parentId; rows and origin: the place in the parent. */
 export function readBodies(file) {

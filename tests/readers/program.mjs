@@ -38,14 +38,25 @@ export function convert(model, mapping, options, ascii = false) {
   return fbx;
 }
 
+/** Puts motion on a model and answers the path of the FBX; warnings about textures are fine. */
+export function animate(model, mapping, motions, options) {
+  const fbx = freshPath('.fbx');
+  const { status, stderr } =
+    run(tool, ['animate', ...options, model, mapping, ...motions, '-o', fbx]);
+  if (status !== 0 || !/^(.* warning: variables that choose textures .*\n)?$/.test(stderr)) {
+    throw new Error(`animate ${options.join(' ')} ${model}: status ${status}\n${stderr}`);
+  }
+  return fbx;
+}
+
 /**
  * Converts an FBX to a binary glTF file; answers its path and the warnings that were printed. The
  * reader leaves the pictures of the file in a folder beside it, of its name with ".fbm" in the end.
  */
-export function toGltf(fbx) {
+export function toGltf(fbx, options = []) {
   chmodSync(fbx2gltf, 0o755);  // the package leaves the run bit unset
   const glb = freshPath('.glb');
-  const args = ['--binary', '--input', fbx, '--output', glb];
+  const args = ['--binary', '--input', fbx, '--output', glb, ...options];
   const { status, stdout, stderr } = run(fbx2gltf, args);
   if (status !== 0) throw new Error(`FBX2glTF ${fbx}: status ${status}\n${stdout}${stderr}`);
   // Every node of default settings causes this remark, which goes on in indented lines.
@@ -53,6 +64,6 @@ export function toGltf(fbx) {
   const warnings = (stdout + stderr)
     .replace(remark, '')
     .split('\n')
-    .filter((line) => line !== '' && !/^Wrote \d+ bytes of binary glTF to /.test(line));
+    .filter((line) => line !== '' && !/^(Wrote \d+ bytes of binary glTF to |Animation )/.test(line));
   return { glb, warnings };
 }

@@ -1,6 +1,6 @@
 // Opens an FBX with three.js and answers the facts that facts.mjs compares.
 import { readFileSync } from 'node:fs';
-import { SRGBColorSpace, Vector3 } from 'three';
+import { AnimationMixer, LoopOnce, SRGBColorSpace, Vector3 } from 'three';
 
 // The loader hands embedded pictures to the browser: these stand in for it and keep the bytes.
 const pictures = new Map();
@@ -60,7 +60,10 @@ function trianglesOf(mesh) {
   };
 }
 
-/** `pose` turns the bones of these names by quaternions, in their own axes. */
+/**
+ * `pose` turns the bones of these names by quaternions, in their own axes; or it is a take and a
+ * time, counted from the zero of the file.
+ */
 export function readWithThree(fbx, pose = new Map()) {
   const warnings = [];
   const { warn } = console;
@@ -72,8 +75,16 @@ export function readWithThree(fbx, pose = new Map()) {
   const bytes = file.buffer.slice(file.byteOffset, file.byteOffset + file.length);
   const scene = new FBXLoader().parse(bytes, '');
   console.warn = warn;
+  if (pose.take) {
+    const mixer = new AnimationMixer(scene);
+    const action = mixer.clipAction(scene.animations.find(({ name }) => name === pose.take));
+    action.setLoop(LoopOnce);
+    action.clampWhenFinished = true;  // the last frame, not the first one again
+    action.play();
+    mixer.setTime(pose.time);
+  }
   scene.traverse((object) => {
-    const turn = object.isBone && object.userData.transformData && pose.get(nameOf(object));
+    const turn = object.isBone && object.userData.transformData && pose.get?.(nameOf(object));
     if (turn) object.quaternion.multiply(turn);
   });
   scene.updateMatrixWorld(true);
@@ -92,6 +103,7 @@ export function readWithThree(fbx, pose = new Map()) {
     if (!object.isMesh) return;
     facts.meshes.push({
       name: nameOf(object), parent: nameOf(object.parent), ...trianglesOf(object),
+      influences: [...object.morphTargetInfluences ?? []],
     });
     [object.material].flat().forEach((material) => materials.set(material.name, material));
   });

@@ -27,6 +27,9 @@ class FbxAsciiEncoder : public FbxRecordSink {
   void add(const FbxObjectName& name) override;
   void add(std::span<const double> values) override;
   void add(std::span<const std::int32_t> values) override;
+  void add(std::span<const std::int64_t> values) override;
+  void add(std::span<const float> values) override;
+  void addKeys(std::span<const std::int64_t> times, std::span<const float> values) override;
   // Bytes become base64.
   void addRaw(std::span<const std::uint8_t> bytes) override;
   void addFile(FbxSourceFile& file) override;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "fbxcompressor.h"
@@ -30,6 +31,9 @@ class FbxBinaryEncoder : public FbxRecordSink {
   void add(const FbxObjectName& name) override;
   void add(std::span<const double> values) override;
   void add(std::span<const std::int32_t> values) override;
+  void add(std::span<const std::int64_t> values) override;
+  void add(std::span<const float> values) override;
+  void addKeys(std::span<const std::int64_t> times, std::span<const float> values) override;
   void addRaw(std::span<const std::uint8_t> bytes) override;
   void addFile(FbxSourceFile& file) override;
   void endSection() override;
@@ -52,6 +56,7 @@ class FbxBinaryEncoder : public FbxRecordSink {
   void _addEach(char code, std::span<const T> values);
   template <class T>
   void _addArray(char code, std::span<const T> values);
+  void _writeTimes(std::span<const std::int64_t> times);
   void _addBytes(char code, std::string_view bytes);
   void _beginValue(char code);
   void _patchLength(std::uint64_t start);
@@ -63,4 +68,7 @@ class FbxBinaryEncoder : public FbxRecordSink {
   std::uint64_t _section_start = 0;  // 0 for the first section
   std::vector<OpenRecord> _open;
   FbxCompressor _compressor;
+  // The times that were compressed last, and what became of them: most curves share theirs.
+  std::vector<std::int64_t> _times;
+  std::string _packed_times;
 };

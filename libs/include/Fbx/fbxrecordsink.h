@@ -37,6 +37,11 @@ class FbxRecordSink {
   // Lists of numbers; the sink may compress them or write them one by one, as its family asks.
   virtual void add(std::span<const double> values) = 0;
   virtual void add(std::span<const std::int32_t> values) = 0;
+  virtual void add(std::span<const std::int64_t> values) = 0;
+  virtual void add(std::span<const float> values) = 0;
+  // Keys of a curve as the older family has them, key by key: the time, the value, and the letter
+  // of a change that goes evenly to the next key. There is a value for each time.
+  virtual void addKeys(std::span<const std::int64_t> times, std::span<const float> values) = 0;
   virtual void addRaw(std::span<const std::uint8_t> bytes) = 0;
   // All bytes of the file from where it stands.
   virtual void addFile(FbxSourceFile& file) = 0;

@@ -11,6 +11,7 @@
 inline constexpr const char* EXP_FBX_MATERIAL = "Export|AdvOptGrp|Fbx|Material";
 inline constexpr const char* EXP_FBX_TEXTURE = "Export|AdvOptGrp|Fbx|Texture";
 inline constexpr const char* EXP_FBX_SHAPE = "Export|AdvOptGrp|Fbx|Shape";
+inline constexpr const char* EXP_FBX_ANIMATION = "Export|AdvOptGrp|Fbx|Animation";
 inline constexpr const char* EXP_FBX_EMBEDDED = "Export|AdvOptGrp|Fbx|EMBEDDED";
 
 class KFbxIOSettings {

@@ -2,7 +2,9 @@
 // materials of that mesh.
 #pragma once
 
+#include <cstdint>
 #include <optional>
+#include <variant>
 #include <vector>
 
 #include "bthash.h"
@@ -24,6 +26,13 @@ class KFbxTransformProperty {
  private:
   KFbxNode* _node;
   KFbxVector4 _value;
+};
+
+// A property that no program needs, for people and scripts to read.
+struct KFbxUserProperty {
+  using Value = std::variant<std::int32_t, double, BtStr>;
+  BtStr name;
+  Value value;
 };
 
 class KFbxNode : public KFbxObject {
@@ -73,6 +82,12 @@ class KFbxNode : public KFbxObject {
   [[nodiscard]] int GetMaterialCount() const { return static_cast<int>(_materials.size()); }
   [[nodiscard]] KFbxSurfacePhong* GetMaterial(int i) const;
 
+  // Gives a user property its value; a new name comes last.
+  void SetUserProperty(const BtStr& name, const KFbxUserProperty::Value& value);
+  [[nodiscard]] const std::vector<KFbxUserProperty>& GetUserProperties() const {
+    return _user_properties;
+  }
+
  private:
   friend class KFbxScene;
   friend class KFbxSceneEvaluator;
@@ -86,6 +101,7 @@ class KFbxNode : public KFbxObject {
   KFbxNode* _parent = nullptr;
   std::vector<KFbxNode*> _children;
   std::vector<KFbxSurfacePhong*> _materials;
+  std::vector<KFbxUserProperty> _user_properties;
   BtHashMap<const KFbxSurfacePhong*, int> _material_index;
   KFbxVector4 _pre_rotation{0, 0, 0};
   ERotationOrder _rotation_order = eEULER_XYZ;

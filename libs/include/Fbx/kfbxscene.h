@@ -1,29 +1,25 @@
-// KFbxScene: a tree of nodes, with poses and document information. Its root node is no object of
-// the file: what hangs under it stands at the top there.
+// KFbxScene: a tree of nodes, with poses, takes and document information. Its root node is no
+// object of the file: what hangs under it stands at the top there.
 #pragma once
 
-#include <cstdint>
-#include <limits>
 #include <string>
 #include <vector>
 
 #include "btindextable.h"
 #include "kfbxmath.h"
 #include "kfbxsdkmanager.h"
+#include "kfbxtime.h"
 
+class KFbxAnimStack;
 class KFbxDocumentInfo;
 class KFbxNode;
 class KFbxPose;
 
-// A point in time, in units of 1/46186158000 s.
-using KTime = std::int64_t;
-inline constexpr KTime KTIME_INFINITE = std::numeric_limits<KTime>::max();
-
 // Computes global transforms and keeps them until a node that they depend on changes.
 class KFbxSceneEvaluator {
  public:
-  // Nothing in a scene is animated, so every time gives the same answer. The reference is good
-  // until the node or one above it is changed.
+  // The place of a node by its own values: takes are not played, so every time gives the same
+  // answer. The reference is good until the node or one above it is changed.
   const KFbxXMatrix& GetNodeGlobalTransform(KFbxNode* node, KTime time = KTIME_INFINITE);
 };
 
@@ -44,6 +40,14 @@ class KFbxScene : public KFbxCreated<KFbxScene> {
   [[nodiscard]] int GetPoseCount() const { return static_cast<int>(_poses.size()); }
   [[nodiscard]] KFbxPose* GetPose(int i) const;
 
+  // Takes are numbered from 0; programs show the first. Adding null does nothing and answers false.
+  bool AddAnimStack(KFbxAnimStack* stack);
+  [[nodiscard]] int GetAnimStackCount() const { return static_cast<int>(_anim_stacks.size()); }
+  [[nodiscard]] KFbxAnimStack* GetAnimStack(int i) const;
+  // By which programs number the frames of all takes. A scene with takes should state it.
+  void SetFrameRate(const KFbxFrameRate& rate) { _frame_rate = rate; }
+  [[nodiscard]] const KFbxFrameRate& GetFrameRate() const { return _frame_rate; }
+
  private:
   friend class KFbxCreated<KFbxScene>;
   friend class KFbxNode;
@@ -54,6 +58,8 @@ class KFbxScene : public KFbxCreated<KFbxScene> {
   KFbxDocumentInfo* _info = nullptr;
   KFbxSceneEvaluator _evaluator;
   std::vector<KFbxPose*> _poses;
+  std::vector<KFbxAnimStack*> _anim_stacks;
+  KFbxFrameRate _frame_rate;
   std::vector<KFbxNode*> _nodes;  // the first of each name
   BtIndexTable _nodes_by_name;    // places in _nodes
 };

@@ -155,6 +155,22 @@ void FbxAsciiEncoder::add(std::span<const double> values) { _addList(values); }
 
 void FbxAsciiEncoder::add(std::span<const std::int32_t> values) { _addList(values); }
 
+void FbxAsciiEncoder::add(std::span<const std::int64_t> values) { _addList(values); }
+
+void FbxAsciiEncoder::add(std::span<const float> values) { _addList(values); }
+
+void FbxAsciiEncoder::addKeys(std::span<const std::int64_t> times, std::span<const float> values) {
+  BtAssert(times.size() == values.size());
+  for (std::size_t i = 0; i < times.size() && _file->ok(); ++i) {
+    _beginValue(",\n");
+    _writeNumber(times[i]);
+    _write(",");
+    _writeNumber(values[i]);
+    _write(",");
+    _file->write(&kFbxLinearKey, 1);
+  }
+}
+
 template <class T>
 void FbxAsciiEncoder::_addList(std::span<const T> values) {
   const bool has_length = _version >= kFbxFirstArrayVersion;

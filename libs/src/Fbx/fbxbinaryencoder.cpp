@@ -145,6 +145,47 @@ void FbxBinaryEncoder::add(std::span<const std::int32_t> values) {
   }
 }
 
+void FbxBinaryEncoder::add(std::span<const std::int64_t> values) {
+  if (_version < kFbxFirstArrayVersion) {
+    _addEach('L', values);
+  } else {
+    _addArray('l', values);
+  }
+}
+
+void FbxBinaryEncoder::add(std::span<const float> values) {
+  if (_version < kFbxFirstArrayVersion) {
+    _addEach('F', values);
+  } else {
+    _addArray('f', values);
+  }
+}
+
+void FbxBinaryEncoder::addKeys(std::span<const std::int64_t> times, std::span<const float> values) {
+  BtAssert(times.size() == values.size());
+  BtAssert(!_open.empty() && !_open.back().has_list);
+  constexpr std::size_t kPerBlock = 1024;
+  constexpr std::size_t kStep = 3 + sizeof(std::int64_t) + sizeof(double) + 1;
+  constexpr std::uint32_t kValuesOfKey = 3;
+  std::array<char, kPerBlock * kStep> block;
+  for (std::size_t done = 0; done < times.size() && _file->ok();) {
+    const std::size_t end = std::min(done + kPerBlock, times.size());
+    char* out = block.data();
+    for (std::size_t i = done; i < end; ++i, out += kStep) {
+      const double value = static_cast<double>(values[i]);
+      out[0] = 'L';
+      std::memcpy(out + 1, &times[i], sizeof times[i]);
+      out[9] = 'D';
+      std::memcpy(out + 10, &value, sizeof value);
+      out[18] = 'C';
+      out[19] = kFbxLinearKey;
+    }
+    _file->write(block.data(), (end - done) * kStep);
+    _open.back().count += kValuesOfKey * static_cast<std::uint32_t>(end - done);
+    done = end;
+  }
+}
+
 template <class T>
 void FbxBinaryEncoder::_addEach(char code, std::span<const T> values) {
   constexpr std::size_t kPerBlock = 1024;
@@ -176,8 +217,24 @@ void FbxBinaryEncoder::_addArray(char code, std::span<const T> values) {
   _writeInt(bytes.size());
   if (!is_compressed) return _file->write(bytes.data(), bytes.size());
   const std::uint64_t start = _file->position();
-  _compressor.compress(bytes, _file);
+  if constexpr (std::is_same_v<T, std::int64_t>) {
+    _writeTimes(values);
+  } else {
+    _compressor.compress(bytes, _file);
+  }
   _patchLength(start);
+}
+
+void FbxBinaryEncoder::_writeTimes(std::span<const std::int64_t> times) {
+  if (!std::equal(times.begin(), times.end(), _times.begin(), _times.end())) {
+    _times.assign(times.begin(), times.end());
+    FbxOutputFile memory(FbxOutputFile::kNoLimit);
+    memory.openMemory(&_packed_times);
+    _compressor.compress({reinterpret_cast<const std::uint8_t*>(times.data()), times.size_bytes()},
+                         &memory);
+    if (!memory.commit()) return _file->abandon();
+  }
+  _file->write(_packed_times.data(), _packed_times.size());
 }
 
 // The bytes that were written from `start` on are a value: their number goes where it is expected,

@@ -18,3 +18,5 @@ constexpr std::string_view kFbxFooterMagic(
 constexpr std::size_t kFbxSentinelSize = 13;
 // From this version on arrays are one value with a length, in text and binary files alike.
 constexpr std::int32_t kFbxFirstArrayVersion = 7000;
+// The letter behind a key of the older family from which a value goes evenly to the next key.
+constexpr char kFbxLinearKey = 'L';

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <utility>
+#include <variant>
 
 #include "btexcept.h"
 #include "fbxsourcefile.h"
@@ -30,6 +31,18 @@ FbxPropertyValue Times(const KFbxProperty<KFbxVector4>& color, const KFbxPropert
   const KFbxVector4& c = color.Get();
   const double f = factor.Get();
   return {c[0] * f, c[1] * f, c[2] * f};
+}
+
+void WriteUserProperty(std::string_view name, const KFbxUserProperty& property,
+                       FbxPropertyWriter* list) {
+  if (const auto* integer = std::get_if<std::int32_t>(&property.value)) {
+    list->write({name, FbxPropertyType::eInt, 0, "U"}, static_cast<double>(*integer));
+  } else if (const auto* number = std::get_if<double>(&property.value)) {
+    list->write({name, FbxPropertyType::eDouble, 0, "A+U"}, *number);
+  } else {
+    const std::string text = FbxText(std::get<BtStr>(property.value).view());
+    list->write({name, FbxPropertyType::eString, "", "U"}, text);
+  }
 }
 
 }  // namespace
@@ -159,8 +172,17 @@ void FbxDocument::writeGlobalSettings() {
   sink.open("GlobalSettings");
   sink.leaf("Version", std::int32_t{1000});
   FbxPropertyWriter list = properties();
+  const KFbxFrameRate& rate = content.frame_rate;
+  const FbxSetting settings[] = {
+      {"TimeMode", static_cast<double>(rate.GetTimeMode())},
+      {"TimeSpanStart", static_cast<double>(content.time_start)},
+      {"TimeSpanStop", static_cast<double>(content.time_stop)},
+  };
   list.begin();
-  list.write(FbxGlobalSettingsProperties());
+  list.write(FbxGlobalSettingsProperties(), settings);
+  if (rate.GetTimeMode() == eCUSTOM) {
+    list.write({"CustomFrameRate", FbxPropertyType::eDouble, -1}, rate.GetFrameRate());
+  }
   list.end();
   sink.end();
 }
@@ -188,6 +210,9 @@ void FbxDocument::writeNodeProperties(const FbxSceneContent::Model& model,
       {"Lcl Scaling", node.LclScaling.Get()},
   };
   list->write(FbxNodeProperties(), settings, selection());
+  for (std::size_t i = 0; i < model.user_names.size(); ++i) {
+    WriteUserProperty(model.user_names[i], node.GetUserProperties()[i], list);
+  }
 }
 
 void FbxDocument::writePoses() {
@@ -331,4 +356,23 @@ void FbxDocument::writeContent(const FbxSceneContent::Video& entry) {
 void FbxDocument::writeTextureConnection(const FbxSceneContent::Texture& texture) {
   if (texture.video == FbxSceneContent::kNone) return;
   connect(refer(content.videos[static_cast<std::size_t>(texture.video)]), refer(texture));
+}
+
+std::string_view FbxDocument::currentTake() const {
+  return content.anim_stacks.empty() ? std::string_view() : content.anim_stacks.front().name;
+}
+
+void FbxDocument::openTake(const FbxSceneContent::AnimStack& stack) {
+  std::string file_name = stack.name + ".tak";
+  std::replace(file_name.begin(), file_name.end(), ' ', '_');
+  sink.open("Take", stack.name);
+  sink.leaf("FileName", file_name);
+  writeTakeTimes(stack);
+}
+
+void FbxDocument::writeTakeTimes(const FbxSceneContent::AnimStack& stack) {
+  const KTime start = stack.stack->LocalStart.Get();
+  const KTime stop = stack.stack->LocalStop.Get();
+  sink.leaf("LocalTime", start, stop);
+  sink.leaf("ReferenceTime", start, stop);
 }

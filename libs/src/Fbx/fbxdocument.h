@@ -63,6 +63,11 @@ class FbxDocument {
   void writeTextures();
   void writeContent(const FbxSceneContent::Video& video);
   void writeTextureConnection(const FbxSceneContent::Texture& texture);
+  // The name of the take that programs show at first; empty where there is none.
+  [[nodiscard]] std::string_view currentTake() const;
+  // Opens the record of a take and says when it begins and ends.
+  void openTake(const FbxSceneContent::AnimStack& stack);
+  void writeTakeTimes(const FbxSceneContent::AnimStack& stack);
 
   [[nodiscard]] FbxPropertyWriter properties() const { return {&sink, family}; }
   // What an object's own list holds of its table.
@@ -98,10 +103,17 @@ class FbxDocument71 : public FbxDocument {
   void _writeVideo(const FbxSceneContent::Video& video);
   void _writeConnections();
   void _connectDeformers();
+  void _writeAnimation(const FbxSceneContent::AnimStack& stack);
+  void _writeCurveNode(const FbxSceneContent::AnimCurveNode& entry);
+  void _connectAnimation(const FbxSceneContent::AnimStack& stack);
+  void _writeTakes();
 
   [[nodiscard]] static Reference _refer(const FbxSceneContent::Attribute& entry);
   [[nodiscard]] static Reference _refer(const FbxSceneContent::BlendShape& entry);
   [[nodiscard]] static Reference _refer(const FbxSceneContent::Channel& entry);
+  [[nodiscard]] static Reference _refer(const FbxSceneContent::AnimStack& entry);
+  [[nodiscard]] static Reference _layerOf(const FbxSceneContent::AnimStack& entry);
+  [[nodiscard]] static Reference _refer(const FbxSceneContent::AnimCurveNode& entry);
   [[nodiscard]] static Reference _shapeOf(const FbxSceneContent::Channel& entry);
 };
 
@@ -124,6 +136,8 @@ class FbxDocument61 : public FbxDocument {
   void _writeVideo(const FbxSceneContent::Video& video);
   void _writeConnections();
   void _connectModel(int index);
+  void _writeTakes();
+  void _writeTakeModel(std::span<const FbxSceneContent::AnimCurveNode> of_model);
   void _writeVersion5();
   void _writeSummary();
 };

@@ -1,8 +1,13 @@
 #include <algorithm>
+#include <array>
+#include <charconv>
 #include <cstddef>
+#include <span>
+#include <string>
 #include <vector>
 
 #include "bthash.h"
+#include "fbxanimationrecords.h"
 #include "fbxdocument.h"
 #include "fbxgeometryrecords.h"
 #include "fbxskeletontypes.h"
@@ -83,6 +88,14 @@ class ModelTextures {
   std::vector<Use> _uses;
 };
 
+std::string FrameRateText(const KFbxFrameRate& rate) {
+  // A scene that does not state its rate is shown at the usual one.
+  if (rate.GetTimeMode() == eDEFAULT_MODE) return "30";
+  std::array<char, 40> text;
+  const auto result = std::to_chars(text.data(), text.data() + text.size(), rate.GetFrameRate());
+  return {text.data(), result.ptr};
+}
+
 }  // namespace
 
 FbxDocument61::FbxDocument61(FbxRecordSink* sink_in, const FbxDocumentSource& source_in)
@@ -99,9 +112,7 @@ void FbxDocument61::write() {
   _writeDefinitions();
   _writeObjects();
   _writeConnections();
-  sink.open("Takes");
-  sink.leaf("Current", "");
-  sink.end();
+  _writeTakes();
   _writeVersion5();
   sink.endSection();
   if (!sink.isBinary()) return;
@@ -293,6 +304,41 @@ void FbxDocument61::_connectModel(int index) {
   for (const int child : model.children) connect(modelAt(child), parent);
 }
 
+void FbxDocument61::_writeTakes() {
+  sink.open("Takes");
+  sink.leaf("Current", currentTake());
+  for (const auto& stack : content.anim_stacks) {
+    openTake(stack);
+    std::span<const FbxSceneContent::AnimCurveNode> rest = stack.curve_nodes;
+    while (!rest.empty() && sink.ok()) {
+      const auto next = std::find_if(rest.begin(), rest.end(), [&rest](const auto& entry) {
+        return entry.model != rest.front().model;
+      });
+      const auto count = static_cast<std::size_t>(next - rest.begin());
+      _writeTakeModel(rest.first(count));
+      rest = rest.subspan(count);
+    }
+    sink.end();
+  }
+  sink.end();
+}
+
+void FbxDocument61::_writeTakeModel(std::span<const FbxSceneContent::AnimCurveNode> of_model) {
+  sink.open("Model", modelAt(of_model.front().model).name);
+  sink.leaf("Version", 1.1);
+  const auto percents = std::find_if(of_model.begin(), of_model.end(),
+                                     [](const auto& entry) { return entry.channel != nullptr; });
+  if (percents != of_model.begin()) sink.open("Channel", "Transform");
+  for (auto entry = of_model.begin(); entry != percents; ++entry) {
+    FbxWriteTransformChannel(&sink, *entry->curve_node);
+  }
+  if (percents != of_model.begin()) sink.end();
+  for (auto entry = percents; entry != of_model.end(); ++entry) {
+    FbxWriteChannel(&sink, entry->channel->name, *entry->curve_node->GetCurve(0));
+  }
+  sink.end();
+}
+
 void FbxDocument61::_writeVersion5() {
   sink.open("Version5");
   sink.open("AmbientRenderSettings");
@@ -308,12 +354,12 @@ void FbxDocument61::_writeVersion5() {
   sink.leaf("FogColor", 1.0, 1.0, 1.0, 1.0);
   sink.end();
   sink.open("Settings");
-  sink.leaf("FrameRate", "30");
+  sink.leaf("FrameRate", FrameRateText(content.frame_rate));
   sink.leaf("TimeFormat", std::int32_t{1});
   sink.leaf("SnapOnFrames", std::int32_t{0});
   sink.leaf("ReferenceTimeIndex", std::int32_t{-1});
-  sink.leaf("TimeLineStartTime", std::int64_t{0});
-  sink.leaf("TimeLineStopTime", std::int64_t{46186158000});
+  sink.leaf("TimeLineStartTime", content.time_start);
+  sink.leaf("TimeLineStopTime", content.time_stop);
   sink.end();
   sink.open("RendererSetting");
   sink.leaf("DefaultCamera", "");
@@ -338,6 +384,11 @@ void FbxDocument61::_writeSummary() {
   sink.open("Takes");
   sink.leaf("Version", std::int32_t{101});
   sink.leaf("Current", "");
+  for (const auto& stack : content.anim_stacks) {
+    sink.open("Take", stack.name);
+    writeTakeTimes(stack);
+    sink.end();
+  }
   sink.end();
   sink.end();
 }

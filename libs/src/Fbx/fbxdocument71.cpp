@@ -1,6 +1,7 @@
 #include <cstddef>
 #include <iterator>
 
+#include "fbxanimationrecords.h"
 #include "fbxdocument.h"
 #include "fbxgeometryrecords.h"
 #include "fbxskeletontypes.h"
@@ -23,23 +24,21 @@ void FbxDocument71::write() {
   _writeDefinitions();
   _writeObjects();
   _writeConnections();
-  sink.open("Takes");
-  sink.leaf("Current", "");
-  sink.end();
+  _writeTakes();
   sink.endSection();
 }
 
 void FbxDocument71::_writeDocuments() {
-  constexpr FbxPropertyRow kProperties[] = {
+  const FbxPropertyRow properties_of_document[] = {
       {"SourceObject", FbxPropertyType::eObject, 0},
-      {"ActiveAnimStackName", FbxPropertyType::eString, ""},
+      {"ActiveAnimStackName", FbxPropertyType::eString, currentTake()},
   };
   sink.open("Documents");
   sink.leaf("Count", std::int32_t{1});
   sink.open("Document", content.document_id, FbxText(source.scene->GetName()), "Scene");
   FbxPropertyWriter list = properties();
   list.begin();
-  list.write(kProperties);
+  list.write(properties_of_document);
   list.end();
   sink.leaf("RootNode", std::int64_t{0});
   sink.end();
@@ -55,6 +54,7 @@ void FbxDocument71::_writeDefinitions() {
   };
   const int meshes = content.meshCount();
   const auto size = [](const auto& list) { return static_cast<int>(list.size()); };
+  const int stacks = size(content.anim_stacks);
   const ObjectType types[] = {
       {"GlobalSettings", 1, "", {}},
       {"Geometry", meshes + content.shapeCount(), "FbxMesh", FbxMeshProperties()},
@@ -65,6 +65,10 @@ void FbxDocument71::_writeDefinitions() {
       {"Deformer", content.deformerCount(), "", {}},
       {"Texture", size(content.textures), "FbxFileTexture", FbxTextureProperties()},
       {"Video", size(content.videos), "FbxVideo", FbxVideoProperties()},
+      {"AnimationStack", stacks, "FbxAnimStack", FbxAnimStackProperties()},
+      {"AnimationLayer", stacks, "FbxAnimLayer", FbxAnimLayerProperties()},
+      {"AnimationCurveNode", content.animCurveNodeCount(), "", {}},
+      {"AnimationCurve", content.animCurveCount(), "", {}},
   };
   std::int32_t sum = 0;
   for (const ObjectType& type : types) sum += type.count;
@@ -110,6 +114,7 @@ void FbxDocument71::_writeObjects() {
   _writeDeformers();
   for (const auto& video : content.videos) _writeVideo(video);
   writeTextures();
+  for (const auto& stack : content.anim_stacks) _writeAnimation(stack);
   sink.end();
 }
 
@@ -219,6 +224,7 @@ void FbxDocument71::_writeConnections() {
   }
   for (const auto& texture : content.textures) writeTextureConnection(texture);
   _connectDeformers();
+  for (const auto& stack : content.anim_stacks) _connectAnimation(stack);
   sink.end();
 }
 
@@ -242,6 +248,71 @@ void FbxDocument71::_connectDeformers() {
   }
 }
 
+void FbxDocument71::_writeAnimation(const FbxSceneContent::AnimStack& stack) {
+  const auto start = static_cast<double>(stack.stack->LocalStart.Get());
+  const auto stop = static_cast<double>(stack.stack->LocalStop.Get());
+  const FbxSetting times[] = {{"LocalStart", start},
+                              {"LocalStop", stop},
+                              {"ReferenceStart", start},
+                              {"ReferenceStop", stop}};
+  openObject("AnimationStack", _refer(stack), "");
+  FbxPropertyWriter list = properties();
+  list.begin();
+  // Readers want the times also where they are those of the template.
+  list.write(FbxAnimStackProperties().subspan(1), times);
+  list.end();
+  sink.end();
+  openObject("AnimationLayer", _layerOf(stack), "");
+  sink.end();
+  for (const auto& entry : stack.curve_nodes) _writeCurveNode(entry);
+  for (const auto& entry : stack.curve_nodes) {
+    for (int i = 0; i < entry.curve_node->GetCurveCount() && sink.ok(); ++i) {
+      openObject("AnimationCurve",
+                 {entry.curve_ids[static_cast<std::size_t>(i)], {"", "AnimCurve"}}, "");
+      FbxWriteCurve(&sink, *entry.curve_node, i);
+      sink.end();
+    }
+  }
+}
+
+void FbxDocument71::_writeCurveNode(const FbxSceneContent::AnimCurveNode& entry) {
+  const FbxAnimatedProperty& property = FbxAnimated(entry.curve_node->GetProperty());
+  openObject("AnimationCurveNode", _refer(entry), "");
+  FbxPropertyWriter list = properties();
+  list.begin();
+  list.write({"d", FbxPropertyType::eCompound, 0}, 0);
+  for (int i = 0; i < entry.curve_node->GetCurveCount(); ++i) {
+    const float value = entry.curve_node->GetCurve(i)->GetKeyValues().front();
+    list.write({property.curves[i], FbxPropertyType::eNumber, 0, "A+"}, static_cast<double>(value));
+  }
+  list.end();
+  sink.end();
+}
+
+void FbxDocument71::_connectAnimation(const FbxSceneContent::AnimStack& stack) {
+  connect(_layerOf(stack), _refer(stack));
+  for (const auto& entry : stack.curve_nodes) {
+    const FbxAnimatedProperty& property = FbxAnimated(entry.curve_node->GetProperty());
+    connect(_refer(entry), _layerOf(stack));
+    connect(_refer(entry), entry.channel == nullptr ? modelAt(entry.model) : _refer(*entry.channel),
+            property.name);
+    for (int i = 0; i < entry.curve_node->GetCurveCount(); ++i) {
+      connect({entry.curve_ids[static_cast<std::size_t>(i)], {"", "AnimCurve"}}, _refer(entry),
+              property.curves[i]);
+    }
+  }
+}
+
+void FbxDocument71::_writeTakes() {
+  sink.open("Takes");
+  sink.leaf("Current", currentTake());
+  for (const auto& stack : content.anim_stacks) {
+    openTake(stack);
+    sink.end();
+  }
+  sink.end();
+}
+
 FbxDocument::Reference FbxDocument71::_refer(const FbxSceneContent::Attribute& entry) {
   return {entry.id, {entry.name, entry.mesh() == nullptr ? "NodeAttribute" : "Geometry"}};
 }
@@ -252,6 +323,18 @@ FbxDocument::Reference FbxDocument71::_refer(const FbxSceneContent::BlendShape& 
 
 FbxDocument::Reference FbxDocument71::_refer(const FbxSceneContent::Channel& entry) {
   return {entry.id, {entry.name, "SubDeformer"}};
+}
+
+FbxDocument::Reference FbxDocument71::_refer(const FbxSceneContent::AnimStack& entry) {
+  return {entry.id, {entry.name, "AnimStack"}};
+}
+
+FbxDocument::Reference FbxDocument71::_layerOf(const FbxSceneContent::AnimStack& entry) {
+  return {entry.layer_id, {"BaseLayer", "AnimLayer"}};
+}
+
+FbxDocument::Reference FbxDocument71::_refer(const FbxSceneContent::AnimCurveNode& entry) {
+  return {entry.id, {entry.curve_node->GetName(), "AnimCurveNode"}};
 }
 
 FbxDocument::Reference FbxDocument71::_shapeOf(const FbxSceneContent::Channel& entry) {

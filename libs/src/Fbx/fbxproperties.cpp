@@ -35,6 +35,7 @@ constexpr TypeInfo kTypes[] = {
     {"KString", "XRefUrl", eXRefUrl, Storage::eText},
     {"DateTime", "", eDateTime, Storage::eText},
     {"KTime", "Time", eTime, Storage::eLong},
+    {"ULongLong", "", eULongLong, Storage::eLong},
     {"object", "", eObject, Storage::eNone},
     {"Compound", "", eCompound, Storage::eNone},
     {"Lcl Translation", "", eLclTranslation, Storage::eThreeDoubles},
@@ -225,6 +226,23 @@ constexpr FbxPropertyRow kSceneInfo[] = {
     {"LastSaved|DateTime_GMT", eDateTime, ""},
 };
 
+constexpr FbxPropertyRow kAnimStack[] = {
+    {"Description", eString, ""}, {"LocalStart", eTime, 0},    {"LocalStop", eTime, 0},
+    {"ReferenceStart", eTime, 0}, {"ReferenceStop", eTime, 0},
+};
+
+constexpr FbxPropertyRow kAnimLayer[] = {
+    {"Weight", eNumber, 100, "A+"},
+    {"Mute", eBool, 0},
+    {"Solo", eBool, 0},
+    {"Lock", eBool, 0},
+    {"Color", eColorRGB, {0.8, 0.8, 0.8}},
+    {"BlendMode", eEnum, 0},
+    {"RotationAccumulationMode", eEnum, 0},
+    {"ScaleAccumulationMode", eEnum, 0},
+    {"BlendModeBypass", eULongLong, 0},
+};
+
 }  // namespace
 
 std::span<const FbxPropertyRow> FbxNodeProperties() { return kNode; }
@@ -236,6 +254,8 @@ std::span<const FbxPropertyRow> FbxTextureProperties() { return kTexture; }
 std::span<const FbxPropertyRow> FbxVideoProperties() { return kVideo; }
 std::span<const FbxPropertyRow> FbxGlobalSettingsProperties() { return kGlobalSettings; }
 std::span<const FbxPropertyRow> FbxSceneInfoProperties() { return kSceneInfo; }
+std::span<const FbxPropertyRow> FbxAnimStackProperties() { return kAnimStack; }
+std::span<const FbxPropertyRow> FbxAnimLayerProperties() { return kAnimLayer; }
 
 void FbxPropertyWriter::begin() {
   _sink->open(_family == FbxFamily::e71 ? "Properties70" : "Properties60");

@@ -28,6 +28,7 @@ enum class FbxPropertyType : std::uint8_t {
   eXRefUrl,
   eDateTime,
   eTime,
+  eULongLong,
   eObject,
   eCompound,
   eLclTranslation,
@@ -75,6 +76,8 @@ std::span<const FbxPropertyRow> FbxTextureProperties();
 std::span<const FbxPropertyRow> FbxVideoProperties();
 std::span<const FbxPropertyRow> FbxGlobalSettingsProperties();
 std::span<const FbxPropertyRow> FbxSceneInfoProperties();
+std::span<const FbxPropertyRow> FbxAnimStackProperties();
+std::span<const FbxPropertyRow> FbxAnimLayerProperties();
 
 enum class FbxSelection { eAll, eChanged };
 

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <functional>
 #include <span>
+#include <variant>
 
 #include "btexcept.h"
 #include "fbxproperties.h"
@@ -48,8 +50,22 @@ bool AreIndices(std::span<const std::int32_t> indices, int count) {
                      [count](std::int32_t index) { return index >= 0 && index < count; });
 }
 
-bool AreFinite(std::span<const double> values) {
-  return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
+template <class T>
+bool AreFinite(const std::vector<T>& values) {
+  return std::all_of(values.begin(), values.end(), [](T v) { return std::isfinite(v); });
+}
+
+// What is wrong with a curve; null for nothing.
+const char* FaultOf(const KFbxAnimCurve& curve) {
+  const std::span<const KTime> times = curve.GetKeyTimes();
+  const std::span<const float> values = curve.GetKeyValues();
+  if (times.empty()) return "a curve has no keys";
+  // Most curves share their times, which are then looked at for each; values take longer to write.
+  const auto later = std::adjacent_find(times.begin(), times.end(), std::greater_equal<>());
+  if (later != times.end()) return "the keys of a curve are not in the order of time";
+  const bool finite =
+      std::all_of(values.begin(), values.end(), [](float v) { return std::isfinite(v); });
+  return finite ? nullptr : "a key is not finite";
 }
 
 // Names for the channels of a mesh. Their percentages are properties by their names, which nodes
@@ -92,6 +108,8 @@ bool FbxSceneContent::collect(KFbxScene* scene, const KFbxIOSettings& settings, 
     KFbxPose* pose = scene->GetPose(i);
     poses.push_back({pose, FbxCleanName(pose->GetName())});
   }
+  if (!_nameUserProperties()) return false;
+  if (settings.GetBoolProp(EXP_FBX_ANIMATION, true) && !_collectAnimation(*scene)) return false;
   if (family == FbxFamily::e71) {
     _nameObjects71();
   } else {
@@ -232,6 +250,95 @@ bool FbxSceneContent::_addBlendShape(const KFbxBlendShape& blend_shape, int attr
   return true;
 }
 
+bool FbxSceneContent::_nameUserProperties() {
+  for (Model& model : models) {
+    for (const KFbxUserProperty& property : model.node->GetUserProperties()) {
+      const auto* number = std::get_if<double>(&property.value);
+      if (number != nullptr && !std::isfinite(*number)) {
+        return Fail(*model.node, "a user property is not finite");
+      }
+      const std::string name = FbxCleanName(property.name.view());
+      std::string unique = name;
+      for (int i = 1; _hasProperty(model, unique); ++i) {
+        unique = name + "_ncl1_" + std::to_string(i);
+      }
+      model.user_names.push_back(unique);
+    }
+  }
+  return true;
+}
+
+bool FbxSceneContent::_hasProperty(const Model& model, const std::string& name) const {
+  for (const auto& table : {FbxNodeProperties(), FbxSkeletonProperties(), FbxMeshProperties()}) {
+    if (std::any_of(table.begin(), table.end(),
+                    [&name](const FbxPropertyRow& row) { return row.name == name; })) {
+      return true;
+    }
+  }
+  if (std::find(model.user_names.begin(), model.user_names.end(), name) != model.user_names.end()) {
+    return true;
+  }
+  if (model.attribute == kNone) return false;
+  for (const int i : attributes[static_cast<std::size_t>(model.attribute)].blend_shapes) {
+    const auto& channels = blend_shapes[static_cast<std::size_t>(i)].channels;
+    if (std::any_of(channels.begin(), channels.end(),
+                    [&name](const Channel& channel) { return channel.name == name; })) {
+      return true;
+    }
+  }
+  return false;
+}
+
+bool FbxSceneContent::_collectAnimation(const KFbxScene& scene) {
+  frame_rate = scene.GetFrameRate();
+  const int count = scene.GetAnimStackCount();
+  if (count == 0) return true;
+  constexpr double kUsualRate = 30;
+  if (frame_rate.GetTimeMode() == eDEFAULT_MODE) frame_rate = KFbxFrameRate(kUsualRate);
+  for (const BlendShape& blend_shape : blend_shapes) {
+    for (const Channel& channel : blend_shape.channels) {
+      _channels.try_emplace(channel.channel, static_cast<int>(_all_channels.size()));
+      _all_channels.emplace_back(At(attributes, blend_shape.attribute).model, &channel);
+    }
+  }
+  time_start = scene.GetAnimStack(0)->LocalStart.Get();
+  time_stop = scene.GetAnimStack(0)->LocalStop.Get();
+  for (int i = 0; i < count; ++i) {
+    const KFbxAnimStack& stack = *scene.GetAnimStack(i);
+    if (!_addAnimStack(stack)) return false;
+    time_start = std::min(time_start, stack.LocalStart.Get());
+    time_stop = std::max(time_stop, stack.LocalStop.Get());
+  }
+  MakeUnique(&anim_stacks);
+  return true;
+}
+
+bool FbxSceneContent::_addAnimStack(const KFbxAnimStack& stack) {
+  if (stack.LocalStop.Get() < stack.LocalStart.Get())
+    return Fail(stack, "it ends before it starts");
+  AnimStack& added = anim_stacks.emplace_back(AnimStack{&stack, FbxCleanName(stack.GetName()), {}});
+  for (const KFbxAnimCurveNode* curve_node : stack.GetCurveNodes()) {
+    AnimCurveNode entry = {curve_node, modelOf(curve_node->GetNode()), nullptr};
+    if (curve_node->GetProperty() == KFbxAnimCurveNode::eDEFORM_PERCENT) {
+      const int place = _find(_channels, curve_node->GetChannel());
+      if (place == kNone) continue;  // blend shapes are not wanted, or its mesh is not shown
+      entry.model = At(_all_channels, place).first;
+      entry.channel = At(_all_channels, place).second;
+    }
+    if (entry.model == kNone) return Fail(stack, "it moves a node outside of the scene");
+    for (int i = 0; i < curve_node->GetCurveCount(); ++i) {
+      if (const char* fault = FaultOf(*curve_node->GetCurve(i))) return Fail(stack, fault);
+    }
+    added.curve_nodes.push_back(entry);
+  }
+  std::stable_sort(added.curve_nodes.begin(), added.curve_nodes.end(),
+                   [](const AnimCurveNode& a, const AnimCurveNode& b) {
+                     return std::pair(a.model, a.curve_node->GetProperty()) <
+                            std::pair(b.model, b.curve_node->GetProperty());
+                   });
+  return true;
+}
+
 void FbxSceneContent::_nameObjects71() {
   MakeUnique(&models);
   MakeUnique(&materials);
@@ -281,6 +388,16 @@ void FbxSceneContent::_numberObjects() {
   }
   for (Video& video : videos) video.id = id++;
   for (Texture& texture : textures) texture.id = id++;
+  for (AnimStack& stack : anim_stacks) {
+    stack.id = id++;
+    stack.layer_id = id++;
+    for (AnimCurveNode& curve_node : stack.curve_nodes) curve_node.id = id++;
+    for (AnimCurveNode& curve_node : stack.curve_nodes) {
+      for (int i = 0; i < curve_node.curve_node->GetCurveCount(); ++i) {
+        curve_node.curve_ids[static_cast<std::size_t>(i)] = id++;
+      }
+    }
+  }
 }
 
 int FbxSceneContent::meshCount() const {
@@ -299,4 +416,18 @@ int FbxSceneContent::deformerCount() const {
   std::size_t count = skins.size() + blend_shapes.size();
   for (const Skin& skin : skins) count += skin.clusters.size();
   return static_cast<int>(count) + shapeCount();
+}
+
+int FbxSceneContent::animCurveNodeCount() const {
+  std::size_t count = 0;
+  for (const AnimStack& stack : anim_stacks) count += stack.curve_nodes.size();
+  return static_cast<int>(count);
+}
+
+int FbxSceneContent::animCurveCount() const {
+  int count = 0;
+  for (const AnimStack& stack : anim_stacks) {
+    for (const AnimCurveNode& entry : stack.curve_nodes) count += entry.curve_node->GetCurveCount();
+  }
+  return count;
 }

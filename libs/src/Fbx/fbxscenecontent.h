@@ -2,12 +2,15 @@
 // with the names and ids that the file gives it. Documents are written from it.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "btflatmap.h"
 #include "fbxnames.h"
+#include "kfbxanimstack.h"
 #include "kfbxdeformer.h"
 #include "kfbxiopluginregistry.h"
 
@@ -41,6 +44,7 @@ struct FbxSceneContent {
     int attribute;             // kNone for a plain transform
     bool has_scaled_ancestor;  // so that its way of inheriting a scale matters
     std::vector<int> children;
+    std::vector<std::string> user_names{};  // of the node's user properties
     std::int64_t id = 0;
   };
   struct Pose {
@@ -89,6 +93,21 @@ struct FbxSceneContent {
     std::int64_t id = 0;
   };
 
+  struct AnimCurveNode {
+    const KFbxAnimCurveNode* curve_node;
+    int model;               // that moves, or whose mesh the channel belongs to
+    const Channel* channel;  // null for a property of the model
+    std::array<std::int64_t, 3> curve_ids{};
+    std::int64_t id = 0;
+  };
+  struct AnimStack {
+    const KFbxAnimStack* stack;
+    std::string name;
+    std::vector<AnimCurveNode> curve_nodes;  // in the order of the models
+    std::int64_t id = 0;
+    std::int64_t layer_id = 0;
+  };
+
   // Collects the scene. False, with a recorded error, for a scene that cannot be written: a mesh
   // that contradicts itself, a bone outside of the scene, a number that is not finite.
   bool collect(KFbxScene* scene, const KFbxIOSettings& settings, FbxFamily family);
@@ -110,12 +129,19 @@ struct FbxSceneContent {
   std::vector<BlendShape> blend_shapes;
   std::vector<Video> videos;
   std::vector<Texture> textures;
+  std::vector<AnimStack> anim_stacks;
+  // What programs show at first: from the earliest start of a take to the latest end, or a second.
+  KTime time_start = 0;
+  KTime time_stop = KTIME_ONE_SECOND;
+  KFbxFrameRate frame_rate;  // stated where there are takes
   std::int64_t document_id = 0;
 
   // Objects of the types that the file counts together.
   [[nodiscard]] int meshCount() const;
   [[nodiscard]] int shapeCount() const;
   [[nodiscard]] int deformerCount() const;
+  [[nodiscard]] int animCurveNodeCount() const;
+  [[nodiscard]] int animCurveCount() const;
 
  private:
   using Index = BtFlatMap<const void*, int>;
@@ -132,6 +158,10 @@ struct FbxSceneContent {
   bool _collectDeformers(bool with_shapes);
   bool _addSkin(const KFbxSkin& skin, int attribute);
   bool _addBlendShape(const KFbxBlendShape& blend_shape, int attribute, FbxUniqueNames* names);
+  bool _nameUserProperties();
+  [[nodiscard]] bool _hasProperty(const Model& model, const std::string& name) const;
+  bool _collectAnimation(const KFbxScene& scene);
+  bool _addAnimStack(const KFbxAnimStack& stack);
   void _nameObjects71();
   void _nameObjects61();
   void _numberObjects();
@@ -141,4 +171,6 @@ struct FbxSceneContent {
   Index _materials;
   Index _textures;
   Index _videos;
+  Index _channels;                                            // the place in _all_channels
+  std::vector<std::pair<int, const Channel*>> _all_channels;  // each with the model of its mesh
 };

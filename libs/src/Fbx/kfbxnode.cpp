@@ -86,6 +86,16 @@ KFbxSurfacePhong* KFbxNode::GetMaterial(int i) const {
   return _materials[static_cast<std::size_t>(i)];
 }
 
+void KFbxNode::SetUserProperty(const BtStr& name, const KFbxUserProperty::Value& value) {
+  const auto held = std::find_if(_user_properties.begin(), _user_properties.end(),
+                                 [&name](const auto& property) { return property.name == name; });
+  if (held == _user_properties.end()) {
+    _user_properties.push_back({name, value});
+  } else {
+    held->value = value;
+  }
+}
+
 void KFbxNode::_forgetGlobal() {
   // Nothing below a node without a global transform has one.
   if (!_global) return;

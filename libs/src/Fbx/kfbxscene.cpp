@@ -56,3 +56,14 @@ KFbxPose* KFbxScene::GetPose(int i) const {
   BtAssert(i >= 0 && i < GetPoseCount());
   return _poses[static_cast<std::size_t>(i)];
 }
+
+bool KFbxScene::AddAnimStack(KFbxAnimStack* stack) {
+  if (stack == nullptr) return false;
+  _anim_stacks.push_back(stack);
+  return true;
+}
+
+KFbxAnimStack* KFbxScene::GetAnimStack(int i) const {
+  BtAssert(i >= 0 && i < GetAnimStackCount());
+  return _anim_stacks[static_cast<std::size_t>(i)];
+}
