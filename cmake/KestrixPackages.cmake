@@ -31,6 +31,18 @@ if(NOT KESTRIX_SCDOC)
                       "(scripts/setup installs everything)")
 endif()
 
+if(KESTRIX_VIEW)
+  find_program(KESTRIX_NODE node)
+  if(NOT KESTRIX_NODE)
+    message(FATAL_ERROR "node was not found: install the Debian packages nodejs and npm "
+                        "(scripts/setup installs everything), or configure with -DKESTRIX_VIEW=OFF")
+  endif()
+  if(NOT EXISTS ${PROJECT_SOURCE_DIR}/view/node_modules/.package-lock.json)
+    message(FATAL_ERROR "The modules of the viewer are missing: run scripts/setup build (or npm ci "
+                        "--ignore-scripts in view/), or configure with -DKESTRIX_VIEW=OFF")
+  endif()
+endif()
+
 if(KESTRIX_TESTS)
   find_package(GTest QUIET)
   if(NOT GTest_FOUND)

@@ -34,6 +34,29 @@ void SetExportOptions(KFbxIOSettings* settings, bool embed_media) {
   settings->SetBoolProp("Export|AdvOptGrp|Fbx|EMBEDDED", embed_media);
 }
 
+// Sets an exporter up and calls write(exporter).
+template <class Write>
+bool Export(KFbxSdkManager* manager, const BtStr& file_name, bool ascii, bool embed_media,
+            const BtStr& writer_version, Write write) {
+  const int format = FindFormat(manager, writer_version, ascii);
+  if (format < 0) {
+    theExceptObj.set("Unable to determine write format for fbx.");
+    return false;
+  }
+  KFbxExporter* exporter = KFbxExporter::Create(manager, "");
+  if (!exporter->Initialize(file_name, format, nullptr) ||
+      !exporter->SetFileExportVersion(writer_version, KFbxExporter::eFBX_TO_FBX)) {
+    theExceptObj.set("Error returned: %s", exporter->GetLastErrorString());
+    theExceptObj.set("Call to KFbxExporter::Initialize() failed.");
+    exporter->Destroy();
+    return false;
+  }
+  SetExportOptions(exporter->GetIOSettings(), embed_media);
+  const bool saved = write(exporter);
+  exporter->Destroy();
+  return saved;
+}
+
 }  // namespace
 
 WriterChoice FindWriter(KFbxSdkManager* manager, const BtStr& key, bool ascii) {
@@ -57,21 +80,12 @@ WriterChoice FindMotionBuilderWriter(KFbxSdkManager* manager, const BtStr& mb_ve
 
 bool SaveScene(KFbxSdkManager* manager, KFbxScene* scene, const BtStr& file_name, bool ascii,
                bool embed_media, const BtStr& writer_version) {
-  const int format = FindFormat(manager, writer_version, ascii);
-  if (format < 0) {
-    theExceptObj.set("Unable to determine write format for fbx.");
-    return false;
-  }
-  KFbxExporter* exporter = KFbxExporter::Create(manager, "");
-  if (!exporter->Initialize(file_name, format, nullptr) ||
-      !exporter->SetFileExportVersion(writer_version, KFbxExporter::eFBX_TO_FBX)) {
-    theExceptObj.set("Error returned: %s", exporter->GetLastErrorString());
-    theExceptObj.set("Call to KFbxExporter::Initialize() failed.");
-    exporter->Destroy();
-    return false;
-  }
-  SetExportOptions(exporter->GetIOSettings(), embed_media);
-  const bool saved = exporter->Export(scene);
-  exporter->Destroy();
-  return saved;
+  return Export(manager, file_name, ascii, embed_media, writer_version,
+                [&](KFbxExporter* exporter) { return exporter->Export(scene); });
+}
+
+bool SaveSceneInMemory(KFbxSdkManager* manager, KFbxScene* scene, bool ascii, bool embed_media,
+                       const BtStr& writer_version, std::string* bytes) {
+  return Export(manager, "memory", ascii, embed_media, writer_version,
+                [&](KFbxExporter* exporter) { return exporter->Export(scene, bytes); });
 }

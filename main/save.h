@@ -1,6 +1,8 @@
 // Choosing the FBX version that a MotionBuilder release reads, and writing the scene.
 #pragma once
 
+#include <string>
+
 #include "Bt/btstr.h"
 
 class KFbxScene;
@@ -23,3 +25,7 @@ WriterChoice FindMotionBuilderWriter(KFbxSdkManager* manager, const BtStr& mb_ve
 // went wrong and answers false where it cannot.
 bool SaveScene(KFbxSdkManager* manager, KFbxScene* scene, const BtStr& file_name, bool ascii,
                bool embed_media, const BtStr& writer_version);
+
+// The same bytes without a file; none after a failure.
+bool SaveSceneInMemory(KFbxSdkManager* manager, KFbxScene* scene, bool ascii, bool embed_media,
+                       const BtStr& writer_version, std::string* bytes);

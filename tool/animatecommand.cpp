@@ -4,7 +4,6 @@
 #include <iostream>
 #include <memory>
 #include <set>
-#include <string_view>
 
 #include "Ba/bamapping.h"
 #include "Ba/bamodel.h"
@@ -30,37 +29,10 @@ namespace fs = std::filesystem;
 
 constexpr std::size_t kFirstMotion = 2;  // among the files, behind model and mapping
 
-struct LengthUnit {
-  std::string_view name;
-  double metres;
-};
-
-constexpr LengthUnit kLengthUnits[] = {
-    {"millimeters", 0.001}, {"centimeters", 0.01}, {"meters", 1}, {"inches", 0.0254},
-    {"feet", 0.3048},       {"INCHES", 0.0254},    {"METERS", 1},
-};
-
-double MetresOf(std::string_view unit) {
-  for (const LengthUnit& known : kLengthUnits) {
-    if (known.name == unit) return known.metres;
-  }
-  return 0;
-}
-
 double BytesOf(const std::string& file) {
   std::error_code ignored;
   const auto size = fs::file_size(Text(BtTextFileName(file.c_str())), ignored);
   return ignored ? 0 : static_cast<double>(size);
-}
-
-// What is left of a file's name without folder and extensions, and different from all others.
-std::string TakeName(const std::string& file, std::set<std::string>* used) {
-  fs::path name = fs::path(file).filename();
-  if (name.extension() == ".gz" || name.extension() == ".Z") name = name.stem();
-  const std::string stem = name.stem().string();
-  std::string unique = stem;
-  for (int i = 2; !used->insert(unique).second; ++i) unique = stem + "_" + std::to_string(i);
-  return unique;
 }
 
 // One run of the command. Each step tells what went wrong and answers false.
@@ -150,12 +122,7 @@ class Animation {
   }
 
   bool _setUnits() {
-    if (_arguments.angles == "radians") _units.angle = 1;
-    if (_arguments.lengths.empty()) return true;
-    // Lengths of the model times the factor are in its unit.
-    const BaUnits& unit = _model_data.lengthUnits();
-    _units.length = MetresOf(_arguments.lengths) /
-                    (MetresOf(unit.name.view()) * static_cast<double>(unit.factor));
+    _units = UnitsOfVariables(_arguments, _model_data.lengthUnits());
     return (_units.length > 0 && std::isfinite(_units.length)) ||
            _fail(_model_file, "its unit of lengths cannot be converted");
   }

@@ -79,6 +79,7 @@ int RunCheck(const Arguments& arguments);
 int RunDiff(const Arguments& arguments);
 int RunConvertModel(const Arguments& arguments);
 int RunPicture(const Arguments& arguments);
+int RunView(const Arguments& arguments);
 int RunMotionRom(const Arguments& arguments);
 int RunMotionInfo(const Arguments& arguments);
 int RunMotionResample(const Arguments& arguments);

@@ -9,6 +9,10 @@
 #include <vector>
 
 enum class Severity { Note, Warning, Error };
+inline const char* SeverityName(Severity severity) {
+  constexpr const char* kNames[] = {"note", "warning", "error"};
+  return kNames[static_cast<int>(severity)];
+}
 
 // Codes are for scripts and never change their meaning.
 struct FindingKind {

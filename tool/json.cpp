@@ -5,6 +5,7 @@
 
 #include "Ba/bamapping.h"
 #include "fbxfacts.h"
+#include "findings.h"
 #include "modelfacts.h"
 #include "rotationorder.h"
 
@@ -207,6 +208,23 @@ Json ToJson(const FbxFacts& facts) {
                                           {"embedded_bytes", video.embedded_bytes}};
                             })},
           {"pose_nodes", facts.pose_nodes}};
+}
+
+Json ToJson(const Findings& findings) {
+  Json list = Json::array();
+  for (const Finding& finding : findings.list()) {
+    list.push_back(
+        {{"code", finding.kind->code},
+         {"severity", SeverityName(finding.kind->severity)},
+         {"summary", finding.kind->text},
+         {"place",
+          {{"kind", finding.place.kind},
+           {"name", finding.place.name.empty() ? Json(nullptr) : Json(finding.place.name)},
+           {"id", finding.place.id ? Json(*finding.place.id) : Json(nullptr)}}},
+         {"text", finding.text},
+         {"count", finding.count}});
+  }
+  return list;
 }
 
 Json ToJson(const BaUnlockedMapping& mapping) {

@@ -9,6 +9,7 @@
 #include "modelfacts.h"
 
 struct FbxFacts;
+class Findings;
 class BaUnlockedMapping;
 
 // Keys stay in the order in which they are set.
@@ -24,4 +25,5 @@ Json ToJson(const Box& box);                        // null where it is empty
 Json ToJson(const std::vector<Message>& messages);  // the warnings
 Json ToJson(const ModelFacts& facts);
 Json ToJson(const FbxFacts& facts);
+Json ToJson(const Findings& findings);
 Json ToJson(const BaUnlockedMapping& mapping);

@@ -1,9 +1,12 @@
 // What the commands on motion files share.
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
+#include "Ba/baframe.h"
+#include "Ba/baunits.h"
 #include "inputs.h"
 
 class BaMotion;
@@ -11,6 +14,12 @@ struct Arguments;
 
 // Reads a motion file at the rate that was given, if one was; answers what was recorded meanwhile.
 std::vector<Message> ReadMotion(const std::string& file, double rate, BaMotion* motion);
+// What is left of a motion file's name without folder and extensions; "_2", "_3" ... behind it make
+// it different from those in `used`, which it joins.
+std::string TakeName(const std::string& file, std::set<std::string>* used);
+// What --angles and --lengths say of variables, for a model with this unit of lengths. The length
+// is 0 where the two units cannot be compared.
+BaVariableUnits UnitsOfVariables(const Arguments& arguments, const BaUnits& model_unit);
 // Writes a motion file; complains where that fails, and answers the exit status.
 int WriteMotion(const std::string& file, const BaMotion& motion);
 // Complains of an option whose value is not above zero; `may_be_absent` allows 0, which stands for

@@ -1,0 +1,73 @@
+// Pages of the program in a real Chromium, which is kept off the network.
+import { spawnSync } from 'node:child_process';
+import { existsSync, mkdtempSync, rmSync, statSync } from 'node:fs';
+import { tmpdir } from 'node:os';
+import { dirname, join, resolve } from 'node:path';
+import { fileURLToPath, pathToFileURL } from 'node:url';
+import { chromium } from 'playwright-core';
+
+const here = dirname(fileURLToPath(import.meta.url));
+export const root = resolve(here, '../..');
+export const samples = join(root, 'samples');
+const tool = process.env.KESTRIX_TOOL ?? join(root, 'build/release/kestrix-tool');
+
+const folder = mkdtempSync(join(tmpdir(), 'kestrix-view-'));
+process.on('exit', () => rmSync(folder, { recursive: true, force: true }));
+let count = 0;
+export const freshPath = (suffix) => join(folder, `${++count}${suffix}`);
+
+/** Runs the tool; answers its exit status and its two outputs. */
+export function runTool(args) {
+  const result = spawnSync(tool, args, { encoding: 'utf8', maxBuffer: 1 << 28 });
+  if (result.error) throw result.error;
+  return result;
+}
+
+/** Writes the page of a model; answers its path. Anything on standard error is a failure. */
+export function writePage(files, options = []) {
+  const page = freshPath('.html');
+  const { status, stderr } = runTool(['view', ...files, ...options, '-o', page]);
+  if (status !== 0 || stderr !== '' || !existsSync(page)) {
+    throw new Error(`view ${files.join(' ')}: status ${status}\n${stderr}`);
+  }
+  return page;
+}
+
+export const sizeOf = (path) => statSync(path).size;
+
+// Software rendering, and nothing that would call home.
+const flags = ['--no-sandbox', '--disable-gpu', '--use-gl=angle', '--use-angle=swiftshader',
+  '--enable-unsafe-swiftshader', '--disable-quic', '--no-first-run', '--disable-sync',
+  '--disable-background-networking', '--disable-component-update', '--hide-scrollbars',
+  '--host-resolver-rules=MAP * ~NOTFOUND'];
+
+export const launch = () => chromium.launch({
+  executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium', headless: true, args: flags,
+});
+
+/**
+ * Opens a page; answers it with what went wrong: errors and warnings of the console, exceptions,
+ * and requests for anything but the page itself and what it holds.
+ */
+export async function open(browser, path, settings = {}) {
+  const context = await browser.newContext({
+    viewport: { width: 1280, height: 800 }, ...settings });
+  const page = await context.newPage();
+  const complaints = [];
+  page.on('console', (message) => {
+    // Reading the picture back, as tests do, makes the driver remark on it.
+    const remark = /GL Driver Message/.test(message.text());
+    if (['error', 'warning'].includes(message.type()) && !remark) complaints.push(message.text());
+  });
+  page.on('pageerror', (error) => complaints.push(String(error)));
+  const url = pathToFileURL(path).href;
+  page.on('request', (request) => {
+    if (request.url() !== url && !/^(blob|data):/.test(request.url())) {
+      complaints.push(`asks for ${request.url()}`);
+    }
+  });
+  await page.goto(url);
+  await page.waitForFunction(() => globalThis.kestrixView?.frames() > 0 ||
+    !document.getElementById('trouble').hidden);
+  return { page, complaints, close: () => context.close() };
+}

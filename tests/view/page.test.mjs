@@ -1,0 +1,254 @@
+// The page in a real browser: what it shows, what it answers to, and what it must not do.
+import assert from 'node:assert/strict';
+import { spawnSync } from 'node:child_process';
+import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import { dirname, join } from 'node:path';
+import { after, before, test } from 'node:test';
+import { freshPath, launch, open, root, runTool, samples, sizeOf, writePage } from './browser.mjs';
+import { poseOf, readTransforms } from './library.mjs';
+
+let browser;
+before(async () => { browser = await launch(); });
+after(() => browser?.close());
+
+const filesOf = (name, model = name) =>
+  [join(samples, `${model}.mdl`), join(samples, `${name}.dof`)];
+
+// The same numbers in every run, from -1 to 1.
+function randomFrom(seed) {
+  let state = seed;
+  return () => {
+    state = (Math.imul(state, 1664525) + 1013904223) >>> 0;
+    return state / 2 ** 31 - 1;
+  };
+}
+
+/** The largest difference of any entry of any body's matrix, parts of turns taken in the size. */
+function worstOf(joints, wanted, size) {
+  assert.deepEqual(joints.map(({ id }) => id).sort((a, b) => a - b),
+    [...wanted.keys()].sort((a, b) => a - b));
+  return Math.max(...joints.flatMap(({ id, world }) => wanted.get(id).slice(0, 3).flatMap((row, r) =>
+    row.map((value, c) => Math.abs(value - world[4 * c + r]) * (c === 3 ? 1 : size)))));
+}
+
+for (const [name, options, measures] of [
+  ['fox', [], { scale: 2.54 }],
+  ['robot', ['--mesh-per-body', '--lengths', 'feet'], { scale: 2.54, length: 12 }],
+  ['walker', ['--scale-factor', '0.37', '--angles', 'radians'], { scale: 0.37, angle: 1 }]]) {
+  test(`${name}: bodies stand where the formula puts them`, async () => {
+    const [model, mapping] = filesOf(name);
+    const { page, complaints, close } = await open(browser, writePage([model, mapping], options));
+    const variables = [...new Set([...readTransforms(mapping).values()].flat()
+      .flatMap(({ terms }) => terms.map(([variable]) => variable)))];
+    const random = randomFrom(7);
+    // Nothing, each variable alone, and all of them together three times.
+    const frames = [new Map(), ...variables.map((variable) => new Map([[variable, 50]])),
+      ...[1, 2, 3].map(() => new Map(variables.map((variable) => [variable, 70 * random()])))];
+    const answers = await page.evaluate((list) => list.map((values) => {
+      kestrixView.reset();
+      for (const [variable, value] of values) kestrixView.set(variable, value);
+      return kestrixView.joints();
+    }), frames.map((frame) => [...frame]));
+    const rest = [...poseOf(model, mapping, new Map(), measures).values()];
+    const size = Math.max(...rest.map((world) => Math.hypot(world[0][3], world[1][3], world[2][3])));
+    answers.forEach((joints, i) => {
+      const worst = worstOf(joints, poseOf(model, mapping, frames[i], measures), size);
+      assert.ok(worst < 1e-4 * size, `frame ${i}: ${worst} of ${size}`);
+    });
+    assert.deepEqual(complaints, []);
+    await close();
+  });
+}
+
+test('takes play, pause, loop and can be scrubbed', async () => {
+  const motion = freshPath('.csv');
+  writeFileSync(motion, 'time,v21,22\n1,0,5\n1.5,40,5\n1.75,20,-5\n');
+  const files = [...filesOf('fox'), motion, motion];
+  const { page, complaints, close } = await open(browser, writePage(files));
+  const valueOf = (variable) => page.evaluate((id) => kestrixView.value(id), variable);
+  assert.match((await page.getByLabel('Take').allInnerTexts()).join(), /^(.+)\s+\1_2$/);
+  await page.evaluate(() => { kestrixView.set(30, 9); kestrixView.seek(1, 1.25); });
+  assert.deepEqual([await valueOf(21), await valueOf(22), await valueOf(30)], [20, 5, 0]);
+  const row = page.getByLabel('value of variable 21');
+  await row.scrollIntoViewIfNeeded();
+  await page.waitForFunction((field) => field.value === '20', await row.elementHandle());
+  await page.getByLabel('Time').fill('1.625');
+  assert.deepEqual([await valueOf(21), await valueOf(22)], [30, 0]);
+
+  await page.locator('#canvas').focus();
+  await page.keyboard.press(' ');
+  await page.waitForFunction(() => kestrixView.value(22) === 5);  // only before 1.5 s: it has looped
+  await page.getByLabel('loop').uncheck();
+  await page.getByRole('button', { name: 'Play' }).waitFor();
+  assert.deepEqual([await valueOf(21), await valueOf(22)], [20, -5]);
+  await page.getByLabel('Speed').selectOption('0.1');
+  await page.getByRole('button', { name: 'Play' }).click();
+  await page.waitForFunction(() => kestrixView.value(21) > 1);
+  await page.getByRole('button', { name: 'Pause' }).click();
+  const stopped = await valueOf(21);
+  assert.ok(stopped < 39, `${stopped}`);
+  await page.waitForTimeout(200);
+  assert.equal(await valueOf(21), stopped);
+  assert.deepEqual(complaints, []);
+  await close();
+});
+
+test('the page holds the very bytes that kestrix writes', () => {
+  const fbx = freshPath('.fbx');
+  const kestrix = process.env.KESTRIX ?? join(root, 'build/release/kestrix');
+  assert.equal(spawnSync(kestrix, [...filesOf('fox'), fbx]).status, 0);
+  const path = writePage(filesOf('fox'));
+  const [, text] = /id="kestrix-fbx">([^<]*)</.exec(readFileSync(path, 'utf8'));
+  assert.ok(Buffer.from(text, 'base64').equals(readFileSync(fbx)));
+  assert.ok(sizeOf(path) - text.length < 800_000, 'the viewer is too large');
+});
+
+test('clicks, keys, search, sliders and findings', async () => {
+  const { page, complaints, close } = await open(browser, writePage(filesOf('fox')));
+  const chosen = () => page.evaluate(() => kestrixView.chosen());
+  const picture = () => page.locator('#canvas').screenshot();
+  const canvas = await page.locator('#canvas').boundingBox();
+
+  const head = await page.evaluate(() => kestrixView.place(7));
+  await page.mouse.move(canvas.x + head.x, canvas.y + head.y);
+  await page.locator('#tip', { hasText: 'b_Head_05' }).waitFor();
+  await page.mouse.click(canvas.x + head.x, canvas.y + head.y);
+  assert.equal(await chosen(), 7);
+  assert.deepEqual(await page.locator('.card li').allTextContents(), [
+    'moves along X: nothing', 'moves along Y: nothing', 'moves along Z: nothing',
+    'turns about X: v22 = 0°', 'turns about Y: 0.5 × v22 − 0.125 × v23 − 0.25 = -0.25°',
+    'turns about Z: v23 = 0°']);
+
+  const before_ = await picture();
+  await page.locator('.card button', { hasText: /^v22$/ }).click();
+  await page.keyboard.press('End');
+  assert.equal(await page.evaluate(() => kestrixView.value(22)), 180);
+  await page.getByLabel('value of variable 22').fill('-400.5');
+  assert.equal(await page.evaluate(() => kestrixView.value(22)), -400.5);
+  assert.ok(!before_.equals(await picture()));
+  await page.getByRole('button', { name: 'Reset all' }).click();
+  assert.equal(await page.evaluate(() => kestrixView.value(22)), 0);
+  await page.getByLabel('swing variable 22').click();
+  await page.waitForFunction(() => Math.abs(kestrixView.value(22)) > 5);
+  await page.keyboard.press('Escape');
+  assert.equal(await chosen(), null);
+  assert.equal(await page.getByLabel('swing variable 22').getAttribute('aria-pressed'), 'false');
+
+  await page.keyboard.press('/');
+  await page.keyboard.type('tail02');
+  await page.keyboard.press('Enter');
+  assert.equal(await page.locator('[aria-selected=true][role=treeitem]').textContent(), 'b_Tail02_013');
+  await page.locator('#canvas').focus();
+  await page.keyboard.press(']');
+  const next = await chosen();
+  await page.keyboard.press('[');
+  assert.notEqual(await chosen(), next);
+
+  await page.getByRole('tab', { name: 'Findings' }).click();
+  await page.locator('.findings button', { hasText: 'b_RightHand_08' }).click();
+  assert.equal(await chosen(), 10);
+  await page.getByRole('tab', { name: 'Show' }).click();
+  for (const name of ['Materials', 'Textures', 'Wireframe', 'Normals', 'Weights', 'Bounding box',
+    'Skeleton', 'Grid', 'Rest pose']) {
+    const old = await picture();
+    await page.getByLabel(name).click();
+    await page.waitForTimeout(250);
+    // Textures are not to be seen while materials are off.
+    if (name !== 'Textures') assert.ok(!old.equals(await picture()), name);
+  }
+  assert.deepEqual(complaints, []);
+  await close();
+});
+
+test('sliders of shapes move the mesh, driven or not', async () => {
+  const { page, close } = await open(browser, writePage(filesOf('robot', 'robot-v2')));
+  await page.getByLabel('Search variables').fill('shape');
+  const shapes = page.locator('.variables > li:visible');
+  assert.equal(await shapes.count(), 3);
+  const picture = () => page.locator('#canvas').screenshot();
+  await page.getByRole('button', { name: 'front', exact: true }).click();
+  for (let i = 0; i < 3; ++i) {
+    const old = await picture();
+    await shapes.nth(i).locator('input[type=number]').fill('3');
+    await page.waitForTimeout(200);
+    assert.ok(!old.equals(await picture()), `shape ${i}`);
+  }
+  await close();
+});
+
+test('names do no harm', async () => {
+  const name = '</script><img/src=x/onerror=window.harmed=1>';
+  const folder = freshPath('');
+  mkdirSync(folder);
+  const model = join(folder, '<b onload=window.harmed=1>.mdl');
+  const body = (id, text) =>
+    `X\n${text}\n${id}\n<NOT_YET_ASSIGNED>\n0\n1 0 0\n0 1 0\n0 0 1\n0 0 0\n`;
+  writeFileSync(model, `Zov Graphic Model File\nv1.30\n${body(1, name)}${body(2, '<!--<script>')}`);
+  const { page, complaints, close } = await open(browser, writePage([model]));
+  assert.equal(await page.evaluate(() => globalThis.harmed), undefined);
+  assert.equal(await page.locator('img, b[onload]').count(), 0);
+  assert.deepEqual(await page.locator('[role=treeitem]').allTextContents(), [name, '<!--<script>']);
+  assert.equal(await page.locator('h1').textContent(), '<b onload=window.harmed=1>.mdl');
+  // What the page itself would let through, its policy stops.
+  await page.evaluate(() => {
+    document.body.append(Object.assign(document.createElement('script'), { text: 'harmed = 1' }));
+    return fetch('https://example.com').catch(() => {});
+  });
+  assert.equal(await page.evaluate(() => globalThis.harmed), undefined);
+  assert.ok(complaints.length >= 2 && complaints.every((text) =>
+    /Content Security Policy/.test(text)), complaints.join('\n'));
+  await close();
+});
+
+test('a missing picture is a finding, and its material can be shown', async () => {
+  const model = freshPath('.mdl');
+  writeFileSync(model, readFileSync(filesOf('fox')[0]));
+  const { page, complaints, close } = await open(browser, writePage([model]));
+  await page.getByRole('tab', { name: 'Findings' }).click();
+  const old = await page.locator('#canvas').screenshot();
+  await page.locator('.findings button', { hasText: 'texture-missing' }).click();
+  await page.waitForTimeout(200);
+  assert.ok(!old.equals(await page.locator('#canvas').screenshot()));
+  assert.deepEqual(complaints, []);
+  await close();
+});
+
+test('fits a phone, in dark and light', async () => {
+  const path = writePage(filesOf('fox'));
+  const stages = [];
+  for (const colorScheme of ['dark', 'light']) {
+    const { page, close } =
+      await open(browser, path, { viewport: { width: 360, height: 640 }, colorScheme });
+    assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), 360);
+    for (const tab of ['Bodies', 'Variables', 'Findings', 'Show']) {
+      await page.getByRole('tab', { name: tab }).click();
+      assert.ok(await page.locator(`#${tab.toLowerCase()}`).isVisible(), tab);
+    }
+    stages.push(await page.locator('#canvas').screenshot());
+    await close();
+  }
+  assert.ok(!stages[0].equals(stages[1]));
+});
+
+test('what cannot be converted makes no page', () => {
+  const bad = freshPath('.mdl');
+  writeFileSync(bad, 'Zov Graphic Model File\nv1.30\nX\nbroken');
+  const [fox, foxDof] = filesOf('fox');
+  const motion = freshPath('.csv');
+  writeFileSync(motion, 'time,v999\n0,1\n');
+  const [, walkerDof] = filesOf('walker');
+  for (const [args, status, words] of [
+    [[bad], 2, 'Unable to read body data'], [[fox, walkerDof], 1, 'mapped-body-missing: body 33'],
+    [[fox, foxDof, motion], 2, 'variable 999 is above 64'], [['none.mdl'], 2, 'Unable to open'], [[fox, '--scale-factor', '0'], 2, '--scale-factor']]) {
+    const out = freshPath('.html');
+    const answer = runTool(['view', ...args, '-o', out]);
+    assert.equal(answer.status, status, words);
+    assert.match(answer.stderr, new RegExp(words));
+    assert.ok(!existsSync(out) && existsSync(dirname(out)));
+  }
+  const copy = freshPath('.mdl');
+  writeFileSync(copy, readFileSync(fox));
+  const { status, stderr } = runTool(['view', copy, foxDof, '-o', copy]);
+  assert.deepEqual([status, /is one of the files that were read/.test(stderr)], [2, true]);
+  assert.ok(readFileSync(copy).equals(readFileSync(fox)));
+});

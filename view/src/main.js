@@ -1,0 +1,211 @@
+// Puts the page together.
+import { Vector3 } from 'three';
+import { BodyTree } from './bodies.js';
+import { Character } from './character.js';
+import { controlsOf, readEmbedded } from './data.js';
+import { byId, element, shown } from './dom.js';
+import { Findings } from './findings.js';
+import { listenToKeys } from './keys.js';
+import { Looks } from './looks.js';
+import { Player } from './player.js';
+import { Show } from './show.js';
+import { SkeletonOverlay } from './skeleton.js';
+import { Stage } from './stage.js';
+import { State } from './state.js';
+import { Tabs } from './tabs.js';
+import { Variables } from './variables.js';
+
+/** "height 172.4 cm, width 60 cm, depth 30 cm with -scale_factor 2.54". */
+function measureOf(data, box) {
+  const size = box.getSize(new Vector3());
+  const [width, height, depth] = size.toArray().map((value) => shown(value, 1));
+  return [`height ${height} cm, width ${width} cm, depth ${depth} cm with `,
+    element('span', {}, `-scale_factor ${shown(data.scaleFactor, 6)}`)];
+}
+
+/** Hovering and clicking of joints in the picture. */
+function listenToPointer(canvas, overlay, state, chosen) {
+  const tip = byId('tip');
+  let down = null;
+  const placeOf = (event) => [event.offsetX, event.offsetY];
+  canvas.addEventListener('pointerdown', (event) => { down = placeOf(event); });
+  canvas.addEventListener('pointerup', (event) => {
+    const [x, y] = placeOf(event);
+    if (down === null || Math.hypot(x - down[0], y - down[1]) > 4) return;
+    const body = overlay.pick(x, y);
+    if (body !== null) chosen(body);
+  });
+  canvas.addEventListener('pointermove', (event) => {
+    if (event.buttons === 0) state.choose('hovered', overlay.pick(...placeOf(event)));
+    tip.style.left = `${event.offsetX + 14}px`;
+    tip.style.top = `${event.offsetY + 14}px`;
+  });
+  canvas.addEventListener('pointerleave', () => state.choose('hovered', null));
+  state.on('values', () => state.choose('hovered', null));  // what moves is no longer there
+  state.on('hovered', () => {
+    const joint = overlay.character.jointOf.get(state.hovered);
+    tip.hidden = !joint || !canvas.matches(':hover');
+    tip.textContent = joint?.body.name ?? '';
+    canvas.classList.toggle('pointing', Boolean(joint));
+  });
+}
+
+function start() {
+  const { data, fbx } = readEmbedded();
+  document.title = `${data.title} - kestrix view`;
+  byId('title').textContent = data.title;
+  const canvas = byId('canvas');
+  const controls = controlsOf(data);
+  const controlOf = new Map(controls.map((control) => [control.id, control]));
+  const state = new State();
+  const stage = new Stage(canvas);
+  let looks = null;
+  const character = new Character(data, fbx, () => {
+    if (looks && character.takePictures()) looks.apply();
+  });
+  stage.scene.add(character.root);
+  byId('measure').append(...measureOf(data, character.restBox));
+  stage.furnish(character.restBox, character.size);
+  byId('legend').textContent = `grid ${stage.step} cm`;
+  byId('legend').hidden = false;
+  looks = new Looks(character, stage, state);
+  const overlay = new SkeletonOverlay(character, stage, state);
+
+  const tabs = new Tabs(byId('tabs'), [
+    { id: 'bodies', label: 'Bodies' }, { id: 'variables', label: 'Variables' },
+    { id: 'findings', label: `Findings (${data.findings.length})` }, { id: 'show', label: 'Show' }]);
+  const draw = () => stage.invalidate();
+  const { measures } = character;
+  const half = +(Math.PI / measures.angle).toFixed(9);
+  const variables = new Variables(byId('variables'), data, controls, state, half,
+    character.size / measures.length, () => {
+      player.pause();
+      draw();
+    });
+  const player = new Player(byId('player'), data, controls, state, () => {
+    variables.stopSwings();
+    draw();
+  });
+  const showControl = (id) => {
+    tabs.reveal('variables');
+    variables.show(id);
+  };
+  const tree = new BodyTree(byId('bodies'), data, state, showControl);
+  const chooseBody = (id) => {
+    tabs.reveal('bodies');
+    state.choose('body', id);
+  };
+  new Findings(byId('findings'), data, character.remarks, ({ kind, name, id }) => {
+    state.choose('material', kind === 'material' ? name : null);
+    const slider = kind === 'slider' && data.sliders.find((one) => one.name === name);
+    if (kind === 'body' && id !== null && character.jointOf.has(id)) {
+      state.choose('body', id);
+      stage.reveal(new Vector3().setFromMatrixPosition(character.jointOf.get(id).node.matrixWorld));
+    }
+    if (kind === 'variable' && controlOf.has(id)) showControl(id);
+    if (slider) showControl(slider.control);
+  });
+
+  const look = (id, label, checked = false) =>
+    ({ id, label, checked, set: (on) => looks.set(id, on) });
+  const show = new Show(byId('show'), [
+    look('materials', 'Materials', true), look('textures', 'Textures', true),
+    look('wireframe', 'Wireframe'), look('normals', 'Normals'),
+    look('weights', 'Weights of the chosen body'), look('box', 'Bounding box'),
+    { id: 'skeleton', label: 'Skeleton', checked: true, set: (on) => overlay.setVisible(on) },
+    { id: 'grid', label: 'Grid', checked: true, set: (on) => { stage.grid.visible = on; draw(); } },
+    { id: 'rest', label: 'Rest pose', checked: false, set: (on) => state.setRest(on) },
+  ]);
+
+  const stop = () => {
+    player.pause();
+    variables.stopSwings();
+    state.choose('material', null);
+    state.choose('body', null);
+    state.choose('control', null);
+  };
+  const step = (by) => {
+    const at = data.bodies.findIndex(({ id }) => id === state.body);
+    const count = data.bodies.length;
+    if (count > 0) chooseBody(data.bodies[(at + by + count) % count].id);
+  };
+  const views = [['fit', 'f'], ['front', '1'], ['side', '2'], ['top', '3']];
+  byId('views').append(
+    ...views.map(([view, key]) => element('button', { type: 'button', title: `key ${key}`,
+      onclick: () => stage.look(view) }, view)),
+    element('button', { type: 'button', title: 'Keys', onclick: () => byId('help').showModal() }, '?'));
+  const turn = { ArrowLeft: [-0.1, 0], ArrowRight: [0.1, 0], ArrowUp: [0, -0.1], ArrowDown: [0, 0.1] };
+  listenToKeys([
+    ...views.map(([view, key]) => ({ keys: [key], text: view, run: () => stage.look(view) })),
+    { keys: Object.keys(turn), text: 'turn', canvas: true, run: (key) => stage.orbit(...turn[key]) },
+    { keys: ['+', '='], text: 'nearer', run: () => stage.orbit(0, 0, 0.85) },
+    { keys: ['-'], text: 'farther', run: () => stage.orbit(0, 0, 1 / 0.85) },
+    { keys: [' '], text: 'play or pause', run: () => player.toggle() },
+    { keys: ['r'], text: 'reset all variables', run: () => { player.pause(); variables.reset(); } },
+    { keys: ['s'], text: 'swing the variable used last', run: () =>
+      state.control && variables.toggleSwing(state.control) },
+    { keys: ['p'], text: 'rest pose', run: () => show.toggle('rest') },
+    { keys: ['k'], text: 'skeleton', run: () => show.toggle('skeleton') },
+    { keys: ['w'], text: 'weights of the chosen body', run: () => show.toggle('weights') },
+    { keys: ['t'], text: 'textures', run: () => show.toggle('textures') },
+    { keys: ['['], text: 'body before', run: () => step(-1) },
+    { keys: [']'], text: 'next body', run: () => step(1) },
+    { keys: ['/'], text: 'search bodies', run: () => { tabs.reveal('bodies'); tree.search.focus(); } },
+    { keys: ['Escape'], text: 'stop, choose nothing', run: stop },
+    { keys: ['?'], text: 'these keys', run: () => byId('help').showModal() },
+  ], canvas);
+  listenToPointer(canvas, overlay, state, chooseBody);
+
+  let posed = false;
+  const pose = () => character.pose(state.valueOf, state.rest);
+  state.on('values', () => { posed = false; draw(); });
+  for (const event of ['body', 'hovered', 'control']) state.on(event, draw);
+  state.on('material', () => looks.apply());
+  state.on('body', () => { if (looks.settings.weights) looks.apply(); });
+  const bringUpToDate = () => {
+    if (!posed) {
+      pose();
+      posed = true;
+      looks.updateBox();
+      variables.update();
+      tree.update();
+      show.boxes.get('rest').checked = state.rest;
+    }
+    overlay.update();
+  };
+  stage.beforeDraw.push((time) => variables.tick(time), (time) => player.tick(time), bringUpToDate);
+  character.takePictures();
+  looks.apply();
+  publish({ data, state, stage, character, controls, player, pose });
+}
+
+/** What scripts may ask of the page; docs/view.md describes it. */
+function publish({ data, state, stage, character, controls, player, pose }) {
+  globalThis.kestrixView = Object.freeze({
+    variables: () => controls.map(({ id }) => id),
+    value: (id) => state.valueOf(id),
+    set: (id, value) => state.setValue(id, value),
+    rest: (on) => state.setRest(on),
+    reset: () => state.reset(),
+    choose: (id) => state.choose('body', id),
+    chosen: () => state.body,
+    seek: (take, time) => { player.setTake(data.takes[take]); player.seek(time); },
+    joints: () => {
+      pose();
+      return character.joints.map(({ body, node }) =>
+        ({ id: body.id, name: body.name, world: [...node.matrixWorld.elements] }));
+    },
+    place: (id) => stage.project(
+      new Vector3().setFromMatrixPosition(character.jointOf.get(id).node.matrixWorld)),
+    frames: () => stage.frames,
+  });
+}
+
+try {
+  start();
+} catch (error) {
+  const trouble = byId('trouble');
+  trouble.textContent = `This page cannot show the character: ${error.message}`;
+  trouble.hidden = false;
+  console.error(error);
+}
