@@ -68,11 +68,12 @@ struct Extras {
 
 // Adds one more model; false after a recorded error.
 bool AddOne(const std::string& text, const std::string& out_file, const BaModel& base,
-            BaModelCombine* combine, Extras* extras) {
+            BaModelCombine* combine, Extras* extras, SourceFiles* sources) {
   Addition addition;
   if (!ParseAddition(text, &addition)) return false;
   BaModel model;
   if (!ReadAddition(addition.file, &model)) return false;
+  sources->add(model.sourceFiles());
   if (!(model.lengthUnits() == base.lengthUnits())) {
     theExceptObj.setAsWarning("The length unit of '%s' is another one.  Lengths are kept.",
                               addition.file.c_str());
@@ -186,7 +187,7 @@ void WarnOfDocumentLosses(const BaModel& model) {
 }  // namespace
 
 bool AddModels(const std::vector<std::string>& additions, const std::string& out_file,
-               std::unique_ptr<BaModel>* model) {
+               std::unique_ptr<BaModel>* model, SourceFiles* sources) {
   if (additions.empty()) return true;
   auto combined = std::make_unique<BaModel>();
   combined->beginLoad();
@@ -198,7 +199,7 @@ bool AddModels(const std::vector<std::string>& additions, const std::string& out
   extras.add(**model);
   if (!combine.add(**model, 0, "")) return false;
   for (const std::string& text : additions) {
-    if (!AddOne(text, out_file, **model, &combine, &extras)) return false;
+    if (!AddOne(text, out_file, **model, &combine, &extras, sources)) return false;
   }
   if (!combined->endLoad()) return false;
   Extras kept;

@@ -2,8 +2,11 @@
 
 #include "Bt/btexcept.h"
 #include "bttextfile.h"
+#include "sourcefiles.h"
 
-bool WriteWholeFile(const std::string& file, const std::function<void(std::ostream&)>& print) {
+bool WriteWholeFile(const std::string& file, const SourceFiles& sources,
+                    const std::function<void(std::ostream&)>& print) {
+  if (!sources.checkOutput(file.c_str())) return false;
   BtOutputFile output{BtStr(file.c_str())};
   if (output.isOpen()) {
     print(output.stream());
