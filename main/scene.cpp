@@ -49,8 +49,7 @@ bool AreFinite(const BaMDVertexEffects& effects) {
 }
 
 bool CannotWrite(const BtStr& name, const char* fault) {
-  theExceptObj.set("Unable to write \"%s\": %s.", static_cast<const char*>(name), fault);
-  return false;
+  return BtFail("Unable to write \"%s\": %s.", static_cast<const char*>(name), fault);
 }
 
 // Files hold finite numbers only, but models may come from elsewhere.

@@ -10,6 +10,5 @@ bool WriteWholeFile(const std::string& file, const std::function<void(std::ostre
     if (BtError()) return false;  // gives the file up
     if (output.close()) return true;
   }
-  theExceptObj.set("Unable to write '%s'.", file.c_str());
-  return false;
+  return BtFail("Unable to write '%s'.", file.c_str());
 }

@@ -78,6 +78,9 @@ class BtExceptionHandler {
 // The one error state.
 extern BtExceptionHandler theExceptObj;
 
+// Each records an error as `set()` does and answers false, so that an operation can end with it.
+bool BtFail(const char* format, ...) __attribute__((format(printf, 1, 2)));
+bool BtFail(const BtStr& message);
 // True when an error, not a warning, is recorded.
 bool BtError();
 // Prints what is recorded on standard error and clears it; true when it was an error.

@@ -161,6 +161,19 @@ void BtExceptionHandler::_record(bool warning, const BtStr& message) {
   _exception = std::make_unique<BtExcept>(warning, message, _exception).release();
 }
 
+bool BtFail(const char* format, ...) {
+  std::va_list args;
+  va_start(args, format);
+  const BtStr message = BtVFormat(format, args);
+  va_end(args);
+  return BtFail(message);
+}
+
+bool BtFail(const BtStr& message) {
+  theExceptObj.set(message);
+  return false;
+}
+
 bool BtError() { return theExceptObj.errorOccurred(); }
 
 bool BtReportError() {

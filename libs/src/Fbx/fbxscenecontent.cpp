@@ -36,8 +36,7 @@ auto& At(std::vector<T>& list, int i) {
 }
 
 bool Fail(const KFbxObject& object, const char* what) {
-  theExceptObj.set("Unable to write \"%s\": %s.", object.GetName(), what);
-  return false;
+  return BtFail("Unable to write \"%s\": %s.", object.GetName(), what);
 }
 
 bool IsFinite(const KFbxXMatrix& matrix) {

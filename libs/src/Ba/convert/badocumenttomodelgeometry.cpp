@@ -66,7 +66,7 @@ bool GeometryExtractor::_extractGroup(const BaMDMaterialGroup& group) {
   const BaMaterial* material =
       group.material().isNull() ? nullptr : _model->materialByName(group.material());
   if (material == nullptr) {
-    return BaFail("MATERIAL_GROUP specifies a material, \"" + BaShown(group.material()) +
+    return BtFail("MATERIAL_GROUP specifies a material, \"" + BaShown(group.material()) +
                   "\", that does not exist.");
   }
   for (const BaMDBone& md_bone : group.bones()) {
@@ -169,7 +169,7 @@ bool BaExtractGeometry(const BaMDGeometry& geometry, BaSetVertices* vertices,
                        const BaBodiesByName& bodies, BaModel* model) {
   const auto body = bodies.find(geometry.bodyName());
   if (body == bodies.end()) {
-    return BaFail("GEOMETRY section specifies a body, \"" + BaShown(geometry.bodyName()) +
+    return BtFail("GEOMETRY section specifies a body, \"" + BaShown(geometry.bodyName()) +
                   "\", that does not exist.");
   }
   if (vertices != nullptr && !vertices->begin(*body->second, bodies)) return false;

@@ -21,7 +21,7 @@ bool BaSetVertices::_addSource(const BaMDVertexEffects& effects, const BaBody& b
   if (source.flex != nullptr) {
     const auto target = bodies.find(source.flex->bodyName());
     if (target == bodies.end()) {
-      return BaFail("A flexible vertex effect on body \"" + body.name() +
+      return BtFail("A flexible vertex effect on body \"" + body.name() +
                     "\" flexes to a non-existing body \"" + BaShown(source.flex->bodyName()) +
                     "\".");
     }

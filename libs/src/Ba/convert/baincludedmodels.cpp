@@ -59,7 +59,7 @@ bool BaModelData::_combineIncludes(const IncludeTarget& target, long long body_i
     if (!target.chain->enter(file_name) ||
         !_combineFile(file_name, target, body_id_offset + include->bodyIdOffset(),
                       include->bodyNameSuffix() + body_name_suffix)) {
-      return BaFail("Unable to include sub-model.");
+      return BtFail("Unable to include sub-model.");
     }
     target.chain->leave();
   }
@@ -74,11 +74,11 @@ bool BaModelData::_combineFile(const BtStr& file_name, const IncludeTarget& targ
   CheckLengthUnits(_length_units, sub_data.lengthUnits(), file_name);
   {
     BaModel sub_model;
-    if (!sub_data.extractTo(&sub_model)) return BaFail("Unable to read '" + file_name + "'.");
+    if (!sub_data.extractTo(&sub_model)) return BtFail("Unable to read '" + file_name + "'.");
     // A table of bodies takes memory and time for every id below the highest one.
     if (!target.chain->count(sub_model.bodies().size())) return false;
     if (!target.combine->add(sub_model, body_id_offset, body_name_suffix)) return false;
   }
   return sub_data._combineIncludes(target, body_id_offset, body_name_suffix) ||
-         BaFail("Unable to read '" + file_name + "'.");
+         BtFail("Unable to read '" + file_name + "'.");
 }

@@ -70,19 +70,16 @@ class ModelFiller {
 
 bool ModelFiller::_checkBody(const BaBody& body, Names* names) const {
   const BtStr name = BaDocumentName(body);
-  if (name == BaMDBody::kWorldName) {
-    return BaFail("A body cannot have the name \"GLOBAL\".");
-  }
+  if (name == BaMDBody::kWorldName) return BtFail("A body cannot have the name \"GLOBAL\".");
   if (_data->bodyByName(name) != nullptr || !names->try_emplace(name, &body).second) {
-    return BaFail("Multiple bodies have name \"" + name + "\".");
+    return BtFail("Multiple bodies have name \"" + name + "\".");
   }
   if (_data->bodyById(body.id()) != nullptr) {
-    theExceptObj.set("Multiple bodies have id %d.", body.id());
-    return false;
+    return BtFail("Multiple bodies have id %d.", body.id());
   }
   BtRotationAxes axes;
   if (!BtGetRotationAxes(&axes, BtCoordSystem(body.transform()).rotation())) {
-    return BaFail("Body \"" + name + "\" has a left-handed or degenerate transform.");
+    return BtFail("Body \"" + name + "\" has a left-handed or degenerate transform.");
   }
   return true;
 }
@@ -93,7 +90,7 @@ bool ModelFiller::_checkParent(const BaBody& body) const {
   if (parent != nullptr && _data->bodyByName(BaDocumentName(*parent)) != nullptr) return true;
   const BtStr shown =
       parent == nullptr ? BtFormat("(%d)", body.parentId()) : "\"" + BaDocumentName(*parent) + "\"";
-  return BaFail("Body \"" + BaDocumentName(body) + "\" specifies an undefined parent body " +
+  return BtFail("Body \"" + BaDocumentName(body) + "\" specifies an undefined parent body " +
                 shown + ".");
 }
 

@@ -17,21 +17,16 @@ constexpr int kMapsPerQuestion = 40;
 // What of the first line counts.
 constexpr int kMaxHeaderLine = 80;
 
-bool Fail(const char* message) {
-  theExceptObj.set("%s", message);
-  return false;
-}
-
 // Reads the first line and compares its beginning; the rest of the line is read over only when
 // the beginning is right, since a file of another kind may have no line end at all.
 bool ReadHeaderLine(BtScanner* scanner) {
   std::string line;
   int c = scanner->get();
-  if (c < 0) return Fail("Error reading file.");
+  if (c < 0) return BtFail("Error reading file.");
   for (; c >= 0 && c != '\n' && line.size() < kMaxHeaderLine; c = scanner->get()) {
     line += static_cast<char>(c);
   }
-  if (!line.starts_with(kBaMappingHeader)) return Fail("Invalid datafile header id.");
+  if (!line.starts_with(kBaMappingHeader)) return BtFail("Invalid datafile header id.");
   while (c >= 0 && c != '\n') c = scanner->get();
   return true;
 }
@@ -43,11 +38,10 @@ bool BaUnlockedMapping::streamContainsMapping(std::istream& is) {
   if (!ReadHeaderLine(&scanner)) return false;
   scanner.get();  // the "v"
   double version = 0;
-  if (!scanner.readDouble(&version)) return Fail("Unable to read datafile version number.");
+  if (!scanner.readDouble(&version)) return BtFail("Unable to read datafile version number.");
   if (version >= kBaMappingVersion && version < kBaMappingVersion + 1) return true;
-  theExceptObj.set("Unsupported datafile version %.2f.  Application uses version %.2f.", version,
-                   kBaMappingVersion);
-  return false;
+  return BtFail("Unsupported datafile version %.2f.  Application uses version %.2f.", version,
+                kBaMappingVersion);
 }
 
 bool BaUnlockedMapping::read(const BtStr& file, bool load_includes) {
@@ -80,24 +74,21 @@ bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_Incl
 bool BaUnlockedMapping::_scanFile(const BtStr& file, bool* opened, Ba_IncludeChain* chain) {
   BtInputFile input = chain->open(file);
   *opened = input.isOpen();
-  if (!*opened) {
-    theExceptObj.set("Unable to open file '%s'.", static_cast<const char*>(file));
-    return false;
-  }
+  if (!*opened) return BtFail("Unable to open file '%s'.", static_cast<const char*>(file));
   const bool scanned = _scanFrom(input.stream(), BtFileDirectory(file));
   return input.close() && scanned;
 }
 
 bool BaUnlockedMapping::_scanFrom(std::istream& is, const BtStr& directory) {
-  if (!is.good()) return Fail("Unable to open file.");
+  if (!is.good()) return BtFail("Unable to open file.");
   if (!streamContainsMapping(is)) {
-    Fail("Unable to validate datafile header.");
-    Fail("Invalid datafile.");
-    return Fail("Unable to read file.");
+    BtFail("Unable to validate datafile header.");
+    BtFail("Invalid datafile.");
+    return BtFail("Unable to read file.");
   }
   clear();
   _directory = directory;
-  if (!_scanContent(is)) return Fail("Unable to read file.");
+  if (!_scanContent(is)) return BtFail("Unable to read file.");
   _checkNumSysVars();
   return true;
 }
@@ -105,9 +96,9 @@ bool BaUnlockedMapping::_scanFrom(std::istream& is, const BtStr& directory) {
 bool BaUnlockedMapping::_scanContent(std::istream& is) {
   BtScanner scanner(is);
   int num_bodies = 0;
-  if (!scanner.readInt(&_num_sysvars)) return Fail("Error reading number of variables\n");
+  if (!scanner.readInt(&_num_sysvars)) return BtFail("Error reading number of variables\n");
   if (!scanner.readInt(&num_bodies) || num_bodies < 0) {
-    return Fail("Error reading number of bodies\n");
+    return BtFail("Error reading number of bodies\n");
   }
   return _scanBodyMaps(is, num_bodies) && _scanSections(is);
 }
@@ -119,14 +110,12 @@ bool BaUnlockedMapping::_scanBodyMaps(std::istream& is, int count) {
     std::unique_ptr<BaUnlockedBodyMap> body_map = BaUnlockedBodyMap::scanNewFrom(is);
     if (body_map == nullptr) {
       clear();
-      theExceptObj.set("Unable to read Body Map.  Last successfully read body map was for body %d.",
-                       last_body_id);
-      return false;
+      return BtFail("Unable to read Body Map.  Last successfully read body map was for body %d.",
+                    last_body_id);
     }
     last_body_id = body_map->bodyId();
     if (bodyMap(last_body_id) != nullptr) {
-      theExceptObj.set("The mapping for body %d is specified multiple times.", last_body_id);
-      return false;
+      return BtFail("The mapping for body %d is specified multiple times.", last_body_id);
     }
     _addBodyMap(std::move(body_map), last_body_id);
   }
