@@ -14,7 +14,7 @@ inline const char* SeverityName(Severity severity) {
   return kNames[static_cast<int>(severity)];
 }
 
-// Codes are for scripts and never change their meaning.
+// Codes are for scripts and never change their meaning. Messages of the libraries come with theirs.
 struct FindingKind {
   const char* code;
   Severity severity;
@@ -79,12 +79,17 @@ inline constexpr FindingKind kFindingKinds[] = {
     {"not-converted", Severity::Note, "a conversion passes over some kinds of records"},
 };
 
-// The kind of a code, found by the compiler: a code that is not in the table does not compile.
+// The kind of a code, null where the table has none.
+constexpr const FindingKind* FindKind(std::string_view code) {
+  const auto* const found = std::ranges::find(kFindingKinds, code, &FindingKind::code);
+  return found == std::end(kFindingKinds) ? nullptr : found;
+}
+
+// The same, found by the compiler: a code that is not in the table does not compile.
 consteval const FindingKind* Kind(std::string_view code) {
-  for (const FindingKind& kind : kFindingKinds) {
-    if (kind.code == code) return &kind;
-  }
-  throw "there is no such code";
+  const FindingKind* const kind = FindKind(code);
+  if (kind == nullptr) throw "there is no such code";
+  return kind;
 }
 
 // What a finding is about.

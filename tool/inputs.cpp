@@ -86,23 +86,24 @@ std::vector<Message> TakeMessages() {
   const std::unique_ptr<BtExcept> first(theExceptObj.release());
   std::vector<Message> messages;
   BtHashMap<std::string, std::size_t> places;
-  std::string error;
+  Message error = {true, {}};
   for (const BtExcept* record = first.get(); record != nullptr;
        record = record->hasDetail() ? &record->detail() : nullptr) {
     const std::string text = OneLine(record->message().view());
     if (!record->isWarning()) {
       if (text.find(kLastRecord) != std::string::npos) continue;
-      error += (error.empty() ? "" : " ") + text;
+      error.text += (error.text.empty() ? "" : " ") + text;
+      if (record->code() != nullptr) error.code = record->code();
       continue;
     }
     const auto [place, is_new] = places.try_emplace(text, messages.size());
     if (is_new) {
-      messages.push_back({false, text});
+      messages.push_back({false, text, record->code()});
     } else {
       ++messages[place->second].count;
     }
   }
-  if (!error.empty()) messages.push_back({true, error});
+  if (!error.text.empty()) messages.push_back(std::move(error));
   std::reverse(messages.begin(), messages.end());
   return messages;
 }

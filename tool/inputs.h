@@ -16,11 +16,13 @@ inline std::string Text(const BtStr& text) { return std::string(text.view()); }
 // Something that the libraries had to say.
 struct Message {
   bool is_error;
-  std::string text;  // in one line
-  int count = 1;     // how often it was said
+  std::string text;            // in one line
+  const char* code = nullptr;  // of the fact that it tells of; null for none
+  int count = 1;               // how often it was said
 };
 
-// Takes what is recorded: an error with its reasons as one message, each warning once with its
+// Takes what is recorded: an error with its reasons as one message, with the
+// code of the first cause that has one, each warning once with its
 // count, in the order in which they came.
 std::vector<Message> TakeMessages();
 // True when there is an error among them.

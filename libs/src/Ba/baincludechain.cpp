@@ -22,7 +22,7 @@ bool Ba_IncludeChain::enter(const char* file_name) {
   BtFileId id = {};
   if (stat(file_name, &info) == 0) id = {info.st_dev, info.st_ino};
   if (info.st_ino != 0 && std::find(_files.begin(), _files.end(), id) != _files.end()) {
-    return BtFail("%s file '%s' includes itself.", _kind, file_name);
+    return BtFail(BtCode("include-circle"), "%s file '%s' includes itself.", _kind, file_name);
   }
   if (_files.size() == kMaxDepth) {
     return BtFail("%s file '%s' is included more than %d levels deep.", _kind, file_name,

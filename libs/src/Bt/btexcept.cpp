@@ -139,6 +139,11 @@ const BtExcept& BtExceptionHandler::exception() const {
   return *_exception;
 }
 
+void BtExceptionHandler::setCode(BtCode code) {
+  BtAssert(_exception != nullptr, "_exception");
+  _exception->setCode(code);
+}
+
 void BtExceptionHandler::clear() {
   BtAssert(!_abort_on_clear, "!_abort_on_clear");
   const std::unique_ptr<BtExcept> forgotten(release());
@@ -172,6 +177,33 @@ bool BtFail(const char* format, ...) {
 bool BtFail(const BtStr& message) {
   theExceptObj.set(message);
   return false;
+}
+
+bool BtFail(BtCode code, const char* format, ...) {
+  std::va_list args;
+  va_start(args, format);
+  const BtStr message = BtVFormat(format, args);
+  va_end(args);
+  return BtFail(code, message);
+}
+
+bool BtFail(BtCode code, const BtStr& message) {
+  theExceptObj.set(message);
+  theExceptObj.setCode(code);
+  return false;
+}
+
+void BtWarn(BtCode code, const char* format, ...) {
+  std::va_list args;
+  va_start(args, format);
+  const BtStr message = BtVFormat(format, args);
+  va_end(args);
+  BtWarn(code, message);
+}
+
+void BtWarn(BtCode code, const BtStr& message) {
+  theExceptObj.setAsWarning(message);
+  theExceptObj.setCode(code);
 }
 
 bool BtError() { return theExceptObj.errorOccurred(); }

@@ -27,13 +27,13 @@ void MoveTextures(const BtList<BaMDMaterial*>& materials, const BtStr& directory
 // Lengths are taken as they stand.
 void CheckLengthUnits(const BaUnits& units, const BaUnits& include_units, const BtStr& file_name) {
   if (units == include_units) return;
-  theExceptObj.setAsWarning(
-      "The length unit of sub-model '%s' (%g %s) is not that of the model (%g %s).  Its lengths "
-      "are "
-      "not converted.",
-      static_cast<const char*>(file_name), static_cast<double>(include_units.factor),
-      static_cast<const char*>(include_units.name), static_cast<double>(units.factor),
-      static_cast<const char*>(units.name));
+  BtWarn(BtCode("units-differ"),
+         "The length unit of sub-model '%s' (%g %s) is not that of the model (%g %s).  Its lengths "
+         "are "
+         "not converted.",
+         static_cast<const char*>(file_name), static_cast<double>(include_units.factor),
+         static_cast<const char*>(include_units.name), static_cast<double>(units.factor),
+         static_cast<const char*>(units.name));
 }
 
 }  // namespace

@@ -193,16 +193,17 @@ bool DocumentReader::_checkBody(BaMDBody* body) const {
   if (!body->isTopLevel()) {
     const BaMDBody* parent = _data->bodyByName(body->parentName());
     if (parent == nullptr) {
-      return BtFail("Body \"" + name + "\" specifies an undefined parent body \"" +
-                    body->parentName() + "\".");
+      return BtFail(BtCode("parent-missing"), "Body \"" + name +
+                                                  "\" specifies an undefined parent body \"" +
+                                                  body->parentName() + "\".");
     }
     body->setParentName(parent->name());
   }
   if (_data->bodyByName(name) != nullptr) {
-    return BtFail("Multiple bodies have name \"" + name + "\".");
+    return BtFail(BtCode("body-name-clash"), "Multiple bodies have name \"" + name + "\".");
   }
   if (body->hasId() && _data->bodyById(body->id()) != nullptr) {
-    return BtFail("Multiple bodies have id %d.", body->id());
+    return BtFail(BtCode("body-id-duplicate"), "Multiple bodies have id %d.", body->id());
   }
   return true;
 }
@@ -293,7 +294,8 @@ bool BaModelData::scanHeader(std::istream& is, float* version) {
   double number = 0;
   if (!BaScanModelHeaderNumber(is, &number)) return false;
   if (number > kVersion || std::floor(number) != kVersion) {
-    return BtFail("Unsupported datafile version %.2f. Application supports version %.2f.", number,
+    return BtFail(BtCode("version-unsupported"),
+                  "Unsupported datafile version %.2f. Application supports version %.2f.", number,
                   kVersion);
   }
   if (version != nullptr) *version = static_cast<float>(number);

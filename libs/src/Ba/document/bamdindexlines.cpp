@@ -117,7 +117,7 @@ class ListMaker {
   void end();
 
  private:
-  static void _warnOfDuplicate() { theExceptObj.setAsWarning(DuplicateWarning<Entry>()); }
+  static void _warnOfDuplicate() { BtWarn(BtCode("vertex-duplicate"), DuplicateWarning<Entry>()); }
 
   BaMDLines _kind;
   BaMDIndexLists<Entry>* _lists;
@@ -137,7 +137,7 @@ void ListMaker<Entry>::end() {
     _warnOfDuplicate();
   }
   if (_kind == BaMDLines::Polygons && count - (is_closed ? 1 : 0) < kFewestIndices) {
-    theExceptObj.setAsWarning(DegenerateWarning());
+    BtWarn(BtCode("polygon-degenerate"), DegenerateWarning());
     return _lists->dropList();
   }
   _lists->endList();

@@ -56,7 +56,8 @@ bool MaterialGroupReader::readMaterial(const BaMDItem& item) {
   if (_materials != nullptr) {
     const auto known = _materials->find(name);
     if (known == _materials->end()) {
-      return BtFail("Non-existant material '" + name + "' specified in MATERIAL_GROUP section.");
+      return BtFail(BtCode("material-missing"),
+                    "Non-existant material '" + name + "' specified in MATERIAL_GROUP section.");
     }
     name = known->first;  // the groups of a material share its text
   }

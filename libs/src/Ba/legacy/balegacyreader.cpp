@@ -239,7 +239,7 @@ std::unique_ptr<T> Reader::_readElement(const ElementTexts& texts) {
     _last_material = _model.materialById(material_id);
   }
   if (_last_material == nullptr) {
-    BtFail(texts.undefined_material, material_id);
+    BtFail(BtCode("material-missing"), texts.undefined_material, material_id);
     return nullptr;
   }
   return element;
@@ -262,10 +262,11 @@ bool Reader::_readBody() {
   auto body = _readObject<BaBody>(kFailure, kFailure);
   if (body == nullptr) return false;
   if (body->id() < 0 || body->id() > BaModel::kMaxBodyId) {
-    BtFail("Invalid body id %d.", body->id());
+    BtFail(BtCode("body-id-range"), "Invalid body id %d.", body->id());
     return BtFail(kFailure);
   }
-  if (_model.findBody(body->id()) != nullptr) return BtFail("Duplicate body id %d.", body->id());
+  if (_model.findBody(body->id()) != nullptr)
+    return BtFail(BtCode("body-id-duplicate"), "Duplicate body id %d.", body->id());
   const BaBody* const added = _model.load(std::move(body));
   if (_highest_body == nullptr || added->id() > _highest_body->id()) _highest_body = added;
   return true;
@@ -302,7 +303,8 @@ bool Reader::_readBone() {
     return BtFail("Bone has an unspecified body id (%d).", bone->bodyId());
   }
   if (_model.materialById(bone->materialId()) == nullptr) {
-    return BtFail("Bone of body id (%d) uses an unspecified material id (%d).", bone->bodyId(),
+    return BtFail(BtCode("material-missing"),
+                  "Bone of body id (%d) uses an unspecified material id (%d).", bone->bodyId(),
                   bone->materialId());
   }
   _model.load(std::move(bone));
@@ -322,7 +324,8 @@ bool Reader::_checkFlex2(const BaPolygon& polygon) const {
       if (effect->type() != BaFlex2Effect) continue;
       const int id = static_cast<const BaVertexFlex2Effect*>(effect)->body_id;
       if (_model.findBody(id) != nullptr) continue;
-      return BtFail("Polygon has a flex2 vertex effect that references an undefined body. (%d)",
+      return BtFail(BtCode("flex-target-undefined"),
+                    "Polygon has a flex2 vertex effect that references an undefined body. (%d)",
                     id);
     }
   }

@@ -110,7 +110,7 @@ std::unique_ptr<BaUnlockedBodyMap> BaUnlockedBodyMap::scanNewFrom(std::istream& 
 bool BaUnlockedBodyMap::_scanFrom(BtScanner* scanner) {
   int body_id = 0;
   if (!scanner->readInt(&body_id)) return BtFail("Error reading body id\n");
-  if (body_id < 1) return BtFail("Invalid body id %d.", body_id);
+  if (body_id < 1) return BtFail(BtCode("body-id-range"), "Invalid body id %d.", body_id);
   _body_id.set(body_id);
   int order[kBaTransformCount];
   if (!ReadOrder(scanner, body_id, order)) return false;

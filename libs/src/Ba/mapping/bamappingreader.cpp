@@ -40,7 +40,8 @@ bool BaUnlockedMapping::streamContainsMapping(std::istream& is) {
   double version = 0;
   if (!scanner.readDouble(&version)) return BtFail("Unable to read datafile version number.");
   if (version >= kBaMappingVersion && version < kBaMappingVersion + 1) return true;
-  return BtFail("Unsupported datafile version %.2f.  Application uses version %.2f.", version,
+  return BtFail(BtCode("version-unsupported"),
+                "Unsupported datafile version %.2f.  Application uses version %.2f.", version,
                 kBaMappingVersion);
 }
 
@@ -115,7 +116,8 @@ bool BaUnlockedMapping::_scanBodyMaps(std::istream& is, int count) {
     }
     last_body_id = body_map->bodyId();
     if (bodyMap(last_body_id) != nullptr) {
-      return BtFail("The mapping for body %d is specified multiple times.", last_body_id);
+      return BtFail(BtCode("body-mapped-twice"),
+                    "The mapping for body %d is specified multiple times.", last_body_id);
     }
     _addBodyMap(std::move(body_map), last_body_id);
   }
@@ -127,6 +129,7 @@ void BaUnlockedMapping::_checkNumSysVars() {
   _num_sysvars_stated = std::max(stated, 0);
   setHighestSysVar();
   if (_num_sysvars == stated) return;
-  theExceptObj.setAsWarning("Mapping file specifies %d variables, but actually uses %d variables.",
-                            stated, _num_sysvars);
+  BtWarn(BtCode("variable-count"),
+         "Mapping file specifies %d variables, but actually uses %d variables.", stated,
+         _num_sysvars);
 }

@@ -4,6 +4,7 @@
 #include <iosfwd>
 #include <span>
 
+#include "Bt/btexcept.h"
 #include "Bt/btscan.h"
 #include "Bt/btstr.h"
 

@@ -124,7 +124,7 @@ bool BaModel::_checkParents() const {
   for (int id = 1; id < _bodies.size(); ++id) {
     const BaBody* const body = _bodies[id].get();
     if (body == nullptr || findBody(body->parentId()) != nullptr) continue;
-    return BtFail("Body \"%s\" specifies an undefined parent body (%d).",
+    return BtFail(BtCode("parent-missing"), "Body \"%s\" specifies an undefined parent body (%d).",
                   static_cast<const char*>(body->name()), body->parentId());
   }
   return true;
@@ -144,7 +144,7 @@ bool BaModel::_checkAncestors() const {
       id = _bodies[id]->parentId();
     }
     if (id == 0 || passed_by[id] != start) continue;
-    return BtFail("Body \"%s\" is its own ancestor.",
+    return BtFail(BtCode("parent-circle"), "Body \"%s\" is its own ancestor.",
                   static_cast<const char*>(_bodies[id]->name()));
   }
   return true;

@@ -41,6 +41,7 @@ bool BaScanModelHeader(std::istream& is, float* version) {
   if (number < kFirstVersion || number > kLastVersion) {
     // The text ends in "2f." without its percent sign; people and scripts know it so.
     return BtFail(
+        BtCode("version-unsupported"),
         "Unsupported datafile version %.2f. Application supports versions %.2f through 2f.", number,
         kFirstVersion);
   }

@@ -305,7 +305,8 @@ bool BaMotion::scanFrom(std::istream& is, const BtStr& name, const Reading& how)
     *this = std::move(motion);
     return true;
   }
-  if (is.bad()) return BtFail("%s: reading failed", static_cast<const char*>(name));
+  if (is.bad()) theExceptObj.set("%s: reading failed", static_cast<const char*>(name));
+  return false;
 }
 
 bool BaMotion::read(const BtStr& file, const Reading& how) {
@@ -319,5 +320,6 @@ bool BaMotion::read(const BtStr& file, const Reading& how) {
     *this = std::move(motion);
     return true;
   }
-  if (!was_told) return BtFail("Unable to read file '%s'.", static_cast<const char*>(file));
+  if (!was_told) theExceptObj.set("Unable to read file '%s'.", static_cast<const char*>(file));
+  return false;
 }
