@@ -4,6 +4,8 @@
 
 #include <cstdarg>
 #include <iosfwd>
+#include <memory>
+#include <utility>
 
 #include "Bt/btassert.h"
 #include "Bt/btstr.h"
@@ -17,6 +19,21 @@ class BtCode {
 
  private:
   const char* _name;
+};
+
+// A text file and the one that includes it.
+struct BtSource {
+  BtStr name;  // by which it was opened
+  std::shared_ptr<const BtSource> included_by;
+};
+
+// A place in a text, as far as it is known. Lines and columns follow from the text of the file,
+// which is looked at only when somebody wants to know.
+struct BtPlace {
+  std::shared_ptr<const BtSource> source;  // null where no file was read
+  long long offset = -1;                   // of a byte of the text, unpacked; -1 for none
+  int lines = 0;                           // so many lines further than that byte, or back
+  int column = -1;  // so many bytes behind the indentation of that line; -1 for the byte itself
 };
 
 // One recorded error or warning and the chain of records that explain it.
@@ -35,12 +52,16 @@ class BtExcept {
   // The name of what is told, null for none. It is not part of the printed form.
   [[nodiscard]] const char* code() const { return _code; }
   void setCode(BtCode code) { _code = code.name(); }
+  // What was being read when the record was made. It is not part of the printed form either.
+  [[nodiscard]] const BtPlace& place() const { return _place; }
+  void setPlace(BtPlace place) { _place = std::move(place); }
 
  private:
   bool _warning;
   BtStr _message;
   BtExcept* _detail;
   const char* _code = nullptr;
+  BtPlace _place;
 };
 
 class BtExceptionHandler {

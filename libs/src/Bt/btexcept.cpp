@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "btreading.h"
+
 BtExceptionHandler theExceptObj;
 bool BtExceptionHandler::_abort_on_clear = false;
 bool BtExceptionHandler::_abort_on_error = false;
@@ -164,6 +166,9 @@ bool BtExceptionHandler::checkCancel() {
 
 void BtExceptionHandler::_record(bool warning, const BtStr& message) {
   _exception = std::make_unique<BtExcept>(warning, message, _exception).release();
+  BtPlace place;
+  BtReading* const reading = BtReading::innermost();
+  if (reading != nullptr && reading->find(&place)) _exception->setPlace(std::move(place));
 }
 
 bool BtFail(const char* format, ...) {

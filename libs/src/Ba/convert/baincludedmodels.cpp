@@ -5,6 +5,7 @@
 #include "baincludechain.h"
 #include "bamdsection.h"
 #include "bapicturefile.h"
+#include "btreading.h"
 
 namespace {
 
@@ -70,6 +71,7 @@ bool BaModelData::_combineFile(const BtStr& file_name, const IncludeTarget& targ
                                long long body_id_offset, const BtStr& body_name_suffix) const {
   BaModelData sub_data;
   if (!sub_data._readFile(file_name, target.chain)) return false;
+  const BtFileReading reading(file_name);
   MoveTextures(sub_data.materials(), target.directory, sub_data._directory);
   CheckLengthUnits(_length_units, sub_data.lengthUnits(), file_name);
   {

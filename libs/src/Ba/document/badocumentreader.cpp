@@ -274,6 +274,7 @@ bool BaModelData::read(const char* file_name, bool process_includes) {
   if (!process_includes) return _readFile(file_name, nullptr);
   Ba_IncludeChain chain("Model");
   if (!chain.enter(file_name) || !_readFile(file_name, &chain)) return false;
+  const BtFileReading reading(file_name);
   const bool merged = _mergeIncludes(&chain);
   _source_files = chain.allFiles();
   if (merged) return true;
@@ -281,6 +282,7 @@ bool BaModelData::read(const char* file_name, bool process_includes) {
 }
 
 bool BaModelData::_readFile(const char* file_name, Ba_IncludeChain* chain) {
+  const BtFileReading reading(file_name);
   BtInputFile file = chain == nullptr ? BtInputFile(file_name) : chain->open(file_name);
   if (!file.isOpen()) return BtFail("Unable to open '%s'.", file_name);
   const bool valid = scanHeader(file.stream(), nullptr);
@@ -293,6 +295,7 @@ bool BaModelData::_readFile(const char* file_name, Ba_IncludeChain* chain) {
 bool BaModelData::scanHeader(std::istream& is, float* version) {
   double number = 0;
   if (!BaScanModelHeaderNumber(is, &number)) return false;
+  const BtStreamReading reading(is);
   if (number > kVersion || std::floor(number) != kVersion) {
     return BtFail(BtCode("version-unsupported"),
                   "Unsupported datafile version %.2f. Application supports version %.2f.", number,

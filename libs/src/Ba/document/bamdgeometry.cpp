@@ -51,6 +51,7 @@ bool GeometryReader::readTextureCoords(const BaMDItem& item) {
   if (item.single_line) return BtFail(kMessage);
   BtViewStream block(item.value);
   BtScanner in(block);
+  const BtViewReading reading(block);
   std::vector<BaTextureCoords> coords;
   coords.reserve(BaRoomFor(item.value, 4));  // "0 0\n"
   while (in.skipSpace()) {

@@ -147,15 +147,17 @@ template <class Entry>
 bool ReadLines(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lists) {
   lists->reserve(BaRoomFor(text, std::is_same_v<Entry, int> ? 2 : 4));  // "1 ", "1/1 "
   ListMaker<Entry> maker(kind, lists);
+  BtTextReading reading(text);
   const char* const end = text.data() + text.size();
   for (const char* p = SkipBlanks(text.data(), end); p != end; p = SkipBlanks(p, end)) {
     if (*p == '\n') {
       maker.end();
-      ++p;
+      reading.moveTo(++p);
       continue;
     }
     Entry entry = {};
     const char* const after = end - p >= kCommonRoom ? ReadCommonEntry(p, &entry) : nullptr;
+    if (after == nullptr) reading.moveTo(p);
     p = after != nullptr ? after : ReadEntry(p, end, &entry);
     if (p == nullptr) return false;
     maker.add(entry);

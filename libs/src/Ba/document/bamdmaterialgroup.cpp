@@ -70,6 +70,7 @@ bool MaterialGroupReader::readBones(const BaMDItem& item) {
   if (item.single_line) return BtFail(kMessage);
   BtViewStream block(item.value);
   BtScanner in(block);
+  const BtViewReading reading(block);
   while (in.skipSpace()) {
     float numbers[6] = {};
     if (!in.readFloats(numbers, 6)) return BtFail(kMessage);

@@ -63,6 +63,7 @@ bool FlexReader::readWeights(const BaMDItem& item) {
   if (item.single_line) return BtFail(kMessage);
   BtViewStream block(item.value);
   BtScanner in(block);
+  const BtViewReading reading(block);
   std::vector<BaMDFlexVEffects::Weight> weights;
   while (in.skipSpace()) {
     BaMDFlexVEffects::Weight entry = {};
@@ -97,6 +98,7 @@ bool BlendReader::readVectors(const BaMDItem& item) {
   if (item.single_line) return BtFail(kMessage);
   BtViewStream block(item.value);
   BtScanner in(block);
+  const BtViewReading reading(block);
   std::vector<BaMDBlendVEffects::Vector> vectors;
   while (in.skipSpace()) {
     BaMDBlendVEffects::Vector entry = {};

@@ -77,6 +77,7 @@ bool VerticesReader::_readPoints(std::string_view text) {
                                        "Error reading Z coordinate."};
   BtViewStream block(text);
   BtScanner in(block);
+  const BtViewReading reading(block);
   std::vector<BaMDPoint> points;
   points.reserve(BaRoomFor(text, 6));  // "0 0 0\n"
   while (in.skipSpace()) {

@@ -12,6 +12,7 @@
 #include "Bt/btexcept.h"
 #include "Bt/btscan.h"
 #include "balegacytext.h"
+#include "btreading.h"
 
 namespace {
 
@@ -66,7 +67,7 @@ std::unique_ptr<T> Allocate(BtArena* arena, const char* failure) {
 
 class Reader {
  public:
-  Reader(BaModel* model, std::istream& is) : _model(*model), _in(is) {
+  Reader(BaModel* model, std::istream& is) : _model(*model), _in(is), _reading(is) {
     _in.setArena(model->arena());
   }
   // Reads all records into the model; false after a recorded error.
@@ -124,6 +125,7 @@ class Reader {
 
   BaModel& _model;
   BtScanner _in;
+  BtStreamReading _reading;
   bool _s_flag = false;  // the record is prefixed with S
   const BaBody* _highest_body = nullptr;
   const BaMaterial* _last_material = nullptr;  // of the element read last
@@ -155,6 +157,7 @@ bool Reader::run() {
   int n_records = 0;
   char letter = 0;
   while (_nextLetter(&letter)) {
+    _reading.beginRecord(1);
     if (letter == 'V') {
       std::cerr << "Unsupported Obj type 'V'" << std::endl;
       continue;

@@ -7,6 +7,7 @@
 #include "Bt/btfile.h"
 #include "baincludechain.h"
 #include "bamappingtext.h"
+#include "btreading.h"
 #include "bttextfile.h"
 
 namespace {
@@ -35,10 +36,12 @@ bool ReadHeaderLine(BtScanner* scanner) {
 
 bool BaUnlockedMapping::streamContainsMapping(std::istream& is) {
   BtScanner scanner(is);
+  BtStreamReading reading(is);
   if (!ReadHeaderLine(&scanner)) return false;
   scanner.get();  // the "v"
   double version = 0;
   if (!scanner.readDouble(&version)) return BtFail("Unable to read datafile version number.");
+  reading.beginRecord(0);
   if (version >= kBaMappingVersion && version < kBaMappingVersion + 1) return true;
   return BtFail(BtCode("version-unsupported"),
                 "Unsupported datafile version %.2f.  Application uses version %.2f.", version,
@@ -63,6 +66,7 @@ bool BaUnlockedMapping::scanFrom(std::istream& is, bool load_includes, const BtS
 bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_IncludeChain* chain) {
   if (!chain->enter(file)) return false;
   bool opened = false;
+  const BtFileReading reading(file);
   const bool read = _scanFile(file, &opened, chain) && (!load_includes || _loadIncludes(chain));
   chain->leave();
   if (opened && !read) {
@@ -96,6 +100,7 @@ bool BaUnlockedMapping::_scanFrom(std::istream& is, const BtStr& directory) {
 
 bool BaUnlockedMapping::_scanContent(std::istream& is) {
   BtScanner scanner(is);
+  const BtStreamReading reading(is);
   int num_bodies = 0;
   if (!scanner.readInt(&_num_sysvars)) return BtFail("Error reading number of variables\n");
   if (!scanner.readInt(&num_bodies) || num_bodies < 0) {
@@ -105,9 +110,13 @@ bool BaUnlockedMapping::_scanContent(std::istream& is) {
 }
 
 bool BaUnlockedMapping::_scanBodyMaps(std::istream& is, int count) {
+  BtScanner scanner(is);
+  BtStreamReading reading(is);
   int last_body_id = 0;
   for (int i = 1; i <= count; ++i) {
     if (i % kMapsPerQuestion == 0 && theExceptObj.checkCancel()) return false;
+    scanner.skipSpace();
+    reading.beginRecord(0);
     std::unique_ptr<BaUnlockedBodyMap> body_map = BaUnlockedBodyMap::scanNewFrom(is);
     if (body_map == nullptr) {
       clear();

@@ -8,6 +8,7 @@
 #include "Bt/btparse.h"
 #include "Bt/btscan.h"
 #include "bamappingtext.h"
+#include "btreading.h"
 #include "btviewstream.h"
 
 namespace {
@@ -90,11 +91,14 @@ bool ReadIncludeItem(const BtStr& key, const BtStr& value, bool single_line,
 }  // namespace
 
 bool BaUnlockedMapping::_scanSections(std::istream& is) {
+  const BtItemReading unreadable(is, {}, true);
   for (int count = 1;; ++count) {
     if (count % kSectionsPerQuestion == 0 && theExceptObj.checkCancel()) return false;
     BtStr tag;
     BtStr value;
-    if (!BtReadTaggedValue(is, &tag, &value, nullptr)) return false;
+    bool single_line = false;
+    if (!BtReadTaggedValue(is, &tag, &value, &single_line)) return false;
+    const BtItemReading section(is, value.view(), single_line);
     if (is.bad()) return BtFail("Error reading file.");
     if (tag.isNull() || tag == "END") return true;
     if (!_scanSection(tag, value)) return false;
@@ -127,8 +131,10 @@ bool BaUnlockedMapping::_scanSection(const BtStr& tag, const BtStr& value) {
 
 bool BaUnlockedMapping::_scanTextureIndexMaps(const BtStr& value) {
   std::string_view text = value.view();
+  BtTextReading reading(text);
   for (std::string_view word = TakeWord(&text); !word.empty(); word = TakeWord(&text)) {
     TextureIndexMap map = {};
+    reading.moveTo(word.data());
     if (!WordToInt(word, &map.material_id) || map.material_id < 1) return FailId("material", word);
     word = TakeWord(&text);
     if (!WordToInt(word, &map.sysvar_id) || map.sysvar_id < 1) return FailId("sysvar", word);
@@ -140,6 +146,7 @@ bool BaUnlockedMapping::_scanTextureIndexMaps(const BtStr& value) {
 bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
   constexpr const char* kNoGroup = "No SLIDER_GROUP specified in BLEND_EFFECT_MAP section.";
   BtViewStream is(value.view());
+  BtTextReading reading(value.view());
   BlendEffectMap map;
   BaNameMap<int> known;
   for (;;) {
@@ -148,6 +155,7 @@ bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
     bool single_line = false;
     if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
     if (key.isNull()) break;
+    reading.moveTo(is.rest().data() - 1);
     if (key == "SLIDER_GROUP") {
       if (!ReadSliderGroup(item, single_line, &map.slider_group)) return false;
     } else if (key == "SLIDERS") {
@@ -164,6 +172,7 @@ bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
 
 bool BaUnlockedMapping::_scanInclude(const BtStr& value) {
   BtViewStream is(value.view());
+  BtTextReading reading(value.view());
   Include include;
   for (;;) {
     BtStr key;
@@ -171,6 +180,7 @@ bool BaUnlockedMapping::_scanInclude(const BtStr& value) {
     bool single_line = false;
     if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
     if (key.isNull()) break;
+    reading.moveTo(is.rest().data() - 1);
     if (!ReadIncludeItem(key, item, single_line, &include)) return false;
   }
   if (include.file_name.isNull()) return BtFail("No FILE_NAME specified.");

@@ -5,6 +5,7 @@
 
 #include "Bt/btexcept.h"
 #include "balegacytext.h"
+#include "btreading.h"
 
 namespace {
 
@@ -24,6 +25,7 @@ bool ScanFirstLine(std::istream& is, char (&buffer)[kBaLineLimit], std::string_v
 }  // namespace
 
 bool BaScanModelHeaderNumber(std::istream& is, double* number) {
+  const BtStreamReading reading(is);
   char buffer[kBaLineLimit];
   std::string_view line;
   if (!ScanFirstLine(is, buffer, &line)) return BtFail("Unable to read from file.");
@@ -38,6 +40,7 @@ bool BaScanModelHeaderNumber(std::istream& is, double* number) {
 bool BaScanModelHeader(std::istream& is, float* version) {
   double number = 0;
   if (!BaScanModelHeaderNumber(is, &number)) return false;
+  const BtStreamReading reading(is);
   if (number < kFirstVersion || number > kLastVersion) {
     // The text ends in "2f." without its percent sign; people and scripts know it so.
     return BtFail(
