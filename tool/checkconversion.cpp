@@ -37,7 +37,7 @@ void AddMessages(const std::vector<Message>& messages, const Place& place,
   for (const Message& message : messages) {
     const FindingKind* const kind = KindOf(message, fallback);
     if (kind != Kind("other-warning") && before.has(kind)) continue;
-    findings->add(kind, place, message.text, message.count);
+    findings->add(kind, place, message.text, message.count, message.where);
   }
 }
 

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "where.h"
+
 enum class Severity { Note, Warning, Error };
 inline const char* SeverityName(Severity severity) {
   constexpr const char* kNames[] = {"note", "warning", "error"};
@@ -103,13 +105,15 @@ struct Finding {
   const FindingKind* kind;
   Place place;
   std::string text;
-  int count;  // how many vertices, polygons or messages it stands for
+  int count;    // how many vertices, polygons or messages it stands for
+  Where where;  // as far as it is known
 };
 
 class Findings {
  public:
-  void add(const FindingKind* kind, Place place, std::string text, int count = 1) {
-    _list.push_back({kind, std::move(place), std::move(text), count});
+  void add(const FindingKind* kind, Place place, std::string text, int count = 1,
+           Where where = {}) {
+    _list.push_back({kind, std::move(place), std::move(text), count, std::move(where)});
   }
   [[nodiscard]] const std::vector<Finding>& list() const { return _list; }
   [[nodiscard]] bool has(const FindingKind* kind) const {

@@ -93,8 +93,15 @@ BtItemReading::BtItemReading(const std::istream& is, std::string_view value, boo
   _lines.reset(value, single_line);
 }
 
+BtItemReading::BtItemReading(const BtViewStream& text, std::string_view value, bool single_line)
+    : _is(text), _text(&text) {
+  _lines.reset(value, single_line);
+}
+
 // The stream stands behind the end of the item's last line.
 bool BtItemReading::_findEnd(BtPlace* place) const {
+  if (_text != nullptr)
+    return outer() != nullptr && outer()->findAt(_text->rest().data() - 1, place);
   const long long offset = BtStreamOffset(_is);
   if (offset < 1 || !findOuter(place)) return false;
   place->offset = offset - 1;

@@ -106,10 +106,12 @@ class BtItemLines {
   int _all_lines = -1;                // not counted yet
 };
 
-// An item that was read from a stream of a file.
+// An item that was read from a stream of a file, or from a text that the reader around it hands
+// out.
 class BtItemReading : public BtReading {
  public:
   BtItemReading(const std::istream& is, std::string_view value, bool single_line);
+  BtItemReading(const BtViewStream& text, std::string_view value, bool single_line);
   bool find(BtPlace* place) override;
   bool findAt(const char* character, BtPlace* place) override;
 
@@ -117,6 +119,7 @@ class BtItemReading : public BtReading {
   bool _findEnd(BtPlace* place) const;
 
   const std::istream& _is;
+  const BtViewStream* _text = nullptr;
   BtItemLines _lines;
 };
 

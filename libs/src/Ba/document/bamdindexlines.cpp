@@ -148,18 +148,24 @@ bool ReadLines(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lis
   lists->reserve(BaRoomFor(text, std::is_same_v<Entry, int> ? 2 : 4));  // "1 ", "1/1 "
   ListMaker<Entry> maker(kind, lists);
   BtTextReading reading(text);
+  const char* line = text.data();
   const char* const end = text.data() + text.size();
   for (const char* p = SkipBlanks(text.data(), end); p != end; p = SkipBlanks(p, end)) {
     if (*p == '\n') {
       maker.end();
-      reading.moveTo(++p);
+      line = ++p;
+      reading.moveTo(line);
       continue;
     }
     Entry entry = {};
-    const char* const after = end - p >= kCommonRoom ? ReadCommonEntry(p, &entry) : nullptr;
-    if (after == nullptr) reading.moveTo(p);
-    p = after != nullptr ? after : ReadEntry(p, end, &entry);
-    if (p == nullptr) return false;
+    const char* after = end - p >= kCommonRoom ? ReadCommonEntry(p, &entry) : nullptr;
+    if (after == nullptr) {
+      reading.moveTo(p);
+      after = ReadEntry(p, end, &entry);
+      if (after == nullptr) return false;
+      reading.moveTo(line);
+    }
+    p = after;
     maker.add(entry);
   }
   maker.end();

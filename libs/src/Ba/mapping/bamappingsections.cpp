@@ -43,7 +43,9 @@ bool WordToInt(std::string_view word, int* value) {
 
 // Reads the pairs of a SLIDERS block. `known` holds the sliders of this effect map so far.
 bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* map) {
+  BtTextReading reading(text);
   for (std::string_view word = TakeWord(&text); !word.empty(); word = TakeWord(&text)) {
+    reading.moveTo(word.data());
     // A brace in front belongs to a block that cannot stand here; the others are no part of a line.
     if (word.front() == '{' || word.find_first_of("#}") != std::string_view::npos) {
       return BtFail("Unable to read slider name from SLIDERS section.");
@@ -146,7 +148,6 @@ bool BaUnlockedMapping::_scanTextureIndexMaps(const BtStr& value) {
 bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
   constexpr const char* kNoGroup = "No SLIDER_GROUP specified in BLEND_EFFECT_MAP section.";
   BtViewStream is(value.view());
-  BtTextReading reading(value.view());
   BlendEffectMap map;
   BaNameMap<int> known;
   for (;;) {
@@ -155,7 +156,7 @@ bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
     bool single_line = false;
     if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
     if (key.isNull()) break;
-    reading.moveTo(is.rest().data() - 1);
+    const BtItemReading item_reading(is, item.view(), single_line);
     if (key == "SLIDER_GROUP") {
       if (!ReadSliderGroup(item, single_line, &map.slider_group)) return false;
     } else if (key == "SLIDERS") {
@@ -172,7 +173,6 @@ bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
 
 bool BaUnlockedMapping::_scanInclude(const BtStr& value) {
   BtViewStream is(value.view());
-  BtTextReading reading(value.view());
   Include include;
   for (;;) {
     BtStr key;
@@ -180,7 +180,7 @@ bool BaUnlockedMapping::_scanInclude(const BtStr& value) {
     bool single_line = false;
     if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
     if (key.isNull()) break;
-    reading.moveTo(is.rest().data() - 1);
+    const BtItemReading item_reading(is, item.view(), single_line);
     if (!ReadIncludeItem(key, item, single_line, &include)) return false;
   }
   if (include.file_name.isNull()) return BtFail("No FILE_NAME specified.");
