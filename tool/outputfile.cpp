@@ -13,6 +13,5 @@ bool WriteWholeFile(const std::string& file, const SourceFiles& sources,
     if (BtError()) return false;  // gives the file up
     if (output.close()) return true;
   }
-  theExceptObj.set("Unable to write '%s'.", file.c_str());
-  return false;
+  return BtFail("Unable to write '%s'.", file.c_str());
 }
