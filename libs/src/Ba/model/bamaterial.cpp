@@ -144,7 +144,8 @@ bool BaMaterial::_scanAttribute(int code, BtScanner& in) {
   if (found == std::end(kAttrCodes)) return BtFail("Unknown material attribute %d.", code);
   const std::span<float> values =
       _addAttribute(static_cast<Ba_MatAttr_t>(found - kAttrCodes))->values();
-  return in.readFloats(values.data(), static_cast<int>(values.size())) || BtFail("%s", found->failure);
+  return in.readFloats(values.data(), static_cast<int>(values.size())) ||
+         BtFail("%s", found->failure);
 }
 
 bool BaMaterial::_scanTexture(BtScanner& in) {
