@@ -16,15 +16,16 @@
 
 namespace {
 
-// Sets a colour. One that the model does not give stays as new materials have it; components that
-// it does not give are 0.
-void SetColor(const BtFloatArray& components, KFbxProperty<KFbxVector4>* color) {
-  if (components.empty()) return;
+// Sets a property. A colour that the model does not give stays as new materials have it;
+// components that it does not give are 0.
+void SetProperty(const BtFloatArray& numbers, const char* property, KFbxSurfacePhong* material) {
+  if (numbers.empty()) return;
   KFbxVector4 value(0.0, 0.0, 0.0);
-  for (int i = 0; i < std::min(components.size(), 3); ++i) {
-    value[i] = static_cast<double>(components[i]);
+  for (int i = 0; i < std::min(numbers.size(), 3); ++i) {
+    value[i] = static_cast<double>(numbers[i]);
   }
-  color->Set(value);
+  const bool is_set = material->SetProperty(property, value);
+  BtAssert(is_set);
 }
 
 void SetOpacity(const BaMDMaterial& md_material, KFbxSurfacePhong* material) {
@@ -77,11 +78,10 @@ KFbxSurfacePhong* SceneMaterials::material(const char* name) {
 
 KFbxSurfacePhong* SceneMaterials::createMaterial(const BaMDMaterial& md_material) {
   KFbxSurfacePhong* material = KFbxSurfacePhong::Create(_scene, md_material.name());
-  SetColor(md_material.emission(), &material->EmissiveColor);
-  SetColor(md_material.ambient(), &material->AmbientColor);
-  SetColor(md_material.diffuse(), &material->DiffuseColor);
-  SetColor(md_material.specular(), &material->SpecularColor);
-  material->ShininessExponent.Set(static_cast<double>(md_material.shininess()));
+  for (const Ba_MatAttrInfo& attribute : kBaMatAttrs) {
+    if (attribute.fbx_property == nullptr) continue;
+    SetProperty(md_material.values(attribute.kind), attribute.fbx_property, material);
+  }
   SetOpacity(md_material, material);
   for (const BaMDTexture* md_texture : md_material.textures()) {
     addTexture(material, *md_texture, md_material.name());

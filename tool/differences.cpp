@@ -70,17 +70,15 @@ std::string OriginText(const BaBody& body) {
 }
 
 // The attributes of a material with their numbers; colours of zeros are as good as none.
-std::map<int, std::vector<double>> AttributesOf(const BaMaterial& material) {
-  std::map<int, std::vector<double>> attributes;
+std::map<Ba_MatAttr_t, std::vector<double>> AttributesOf(const BaMaterial& material) {
+  std::map<Ba_MatAttr_t, std::vector<double>> attributes;
   for (const auto& attribute : material.attributes()) {
     const auto values = std::as_const(*attribute).values();
-    attributes[static_cast<int>(attribute->kind())].assign(values.begin(), values.end());
+    attributes[attribute->kind()].assign(values.begin(), values.end());
   }
-  const int alpha = static_cast<int>(Ba_MatAttr_t::Alpha);
-  if (!attributes.contains(alpha)) attributes[alpha] = {1.0};
-  for (int kind = 0; kind < alpha; ++kind) {
-    const bool is_colour = kind != static_cast<int>(Ba_MatAttr_t::Shininess);
-    attributes[kind].resize(is_colour ? 3 : 1);
+  for (const Ba_MatAttrInfo& attribute : kBaMatAttrs) {
+    if (attributes.contains(attribute.kind)) continue;
+    attributes[attribute.kind].assign(attribute.count(), static_cast<double>(attribute.initial));
   }
   return attributes;
 }
@@ -227,8 +225,6 @@ void ModelDiffer::_compareMaterials() {
 }
 
 void ModelDiffer::_compareMaterial(const BaMaterial& a, const BaMaterial& b) {
-  constexpr const char* kNames[] = {"emission", "ambient",   "diffuse",
-                                    "specular", "shininess", "alpha"};
   const auto text = [](const std::vector<double>& values) {
     std::string numbers;
     for (const double value : values) numbers += " " + Short(value);
@@ -240,8 +236,9 @@ void ModelDiffer::_compareMaterial(const BaMaterial& a, const BaMaterial& b) {
         std::equal(values.begin(), values.end(), others[kind].begin(), others[kind].end(),
                    [this](double x, double y) { return std::fabs(x - y) <= _tolerance; });
     if (equal) continue;
-    _add("material-changed", "material", Text(a.name()), kNames[kind] + text(values),
-         kNames[kind] + text(others[kind]));
+    const std::string name = Ba_InfoOf(kind).name;
+    _add("material-changed", "material", Text(a.name()), name + text(values),
+         name + text(others[kind]));
   }
   if (TexturesText(a, &_a_folder) != TexturesText(b, &_b_folder)) {
     _add("texture-changed", "material", Text(a.name()), TexturesText(a), TexturesText(b));

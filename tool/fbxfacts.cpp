@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "Ba/bamaterialattr.h"
 #include "Bt/btexcept.h"
 #include "Bt/bthash.h"
 #include "bttextfile.h"
@@ -222,11 +223,14 @@ void FileGatherer::_gatherDeformers(const Object& owner, FbxMeshFacts* mesh) con
 void FileGatherer::_gatherMaterial(const Object& object) {
   FbxMaterialFacts material;
   material.name = object.name;
-  for (const char* name : {"EmissiveColor", "AmbientColor", "DiffuseColor", "SpecularColor",
-                           "ShininessExponent", "TransparencyFactor", "ReflectionFactor"}) {
+  const auto add = [&](const char* name) {
     const std::vector<double> values = _property(object.record, name);
     if (!values.empty()) material.properties.emplace_back(name, values);
+  };
+  for (const Ba_MatAttrInfo& attribute : kBaMatAttrs) {
+    if (attribute.fbx_property != nullptr) add(attribute.fbx_property);
   }
+  for (const char* name : {"TransparencyFactor", "ReflectionFactor"}) add(name);
   _facts->materials.push_back(std::move(material));
 }
 

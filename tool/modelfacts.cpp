@@ -76,12 +76,6 @@ UnitFacts UnitFactsOf(const BaUnits& units) {
   return {Text(units.name), static_cast<double>(units.factor)};
 }
 
-const char* AttributeName(Ba_MatAttr_t kind) {
-  constexpr const char* kNames[] = {"emission", "ambient",   "diffuse",
-                                    "specular", "shininess", "alpha"};
-  return kNames[static_cast<int>(kind)];
-}
-
 void ModelGatherer::gather(const BtStr& directory) {
   _gatherSettings();
   for (const BaBody* body : BodiesInOrder(_model)) _gatherBody(*body);
@@ -205,7 +199,7 @@ void ModelGatherer::_gatherMaterials(const BtStr& directory) {
     facts.bones = bones[facts.id];
     for (const auto& attribute : material->attributes()) {
       const auto values = std::as_const(*attribute).values();
-      facts.attributes.emplace_back(AttributeName(attribute->kind()),
+      facts.attributes.emplace_back(Ba_InfoOf(attribute->kind()).name,
                                     std::vector<double>(values.begin(), values.end()));
     }
     for (const BaTexture& texture : material->textures()) {

@@ -39,12 +39,13 @@ class BaMaterial {
   // The attribute of a kind, null when there is none.
   [[nodiscard]] const Ba_MatAttr* attribute(Ba_MatAttr_t kind) const;
   // Each answers the attribute that is there, or a new one of zeros.
-  BaMatEmissionAttr* addEmissionAttribute();
-  BaMatAmbientAttr* addAmbientAttribute();
-  BaMatDiffuseAttr* addDiffuseAttribute();
-  BaMatSpecularAttr* addSpecularAttribute();
-  BaMatShininessAttr* addShininessAttribute();
-  BaMatAlphaAttr* addAlphaAttribute();
+  Ba_MatAttr* addAttribute(Ba_MatAttr_t kind);
+  BaMatEmissionAttr* addEmissionAttribute() { return _add<Ba_MatAttr_t::Emission>(); }
+  BaMatAmbientAttr* addAmbientAttribute() { return _add<Ba_MatAttr_t::Ambient>(); }
+  BaMatDiffuseAttr* addDiffuseAttribute() { return _add<Ba_MatAttr_t::Diffuse>(); }
+  BaMatSpecularAttr* addSpecularAttribute() { return _add<Ba_MatAttr_t::Specular>(); }
+  BaMatShininessAttr* addShininessAttribute() { return _add<Ba_MatAttr_t::Shininess>(); }
+  BaMatAlphaAttr* addAlphaAttribute() { return _add<Ba_MatAttr_t::Alpha>(); }
 
   // A legacy file gives one texture at most, a document any number.
   [[nodiscard]] const std::vector<BaTexture>& textures() const { return _textures; }
@@ -68,7 +69,10 @@ class BaMaterial {
   static constexpr unsigned kMagicNumber = 0xBA3A7E51;
 
   void _checkMagicNumber() const { BtAssert(_magic_number == kMagicNumber); }
-  Ba_MatAttr* _addAttribute(Ba_MatAttr_t kind);
+  template <Ba_MatAttr_t kKind>
+  Ba_MatAttrOfKind<kKind>* _add() {
+    return static_cast<Ba_MatAttrOfKind<kKind>*>(addAttribute(kKind));
+  }
   bool _scanName(BtScanner& in);
   bool _scanAttribute(int code, BtScanner& in);
   bool _scanTexture(BtScanner& in);

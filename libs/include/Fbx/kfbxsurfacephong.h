@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string_view>
+#include <variant>
 #include <vector>
 
 #include "Fbx/kfbxmath.h"
@@ -29,6 +30,10 @@ class KFbxSurfacePhong : public KFbxCreated<KFbxSurfacePhong> {
   // so it must be 0 even though the colour is black.
   KFbxProperty<double> ReflectionFactor{0.0};
 
+  // Sets a property by its name: a colour or, by x, a number. False for a name that materials do
+  // not have.
+  bool SetProperty(std::string_view name, const KFbxVector4& value);
+
   // A texture and the property that it drives, such as "DiffuseColor".
   struct Connection {
     KFbxTexture* texture;
@@ -44,4 +49,29 @@ class KFbxSurfacePhong : public KFbxCreated<KFbxSurfacePhong> {
   using KFbxCreated::KFbxCreated;
 
   std::vector<Connection> _textures;
+};
+
+// A property of materials and where they keep it.
+struct KFbxPhongProperty {
+  std::string_view name;
+  std::variant<KFbxProperty<KFbxVector4> KFbxSurfacePhong::*,
+               KFbxProperty<double> KFbxSurfacePhong::*>
+      member;
+};
+
+// In the order of the properties in a file.
+inline constexpr KFbxPhongProperty kKFbxPhongProperties[] = {
+    {"EmissiveColor", &KFbxSurfacePhong::EmissiveColor},
+    {"EmissiveFactor", &KFbxSurfacePhong::EmissiveFactor},
+    {"AmbientColor", &KFbxSurfacePhong::AmbientColor},
+    {"AmbientFactor", &KFbxSurfacePhong::AmbientFactor},
+    {"DiffuseColor", &KFbxSurfacePhong::DiffuseColor},
+    {"DiffuseFactor", &KFbxSurfacePhong::DiffuseFactor},
+    {"TransparentColor", &KFbxSurfacePhong::TransparentColor},
+    {"TransparencyFactor", &KFbxSurfacePhong::TransparencyFactor},
+    {"SpecularColor", &KFbxSurfacePhong::SpecularColor},
+    {"SpecularFactor", &KFbxSurfacePhong::SpecularFactor},
+    {"ShininessExponent", &KFbxSurfacePhong::ShininessExponent},
+    {"ReflectionColor", &KFbxSurfacePhong::ReflectionColor},
+    {"ReflectionFactor", &KFbxSurfacePhong::ReflectionFactor},
 };

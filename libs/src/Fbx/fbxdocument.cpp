@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <utility>
 #include <variant>
+#include <vector>
 
 #include "Bt/btexcept.h"
 #include "Fbx/kfbxdocumentinfo.h"
@@ -258,21 +259,11 @@ void FbxDocument::writePoses() {
 void FbxDocument::writeMaterials() {
   for (const FbxSceneContent::Material& entry : content.materials) {
     const KFbxSurfacePhong& m = *entry.material;
-    const FbxSetting settings[] = {
-        {"EmissiveColor", m.EmissiveColor.Get()},
-        {"EmissiveFactor", m.EmissiveFactor.Get()},
-        {"AmbientColor", m.AmbientColor.Get()},
-        {"AmbientFactor", m.AmbientFactor.Get()},
-        {"DiffuseColor", m.DiffuseColor.Get()},
-        {"DiffuseFactor", m.DiffuseFactor.Get()},
-        {"TransparentColor", m.TransparentColor.Get()},
-        {"TransparencyFactor", m.TransparencyFactor.Get()},
-        {"SpecularColor", m.SpecularColor.Get()},
-        {"SpecularFactor", m.SpecularFactor.Get()},
-        {"ShininessExponent", m.ShininessExponent.Get()},
-        {"ReflectionColor", m.ReflectionColor.Get()},
-        {"ReflectionFactor", m.ReflectionFactor.Get()},
-    };
+    std::vector<FbxSetting> settings;
+    for (const auto& [name, member] : kKFbxPhongProperties) {
+      settings.push_back(
+          {name, std::visit([&m](auto of) -> FbxPropertyValue { return (m.*of).Get(); }, member)});
+    }
     const FbxSetting legacy[] = {
         {"Emissive", Times(m.EmissiveColor, m.EmissiveFactor)},
         {"Ambient", Times(m.AmbientColor, m.AmbientFactor)},

@@ -1,5 +1,7 @@
 #include "Ba/bamdmaterial.h"
 
+#include <algorithm>
+#include <iterator>
 #include <ostream>
 
 #include "bamdsection.h"
@@ -12,36 +14,36 @@ class MaterialReader {
   explicit MaterialReader(BaMDMaterial* material) : _material(material) {}
 
   bool readName(const BaMDItem& item);
-  bool readEmission(const BaMDItem& item) { return _readColour(item, &BaMDMaterial::setEmission); }
-  bool readAmbient(const BaMDItem& item) { return _readColour(item, &BaMDMaterial::setAmbient); }
-  bool readDiffuse(const BaMDItem& item) { return _readColour(item, &BaMDMaterial::setDiffuse); }
-  bool readSpecular(const BaMDItem& item) { return _readColour(item, &BaMDMaterial::setSpecular); }
-  bool readShininess(const BaMDItem& item) { return _readFloat(item, &BaMDMaterial::setShininess); }
-  bool readAlpha(const BaMDItem& item) { return _readFloat(item, &BaMDMaterial::setAlpha); }
+  bool readAttribute(const BaMDItem& item);
   bool readTexture(const BaMDItem& item);
   bool ignore(const BaMDItem& /*item*/) { return true; }
   bool readUnknown(const BaMDItem& item) { return BaFailUnknownKey(item.key); }
 
  private:
-  bool _readColour(const BaMDItem& item, void (BaMDMaterial::*set)(const BtFloatArray&));
-  bool _readFloat(const BaMDItem& item, void (BaMDMaterial::*set)(float));
-
   BaMDMaterial* _material;
 };
 
-constexpr BaMDKey<MaterialReader> kMaterialKeys[] = {
+constexpr BaMDKey<MaterialReader> kOtherKeys[] = {
     {"NAME", &MaterialReader::readName},
-    {"EMISSION", &MaterialReader::readEmission},
-    {"AMBIENT", &MaterialReader::readAmbient},
-    {"DIFFUSE", &MaterialReader::readDiffuse},
-    {"SPECULAR", &MaterialReader::readSpecular},
-    {"SHININESS", &MaterialReader::readShininess},
-    {"ALPHA", &MaterialReader::readAlpha},
     {"TEXTURE", &MaterialReader::readTexture, true},
     // Programs of the display, which a model does not need.
     {"VERTEX_SHADER", &MaterialReader::ignore, true},
     {"FRAGMENT_SHADER", &MaterialReader::ignore, true},
 };
+
+// Those of the attributes and the others.
+struct MaterialKeys {
+  BaMDKey<MaterialReader> rows[kBaMatAttrCount + std::size(kOtherKeys)] = {};
+
+  constexpr MaterialKeys() {
+    auto* const others =
+        std::ranges::transform(kBaMatAttrs, rows, [](const Ba_MatAttrInfo& attribute) {
+          return BaMDKey<MaterialReader>{attribute.key_word, &MaterialReader::readAttribute};
+        }).out;
+    std::ranges::copy(kOtherKeys, others);
+  }
+};
+constexpr MaterialKeys kMaterialKeys;
 
 bool MaterialReader::readName(const BaMDItem& item) {
   BtStr name;
@@ -52,21 +54,14 @@ bool MaterialReader::readName(const BaMDItem& item) {
   return true;
 }
 
-bool MaterialReader::_readColour(const BaMDItem& item,
-                                 void (BaMDMaterial::*set)(const BtFloatArray&)) {
-  BtFloatArray colour;
-  if (!BaReadFloatArray(item, &colour)) {
+bool MaterialReader::readAttribute(const BaMDItem& item) {
+  const Ba_MatAttrInfo& attribute =
+      *std::ranges::find(kBaMatAttrs, item.key, &Ba_MatAttrInfo::key_word);
+  BtFloatArray values(1);
+  if (!(attribute.is_colour ? BaReadFloatArray(item, &values) : BaReadFloat(item, &values[0]))) {
     return BtFail("Unable to read value for " + BtStr(item.key) + ".");
   }
-  (_material->*set)(colour);
-  return true;
-}
-
-bool MaterialReader::_readFloat(const BaMDItem& item, void (BaMDMaterial::*set)(float)) {
-  float value = 0;
-  if (!BaReadFloat(item, &value))
-    return BtFail("Unable to read value for " + BtStr(item.key) + ".");
-  (_material->*set)(value);
+  _material->setValues(attribute.kind, values);
   return true;
 }
 
@@ -77,19 +72,23 @@ bool MaterialReader::readTexture(const BaMDItem& item) {
   return true;
 }
 
-bool PrintFloats(std::ostream& os, const char* key, const BtFloatArray& values) {
-  os << "  " << key << ": ";
-  if (!BaPrintNumbers(os, {values.begin(), values.end()})) return false;
-  os << '\n';
-  return true;
-}
-
 }  // namespace
+
+BaMDMaterial::BaMDMaterial() {
+  for (const Ba_MatAttrInfo& attribute : kBaMatAttrs) {
+    if (!attribute.is_colour) setValues(attribute.kind, {attribute.initial});
+  }
+}
 
 BaMDMaterial::~BaMDMaterial() { BaDeleteAll(&_textures); }
 
 BaMDTexture* BaMDMaterial::addTexture(std::unique_ptr<BaMDTexture> texture) {
   return BaAppend(&_textures, std::move(texture));
+}
+
+void BaMDMaterial::setValues(Ba_MatAttr_t kind, const BtFloatArray& values) {
+  BtAssert(Ba_InfoOf(kind).is_colour || values.size() == 1);
+  _values[static_cast<std::size_t>(kind)] = values;
 }
 
 bool BaMDMaterial::scanFrom(std::istream& is) {
@@ -99,7 +98,7 @@ bool BaMDMaterial::scanFrom(std::istream& is) {
 
 bool BaMDMaterial::scanFrom(BaMDSource& source) {
   MaterialReader reader(this);
-  if (!BaScanSection(source, reader, kMaterialKeys)) return false;
+  if (!BaScanSection(source, reader, kMaterialKeys.rows)) return false;
   return !name().isNull() || BtFail("No NAME specified in MATERIAL section.");
 }
 
@@ -108,10 +107,11 @@ bool BaMDMaterial::printOn(std::ostream& os) const {
   BtAssert(!name().isNull(), "!_name.isNull()");
   os << "MATERIAL {\n";
   if (!BaPrintName(os, "  NAME: ", name())) return false;
-  if (!PrintFloats(os, "EMISSION", _emission) || !PrintFloats(os, "AMBIENT", _ambient) ||
-      !PrintFloats(os, "DIFFUSE", _diffuse) || !PrintFloats(os, "SPECULAR", _specular) ||
-      !PrintFloats(os, "SHININESS", {_shininess}) || !PrintFloats(os, "ALPHA", {_alpha})) {
-    return false;
+  for (const Ba_MatAttrInfo& attribute : kBaMatAttrs) {
+    const BtFloatArray& numbers = values(attribute.kind);
+    os << "  " << attribute.key_word << ": ";
+    if (!BaPrintNumbers(os, {numbers.begin(), numbers.end()})) return false;
+    os << '\n';
   }
   for (const BaMDTexture* texture : _textures) {
     if (!texture->printOn(os)) return false;

@@ -9,14 +9,6 @@
 
 namespace {
 
-constexpr BaLightAttrs::Code kLightCodes[] = {
-    {2, Ba_LightAttr_t::AmbientAttr, "Unable to read light ambient attribute."},
-    {101, Ba_LightAttr_t::DiffuseAttr, "Unable to read light color attribute."},
-    {102, Ba_LightAttr_t::PositionAttr, "Unable to read light position attribute."},
-    {103, Ba_LightAttr_t::SpotDirectionAttr, "Unable to read light spot direction attribute."},
-    {104, Ba_LightAttr_t::SpotLightAttr, "Unable to read light spot light attribute."},
-};
-
 constexpr int kNoMoreLightAttributes = 0;
 constexpr float kMaxSpotExponent = 128.0F;
 
@@ -39,9 +31,9 @@ bool BaLight::scanFrom(BtScanner& in) {
 }
 
 bool BaLight::_scanAttribute(int code, BtScanner& in) {
-  const auto* found = std::ranges::find(kLightCodes, code, &BaLightAttrs::Code::code);
-  if (found == std::end(kLightCodes)) return BtFail("Invalid light attribute.");
-  if (!_attributes.scanFrom(*found, in)) return false;
+  const auto* found = std::ranges::find(kBaLightAttrs, code, &Ba_LightAttrInfo::light_code);
+  if (found == std::end(kBaLightAttrs)) return BtFail("Invalid light attribute.");
+  if (!_attributes.scanFrom(*found, "light", in)) return false;
   if (found->kind == Ba_LightAttr_t::SpotLightAttr) _clipSpotExponent();
   return true;
 }
@@ -64,7 +56,7 @@ void BaLight::printOn(std::ostream& os) const {
   Ba_PutInt(os, _id);
   Ba_PutInt(os, _on ? 1 : 0);
   os << '\n';
-  _attributes.printOn(kLightCodes, os);
+  _attributes.printOn(&Ba_LightAttrInfo::light_code, os);
   Ba_PutInt(os, kNoMoreLightAttributes);
   os << '\n';
 }

@@ -4,6 +4,7 @@
 #include <ostream>
 #include <utility>
 
+#include "Bt/btexcept.h"
 #include "balegacytext.h"
 #include "btclassicios.h"
 
@@ -11,18 +12,26 @@ namespace {
 
 using LightAttrPtr = std::unique_ptr<Ba_LightAttr>;
 
-template <class Attr>
+constexpr bool LightAttrsInOrder() {
+  for (std::size_t i = 0; i < kBaLightAttrCount; ++i) {
+    if (static_cast<std::size_t>(kBaLightAttrs[i].kind) != i) return false;
+  }
+  return true;
+}
+static_assert(LightAttrsInOrder());
+
+template <Ba_LightAttr_t kKind>
 LightAttrPtr CreateLightAttr() {
-  return std::make_unique<Attr>();
+  return std::make_unique<Ba_LightAttrOfKind<kKind>>();
 }
 
-// In the order of Ba_LightAttr_t.
-constexpr LightAttrPtr (*kLightAttrCreators[])() = {
-    CreateLightAttr<BaLightAmbientAttr>,       CreateLightAttr<BaLightDiffuseAttr>,
-    CreateLightAttr<BaLightSpecularAttr>,      CreateLightAttr<BaLightPosAttr>,
-    CreateLightAttr<BaLightSpotDirectionAttr>, CreateLightAttr<BaLightSpotLightAttr>,
-    CreateLightAttr<BaLightLocalViewerAttr>,   CreateLightAttr<BaLightAttenuationAttr>,
-};
+// The function that makes an attribute, for each kind.
+template <std::size_t... kKinds>
+constexpr auto LightAttrCreators(std::index_sequence<kKinds...> /*kinds*/) {
+  return std::array{&CreateLightAttr<static_cast<Ba_LightAttr_t>(kKinds)>...};
+}
+constexpr auto kLightAttrCreators =
+    LightAttrCreators(std::make_index_sequence<kBaLightAttrCount>());
 
 }  // namespace
 
@@ -51,18 +60,18 @@ Ba_LightAttr* BaLightAttrs::add(Ba_LightAttr_t kind) {
   return _attrs.last().get();
 }
 
-bool BaLightAttrs::scanFrom(const Code& code, BtScanner& in) {
-  const std::span<float> values = add(code.kind)->values();
-  return in.readFloats(values.data(), static_cast<int>(values.size())) ||
-         BtFail("%s", code.failure);
+bool BaLightAttrs::scanFrom(const Ba_LightAttrInfo& attribute, const char* owner, BtScanner& in) {
+  const std::span<float> values = add(attribute.kind)->values();
+  if (in.readFloats(values.data(), static_cast<int>(values.size()))) return true;
+  return BtFail("Unable to read %s %s attribute.", owner, attribute.name);
 }
 
-void BaLightAttrs::printOn(std::span<const Code> codes, std::ostream& os) const {
+void BaLightAttrs::printOn(int Ba_LightAttrInfo::*code, std::ostream& os) const {
   const BtClassicIos plain(os);
   for (const LightAttrPtr& attr : _attrs) {
-    const auto code = std::ranges::find(codes, attr->kind(), &Code::kind);
-    if (code == codes.end()) continue;
-    Ba_PutInt(os, code->code);
+    const int number = Ba_InfoOf(attr->kind()).*code;
+    if (number == 0) continue;
+    Ba_PutInt(os, number);
     Ba_PutFloats(os, std::as_const(*attr).values());
     os << '\n';
   }

@@ -9,12 +9,6 @@
 
 namespace {
 
-constexpr BaLightAttrs::Code kModelCodes[] = {
-    {2, Ba_LightAttr_t::AmbientAttr, "Unable to read lighting model ambient attribute."},
-    {201, Ba_LightAttr_t::LocalViewerAttr, "Unable to read lighting model local viewer attribute."},
-    {202, Ba_LightAttr_t::AttenuationAttr, "Unable to read lighting model attenuation attribute."},
-};
-
 constexpr int kNoMoreModelAttributes = 0;
 
 }  // namespace
@@ -36,11 +30,11 @@ bool BaLightingModel::scanFrom(BtScanner& in) {
 }
 
 bool BaLightingModel::_scanAttribute(int code, BtScanner& in) {
-  const auto* found = std::ranges::find(kModelCodes, code, &BaLightAttrs::Code::code);
-  if (found == std::end(kModelCodes)) {
+  const auto* found = std::ranges::find(kBaLightAttrs, code, &Ba_LightAttrInfo::model_code);
+  if (found == std::end(kBaLightAttrs)) {
     return BtFail("Unknown lighting model attribute type %d.", code);
   }
-  return _attributes.scanFrom(*found, in);
+  return _attributes.scanFrom(*found, "lighting model", in);
 }
 
 void BaLightingModel::printOn(std::ostream& os) const {
@@ -49,7 +43,7 @@ void BaLightingModel::printOn(std::ostream& os) const {
   Ba_PutInt(os, _id);
   Ba_PutInt(os, _on ? 1 : 0);
   os << '\n';
-  _attributes.printOn(kModelCodes, os);
+  _attributes.printOn(&Ba_LightAttrInfo::model_code, os);
   Ba_PutInt(os, kNoMoreModelAttributes);
   os << '\n';
 }

@@ -14,34 +14,10 @@ namespace {
 
 using MatAttrPtr = std::unique_ptr<Ba_MatAttr>;
 
-template <class Attr>
-MatAttrPtr CreateMatAttr() {
-  return std::make_unique<Attr>();
-}
-
-// How a file names an attribute, and the error when its numbers cannot be read. In the order of
-// Ba_MatAttr_t.
-struct AttrCode {
-  int code;
-  MatAttrPtr (*create)();
-  const char* failure;
-};
-
-constexpr AttrCode kAttrCodes[] = {
-    {1, CreateMatAttr<BaMatEmissionAttr>, "Unable to read material emission attribute."},
-    {2, CreateMatAttr<BaMatAmbientAttr>, "Unable to read material ambient attribute."},
-    {3, CreateMatAttr<BaMatDiffuseAttr>, "Unable to read material diffuse attribute."},
-    {4, CreateMatAttr<BaMatSpecularAttr>, "Unable to read material specular attribute."},
-    {5, CreateMatAttr<BaMatShininessAttr>, "Unable to read material shininess attribute."},
-    {7, CreateMatAttr<BaMatAlphaAttr>, "Unable to read material alpha attribute."},
-};
-
 constexpr int kNoMoreMaterialAttributes = 0;
 constexpr int kTextureCode = 100;
 constexpr int kFlagCode = 101;
 constexpr double kTexturesSince = 1.1;
-
-const AttrCode& CodeOf(Ba_MatAttr_t kind) { return kAttrCodes[static_cast<std::size_t>(kind)]; }
 
 }  // namespace
 
@@ -52,7 +28,7 @@ BaMaterial::BaMaterial(const BaMaterial& other)
       _textures(other._textures),
       _flag(other._flag) {
   other._checkMagicNumber();
-  for (const MatAttrPtr& attr : other._attributes) _addAttribute(attr->kind())->set(*attr);
+  for (const MatAttrPtr& attr : other._attributes) addAttribute(attr->kind())->set(*attr);
 }
 
 const Ba_MatAttr* BaMaterial::attribute(Ba_MatAttr_t kind) const {
@@ -63,37 +39,13 @@ const Ba_MatAttr* BaMaterial::attribute(Ba_MatAttr_t kind) const {
   return nullptr;
 }
 
-Ba_MatAttr* BaMaterial::_addAttribute(Ba_MatAttr_t kind) {
+Ba_MatAttr* BaMaterial::addAttribute(Ba_MatAttr_t kind) {
   _checkMagicNumber();
   for (const MatAttrPtr& attr : _attributes) {
     if (attr->kind() == kind) return attr.get();
   }
-  _attributes.append(CodeOf(kind).create());
+  _attributes.append(Ba_MatAttr::create(kind));
   return _attributes.last().get();
-}
-
-BaMatEmissionAttr* BaMaterial::addEmissionAttribute() {
-  return static_cast<BaMatEmissionAttr*>(_addAttribute(Ba_MatAttr_t::Emission));
-}
-
-BaMatAmbientAttr* BaMaterial::addAmbientAttribute() {
-  return static_cast<BaMatAmbientAttr*>(_addAttribute(Ba_MatAttr_t::Ambient));
-}
-
-BaMatDiffuseAttr* BaMaterial::addDiffuseAttribute() {
-  return static_cast<BaMatDiffuseAttr*>(_addAttribute(Ba_MatAttr_t::Diffuse));
-}
-
-BaMatSpecularAttr* BaMaterial::addSpecularAttribute() {
-  return static_cast<BaMatSpecularAttr*>(_addAttribute(Ba_MatAttr_t::Specular));
-}
-
-BaMatShininessAttr* BaMaterial::addShininessAttribute() {
-  return static_cast<BaMatShininessAttr*>(_addAttribute(Ba_MatAttr_t::Shininess));
-}
-
-BaMatAlphaAttr* BaMaterial::addAlphaAttribute() {
-  return static_cast<BaMatAlphaAttr*>(_addAttribute(Ba_MatAttr_t::Alpha));
 }
 
 const BaTexture& BaMaterial::texture() const {
@@ -140,12 +92,13 @@ bool BaMaterial::_scanAttribute(int code, BtScanner& in) {
     _flag = flag != 0;
     return true;
   }
-  const auto* found = std::ranges::find(kAttrCodes, code, &AttrCode::code);
-  if (found == std::end(kAttrCodes)) return BtFail("Unknown material attribute %d.", code);
-  const std::span<float> values =
-      _addAttribute(static_cast<Ba_MatAttr_t>(found - kAttrCodes))->values();
-  return in.readFloats(values.data(), static_cast<int>(values.size())) ||
-         BtFail("%s", found->failure);
+  const auto* found = std::ranges::find(kBaMatAttrs, code, &Ba_MatAttrInfo::code);
+  if (found == std::end(kBaMatAttrs)) {
+    return BtFail("Unknown material attribute %d.", code);
+  }
+  const std::span<float> values = addAttribute(found->kind)->values();
+  if (in.readFloats(values.data(), static_cast<int>(values.size()))) return true;
+  return BtFail("Unable to read material %s attribute.", found->name);
 }
 
 bool BaMaterial::_scanTexture(BtScanner& in) {
@@ -168,7 +121,7 @@ void BaMaterial::printOn(std::ostream& os) const {
   Ba_PutInt(os, id());
   os << ' ' << name() << '\n';
   for (const MatAttrPtr& attr : _attributes) {
-    Ba_PutInt(os, CodeOf(attr->kind()).code);
+    Ba_PutInt(os, Ba_InfoOf(attr->kind()).code);
     Ba_PutFloats(os, attr->values());
     os << '\n';
   }
