@@ -330,8 +330,8 @@ void FbxDocument::writeContent(const FbxSceneContent::Video& entry) {
   FbxSourceFile file;
   const bool opened = file.open(path);
   if (!opened && !BtError()) {
-    theExceptObj.setAsWarning("Unable to embed the picture '%s': %s.", file.name().c_str(),
-                              file.reason());
+    BtWarn(BtCode("texture-unreadable"), "Unable to embed the picture '%s': %s.",
+           file.name().c_str(), file.reason());
   }
   _sink.begin("Content");
   if (opened) _sink.addFile(file);

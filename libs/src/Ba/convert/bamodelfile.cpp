@@ -7,6 +7,7 @@
 #include "Bt/btexcept.h"
 #include "Bt/btfile.h"
 #include "bamodelheader.h"
+#include "btreading.h"
 #include "bttextfile.h"
 
 namespace {
@@ -17,6 +18,7 @@ constexpr float kFirstDocumentVersion = 2.0F;
 
 void BaModel::read(const char* file_name) {
   BtAssert(file_name != nullptr, "file_name");
+  const BtFileReading reading(file_name);
   BtInputFile file(file_name);
   if (!file.isOpen()) {
     theExceptObj.set("Unable to open '%s'.", file_name);

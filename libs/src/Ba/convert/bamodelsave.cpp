@@ -15,9 +15,9 @@ void BaModel::save(const char* file_name) const {
   if (!data.save(file_name)) return;
   const int n_lights = _lights.count() + _lighting_models.count();
   if (n_lights + _muscles.count() == 0) return;
-  theExceptObj.setAsWarning(
-      "Lights and lighting models (%d) and muscles (%d) have no form in a model document.  They "
-      "are "
-      "left out.",
-      n_lights, _muscles.count());
+  BtWarn(BtCode("left-out"),
+         "Lights and lighting models (%d) and muscles (%d) have no form in a model document.  They "
+         "are "
+         "left out.",
+         n_lights, _muscles.count());
 }
