@@ -86,12 +86,12 @@ class TakeFiller {
     const bool moves = DrivesAny(map, false);
     if (!turns && !moves) return;
     for (int id = 1; id <= kBaTransformCount; ++id) {
-      _values[At(id)].clear();
+      _values[_at(id)].clear();
       const BaUnlockedTransform* transform = FindTransform(map.transforms(), id);
       if (transform != nullptr && transform->exists()) {
-        _motion.getValues(*transform, &_values[At(id)]);
+        _motion.getValues(*transform, &_values[_at(id)]);
       } else {
-        _values[At(id)].assign(_count, 0);
+        _values[_at(id)].assign(_count, 0);
       }
     }
     if (turns) _addRotation(node);
@@ -109,7 +109,7 @@ class TakeFiller {
   }
 
  private:
-  static std::size_t At(int transform_id) { return static_cast<std::size_t>(transform_id) - 1; }
+  static std::size_t _at(int transform_id) { return static_cast<std::size_t>(transform_id) - 1; }
 
   // The rest rotation is the node's pre-rotation and the order of the rotations is its own, so the
   // angles are those of the motion, however far they turn.
@@ -118,7 +118,7 @@ class TakeFiller {
     KFbxAnimCurveNode* curves = _take->GetCurveNode(node, KFbxAnimCurveNode::eROTATION);
     for (int axis = 0; axis < kAxes; ++axis) {
       std::vector<float> angles(_count);
-      const std::vector<double>& values = _values[At(axis + kBaFirstRotationId)];
+      const std::vector<double>& values = _values[_at(axis + kBaFirstRotationId)];
       for (std::size_t i = 0; i < _count; ++i) angles[i] = static_cast<float>(degrees * values[i]);
       curves->GetCurve(axis)->SetKeys(_times, std::move(angles));
     }
@@ -150,7 +150,7 @@ class TakeFiller {
 
   [[nodiscard]] KFbxVector4 _turnedOrigin(const BaUnlockedBodyMap& map, std::size_t frame) const {
     BaBodyPose pose;
-    for (int id = 1; id <= kBaTransformCount; ++id) pose[id] = _values[At(id)][frame];
+    for (int id = 1; id <= kBaTransformCount; ++id) pose[id] = _values[_at(id)][frame];
     const Bt4X4DoubleMat matrix = map.matrix(pose, _units);
     return {matrix(3, 0), matrix(3, 1), matrix(3, 2)};
   }

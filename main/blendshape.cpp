@@ -12,12 +12,10 @@ namespace {
 
 void AddOffset(const BaMDBlendVEffects::Vector& vector, const KFbxXMatrix& to_mesh, double scale,
                std::array<double, 3>* sum) {
-  for (int column = 0; column < 3; ++column) {
-    for (int row = 0; row < 3; ++row) {
-      (*sum)[static_cast<std::size_t>(column)] +=
-          static_cast<double>(vector.v[row]) * scale * to_mesh.Get(row, column);
-    }
-  }
+  const KFbxVector4 offset = to_mesh.MultR({static_cast<double>(vector.v[0]) * scale,
+                                            static_cast<double>(vector.v[1]) * scale,
+                                            static_cast<double>(vector.v[2]) * scale});
+  for (int i = 0; i < 3; ++i) (*sum)[static_cast<std::size_t>(i)] += offset[i];
 }
 
 }  // namespace
@@ -40,7 +38,7 @@ void BlendShapeBuilder::addTo(KFbxMesh* mesh, const std::vector<MeshBody>& bodie
   if (_sliders.empty()) return;
   const BaMDSliderGroup* group = nullptr;
   KFbxBlendShape* blend_shape = nullptr;
-  for (const auto& [place, offsets] : collectOffsets(bodies, faces)) {
+  for (const auto& [place, offsets] : _collectOffsets(bodies, faces)) {
     const Slider& slider = _sliders[place];
     if (slider.group != group) {
       group = slider.group;
@@ -48,12 +46,12 @@ void BlendShapeBuilder::addTo(KFbxMesh* mesh, const std::vector<MeshBody>& bodie
       mesh->AddDeformer(blend_shape);
     }
     KFbxBlendShapeChannel* channel = KFbxBlendShapeChannel::Create(_scene, slider.name);
-    channel->AddTargetShape(createShape(slider.name, offsets));
+    channel->AddTargetShape(_createShape(slider.name, offsets));
     blend_shape->AddBlendShapeChannel(channel);
   }
 }
 
-std::map<std::size_t, BlendShapeBuilder::Offsets> BlendShapeBuilder::collectOffsets(
+std::map<std::size_t, BlendShapeBuilder::Offsets> BlendShapeBuilder::_collectOffsets(
     const std::vector<MeshBody>& bodies, const Faces& faces) const {
   std::map<std::size_t, Offsets> sliders;
   for (const Faces::Part& part : faces.parts) {
@@ -72,7 +70,7 @@ std::map<std::size_t, BlendShapeBuilder::Offsets> BlendShapeBuilder::collectOffs
   return sliders;
 }
 
-KFbxShape* BlendShapeBuilder::createShape(const BtStr& name, const Offsets& offsets) const {
+KFbxShape* BlendShapeBuilder::_createShape(const BtStr& name, const Offsets& offsets) const {
   KFbxShape* shape = KFbxShape::Create(_scene, name);
   for (const auto& [point, offset] : offsets) {
     shape->AddOffset(point, offset[0], offset[1], offset[2]);

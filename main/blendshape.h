@@ -44,9 +44,9 @@ class BlendShapeBuilder {
   using Offsets = std::map<std::int32_t, std::array<double, 3>>;
 
   // The offsets of each slider that moves vertices of a mesh, by its place among all sliders.
-  [[nodiscard]] std::map<std::size_t, Offsets> collectOffsets(const std::vector<MeshBody>& bodies,
-                                                              const Faces& faces) const;
-  [[nodiscard]] KFbxShape* createShape(const BtStr& name, const Offsets& offsets) const;
+  [[nodiscard]] std::map<std::size_t, Offsets> _collectOffsets(const std::vector<MeshBody>& bodies,
+                                                               const Faces& faces) const;
+  [[nodiscard]] KFbxShape* _createShape(const BtStr& name, const Offsets& offsets) const;
 
   KFbxScene* _scene;
   double _scale_factor;

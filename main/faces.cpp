@@ -38,22 +38,22 @@ struct Amount {
     for (const BaMDMaterialGroup* group : geometry.materialGroups()) {
       textured = textured || group->texturedPolygons().count() > 0 ||
                  group->texturedTriangleStrips().count() > 0;
-      addPolygons(group->polygons());
-      addPolygons(group->texturedPolygons());
-      addStrips(group->triangleStrips());
-      addStrips(group->texturedTriangleStrips());
+      _addPolygons(group->polygons());
+      _addPolygons(group->texturedPolygons());
+      _addStrips(group->triangleStrips());
+      _addStrips(group->texturedTriangleStrips());
     }
   }
 
  private:
   template <class Lists>
-  void addPolygons(const Lists& polygons) {
+  void _addPolygons(const Lists& polygons) {
     corners += polygons.entries().size();
     faces += static_cast<std::size_t>(polygons.count());
   }
   // A triangle for each corner but the first two of a strip.
   template <class Lists>
-  void addStrips(const Lists& strips) {
+  void _addStrips(const Lists& strips) {
     corners += 3 * strips.entries().size();
     faces += strips.entries().size();
   }
@@ -78,87 +78,81 @@ class Gatherer {
     _first_point = static_cast<int>(_faces.pointCount());
     _first_uv = static_cast<int>(_faces.uvs.size() / 2);
     _faces.parts.push_back({body, vertices, _first_point});
-    addPoints(*vertices, to_mesh);
+    _addPoints(*vertices, to_mesh);
     for (const BaTextureCoords& coords : geometry.textureCoords()) {
       _faces.uvs.push_back(static_cast<double>(coords.u));
       _faces.uvs.push_back(static_cast<double>(coords.v));
     }
-    for (const BaMDMaterialGroup* group : geometry.materialGroups()) addGroup(*group);
+    for (const BaMDMaterialGroup* group : geometry.materialGroups()) _addGroup(*group);
   }
 
   Faces take() { return std::move(_faces); }
 
  private:
-  void addPoints(const BaMDVertices& vertices, const KFbxXMatrix& to_mesh) {
+  void _addPoints(const BaMDVertices& vertices, const KFbxXMatrix& to_mesh) {
     for (const BaMDPoint& p : vertices.coordinates()) {
-      const std::array<double, 3> scaled = {static_cast<double>(p.x) * _scale,
-                                            static_cast<double>(p.y) * _scale,
-                                            static_cast<double>(p.z) * _scale};
-      for (int column = 0; column < 3; ++column) {
-        double sum = to_mesh.Get(3, column);
-        for (int row = 0; row < 3; ++row) {
-          sum += scaled[static_cast<std::size_t>(row)] * to_mesh.Get(row, column);
-        }
-        _faces.points.push_back(PointAccuracy(sum));
-      }
+      const KFbxVector4 place =
+          to_mesh.MultT({static_cast<double>(p.x) * _scale, static_cast<double>(p.y) * _scale,
+                         static_cast<double>(p.z) * _scale});
+      for (int i = 0; i < 3; ++i) _faces.points.push_back(PointAccuracy(place[i]));
     }
   }
 
-  void addGroup(const BaMDMaterialGroup& group) {
+  void _addGroup(const BaMDMaterialGroup& group) {
     _material = -1;
     _material_name = group.material();
-    addPolygons(group.polygons());
-    addPolygons(group.texturedPolygons());
-    addStrips(group.triangleStrips());
-    addStrips(group.texturedTriangleStrips());
+    _addPolygons(group.polygons());
+    _addPolygons(group.texturedPolygons());
+    _addStrips(group.triangleStrips());
+    _addStrips(group.texturedTriangleStrips());
   }
 
   template <class Lists>
-  void addPolygons(const Lists& polygons) {
+  void _addPolygons(const Lists& polygons) {
     for (int i = 0; i < polygons.count(); ++i) {
       const auto polygon = polygons[i];
       if (polygon.size() < 3) continue;
-      for (const auto& corner : polygon) addCorner(CornerOf(corner));
-      endFace();
+      for (const auto& corner : polygon) _addCorner(CornerOf(corner));
+      _endFace();
     }
   }
 
   // Every second triangle of a strip runs the other way round.
   template <class Lists>
-  void addStrips(const Lists& strips) {
+  void _addStrips(const Lists& strips) {
     for (int i = 0; i < strips.count(); ++i) {
       const auto strip = strips[i];
       for (std::size_t k = 2; k < strip.size(); ++k) {
         const std::size_t odd = k % 2;
-        addTriangle(
+        _addTriangle(
             {CornerOf(strip[k - 2 + odd]), CornerOf(strip[k - 1 - odd]), CornerOf(strip[k])});
       }
     }
   }
 
-  void addTriangle(const std::array<Corner, 3>& t) {
+  void _addTriangle(const std::array<Corner, 3>& t) {
     if (t[0].vertex == t[1].vertex || t[1].vertex == t[2].vertex || t[2].vertex == t[0].vertex) {
       return;
     }
-    for (const Corner& corner : t) addCorner(corner);
-    endFace();
+    for (const Corner& corner : t) _addCorner(corner);
+    _endFace();
   }
 
-  void addCorner(const Corner& corner) {
+  void _addCorner(const Corner& corner) {
     _faces.corners.push_back(_first_point + corner.vertex);
     if (_textured) {
       _faces.corner_uvs.push_back(corner.coord < 0 ? -1 : _first_uv + corner.coord);
     }
   }
 
-  void endFace() {
+  void _endFace() {
     _faces.corners.back() = -_faces.corners.back() - 1;
-    if (_material < 0) _material = materialIndex();
+    if (_material < 0) _material = _materialIndex();
     _faces.face_materials.push_back(_material);
   }
 
   // The mesh's index of the current group's material, which is entered on its first face.
-  int materialIndex() {
+  int _materialIndex() {
     const auto [entry, is_new] =
         _material_indices.try_emplace(_material_name, static_cast<int>(_faces.materials.size()));
     if (is_new) _faces.materials.push_back(_material_name);

@@ -71,12 +71,12 @@ KFbxSurfacePhong* SceneMaterials::material(const char* name) {
   if (is_new) {
     const BaMDMaterial* md_material = _model_data.materialByName(name);
     BtAssert(md_material);
-    entry->second = createMaterial(*md_material);
+    entry->second = _createMaterial(*md_material);
   }
   return entry->second;
 }
 
-KFbxSurfacePhong* SceneMaterials::createMaterial(const BaMDMaterial& md_material) {
+KFbxSurfacePhong* SceneMaterials::_createMaterial(const BaMDMaterial& md_material) {
   KFbxSurfacePhong* material = KFbxSurfacePhong::Create(_scene, md_material.name());
   for (const Ba_MatAttrInfo& attribute : kBaMatAttrs) {
     if (attribute.fbx_property == nullptr) continue;
@@ -84,14 +84,14 @@ KFbxSurfacePhong* SceneMaterials::createMaterial(const BaMDMaterial& md_material
   }
   SetOpacity(md_material, material);
   for (const BaMDTexture* md_texture : md_material.textures()) {
-    addTexture(material, *md_texture, md_material.name());
+    _addTexture(material, *md_texture, md_material.name());
   }
   return material;
 }
 
-void SceneMaterials::addTexture(KFbxSurfacePhong* material, const BaMDTexture& md_texture,
-                                const BtStr& material_name) {
-  KFbxVideo* picture = video(md_texture.name(), material_name);
+void SceneMaterials::_addTexture(KFbxSurfacePhong* material, const BaMDTexture& md_texture,
+                                 const BtStr& material_name) {
+  KFbxVideo* picture = _video(md_texture.name(), material_name);
   KFbxTexture* texture = KFbxTexture::Create(_scene, picture->GetName());
   texture->SetFileName(picture->GetFileName());
   texture->SetRelativeFileName(picture->GetRelativeFileName());
@@ -108,7 +108,7 @@ void SceneMaterials::addTexture(KFbxSurfacePhong* material, const BaMDTexture& m
 
 // The video of a texture's file. The names in the scene are those of the model, not the place where
 // the picture was found, so that a file does not depend on where it was converted.
-KFbxVideo* SceneMaterials::video(const BtStr& texture_name, const BtStr& material_name) {
+KFbxVideo* SceneMaterials::_video(const BtStr& texture_name, const BtStr& material_name) {
   const BtStr path = BaFindPicture(_directory, texture_name);
   if (path.isNull()) {
     BtWarn(BtCode("texture-missing"),

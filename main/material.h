@@ -28,10 +28,10 @@ class SceneMaterials {
   KFbxSurfacePhong* material(const char* name);
 
  private:
-  KFbxSurfacePhong* createMaterial(const BaMDMaterial& md_material);
-  void addTexture(KFbxSurfacePhong* material, const BaMDTexture& md_texture,
-                  const BtStr& material_name);
-  KFbxVideo* video(const BtStr& texture_name, const BtStr& material_name);
+  KFbxSurfacePhong* _createMaterial(const BaMDMaterial& md_material);
+  void _addTexture(KFbxSurfacePhong* material, const BaMDTexture& md_texture,
+                   const BtStr& material_name);
+  KFbxVideo* _video(const BtStr& texture_name, const BtStr& material_name);
 
   KFbxScene* _scene;
   const BaModelData& _model_data;

@@ -44,14 +44,14 @@ MeshBuilder::MeshBuilder(KFbxScene* scene, const BaModelData& model_data, float 
 KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* node,
                                                 bool whole_chain) {
   const std::vector<MeshBody> bodies =
-      whole_chain ? chainBelow(body, node) : std::vector<MeshBody>{{&body, node, KFbxXMatrix()}};
+      whole_chain ? _chainBelow(body, node) : std::vector<MeshBody>{{&body, node, KFbxXMatrix()}};
   Faces faces = GatherFaces(_model_data, bodies, _scale_factor);
 
   KFbxNode* mesh_node = KFbxNode::Create(_scene, body.name() + "_mesh");
   KFbxMesh* mesh = KFbxMesh::Create(_scene, body.name() + "_mesh");
   mesh_node->SetNodeAttribute(mesh);
   for (const char* name : faces.materials) mesh_node->AddMaterial(_materials->material(name));
-  setNormals(mesh, body, faces, whole_chain);
+  _setNormals(mesh, body, faces, whole_chain);
   AddSkin(_scene, mesh, node, bodies, faces);
   _blend_shapes.addTo(mesh, bodies, faces);
 
@@ -65,7 +65,7 @@ KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* 
 
 // The bodies of a chain, parents first, each with the transform from its rest place into that of
 // the chain's top.
-std::vector<MeshBody> MeshBuilder::chainBelow(const BaMDBody& top, KFbxNode* top_node) const {
+std::vector<MeshBody> MeshBuilder::_chainBelow(const BaMDBody& top, KFbxNode* top_node) const {
   KFbxSceneEvaluator* evaluator = _scene->GetEvaluator();
   const KFbxXMatrix from_world = evaluator->GetNodeGlobalTransform(top_node).Inverse();
   std::vector<MeshBody> bodies;
@@ -85,38 +85,36 @@ std::vector<MeshBody> MeshBuilder::chainBelow(const BaMDBody& top, KFbxNode* top
   return bodies;
 }
 
-void MeshBuilder::setNormals(KFbxMesh* mesh, const BaMDBody& body, const Faces& faces,
-                             bool whole_chain) {
+void MeshBuilder::_setNormals(KFbxMesh* mesh, const BaMDBody& body, const Faces& faces,
+                              bool whole_chain) {
   if (!_model_data.combineVertexNormals()) {
     mesh->SetNormals(KFbxMesh::eBY_POLYGON_VERTEX, FlatNormals(faces), FacePerCorner(faces));
   } else if (whole_chain) {
     mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, SmoothNormals(faces));
   } else {
-    mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, bodyNormals(body, faces.pointCount()));
+    mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, _bodyNormals(body, faces.pointCount()));
   }
 }
 
 // The normals of a body that is a mesh of its own, taken from those of its whole chain: its
 // neighbours count where bodies meet.
-std::vector<double> MeshBuilder::bodyNormals(const BaMDBody& body, std::size_t count) {
-  if (!_chain.to_top.contains(&body)) computeChain(TopOf(_model_data, body));
+std::vector<double> MeshBuilder::_bodyNormals(const BaMDBody& body, std::size_t count) {
+  if (!_chain.to_top.contains(&body)) _computeChain(TopOf(_model_data, body));
   const KFbxXMatrix& to_top = _chain.to_top.at(&body);
   const double* source = _chain.normals.data() + 3 * _chain.first_point.at(&body);
   std::vector<double> normals(3 * count);
-  for (std::size_t i = 0; i < normals.size(); ++i) {
-    // Turned back by the transposed rotation.
-    const int axis = static_cast<int>(i % 3);
-    const double* normal = source + (i - i % 3);
-    double sum = 0.0;
-    for (int k = 0; k < 3; ++k) sum += normal[k] * to_top.Get(axis, k);
-    normals[i] = NormalAccuracy(sum);
+  for (std::size_t i = 0; i < normals.size(); i += 3) {
+    const KFbxVector4 normal = to_top.MultRBack({source[i], source[i + 1], source[i + 2]});
+    for (int k = 0; k < 3; ++k) {
+      normals[i + static_cast<std::size_t>(k)] = NormalAccuracy(normal[k]);
+    }
   }
   return normals;
 }
 
-void MeshBuilder::computeChain(const BaMDBody& top) {
+void MeshBuilder::_computeChain(const BaMDBody& top) {
   _chain = {};
-  const std::vector<MeshBody> bodies = chainBelow(top, _scene->FindNodeByName(top.name()));
+  const std::vector<MeshBody> bodies = _chainBelow(top, _scene->FindNodeByName(top.name()));
   const Faces faces = GatherFaces(_model_data, bodies, _scale_factor);
   _chain.normals = SmoothNormals(faces);
   for (const Faces::Part& part : faces.parts) {

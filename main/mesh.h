@@ -37,10 +37,10 @@ class MeshBuilder {
     BtHashMap<const BaMDBody*, KFbxXMatrix> to_top;
   };
 
-  std::vector<MeshBody> chainBelow(const BaMDBody& top, KFbxNode* top_node) const;
-  void setNormals(KFbxMesh* mesh, const BaMDBody& body, const Faces& faces, bool whole_chain);
-  std::vector<double> bodyNormals(const BaMDBody& body, std::size_t count);
-  void computeChain(const BaMDBody& top);
+  std::vector<MeshBody> _chainBelow(const BaMDBody& top, KFbxNode* top_node) const;
+  void _setNormals(KFbxMesh* mesh, const BaMDBody& body, const Faces& faces, bool whole_chain);
+  std::vector<double> _bodyNormals(const BaMDBody& body, std::size_t count);
+  void _computeChain(const BaMDBody& top);
 
   KFbxScene* _scene;
   const BaModelData& _model_data;

@@ -1,8 +1,9 @@
 #include "skin.h"
 
 #include <algorithm>
+#include <iterator>
+#include <span>
 #include <tuple>
-#include <utility>
 
 #include "Ba/bamdbody.h"
 #include "Ba/bamdvertexeffects.h"
@@ -100,27 +101,35 @@ void MergeWeights(std::vector<Influence>* influences, Corrections* corrections) 
 // Weights written with six decimals may miss 1 by their rounding.
 constexpr double kRoundingOfSum = 1e-5;
 
-// Adds the influences of one part to `all`: its flex weights, and its own body with the rest.
-void AddPart(int first_point, int last_point, int own_node, std::vector<Influence> flex,
+// What the flex weights of one point leave for the body that it is defined on, with those toward
+// that body: flexing toward it is following it. Weights of more than 1 in sum are scaled to 1.
+double OwnWeight(int own_node, std::span<Influence> flex, Corrections* corrections) {
+  double sum = 0.0;
+  for (const Influence& influence : flex) sum += influence.weight;
+  corrections->above_one |= sum > 1.0 + kRoundingOfSum;
+  const double factor = sum > 1.0 ? 1.0 / sum : 1.0;
+  double own = std::max(1.0 - sum, 0.0);
+  for (Influence& influence : flex) {
+    influence.weight *= factor;
+    if (influence.node == own_node) own += influence.weight;
+  }
+  return own;
+}
+
+// Adds the influences of one part to `all`: of each point its own body's and the flex weights
+// toward others.
+void AddPart(int first_point, int last_point, int own_node, std::span<Influence> flex,
              Corrections* corrections, std::vector<Influence>* all) {
-  std::size_t next = 0;
   for (std::int32_t point = first_point; point < last_point; ++point) {
-    const std::size_t start = next;
-    double sum = 0.0;
-    for (; next < flex.size() && flex[next].point == point; ++next) sum += flex[next].weight;
-    corrections->above_one |= sum > 1.0 + kRoundingOfSum;
-    const double factor = sum > 1.0 ? 1.0 / sum : 1.0;
-    for (std::size_t i = start; i < next; ++i) flex[i].weight *= factor;
-    double own = 1.0 - sum;
-    if (own <= 0.0) own = 0.0;
-    // Flexing toward the own body is following it.
-    for (std::size_t i = start; i < next; ++i) {
-      if (flex[i].node == own_node) own += flex[i].weight;
-    }
+    const auto end = std::find_if(flex.begin(), flex.end(), [point](const Influence& influence) {
+      return influence.point != point;
+    });
+    const auto of_point = flex.first(static_cast<std::size_t>(end - flex.begin()));
+    flex = flex.subspan(of_point.size());
+    const double own = OwnWeight(own_node, of_point, corrections);
     if (own > 0.0) all->push_back({point, own_node, own});
-    for (std::size_t i = start; i < next; ++i) {
-      if (flex[i].node != own_node) all->push_back(flex[i]);
-    }
+    std::copy_if(of_point.begin(), of_point.end(), std::back_inserter(*all),
+                 [own_node](const Influence& influence) { return influence.node != own_node; });
   }
 }
 
@@ -137,7 +146,7 @@ std::vector<Influence> CollectInfluences(const std::vector<MeshBody>& bodies, co
     const int own_node = nodes->numberOf(body.node);
     std::vector<Influence> flex = FlexWeights(*part.vertices, part.first_point, nodes);
     MergeWeights(&flex, &corrections);
-    AddPart(part.first_point, last_point, own_node, std::move(flex), &corrections, &all);
+    AddPart(part.first_point, last_point, own_node, flex, &corrections, &all);
     Warn(*body.body, corrections);
   }
   return all;

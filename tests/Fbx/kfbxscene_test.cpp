@@ -29,6 +29,7 @@ TEST(KFbxXMatrix, TurnsAboutTheFirstAxisFirst) {
     const KFbxXMatrix turn = KFbxXMatrix::Rotation({0, 0, angle});
     const double radians = angle * 3.14159265358979323846 / 180;
     ExpectNear(turn.MultR({1, 0, 0}), {std::cos(radians), std::sin(radians), 0});
+    ExpectNear(turn.MultRBack({std::cos(radians), std::sin(radians), 0}), {1, 0, 0});
   }
 }
 

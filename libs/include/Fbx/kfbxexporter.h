@@ -7,6 +7,7 @@
 #include "Fbx/kfbxsdkmanager.h"
 
 class KFbxScene;
+struct FbxDialect;
 
 class KFbxExporter : public KFbxCreated<KFbxExporter> {
  public:
@@ -40,7 +41,7 @@ class KFbxExporter : public KFbxCreated<KFbxExporter> {
 
   BtStr _file_name;
   int _format = -1;
-  BtStr _version;
+  const FbxDialect* _dialect = nullptr;  // null while there is no format
   BtStr _last_error = "";
   KFbxIOSettings _own_settings;
   KFbxIOSettings* _settings = &_own_settings;

@@ -2,13 +2,7 @@
 // them.
 #pragma once
 
-// The layout of a file.
-enum class FbxFamily {
-  eNone,  // not an FBX file; such formats are listed and refused
-  e71,    // file version 7100: objects with ids
-  e61     // file version 6100: objects by name
-};
-
+// How a file holds its records; formats that are not FBX are listed and refused.
 enum class FbxKind { eBinary, eAscii, eEncrypted, eOther };
 
 class KFbxIOPluginRegistry {
@@ -23,6 +17,5 @@ class KFbxIOPluginRegistry {
   [[nodiscard]] const char* const* GetWritableVersions(int format) const;
 
   // How an exporter has to write the format.
-  [[nodiscard]] FbxFamily WriterFamily(int format) const;
   [[nodiscard]] FbxKind WriterKind(int format) const;
 };

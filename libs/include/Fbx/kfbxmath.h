@@ -9,14 +9,14 @@
 class KFbxVector4 {
  public:
   constexpr KFbxVector4() = default;  // 0 0 0 1
-  constexpr KFbxVector4(double x, double y, double z, double w = 1.0) : mData{x, y, z, w} {}
+  constexpr KFbxVector4(double x, double y, double z, double w = 1.0) : _values{x, y, z, w} {}
 
-  constexpr double& operator[](int i) { return mData[static_cast<std::size_t>(i)]; }
-  constexpr double operator[](int i) const { return mData[static_cast<std::size_t>(i)]; }
+  constexpr double& operator[](int i) { return _values[static_cast<std::size_t>(i)]; }
+  constexpr double operator[](int i) const { return _values[static_cast<std::size_t>(i)]; }
   friend constexpr bool operator==(const KFbxVector4&, const KFbxVector4&) = default;
 
  private:
-  std::array<double, 4> mData = {0.0, 0.0, 0.0, 1.0};
+  std::array<double, 4> _values = {0.0, 0.0, 0.0, 1.0};
 };
 
 // The order in which the angles about the three axes are applied: the first letter first. The
@@ -47,6 +47,8 @@ class KFbxXMatrix {
   // The image of a point (MultT) and of a direction (MultR: without the translation).
   [[nodiscard]] KFbxVector4 MultT(const KFbxVector4& point) const;
   [[nodiscard]] KFbxVector4 MultR(const KFbxVector4& direction) const;
+  // The direction whose image a rotation makes of `direction`.
+  [[nodiscard]] KFbxVector4 MultRBack(const KFbxVector4& direction) const;
   // Asserts that the matrix can be inverted.
   [[nodiscard]] KFbxXMatrix Inverse() const;
   [[nodiscard]] KFbxVector4 GetT() const { return {Get(3, 0), Get(3, 1), Get(3, 2)}; }

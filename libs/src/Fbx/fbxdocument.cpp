@@ -34,6 +34,12 @@ FbxPropertyValue Times(const KFbxProperty<KFbxVector4>& color, const KFbxPropert
   return {c[0] * f, c[1] * f, c[2] * f};
 }
 
+KFbxXMatrix GlobalMatrix(KFbxScene* scene, const KFbxPose& pose, int i) {
+  KFbxNode* parent = pose.GetNode(i)->GetParent();
+  if (!pose.IsLocalMatrix(i) || parent == nullptr) return pose.GetMatrix(i);
+  return scene->GetEvaluator()->GetNodeGlobalTransform(parent) * pose.GetMatrix(i);
+}
+
 void WriteUserProperty(std::string_view name, const KFbxUserProperty& property,
                        FbxPropertyWriter* list) {
   if (const auto* integer = std::get_if<std::int32_t>(&property.value)) {
@@ -48,40 +54,39 @@ void WriteUserProperty(std::string_view name, const KFbxUserProperty& property,
 
 }  // namespace
 
-FbxDocument::FbxDocument(FbxRecordSink* sink_in, const FbxDocumentSource& source_in,
-                         FbxFamily family_in)
-    : sink(*sink_in), source(source_in), content(*source_in.content), family(family_in) {}
+FbxDocument::FbxDocument(FbxRecordSink* sink, const FbxDocumentSource& source)
+    : _sink(*sink), _source(source), _content(*source.content), _family(*source.dialect->family) {}
 
 void FbxDocument::openObject(std::string_view record, const Reference& object,
                              std::string_view subtype) {
-  sink.begin(record);
-  if (family == FbxFamily::e71) sink.add(object.id);
-  sink.add(object.name);
-  sink.add(subtype);
-  sink.list();
+  _sink.begin(record);
+  if (_family.has_ids) _sink.add(object.id);
+  _sink.add(object.name);
+  _sink.add(subtype);
+  _sink.list();
 }
 
 void FbxDocument::addReference(const Reference& object) {
-  if (family == FbxFamily::e71) {
-    sink.add(object.id);
+  if (_family.has_ids) {
+    _sink.add(object.id);
   } else {
-    sink.add(object.name);
+    _sink.add(object.name);
   }
 }
 
 void FbxDocument::connect(const Reference& child, const Reference& parent,
                           std::string_view property) {
-  sink.begin(family == FbxFamily::e71 ? "C" : "Connect");
-  sink.add(property.empty() ? "OO" : "OP");
+  _sink.begin(_family.connection);
+  _sink.add(property.empty() ? "OO" : "OP");
   addReference(child);
   addReference(parent);
-  if (!property.empty()) sink.add(property);
-  sink.end();
+  if (!property.empty()) _sink.add(property);
+  _sink.end();
 }
 
 FbxDocument::Reference FbxDocument::modelAt(int index) const {
   if (index == FbxSceneContent::kNone) return {0, {"Scene", "Model"}};
-  const auto& model = content.models[static_cast<std::size_t>(index)];
+  const auto& model = _content.models[static_cast<std::size_t>(index)];
   return {model.id, {model.name, "Model"}};
 }
 
@@ -105,79 +110,69 @@ FbxDocument::Reference FbxDocument::refer(const FbxSceneContent::Cluster& entry)
   return {entry.id, {entry.name, "SubDeformer"}};
 }
 
-void FbxDocument::writeHeaderExtension(std::int32_t version) {
-  const FbxCreationTime& time = source.creation_time;
-  sink.open("FBXHeaderExtension");
-  sink.leaf("FBXHeaderVersion", std::int32_t{1003});
-  sink.leaf("FBXVersion", version);
-  if (sink.isBinary()) sink.leaf("EncryptionType", std::int32_t{0});
-  sink.open("CreationTimeStamp");
-  sink.leaf("Version", std::int32_t{1000});
-  sink.leaf("Year", time.year);
-  sink.leaf("Month", time.month);
-  sink.leaf("Day", time.day);
-  sink.leaf("Hour", time.hour);
-  sink.leaf("Minute", time.minute);
-  sink.leaf("Second", time.second);
-  sink.leaf("Millisecond", time.millisecond);
-  sink.end();
-  sink.leaf("Creator", kCreator);
-  if (family == FbxFamily::e71) {
-    writeSceneInfo();
-  } else {
-    sink.open("OtherFlags");
-    sink.leaf("FlagPLE", std::int32_t{0});
-    sink.end();
-  }
-  sink.end();
+void FbxDocument::openHeaderExtension() {
+  const FbxCreationTime& time = _source.creation_time;
+  _sink.open("FBXHeaderExtension");
+  _sink.leaf("FBXHeaderVersion", std::int32_t{1003});
+  _sink.leaf("FBXVersion", _source.dialect->file_version);
+  if (_sink.isBinary()) _sink.leaf("EncryptionType", std::int32_t{0});
+  _sink.open("CreationTimeStamp");
+  _sink.leaf("Version", std::int32_t{1000});
+  _sink.leaf("Year", time.year);
+  _sink.leaf("Month", time.month);
+  _sink.leaf("Day", time.day);
+  _sink.leaf("Hour", time.hour);
+  _sink.leaf("Minute", time.minute);
+  _sink.leaf("Second", time.second);
+  _sink.leaf("Millisecond", time.millisecond);
+  _sink.end();
+  _sink.leaf("Creator", kCreator);
 }
 
 void FbxDocument::writeIdentity() {
-  // Texts of the newer family have the creator in the header only.
-  if (!sink.isBinary() && family == FbxFamily::e71) return;
-  if (sink.isBinary()) {
-    sink.begin("FileId");
-    sink.addRaw(source.creation_time.fileId());
-    sink.end();
+  if (_sink.isBinary()) {
+    _sink.begin("FileId");
+    _sink.addRaw(_source.creation_time.fileId());
+    _sink.end();
   }
-  sink.leaf("CreationTime", source.creation_time.text());
-  sink.leaf("Creator", kCreator);
+  _sink.leaf("CreationTime", _source.creation_time.text());
+  _sink.leaf("Creator", kCreator);
 }
 
 void FbxDocument::writeSceneInfo() {
-  const KFbxDocumentInfo* info = source.scene->GetSceneInfo();
+  const KFbxDocumentInfo* info = _source.scene->GetSceneInfo();
   const auto text = [info](BtStr KFbxDocumentInfo::*field) {
     return info == nullptr ? std::string() : FbxText((info->*field).view());
   };
-  sink.open("SceneInfo", FbxObjectName{"GlobalInfo", "SceneInfo"}, "UserData");
-  sink.leaf("Type", "UserData");
-  sink.leaf("Version", std::int32_t{100});
-  sink.open("MetaData");
-  sink.leaf("Version", std::int32_t{100});
-  sink.leaf("Title", text(&KFbxDocumentInfo::mTitle));
-  sink.leaf("Subject", text(&KFbxDocumentInfo::mSubject));
-  sink.leaf("Author", text(&KFbxDocumentInfo::mAuthor));
-  sink.leaf("Keywords", text(&KFbxDocumentInfo::mKeywords));
-  sink.leaf("Revision", text(&KFbxDocumentInfo::mRevision));
-  sink.leaf("Comment", text(&KFbxDocumentInfo::mComment));
-  sink.end();
+  _sink.open("SceneInfo", FbxObjectName{"GlobalInfo", "SceneInfo"}, "UserData");
+  _sink.leaf("Type", "UserData");
+  _sink.leaf("Version", std::int32_t{100});
+  _sink.open("MetaData");
+  _sink.leaf("Version", std::int32_t{100});
+  _sink.leaf("Title", text(&KFbxDocumentInfo::mTitle));
+  _sink.leaf("Subject", text(&KFbxDocumentInfo::mSubject));
+  _sink.leaf("Author", text(&KFbxDocumentInfo::mAuthor));
+  _sink.leaf("Keywords", text(&KFbxDocumentInfo::mKeywords));
+  _sink.leaf("Revision", text(&KFbxDocumentInfo::mRevision));
+  _sink.leaf("Comment", text(&KFbxDocumentInfo::mComment));
+  _sink.end();
   // The urls of the document stay empty: the same scene is the same file wherever it is written.
   FbxPropertyWriter list = properties();
   list.begin();
   list.write(FbxSceneInfoProperties());
   list.end();
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument::writeGlobalSettings() {
-  sink.open("GlobalSettings");
-  sink.leaf("Version", std::int32_t{1000});
+  _sink.open("GlobalSettings");
+  _sink.leaf("Version", std::int32_t{1000});
   FbxPropertyWriter list = properties();
-  const KFbxFrameRate& rate = content.frame_rate;
+  const KFbxFrameRate& rate = _content.frame_rate;
   const FbxSetting settings[] = {
       {"TimeMode", static_cast<double>(rate.GetTimeMode())},
-      {"TimeSpanStart", static_cast<double>(content.time_start)},
-      {"TimeSpanStop", static_cast<double>(content.time_stop)},
+      {"TimeSpanStart", static_cast<double>(_content.time_start)},
+      {"TimeSpanStop", static_cast<double>(_content.time_stop)},
   };
   list.begin();
   list.write(FbxGlobalSettingsProperties(), settings);
@@ -185,11 +180,11 @@ void FbxDocument::writeGlobalSettings() {
     list.write({"CustomFrameRate", FbxPropertyType::eDouble, -1}, rate.GetFrameRate());
   }
   list.end();
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument::writeMatrix(std::string_view name, const KFbxXMatrix& matrix) {
-  sink.leaf(name, std::span<const double>(matrix.Values()));
+  _sink.leaf(name, std::span<const double>(matrix.Values()));
 }
 
 void FbxDocument::writeNodeProperties(const FbxSceneContent::Model& model,
@@ -197,8 +192,7 @@ void FbxDocument::writeNodeProperties(const FbxSceneContent::Model& model,
   const KFbxNode& node = *model.node;
   const bool has_attribute = model.attribute != FbxSceneContent::kNone;
   const double inherit_type = model.has_scaled_ancestor ? kScaleAsMatrix : kScaleLocally;
-  // The families differ in the default of a limit that is switched off.
-  const double scaling_min = family == FbxFamily::e71 ? 0 : 1;
+  const double scaling_min = _family.unused_scaling_min;
   const FbxSetting settings[] = {
       {"RotationOrder", static_cast<double>(node.GetRotationOrder(KFbxNode::eSOURCE_SET))},
       {"PreRotation", node.GetPreRotation(KFbxNode::eSOURCE_SET)},
@@ -210,54 +204,45 @@ void FbxDocument::writeNodeProperties(const FbxSceneContent::Model& model,
       {"Lcl Rotation", node.LclRotation.Get()},
       {"Lcl Scaling", node.LclScaling.Get()},
   };
-  list->write(FbxNodeProperties(), settings, selection());
+  list->write(FbxNodeProperties(), settings, _family.selection);
   for (std::size_t i = 0; i < model.user_names.size(); ++i) {
     WriteUserProperty(model.user_names[i], node.GetUserProperties()[i], list);
   }
 }
 
 void FbxDocument::writePoses() {
-  struct Entry {
-    int model;
-    KFbxXMatrix global;
-  };
-  for (const FbxSceneContent::Pose& entry : content.poses) {
-    const KFbxPose& pose = *entry.pose;
-    std::vector<Entry> nodes;
-    for (int i = 0; i < pose.GetCount(); ++i) {
-      // The root and nodes outside of the scene are no objects of the file.
-      const int model = content.modelOf(pose.GetNode(i));
-      if (model == FbxSceneContent::kNone) continue;
-      KFbxNode* parent = pose.GetNode(i)->GetParent();
-      KFbxXMatrix global = pose.GetMatrix(i);
-      if (pose.IsLocalMatrix(i) && parent != nullptr) {
-        global = source.scene->GetEvaluator()->GetNodeGlobalTransform(parent) * global;
-      }
-      nodes.push_back({model, global});
-    }
-    const char* type = pose.IsBindPose() ? "BindPose" : "RestPose";
-    openObject("Pose", {entry.id, {entry.name, "Pose"}}, type);
-    sink.leaf("Type", type);
-    sink.leaf("Version", std::int32_t{100});
-    if (family == FbxFamily::e61) {
-      properties().begin();
-      properties().end();
-    }
-    sink.leaf("NbPoseNodes", static_cast<std::int32_t>(nodes.size()));
-    for (const Entry& node : nodes) {
-      sink.open("PoseNode");
-      sink.begin("Node");
-      addReference(modelAt(node.model));
-      sink.end();
-      writeMatrix("Matrix", node.global);
-      sink.end();
-    }
-    sink.end();
+  for (const FbxSceneContent::Pose& entry : _content.poses) writePose(entry);
+}
+
+void FbxDocument::writePose(const FbxSceneContent::Pose& entry) {
+  const KFbxPose& pose = *entry.pose;
+  // The root and nodes outside of the scene are no objects of the file.
+  std::vector<int> places;
+  for (int i = 0; i < pose.GetCount(); ++i) {
+    if (_content.modelOf(pose.GetNode(i)) != FbxSceneContent::kNone) places.push_back(i);
   }
+  const char* type = pose.IsBindPose() ? "BindPose" : "RestPose";
+  openObject("Pose", {entry.id, {entry.name, "Pose"}}, type);
+  _sink.leaf("Type", type);
+  _sink.leaf("Version", std::int32_t{100});
+  if (_family.has_empty_lists) {
+    properties().begin();
+    properties().end();
+  }
+  _sink.leaf("NbPoseNodes", static_cast<std::int32_t>(places.size()));
+  for (const int i : places) {
+    _sink.open("PoseNode");
+    _sink.begin("Node");
+    addReference(modelAt(_content.modelOf(pose.GetNode(i))));
+    _sink.end();
+    writeMatrix("Matrix", GlobalMatrix(_source.scene, pose, i));
+    _sink.end();
+  }
+  _sink.end();
 }
 
 void FbxDocument::writeMaterials() {
-  for (const FbxSceneContent::Material& entry : content.materials) {
+  for (const FbxSceneContent::Material& entry : _content.materials) {
     const KFbxSurfacePhong& m = *entry.material;
     std::vector<FbxSetting> settings;
     for (const auto& [name, member] : kKFbxPhongProperties) {
@@ -274,23 +259,23 @@ void FbxDocument::writeMaterials() {
         {"Reflectivity", Brightness(m.ReflectionColor.Get()) * m.ReflectionFactor.Get()},
     };
     openObject("Material", refer(entry), "");
-    sink.leaf("Version", std::int32_t{102});
-    sink.leaf("ShadingModel", "phong");
-    sink.leaf("MultiLayer", std::int32_t{0});
+    _sink.leaf("Version", std::int32_t{102});
+    _sink.leaf("ShadingModel", "phong");
+    _sink.leaf("MultiLayer", std::int32_t{0});
     FbxPropertyWriter list = properties();
     list.begin();
-    list.write(FbxPhongProperties(), settings, selection());
+    list.write(FbxPhongProperties(), settings, _family.selection);
     list.write(FbxPhongLegacyProperties(), legacy);
     list.end();
-    sink.end();
+    _sink.end();
   }
 }
 
 void FbxDocument::writeClusterWeights(const KFbxCluster& cluster) {
-  sink.leaf("UserData", "", "");
+  _sink.leaf("UserData", "", "");
   if (!cluster.GetControlPointIndices().empty()) {
-    sink.leaf("Indexes", std::span<const std::int32_t>(cluster.GetControlPointIndices()));
-    sink.leaf("Weights", std::span<const double>(cluster.GetControlPointWeights()));
+    _sink.leaf("Indexes", std::span<const std::int32_t>(cluster.GetControlPointIndices()));
+    _sink.leaf("Weights", std::span<const double>(cluster.GetControlPointWeights()));
   }
   // From the space of the mesh into that of the bone, and from there into the world.
   writeMatrix("Transform",
@@ -299,7 +284,7 @@ void FbxDocument::writeClusterWeights(const KFbxCluster& cluster) {
 }
 
 void FbxDocument::writeTextures() {
-  for (const FbxSceneContent::Texture& entry : content.textures) {
+  for (const FbxSceneContent::Texture& entry : _content.textures) {
     const KFbxTexture& texture = *entry.texture;
     const std::string uv_set = FbxText(texture.GetUVSet());
     const FbxSetting settings[] = {
@@ -310,60 +295,60 @@ void FbxDocument::writeTextures() {
         {"UseMaterial", 1.0},
     };
     openObject("Texture", refer(entry), "");
-    sink.leaf("Type", "TextureVideoClip");
-    sink.leaf("Version", std::int32_t{202});
-    sink.leaf("TextureName", refer(entry).name);
+    _sink.leaf("Type", "TextureVideoClip");
+    _sink.leaf("Version", std::int32_t{202});
+    _sink.leaf("TextureName", refer(entry).name);
     FbxPropertyWriter list = properties();
     list.begin();
-    list.write(FbxTextureProperties(), settings, selection());
+    list.write(FbxTextureProperties(), settings, _family.selection);
     list.end();
     if (entry.video != FbxSceneContent::kNone) {
-      sink.leaf("Media", refer(content.videos[static_cast<std::size_t>(entry.video)]).name);
+      _sink.leaf("Media", refer(_content.videos[static_cast<std::size_t>(entry.video)]).name);
     }
-    sink.leaf("FileName", FbxText(texture.GetFileName()));
-    sink.leaf("RelativeFilename", FbxText(texture.GetRelativeFileName()));
-    sink.leaf("ModelUVTranslation", 0.0, 0.0);
-    sink.leaf("ModelUVScaling", 1.0, 1.0);
-    sink.leaf("Texture_Alpha_Source", "None");
-    sink.leaf("Cropping", std::int32_t{0}, std::int32_t{0}, std::int32_t{0}, std::int32_t{0});
-    sink.end();
+    _sink.leaf("FileName", FbxText(texture.GetFileName()));
+    _sink.leaf("RelativeFilename", FbxText(texture.GetRelativeFileName()));
+    _sink.leaf("ModelUVTranslation", 0.0, 0.0);
+    _sink.leaf("ModelUVScaling", 1.0, 1.0);
+    _sink.leaf("Texture_Alpha_Source", "None");
+    _sink.leaf("Cropping", std::int32_t{0}, std::int32_t{0}, std::int32_t{0}, std::int32_t{0});
+    _sink.end();
   }
 }
 
 void FbxDocument::writeContent(const FbxSceneContent::Video& entry) {
   const char* path = entry.video->GetContentFile();
-  if (!source.embed_media || path == nullptr) return;
+  if (!_source.embed_media || path == nullptr) return;
   FbxSourceFile file;
   const bool opened = file.open(path);
   if (!opened && !BtError()) {
     BtWarn(BtCode("texture-unreadable"), "Unable to embed the picture '%s': %s.",
            file.name().c_str(), file.reason());
   }
-  sink.begin("Content");
-  if (opened) sink.addFile(file);
-  sink.end();
+  _sink.begin("Content");
+  if (opened) _sink.addFile(file);
+  _sink.end();
 }
 
 void FbxDocument::writeTextureConnection(const FbxSceneContent::Texture& texture) {
   if (texture.video == FbxSceneContent::kNone) return;
-  connect(refer(content.videos[static_cast<std::size_t>(texture.video)]), refer(texture));
+  connect(refer(_content.videos[static_cast<std::size_t>(texture.video)]), refer(texture));
 }
 
 std::string_view FbxDocument::currentTake() const {
-  return content.anim_stacks.empty() ? std::string_view() : content.anim_stacks.front().name;
+  return _content.anim_stacks.empty() ? std::string_view() : _content.anim_stacks.front().name;
 }
 
 void FbxDocument::openTake(const FbxSceneContent::AnimStack& stack) {
   std::string file_name = stack.name + ".tak";
   std::replace(file_name.begin(), file_name.end(), ' ', '_');
-  sink.open("Take", stack.name);
-  sink.leaf("FileName", file_name);
+  _sink.open("Take", stack.name);
+  _sink.leaf("FileName", file_name);
   writeTakeTimes(stack);
 }
 
 void FbxDocument::writeTakeTimes(const FbxSceneContent::AnimStack& stack) {
   const KTime start = stack.stack->LocalStart.Get();
   const KTime stop = stack.stack->LocalStop.Get();
-  sink.leaf("LocalTime", start, stop);
-  sink.leaf("ReferenceTime", start, stop);
+  _sink.leaf("LocalTime", start, stop);
+  _sink.leaf("ReferenceTime", start, stop);
 }

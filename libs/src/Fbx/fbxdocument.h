@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "fbxcreationtime.h"
+#include "fbxdialect.h"
 #include "fbxproperties.h"
 #include "fbxrecordsink.h"
 #include "fbxscenecontent.h"
@@ -18,23 +19,21 @@ class KFbxXMatrix;
 struct FbxDocumentSource {
   KFbxScene* scene;
   const FbxSceneContent* content;
+  const FbxDialect* dialect;
   FbxCreationTime creation_time;
   bool embed_media;
 };
 
 class FbxDocument {
  public:
-  virtual ~FbxDocument() = default;
   FbxDocument(const FbxDocument&) = delete;
   FbxDocument& operator=(const FbxDocument&) = delete;
-
-  // Writes all records. A picture that cannot be embedded is a recorded warning.
-  virtual void write() = 0;
+  FbxDocument(FbxRecordSink* sink, const FbxDocumentSource& source);
 
  protected:
-  FbxDocument(FbxRecordSink* sink, const FbxDocumentSource& source, FbxFamily family);
+  ~FbxDocument() = default;
 
-  // How objects are referred to: by id in the newer family, by name in the older one.
+  // How objects are referred to: by id where the family has ids, otherwise by name.
   struct Reference {
     std::int64_t id;
     FbxObjectName name;
@@ -51,13 +50,15 @@ class FbxDocument {
   [[nodiscard]] static Reference refer(const FbxSceneContent::Skin& entry);
   [[nodiscard]] static Reference refer(const FbxSceneContent::Cluster& entry);
 
-  void writeHeaderExtension(std::int32_t version);
+  // The record stays open for what the families have at its end.
+  void openHeaderExtension();
   void writeIdentity();
   void writeSceneInfo();
   void writeGlobalSettings();
   void writeMatrix(std::string_view name, const KFbxXMatrix& matrix);
   void writeNodeProperties(const FbxSceneContent::Model& model, FbxPropertyWriter* properties);
   void writePoses();
+  void writePose(const FbxSceneContent::Pose& entry);
   void writeMaterials();
   void writeClusterWeights(const KFbxCluster& cluster);
   void writeTextures();
@@ -69,26 +70,19 @@ class FbxDocument {
   void openTake(const FbxSceneContent::AnimStack& stack);
   void writeTakeTimes(const FbxSceneContent::AnimStack& stack);
 
-  [[nodiscard]] FbxPropertyWriter properties() const { return {&sink, family}; }
-  // What an object's own list holds of its table.
-  [[nodiscard]] FbxSelection selection() const {
-    return family == FbxFamily::e71 ? FbxSelection::eChanged : FbxSelection::eAll;
-  }
+  [[nodiscard]] FbxPropertyWriter properties() const { return {&_sink, _family}; }
 
-  FbxRecordSink& sink;
-  const FbxDocumentSource& source;
-  const FbxSceneContent& content;
-  const FbxFamily family;
+  FbxRecordSink& _sink;
+  const FbxDocumentSource& _source;
+  const FbxSceneContent& _content;
+  const FbxFamily& _family;
 };
 
-// The newer family: objects with ids, file version 7100.
+// The newer family: objects with ids.
 class FbxDocument71 : public FbxDocument {
  public:
-  static constexpr std::int32_t kVersion = 7100;
-  // Bytes of a binary file that a model takes at the least, whatever it is.
-  static constexpr std::uint64_t kFewestModelBytes = 200;
-  FbxDocument71(FbxRecordSink* sink, const FbxDocumentSource& source);
-  void write() override;
+  using FbxDocument::FbxDocument;
+  void write();
 
  private:
   void _writeDocuments();
@@ -102,6 +96,8 @@ class FbxDocument71 : public FbxDocument {
   void _writeDeformers();
   void _writeVideo(const FbxSceneContent::Video& video);
   void _writeConnections();
+  void _connectModel(const FbxSceneContent::Model& model);
+  void _connectTextures();
   void _connectDeformers();
   void _writeAnimation(const FbxSceneContent::AnimStack& stack);
   void _writeCurveNode(const FbxSceneContent::AnimCurveNode& entry);
@@ -117,13 +113,11 @@ class FbxDocument71 : public FbxDocument {
   [[nodiscard]] static Reference _shapeOf(const FbxSceneContent::Channel& entry);
 };
 
-// The older family: objects by name, meshes inside their models, file version 6100.
+// The older family: objects by name, meshes inside their models.
 class FbxDocument61 : public FbxDocument {
  public:
-  static constexpr std::int32_t kVersion = 6100;
-  static constexpr std::uint64_t kFewestModelBytes = 5000;  // as above
-  FbxDocument61(FbxRecordSink* sink, const FbxDocumentSource& source);
-  void write() override;
+  using FbxDocument::FbxDocument;
+  void write();
 
  private:
   void _writeDefinitions();

@@ -98,28 +98,33 @@ std::string FrameRateText(const KFbxFrameRate& rate) {
 
 }  // namespace
 
-FbxDocument61::FbxDocument61(FbxRecordSink* sink_in, const FbxDocumentSource& source_in)
-    : FbxDocument(sink_in, source_in, FbxFamily::e61) {}
+void FbxWriteDocument61(FbxRecordSink* sink, const FbxDocumentSource& source) {
+  FbxDocument61(sink, source).write();
+}
 
 void FbxDocument61::write() {
-  writeHeaderExtension(kVersion);
+  openHeaderExtension();
+  _sink.open("OtherFlags");
+  _sink.leaf("FlagPLE", std::int32_t{0});
+  _sink.end();
+  _sink.end();
   writeIdentity();
-  sink.open("Document");
-  sink.leaf("Name", "");
-  sink.end();
-  sink.open("References");
-  sink.end();
+  _sink.open("Document");
+  _sink.leaf("Name", "");
+  _sink.end();
+  _sink.open("References");
+  _sink.end();
   _writeDefinitions();
   _writeObjects();
   _writeConnections();
   _writeTakes();
   _writeVersion5();
-  sink.endSection();
-  if (!sink.isBinary()) return;
+  _sink.endSection();
+  if (!_sink.isBinary()) return;
   // A second section repeats what a program shows before it opens the file.
   writeIdentity();
   _writeSummary();
-  sink.endSection();
+  _sink.endSection();
 }
 
 void FbxDocument61::_writeDefinitions() {
@@ -127,46 +132,46 @@ void FbxDocument61::_writeDefinitions() {
     std::string_view name;
     std::size_t count;
   };
-  std::size_t deformers = content.skins.size();
-  for (const auto& skin : content.skins) deformers += skin.clusters.size();
+  std::size_t deformers = _content.skins.size();
+  for (const auto& skin : _content.skins) deformers += skin.clusters.size();
   const ObjectType types[] = {
-      {"Model", content.models.size()},
-      {"Material", content.materials.size()},
-      {"Texture", content.textures.size()},
-      {"Video", content.videos.size()},
+      {"Model", _content.models.size()},
+      {"Material", _content.materials.size()},
+      {"Texture", _content.textures.size()},
+      {"Video", _content.videos.size()},
       {"SceneInfo", 1},
-      {"Pose", content.poses.size()},
+      {"Pose", _content.poses.size()},
       {"Deformer", deformers},
       {"GlobalSettings", 1},
   };
   std::size_t sum = 0;
   for (const ObjectType& type : types) sum += type.count;
-  sink.open("Definitions");
-  sink.leaf("Version", std::int32_t{100});
-  sink.leaf("Count", static_cast<std::int32_t>(sum));
+  _sink.open("Definitions");
+  _sink.leaf("Version", std::int32_t{100});
+  _sink.leaf("Count", static_cast<std::int32_t>(sum));
   for (const ObjectType& type : types) {
     if (type.count == 0) continue;
-    sink.open("ObjectType", type.name);
-    sink.leaf("Count", static_cast<std::int32_t>(type.count));
-    sink.end();
+    _sink.open("ObjectType", type.name);
+    _sink.leaf("Count", static_cast<std::int32_t>(type.count));
+    _sink.end();
   }
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument61::_writeObjects() {
-  sink.open("Objects");
-  for (const auto& model : content.models) {
-    if (!sink.ok()) break;
+  _sink.open("Objects");
+  for (const auto& model : _content.models) {
+    if (!_sink.ok()) break;
     _writeModel(model);
   }
   writeSceneInfo();
   writePoses();
   writeMaterials();
   _writeDeformers();
-  for (const auto& video : content.videos) _writeVideo(video);
+  for (const auto& video : _content.videos) _writeVideo(video);
   writeTextures();
   writeGlobalSettings();
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument61::_writeModel(const FbxSceneContent::Model& model) {
@@ -174,7 +179,7 @@ void FbxDocument61::_writeModel(const FbxSceneContent::Model& model) {
   const bool has_attribute = model.attribute != FbxSceneContent::kNone;
   const KFbxMesh* mesh = model.node->GetMesh();
   openObject("Model", {model.id, {model.name, "Model"}}, FbxModelTypeName(*model.node));
-  sink.leaf("Version", std::int32_t{232});
+  _sink.leaf("Version", std::int32_t{232});
   FbxPropertyWriter list = properties();
   list.begin();
   writeNodeProperties(model, &list);
@@ -187,30 +192,30 @@ void FbxDocument61::_writeModel(const FbxSceneContent::Model& model) {
                channel->channel->DeformPercent.Get(), kOfAttribute);
   }
   list.end();
-  sink.leaf("MultiLayer", std::int32_t{0});
-  sink.leaf("MultiTake", std::int32_t{1});
-  sink.leaf("Shading", 'Y');
-  sink.leaf("Culling", "CullingOff");
+  _sink.leaf("MultiLayer", std::int32_t{0});
+  _sink.leaf("MultiTake", std::int32_t{1});
+  _sink.leaf("Shading", 'Y');
+  _sink.leaf("Culling", "CullingOff");
   if (mesh != nullptr) {
     _writeMesh(model, *mesh);
   } else {
-    sink.leaf("TypeFlags", has_attribute ? "Skeleton" : "Null");
+    _sink.leaf("TypeFlags", has_attribute ? "Skeleton" : "Null");
   }
   if (has_attribute) {
-    const auto& attribute = content.attributes[static_cast<std::size_t>(model.attribute)];
-    sink.leaf("NodeAttributeName",
-              FbxObjectName{attribute.name, mesh == nullptr ? "NodeAttribute" : "Geometry"});
+    const auto& attribute = _content.attributes[static_cast<std::size_t>(model.attribute)];
+    _sink.leaf("NodeAttributeName",
+               FbxObjectName{attribute.name, mesh == nullptr ? "NodeAttribute" : "Geometry"});
   }
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument61::_writeMesh(const FbxSceneContent::Model& model, const KFbxMesh& mesh) {
-  const bool has_materials = !content.materials.empty() && model.node->GetMaterialCount() > 0;
-  FbxWriteGeometry(&sink, mesh, has_materials, ModelTextures(*model.node, content).layers(mesh));
+  const bool has_materials = !_content.materials.empty() && model.node->GetMaterialCount() > 0;
+  FbxWriteGeometry(&_sink, mesh, has_materials, ModelTextures(*model.node, _content).layers(mesh));
   for (const auto* channel : _channelsOf(model)) {
-    sink.open("Shape", channel->name);
-    FbxWriteShape(&sink, *channel->channel->GetTargetShape());
-    sink.end();
+    _sink.open("Shape", channel->name);
+    FbxWriteShape(&_sink, *channel->channel->GetTargetShape());
+    _sink.end();
   }
 }
 
@@ -218,9 +223,9 @@ std::vector<const FbxSceneContent::Channel*> FbxDocument61::_channelsOf(
     const FbxSceneContent::Model& model) const {
   std::vector<const FbxSceneContent::Channel*> channels;
   if (model.attribute == FbxSceneContent::kNone) return channels;
-  const auto& attribute = content.attributes[static_cast<std::size_t>(model.attribute)];
+  const auto& attribute = _content.attributes[static_cast<std::size_t>(model.attribute)];
   for (const int index : attribute.blend_shapes) {
-    const auto& blend_shape = content.blend_shapes[static_cast<std::size_t>(index)];
+    const auto& blend_shape = _content.blend_shapes[static_cast<std::size_t>(index)];
     for (const auto& channel : blend_shape.channels) channels.push_back(&channel);
   }
   return channels;
@@ -231,21 +236,21 @@ void FbxDocument61::_writeDeformers() {
       {"SrcModelReference", FbxPropertyType::eObject, 0},
   };
   FbxPropertyWriter list = properties();
-  for (const auto& skin : content.skins) {
+  for (const auto& skin : _content.skins) {
     openObject("Deformer", refer(skin), "Skin");
-    sink.leaf("Version", std::int32_t{100});
+    _sink.leaf("Version", std::int32_t{100});
     list.begin();
     list.end();
-    sink.leaf("Link_DeformAcuracy", 50.0);
-    sink.end();
+    _sink.leaf("Link_DeformAcuracy", 50.0);
+    _sink.end();
     for (const auto& cluster : skin.clusters) {
       openObject("Deformer", refer(cluster), "Cluster");
-      sink.leaf("Version", std::int32_t{100});
+      _sink.leaf("Version", std::int32_t{100});
       list.begin();
       list.write(kClusterProperties);
       list.end();
       writeClusterWeights(*cluster.cluster);
-      sink.end();
+      _sink.end();
     }
   }
 }
@@ -254,63 +259,63 @@ void FbxDocument61::_writeVideo(const FbxSceneContent::Video& entry) {
   const std::string file_name = FbxText(entry.video->GetFileName());
   const FbxSetting settings[] = {{"Path", file_name}};
   openObject("Video", refer(entry), "Clip");
-  sink.leaf("Type", "Clip");
+  _sink.leaf("Type", "Clip");
   FbxPropertyWriter list = properties();
   list.begin();
   list.write(FbxVideoProperties(), settings);
   list.end();
-  sink.leaf("UseMipMap", std::int32_t{0});
-  sink.leaf("Version", std::int32_t{101});
-  sink.leaf("OriginalFormat", std::int32_t{1});
-  sink.leaf("OriginalFilename", file_name);
-  sink.leaf("Filename", file_name);
-  sink.leaf("RelativeFilename", FbxText(entry.video->GetRelativeFileName()));
+  _sink.leaf("UseMipMap", std::int32_t{0});
+  _sink.leaf("Version", std::int32_t{101});
+  _sink.leaf("OriginalFormat", std::int32_t{1});
+  _sink.leaf("OriginalFilename", file_name);
+  _sink.leaf("Filename", file_name);
+  _sink.leaf("RelativeFilename", FbxText(entry.video->GetRelativeFileName()));
   writeContent(entry);
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument61::_writeConnections() {
-  sink.open("Connections");
-  for (const int top : content.top_models) connect(modelAt(top), modelAt(FbxSceneContent::kNone));
-  for (int i = 0; i < static_cast<int>(content.models.size()); ++i) {
-    if (!sink.ok()) break;
+  _sink.open("Connections");
+  for (const int top : _content.top_models) connect(modelAt(top), modelAt(FbxSceneContent::kNone));
+  for (int i = 0; i < static_cast<int>(_content.models.size()); ++i) {
+    if (!_sink.ok()) break;
     _connectModel(i);
   }
-  for (const auto& entry : content.skins) {
-    const auto& attribute = content.attributes[static_cast<std::size_t>(entry.attribute)];
+  for (const auto& entry : _content.skins) {
+    const auto& attribute = _content.attributes[static_cast<std::size_t>(entry.attribute)];
     connect(refer(entry), modelAt(attribute.model));
     for (const auto& cluster : entry.clusters) {
       connect(refer(cluster), refer(entry));
       connect(modelAt(cluster.link), refer(cluster));
     }
   }
-  for (const auto& texture : content.textures) writeTextureConnection(texture);
-  sink.end();
+  for (const auto& texture : _content.textures) writeTextureConnection(texture);
+  _sink.end();
 }
 
 void FbxDocument61::_connectModel(int index) {
-  const auto& model = content.models[static_cast<std::size_t>(index)];
+  const auto& model = _content.models[static_cast<std::size_t>(index)];
   const Reference parent = modelAt(index);
   // Polygons number the materials, and layer elements the textures, by the order of these.
   for (int i = 0; i < model.node->GetMaterialCount(); ++i) {
-    const int material = content.materialOf(model.node->GetMaterial(i));
+    const int material = _content.materialOf(model.node->GetMaterial(i));
     if (material == FbxSceneContent::kNone) continue;
-    connect(refer(content.materials[static_cast<std::size_t>(material)]), parent);
+    connect(refer(_content.materials[static_cast<std::size_t>(material)]), parent);
   }
-  const ModelTextures shown(*model.node, content);
+  const ModelTextures shown(*model.node, _content);
   for (const int texture : shown.textures()) {
-    connect(refer(content.textures[static_cast<std::size_t>(texture)]), parent);
+    connect(refer(_content.textures[static_cast<std::size_t>(texture)]), parent);
   }
   for (const int child : model.children) connect(modelAt(child), parent);
 }
 
 void FbxDocument61::_writeTakes() {
-  sink.open("Takes");
-  sink.leaf("Current", currentTake());
-  for (const auto& stack : content.anim_stacks) {
+  _sink.open("Takes");
+  _sink.leaf("Current", currentTake());
+  for (const auto& stack : _content.anim_stacks) {
     openTake(stack);
     std::span<const FbxSceneContent::AnimCurveNode> rest = stack.curve_nodes;
-    while (!rest.empty() && sink.ok()) {
+    while (!rest.empty() && _sink.ok()) {
       const auto next = std::find_if(rest.begin(), rest.end(), [&rest](const auto& entry) {
         return entry.model != rest.front().model;
       });
@@ -318,77 +323,77 @@ void FbxDocument61::_writeTakes() {
       _writeTakeModel(rest.first(count));
       rest = rest.subspan(count);
     }
-    sink.end();
+    _sink.end();
   }
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument61::_writeTakeModel(std::span<const FbxSceneContent::AnimCurveNode> of_model) {
-  sink.open("Model", modelAt(of_model.front().model).name);
-  sink.leaf("Version", 1.1);
+  _sink.open("Model", modelAt(of_model.front().model).name);
+  _sink.leaf("Version", 1.1);
   const auto percents = std::find_if(of_model.begin(), of_model.end(),
                                      [](const auto& entry) { return entry.channel != nullptr; });
-  if (percents != of_model.begin()) sink.open("Channel", "Transform");
+  if (percents != of_model.begin()) _sink.open("Channel", "Transform");
   for (auto entry = of_model.begin(); entry != percents; ++entry) {
-    FbxWriteTransformChannel(&sink, *entry->curve_node);
+    FbxWriteTransformChannel(&_sink, *entry->curve_node);
   }
-  if (percents != of_model.begin()) sink.end();
+  if (percents != of_model.begin()) _sink.end();
   for (auto entry = percents; entry != of_model.end(); ++entry) {
-    FbxWriteChannel(&sink, entry->channel->name, *entry->curve_node->GetCurve(0));
+    FbxWriteChannel(&_sink, entry->channel->name, *entry->curve_node->GetCurve(0));
   }
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument61::_writeVersion5() {
-  sink.open("Version5");
-  sink.open("AmbientRenderSettings");
-  sink.leaf("Version", std::int32_t{101});
-  sink.leaf("AmbientLightColor", 0.0, 0.0, 0.0, 1.0);
-  sink.end();
-  sink.open("FogOptions");
-  sink.leaf("FlogEnable", std::int32_t{0});  // spelled so in the format
-  sink.leaf("FogMode", std::int32_t{0});
-  sink.leaf("FogDensity", 0.002);
-  sink.leaf("FogStart", 0.3);
-  sink.leaf("FogEnd", 1000.0);
-  sink.leaf("FogColor", 1.0, 1.0, 1.0, 1.0);
-  sink.end();
-  sink.open("Settings");
-  sink.leaf("FrameRate", FrameRateText(content.frame_rate));
-  sink.leaf("TimeFormat", std::int32_t{1});
-  sink.leaf("SnapOnFrames", std::int32_t{0});
-  sink.leaf("ReferenceTimeIndex", std::int32_t{-1});
-  sink.leaf("TimeLineStartTime", content.time_start);
-  sink.leaf("TimeLineStopTime", content.time_stop);
-  sink.end();
-  sink.open("RendererSetting");
-  sink.leaf("DefaultCamera", "");
-  sink.leaf("DefaultViewingMode", std::int32_t{0});
-  sink.end();
-  sink.end();
+  _sink.open("Version5");
+  _sink.open("AmbientRenderSettings");
+  _sink.leaf("Version", std::int32_t{101});
+  _sink.leaf("AmbientLightColor", 0.0, 0.0, 0.0, 1.0);
+  _sink.end();
+  _sink.open("FogOptions");
+  _sink.leaf("FlogEnable", std::int32_t{0});  // spelled so in the format
+  _sink.leaf("FogMode", std::int32_t{0});
+  _sink.leaf("FogDensity", 0.002);
+  _sink.leaf("FogStart", 0.3);
+  _sink.leaf("FogEnd", 1000.0);
+  _sink.leaf("FogColor", 1.0, 1.0, 1.0, 1.0);
+  _sink.end();
+  _sink.open("Settings");
+  _sink.leaf("FrameRate", FrameRateText(_content.frame_rate));
+  _sink.leaf("TimeFormat", std::int32_t{1});
+  _sink.leaf("SnapOnFrames", std::int32_t{0});
+  _sink.leaf("ReferenceTimeIndex", std::int32_t{-1});
+  _sink.leaf("TimeLineStartTime", _content.time_start);
+  _sink.leaf("TimeLineStopTime", _content.time_stop);
+  _sink.end();
+  _sink.open("RendererSetting");
+  _sink.leaf("DefaultCamera", "");
+  _sink.leaf("DefaultViewingMode", std::int32_t{0});
+  _sink.end();
+  _sink.end();
 }
 
 void FbxDocument61::_writeSummary() {
-  sink.open("Summary");
-  sink.leaf("Version", std::int32_t{101});
-  sink.leaf("Template", std::int32_t{0});
-  sink.leaf("PasswordProtection", std::int32_t{0});
-  sink.open("ContentCount");
-  sink.leaf("Version", "100");  // a text here, unlike all other versions
-  sink.leaf("Model", static_cast<std::int32_t>(content.models.size()));
+  _sink.open("Summary");
+  _sink.leaf("Version", std::int32_t{101});
+  _sink.leaf("Template", std::int32_t{0});
+  _sink.leaf("PasswordProtection", std::int32_t{0});
+  _sink.open("ContentCount");
+  _sink.leaf("Version", "100");  // a text here, unlike all other versions
+  _sink.leaf("Model", static_cast<std::int32_t>(_content.models.size()));
   for (const char* kind : {"Device", "Character", "Actor", "Constraint", "Media"}) {
-    sink.leaf(kind, std::int32_t{0});
+    _sink.leaf(kind, std::int32_t{0});
   }
-  sink.end();
+  _sink.end();
   writeSceneInfo();
-  sink.open("Takes");
-  sink.leaf("Version", std::int32_t{101});
-  sink.leaf("Current", "");
-  for (const auto& stack : content.anim_stacks) {
-    sink.open("Take", stack.name);
+  _sink.open("Takes");
+  _sink.leaf("Version", std::int32_t{101});
+  _sink.leaf("Current", "");
+  for (const auto& stack : _content.anim_stacks) {
+    _sink.open("Take", stack.name);
     writeTakeTimes(stack);
-    sink.end();
+    _sink.end();
   }
-  sink.end();
-  sink.end();
+  _sink.end();
+  _sink.end();
 }

@@ -11,21 +11,25 @@
 #include "fbxgeometryrecords.h"
 #include "fbxskeletontypes.h"
 
-FbxDocument71::FbxDocument71(FbxRecordSink* sink_in, const FbxDocumentSource& source_in)
-    : FbxDocument(sink_in, source_in, FbxFamily::e71) {}
+void FbxWriteDocument71(FbxRecordSink* sink, const FbxDocumentSource& source) {
+  FbxDocument71(sink, source).write();
+}
 
 void FbxDocument71::write() {
-  writeHeaderExtension(kVersion);
-  writeIdentity();
+  openHeaderExtension();
+  writeSceneInfo();
+  _sink.end();
+  // Texts have the creator in the header only.
+  if (_sink.isBinary()) writeIdentity();
   writeGlobalSettings();
   _writeDocuments();
-  sink.open("References");
-  sink.end();
+  _sink.open("References");
+  _sink.end();
   _writeDefinitions();
   _writeObjects();
   _writeConnections();
   _writeTakes();
-  sink.endSection();
+  _sink.endSection();
 }
 
 void FbxDocument71::_writeDocuments() {
@@ -33,16 +37,16 @@ void FbxDocument71::_writeDocuments() {
       {"SourceObject", FbxPropertyType::eObject, 0},
       {"ActiveAnimStackName", FbxPropertyType::eString, currentTake()},
   };
-  sink.open("Documents");
-  sink.leaf("Count", std::int32_t{1});
-  sink.open("Document", content.document_id, FbxText(source.scene->GetName()), "Scene");
+  _sink.open("Documents");
+  _sink.leaf("Count", std::int32_t{1});
+  _sink.open("Document", _content.document_id, FbxText(_source.scene->GetName()), "Scene");
   FbxPropertyWriter list = properties();
   list.begin();
   list.write(properties_of_document);
   list.end();
-  sink.leaf("RootNode", std::int64_t{0});
-  sink.end();
-  sink.end();
+  _sink.leaf("RootNode", std::int64_t{0});
+  _sink.end();
+  _sink.end();
 }
 
 void FbxDocument71::_writeDefinitions() {
@@ -52,132 +56,132 @@ void FbxDocument71::_writeDefinitions() {
     std::string_view template_name;  // empty for types without a template
     std::span<const FbxPropertyRow> table;
   };
-  const int meshes = content.meshCount();
+  const int meshes = _content.meshCount();
   const auto size = [](const auto& list) { return static_cast<int>(list.size()); };
-  const int stacks = size(content.anim_stacks);
+  const int stacks = size(_content.anim_stacks);
   const ObjectType types[] = {
       {"GlobalSettings", 1, "", {}},
-      {"Geometry", meshes + content.shapeCount(), "FbxMesh", FbxMeshProperties()},
-      {"Material", size(content.materials), "FbxSurfacePhong", FbxPhongProperties()},
-      {"Model", size(content.models), "FbxNode", FbxNodeProperties()},
-      {"NodeAttribute", size(content.attributes) - meshes, "FbxSkeleton", FbxSkeletonProperties()},
-      {"Pose", size(content.poses), "", {}},
-      {"Deformer", content.deformerCount(), "", {}},
-      {"Texture", size(content.textures), "FbxFileTexture", FbxTextureProperties()},
-      {"Video", size(content.videos), "FbxVideo", FbxVideoProperties()},
+      {"Geometry", meshes + _content.shapeCount(), "FbxMesh", FbxMeshProperties()},
+      {"Material", size(_content.materials), "FbxSurfacePhong", FbxPhongProperties()},
+      {"Model", size(_content.models), "FbxNode", FbxNodeProperties()},
+      {"NodeAttribute", size(_content.attributes) - meshes, "FbxSkeleton", FbxSkeletonProperties()},
+      {"Pose", size(_content.poses), "", {}},
+      {"Deformer", _content.deformerCount(), "", {}},
+      {"Texture", size(_content.textures), "FbxFileTexture", FbxTextureProperties()},
+      {"Video", size(_content.videos), "FbxVideo", FbxVideoProperties()},
       {"AnimationStack", stacks, "FbxAnimStack", FbxAnimStackProperties()},
       {"AnimationLayer", stacks, "FbxAnimLayer", FbxAnimLayerProperties()},
-      {"AnimationCurveNode", content.animCurveNodeCount(), "", {}},
-      {"AnimationCurve", content.animCurveCount(), "", {}},
+      {"AnimationCurveNode", _content.animCurveNodeCount(), "", {}},
+      {"AnimationCurve", _content.animCurveCount(), "", {}},
   };
   std::int32_t sum = 0;
   for (const ObjectType& type : types) sum += type.count;
-  sink.open("Definitions");
-  sink.leaf("Version", std::int32_t{100});
-  sink.leaf("Count", sum);
+  _sink.open("Definitions");
+  _sink.leaf("Version", std::int32_t{100});
+  _sink.leaf("Count", sum);
   for (const ObjectType& type : types) {
     // Readers skip objects of types that are not listed.
     if (type.count > 0) _writeObjectType(type.name, type.count, type.template_name, type.table);
   }
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument71::_writeObjectType(std::string_view type, int count,
                                      std::string_view template_name,
                                      std::span<const FbxPropertyRow> table) {
-  sink.open("ObjectType", type);
-  sink.leaf("Count", count);
+  _sink.open("ObjectType", type);
+  _sink.leaf("Count", count);
   if (!template_name.empty()) {
-    sink.open("PropertyTemplate", template_name);
+    _sink.open("PropertyTemplate", template_name);
     FbxPropertyWriter list = properties();
     list.begin();
     list.write(table);
     list.end();
-    sink.end();
+    _sink.end();
   }
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument71::_writeObjects() {
-  sink.open("Objects");
-  for (const auto& attribute : content.attributes) {
-    if (!sink.ok()) break;
+  _sink.open("Objects");
+  for (const auto& attribute : _content.attributes) {
+    if (!_sink.ok()) break;
     _writeAttribute(attribute);
   }
   _writeShapes();
-  for (const auto& model : content.models) {
-    if (!sink.ok()) break;
+  for (const auto& model : _content.models) {
+    if (!_sink.ok()) break;
     _writeModel(model);
   }
   writePoses();
   writeMaterials();
   _writeDeformers();
-  for (const auto& video : content.videos) _writeVideo(video);
+  for (const auto& video : _content.videos) _writeVideo(video);
   writeTextures();
-  for (const auto& stack : content.anim_stacks) _writeAnimation(stack);
-  sink.end();
+  for (const auto& stack : _content.anim_stacks) _writeAnimation(stack);
+  _sink.end();
 }
 
 void FbxDocument71::_writeAttribute(const FbxSceneContent::Attribute& attribute) {
   const KFbxMesh* mesh = attribute.mesh();
   if (mesh == nullptr) {
     openObject("NodeAttribute", _refer(attribute), FbxSkeletonTypeName(*attribute.attribute));
-    sink.leaf("TypeFlags", "Skeleton");
+    _sink.leaf("TypeFlags", "Skeleton");
   } else {
-    const KFbxNode& node = *content.models[static_cast<std::size_t>(attribute.model)].node;
+    const KFbxNode& node = *_content.models[static_cast<std::size_t>(attribute.model)].node;
     openObject("Geometry", _refer(attribute), "Mesh");
-    FbxWriteGeometry(&sink, *mesh, !content.materials.empty() && node.GetMaterialCount() > 0);
+    FbxWriteGeometry(&_sink, *mesh, !_content.materials.empty() && node.GetMaterialCount() > 0);
   }
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument71::_writeShapes() {
-  for (const auto& blend_shape : content.blend_shapes) {
+  for (const auto& blend_shape : _content.blend_shapes) {
     for (const auto& channel : blend_shape.channels) {
       openObject("Geometry", _shapeOf(channel), "Shape");
-      sink.leaf("Version", std::int32_t{100});
-      FbxWriteShape(&sink, *channel.channel->GetTargetShape());
-      sink.end();
+      _sink.leaf("Version", std::int32_t{100});
+      FbxWriteShape(&_sink, *channel.channel->GetTargetShape());
+      _sink.end();
     }
   }
 }
 
 void FbxDocument71::_writeModel(const FbxSceneContent::Model& model) {
   openObject("Model", {model.id, {model.name, "Model"}}, FbxModelTypeName(*model.node));
-  sink.leaf("Version", std::int32_t{232});
+  _sink.leaf("Version", std::int32_t{232});
   FbxPropertyWriter list = properties();
   list.begin();
   writeNodeProperties(model, &list);
   list.end();
-  sink.leaf("Shading", 'Y');
-  sink.leaf("Culling", "CullingOff");
-  sink.end();
+  _sink.leaf("Shading", 'Y');
+  _sink.leaf("Culling", "CullingOff");
+  _sink.end();
 }
 
 void FbxDocument71::_writeDeformers() {
-  for (const auto& skin : content.skins) {
+  for (const auto& skin : _content.skins) {
     openObject("Deformer", refer(skin), "Skin");
-    sink.leaf("Version", std::int32_t{100});
-    sink.leaf("Link_DeformAcuracy", 50.0);
-    sink.end();
+    _sink.leaf("Version", std::int32_t{100});
+    _sink.leaf("Link_DeformAcuracy", 50.0);
+    _sink.end();
     for (const auto& cluster : skin.clusters) {
       openObject("Deformer", refer(cluster), "Cluster");
-      sink.leaf("Version", std::int32_t{100});
+      _sink.leaf("Version", std::int32_t{100});
       writeClusterWeights(*cluster.cluster);
-      sink.end();
+      _sink.end();
     }
   }
-  for (const auto& blend_shape : content.blend_shapes) {
+  for (const auto& blend_shape : _content.blend_shapes) {
     openObject("Deformer", _refer(blend_shape), "BlendShape");
-    sink.leaf("Version", std::int32_t{100});
-    sink.end();
+    _sink.leaf("Version", std::int32_t{100});
+    _sink.end();
     for (const auto& channel : blend_shape.channels) {
       constexpr double kFullWeight[] = {100.0};
       openObject("Deformer", _refer(channel), "BlendShapeChannel");
-      sink.leaf("Version", std::int32_t{100});
-      sink.leaf("DeformPercent", channel.channel->DeformPercent.Get());
-      sink.leaf("FullWeights", std::span<const double>(kFullWeight));
-      sink.end();
+      _sink.leaf("Version", std::int32_t{100});
+      _sink.leaf("DeformPercent", channel.channel->DeformPercent.Get());
+      _sink.leaf("FullWeights", std::span<const double>(kFullWeight));
+      _sink.end();
     }
   }
 }
@@ -186,60 +190,68 @@ void FbxDocument71::_writeVideo(const FbxSceneContent::Video& entry) {
   const std::string file_name = FbxText(entry.video->GetFileName());
   const FbxSetting settings[] = {{"Path", file_name}};
   openObject("Video", refer(entry), "Clip");
-  sink.leaf("Type", "Clip");
+  _sink.leaf("Type", "Clip");
   FbxPropertyWriter list = properties();
   list.begin();
-  list.write(FbxVideoProperties(), settings, selection());
+  list.write(FbxVideoProperties(), settings, _family.selection);
   list.end();
-  sink.leaf("UseMipMap", std::int32_t{0});
-  sink.leaf("Filename", file_name);
-  sink.leaf("RelativeFilename", FbxText(entry.video->GetRelativeFileName()));
+  _sink.leaf("UseMipMap", std::int32_t{0});
+  _sink.leaf("Filename", file_name);
+  _sink.leaf("RelativeFilename", FbxText(entry.video->GetRelativeFileName()));
   writeContent(entry);
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument71::_writeConnections() {
-  sink.open("Connections");
-  for (const int top : content.top_models) connect(modelAt(top), modelAt(FbxSceneContent::kNone));
-  for (const auto& model : content.models) {
-    if (!sink.ok()) break;
-    const Reference parent = {model.id, {model.name, "Model"}};
-    if (model.attribute != FbxSceneContent::kNone) {
-      connect(_refer(content.attributes[static_cast<std::size_t>(model.attribute)]), parent);
-    }
-    // Polygons number the materials by the order of these.
-    for (int i = 0; i < model.node->GetMaterialCount(); ++i) {
-      const int material = content.materialOf(model.node->GetMaterial(i));
-      if (material == FbxSceneContent::kNone) continue;
-      connect(refer(content.materials[static_cast<std::size_t>(material)]), parent);
-    }
-    for (const int child : model.children) connect(modelAt(child), parent);
+  _sink.open("Connections");
+  for (const int top : _content.top_models) connect(modelAt(top), modelAt(FbxSceneContent::kNone));
+  for (const auto& model : _content.models) {
+    if (!_sink.ok()) break;
+    _connectModel(model);
   }
-  for (const auto& material : content.materials) {
-    for (const auto& [texture, slot] : material.material->GetTextures()) {
-      const int index = content.textureOf(texture);
-      if (index == FbxSceneContent::kNone) continue;
-      connect(refer(content.textures[static_cast<std::size_t>(index)]), refer(material), slot);
-    }
-  }
-  for (const auto& texture : content.textures) writeTextureConnection(texture);
+  _connectTextures();
   _connectDeformers();
-  for (const auto& stack : content.anim_stacks) _connectAnimation(stack);
-  sink.end();
+  for (const auto& stack : _content.anim_stacks) _connectAnimation(stack);
+  _sink.end();
+}
+
+void FbxDocument71::_connectModel(const FbxSceneContent::Model& model) {
+  const Reference parent = {model.id, {model.name, "Model"}};
+  if (model.attribute != FbxSceneContent::kNone) {
+    connect(_refer(_content.attributes[static_cast<std::size_t>(model.attribute)]), parent);
+  }
+  // Polygons number the materials by the order of these.
+  for (int i = 0; i < model.node->GetMaterialCount(); ++i) {
+    const int material = _content.materialOf(model.node->GetMaterial(i));
+    if (material == FbxSceneContent::kNone) continue;
+    connect(refer(_content.materials[static_cast<std::size_t>(material)]), parent);
+  }
+  for (const int child : model.children) connect(modelAt(child), parent);
+}
+
+void FbxDocument71::_connectTextures() {
+  for (const auto& material : _content.materials) {
+    for (const auto& [texture, slot] : material.material->GetTextures()) {
+      const int index = _content.textureOf(texture);
+      if (index == FbxSceneContent::kNone) continue;
+      connect(refer(_content.textures[static_cast<std::size_t>(index)]), refer(material), slot);
+    }
+  }
+  for (const auto& texture : _content.textures) writeTextureConnection(texture);
 }
 
 void FbxDocument71::_connectDeformers() {
   const auto geometry = [this](int attribute) {
-    return _refer(content.attributes[static_cast<std::size_t>(attribute)]);
+    return _refer(_content.attributes[static_cast<std::size_t>(attribute)]);
   };
-  for (const auto& skin : content.skins) {
+  for (const auto& skin : _content.skins) {
     connect(refer(skin), geometry(skin.attribute));
     for (const auto& cluster : skin.clusters) {
       connect(refer(cluster), refer(skin));
       connect(modelAt(cluster.link), refer(cluster));
     }
   }
-  for (const auto& blend_shape : content.blend_shapes) {
+  for (const auto& blend_shape : _content.blend_shapes) {
     connect(_refer(blend_shape), geometry(blend_shape.attribute));
     for (const auto& channel : blend_shape.channels) {
       connect(_refer(channel), _refer(blend_shape));
@@ -261,16 +273,16 @@ void FbxDocument71::_writeAnimation(const FbxSceneContent::AnimStack& stack) {
   // Readers want the times also where they are those of the template.
   list.write(FbxAnimStackProperties().subspan(1), times);
   list.end();
-  sink.end();
+  _sink.end();
   openObject("AnimationLayer", _layerOf(stack), "");
-  sink.end();
+  _sink.end();
   for (const auto& entry : stack.curve_nodes) _writeCurveNode(entry);
   for (const auto& entry : stack.curve_nodes) {
-    for (int i = 0; i < entry.curve_node->GetCurveCount() && sink.ok(); ++i) {
+    for (int i = 0; i < entry.curve_node->GetCurveCount() && _sink.ok(); ++i) {
       openObject("AnimationCurve",
                  {entry.curve_ids[static_cast<std::size_t>(i)], {"", "AnimCurve"}}, "");
-      FbxWriteCurve(&sink, *entry.curve_node, i);
-      sink.end();
+      FbxWriteCurve(&_sink, *entry.curve_node, i);
+      _sink.end();
     }
   }
 }
@@ -286,7 +298,7 @@ void FbxDocument71::_writeCurveNode(const FbxSceneContent::AnimCurveNode& entry)
     list.write({property.curves[i], FbxPropertyType::eNumber, 0, "A+"}, static_cast<double>(value));
   }
   list.end();
-  sink.end();
+  _sink.end();
 }
 
 void FbxDocument71::_connectAnimation(const FbxSceneContent::AnimStack& stack) {
@@ -304,13 +316,13 @@ void FbxDocument71::_connectAnimation(const FbxSceneContent::AnimStack& stack) {
 }
 
 void FbxDocument71::_writeTakes() {
-  sink.open("Takes");
-  sink.leaf("Current", currentTake());
-  for (const auto& stack : content.anim_stacks) {
+  _sink.open("Takes");
+  _sink.leaf("Current", currentTake());
+  for (const auto& stack : _content.anim_stacks) {
     openTake(stack);
-    sink.end();
+    _sink.end();
   }
-  sink.end();
+  _sink.end();
 }
 
 FbxDocument::Reference FbxDocument71::_refer(const FbxSceneContent::Attribute& entry) {

@@ -23,34 +23,34 @@ class GeometryWriter {
   GeometryWriter(FbxRecordSink* sink, const KFbxMesh& mesh) : _sink(*sink), _mesh(mesh) {}
 
   void write(bool has_materials, const std::vector<FbxTextureLayer>& texture_layers) {
-    list("Vertices", _mesh.GetControlPoints());
-    list("PolygonVertexIndex", _mesh.GetPolygonVertices());
+    _list("Vertices", _mesh.GetControlPoints());
+    _list("PolygonVertexIndex", _mesh.GetPolygonVertices());
     _sink.leaf("GeometryVersion", kGeometryVersion);
     const bool has_normals = !_mesh.GetNormals().empty();
     const bool has_uvs = !_mesh.GetUVIndices().empty();
-    if (has_normals) writeNormals();
-    if (has_uvs) writeUVs();
-    if (has_materials) writeMaterials();
-    for (const FbxTextureLayer& layer : texture_layers) writeTextures(layer);
+    if (has_normals) _writeNormals();
+    if (has_uvs) _writeUVs();
+    if (has_materials) _writeMaterials();
+    for (const FbxTextureLayer& layer : texture_layers) _writeTextures(layer);
 
     // Readers take only the elements that a layer names.
     _sink.open("Layer", std::int32_t{0});
     _sink.leaf("Version", kLayerVersion);
-    if (has_normals) nameElement("LayerElementNormal");
-    if (has_materials) nameElement("LayerElementMaterial");
-    for (const FbxTextureLayer& layer : texture_layers) nameElement(layer.element);
-    if (has_uvs) nameElement("LayerElementUV");
+    if (has_normals) _nameElement("LayerElementNormal");
+    if (has_materials) _nameElement("LayerElementMaterial");
+    for (const FbxTextureLayer& layer : texture_layers) _nameElement(layer.element);
+    if (has_uvs) _nameElement("LayerElementUV");
     _sink.end();
   }
 
  private:
-  void list(std::string_view name, std::span<const double> values) { _sink.leaf(name, values); }
-  void list(std::string_view name, std::span<const std::int32_t> values) {
+  void _list(std::string_view name, std::span<const double> values) { _sink.leaf(name, values); }
+  void _list(std::string_view name, std::span<const std::int32_t> values) {
     _sink.leaf(name, values);
   }
 
-  void openElement(std::string_view element, std::string_view name, std::string_view mapping,
-                   std::string_view reference) {
+  void _openElement(std::string_view element, std::string_view name, std::string_view mapping,
+                    std::string_view reference) {
     _sink.open(element, std::int32_t{0});
     _sink.leaf("Version", kElementVersion);
     _sink.leaf("Name", name);
@@ -58,38 +58,38 @@ class GeometryWriter {
     _sink.leaf("ReferenceInformationType", reference);
   }
 
-  void writeNormals() {
+  void _writeNormals() {
     const auto& indices = _mesh.GetNormalIndices();
-    openElement("LayerElementNormal", "",
-                _mesh.GetNormalMapping() == KFbxMesh::eBY_CONTROL_POINT ? kByVertex : kByCorner,
-                indices.empty() ? kDirect : kIndexed);
-    list("Normals", _mesh.GetNormals());
-    if (!indices.empty()) list("NormalsIndex", indices);
+    _openElement("LayerElementNormal", "",
+                 _mesh.GetNormalMapping() == KFbxMesh::eBY_CONTROL_POINT ? kByVertex : kByCorner,
+                 indices.empty() ? kDirect : kIndexed);
+    _list("Normals", _mesh.GetNormals());
+    if (!indices.empty()) _list("NormalsIndex", indices);
     _sink.end();
   }
 
-  void writeUVs() {
-    openElement("LayerElementUV", _mesh.GetUVSetName(), kByCorner, kIndexed);
-    list("UV", _mesh.GetUVs());
-    list("UVIndex", _mesh.GetUVIndices());
+  void _writeUVs() {
+    _openElement("LayerElementUV", _mesh.GetUVSetName(), kByCorner, kIndexed);
+    _list("UV", _mesh.GetUVs());
+    _list("UVIndex", _mesh.GetUVIndices());
     _sink.end();
   }
 
-  void writeMaterials() {
-    openElement("LayerElementMaterial", "", kByPolygon, kIndexed);
-    list("Materials", _mesh.GetPolygonMaterials());
+  void _writeMaterials() {
+    _openElement("LayerElementMaterial", "", kByPolygon, kIndexed);
+    _list("Materials", _mesh.GetPolygonMaterials());
     _sink.end();
   }
 
-  void writeTextures(const FbxTextureLayer& layer) {
-    openElement(layer.element, "", kByPolygon, kIndexed);
+  void _writeTextures(const FbxTextureLayer& layer) {
+    _openElement(layer.element, "", kByPolygon, kIndexed);
     _sink.leaf("BlendMode", "Translucent");
     _sink.leaf("TextureAlpha", 1.0);
-    list("TextureId", layer.texture_of_polygon);
+    _list("TextureId", layer.texture_of_polygon);
     _sink.end();
   }
 
-  void nameElement(std::string_view element) {
+  void _nameElement(std::string_view element) {
     _sink.open("LayerElement");
     _sink.leaf("Type", element);
     _sink.leaf("TypedIndex", std::int32_t{0});

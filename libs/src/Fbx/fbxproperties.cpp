@@ -257,9 +257,7 @@ std::span<const FbxPropertyRow> FbxSceneInfoProperties() { return kSceneInfo; }
 std::span<const FbxPropertyRow> FbxAnimStackProperties() { return kAnimStack; }
 std::span<const FbxPropertyRow> FbxAnimLayerProperties() { return kAnimLayer; }
 
-void FbxPropertyWriter::begin() {
-  _sink->open(_family == FbxFamily::e71 ? "Properties70" : "Properties60");
-}
+void FbxPropertyWriter::begin() { _sink->open(_family.property_list); }
 
 void FbxPropertyWriter::end() { _sink->end(); }
 
@@ -280,11 +278,10 @@ void FbxPropertyWriter::write(std::span<const FbxPropertyRow> table,
 void FbxPropertyWriter::write(const FbxPropertyRow& row, const FbxPropertyValue& value,
                               std::string_view suffix) {
   const TypeInfo& info = InfoOf(row.type);
-  const bool has_label = _family == FbxFamily::e71;
-  _sink->begin(has_label ? "P" : "Property");
+  _sink->begin(_family.property);
   _sink->add(row.name);
   _sink->add(info.name);
-  if (has_label) _sink->add(info.label);
+  if (_family.has_labels) _sink->add(info.label);
   if (suffix.empty()) {
     _sink->add(row.flags);
   } else {

@@ -9,8 +9,8 @@
 #include <span>
 #include <string_view>
 
-#include "Fbx/kfbxiopluginregistry.h"
 #include "Fbx/kfbxmath.h"
+#include "fbxdialect.h"
 
 class FbxRecordSink;
 
@@ -79,12 +79,10 @@ std::span<const FbxPropertyRow> FbxSceneInfoProperties();
 std::span<const FbxPropertyRow> FbxAnimStackProperties();
 std::span<const FbxPropertyRow> FbxAnimLayerProperties();
 
-enum class FbxSelection { eAll, eChanged };
-
 // Writes property records of one list of one family.
 class FbxPropertyWriter {
  public:
-  FbxPropertyWriter(FbxRecordSink* sink, FbxFamily family) : _sink(sink), _family(family) {}
+  FbxPropertyWriter(FbxRecordSink* sink, const FbxFamily& family) : _sink(sink), _family(family) {}
 
   // The record that the properties stand in.
   void begin();
@@ -98,5 +96,5 @@ class FbxPropertyWriter {
 
  private:
   FbxRecordSink* _sink;
-  FbxFamily _family;
+  const FbxFamily& _family;
 };

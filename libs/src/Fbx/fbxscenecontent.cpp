@@ -23,7 +23,7 @@ namespace {
 // indices when a file is looked at.
 constexpr std::int64_t kFirstId = 1000000;
 
-const KFbxVector4 kNoScale(1, 1, 1);
+constexpr KFbxVector4 kNoScale(1, 1, 1);
 
 template <class T>
 int LastIndex(const std::vector<T>& list) {
@@ -95,6 +95,23 @@ void MakeUnique(std::vector<T>* list) {
   MakeUnique(list, &names);
 }
 
+// Gives each entry of a list the next id.
+template <class T>
+void Number(std::vector<T>* list, std::int64_t* id) {
+  for (T& entry : *list) entry.id = (*id)++;
+}
+
+// The same for a take and what it consists of.
+void NumberStack(FbxSceneContent::AnimStack* stack, std::int64_t* id) {
+  stack->id = (*id)++;
+  stack->layer_id = (*id)++;
+  Number(&stack->curve_nodes, id);
+  for (auto& entry : stack->curve_nodes) {
+    const auto count = static_cast<std::size_t>(entry.curve_node->GetCurveCount());
+    for (std::size_t i = 0; i < count; ++i) entry.curve_ids[i] = (*id)++;
+  }
+}
+
 }  // namespace
 
 const KFbxMesh* FbxSceneContent::Attribute::mesh() const {
@@ -102,7 +119,7 @@ const KFbxMesh* FbxSceneContent::Attribute::mesh() const {
   return is_mesh ? static_cast<const KFbxMesh*>(attribute) : nullptr;
 }
 
-bool FbxSceneContent::collect(KFbxScene* scene, const KFbxIOSettings& settings, FbxFamily family) {
+bool FbxSceneContent::collect(KFbxScene* scene, const KFbxIOSettings& settings, bool has_ids) {
   if (!_collectModels(scene->GetRootNode())) return false;
   if (settings.GetBoolProp(EXP_FBX_MATERIAL, true)) {
     _collectMaterials(settings.GetBoolProp(EXP_FBX_TEXTURE, true));
@@ -114,10 +131,10 @@ bool FbxSceneContent::collect(KFbxScene* scene, const KFbxIOSettings& settings, 
   }
   if (!_nameUserProperties()) return false;
   if (settings.GetBoolProp(EXP_FBX_ANIMATION, true) && !_collectAnimation(*scene)) return false;
-  if (family == FbxFamily::e71) {
-    _nameObjects71();
+  if (has_ids) {
+    _nameForPeople();
   } else {
-    _nameObjects61();
+    _nameForReference();
   }
   _numberObjects();
   return true;
@@ -200,16 +217,21 @@ void FbxSceneContent::_addTexture(KFbxTexture* texture) {
 bool FbxSceneContent::_collectDeformers(bool with_shapes) {
   for (int i = 0; i < static_cast<int>(attributes.size()); ++i) {
     const KFbxMesh* mesh = At(attributes, i).mesh();
-    FbxUniqueNames shape_names;
-    for (int k = 0; mesh != nullptr && k < mesh->GetDeformerCount(); ++k) {
-      const KFbxDeformer* deformer = mesh->GetDeformer(k);
-      if (deformer->GetDeformerType() == KFbxDeformer::eSKIN) {
-        if (!_addSkin(static_cast<const KFbxSkin&>(*deformer), i)) return false;
-      } else if (with_shapes) {
-        const auto& blend_shape = static_cast<const KFbxBlendShape&>(*deformer);
-        if (At(attributes, i).blend_shapes.empty()) shape_names = ChannelNames();
-        if (!_addBlendShape(blend_shape, i, &shape_names)) return false;
-      }
+    if (mesh != nullptr && !_addDeformers(*mesh, i, with_shapes)) return false;
+  }
+  return true;
+}
+
+bool FbxSceneContent::_addDeformers(const KFbxMesh& mesh, int attribute, bool with_shapes) {
+  FbxUniqueNames shape_names;
+  for (int i = 0; i < mesh.GetDeformerCount(); ++i) {
+    const KFbxDeformer* deformer = mesh.GetDeformer(i);
+    if (deformer->GetDeformerType() == KFbxDeformer::eSKIN) {
+      if (!_addSkin(static_cast<const KFbxSkin&>(*deformer), attribute)) return false;
+    } else if (with_shapes) {
+      const auto& blend_shape = static_cast<const KFbxBlendShape&>(*deformer);
+      if (At(attributes, attribute).blend_shapes.empty()) shape_names = ChannelNames();
+      if (!_addBlendShape(blend_shape, attribute, &shape_names)) return false;
     }
   }
   return true;
@@ -343,14 +365,14 @@ bool FbxSceneContent::_addAnimStack(const KFbxAnimStack& stack) {
   return true;
 }
 
-void FbxSceneContent::_nameObjects71() {
+void FbxSceneContent::_nameForPeople() {
   MakeUnique(&models);
   MakeUnique(&materials);
   MakeUnique(&textures);
   MakeUnique(&videos);
 }
 
-void FbxSceneContent::_nameObjects61() {
+void FbxSceneContent::_nameForReference() {
   // A name is what refers to an object. Nodes, their attributes and materials are told apart from
   // each other; the root's name stands for the root only.
   FbxUniqueNames names;
@@ -375,33 +397,24 @@ void FbxSceneContent::_nameObjects61() {
 void FbxSceneContent::_numberObjects() {
   std::int64_t id = kFirstId;
   document_id = id++;
-  for (Attribute& attribute : attributes) attribute.id = id++;
+  Number(&attributes, &id);
   for (BlendShape& blend_shape : blend_shapes) {
     for (Channel& channel : blend_shape.channels) channel.shape_id = id++;
   }
-  for (Model& model : models) model.id = id++;
-  for (Pose& pose : poses) pose.id = id++;
-  for (Material& material : materials) material.id = id++;
+  Number(&models, &id);
+  Number(&poses, &id);
+  Number(&materials, &id);
   for (Skin& skin : skins) {
     skin.id = id++;
-    for (Cluster& cluster : skin.clusters) cluster.id = id++;
+    Number(&skin.clusters, &id);
   }
   for (BlendShape& blend_shape : blend_shapes) {
     blend_shape.id = id++;
-    for (Channel& channel : blend_shape.channels) channel.id = id++;
+    Number(&blend_shape.channels, &id);
   }
-  for (Video& video : videos) video.id = id++;
-  for (Texture& texture : textures) texture.id = id++;
-  for (AnimStack& stack : anim_stacks) {
-    stack.id = id++;
-    stack.layer_id = id++;
-    for (AnimCurveNode& curve_node : stack.curve_nodes) curve_node.id = id++;
-    for (AnimCurveNode& curve_node : stack.curve_nodes) {
-      for (int i = 0; i < curve_node.curve_node->GetCurveCount(); ++i) {
-        curve_node.curve_ids[static_cast<std::size_t>(i)] = id++;
-      }
-    }
-  }
+  Number(&videos, &id);
+  Number(&textures, &id);
+  for (AnimStack& stack : anim_stacks) NumberStack(&stack, &id);
 }
 
 int FbxSceneContent::meshCount() const {

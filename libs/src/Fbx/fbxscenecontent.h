@@ -109,8 +109,9 @@ struct FbxSceneContent {
   };
 
   // Collects the scene. False, with a recorded error, for a scene that cannot be written: a mesh
-  // that contradicts itself, a bone outside of the scene, a number that is not finite.
-  bool collect(KFbxScene* scene, const KFbxIOSettings& settings, FbxFamily family);
+  // that contradicts itself, a bone outside of the scene, a number that is not finite. Where
+  // objects have no ids in the file, their names tell them apart.
+  bool collect(KFbxScene* scene, const KFbxIOSettings& settings, bool has_ids);
 
   [[nodiscard]] int modelOf(const KFbxNode* node) const { return _find(_models, node); }
   [[nodiscard]] int materialOf(const KFbxSurfacePhong* material) const {
@@ -156,14 +157,15 @@ struct FbxSceneContent {
   void _collectMaterials(bool with_textures);
   void _addTexture(KFbxTexture* texture);
   bool _collectDeformers(bool with_shapes);
+  bool _addDeformers(const KFbxMesh& mesh, int attribute, bool with_shapes);
   bool _addSkin(const KFbxSkin& skin, int attribute);
   bool _addBlendShape(const KFbxBlendShape& blend_shape, int attribute, FbxUniqueNames* names);
   bool _nameUserProperties();
   [[nodiscard]] bool _hasProperty(const Model& model, const std::string& name) const;
   bool _collectAnimation(const KFbxScene& scene);
   bool _addAnimStack(const KFbxAnimStack& stack);
-  void _nameObjects71();
-  void _nameObjects61();
+  void _nameForPeople();
+  void _nameForReference();
   void _numberObjects();
 
   Index _models;

@@ -1,6 +1,8 @@
 #include "Fbx/kfbxexporter.h"
 
+#include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -9,6 +11,7 @@
 #include "Bt/btexcept.h"
 #include "fbxasciiencoder.h"
 #include "fbxbinaryencoder.h"
+#include "fbxdialect.h"
 #include "fbxdocument.h"
 #include "fbxoutputfile.h"
 #include "fbxscenecontent.h"
@@ -19,6 +22,15 @@ std::unique_ptr<FbxRecordSink> MakeEncoder(FbxOutputFile* file, bool is_ascii, s
                                            const FbxCreationTime& time) {
   if (is_ascii) return std::make_unique<FbxAsciiEncoder>(file, version);
   return std::make_unique<FbxBinaryEncoder>(file, version, time);
+}
+
+// The dialect of a version that the registry lists.
+const FbxDialect& DialectOf(std::string_view version) {
+  const auto* dialect =
+      std::find_if(std::begin(kFbxDialects), std::end(kFbxDialects),
+                   [version](const FbxDialect& known) { return known.version == version; });
+  BtAssert(dialect != std::end(kFbxDialects));
+  return *dialect;
 }
 
 }  // namespace
@@ -37,7 +49,7 @@ bool KFbxExporter::Initialize(const char* file_name, int format, KFbxIOSettings*
   }
   _file_name = file_name;
   _format = format;
-  _version = registry.GetWritableVersions(format)[0];
+  _dialect = &DialectOf(registry.GetWritableVersions(format)[0]);
   _settings = settings == nullptr ? &_own_settings : settings;
   return true;
 }
@@ -50,7 +62,7 @@ bool KFbxExporter::SetFileExportVersion(const char* version, ERenamingMode renam
   for (const char* const* known = registry.GetWritableVersions(_format); *known != nullptr;
        ++known) {
     if (wanted != *known) continue;
-    _version = *known;
+    _dialect = &DialectOf(wanted);
     return true;
   }
   return _fail(BtFormat("The format \"%s\" has no version \"%s\".",
@@ -72,29 +84,21 @@ bool KFbxExporter::_export(KFbxScene* scene, std::string* bytes) {
     return _fail(theExceptObj.exception().message());
   }
   const KFbxIOPluginRegistry& registry = *GetFbxSdkManager()->GetIOPluginRegistry();
-  const FbxFamily family = registry.WriterFamily(_format);
+  const FbxFamily& family = *_dialect->family;
   const std::string file_name(_file_name.view());
   const bool is_ascii = registry.WriterKind(_format) == FbxKind::eAscii;
   FbxSceneContent content;
   FbxOutputFile file(is_ascii ? FbxOutputFile::kNoLimit : FbxOutputFile::kMaxSize);
-  const std::uint64_t model_bytes = family == FbxFamily::e71 ? FbxDocument71::kFewestModelBytes
-                                                             : FbxDocument61::kFewestModelBytes;
-  if (!content.collect(scene, *_settings, family) ||
+  if (!content.collect(scene, *_settings, family.has_ids) ||
       !(bytes == nullptr ? file.open(file_name) : file.openMemory(bytes)) ||
-      !file.expect(content.models.size() * model_bytes)) {
+      !file.expect(content.models.size() * family.fewest_model_bytes)) {
     return _fail(theExceptObj.exception().message());
   }
-  const FbxDocumentSource source = {scene, &content, FbxCreationTime::Current(),
+  const FbxDocumentSource source = {scene, &content, _dialect, FbxCreationTime::Current(),
                                     _settings->GetBoolProp(EXP_FBX_EMBEDDED, false)};
-  const std::int32_t version =
-      family == FbxFamily::e71 ? FbxDocument71::kVersion : FbxDocument61::kVersion;
   const std::unique_ptr<FbxRecordSink> encoder =
-      MakeEncoder(&file, is_ascii, version, source.creation_time);
-  if (family == FbxFamily::e71) {
-    FbxDocument71(encoder.get(), source).write();
-  } else {
-    FbxDocument61(encoder.get(), source).write();
-  }
+      MakeEncoder(&file, is_ascii, _dialect->file_version, source.creation_time);
+  family.write(encoder.get(), source);
   if (file.commit()) return true;
   return _fail(theExceptObj.exception().message());
 }

@@ -1,41 +1,54 @@
 #include "Fbx/kfbxiopluginregistry.h"
 
+#include <array>
 #include <cstddef>
 #include <iterator>
 
 #include "Bt/btassert.h"
+#include "fbxdialect.h"
 
 namespace {
 
-constexpr const char* k71Versions[] = {"FBX201100", nullptr};
-constexpr const char* k61Versions[] = {"FBX201000", "FBX200900", "FBX200611", nullptr};
-constexpr const char* kNoVersions[] = {nullptr};
+// The versions of a family with a null pointer behind them.
+using Versions = std::array<const char*, std::size(kFbxDialects) + 1>;
+
+constexpr Versions VersionsOf(const FbxFamily& family) {
+  Versions versions = {};
+  std::size_t count = 0;
+  for (const FbxDialect& dialect : kFbxDialects) {
+    if (dialect.family == &family) versions[count++] = dialect.version;
+  }
+  return versions;
+}
+
+constexpr Versions k71Versions = VersionsOf(kFbxFamily71);
+constexpr Versions k61Versions = VersionsOf(kFbxFamily61);
+constexpr Versions kNoVersions = {};
 
 struct Format {
   const char* description;
-  FbxFamily family;
   FbxKind kind;
-  const char* const* versions;
+  const Versions& versions;
 };
 
 constexpr Format kFormats[] = {
-    {"FBX binary (*.fbx)", FbxFamily::e71, FbxKind::eBinary, k71Versions},
-    {"FBX ascii (*.fbx)", FbxFamily::e71, FbxKind::eAscii, k71Versions},
-    {"FBX encrypted (*.fbx)", FbxFamily::e71, FbxKind::eEncrypted, k71Versions},
-    {"FBX 6.0 binary (*.fbx)", FbxFamily::e61, FbxKind::eBinary, k61Versions},
-    {"FBX 6.0 ascii (*.fbx)", FbxFamily::e61, FbxKind::eAscii, k61Versions},
-    {"FBX 6.0 encrypted (*.fbx)", FbxFamily::e61, FbxKind::eEncrypted, k61Versions},
-    {"AutoCAD DXF (*.dxf)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
-    {"Alias OBJ (*.obj)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
-    {"Collada DAE (*.dae)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
-    {"Biovision BVH (*.bvh)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
-    {"Motion Analysis HTR (*.htr)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
-    {"Motion Analysis TRC (*.trc)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
-    {"Acclaim ASF (*.asf)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
-    {"Acclaim AMC (*.amc)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
-    {"Vicon C3D (*.c3d)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
-    {"Adaptive Optics AOA (*.aoa)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
-    {"Superfluo MCD (*.mcd)", FbxFamily::eNone, FbxKind::eOther, kNoVersions},
+    {"FBX binary (*.fbx)", FbxKind::eBinary, k71Versions},
+    {"FBX ascii (*.fbx)", FbxKind::eAscii, k71Versions},
+    {"FBX encrypted (*.fbx)", FbxKind::eEncrypted, k71Versions},
+    {"FBX 6.0 binary (*.fbx)", FbxKind::eBinary, k61Versions},
+    {"FBX 6.0 ascii (*.fbx)", FbxKind::eAscii, k61Versions},
+    {"FBX 6.0 encrypted (*.fbx)", FbxKind::eEncrypted, k61Versions},
+    {"AutoCAD DXF (*.dxf)", FbxKind::eOther, kNoVersions},
+    {"Alias OBJ (*.obj)", FbxKind::eOther, kNoVersions},
+    {"Collada DAE (*.dae)", FbxKind::eOther, kNoVersions},
+    {"Biovision BVH (*.bvh)", FbxKind::eOther, kNoVersions},
+    {"Motion Analysis HTR (*.htr)", FbxKind::eOther, kNoVersions},
+    {"Motion Analysis TRC (*.trc)", FbxKind::eOther, kNoVersions},
+    {"Acclaim ASF (*.asf)", FbxKind::eOther, kNoVersions},
+    {"Acclaim AMC (*.amc)", FbxKind::eOther, kNoVersions},
+    {"Vicon C3D (*.c3d)", FbxKind::eOther, kNoVersions},
+    {"Adaptive Optics AOA (*.aoa)", FbxKind::eOther, kNoVersions},
+    {"Superfluo MCD (*.mcd)", FbxKind::eOther, kNoVersions},
 };
 
 const Format& FormatAt(int index) {
@@ -54,13 +67,11 @@ const char* KFbxIOPluginRegistry::GetWriterFormatDescription(int format) const {
 }
 
 bool KFbxIOPluginRegistry::WriterIsFBX(int format) const {
-  return FormatAt(format).family != FbxFamily::eNone;
+  return FormatAt(format).kind != FbxKind::eOther;
 }
 
 const char* const* KFbxIOPluginRegistry::GetWritableVersions(int format) const {
-  return FormatAt(format).versions;
+  return FormatAt(format).versions.data();
 }
-
-FbxFamily KFbxIOPluginRegistry::WriterFamily(int format) const { return FormatAt(format).family; }
 
 FbxKind KFbxIOPluginRegistry::WriterKind(int format) const { return FormatAt(format).kind; }

@@ -82,9 +82,19 @@ KFbxVector4 KFbxXMatrix::MultR(const KFbxVector4& direction) const {
   return image;
 }
 
+KFbxVector4 KFbxXMatrix::MultRBack(const KFbxVector4& direction) const {
+  KFbxVector4 image(0, 0, 0);
+  for (int row = 0; row < 3; ++row) {
+    for (int i = 0; i < 3; ++i) image[row] += direction[i] * Get(row, i);
+  }
+  return image;
+}
+
 KFbxVector4 KFbxXMatrix::MultT(const KFbxVector4& point) const {
-  KFbxVector4 image = MultR(point);
-  for (int column = 0; column < 3; ++column) image[column] += Get(3, column);
+  KFbxVector4 image = GetT();
+  for (int column = 0; column < 3; ++column) {
+    for (int i = 0; i < 3; ++i) image[column] += point[i] * Get(i, column);
+  }
   return image;
 }
 
