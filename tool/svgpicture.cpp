@@ -12,7 +12,6 @@
 #include "Bt/bthash.h"
 #include "geometry.h"
 #include "inputs.h"
-#include "rotationorder.h"
 #include "silhouette.h"
 #include "utf8.h"
 
@@ -163,7 +162,7 @@ void Drawing::_addJoints(const BaModel& model, const BaUnlockedMapping* mapping)
                    body->parentId() == 0 ? -1 : indices[body->parentId()],
                    Shortened(Text(body->name())),
                    mapping == nullptr || map != nullptr};
-    if (map != nullptr) joint.label += " " + RotationLetters(*map);
+    if (map != nullptr) joint.label += " " + map->rotationLetters();
     indices[body->id()] = static_cast<int>(_joints.size());
     const bool finite = std::all_of(joint.place.begin(), joint.place.end(),
                                     [](double v) { return std::fabs(v) < 1e30; });
