@@ -6,7 +6,6 @@
 #include "Bt/btscan.h"
 #include "btdigits.h"
 #include "btfloattext.h"
-#include "btstrtod.h"
 
 namespace {
 

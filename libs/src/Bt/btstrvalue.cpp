@@ -15,7 +15,6 @@
 #include "Bt/btscan.h"
 #include "Bt/btstr.h"
 #include "btfloattext.h"
-#include "btstrtod.h"
 
 namespace {
 

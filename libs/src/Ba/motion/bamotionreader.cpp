@@ -8,7 +8,6 @@
 #include "Bt/btscan.h"
 #include "bacsvlines.h"
 #include "btfloattext.h"
-#include "btstrtod.h"
 #include "bttextfile.h"
 
 namespace {
