@@ -17,11 +17,11 @@
 #include "Bt/btexcept.h"
 #include "Bt/btfile.h"
 #include "Bt/btnew.h"
-#include "bapicturefile.h"
 #include "cancel.h"
 #include "options.h"
 #include "save.h"
 #include "scene.h"
+#include "sourcefiles.h"
 
 namespace {
 
@@ -73,28 +73,6 @@ bool Fail(const BtStr& message) {
   return false;
 }
 
-using SourceFiles = std::vector<BtFileId>;
-
-void AddTo(SourceFiles* sources, const SourceFiles& more) {
-  sources->insert(sources->end(), more.begin(), more.end());
-}
-
-void AddPictures(const BaModelData& model_data, const BtStr& directory, SourceFiles* sources) {
-  for (const BaMDMaterial* material : model_data.materials()) {
-    for (const BaMDTexture* texture : material->textures()) {
-      BtFileId id = {};
-      if (BtFileFindId(BaFindPicture(directory, texture->name()), &id)) sources->push_back(id);
-    }
-  }
-}
-
-bool IsOneOf(const SourceFiles& sources, const BtStr& file) {
-  std::error_code error;
-  BtFileId id = {};
-  return std::filesystem::is_regular_file(file.view(), error) && BtFileFindId(file, &id) &&
-         std::find(sources.begin(), sources.end(), id) != sources.end();
-}
-
 bool ReadModel(const Settings& settings, BaModelData* model_data, SourceFiles* sources) {
   if (!Say("Reading " + settings.model_file)) return false;
   BaModel model;
@@ -103,8 +81,8 @@ bool ReadModel(const Settings& settings, BaModelData* model_data, SourceFiles* s
   model.removeBones();
   model.removeUnusedMaterials(false);
   model_data->fillFrom(model, true);
-  *sources = model.sourceFiles();
-  AddPictures(*model_data, BtFileDirectory(settings.model_file), sources);
+  sources->add(model.sourceFiles());
+  sources->addPictures(*model_data, BtFileDirectory(settings.model_file));
   return StepDone();
 }
 
@@ -115,8 +93,9 @@ bool Save(const Settings& settings, const SourceFiles& sources, KFbxSdkManager* 
   if (writer.index < 0) {
     return Fail("Unsupported MB version \"" + settings.mb_version + "\".");
   }
-  if (IsOneOf(sources, settings.fbx_file)) {
-    return Fail("The output '" + settings.fbx_file + "' is one of the files that were read.");
+  if (!sources.checkOutput(settings.fbx_file)) {
+    Report();
+    return false;
   }
   if (!SaveScene(manager, scene, settings.fbx_file, false, true, writer.version)) {
     return Fail("Unable to save the fbx.");
@@ -133,7 +112,7 @@ int Convert(const Settings& settings) {
 
   BaUnlockedMapping mapping;
   mapping.read(settings.dof_file, true);
-  AddTo(&sources, mapping.sourceFiles());
+  sources.add(mapping.sourceFiles());
   if (!StepDone()) return EXIT_FAILURE;
 
   if (!Say("Converting to fbx...")) return EXIT_FAILURE;

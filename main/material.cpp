@@ -99,10 +99,10 @@ void SceneMaterials::addTexture(KFbxSurfacePhong* material, const BaMDTexture& m
   texture->SetUVSet(kUvSet);
   texture->SetMedia(picture);
   if (!Connect(texture, md_texture.type(), material)) {
-    theExceptObj.setAsWarning(
-        "Texture '%s' of material \"%s\" is left out: the material has another texture of its "
-        "kind.",
-        static_cast<const char*>(md_texture.name()), static_cast<const char*>(material_name));
+    BtWarn(BtCode("texture-second"),
+           "Texture '%s' of material \"%s\" is left out: the material has another texture of its "
+           "kind.",
+           static_cast<const char*>(md_texture.name()), static_cast<const char*>(material_name));
   }
 }
 
@@ -111,10 +111,10 @@ void SceneMaterials::addTexture(KFbxSurfacePhong* material, const BaMDTexture& m
 KFbxVideo* SceneMaterials::video(const BtStr& texture_name, const BtStr& material_name) {
   const BtStr path = BaFindPicture(_directory, texture_name);
   if (path.isNull()) {
-    theExceptObj.setAsWarning(
-        "Texture file '%s' of material \"%s\" cannot be read in '%s'.  It is not embedded.",
-        static_cast<const char*>(texture_name), static_cast<const char*>(material_name),
-        static_cast<const char*>(_directory));
+    BtWarn(BtCode("texture-missing"),
+           "Texture file '%s' of material \"%s\" cannot be read in '%s'.  It is not embedded.",
+           static_cast<const char*>(texture_name), static_cast<const char*>(material_name),
+           static_cast<const char*>(_directory));
   }
   std::string key = path.isNull() ? std::string(texture_name.view()) : FileKey(path);
   const auto [entry, is_new] = _videos.try_emplace(std::move(key), nullptr);

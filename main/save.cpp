@@ -39,10 +39,7 @@ template <class Write>
 bool Export(KFbxSdkManager* manager, const BtStr& file_name, bool ascii, bool embed_media,
             const BtStr& writer_version, Write write) {
   const int format = FindFormat(manager, writer_version, ascii);
-  if (format < 0) {
-    theExceptObj.set("Unable to determine write format for fbx.");
-    return false;
-  }
+  if (format < 0) return BtFail("Unable to determine write format for fbx.");
   KFbxExporter* exporter = KFbxExporter::Create(manager, "");
   if (!exporter->Initialize(file_name, format, nullptr) ||
       !exporter->SetFileExportVersion(writer_version, KFbxExporter::eFBX_TO_FBX)) {

@@ -49,8 +49,8 @@ bool AreFinite(const BaMDVertexEffects& effects) {
 }
 
 bool CannotWrite(const BtStr& name, const char* fault) {
-  theExceptObj.set("Unable to write \"%s\": %s.", static_cast<const char*>(name), fault);
-  return false;
+  return BtFail(BtCode("number-out-of-range"), "Unable to write \"%s\": %s.",
+                static_cast<const char*>(name), fault);
 }
 
 // Files hold finite numbers only, but models may come from elsewhere.
@@ -81,8 +81,9 @@ bool CheckNumbers(const BaModelData& model_data) {
 void CheckMapping(const BaUnlockedMapping& mapping, const BaModelData& model_data) {
   for (const BaUnlockedBodyMap* body_map : mapping.bodyMaps()) {
     if (model_data.bodyById(body_map->bodyId()) != nullptr) continue;
-    theExceptObj.set("The dof specifies a body with id %d, but there is no such body in the model.",
-                     body_map->bodyId());
+    BtFail(BtCode("mapped-body-missing"),
+           "The dof specifies a body with id %d, but there is no such body in the model.",
+           body_map->bodyId());
     return;
   }
 }

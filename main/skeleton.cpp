@@ -89,8 +89,8 @@ bool CheckPlaces(KFbxScene* scene) {
     waiting.pop_back();
     const auto& values = scene->GetEvaluator()->GetNodeGlobalTransform(node).Values();
     if (!std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); })) {
-      theExceptObj.set("Unable to write \"%s\": its transform is not finite.", node->GetName());
-      return false;
+      return BtFail(BtCode("number-out-of-range"),
+                    "Unable to write \"%s\": its transform is not finite.", node->GetName());
     }
     for (int i = node->GetChildCount() - 1; i >= 0; --i) waiting.push_back(node->GetChild(i));
   }

@@ -50,14 +50,14 @@ struct Corrections {
 
 void Warn(const BaMDBody& body, const Corrections& corrections) {
   if (corrections.negative) {
-    theExceptObj.setAsWarning(
-        "Vertices of body \"%s\" have negative weights.  They are taken as 0.",
-        static_cast<const char*>(body.name()));
+    BtWarn(BtCode("weight-negative"),
+           "Vertices of body \"%s\" have negative weights.  They are taken as 0.",
+           static_cast<const char*>(body.name()));
   }
   if (corrections.above_one) {
-    theExceptObj.setAsWarning(
-        "Vertices of body \"%s\" have weights of more than 1 in sum.  They are scaled to 1.",
-        static_cast<const char*>(body.name()));
+    BtWarn(BtCode("weight-above-one"),
+           "Vertices of body \"%s\" have weights of more than 1 in sum.  They are scaled to 1.",
+           static_cast<const char*>(body.name()));
   }
 }
 

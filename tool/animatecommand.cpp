@@ -21,6 +21,7 @@
 #include "progress.h"
 #include "save.h"
 #include "scene.h"
+#include "sourcefiles.h"
 
 namespace {
 
@@ -80,12 +81,7 @@ class Animation {
         !CheckPositive("--rate", _arguments.rate, true)) {
       return false;
     }
-    for (const std::string& file : _arguments.files) {
-      std::error_code ignored;
-      if (fs::equivalent(Text(BtTextFileName(file.c_str())), _arguments.output, ignored)) {
-        return _fail(_arguments.output, "this file is also read: it cannot be the output");
-      }
-    }
+    for (const std::string& file : _arguments.files) _sources.add(file.c_str());
     const BtStr version(_arguments.mb_version.c_str());
     _writer = FindMotionBuilderWriter(_owner.get(), version, false);
     return _writer.index >= 0 ||
@@ -100,12 +96,15 @@ class Animation {
     model.removeBones();
     model.removeUnusedMaterials(false);
     _model_data.fillFrom(model, true);
+    _sources.add(model.sourceFiles());
+    _sources.addPictures(_model_data, BtFileDirectory(_model_file.c_str()));
     return _tell(_model_file);
   }
 
   bool _readMapping() {
     _progress.begin(_dof_file);
     _mapping.read(_dof_file.c_str(), true);
+    _sources.add(_mapping.sourceFiles());
     if (!_tell(_dof_file)) return false;
     for (const BaUnlockedBodyMap* map : _mapping.bodyMaps()) {
       const std::string letters = map->rotationLetters();
@@ -165,6 +164,7 @@ class Animation {
 
   bool _save() {
     _progress.begin(_arguments.output);
+    if (!_sources.checkOutput(_arguments.output.c_str())) return _tell(_arguments.output);
     _model_data.clear();  // its memory is better used for saving
     SaveScene(_owner.get(), _scene, _arguments.output.c_str(), false, true, _writer.version);
     return _tell(_arguments.output);
@@ -181,6 +181,7 @@ class Animation {
   const std::string& _dof_file;
   float _scale_factor;
   Progress _progress;
+  SourceFiles _sources;
   KFbxScene* _scene = nullptr;
   ManagerOwner _owner = _makeScene(&_scene);
   WriterChoice _writer;

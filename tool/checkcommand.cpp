@@ -1,4 +1,6 @@
 // "check": finds what would make a conversion fail or look wrong.
+#include <unistd.h>
+
 #include <iostream>
 
 #include "Ba/bamapping.h"
@@ -14,8 +16,10 @@ void PrintFindings(const Findings& findings, bool readable, std::ostream& os) {
   for (const Severity severity : {Severity::Error, Severity::Warning, Severity::Note}) {
     for (const Finding& finding : findings.list()) {
       if (finding.kind->severity != severity) continue;
+      if (!finding.where.file.empty()) os << Printable(WhereText(finding.where)) << ": ";
       os << Styled(kStyles[static_cast<int>(severity)], SeverityName(severity)) << ": "
-         << TextOf(finding) << "\n";
+         << TextOf(finding) << Printable(ChainText(finding.where)) << "\n";
+      if (isatty(STDOUT_FILENO) == 1) os << CaretText(finding.where);
     }
   }
   const int errors = findings.count(Severity::Error);

@@ -43,8 +43,8 @@ CheckedFiles::CheckedFiles(std::string model_name, std::string dof_name)
 }
 
 void CheckedFiles::complain() const {
-  if (HasError(model_messages)) Complain(model_file, ErrorText(model_messages));
-  if (HasError(mapping_messages)) Complain(dof_file, ErrorText(mapping_messages));
+  PrintError(model_file, model_messages);
+  PrintError(dof_file, mapping_messages);
 }
 
 int StatusOf(const CheckedFiles& checked) {

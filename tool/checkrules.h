@@ -31,9 +31,8 @@ inline Place PlaceOf(const BaMaterial& material) {
   return {"material", Text(material.name()), material.id()};
 }
 
-// Adds what readers and the conversion recorded. The code is found by the words of the message,
-// `fallback` is that of other errors. Warnings of a kind that a rule has found already, place and
-// all, are passed over.
+// Adds what readers and the conversion recorded. `fallback` is the kind of errors without a code.
+// Warnings of a kind that a rule has found already, place and all, are passed over.
 void AddMessages(const std::vector<Message>& messages, const Place& place,
                  const FindingKind* fallback, Findings* findings);
 

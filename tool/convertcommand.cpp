@@ -13,8 +13,8 @@
 namespace {
 
 // Applies the edits in their fixed order; false after a recorded error.
-bool Edit(const Arguments& arguments, std::unique_ptr<BaModel>* model) {
-  if (!AddModels(arguments.add, arguments.files[1], model) ||
+bool Edit(const Arguments& arguments, std::unique_ptr<BaModel>* model, SourceFiles* sources) {
+  if (!AddModels(arguments.add, arguments.files[1], model, sources) ||
       !RemoveBodies(arguments.remove_bodies, model->get()) ||
       !RenumberBodies(arguments.renumber, model->get())) {
     return false;
@@ -25,11 +25,12 @@ bool Edit(const Arguments& arguments, std::unique_ptr<BaModel>* model) {
   return true;
 }
 
-bool Write(const std::string& file, const BaModel& model, bool legacy) {
-  if (legacy) return WriteWholeFile(file, [&model](std::ostream& os) { model.printOn(os); });
+bool Write(const std::string& file, const SourceFiles& sources, const BaModel& model, bool legacy) {
+  if (legacy)
+    return WriteWholeFile(file, sources, [&model](std::ostream& os) { model.printOn(os); });
   BaModelData data;
   if (!data.fillFrom(model, true)) return false;
-  return WriteWholeFile(file, [&data](std::ostream& os) {
+  return WriteWholeFile(file, sources, [&data](std::ostream& os) {
     os.precision(std::numeric_limits<float>::max_digits10);  // numbers come back as they are
     data.printOn(os);
   });
@@ -43,11 +44,13 @@ int RunConvertModel(const Arguments& arguments) {
   const bool legacy = arguments.dialect == "legacy";
   auto model = std::make_unique<BaModel>();
   if (!TellMessages(in, ReadModel(in, model.get()))) return kExitTrouble;
+  SourceFiles sources;
+  sources.add(model->sourceFiles());
   MoveTextures(in, out, model.get());
-  const bool edited = Edit(arguments, &model);
+  const bool edited = Edit(arguments, &model, &sources);
   if (!TellMessages(in, TakeMessages()) || !edited) return kExitTrouble;
   WarnOfLosses(*model, legacy);
   if (!TellMessages(out, TakeMessages())) return kExitTrouble;
-  const bool written = Write(out, *model, legacy);
+  const bool written = Write(out, sources, *model, legacy);
   return TellMessages(out, TakeMessages()) && written ? kExitGood : kExitTrouble;
 }

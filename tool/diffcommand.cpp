@@ -37,7 +37,7 @@ bool Comparison::_good(const std::vector<Message>& a, const std::vector<Message>
     if (!_arguments.json) PrintWarnings(file, *messages[i]);
     if (!HasError(*messages[i])) continue;
     const std::string error = ErrorText(*messages[i]);
-    if (!_arguments.json) Complain(file, error);
+    if (!_arguments.json) PrintError(file, *messages[i]);
     if (!_error.empty()) _error += ' ';
     _error.append(file).append(": ").append(error);
   }

@@ -283,14 +283,10 @@ Point FileGatherer::_vector(std::size_t object, std::string_view name) const {
 // The whole text of a file; false after a recorded error.
 bool ReadBytes(const std::string& file_name, std::string* bytes) {
   BtInputFile file(file_name.c_str());
-  if (!file.isOpen()) {
-    theExceptObj.set("Unable to open '%s'.", file_name.c_str());
-    return false;
-  }
+  if (!file.isOpen()) return BtFail("Unable to open '%s'.", file_name.c_str());
   bytes->assign(std::istreambuf_iterator<char>(file.stream()), {});
   if (file.close()) return true;
-  theExceptObj.set("Unable to read '%s'.", file_name.c_str());
-  return false;
+  return BtFail("Unable to read '%s'.", file_name.c_str());
 }
 
 }  // namespace

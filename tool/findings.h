@@ -8,13 +8,15 @@
 #include <string_view>
 #include <vector>
 
+#include "where.h"
+
 enum class Severity { Note, Warning, Error };
 inline const char* SeverityName(Severity severity) {
   constexpr const char* kNames[] = {"note", "warning", "error"};
   return kNames[static_cast<int>(severity)];
 }
 
-// Codes are for scripts and never change their meaning.
+// Codes are for scripts and never change their meaning. Messages of the libraries come with theirs.
 struct FindingKind {
   const char* code;
   Severity severity;
@@ -79,12 +81,17 @@ inline constexpr FindingKind kFindingKinds[] = {
     {"not-converted", Severity::Note, "a conversion passes over some kinds of records"},
 };
 
-// The kind of a code, found by the compiler: a code that is not in the table does not compile.
+// The kind of a code, null where the table has none.
+constexpr const FindingKind* FindKind(std::string_view code) {
+  const auto* const found = std::ranges::find(kFindingKinds, code, &FindingKind::code);
+  return found == std::end(kFindingKinds) ? nullptr : found;
+}
+
+// The same, found by the compiler: a code that is not in the table does not compile.
 consteval const FindingKind* Kind(std::string_view code) {
-  for (const FindingKind& kind : kFindingKinds) {
-    if (kind.code == code) return &kind;
-  }
-  throw "there is no such code";
+  const FindingKind* const kind = FindKind(code);
+  if (kind == nullptr) throw "there is no such code";
+  return kind;
 }
 
 // What a finding is about.
@@ -98,13 +105,15 @@ struct Finding {
   const FindingKind* kind;
   Place place;
   std::string text;
-  int count;  // how many vertices, polygons or messages it stands for
+  int count;    // how many vertices, polygons or messages it stands for
+  Where where;  // as far as it is known
 };
 
 class Findings {
  public:
-  void add(const FindingKind* kind, Place place, std::string text, int count = 1) {
-    _list.push_back({kind, std::move(place), std::move(text), count});
+  void add(const FindingKind* kind, Place place, std::string text, int count = 1,
+           Where where = {}) {
+    _list.push_back({kind, std::move(place), std::move(text), count, std::move(where)});
   }
   [[nodiscard]] const std::vector<Finding>& list() const { return _list; }
   [[nodiscard]] bool has(const FindingKind* kind) const {

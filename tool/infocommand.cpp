@@ -86,13 +86,14 @@ bool FileReport::make(const std::string& file, Json* json) {
   *json = {{"file", file},
            {"kind", KindName(kind)},
            {"error", good ? Json(nullptr) : Json(ErrorText(_messages))},
+           {"where", good ? Json(nullptr) : ToJson(ErrorOf(_messages)->where)},
            {"warnings", ToJson(_messages)}};
   if (good) (*json)[KindName(kind)] = std::move(facts);
   if (_arguments.json) return good;
   PrintWarnings(file, _messages);
   if (!good) {
     std::cout.flush();
-    Complain(file, ErrorText(_messages));
+    PrintError(file, _messages);
   }
   return good;
 }
@@ -112,7 +113,7 @@ int RunInfo(const Arguments& arguments) {
                      {"error", error.empty() ? Json(nullptr) : Json(error)}};
     PrintWarnings(arguments.dof, messages);
     if (!error.empty()) {
-      Complain(arguments.dof, error);
+      PrintError(arguments.dof, messages);
       mapping.reset();
       status = kExitTrouble;
     }

@@ -1,5 +1,7 @@
 #include "inputs.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <filesystem>
@@ -80,42 +82,64 @@ std::vector<Message> PrintedBy(Read read) {
   return messages;
 }
 
+void PrintMessage(const std::string& file, const Message& message) {
+  const std::string times =
+      message.count > 1 ? " (" + std::to_string(message.count) + " times)" : "";
+  const std::string text = message.text + times + ChainText(message.where);
+  if (message.where.line == 0) return Complain(file, (message.is_error ? "" : "warning: ") + text);
+  std::cerr << Printable(WhereText(message.where))
+            << (message.is_error ? ": error: " : ": warning: ") << Printable(text) << "\n";
+  if (isatty(STDERR_FILENO) == 1) std::cerr << CaretText(message.where);
+}
+
 }  // namespace
 
 std::vector<Message> TakeMessages() {
   const std::unique_ptr<BtExcept> first(theExceptObj.release());
   std::vector<Message> messages;
   BtHashMap<std::string, std::size_t> places;
-  std::string error;
+  Message error = {true, {}};
+  BtPlace error_place;
+  std::vector<const BtPlace*> warning_places;
   for (const BtExcept* record = first.get(); record != nullptr;
        record = record->hasDetail() ? &record->detail() : nullptr) {
     const std::string text = OneLine(record->message().view());
     if (!record->isWarning()) {
       if (text.find(kLastRecord) != std::string::npos) continue;
-      error += (error.empty() ? "" : " ") + text;
+      error.text += (error.text.empty() ? "" : " ") + text;
+      if (record->code() != nullptr) error.code = record->code();
+      const bool is_known = record->place().offset >= 0 || error_place.source == nullptr;
+      if (is_known) error_place = record->place();
       continue;
     }
     const auto [place, is_new] = places.try_emplace(text, messages.size());
     if (is_new) {
-      messages.push_back({false, text});
+      messages.push_back({false, text, record->code()});
+      warning_places.push_back(&record->place());
     } else {
       ++messages[place->second].count;
+      warning_places[place->second] = &record->place();
     }
   }
-  if (!error.empty()) messages.push_back({true, error});
+  WhereFinder finder;
+  for (std::size_t i = 0; i < messages.size(); ++i)
+    messages[i].where = finder.find(*warning_places[i]);
+  error.where = finder.find(error_place);
+  if (!error.text.empty()) messages.push_back(std::move(error));
   std::reverse(messages.begin(), messages.end());
   return messages;
 }
 
-bool HasError(const std::vector<Message>& messages) {
-  return std::any_of(messages.begin(), messages.end(), [](const Message& m) { return m.is_error; });
+bool HasError(const std::vector<Message>& messages) { return ErrorOf(messages) != nullptr; }
+
+const Message* ErrorOf(const std::vector<Message>& messages) {
+  const auto found = std::ranges::find(messages, true, &Message::is_error);
+  return found == messages.end() ? nullptr : &*found;
 }
 
 std::string ErrorText(const std::vector<Message>& messages) {
-  for (const Message& message : messages) {
-    if (message.is_error) return message.text;
-  }
-  return {};
+  const Message* const error = ErrorOf(messages);
+  return error == nullptr ? std::string() : error->text;
 }
 
 FileKind KindOf(const std::string& file) {
@@ -166,11 +190,12 @@ void Complain(const std::string& file, std::string_view text) {
 
 void PrintWarnings(const std::string& file, const std::vector<Message>& messages) {
   for (const Message& message : messages) {
-    if (message.is_error) continue;
-    const std::string times =
-        message.count > 1 ? " (" + std::to_string(message.count) + " times)" : "";
-    Complain(file, "warning: " + message.text + times);
+    if (!message.is_error) PrintMessage(file, message);
   }
+}
+
+void PrintError(const std::string& file, const std::vector<Message>& messages) {
+  if (const Message* const error = ErrorOf(messages)) PrintMessage(file, *error);
 }
 
 std::string Printable(std::string_view text) {
@@ -184,6 +209,6 @@ std::string Printable(std::string_view text) {
 bool TellMessages(const std::string& file, const std::vector<Message>& messages) {
   PrintWarnings(file, messages);
   if (!HasError(messages)) return true;
-  Complain(file, ErrorText(messages));
+  PrintError(file, messages);
   return false;
 }

@@ -146,10 +146,20 @@ Json ToJson(const Box& box) {
   return {{"min", ToJson(*box.min)}, {"max", ToJson(*box.max)}};
 }
 
+Json ToJson(const Where& where) {
+  if (where.file.empty()) return nullptr;
+  return {{"file", where.file},
+          {"line", where.line == 0 ? Json(nullptr) : Json(where.line)},
+          {"column", where.line == 0 ? Json(nullptr) : Json(where.column)},
+          {"included_by", where.included_by}};
+}
+
 Json ToJson(const std::vector<Message>& messages) {
   Json json = Json::array();
   for (const Message& message : messages) {
-    if (!message.is_error) json.push_back({{"text", message.text}, {"count", message.count}});
+    if (!message.is_error)
+      json.push_back(
+          {{"text", message.text}, {"count", message.count}, {"where", ToJson(message.where)}});
   }
   return json;
 }
@@ -221,6 +231,7 @@ Json ToJson(const Findings& findings) {
            {"name", finding.place.name.empty() ? Json(nullptr) : Json(finding.place.name)},
            {"id", finding.place.id ? Json(*finding.place.id) : Json(nullptr)}}},
          {"text", finding.text},
+         {"where", ToJson(finding.where)},
          {"count", finding.count}});
   }
   return list;

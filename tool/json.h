@@ -22,6 +22,7 @@ void PrintJson(const Json& value, std::ostream& os);
 
 Json ToJson(const Point& point);
 Json ToJson(const Box& box);                        // null where it is empty
+Json ToJson(const Where& where);                    // null where no file is known
 Json ToJson(const std::vector<Message>& messages);  // the warnings
 Json ToJson(const ModelFacts& facts);
 Json ToJson(const FbxFacts& facts);

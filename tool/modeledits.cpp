@@ -12,11 +12,6 @@
 
 namespace {
 
-bool Fail(const std::string& text) {
-  theExceptObj.set(BtStr(text.c_str()));
-  return false;
-}
-
 std::optional<int> IntegerOf(std::string_view text) {
   int number = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
@@ -41,9 +36,10 @@ bool ParseAddition(const std::string& text, Addition* addition) {
     return true;
   }
   const std::size_t middle = last == 0 ? std::string::npos : text.rfind(',', last - 1);
-  if (middle == std::string::npos) return Fail("'" + text + "' is not FILE[,OFFSET[,SUFFIX]].");
+  if (middle == std::string::npos)
+    return BtFail("'%s' is not FILE[,OFFSET[,SUFFIX]].", text.c_str());
   const auto offset = IntegerOf(std::string_view(text).substr(middle + 1, last - middle - 1));
-  if (!offset) return Fail("'" + text + "' is not FILE[,OFFSET[,SUFFIX]].");
+  if (!offset) return BtFail("'%s' is not FILE[,OFFSET[,SUFFIX]].", text.c_str());
   *addition = {text.substr(0, middle), *offset, text.substr(last + 1)};
   return true;
 }
@@ -68,11 +64,12 @@ struct Extras {
 
 // Adds one more model; false after a recorded error.
 bool AddOne(const std::string& text, const std::string& out_file, const BaModel& base,
-            BaModelCombine* combine, Extras* extras) {
+            BaModelCombine* combine, Extras* extras, SourceFiles* sources) {
   Addition addition;
   if (!ParseAddition(text, &addition)) return false;
   BaModel model;
   if (!ReadAddition(addition.file, &model)) return false;
+  sources->add(model.sourceFiles());
   if (!(model.lengthUnits() == base.lengthUnits())) {
     theExceptObj.setAsWarning("The length unit of '%s' is another one.  Lengths are kept.",
                               addition.file.c_str());
@@ -80,7 +77,7 @@ bool AddOne(const std::string& text, const std::string& out_file, const BaModel&
   MoveTextures(addition.file, out_file, &model);
   extras->add(model);
   return combine->add(model, addition.offset, BtStr(addition.suffix.c_str())) ||
-         Fail("Unable to add '" + addition.file + "'.");
+         BtFail("Unable to add '%s'.", addition.file.c_str());
 }
 
 BaBody* FindNamed(const std::string& text, const BaModel& model) {
@@ -107,15 +104,15 @@ bool RenumberOne(const std::string& change, BaModel* model) {
   const auto new_id = sign == std::string::npos
                           ? std::nullopt
                           : IntegerOf(std::string_view(change).substr(sign + 1));
-  if (!old_id || !new_id) return Fail("'" + change + "' is not OLD=NEW.");
+  if (!old_id || !new_id) return BtFail("'%s' is not OLD=NEW.", change.c_str());
   if (*old_id < 1 || model->findBody(*old_id) == nullptr) {
-    return Fail("There is no body " + std::to_string(*old_id) + ".");
+    return BtFail("There is no body %d.", *old_id);
   }
   if (*new_id < 1 || *new_id > BaModel::kMaxBodyId) {
-    return Fail("Invalid body id " + std::to_string(*new_id) + ".");
+    return BtFail("Invalid body id %d.", *new_id);
   }
   if (*new_id != *old_id && model->findBody(*new_id) != nullptr) {
-    return Fail("There is a body " + std::to_string(*new_id) + " already.");
+    return BtFail("There is a body %d already.", *new_id);
   }
   MoveBody(*old_id, *new_id, model);
   return true;
@@ -186,7 +183,7 @@ void WarnOfDocumentLosses(const BaModel& model) {
 }  // namespace
 
 bool AddModels(const std::vector<std::string>& additions, const std::string& out_file,
-               std::unique_ptr<BaModel>* model) {
+               std::unique_ptr<BaModel>* model, SourceFiles* sources) {
   if (additions.empty()) return true;
   auto combined = std::make_unique<BaModel>();
   combined->beginLoad();
@@ -198,7 +195,7 @@ bool AddModels(const std::vector<std::string>& additions, const std::string& out
   extras.add(**model);
   if (!combine.add(**model, 0, "")) return false;
   for (const std::string& text : additions) {
-    if (!AddOne(text, out_file, **model, &combine, &extras)) return false;
+    if (!AddOne(text, out_file, **model, &combine, &extras, sources)) return false;
   }
   if (!combined->endLoad()) return false;
   Extras kept;
@@ -215,7 +212,7 @@ bool AddModels(const std::vector<std::string>& additions, const std::string& out
 bool RemoveBodies(const std::vector<std::string>& bodies, BaModel* model) {
   for (const std::string& text : bodies) {
     BaBody* body = FindNamed(text, *model);
-    if (body == nullptr) return Fail("There is no body '" + text + "'.");
+    if (body == nullptr) return BtFail("There is no body '%s'.", text.c_str());
     if (!model->removeBody(body)) return false;
   }
   return true;

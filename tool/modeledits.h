@@ -6,12 +6,14 @@
 #include <vector>
 
 #include "Ba/bamodel.h"
+#include "sourcefiles.h"
 
 // Each edit answers false, with an error recorded, where it cannot be done.
 
-// Adds copies of other models: "FILE[,OFFSET[,SUFFIX]]" each. The model is replaced by a new one.
+// Adds copies of other models: "FILE[,OFFSET[,SUFFIX]]" each. The model is replaced by a new one;
+// `sources` gets the files that were read.
 bool AddModels(const std::vector<std::string>& additions, const std::string& out_file,
-               std::unique_ptr<BaModel>* model);
+               std::unique_ptr<BaModel>* model, SourceFiles* sources);
 // "NAME" or "ID" each; a name counts first.
 bool RemoveBodies(const std::vector<std::string>& bodies, BaModel* model);
 // "OLD=NEW" each, or "all" for ids from 1 on in the order of the tree.

@@ -4,9 +4,17 @@
 #include "Ba/bamotion.h"
 #include "arguments.h"
 #include "motionfiles.h"
+#include "sourcefiles.h"
 #include "style.h"
 
 namespace {
+
+// The file that is read cannot be the one that is written.
+SourceFiles SourcesOfEdit(const Arguments& arguments) {
+  SourceFiles sources;
+  sources.add(arguments.files.front().c_str());
+  return sources;
+}
 
 bool ReadTo(BaMotion* motion, const Arguments& arguments) {
   const std::string& file = arguments.files.front();
@@ -27,14 +35,14 @@ int RunMotionResample(const Arguments& arguments) {
     Complain(arguments.files.front(), Short(frames) + " frames are too many");
     return kExitTrouble;
   }
-  return WriteMotion(arguments.output, motion.resampled(rate));
+  return WriteMotion(arguments.output, SourcesOfEdit(arguments), motion.resampled(rate));
 }
 
 int RunMotionCut(const Arguments& arguments) {
   BaMotion motion;
   if (!ReadTo(&motion, arguments)) return kExitTrouble;
   const BaMotion part = motion.cut(arguments.from, arguments.to);
-  if (part.numFrames() > 0) return WriteMotion(arguments.output, part);
+  if (part.numFrames() > 0) return WriteMotion(arguments.output, SourcesOfEdit(arguments), part);
   Complain(arguments.files.front(), "no frames lie there: the motion goes from " +
                                         Short(motion.times().front()) + " to " +
                                         Short(motion.times().back()) + " s");

@@ -7,6 +7,7 @@
 #include "Ba/bamotion.h"
 #include "arguments.h"
 #include "bttextfile.h"
+#include "sourcefiles.h"
 
 namespace {
 
@@ -54,8 +55,8 @@ BaVariableUnits UnitsOfVariables(const Arguments& arguments, const BaUnits& mode
   return units;
 }
 
-int WriteMotion(const std::string& file, const BaMotion& motion) {
-  motion.save(file.c_str());
+int WriteMotion(const std::string& file, const SourceFiles& sources, const BaMotion& motion) {
+  if (sources.checkOutput(file.c_str())) motion.save(file.c_str());
   return TellMessages(file, TakeMessages()) ? kExitGood : kExitTrouble;
 }
 

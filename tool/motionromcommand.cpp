@@ -8,6 +8,7 @@
 #include "modelfacts.h"
 #include "motionfiles.h"
 #include "rangeofmotion.h"
+#include "sourcefiles.h"
 
 namespace {
 
@@ -71,5 +72,8 @@ int RunMotionRom(const Arguments& arguments) {
   BaMotion motion;
   const bool is_made = MakeRangeOfMotion(mapping, order, names, swings, &motion);
   if (!TellMessages(dof_file, TakeMessages()) || !is_made) return kExitTrouble;
-  return WriteMotion(arguments.output, motion);
+  SourceFiles sources;
+  sources.add(model.sourceFiles());
+  sources.add(mapping.sourceFiles());
+  return WriteMotion(arguments.output, sources, motion);
 }

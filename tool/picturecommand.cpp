@@ -7,6 +7,7 @@
 #include "arguments.h"
 #include "inputs.h"
 #include "outputfile.h"
+#include "sourcefiles.h"
 #include "svgpicture.h"
 
 int RunPicture(const Arguments& arguments) {
@@ -18,6 +19,10 @@ int RunPicture(const Arguments& arguments) {
     if (!TellMessages(arguments.dof, ReadMapping(arguments.dof, mapping.get())))
       return kExitTrouble;
   }
-  WriteWholeFile(arguments.output, [&](std::ostream& os) { PrintSvg(model, mapping.get(), os); });
+  SourceFiles sources;
+  sources.add(model.sourceFiles());
+  if (mapping != nullptr) sources.add(mapping->sourceFiles());
+  WriteWholeFile(arguments.output, sources,
+                 [&](std::ostream& os) { PrintSvg(model, mapping.get(), os); });
   return TellMessages(arguments.output, TakeMessages()) ? kExitGood : kExitTrouble;
 }

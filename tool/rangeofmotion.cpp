@@ -76,18 +76,13 @@ bool MakeRangeOfMotion(const BaUnlockedMapping& mapping, const std::vector<int>&
     const Turn turn = TurnOf(id, driven.at(id), names, swings);
     if (turn.amplitude > 0) turns.push_back(turn);
   }
-  if (turns.empty()) {
-    theExceptObj.set("The mapping has no variables that move anything.");
-    return false;
-  }
+  if (turns.empty()) return BtFail("The mapping has no variables that move anything.");
   // A multiple of four, so that frames show the ends.
   const double frames = 4 * std::max(1.0, std::ceil(swings.seconds * swings.rate / 4));
   const auto count = static_cast<double>(turns.size());
   if ((frames * count + 1) * count > kMostValues) {
-    theExceptObj.set(
-        "%.0f variables in %.0f frames are too many: give less seconds or a lower rate.", count,
-        frames * count + 1);
-    return false;
+    return BtFail("%.0f variables in %.0f frames are too many: give less seconds or a lower rate.",
+                  count, frames * count + 1);
   }
   const auto num_frames = static_cast<int>(frames);
   std::vector<double> times(turns.size() * static_cast<std::size_t>(num_frames) + 1);

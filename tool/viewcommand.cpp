@@ -13,13 +13,13 @@
 #include "Bt/btexcept.h"
 #include "Bt/btfile.h"
 #include "arguments.h"
-#include "bapicturefile.h"
 #include "checkedfiles.h"
 #include "inputs.h"
 #include "motionfiles.h"
 #include "outputfile.h"
 #include "save.h"
 #include "scene.h"
+#include "sourcefiles.h"
 #include "viewpage.h"
 #include "viewtemplate.h"
 
@@ -27,27 +27,15 @@ namespace {
 
 constexpr std::size_t kFirstMotion = 2;  // among the files, behind model and mapping
 
-// True where the page would take the place of a file that it is made from: one that was named, one
-// that these include, or a picture.
-bool WouldReplaceSource(const Arguments& arguments, const CheckedFiles& files,
-                        const BaModelData& model_data) {
-  BtFileId output = {};
-  if (!BtFileFindId(arguments.output.c_str(), &output)) return false;
-  std::vector<BtFileId> sources = files.model.sourceFiles();
-  const std::vector<BtFileId>& of_mapping = files.mapping.sourceFiles();
-  sources.insert(sources.end(), of_mapping.begin(), of_mapping.end());
-  const auto add = [&](const char* path) {
-    BtFileId id = {};
-    if (BtFileFindId(path, &id)) sources.push_back(id);
-  };
-  for (const std::string& file : arguments.files) add(file.c_str());
-  const BtStr directory = BtFileDirectory(files.model_file.c_str());
-  for (const BaMDMaterial* material : model_data.materials()) {
-    for (const BaMDTexture* texture : material->textures()) {
-      add(BaFindPicture(directory, texture->name()));
-    }
-  }
-  return std::find(sources.begin(), sources.end(), output) != sources.end();
+// What the page is made from.
+SourceFiles SourcesOf(const Arguments& arguments, const CheckedFiles& files,
+                      const BaModelData& model_data) {
+  SourceFiles sources;
+  sources.add(files.model.sourceFiles());
+  sources.add(files.mapping.sourceFiles());
+  for (const std::string& file : arguments.files) sources.add(file.c_str());
+  sources.addPictures(model_data, BtFileDirectory(files.model_file.c_str()));
+  return sources;
 }
 
 // Prints the first errors that were found; the other findings stand in the page.
@@ -97,10 +85,6 @@ void WritePage(const Arguments& arguments, const CheckedFiles& files, std::vecto
   const auto scale_factor = static_cast<float>(arguments.scale_factor);
   BaModelData model_data;
   if (!model_data.fillFrom(files.model, true) || BtError()) return;
-  if (WouldReplaceSource(arguments, files, model_data)) {
-    theExceptObj.set("This is one of the files that were read.");
-    return;
-  }
   const BaUnits& unit = model_data.lengthUnits();
   const BaVariableUnits units = UnitsOfVariables(arguments, unit);
   if (units.length <= 0) {
@@ -124,7 +108,8 @@ void WritePage(const Arguments& arguments, const CheckedFiles& files, std::vecto
   const WriterChoice writer = FindMotionBuilderWriter(manager, "2011", false);
   if (!SaveSceneInMemory(manager, scene, false, true, writer.version, &fbx)) return;
   delete theExceptObj.release();
-  WriteWholeFile(arguments.output, [&](std::ostream& os) { PrintViewPage(data, fbx, os); });
+  WriteWholeFile(arguments.output, SourcesOf(arguments, files, model_data),
+                 [&](std::ostream& os) { PrintViewPage(data, fbx, os); });
 }
 
 }  // namespace

@@ -55,10 +55,14 @@ TEST(BtExcept, ReportsTheChainOnceAndTellsErrorsFromWarnings) {
   EXPECT_FALSE(BtReportError());
   EXPECT_EQ(testing::internal::GetCapturedStderr(), PrintedWarning("on %s|deep"));
 
-  theExceptObj.setAsWarning("before");
-  theExceptObj.set("inner %d", 1);
-  theExceptObj.set("outer\n%s", "two");
+  BtWarn(BtCode("early"), "before");
+  EXPECT_FALSE(BtFail(BtCode("cause"), "inner %d", 1));
+  EXPECT_FALSE(BtFail("outer\n%s", "two"));
   EXPECT_TRUE(BtError());
+  // Each record has its own code, of which nothing is printed.
+  EXPECT_EQ(theExceptObj.exception().code(), nullptr);
+  EXPECT_STREQ(theExceptObj.exception().detail().code(), "cause");
+  EXPECT_STREQ(theExceptObj.exception().detail().detail().code(), "early");
   testing::internal::CaptureStderr();
   EXPECT_TRUE(BtReportError());
   EXPECT_FALSE(BtReportError());

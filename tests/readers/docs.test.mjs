@@ -126,6 +126,13 @@ test('every finding and every difference stands on the page of kestrix-tool', ()
   const rows = findings.map(([, code, severity, meaning]) =>
     `| \`${code}\` | ${severity.toLowerCase()} | ${meaning} |\n`);
   assert.deepEqual(rows.filter((row) => !text.includes(row)), []);
+  const severities = new Map(findings.map(([, code, severity]) => [code, severity]));
+  const raised = [...joined(sourcesIn('libs/src', (file) => file.endsWith('.cpp')) +
+    sourcesIn('main', (file) => file.endsWith('.cpp')))
+    .matchAll(/\b(\w+)\(\s*BtCode\("([^"]*)"\)/g)];
+  assert.ok(raised.length > 50);
+  assert.deepEqual(raised.filter(([, by, code]) =>
+    severities.get(code) !== (by === 'BtWarn' ? 'Warning' : 'Error')).map(([call]) => call), []);
   const sources = sourcesIn('tool', (file) => /differences\.cpp$/.test(file));
   const codes = [...sources.matchAll(/(?:_add|_compare|add\w*|push_back)\(\{?"([a-z]+(?:-[a-z]+)+)"/g)];
   assert.ok(codes.length > 20);

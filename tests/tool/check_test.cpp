@@ -52,6 +52,12 @@ const struct CheckCase {
     {"body-id-duplicate", 2, {{"arm\n2", "arm\n1"}}},
     {"body-id-range", 2, {{"arm\n2", "arm\n99999999"}}},
     {"material-missing", 2, {{"P 2 1 4", "P 2 7 4"}}},
+    {"flex-target-undefined", 2, {{"P 2 1", "F 2 1 3 0 0 0 3 0.5 9 -1 1 0 0 -1 1 1 0 -1\nP 2 1"}}},
+    {"variable-overlap",
+     2,
+     {{"10 11 12",
+       "10 11 12\nINCLUDE {\nFILE_NAME: part.dof\nBODY_ID_OFFSET: 9\n"
+       "SYSTEM_VARIABLE_ID_OFFSET: 1\n}"}}},
     {"mapping-unreadable", 2, {{"10 11 12", "10 x 12"}}},
     {"body-mapped-twice", 2, {{"6\n2\n", "6\n1\n"}}},
     {"body-unmapped", 0, {{"12\n2\n1", "6\n1\n1"}, {"2\n1 2 3 6 5 4\n7 8 9 10 11 12\n", ""}}},

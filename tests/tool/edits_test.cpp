@@ -136,6 +136,18 @@ TEST(ConvertModel, WritesNothingWhereItFails) {
   EXPECT_EQ(RunTool({"convert-model", Sample("fox.mdl"), packed}).status, 0);
   EXPECT_EQ(DiffCodes(Sample("fox.mdl"), packed), Codes());
   EXPECT_EQ(RunTool({"convert-model", Sample("fox.mdl"), folder.path("no/out.mdl")}).status, 2);
+  // No input may be the output: neither the model nor one that is added.
+  const std::string prop = folder.write("prop.mdl", kBasicModel);
+  const std::vector<std::vector<std::string>> overwriting = {
+      {"convert-model", prop, prop},
+      {"convert-model", "--add", prop + ",500,_p", Sample("fox.mdl"), prop},
+      {"picture", prop, "-o", prop}};
+  for (const std::vector<std::string>& arguments : overwriting) {
+    const ToolResult result = RunTool(arguments);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find("is one of the files that were read"), std::string::npos);
+    EXPECT_EQ(ReadFile(prop), kBasicModel);
+  }
 }
 
 // Two bodies and two materials of one name each, and otherwise different.

@@ -4,9 +4,37 @@
 
 #include <cstdarg>
 #include <iosfwd>
+#include <memory>
+#include <utility>
 
 #include "Bt/btassert.h"
 #include "Bt/btstr.h"
+
+// The name of a fact that records tell of, for programs that must not depend on their wording:
+// lower-case words joined by "-". It is written where the record is made and never changes.
+class BtCode {
+ public:
+  consteval explicit BtCode(const char* name) : _name(name) {}
+  [[nodiscard]] constexpr const char* name() const { return _name; }
+
+ private:
+  const char* _name;
+};
+
+// A text file and the one that includes it.
+struct BtSource {
+  BtStr name;  // by which it was opened
+  std::shared_ptr<const BtSource> included_by;
+};
+
+// A place in a text, as far as it is known. Lines and columns follow from the text of the file,
+// which is looked at only when somebody wants to know.
+struct BtPlace {
+  std::shared_ptr<const BtSource> source;  // null where no file was read
+  long long offset = -1;                   // of a byte of the text, unpacked; -1 for none
+  int lines = 0;                           // so many lines further than that byte, or back
+  int column = -1;  // so many bytes behind the indentation of that line; -1 for the byte itself
+};
 
 // One recorded error or warning and the chain of records that explain it.
 class BtExcept {
@@ -21,11 +49,19 @@ class BtExcept {
   [[nodiscard]] const BtStr& message() const { return _message; }
   [[nodiscard]] bool hasDetail() const { return _detail != nullptr; }
   [[nodiscard]] const BtExcept& detail() const;
+  // The name of what is told, null for none. It is not part of the printed form.
+  [[nodiscard]] const char* code() const { return _code; }
+  void setCode(BtCode code) { _code = code.name(); }
+  // What was being read when the record was made. It is not part of the printed form either.
+  [[nodiscard]] const BtPlace& place() const { return _place; }
+  void setPlace(BtPlace place) { _place = std::move(place); }
 
  private:
   bool _warning;
   BtStr _message;
   BtExcept* _detail;
+  const char* _code = nullptr;
+  BtPlace _place;
 };
 
 class BtExceptionHandler {
@@ -47,6 +83,8 @@ class BtExceptionHandler {
   [[nodiscard]] bool hasException() const { return _exception != nullptr; }
   // The current record; asserts that there is one.
   [[nodiscard]] const BtExcept& exception() const;
+  // Names the fact that the current record tells of; asserts that there is one.
+  void setCode(BtCode code);
   // Forgets the record.
   void clear();
   // Takes the record away without clearing it, and puts one back (asserting that none is held).
@@ -78,6 +116,14 @@ class BtExceptionHandler {
 // The one error state.
 extern BtExceptionHandler theExceptObj;
 
+// Each records an error as `set()` does and answers false, so that an operation can end with it.
+bool BtFail(const char* format, ...) __attribute__((format(printf, 1, 2)));
+bool BtFail(const BtStr& message);
+bool BtFail(BtCode code, const char* format, ...) __attribute__((format(printf, 2, 3)));
+bool BtFail(BtCode code, const BtStr& message);
+// Each records a warning with a code as `setAsWarning()` does.
+void BtWarn(BtCode code, const char* format, ...) __attribute__((format(printf, 2, 3)));
+void BtWarn(BtCode code, const BtStr& message);
 // True when an error, not a warning, is recorded.
 bool BtError();
 // Prints what is recorded on standard error and clears it; true when it was an error.

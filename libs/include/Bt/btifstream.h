@@ -30,6 +30,8 @@ class BtFileBuf : public std::streambuf {
   // as an error then, the block is dropped and reading ends with badbit.
   using Counter = std::function<bool(long long bytes)>;
   void countWith(Counter counter) { _counter = std::move(counter); }
+  // Bytes that were consumed so far, of what was read or unpacked.
+  [[nodiscard]] long long position() const { return _bytes_read - (egptr() - gptr()); }
   void close();
 
  protected:
@@ -52,6 +54,7 @@ class BtFileBuf : public std::streambuf {
   bool _stopped = false;
   Counter _counter;
   long long _size_hint = 0;
+  long long _bytes_read = 0;
   std::unique_ptr<char[]> _block;
 };
 

@@ -22,13 +22,11 @@ bool Ba_IncludeChain::enter(const char* file_name) {
   BtFileId id = {};
   if (stat(file_name, &info) == 0) id = {info.st_dev, info.st_ino};
   if (info.st_ino != 0 && std::find(_files.begin(), _files.end(), id) != _files.end()) {
-    theExceptObj.set("%s file '%s' includes itself.", _kind, file_name);
-    return false;
+    return BtFail(BtCode("include-circle"), "%s file '%s' includes itself.", _kind, file_name);
   }
   if (_files.size() == kMaxDepth) {
-    theExceptObj.set("%s file '%s' is included more than %d levels deep.", _kind, file_name,
-                     static_cast<int>(kMaxDepth));
-    return false;
+    return BtFail("%s file '%s' is included more than %d levels deep.", _kind, file_name,
+                  static_cast<int>(kMaxDepth));
   }
   if (!_files.empty()) {
     _included_bytes += kBytesPerFile;
@@ -53,6 +51,5 @@ bool Ba_IncludeChain::count(long long bytes) {
 
 bool Ba_IncludeChain::_checkSize(long long bytes) {
   if (bytes <= kMaxIncludedBytes) return true;
-  theExceptObj.set("The files that are included come to more than %lld bytes.", kMaxIncludedBytes);
-  return false;
+  return BtFail("The files that are included come to more than %lld bytes.", kMaxIncludedBytes);
 }

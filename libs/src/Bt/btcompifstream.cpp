@@ -34,10 +34,7 @@ class BtCompIFStream::Buf : public BtFileBuf {
   // that or the start of the shell fails.
   bool start(const char* pipe, const BtStr& command) {
     const int fd = ::open(pipe, O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOFOLLOW);
-    if (fd < 0) {
-      theExceptObj.set("%s", std::strerror(errno));
-      return false;
-    }
+    if (fd < 0) return BtFail("%s", std::strerror(errno));
     adopt(fd);
     return _job.start(command);
   }
@@ -139,10 +136,9 @@ bool BtCompIFStream::_spawnUncompress(const char* name, const char* ext) {
   const Bt_CompProgram* const program = Bt_FindCompProgram(ext);
   if (program == nullptr) return false;
   if (BtFileFindCommand(program->uncompress).isNull()) {
-    theExceptObj.set(
+    return BtFail(
         "Cannot find command '%s' to uncompress\n'%s'.\nThis command needs to be in your path.",
         program->uncompress, name);
-    return false;
   }
   if (!BtFileHaveReadAccess(name)) return false;
   const BtStr file = Bt_ShellWord(name);
@@ -151,8 +147,7 @@ bool BtCompIFStream::_spawnUncompress(const char* name, const char* ext) {
                                  static_cast<const char*>(pipe));
   _buf = std::make_unique<Buf>(*this, program->uncompress, _job.get());
   if (_buf->start(_named_pipe, command)) return true;
-  theExceptObj.set(kUnpackFailed);
-  return false;
+  return BtFail(kUnpackFailed);
 }
 
 void BtCompIFStream::_removeNamedPipe() {

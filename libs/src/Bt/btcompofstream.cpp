@@ -131,10 +131,7 @@ class BtCompOFStream::Buf : public std::streambuf {
     }
   }
 
-  static bool _failErrno() {
-    theExceptObj.set("%s", std::strerror(errno));
-    return false;
-  }
+  static bool _failErrno() { return BtFail("%s", std::strerror(errno)); }
 
   void _closeFiles() {
     for (int* const fd : {&_fd, &_reading_end}) {
@@ -203,17 +200,15 @@ bool BtCompOFStream::_spawnCompress(const char* name, const char* ext) {
   const Bt_CompProgram* const program = Bt_FindCompProgram(ext);
   if (program == nullptr) return false;
   if (BtFileFindCommand(program->compress).isNull()) {
-    theExceptObj.set(
+    return BtFail(
         "Cannot find command '%s' to compress\n'%s'.\nThis command needs to be in your path.",
         program->compress, name);
-    return false;
   }
   if (!BtFileHaveWriteAccess(name)) return false;
   const BtReplacement::Place place = _replacement->open(name, _job.get());
   if (place == BtReplacement::Place::Failed) {
     theExceptObj.set("%s", std::strerror(errno));
-    theExceptObj.set("Couldn't create " + BtStr(name));
-    return false;
+    return BtFail("Couldn't create " + BtStr(name));
   }
   const BtStr pipe = Bt_ShellWord(_named_pipe);
   const BtStr file =
@@ -222,8 +217,7 @@ bool BtCompOFStream::_spawnCompress(const char* name, const char* ext) {
                                  static_cast<const char*>(file));
   _buf = std::make_unique<Buf>(*program, _job.get());
   if (_buf->start(_named_pipe, command)) return true;
-  theExceptObj.set(kPackFailed);
-  return false;
+  return BtFail(kPackFailed);
 }
 
 void BtCompOFStream::_removeNamedPipe() {

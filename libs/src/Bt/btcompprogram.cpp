@@ -78,6 +78,5 @@ bool Bt_CreateNamedPipe(const char* format, const Bt_ShellJob& job, BtStr* path)
     return true;
   }
   theExceptObj.set("%s", std::strerror(error));
-  theExceptObj.set("Unable to create named pipe \"%s\".", static_cast<const char*>(name));
-  return false;
+  return BtFail("Unable to create named pipe \"%s\".", static_cast<const char*>(name));
 }

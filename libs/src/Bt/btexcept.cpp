@@ -7,6 +7,8 @@
 #include <string_view>
 #include <utility>
 
+#include "btreading.h"
+
 BtExceptionHandler theExceptObj;
 bool BtExceptionHandler::_abort_on_clear = false;
 bool BtExceptionHandler::_abort_on_error = false;
@@ -139,6 +141,11 @@ const BtExcept& BtExceptionHandler::exception() const {
   return *_exception;
 }
 
+void BtExceptionHandler::setCode(BtCode code) {
+  BtAssert(_exception != nullptr, "_exception");
+  _exception->setCode(code);
+}
+
 void BtExceptionHandler::clear() {
   BtAssert(!_abort_on_clear, "!_abort_on_clear");
   const std::unique_ptr<BtExcept> forgotten(release());
@@ -159,6 +166,49 @@ bool BtExceptionHandler::checkCancel() {
 
 void BtExceptionHandler::_record(bool warning, const BtStr& message) {
   _exception = std::make_unique<BtExcept>(warning, message, _exception).release();
+  BtPlace place;
+  BtReading* const reading = BtReading::innermost();
+  if (reading != nullptr && reading->find(&place)) _exception->setPlace(std::move(place));
+}
+
+bool BtFail(const char* format, ...) {
+  std::va_list args;
+  va_start(args, format);
+  const BtStr message = BtVFormat(format, args);
+  va_end(args);
+  return BtFail(message);
+}
+
+bool BtFail(const BtStr& message) {
+  theExceptObj.set(message);
+  return false;
+}
+
+bool BtFail(BtCode code, const char* format, ...) {
+  std::va_list args;
+  va_start(args, format);
+  const BtStr message = BtVFormat(format, args);
+  va_end(args);
+  return BtFail(code, message);
+}
+
+bool BtFail(BtCode code, const BtStr& message) {
+  theExceptObj.set(message);
+  theExceptObj.setCode(code);
+  return false;
+}
+
+void BtWarn(BtCode code, const char* format, ...) {
+  std::va_list args;
+  va_start(args, format);
+  const BtStr message = BtVFormat(format, args);
+  va_end(args);
+  BtWarn(code, message);
+}
+
+void BtWarn(BtCode code, const BtStr& message) {
+  theExceptObj.setAsWarning(message);
+  theExceptObj.setCode(code);
 }
 
 bool BtError() { return theExceptObj.errorOccurred(); }

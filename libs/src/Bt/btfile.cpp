@@ -27,20 +27,15 @@ bool HaveAccess(const char* path, int mode) {
 
 bool MayRun(const char* path) { return !IsDirectory(path) && HaveAccess(path, X_OK); }
 
-bool Fail(const BtStr& message) {
-  theExceptObj.set(message);
-  return false;
-}
-
 bool CheckWriteExisting(const BtStr& path) {
   if (!IsDirectory(path)) {
     if (HaveAccess(path, W_OK)) return true;
     if (errno == EACCES || errno == EPERM) {
-      return Fail("Insufficient access to write to existing file.  Check permissions.");
+      return BtFail("Insufficient access to write to existing file.  Check permissions.");
     }
   }
   // A folder, a file of a read-only file system, a running program.
-  return Fail(BtFormat("File \"%s\" is unwritable.", static_cast<const char*>(path)));
+  return BtFail("File \"%s\" is unwritable.", static_cast<const char*>(path));
 }
 
 bool CheckWriteNew(const BtStr& path) {
@@ -48,19 +43,16 @@ bool CheckWriteNew(const BtStr& path) {
   if (!BtFileIsAbsolutePath(path)) {
     std::error_code error;
     const std::filesystem::path workdir = std::filesystem::current_path(error);
-    if (error) {
-      return Fail("Cannot get current working directory in BtFileHaveWriteAccess().\n");
-    }
+    if (error) return BtFail("Cannot get current working directory in BtFileHaveWriteAccess().\n");
     absolute = BtFileAbsolutePath(path, workdir.c_str());
   }
   const BtStr parent = BtFileDirectory(absolute);
   if (!IsDirectory(parent)) {
-    return Fail(
-        BtFormat("Parent directory \"%s\" does not exist.", static_cast<const char*>(parent)));
+    return BtFail("Parent directory \"%s\" does not exist.", static_cast<const char*>(parent));
   }
   if (HaveAccess(parent, W_OK | X_OK)) return true;
-  return Fail(BtFormat("Insufficient access to create file in \"%s\".  Check permissions.",
-                       static_cast<const char*>(parent)));
+  return BtFail("Insufficient access to create file in \"%s\".  Check permissions.",
+                static_cast<const char*>(parent));
 }
 
 // "dir/" with exactly one slash at the end.
@@ -141,10 +133,10 @@ bool BtFileCanExecute(const BtStr& path) {
 
 bool BtFileHaveReadAccess(const BtStr& path) {
   struct stat info = {};
-  if (stat(path, &info) != 0 && errno != EACCES) return Fail("File does not exist.");
-  if (S_ISDIR(info.st_mode)) return Fail("File is a directory.");
+  if (stat(path, &info) != 0 && errno != EACCES) return BtFail("File does not exist.");
+  if (S_ISDIR(info.st_mode)) return BtFail("File is a directory.");
   if (HaveAccess(path, R_OK)) return true;
-  return Fail("Insufficient access to read file.  Check permissions.");
+  return BtFail("Insufficient access to read file.  Check permissions.");
 }
 
 bool BtFileHaveWriteAccess(const BtStr& path) {
@@ -167,7 +159,7 @@ bool BtFileCheckOutput(const BtStr& path, BtFileOverwrite overwrite) {
   } else if (BtFileExists(path) && !HaveAccess(path, W_OK)) {
     obstacle = " is not writable.";
   }
-  return obstacle == nullptr || Fail(path + obstacle);
+  return obstacle == nullptr || BtFail(path + obstacle);
 }
 
 std::unique_ptr<std::ofstream> BtFileOpenOutput(const BtStr& path, BtFileOverwrite overwrite) {
@@ -199,7 +191,7 @@ BtStr BtFileFindCommand(const BtStr& command) {
 bool BtFileReadLink(const BtStr& link, BtStr* target) {
   std::error_code error;
   const std::filesystem::path path = std::filesystem::read_symlink(link.view(), error);
-  if (error) return Fail("Unable to read link " + link);
+  if (error) return BtFail("Unable to read link " + link);
   *target = path.c_str();
   return true;
 }

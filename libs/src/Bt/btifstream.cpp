@@ -59,6 +59,7 @@ void BtFileBuf::adopt(int fd) {
   _ended = false;
   _stopped = false;
   _size_hint = 0;
+  _bytes_read = 0;
   if (_block == nullptr) _block = std::make_unique_for_overwrite<char[]>(kPutback + kReadBlockSize);
 }
 
@@ -82,6 +83,7 @@ BtFileBuf::int_type BtFileBuf::underflow() {
   }
   _ended = count <= 0;
   if (count < 0) _owner.setstate(std::ios::badbit);
+  if (count > 0) _bytes_read += count;
   setg(start - kept, start, start + (count > 0 ? count : 0));
   return count > 0 ? traits_type::to_int_type(*start) : traits_type::eof();
 }

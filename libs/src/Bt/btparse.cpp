@@ -29,10 +29,7 @@ constexpr BtCharSet kNotSpaceInLine = BtCharSet(" \t\v\f"sv).inverted();
 // True when reading has ended before the end of the text for a reason that is recorded.
 bool HasReasonToEnd(const std::istream& is) { return is.bad() && BtError(); }
 
-bool RefuseNul() {
-  theExceptObj.set("Text contains a NUL character.");
-  return false;
-}
+bool RefuseNul() { return BtFail("Text contains a NUL character."); }
 
 // Copies plain lines of a block without the blanks that they begin with, sixteen characters at a
 // time: up to a character that means something in blocks, or until there are not so many left.
@@ -119,8 +116,7 @@ class TextCollector {
   bool _append(std::string_view piece) {
     constexpr int kMaxLength = std::numeric_limits<int>::max() - 1;
     if (piece.size() > static_cast<std::size_t>(kMaxLength - _text->length())) {
-      theExceptObj.set("Insufficient memory.");
-      return false;
+      return BtFail("Insufficient memory.");
     }
     _text->append(piece);
     return true;
@@ -213,9 +209,8 @@ class BlockReader {
     const int c = _reader.peek();
     if (c != kEndOfLine && c != kEndOfFile) {
       if (c == '\0') return RefuseNul();
-      theExceptObj.set("Invalid character ('%c') trailing '%c' for '%s'.", c, '}',
-                       static_cast<const char*>(_keyword));
-      return false;
+      return BtFail("Invalid character ('%c') trailing '%c' for '%s'.", c, '}',
+                    static_cast<const char*>(_keyword));
     }
     --_depth;
     if (_depth > 0) return _text.add('}');
@@ -236,9 +231,8 @@ class BlockReader {
   bool _endOfFile() {
     if (!_text.flush() || HasReasonToEnd(_is)) return false;
     std::cerr << "Hit eof: " << _value->view() << '\n';
-    theExceptObj.set("Hit end of file without reading '}' for tag %s",
-                     static_cast<const char*>(_keyword));
-    return false;
+    return BtFail("Hit end of file without reading '}' for tag %s",
+                  static_cast<const char*>(_keyword));
   }
 
   const std::istream& _is;
@@ -324,6 +318,5 @@ bool BtReadTaggedValue(std::istream& is, BtStr* keyword, BtStr* value, bool* sin
   if (!is.bad()) return read;
   if (HasReasonToEnd(is)) return false;
   // What came before a read error may be cut short in the middle.
-  theExceptObj.set("Error reading file.");
-  return false;
+  return BtFail("Error reading file.");
 }

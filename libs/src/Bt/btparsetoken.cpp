@@ -22,11 +22,6 @@ void SkipSpace(std::string_view* text) {
   while (!text->empty() && BtIsSpace(text->front())) text->remove_prefix(1);
 }
 
-bool Fail(const char* message) {
-  theExceptObj.set("%s", message);
-  return false;
-}
-
 // Runs `read(&view)` on the text of `str` and removes from it what the reader consumed. The results
 // must not be views of the text.
 template <class Read>
@@ -82,9 +77,9 @@ int BtIdentifierLength(const BtStr& str) { return static_cast<int>(IdentifierLen
 bool BtReadIdentifier(BtStr* str, BtStr* identifier) {
   return ReadFront(str, [identifier](std::string_view* text) {
     SkipSpace(text);
-    if (text->empty()) return Fail("Expecting identifier.");
+    if (text->empty()) return BtFail("Expecting identifier.");
     const std::size_t length = IdentifierLength(*text);
-    if (length == 0) return Fail("Invalid identifier.");
+    if (length == 0) return BtFail("Invalid identifier.");
     *identifier = BtStr(text->substr(0, length));
     text->remove_prefix(length);
     return true;
@@ -95,7 +90,7 @@ bool BtReadInt(std::string_view* text, int* value) {
   std::string_view rest = *text;
   SkipSpace(&rest);
   int number = 0;
-  if (ParseNumber(&rest, &number) != std::errc()) return Fail("Invalid integer value.");
+  if (ParseNumber(&rest, &number) != std::errc()) return BtFail("Invalid integer value.");
   *value = number;
   *text = rest;
   return true;
@@ -111,7 +106,7 @@ bool BtReadBool(BtStr* str, bool* value) {
     const std::size_t length = IdentifierLength(*text);
     const BtStr word(text->substr(0, length));
     *value = word.iCmp("TRUE") == 0;
-    if (!*value && word.iCmp("FALSE") != 0) return Fail("Invalid boolean value.");
+    if (!*value && word.iCmp("FALSE") != 0) return BtFail("Invalid boolean value.");
     text->remove_prefix(length);
     return true;
   });
@@ -120,11 +115,11 @@ bool BtReadBool(BtStr* str, bool* value) {
 bool BtReadFloat(std::string_view* text, float* value) {
   std::string_view rest = *text;
   SkipSpace(&rest);
-  if (rest.empty()) return Fail("No value given.");
+  if (rest.empty()) return BtFail("No value given.");
   double number = 0;
   float read = 0;
   if (ParseNumber(&rest, &number) != std::errc() || !BtNarrow(number, &read)) {
-    return Fail("Invalid floating point value.");
+    return BtFail("Invalid floating point value.");
   }
   *value = read;
   *text = rest;
@@ -138,7 +133,7 @@ bool BtReadFloat(BtStr* str, float* value) {
 bool BtReadToken(std::string_view* text, std::string_view* token) {
   std::string_view rest = *text;
   SkipSpace(&rest);
-  if (rest.empty()) return Fail("Expecting token.");
+  if (rest.empty()) return BtFail("Expecting token.");
   std::size_t length = 0;
   while (length < rest.size() && !BtIsSpace(rest[length])) ++length;
   *token = rest.substr(0, length);
@@ -159,16 +154,10 @@ bool BtReadToken(BtStr* str, BtStr* token) {
 bool BtReadQuotedStr(BtStr* str, char quote, BtStr* dq_str) {
   return ReadFront(str, [quote, dq_str](std::string_view* text) {
     SkipSpace(text);
-    if (!text->starts_with(quote)) {
-      theExceptObj.set("'%c' expected.", quote);
-      return false;
-    }
+    if (!text->starts_with(quote)) return BtFail("'%c' expected.", quote);
     text->remove_prefix(1);
     const std::size_t length = text->find(quote);
-    if (length == std::string_view::npos) {
-      theExceptObj.set("No closing '%c' found.", quote);
-      return false;
-    }
+    if (length == std::string_view::npos) return BtFail("No closing '%c' found.", quote);
     *dq_str = BtStr(text->substr(0, length));
     text->remove_prefix(length + 1);
     return true;
@@ -180,10 +169,7 @@ bool BtReadDoubleQuotedStr(BtStr* str, BtStr* dq_str) { return BtReadQuotedStr(s
 bool BtSkipChar(BtStr* str, char expected) {
   return ReadFront(str, [expected](std::string_view* text) {
     SkipSpace(text);
-    if (!text->starts_with(expected)) {
-      theExceptObj.set("'%c' expected.", expected);
-      return false;
-    }
+    if (!text->starts_with(expected)) return BtFail("'%c' expected.", expected);
     text->remove_prefix(1);
     return true;
   });
@@ -192,10 +178,7 @@ bool BtSkipChar(BtStr* str, char expected) {
 bool BtSkipExpectedStr(BtStr* str, const char* skip_str) {
   return ReadFront(str, [skip_str](std::string_view* text) {
     SkipSpace(text);
-    if (!text->starts_with(skip_str)) {
-      theExceptObj.set("'%s' expected.", skip_str);
-      return false;
-    }
+    if (!text->starts_with(skip_str)) return BtFail("'%s' expected.", skip_str);
     text->remove_prefix(std::string_view(skip_str).size());
     return true;
   });
@@ -205,10 +188,7 @@ bool BtReadVector3(BtStr* str, std::array<float, 3>* vector) {
   return ReadFront(str, [vector](std::string_view* text) {
     std::array<float, 3> read = {};
     for (std::size_t i = 0; i < read.size(); ++i) {
-      if (!BtReadFloat(text, &read[i])) {
-        theExceptObj.set("Invalid %c component", "XYZ"[i]);
-        return false;
-      }
+      if (!BtReadFloat(text, &read[i])) return BtFail("Invalid %c component", "XYZ"[i]);
     }
     *vector = read;
     return true;
@@ -226,6 +206,6 @@ bool BtReadTimecodeRate(BtStr* str, double* frames_per_second) {
         return true;
       }
     }
-    return Fail("Unsupported timecode rate.");
+    return BtFail("Unsupported timecode rate.");
   });
 }

@@ -117,8 +117,7 @@ bool Bt_ShellJob::start(const BtStr& command) {
     return true;
   }
   end();
-  theExceptObj.set("%s", std::strerror(-answer));
-  return false;
+  return BtFail("%s", std::strerror(-answer));
 }
 
 bool Bt_ShellJob::_send(Message kind, const char* text) const {

@@ -21,14 +21,12 @@ bool CloseCompressedInput(std::istream& is) { return static_cast<BtCompIFStream&
 bool CheckKind(const char* file_name, BtFileKind kind) {
   struct stat info = {};
   if (kind == BtFileKind::Any || stat(file_name, &info) != 0 || S_ISREG(info.st_mode)) return true;
-  theExceptObj.set("'%s' is not a regular file.", file_name);
-  return false;
+  return BtFail("'%s' is not a regular file.", file_name);
 }
 
 bool ClosePlainInput(std::istream& is) {
   if (!is.bad() || BtError()) return true;
-  theExceptObj.set("Unable to read from file.");
-  return false;
+  return BtFail("Unable to read from file.");
 }
 
 }  // namespace

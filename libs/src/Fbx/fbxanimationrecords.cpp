@@ -25,7 +25,7 @@ constexpr FbxAnimatedProperty kProperties[] = {
     {"DeformPercent", {"d|DeformPercent"}, "", 0},
 };
 
-constexpr const char* kAxes[] = {"X", "Y", "Z"};
+constexpr const char* kChannels[] = {"X", "Y", "Z"};
 
 using KeyTimes = std::span<const std::int64_t>;
 
@@ -85,7 +85,7 @@ void FbxWriteTransformChannel(FbxRecordSink* sink, const KFbxAnimCurveNode& curv
   const FbxAnimatedProperty& property = FbxAnimated(curve_node.GetProperty());
   sink->open("Channel", property.channel);
   for (int i = 0; i < curve_node.GetCurveCount(); ++i) {
-    FbxWriteChannel(sink, kAxes[i], *curve_node.GetCurve(i));
+    FbxWriteChannel(sink, kChannels[i], *curve_node.GetCurve(i));
   }
   sink->leaf("LayerType", property.layer_type);
   sink->end();

@@ -1,7 +1,6 @@
 // The records of curves: in the newer family objects, in the older one channels of a take.
 #pragma once
 
-#include <array>
 #include <string_view>
 
 #include "Fbx/kfbxanimstack.h"
@@ -11,8 +10,8 @@ class FbxRecordSink;
 // What files call an animated property and the curves of it.
 struct FbxAnimatedProperty {
   std::string_view name;
-  std::array<std::string_view, 3> curves;  // newer family
-  std::string_view channel;                // older family; empty where it is named by its object
+  std::string_view curves[3];  // newer family
+  std::string_view channel;    // older family; empty where it is named by its object
   std::int32_t layer_type;
 };
 const FbxAnimatedProperty& FbxAnimated(KFbxAnimCurveNode::EProperty property);

@@ -345,8 +345,8 @@ void FbxDocument::writeContent(const FbxSceneContent::Video& entry) {
   FbxSourceFile file;
   const bool opened = file.open(path);
   if (!opened && !BtError()) {
-    theExceptObj.setAsWarning("Unable to embed the picture '%s': %s.", file.name().c_str(),
-                              file.reason());
+    BtWarn(BtCode("texture-unreadable"), "Unable to embed the picture '%s': %s.",
+           file.name().c_str(), file.reason());
   }
   sink.begin("Content");
   if (opened) sink.addFile(file);

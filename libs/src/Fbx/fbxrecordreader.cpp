@@ -134,25 +134,20 @@ bool FbxValueCursor::next(FbxReadValue* value) {
 }
 
 bool FbxRecordFile::_fail(const char* what, std::size_t at) {
-  theExceptObj.set("The file is damaged: %s at byte %zu.", what, at);
-  return false;
+  return BtFail("The file is damaged: %s at byte %zu.", what, at);
 }
 
 bool FbxRecordFile::read(std::string bytes) {
   _bytes = std::move(bytes);
   _records.clear();
   const std::string_view all = _bytes;
-  if (!all.starts_with(kFbxMagic)) {
-    theExceptObj.set("The file is no binary FBX file.");
-    return false;
-  }
+  if (!all.starts_with(kFbxMagic)) return BtFail("The file is no binary FBX file.");
   if (all.size() < kFbxMagic.size() + sizeof(std::uint32_t) || !all.ends_with(kFbxFooterMagic)) {
     return _fail("it is cut off", all.size());
   }
   _version = Load<std::int32_t>(all.data() + kFbxMagic.size());
   if (_version <= 0 || _version >= kFirstWideVersion) {
-    theExceptObj.set("Files of FBX version %d are not supported.", _version);
-    return false;
+    return BtFail("Files of FBX version %d are not supported.", _version);
   }
   _at = kFbxMagic.size() + sizeof(std::uint32_t);
   if (_readRecords()) return true;

@@ -36,8 +36,12 @@ auto& At(std::vector<T>& list, int i) {
 }
 
 bool Fail(const KFbxObject& object, const char* what) {
-  theExceptObj.set("Unable to write \"%s\": %s.", object.GetName(), what);
-  return false;
+  return BtFail("Unable to write \"%s\": %s.", object.GetName(), what);
+}
+
+bool FailNumbers(const KFbxNode& node) {
+  return BtFail(BtCode("number-out-of-range"),
+                "Unable to write \"%s\": its transform is not finite.", node.GetName());
 }
 
 bool IsFinite(const KFbxXMatrix& matrix) {
@@ -141,7 +145,7 @@ bool FbxSceneContent::_collectModels(KFbxNode* root) {
 }
 
 bool FbxSceneContent::_addModel(KFbxNode* node, int parent) {
-  if (!IsFinite(node->LocalTransform())) return Fail(*node, "its transform is not finite");
+  if (!IsFinite(node->LocalTransform())) return FailNumbers(*node);
   const auto index = static_cast<int>(models.size());
   bool has_scaled_ancestor = false;
   if (parent == kNone) {

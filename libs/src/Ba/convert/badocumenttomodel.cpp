@@ -62,14 +62,13 @@ bool ExtractBodies(const BaModelData& data, BaModel* model, BaBodiesByName* bodi
   FreeIds free_ids(data);
   for (const BaMDBody* md_body : data.bodies()) {
     const long long id = md_body->hasId() ? md_body->id() : free_ids.next();
-    if (id < 1 || id > BaModel::kMaxBodyId) {
-      theExceptObj.set("Invalid body id %lld.", id);
-      return false;
-    }
+    if (id < 1 || id > BaModel::kMaxBodyId)
+      return BtFail(BtCode("body-id-range"), "Invalid body id %lld.", id);
     const int p_id = ParentId(*md_body, *bodies);
     if (p_id == -1) {
-      BaFail("Body \"" + md_body->name() + "\" specifies a parent body, \"" +
-             md_body->parentName() + "\", that does not exist.");
+      BtFail(BtCode("parent-missing"), "Body \"" + md_body->name() +
+                                           "\" specifies a parent body, \"" +
+                                           md_body->parentName() + "\", that does not exist.");
       BtReportError();
     }
     BtAssert(p_id != -1, "p_id!= -1");

@@ -66,8 +66,9 @@ bool GeometryExtractor::_extractGroup(const BaMDMaterialGroup& group) {
   const BaMaterial* material =
       group.material().isNull() ? nullptr : _model->materialByName(group.material());
   if (material == nullptr) {
-    return BaFail("MATERIAL_GROUP specifies a material, \"" + BaShown(group.material()) +
-                  "\", that does not exist.");
+    return BtFail(BtCode("material-missing"), "MATERIAL_GROUP specifies a material, \"" +
+                                                  BaShown(group.material()) +
+                                                  "\", that does not exist.");
   }
   for (const BaMDBone& md_bone : group.bones()) {
     auto bone = std::make_unique<BaBone>(_body.id(), material->id());
@@ -111,13 +112,13 @@ std::span<const Corner> GeometryExtractor::_withoutDuplicates(std::span<const Co
   kept->clear();
   for (const Corner& corner : corners) {
     if (!kept->empty() && same_place(corner, kept->back())) {
-      theExceptObj.setAsWarning(DuplicateWarning());
+      BtWarn(BtCode("vertex-duplicate"), DuplicateWarning());
     } else {
       kept->push_back(corner);
     }
   }
   if (kept->size() > 1 && same_place(kept->front(), kept->back())) {
-    theExceptObj.setAsWarning(DuplicateWarning());
+    BtWarn(BtCode("vertex-duplicate"), DuplicateWarning());
     kept->pop_back();
   }
   return *kept;
@@ -125,7 +126,8 @@ std::span<const Corner> GeometryExtractor::_withoutDuplicates(std::span<const Co
 
 void GeometryExtractor::_addPolygon(int material_id, std::span<const int> corners) {
   const std::span<const int> kept = _withoutDuplicates(corners, &_kept);
-  if (kept.size() < kFewestCorners) return theExceptObj.setAsWarning(DegenerateWarning(false));
+  if (kept.size() < kFewestCorners)
+    return BtWarn(BtCode("polygon-degenerate"), DegenerateWarning(false));
   auto polygon = BaVertexElement::makeIn<BaPolygon>(_model->arena(), _body.id(), material_id);
   polygon->setVertices(_copyVertices(kept));
   _model->load(std::move(polygon));
@@ -134,7 +136,8 @@ void GeometryExtractor::_addPolygon(int material_id, std::span<const int> corner
 void GeometryExtractor::_addTexturedPolygon(int material_id,
                                             std::span<const BaMDTexturedCorner> corners) {
   const std::span<const BaMDTexturedCorner> kept = _withoutDuplicates(corners, &_kept_textured);
-  if (kept.size() < kFewestCorners) return theExceptObj.setAsWarning(DegenerateWarning(true));
+  if (kept.size() < kFewestCorners)
+    return BtWarn(BtCode("polygon-degenerate"), DegenerateWarning(true));
   auto polygon =
       BaVertexElement::makeIn<BaTexturedPolygon>(_model->arena(), _body.id(), material_id);
   BtDArray<BaVertex> vertices;
@@ -169,7 +172,7 @@ bool BaExtractGeometry(const BaMDGeometry& geometry, BaSetVertices* vertices,
                        const BaBodiesByName& bodies, BaModel* model) {
   const auto body = bodies.find(geometry.bodyName());
   if (body == bodies.end()) {
-    return BaFail("GEOMETRY section specifies a body, \"" + BaShown(geometry.bodyName()) +
+    return BtFail("GEOMETRY section specifies a body, \"" + BaShown(geometry.bodyName()) +
                   "\", that does not exist.");
   }
   if (vertices != nullptr && !vertices->begin(*body->second, bodies)) return false;

@@ -21,9 +21,10 @@ bool BaSetVertices::_addSource(const BaMDVertexEffects& effects, const BaBody& b
   if (source.flex != nullptr) {
     const auto target = bodies.find(source.flex->bodyName());
     if (target == bodies.end()) {
-      return BaFail("A flexible vertex effect on body \"" + body.name() +
-                    "\" flexes to a non-existing body \"" + BaShown(source.flex->bodyName()) +
-                    "\".");
+      return BtFail(BtCode("flex-target-undefined"), "A flexible vertex effect on body \"" +
+                                                         body.name() +
+                                                         "\" flexes to a non-existing body \"" +
+                                                         BaShown(source.flex->bodyName()) + "\".");
     }
     source.target_id = target->second->id();
     _target_ids.insert(source.target_id);

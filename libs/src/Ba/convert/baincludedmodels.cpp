@@ -5,6 +5,7 @@
 #include "baincludechain.h"
 #include "bamdsection.h"
 #include "bapicturefile.h"
+#include "btreading.h"
 
 namespace {
 
@@ -27,13 +28,13 @@ void MoveTextures(const BtList<BaMDMaterial*>& materials, const BtStr& directory
 // Lengths are taken as they stand.
 void CheckLengthUnits(const BaUnits& units, const BaUnits& include_units, const BtStr& file_name) {
   if (units == include_units) return;
-  theExceptObj.setAsWarning(
-      "The length unit of sub-model '%s' (%g %s) is not that of the model (%g %s).  Its lengths "
-      "are "
-      "not converted.",
-      static_cast<const char*>(file_name), static_cast<double>(include_units.factor),
-      static_cast<const char*>(include_units.name), static_cast<double>(units.factor),
-      static_cast<const char*>(units.name));
+  BtWarn(BtCode("units-differ"),
+         "The length unit of sub-model '%s' (%g %s) is not that of the model (%g %s).  Its lengths "
+         "are "
+         "not converted.",
+         static_cast<const char*>(file_name), static_cast<double>(include_units.factor),
+         static_cast<const char*>(include_units.name), static_cast<double>(units.factor),
+         static_cast<const char*>(units.name));
 }
 
 }  // namespace
@@ -59,7 +60,7 @@ bool BaModelData::_combineIncludes(const IncludeTarget& target, long long body_i
     if (!target.chain->enter(file_name) ||
         !_combineFile(file_name, target, body_id_offset + include->bodyIdOffset(),
                       include->bodyNameSuffix() + body_name_suffix)) {
-      return BaFail("Unable to include sub-model.");
+      return BtFail("Unable to include sub-model.");
     }
     target.chain->leave();
   }
@@ -70,15 +71,16 @@ bool BaModelData::_combineFile(const BtStr& file_name, const IncludeTarget& targ
                                long long body_id_offset, const BtStr& body_name_suffix) const {
   BaModelData sub_data;
   if (!sub_data._readFile(file_name, target.chain)) return false;
+  const BtFileReading reading(file_name);
   MoveTextures(sub_data.materials(), target.directory, sub_data._directory);
   CheckLengthUnits(_length_units, sub_data.lengthUnits(), file_name);
   {
     BaModel sub_model;
-    if (!sub_data.extractTo(&sub_model)) return BaFail("Unable to read '" + file_name + "'.");
+    if (!sub_data.extractTo(&sub_model)) return BtFail("Unable to read '" + file_name + "'.");
     // A table of bodies takes memory and time for every id below the highest one.
     if (!target.chain->count(sub_model.bodies().size())) return false;
     if (!target.combine->add(sub_model, body_id_offset, body_name_suffix)) return false;
   }
   return sub_data._combineIncludes(target, body_id_offset, body_name_suffix) ||
-         BaFail("Unable to read '" + file_name + "'.");
+         BtFail("Unable to read '" + file_name + "'.");
 }

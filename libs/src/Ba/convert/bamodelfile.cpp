@@ -8,6 +8,7 @@
 #include "Bt/btexcept.h"
 #include "Bt/btfile.h"
 #include "bamodelheader.h"
+#include "btreading.h"
 #include "bttextfile.h"
 
 namespace {
@@ -18,6 +19,7 @@ constexpr float kFirstDocumentVersion = 2.0F;
 
 void BaModel::read(const char* file_name) {
   BtAssert(file_name != nullptr, "file_name");
+  const BtFileReading reading(file_name);
   BtInputFile file(file_name);
   if (!file.isOpen()) {
     theExceptObj.set("Unable to open '%s'.", file_name);
@@ -69,8 +71,8 @@ void BaModel::save(const char* file_name) const {
   if (!data.save(file_name)) return;
   const int n_lights = _lights.count() + _lighting_models.count();
   if (n_lights + _muscles.count() == 0) return;
-  theExceptObj.setAsWarning(
-      "Lights and lighting models (%d) and muscles (%d) have no form in a model document.  They "
-      "are left out.",
-      n_lights, _muscles.count());
+  BtWarn(BtCode("left-out"),
+         "Lights and lighting models (%d) and muscles (%d) have no form in a model document.  They "
+         "are left out.",
+         n_lights, _muscles.count());
 }

@@ -29,8 +29,10 @@ constexpr std::array<int, 3> kRotationOrder = {3, 2, 1};
 // Warns of what three angles cannot say about the axes of a body.
 void WarnOfLostForm(const BtStr& body_name, const BtRotationAxes& axes) {
   const BtStr start = "The transform of body \"" + body_name;
-  if (axes.isScaled()) theExceptObj.setAsWarning(start + "\" is scaled.  The scale is not kept.");
-  if (axes.isSheared()) theExceptObj.setAsWarning(start + "\" is sheared.  The shear is not kept.");
+  if (axes.isScaled())
+    BtWarn(BtCode("scaled-transform"), start + "\" is scaled.  The scale is not kept.");
+  if (axes.isSheared())
+    BtWarn(BtCode("scaled-transform"), start + "\" is sheared.  The shear is not kept.");
 }
 
 class ModelFiller {
@@ -70,19 +72,18 @@ class ModelFiller {
 
 bool ModelFiller::_checkBody(const BaBody& body, Names* names) const {
   const BtStr name = BaDocumentName(body);
-  if (name == BaMDBody::kWorldName) {
-    return BaFail("A body cannot have the name \"GLOBAL\".");
-  }
+  if (name == BaMDBody::kWorldName)
+    return BtFail(BtCode("body-name-world"), "A body cannot have the name \"GLOBAL\".");
   if (_data->bodyByName(name) != nullptr || !names->try_emplace(name, &body).second) {
-    return BaFail("Multiple bodies have name \"" + name + "\".");
+    return BtFail(BtCode("body-name-clash"), "Multiple bodies have name \"" + name + "\".");
   }
   if (_data->bodyById(body.id()) != nullptr) {
-    theExceptObj.set("Multiple bodies have id %d.", body.id());
-    return false;
+    return BtFail(BtCode("body-id-duplicate"), "Multiple bodies have id %d.", body.id());
   }
   BtRotationAxes axes;
   if (!BtGetRotationAxes(&axes, BtCoordSystem(body.transform()).rotation())) {
-    return BaFail("Body \"" + name + "\" has a left-handed or degenerate transform.");
+    return BtFail(BtCode("left-handed"),
+                  "Body \"" + name + "\" has a left-handed or degenerate transform.");
   }
   return true;
 }
@@ -93,8 +94,9 @@ bool ModelFiller::_checkParent(const BaBody& body) const {
   if (parent != nullptr && _data->bodyByName(BaDocumentName(*parent)) != nullptr) return true;
   const BtStr shown =
       parent == nullptr ? BtFormat("(%d)", body.parentId()) : "\"" + BaDocumentName(*parent) + "\"";
-  return BaFail("Body \"" + BaDocumentName(body) + "\" specifies an undefined parent body " +
-                shown + ".");
+  return BtFail(
+      BtCode("parent-missing"),
+      "Body \"" + BaDocumentName(body) + "\" specifies an undefined parent body " + shown + ".");
 }
 
 std::unique_ptr<BaMDBody> ModelFiller::_toMDBody(const BaBody& body) const {
@@ -191,8 +193,8 @@ void ModelFiller::addMaterials() {
     BtStr name = material->name();
     if (_data->materialByName(name) != nullptr) {
       name = _freeMaterialName(*material);
-      theExceptObj.setAsWarning("Multiple materials have name \"" + material->name() +
-                                "\".  One of them is called \"" + name + "\" now.");
+      BtWarn(BtCode("material-name-clash"), "Multiple materials have name \"" + material->name() +
+                                                "\".  One of them is called \"" + name + "\" now.");
     }
     md_material->setName(name);
     _material_names.emplace(material->id(), name);
@@ -225,7 +227,8 @@ bool ModelFiller::addShapes() {
     if (theExceptObj.checkCancel()) return false;
     if (body == nullptr || (!body->hasPolygons() && body->bones().empty())) continue;
     if (body->id() == 0) {
-      theExceptObj.setAsWarning(
+      BtWarn(
+          BtCode("left-out"),
           "Polygons and bones of the world (body id 0) have no body in a model document.  They are "
           "left out.");
     } else {
@@ -238,9 +241,9 @@ bool ModelFiller::addShapes() {
 void ModelFiller::warnOfLeftOut() const {
   Ba_WarnOfPostScale(_model);
   if (!_model.flexiblePolygons().empty()) {
-    theExceptObj.setAsWarning(
-        "%d flexible polygons have no form in a model document.  They are left out.",
-        _model.flexiblePolygons().size());
+    BtWarn(BtCode("left-out"),
+           "%d flexible polygons have no form in a model document.  They are left out.",
+           _model.flexiblePolygons().size());
   }
 }
 

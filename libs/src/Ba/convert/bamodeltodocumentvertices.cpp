@@ -57,10 +57,10 @@ void EffectSorter::_addBlend(const BaVertexBlendEffect& blend, int vertex) {
 }
 
 void WarnOfTarget(const BaBody& body, int target_id) {
-  theExceptObj.setAsWarning(
-      "A flexible vertex effect on body \"%s\" flexes to %s (id %d).  It is left out.",
-      static_cast<const char*>(BaDocumentName(body)),
-      target_id == 0 ? "the world" : "a non-existing body", target_id);
+  BtWarn(BtCode("flex-target-missing"),
+         "A flexible vertex effect on body \"%s\" flexes to %s (id %d).  It is left out.",
+         static_cast<const char*>(BaDocumentName(body)),
+         target_id == 0 ? "the world" : "a non-existing body", target_id);
 }
 
 void EffectSorter::addTo(BaMDVertices* vertices, const BaModel& model, const BaBody& body) const {
@@ -83,8 +83,8 @@ void EffectSorter::addTo(BaMDVertices* vertices, const BaModel& model, const BaB
     vertices->addEffects(std::move(md_blend));
   }
   if (_left_out) {
-    theExceptObj.setAsWarning("Bulge and morph effects on body \"" + BaDocumentName(body) +
-                              "\" have no form in a model document.  They are left out.");
+    BtWarn(BtCode("left-out"), "Bulge and morph effects on body \"" + BaDocumentName(body) +
+                                   "\" have no form in a model document.  They are left out.");
   }
 }
 

@@ -19,7 +19,7 @@ bool CheckBlends(const BtList<BaMDVertices*>& vertex_sets, Check check) {
 }
 
 bool FailGroup(const BaMDBlendVEffects& blend) {
-  return BaFail("A BLEND effect specifies a slider group, \"" + blend.sliderGroup() +
+  return BtFail("A BLEND effect specifies a slider group, \"" + blend.sliderGroup() +
                 "\", that does not exist.");
 }
 
@@ -32,13 +32,13 @@ bool BaBlendChecker::check(const BaMDBlendVEffects& blend, const BaMDSliderGroup
     for (const BtStr& slider : group->sliders()) entry->second.insert(slider);
   }
   return entry->second.contains(blend.sliderName()) ||
-         BaFail("Invalid slider name '" + blend.sliderName() + "' used in the blend effects.");
+         BtFail("Invalid slider name '" + blend.sliderName() + "' used in the blend effects.");
 }
 
 bool BaModelData::_checkGeometryBodies() const {
   for (const BaMDGeometry* geometry : _geometries) {
     if (bodyByName(geometry->bodyName()) == nullptr) {
-      return BaFail("A GEOMETRY section specifies an undefined body name (" +
+      return BtFail("A GEOMETRY section specifies an undefined body name (" +
                     BaShown(geometry->bodyName()) + ").");
     }
   }
@@ -65,7 +65,7 @@ bool BaModelData::_checkVertices() const {
     const BtStr& set_name = geometry->verticesName();
     const BaMDVertices* vertices = set_name.isNull() ? nullptr : vertexSetByName(set_name);
     if (vertices == nullptr && !set_name.isNull()) {
-      return BaFail("GEOMETRY for body \"" + geometry->bodyName() +
+      return BtFail("GEOMETRY for body \"" + geometry->bodyName() +
                     "\" specifies a VERTICES set (" + set_name + ") that does not exist.");
     }
     if (!geometry->checkIndices(vertices)) return false;

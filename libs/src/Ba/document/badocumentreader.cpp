@@ -53,15 +53,15 @@ bool UnitsReader::_readUnits(const BaMDItem& item, std::span<const std::string_v
   std::string_view text = item.value;
   if (!item.single_line || !BtReadFloat(&text, &units->factor) ||
       units->factor < kBaMinUnitFactor) {
-    return BaFail("Unable to read " + BtStr(item.key) + " scale factor.");
+    return BtFail("Unable to read " + BtStr(item.key) + " scale factor.");
   }
   std::string_view word;
   if (!BtReadToken(&text, &word) || !BaAtEnd(text)) {
-    return BaFail("Unable to read " + BtStr(item.key) + " units.");
+    return BtFail("Unable to read " + BtStr(item.key) + " units.");
   }
   units->name = BtStr(word);
   if (std::find(words.begin(), words.end(), word) != words.end()) return true;
-  return BaFail("Unsupported " + BtStr(item.key) + " units \"" + units->name + "\".");
+  return BtFail("Unsupported " + BtStr(item.key) + " units \"" + units->name + "\".");
 }
 
 class DocumentReader {
@@ -141,7 +141,7 @@ bool DocumentReader::_readItem(const BaMDItem& item) {
     if (row.key.word == item.key) found = &row;
   }
   if (_include_seen && (found == nullptr || !found->after_include)) {
-    return BaFail(BtStr(item.key) + " cannot occur after an INCLUDE section.");
+    return BtFail(BtStr(item.key) + " cannot occur after an INCLUDE section.");
   }
   if (found == nullptr) return BaFailUnknownKey(item.key);
   const unsigned place = 1U << (found - kDocumentKeys);
@@ -151,13 +151,13 @@ bool DocumentReader::_readItem(const BaMDItem& item) {
 }
 
 bool DocumentReader::readBodies(const BaMDItem& item) {
-  if (!_isExternal(item)) return BaFail("Invalid value for BODIES section.");
+  if (!_isExternal(item)) return BtFail("Invalid value for BODIES section.");
   _data->setBodiesExternal(true);
   return true;
 }
 
 bool DocumentReader::readMaterials(const BaMDItem& item) {
-  if (!_isExternal(item)) return BaFail("Invalid value for MATERIALS section.");
+  if (!_isExternal(item)) return BtFail("Invalid value for MATERIALS section.");
   _data->setMaterialsExternal(true);
   return true;
 }
@@ -166,7 +166,7 @@ bool DocumentReader::readCombineVertexNormals(const BaMDItem& item) {
   bool combine = false;
   BtStr text(item.value);
   if (!item.single_line || !BtReadBool(&text, &combine) || !BaAtEnd(text.view())) {
-    return BaFail("Invalid value for COMBINE_VERTEX_NORMALS.");
+    return BtFail("Invalid value for COMBINE_VERTEX_NORMALS.");
   }
   _data->setCombineVertexNormals(combine);
   return true;
@@ -175,12 +175,12 @@ bool DocumentReader::readCombineVertexNormals(const BaMDItem& item) {
 bool DocumentReader::readUnits(const BaMDItem& item) {
   UnitsReader reader(_data);
   BaMDSource block(item.value);
-  return BaScanSection(block, reader, kUnitsKeys) || BaFail("Unable to read UNITS section.");
+  return BaScanSection(block, reader, kUnitsKeys) || BtFail("Unable to read UNITS section.");
 }
 
 bool DocumentReader::readBody(const BaMDItem& item) {
   auto body = std::make_unique<BaMDBody>();
-  if (!BaScanBlock(item, *body)) return BaFail("Unable to read BODY section.");
+  if (!BaScanBlock(item, *body)) return BtFail("Unable to read BODY section.");
   if (!_checkBody(body.get())) return false;
   _data->addBody(std::move(body));
   return true;
@@ -189,28 +189,28 @@ bool DocumentReader::readBody(const BaMDItem& item) {
 // Checks a body against those before it. Names of parents come to share their text on the way.
 bool DocumentReader::_checkBody(BaMDBody* body) const {
   const BtStr& name = body->name();
-  if (body->parentName().isNull()) return BaFail("No parent specified for body " + name + ".");
+  if (body->parentName().isNull()) return BtFail("No parent specified for body " + name + ".");
   if (!body->isTopLevel()) {
     const BaMDBody* parent = _data->bodyByName(body->parentName());
     if (parent == nullptr) {
-      return BaFail("Body \"" + name + "\" specifies an undefined parent body \"" +
-                    body->parentName() + "\".");
+      return BtFail(BtCode("parent-missing"), "Body \"" + name +
+                                                  "\" specifies an undefined parent body \"" +
+                                                  body->parentName() + "\".");
     }
     body->setParentName(parent->name());
   }
   if (_data->bodyByName(name) != nullptr) {
-    return BaFail("Multiple bodies have name \"" + name + "\".");
+    return BtFail(BtCode("body-name-clash"), "Multiple bodies have name \"" + name + "\".");
   }
   if (body->hasId() && _data->bodyById(body->id()) != nullptr) {
-    theExceptObj.set("Multiple bodies have id %d.", body->id());
-    return false;
+    return BtFail(BtCode("body-id-duplicate"), "Multiple bodies have id %d.", body->id());
   }
   return true;
 }
 
 bool DocumentReader::readSliderGroup(const BaMDItem& item) {
   auto group = std::make_unique<BaMDSliderGroup>();
-  if (!BaScanBlock(item, *group)) return BaFail("Unable to read SLIDER_GROUP section.");
+  if (!BaScanBlock(item, *group)) return BtFail("Unable to read SLIDER_GROUP section.");
   if (_data->sliderGroupByName(group->name()) != nullptr) {
     theExceptObj.setAsWarning("Multiple slider groups have name \"" + group->name() +
                               "\".  The first one counts.");
@@ -221,9 +221,9 @@ bool DocumentReader::readSliderGroup(const BaMDItem& item) {
 
 bool DocumentReader::readMaterial(const BaMDItem& item) {
   auto material = std::make_unique<BaMDMaterial>();
-  if (!BaScanBlock(item, *material)) return BaFail("Unable to read MATERIAL section.");
+  if (!BaScanBlock(item, *material)) return BtFail("Unable to read MATERIAL section.");
   if (_data->materialByName(material->name()) != nullptr) {
-    return BaFail("Multiple materials have name \"" + material->name() + "\".");
+    return BtFail("Multiple materials have name \"" + material->name() + "\".");
   }
   _materials.try_emplace(material->name(), material.get());
   _data->addMaterial(std::move(material));
@@ -233,8 +233,8 @@ bool DocumentReader::readMaterial(const BaMDItem& item) {
 bool DocumentReader::readVertices(const BaMDItem& item) {
   auto vertices = std::make_unique<BaMDVertices>();
   if (!BaScanBlock(item, *vertices)) {
-    if (vertices->name().isNull()) return BaFail("Unable to read VERTICES section.");
-    return BaFail("Unable to read \"" + vertices->name() + "\" VERTICES section.");
+    if (vertices->name().isNull()) return BtFail("Unable to read VERTICES section.");
+    return BtFail("Unable to read \"" + vertices->name() + "\" VERTICES section.");
   }
   if (_data->vertexSetByName(vertices->name()) != nullptr) {
     theExceptObj.setAsWarning("Multiple vertex sets have name \"" + vertices->name() +
@@ -248,8 +248,8 @@ bool DocumentReader::readGeometry(const BaMDItem& item) {
   auto geometry = std::make_unique<BaMDGeometry>();
   const BaMDGeometry::Materials* materials = _data->materialsExternal() ? nullptr : &_materials;
   if (!BaScanBlock(item, *geometry, materials)) {
-    if (geometry->bodyName().isNull()) return BaFail("Unable to read GEOMETRY section.");
-    return BaFail("Unable to read GEOMETRY section \"" + geometry->bodyName() + "\".");
+    if (geometry->bodyName().isNull()) return BtFail("Unable to read GEOMETRY section.");
+    return BtFail("Unable to read GEOMETRY section \"" + geometry->bodyName() + "\".");
   }
   _data->addGeometry(std::move(geometry));
   return true;
@@ -257,7 +257,7 @@ bool DocumentReader::readGeometry(const BaMDItem& item) {
 
 bool DocumentReader::readInclude(const BaMDItem& item) {
   auto include = std::make_unique<BaMDInclude>();
-  if (!BaScanBlock(item, *include)) return BaFail("Unable to read INCLUDE section.");
+  if (!BaScanBlock(item, *include)) return BtFail("Unable to read INCLUDE section.");
   _data->addInclude(std::move(include));
   _include_seen = true;
   return true;
@@ -274,37 +274,32 @@ bool BaModelData::read(const char* file_name, bool process_includes) {
   if (!process_includes) return _readFile(file_name, nullptr);
   Ba_IncludeChain chain("Model");
   if (!chain.enter(file_name) || !_readFile(file_name, &chain)) return false;
+  const BtFileReading reading(file_name);
   const bool merged = _mergeIncludes(&chain);
   _source_files = chain.allFiles();
   if (merged) return true;
-  theExceptObj.set("Unable to read '%s'.", file_name);
-  return false;
+  return BtFail("Unable to read '%s'.", file_name);
 }
 
 bool BaModelData::_readFile(const char* file_name, Ba_IncludeChain* chain) {
+  const BtFileReading reading(file_name);
   BtInputFile file = chain == nullptr ? BtInputFile(file_name) : chain->open(file_name);
-  if (!file.isOpen()) {
-    theExceptObj.set("Unable to open '%s'.", file_name);
-    return false;
-  }
+  if (!file.isOpen()) return BtFail("Unable to open '%s'.", file_name);
   const bool valid = scanHeader(file.stream(), nullptr);
   const bool scanned = valid && _scanSections(file.stream(), BtFileDirectory(file_name));
   if (file.close() && scanned) return true;
-  if (!valid) {
-    theExceptObj.set("File is not a valid %s.", kBaModelFileId);
-    return false;
-  }
-  theExceptObj.set("Unable to read '%s'.", file_name);
-  return false;
+  if (!valid) return BtFail("File is not a valid %s.", kBaModelFileId);
+  return BtFail("Unable to read '%s'.", file_name);
 }
 
 bool BaModelData::scanHeader(std::istream& is, float* version) {
   double number = 0;
   if (!BaScanModelHeaderNumber(is, &number)) return false;
+  const BtStreamReading reading(is);
   if (number > kVersion || std::floor(number) != kVersion) {
-    theExceptObj.set("Unsupported datafile version %.2f. Application supports version %.2f.",
-                     number, kVersion);
-    return false;
+    return BtFail(BtCode("version-unsupported"),
+                  "Unsupported datafile version %.2f. Application supports version %.2f.", number,
+                  kVersion);
   }
   if (version != nullptr) *version = static_cast<float>(number);
   return true;

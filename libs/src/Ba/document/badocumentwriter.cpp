@@ -17,10 +17,7 @@ namespace {
 template <class Section>
 bool PrintAll(std::ostream& os, const BtList<Section*>& sections, const char* message) {
   for (const Section* section : sections) {
-    if (!section->printOn(os)) {
-      theExceptObj.set("%s", message);
-      return false;
-    }
+    if (!section->printOn(os)) return BtFail("%s", message);
   }
   return true;
 }
@@ -28,10 +25,10 @@ bool PrintAll(std::ostream& os, const BtList<Section*>& sections, const char* me
 bool PrintUnits(std::ostream& os, const char* key, const BaUnits& units,
                 std::span<const std::string_view> words) {
   if (!(units.factor >= kBaMinUnitFactor) || std::isinf(units.factor)) {
-    return BaFail("Unable to write " + BtStr(key) + " scale factor.");
+    return BtFail("Unable to write " + BtStr(key) + " scale factor.");
   }
   if (std::find(words.begin(), words.end(), units.name.view()) == words.end()) {
-    return BaFail("Unsupported " + BtStr(key) + " units \"" + units.name + "\".");
+    return BtFail("Unsupported " + BtStr(key) + " units \"" + units.name + "\".");
   }
   os << "  " << key << ": ";
   BaPrintFloat(os, units.factor);
@@ -78,7 +75,7 @@ bool BaModelData::save(const char* file_name) const {
   BtAssert(file_name != nullptr, "file_name");
   BtOutputFile file(file_name);
   bool saved = file.isOpen() && _printOn(file.stream(), BtFileDirectory(file_name));
-  if (saved && !file.close()) saved = BaFail("Unable to write file.");
+  if (saved && !file.close()) saved = BtFail("Unable to write file.");
   if (!saved) theExceptObj.set("Unable to write '%s'.", file_name);
   return saved;
 }

@@ -47,15 +47,15 @@ bool IsNameChar(char c) {
 bool IsBodyName(std::string_view name) { return std::all_of(name.begin(), name.end(), IsNameChar); }
 
 bool BodyReader::_fail(const BtStr& message) const {
-  if (_body->name().isNull()) return BaFail(message + ".");
-  return BaFail(message + " for body \"" + _body->name() + "\".");
+  if (_body->name().isNull()) return BtFail(message + ".");
+  return BtFail(message + " for body \"" + _body->name() + "\".");
 }
 
 bool BodyReader::readName(const BaMDItem& item) {
   const std::string_view name = item.value;
-  if (!item.single_line || name.empty()) return BaFail("Invalid value for NAME in BODY section.");
+  if (!item.single_line || name.empty()) return BtFail("Invalid value for NAME in BODY section.");
   if (!IsBodyName(name)) {
-    return BaFail("Body name \"" + BtStr(item.value) + "\" has invalid characters.");
+    return BtFail("Body name \"" + BtStr(item.value) + "\" has invalid characters.");
   }
   _body->setName(BtStr(item.value));
   return true;
@@ -80,7 +80,7 @@ bool BodyReader::readCoordSys(const BaMDItem& item) {
 bool BodyReader::readParentName(const BaMDItem& item) {
   if (!item.single_line) return _fail("Invalid value for PARENT_NAME");
   if (BaHoldsSpace(item.value)) {
-    BaFail("Body names cannot contain spaces.");
+    BtFail("Body names cannot contain spaces.");
     _failed = !_fail("Invalid value for PARENT_NAME");
   }
   _body->setParentName(BtStr(item.value));
@@ -88,8 +88,8 @@ bool BodyReader::readParentName(const BaMDItem& item) {
 }
 
 bool BodyReader::checkComplete() const {
-  if (_body->name().isNull()) return BaFail("No NAME specified in BODY section.");
-  if (!_has_coord_sys) return BaFail("No COORDINATE_SYSTEM specified in BODY section.");
+  if (_body->name().isNull()) return BtFail("No NAME specified in BODY section.");
+  if (!_has_coord_sys) return BtFail("No COORDINATE_SYSTEM specified in BODY section.");
   return !_failed;
 }
 
@@ -122,7 +122,7 @@ bool BaMDBody::printOn(std::ostream& os) const {
     BaPrintInt(os, id());
     os << '\n';
   }
-  if (!_coord_sys.printOn(os)) return BaFail("Unable to write COORDINATE_SYSTEM section.");
+  if (!_coord_sys.printOn(os)) return BtFail("Unable to write COORDINATE_SYSTEM section.");
   if (!BaPrintName(os, "  PARENT_NAME: ", parentName())) return false;
   os << "}\n";
   return BaCheckWritten(os, "Unable to write file.");

@@ -17,7 +17,7 @@ class CoordSysReader {
   bool readTranslation(const BaMDItem& item);
   bool readRotation(const BaMDItem& item);
   bool readUnknown(const BaMDItem& item) {
-    return BaFail("Unrecognized key word \"" + BtStr(item.key) +
+    return BtFail("Unrecognized key word \"" + BtStr(item.key) +
                   "\" in COORDINATE_SYSTEM section.");
   }
   [[nodiscard]] bool checkComplete() const;
@@ -49,7 +49,7 @@ bool CoordSysReader::readTranslation(const BaMDItem& item) {
   std::array<float, 3> translation = {};
   std::string_view text;
   if (!_readThree(item, &text, &translation) || !BaAtEnd(text)) {
-    return BaFail("Unable to read value for TRANSLATION.");
+    return BtFail("Unable to read value for TRANSLATION.");
   }
   _coord_sys->setTranslation(translation);
   _has_translation = true;
@@ -59,7 +59,7 @@ bool CoordSysReader::readTranslation(const BaMDItem& item) {
 bool CoordSysReader::readRotation(const BaMDItem& item) {
   std::array<float, 3> rotation = {};
   std::string_view text;
-  if (!_readThree(item, &text, &rotation)) return BaFail("Unable to read value for ROTATION.");
+  if (!_readThree(item, &text, &rotation)) return BtFail("Unable to read value for ROTATION.");
   _coord_sys->setRotation(rotation);
   _has_rotation = true;
   return _readOrder(text);
@@ -69,33 +69,30 @@ bool CoordSysReader::_readOrder(std::string_view text) {
   std::array<int, 3> order = {-1, -1, -1};
   for (int& place : order) {
     std::string_view word;
-    if (!BtReadToken(&text, &word)) return BaFail("Unable to read value for ROTATION.");
+    if (!BtReadToken(&text, &word)) return BtFail("Unable to read value for ROTATION.");
     const std::size_t axis =
         word.size() == 1 ? kAxisLetters.find(word.front()) : std::string_view::npos;
     if (axis == std::string_view::npos) continue;
     const int number = static_cast<int>(axis) + 1;
     if (std::find(order.begin(), order.end(), number) != order.end()) {
-      theExceptObj.set(
+      return BtFail(
           "The \"%c\" component of the rotation order is specified more than once in the "
           "COORDINATE_SYSTEM section.",
           kAxisLetters[axis]);
-      return false;
     }
     place = number;
   }
-  if (!BaAtEnd(text)) return BaFail("Unable to read value for ROTATION.");
+  if (!BaAtEnd(text)) return BtFail("Unable to read value for ROTATION.");
   if (std::find(order.begin(), order.end(), -1) != order.end()) {
-    return BaFail("The rotation order has not been fully specified.");
+    return BtFail("The rotation order has not been fully specified.");
   }
   _coord_sys->setRotationOrder(order);
   return true;
 }
 
 bool CoordSysReader::checkComplete() const {
-  if (!_has_translation) {
-    return BaFail("No TRANSLATION specified in COORDINATE_SYSTEM section.");
-  }
-  return _has_rotation || BaFail("No ROTATION specified in COORDINATE_SYSTEM section.");
+  if (!_has_translation) return BtFail("No TRANSLATION specified in COORDINATE_SYSTEM section.");
+  return _has_rotation || BtFail("No ROTATION specified in COORDINATE_SYSTEM section.");
 }
 
 }  // namespace
@@ -119,7 +116,7 @@ bool BaMDCoordSys::printOn(std::ostream& os) const {
   const BtClassicIos plain(os);
   constexpr std::array<int, 3> kAxes = {1, 2, 3};
   if (!std::is_permutation(kAxes.begin(), kAxes.end(), _rotation_order.begin())) {
-    return BaFail("The rotation order has not been fully specified.");
+    return BtFail("The rotation order has not been fully specified.");
   }
   os << "  COORDINATE_SYSTEM {\n    TRANSLATION: ";
   if (!BaPrintNumbers(os, _translation)) return false;

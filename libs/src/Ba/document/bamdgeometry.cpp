@@ -34,28 +34,29 @@ constexpr BaMDKey<GeometryReader> kGeometryKeys[] = {
 
 bool GeometryReader::readBody(const BaMDItem& item) {
   BtStr name;
-  if (!BaReadName(item, nullptr, &name)) return BaFail("Invalid value for BODY.");
+  if (!BaReadName(item, nullptr, &name)) return BtFail("Invalid value for BODY.");
   _geometry->setBodyName(name);
   return true;
 }
 
 bool GeometryReader::readVertices(const BaMDItem& item) {
   BtStr name;
-  if (!BaReadName(item, nullptr, &name)) return BaFail("Invalid value for VERTICES.");
+  if (!BaReadName(item, nullptr, &name)) return BtFail("Invalid value for VERTICES.");
   _geometry->setVerticesName(name);
   return true;
 }
 
 bool GeometryReader::readTextureCoords(const BaMDItem& item) {
   constexpr const char* kMessage = "Error reading texture coordinate.";
-  if (item.single_line) return BaFail(kMessage);
+  if (item.single_line) return BtFail(kMessage);
   BtViewStream block(item.value);
   BtScanner in(block);
+  const BtViewReading reading(block);
   std::vector<BaTextureCoords> coords;
   coords.reserve(BaRoomFor(item.value, 4));  // "0 0\n"
   while (in.skipSpace()) {
     float numbers[2];
-    if (!in.readFloats(numbers, 2)) return BaFail(kMessage);
+    if (!in.readFloats(numbers, 2)) return BtFail(kMessage);
     coords.push_back({.u = numbers[0], .v = numbers[1]});
   }
   _geometry->setTextureCoords(BaToArray<BaTextureCoords>(coords));
@@ -68,8 +69,8 @@ bool GeometryReader::readMaterialGroup(const BaMDItem& item) {
     _geometry->addMaterialGroup(std::move(group));
     return true;
   }
-  if (group->material().isNull()) return BaFail("Unable to read MATERIAL_GROUP section.");
-  return BaFail("Unable to read MATERIAL_GROUP section \"" + group->material() + "\".");
+  if (group->material().isNull()) return BtFail("Unable to read MATERIAL_GROUP section.");
+  return BtFail("Unable to read MATERIAL_GROUP section \"" + group->material() + "\".");
 }
 
 // How many vertices and texture coordinates there are to refer to.
@@ -85,11 +86,8 @@ bool IsWithin(const BaMDTexturedCorner& corner, const Limits& limits) {
 }
 
 bool FailVertex(int vertex, const char* element, const BtStr& body_name) {
-  if (vertex < 1) {
-    return BaFail("Invlalid vertex in GEOMETRY for body " + BaShown(body_name) + ".");
-  }
-  theExceptObj.set("A %s references a vertex (%d) that does not exist.", element, vertex);
-  return false;
+  if (vertex < 1) return BtFail("Invlalid vertex in GEOMETRY for body " + BaShown(body_name) + ".");
+  return BtFail("A %s references a vertex (%d) that does not exist.", element, vertex);
 }
 
 bool FailEntry(int vertex, const Limits& /*limits*/, const char* element, const BtStr& body_name) {
@@ -101,9 +99,8 @@ bool FailEntry(const BaMDTexturedCorner& corner, const Limits& limits, const cha
   if (!IsWithin(corner.vertex, limits.vertices)) {
     return FailVertex(corner.vertex, element, body_name);
   }
-  theExceptObj.set("A %s references a texture coordinate (%d) that does not exist.", element,
-                   corner.coord);
-  return false;
+  return BtFail("A %s references a texture coordinate (%d) that does not exist.", element,
+                corner.coord);
 }
 
 template <class Entry>
@@ -183,7 +180,7 @@ bool BaMDGeometry::printOn(std::ostream& os) const {
     os << "  }\n";
   }
   for (const BaMDMaterialGroup* group : _groups) {
-    if (!group->printOn(os)) return BaFail("Unable to write MATERIAL_GROUP section.");
+    if (!group->printOn(os)) return BtFail("Unable to write MATERIAL_GROUP section.");
   }
   os << "}\n";
   return BaCheckWritten(os, "Unable to write file.");

@@ -18,7 +18,7 @@ class IncludeReader {
 
  private:
   static bool _fail(const BaMDItem& item) {
-    return BaFail("Invalid value for " + BtStr(item.key) + ".");
+    return BtFail("Invalid value for " + BtStr(item.key) + ".");
   }
 
   BaMDInclude* _include;
@@ -60,7 +60,7 @@ bool BaMDInclude::scanFrom(std::istream& is) {
 bool BaMDInclude::scanFrom(BaMDSource& source) {
   IncludeReader reader(this);
   if (!BaScanSection(source, reader, kIncludeKeys)) return false;
-  return !_file_name.isNull() || BaFail("No FILE_NAME specified.");
+  return !_file_name.isNull() || BtFail("No FILE_NAME specified.");
 }
 
 bool BaMDInclude::printOn(std::ostream& os) const {

@@ -117,7 +117,7 @@ class ListMaker {
   void end();
 
  private:
-  static void _warnOfDuplicate() { theExceptObj.setAsWarning(DuplicateWarning<Entry>()); }
+  static void _warnOfDuplicate() { BtWarn(BtCode("vertex-duplicate"), DuplicateWarning<Entry>()); }
 
   BaMDLines _kind;
   BaMDIndexLists<Entry>* _lists;
@@ -137,7 +137,7 @@ void ListMaker<Entry>::end() {
     _warnOfDuplicate();
   }
   if (_kind == BaMDLines::Polygons && count - (is_closed ? 1 : 0) < kFewestIndices) {
-    theExceptObj.setAsWarning(DegenerateWarning());
+    BtWarn(BtCode("polygon-degenerate"), DegenerateWarning());
     return _lists->dropList();
   }
   _lists->endList();
@@ -147,17 +147,25 @@ template <class Entry>
 bool ReadLines(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lists) {
   lists->reserve(BaRoomFor(text, std::is_same_v<Entry, int> ? 2 : 4));  // "1 ", "1/1 "
   ListMaker<Entry> maker(kind, lists);
+  BtTextReading reading(text);
+  const char* line = text.data();
   const char* const end = text.data() + text.size();
   for (const char* p = SkipBlanks(text.data(), end); p != end; p = SkipBlanks(p, end)) {
     if (*p == '\n') {
       maker.end();
-      ++p;
+      line = ++p;
+      reading.moveTo(line);
       continue;
     }
     Entry entry = {};
-    const char* const after = end - p >= kCommonRoom ? ReadCommonEntry(p, &entry) : nullptr;
-    p = after != nullptr ? after : ReadEntry(p, end, &entry);
-    if (p == nullptr) return false;
+    const char* after = end - p >= kCommonRoom ? ReadCommonEntry(p, &entry) : nullptr;
+    if (after == nullptr) {
+      reading.moveTo(p);
+      after = ReadEntry(p, end, &entry);
+      if (after == nullptr) return false;
+      reading.moveTo(line);
+    }
+    p = after;
     maker.add(entry);
   }
   maker.end();

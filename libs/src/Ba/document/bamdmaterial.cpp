@@ -46,7 +46,7 @@ constexpr BaMDKey<MaterialReader> kMaterialKeys[] = {
 bool MaterialReader::readName(const BaMDItem& item) {
   BtStr name;
   if (!BaReadName(item, "Material names cannot contain spaces.", &name)) {
-    return BaFail("Invalid value for NAME in MATERIAL section.");
+    return BtFail("Invalid value for NAME in MATERIAL section.");
   }
   _material->setName(name);
   return true;
@@ -56,7 +56,7 @@ bool MaterialReader::_readColour(const BaMDItem& item,
                                  void (BaMDMaterial::*set)(const BtFloatArray&)) {
   BtFloatArray colour;
   if (!BaReadFloatArray(item, &colour)) {
-    return BaFail("Unable to read value for " + BtStr(item.key) + ".");
+    return BtFail("Unable to read value for " + BtStr(item.key) + ".");
   }
   (_material->*set)(colour);
   return true;
@@ -65,14 +65,14 @@ bool MaterialReader::_readColour(const BaMDItem& item,
 bool MaterialReader::_readFloat(const BaMDItem& item, void (BaMDMaterial::*set)(float)) {
   float value = 0;
   if (!BaReadFloat(item, &value))
-    return BaFail("Unable to read value for " + BtStr(item.key) + ".");
+    return BtFail("Unable to read value for " + BtStr(item.key) + ".");
   (_material->*set)(value);
   return true;
 }
 
 bool MaterialReader::readTexture(const BaMDItem& item) {
   auto texture = std::make_unique<BaMDTexture>();
-  if (!BaScanBlock(item, *texture)) return BaFail("Unable to read TEXTURE section.");
+  if (!BaScanBlock(item, *texture)) return BtFail("Unable to read TEXTURE section.");
   _material->addTexture(std::move(texture));
   return true;
 }
@@ -100,7 +100,7 @@ bool BaMDMaterial::scanFrom(std::istream& is) {
 bool BaMDMaterial::scanFrom(BaMDSource& source) {
   MaterialReader reader(this);
   if (!BaScanSection(source, reader, kMaterialKeys)) return false;
-  return !name().isNull() || BaFail("No NAME specified in MATERIAL section.");
+  return !name().isNull() || BtFail("No NAME specified in MATERIAL section.");
 }
 
 bool BaMDMaterial::printOn(std::ostream& os) const {

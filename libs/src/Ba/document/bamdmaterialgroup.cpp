@@ -51,12 +51,13 @@ constexpr BaMDKey<MaterialGroupReader> kMaterialGroupKeys[] = {
 bool MaterialGroupReader::readMaterial(const BaMDItem& item) {
   BtStr name;
   if (!BaReadName(item, nullptr, &name)) {
-    return BaFail("Invalid value for MATERIAL in MATERIAL_GROUP section.");
+    return BtFail("Invalid value for MATERIAL in MATERIAL_GROUP section.");
   }
   if (_materials != nullptr) {
     const auto known = _materials->find(name);
     if (known == _materials->end()) {
-      return BaFail("Non-existant material '" + name + "' specified in MATERIAL_GROUP section.");
+      return BtFail(BtCode("material-missing"),
+                    "Non-existant material '" + name + "' specified in MATERIAL_GROUP section.");
     }
     name = known->first;  // the groups of a material share its text
   }
@@ -66,12 +67,13 @@ bool MaterialGroupReader::readMaterial(const BaMDItem& item) {
 
 bool MaterialGroupReader::readBones(const BaMDItem& item) {
   constexpr const char* kMessage = "Unable to read BONE coordinates.";
-  if (item.single_line) return BaFail(kMessage);
+  if (item.single_line) return BtFail(kMessage);
   BtViewStream block(item.value);
   BtScanner in(block);
+  const BtViewReading reading(block);
   while (in.skipSpace()) {
     float numbers[6] = {};
-    if (!in.readFloats(numbers, 6)) return BaFail(kMessage);
+    if (!in.readFloats(numbers, 6)) return BtFail(kMessage);
     _group->bones().push_back(
         {{numbers[0], numbers[1], numbers[2]}, {numbers[3], numbers[4], numbers[5]}});
   }
@@ -82,8 +84,7 @@ template <class Entry>
 bool MaterialGroupReader::_readLines(const BaMDItem& item, const char* section, BaMDLines kind,
                                      BaMDIndexLists<Entry>* lists) {
   if (!item.single_line && BaReadIndexLines(item.value, kind, lists)) return true;
-  theExceptObj.set("Unable to read vertex indices for %s section.", section);
-  return false;
+  return BtFail("Unable to read vertex indices for %s section.", section);
 }
 
 void Untexture(BaMDIndexLists<BaMDTexturedCorner>* textured, BaMDIndexLists<int>* plain) {
@@ -128,7 +129,7 @@ bool BaMDMaterialGroup::scanFrom(std::istream& is, const Materials* materials) {
 bool BaMDMaterialGroup::scanFrom(BaMDSource& source, const Materials* materials) {
   MaterialGroupReader reader(this, materials);
   if (!BaScanSection(source, reader, kMaterialGroupKeys)) return false;
-  return !_material.isNull() || BaFail("No MATERIAL specified in MATERIAL_GROUP section.");
+  return !_material.isNull() || BtFail("No MATERIAL specified in MATERIAL_GROUP section.");
 }
 
 bool BaMDMaterialGroup::printOn(std::ostream& os) const {

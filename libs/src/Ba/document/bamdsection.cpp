@@ -8,17 +8,12 @@
 
 #include "Bt/btscan.h"
 
-bool BaFail(const BtStr& message) {
-  theExceptObj.set(message);
-  return false;
-}
-
 bool BaFailUnknownKey(std::string_view key) {
-  return BaFail("Unrecognized key word \"" + BtStr(key) + "\".");
+  return BtFail("Unrecognized key word \"" + BtStr(key) + "\".");
 }
 
 bool BaFailUnwritable(const BtStr& text) {
-  return BaFail("The name \"" + BaShown(text) + "\" cannot be written to a model document.");
+  return BtFail("The name \"" + BaShown(text) + "\" cannot be written to a model document.");
 }
 
 void BaWarnOfRepeat(std::string_view key) {
@@ -73,8 +68,7 @@ bool BaReadFloatArray(const BaMDItem& item, BtFloatArray* values) {
 bool BaReadName(const BaMDItem& item, const char* spaces_message, BtStr* name) {
   if (!item.single_line || item.value.empty()) return false;
   if (BaHoldsSpace(item.value)) {
-    if (spaces_message != nullptr) theExceptObj.set("%s", spaces_message);
-    return false;
+    return spaces_message != nullptr && BtFail("%s", spaces_message);
   }
   *name = BtStr(item.value);
   return true;
@@ -106,7 +100,7 @@ void BaPrintFloats(std::ostream& os, std::span<const float> values) {
 
 bool BaPrintNumbers(std::ostream& os, std::span<const float> values) {
   if (!std::all_of(values.begin(), values.end(), [](float value) { return std::isfinite(value); }))
-    return BaFail("A number that is not finite cannot be written to a model document.");
+    return BtFail("A number that is not finite cannot be written to a model document.");
   BaPrintFloats(os, values);
   return true;
 }
@@ -128,7 +122,5 @@ bool BaPrintText(std::ostream& os, const char* key, const BtStr& text) {
 }
 
 bool BaCheckWritten(const std::ostream& os, const char* message) {
-  if (os.good()) return true;
-  theExceptObj.set("%s", message);
-  return false;
+  return os.good() || BtFail("%s", message);
 }

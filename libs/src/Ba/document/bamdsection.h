@@ -29,8 +29,7 @@ struct BaMDKey {
   bool repeats = false;  // adds to what it said before; other key words replace it, with a warning
 };
 
-// Records an error whose text needs no formatting; answers false.
-bool BaFail(const BtStr& message);
+// Each records an error and answers false.
 bool BaFailUnknownKey(std::string_view key);
 // For a text that a reader of the document would not get back.
 bool BaFailUnwritable(const BtStr& text);

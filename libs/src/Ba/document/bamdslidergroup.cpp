@@ -16,7 +16,7 @@ class SliderGroupReader {
   bool readName(const BaMDItem& item);
   bool readSliders(const BaMDItem& item);
   bool readUnknown(const BaMDItem& item) {
-    return BaFail("Unrecognized key word \"" + BtStr(item.key) + "\" in SLIDER_GROUP section.");
+    return BtFail("Unrecognized key word \"" + BtStr(item.key) + "\" in SLIDER_GROUP section.");
   }
 
  private:
@@ -32,20 +32,20 @@ constexpr BaMDKey<SliderGroupReader> kSliderGroupKeys[] = {
 bool SliderGroupReader::readName(const BaMDItem& item) {
   BtStr name;
   if (!BaReadName(item, "Slider group names cannot contain spaces.", &name)) {
-    return BaFail("Invalid value for NAME in SLIDER_GROUP section.");
+    return BtFail("Invalid value for NAME in SLIDER_GROUP section.");
   }
   _group->setName(name);
   return true;
 }
 
 bool SliderGroupReader::readSliders(const BaMDItem& item) {
-  if (item.single_line) return BaFail("Unable to read slider name from SLIDERS section.");
+  if (item.single_line) return BtFail("Unable to read slider name from SLIDERS section.");
   BaLines lines(item.value);
   std::string_view line;
   while (lines.next(&line)) {
     if (BaHoldsSpace(line)) {
-      BaFail("Slider names cannot contain spaces.");
-      return BaFail("Invalid value for slider name in SLIDERS section.");
+      BtFail("Slider names cannot contain spaces.");
+      return BtFail("Invalid value for slider name in SLIDERS section.");
     }
     const BtStr slider(line);
     if (!_names.insert(slider).second) {
@@ -67,7 +67,7 @@ bool BaMDSliderGroup::scanFrom(std::istream& is) {
 bool BaMDSliderGroup::scanFrom(BaMDSource& source) {
   SliderGroupReader reader(this);
   if (!BaScanSection(source, reader, kSliderGroupKeys)) return false;
-  return !name().isNull() || BaFail("No NAME specified in SLIDER_GROUP section.");
+  return !name().isNull() || BtFail("No NAME specified in SLIDER_GROUP section.");
 }
 
 bool BaMDSliderGroup::printOn(std::ostream& os) const {

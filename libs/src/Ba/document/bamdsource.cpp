@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <functional>
 
 #include "Bt/btparse.h"
 #include "btviewstream.h"
@@ -60,15 +61,44 @@ bool BaMDSource::next(BaMDItem* item) {
 }
 
 bool BaMDSource::_read(std::istream& is, BaMDItem* item) {
+  _lines.reset({}, true);
   _failed = !BtReadTaggedValue(is, &_key, &_value, &item->single_line);
   if (_failed || _key.isNull()) return false;
   item->key = _key.view();
   item->value = _value.view();
+  _lines.reset(item->value, item->single_line);
   return true;
+}
+
+// The last line of the item that was read last by way of a stream, or of what cannot be read.
+bool BaMDSource::_findEnd(BtPlace* place) {
+  if (_is == nullptr) return outer()->findAt(_next == _begin ? _begin : _next - 1, place);
+  place->offset = BtStreamOffset(*_is) - 1;
+  place->column = 0;
+  return place->offset >= 0 && findOuter(place);
+}
+
+bool BaMDSource::find(BtPlace* place) {
+  if (_is == nullptr) return outer() != nullptr && outer()->findAt(_item, place);
+  if (!_findEnd(place)) return false;
+  _lines.toItem(place);
+  return true;
+}
+
+bool BaMDSource::findAt(const char* character, BtPlace* place) {
+  if (_lines.has(character)) {
+    if (!_findEnd(place)) return false;
+    _lines.toCharacter(character, place);
+    return true;
+  }
+  const std::less_equal<> before;
+  const bool is_own = _is == nullptr && before(_begin, character) && before(character, _end);
+  return is_own && outer() != nullptr ? outer()->findAt(character, place) : find(place);
 }
 
 // The way for everything that is not plainly an item: escaped line ends, comments, errors.
 bool BaMDSource::_readRest(BaMDItem* item) {
+  _item = _next;
   BtViewStream rest({_next, static_cast<std::size_t>(_end - _next)});
   const bool read = _read(rest, item);
   _next = _end - rest.rest().size();
@@ -81,6 +111,7 @@ bool BaMDSource::_cutItem(BaMDItem* item) {
   while (_next != _end && (*_next == '\n' || kBlanks.find(*_next) != std::string_view::npos))
     ++_next;
   if (_next == _end || *_next == '#') return false;
+  _item = _next;
   const char* const line_end = EndOfLine(_next, _end);
   const std::string_view line(_next, static_cast<std::size_t>(line_end - _next));
   const std::size_t colon = line.find(':');

@@ -37,7 +37,7 @@ constexpr BaMDKey<TextureReader> kTextureKeys[] = {
 bool TextureReader::readName(const BaMDItem& item) {
   BtStr name;
   if (!BaReadName(item, "TEXTURE names cannot contain spaces.", &name)) {
-    return BaFail("Invalid value for NAME in TEXTURE section.");
+    return BtFail("Invalid value for NAME in TEXTURE section.");
   }
   _texture->setName(name);
   return true;
@@ -46,28 +46,28 @@ bool TextureReader::readName(const BaMDItem& item) {
 bool TextureReader::readType(const BaMDItem& item) {
   const auto* word = std::find(std::begin(kTypeWords), std::end(kTypeWords), item.value);
   if (!item.single_line || word == std::end(kTypeWords)) {
-    return BaFail("Invalid value for TYPE in TEXTURE section.");
+    return BtFail("Invalid value for TYPE in TEXTURE section.");
   }
   _texture->setType(static_cast<BaMDTexture_t>(word - std::begin(kTypeWords)));
   return true;
 }
 
 bool TextureReader::readUnit(const BaMDItem& item) {
-  if (!item.single_line) return BaFail("Invalid value for UNIT in TEXTURE section.");
+  if (!item.single_line) return BtFail("Invalid value for UNIT in TEXTURE section.");
   int unit = 0;
-  if (!BaReadInt(item, &unit)) return BaFail("Unable to read value for UNIT in TEXTURE section.");
+  if (!BaReadInt(item, &unit)) return BtFail("Unable to read value for UNIT in TEXTURE section.");
   _texture->setUnit(unit);
   return true;
 }
 
 bool TextureReader::readSAttributes(const BaMDItem& item) {
-  if (!item.single_line) return BaFail("Invalid value for S_ATTRIBUTES in TEXTURE section.");
+  if (!item.single_line) return BtFail("Invalid value for S_ATTRIBUTES in TEXTURE section.");
   _texture->setSAttributes(BtStr(item.value));
   return true;
 }
 
 bool TextureReader::readTAttributes(const BaMDItem& item) {
-  if (!item.single_line) return BaFail("Invalid value for T_ATTRIBUTES in TEXTURE section.");
+  if (!item.single_line) return BtFail("Invalid value for T_ATTRIBUTES in TEXTURE section.");
   _texture->setTAttributes(BtStr(item.value));
   return true;
 }
@@ -86,7 +86,7 @@ bool BaMDTexture::scanFrom(std::istream& is) {
 bool BaMDTexture::scanFrom(BaMDSource& source) {
   TextureReader reader(this);
   if (!BaScanSection(source, reader, kTextureKeys)) return false;
-  return !_name.isNull() || BaFail("No NAME specified in TEXTURE section.");
+  return !_name.isNull() || BtFail("No NAME specified in TEXTURE section.");
 }
 
 bool BaMDTexture::printOn(std::ostream& os) const {

@@ -46,32 +46,28 @@ constexpr BaMDKey<BlendReader> kBlendKeys[] = {
 
 // Reads a 1-based vertex index of a section.
 bool ReadVertexIndex(BtScanner* in, const char* section, int* index) {
-  if (!in->readInt(index)) {
-    theExceptObj.set("Unable to read vertex index in %s section.", section);
-    return false;
-  }
+  if (!in->readInt(index)) return BtFail("Unable to read vertex index in %s section.", section);
   if (*index < 1) theExceptObj.set("Invalid vertex index (%d) in %s section.", *index, section);
   return *index >= 1;
 }
 
 bool FlexReader::readBody(const BaMDItem& item) {
   BtStr name;
-  if (!BaReadName(item, nullptr, &name)) {
-    return BaFail("Invalid value for BODY in FLEX section.");
-  }
+  if (!BaReadName(item, nullptr, &name)) return BtFail("Invalid value for BODY in FLEX section.");
   _flex->setBodyName(name);
   return true;
 }
 
 bool FlexReader::readWeights(const BaMDItem& item) {
   constexpr const char* kMessage = "Unable to read weighting in WEIGHTS section.";
-  if (item.single_line) return BaFail(kMessage);
+  if (item.single_line) return BtFail(kMessage);
   BtViewStream block(item.value);
   BtScanner in(block);
+  const BtViewReading reading(block);
   std::vector<BaMDFlexVEffects::Weight> weights;
   while (in.skipSpace()) {
     BaMDFlexVEffects::Weight entry = {};
-    if (!in.readFloat(&entry.weight)) return BaFail(kMessage);
+    if (!in.readFloat(&entry.weight)) return BtFail(kMessage);
     if (!ReadVertexIndex(&in, "WEIGHTS", &entry.vertex)) return false;
     weights.push_back(entry);
   }
@@ -82,7 +78,7 @@ bool FlexReader::readWeights(const BaMDItem& item) {
 bool BlendReader::readSliderGroup(const BaMDItem& item) {
   BtStr name;
   if (!BaReadName(item, nullptr, &name)) {
-    return BaFail("Invalid value for SLIDER_GROUP in BLEND section.");
+    return BtFail("Invalid value for SLIDER_GROUP in BLEND section.");
   }
   _blend->setSliderGroup(name);
   return true;
@@ -91,7 +87,7 @@ bool BlendReader::readSliderGroup(const BaMDItem& item) {
 bool BlendReader::readSliderName(const BaMDItem& item) {
   BtStr name;
   if (!BaReadName(item, nullptr, &name)) {
-    return BaFail("Invalid value for SLIDER_NAME in BLEND section.");
+    return BtFail("Invalid value for SLIDER_NAME in BLEND section.");
   }
   _blend->setSliderName(name);
   return true;
@@ -99,13 +95,14 @@ bool BlendReader::readSliderName(const BaMDItem& item) {
 
 bool BlendReader::readVectors(const BaMDItem& item) {
   constexpr const char* kMessage = "Unable to read vector in VECTORS section.";
-  if (item.single_line) return BaFail(kMessage);
+  if (item.single_line) return BtFail(kMessage);
   BtViewStream block(item.value);
   BtScanner in(block);
+  const BtViewReading reading(block);
   std::vector<BaMDBlendVEffects::Vector> vectors;
   while (in.skipSpace()) {
     BaMDBlendVEffects::Vector entry = {};
-    if (!in.readFloats(entry.v, 3)) return BaFail(kMessage);
+    if (!in.readFloats(entry.v, 3)) return BtFail(kMessage);
     if (!ReadVertexIndex(&in, "VECTORS", &entry.vertex)) return false;
     vectors.push_back(entry);
   }
@@ -123,7 +120,7 @@ bool BaMDVertexEffects::scanFrom(std::istream& is) {
 bool BaMDFlexVEffects::scanFrom(BaMDSource& source) {
   FlexReader reader(this);
   if (!BaScanSection(source, reader, kFlexKeys)) return false;
-  return !_body_name.isNull() || BaFail("No BODY specified in FLEX section.");
+  return !_body_name.isNull() || BtFail("No BODY specified in FLEX section.");
 }
 
 bool BaMDFlexVEffects::printOn(std::ostream& os) const {
@@ -147,8 +144,8 @@ bool BaMDFlexVEffects::printOn(std::ostream& os) const {
 bool BaMDBlendVEffects::scanFrom(BaMDSource& source) {
   BlendReader reader(this);
   if (!BaScanSection(source, reader, kBlendKeys)) return false;
-  if (_slider_group.isNull()) return BaFail("No SLIDER_GROUP specified in BLEND section.");
-  return !_slider_name.isNull() || BaFail("No SLIDER_NAME specified in BLEND section.");
+  if (_slider_group.isNull()) return BtFail("No SLIDER_GROUP specified in BLEND section.");
+  return !_slider_name.isNull() || BtFail("No SLIDER_NAME specified in BLEND section.");
 }
 
 bool BaMDBlendVEffects::printOn(std::ostream& os) const {

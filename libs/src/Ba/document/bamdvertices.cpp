@@ -22,7 +22,7 @@ class EffectsReader {
  private:
   bool _read(const BaMDItem& item, std::unique_ptr<BaMDVertexEffects> effects) {
     if (!BaScanBlock(item, *effects))
-      return BaFail("Unable to read " + BtStr(item.key) + " effect.");
+      return BtFail("Unable to read " + BtStr(item.key) + " effect.");
     _vertices->addEffects(std::move(effects));
     return true;
   }
@@ -59,7 +59,7 @@ constexpr BaMDKey<VerticesReader> kVerticesKeys[] = {
 bool VerticesReader::readName(const BaMDItem& item) {
   BtStr name;
   if (!BaReadName(item, "Vertex group names cannot contain spaces.", &name)) {
-    return BaFail("Invalid value for NAME in VERTICES section.");
+    return BtFail("Invalid value for NAME in VERTICES section.");
   }
   _vertices->setName(name);
   return true;
@@ -67,7 +67,7 @@ bool VerticesReader::readName(const BaMDItem& item) {
 
 bool VerticesReader::readCoordinates(const BaMDItem& item) {
   if (item.single_line || !_readPoints(item.value)) {
-    return BaFail("Unable to read values for COORDINATES.");
+    return BtFail("Unable to read values for COORDINATES.");
   }
   return true;
 }
@@ -77,12 +77,13 @@ bool VerticesReader::_readPoints(std::string_view text) {
                                        "Error reading Z coordinate."};
   BtViewStream block(text);
   BtScanner in(block);
+  const BtViewReading reading(block);
   std::vector<BaMDPoint> points;
   points.reserve(BaRoomFor(text, 6));  // "0 0 0\n"
   while (in.skipSpace()) {
     float numbers[3];
     const int count = in.readSomeFloats(numbers, 3);
-    if (count < 3) return BaFail(kMessages[count]);
+    if (count < 3) return BtFail("%s", kMessages[count]);
     points.push_back({numbers[0], numbers[1], numbers[2]});
   }
   _vertices->setCoordinates(BaToArray<BaMDPoint>(points));
@@ -92,7 +93,7 @@ bool VerticesReader::_readPoints(std::string_view text) {
 bool VerticesReader::readEffects(const BaMDItem& item) {
   EffectsReader reader(_vertices);
   BaMDSource block(item.value);
-  return BaScanSection(block, reader, kEffectsKeys) || BaFail("Unable to read EFFECTS section.");
+  return BaScanSection(block, reader, kEffectsKeys) || BtFail("Unable to read EFFECTS section.");
 }
 
 // True when no entry refers to a vertex beyond `count`.
@@ -100,8 +101,7 @@ template <class Entry>
 bool CheckEntries(const BtDArray<Entry>& entries, int count, const char* section) {
   for (const Entry& entry : entries) {
     if (entry.vertex > count) {
-      theExceptObj.set("Invalid vertex index (%d) in %s section.", entry.vertex, section);
-      return false;
+      return BtFail("Invalid vertex index (%d) in %s section.", entry.vertex, section);
     }
   }
   return true;
@@ -135,7 +135,7 @@ bool BaMDVertices::scanFrom(std::istream& is) {
 bool BaMDVertices::scanFrom(BaMDSource& source) {
   VerticesReader reader(this);
   if (!BaScanSection(source, reader, kVerticesKeys)) return false;
-  if (name().isNull()) return BaFail("No NAME specified in VERTICES section.");
+  if (name().isNull()) return BtFail("No NAME specified in VERTICES section.");
   return CheckEffects(*this);
 }
 
@@ -154,9 +154,9 @@ bool BaMDVertices::printOn(std::ostream& os) const {
   os << "  }\n  EFFECTS {\n";
   for (const BaMDVertexEffects* effects : _effects) {
     if (!effects->printOn(os)) {
-      BaFail(effects->asFlex() != nullptr ? "Unable to write FLEX effect."
+      BtFail(effects->asFlex() != nullptr ? "Unable to write FLEX effect."
                                           : "Unable to write BLEND effect.");
-      return BaFail("Unable to write EFFECTS section.");
+      return BtFail("Unable to write EFFECTS section.");
     }
   }
   os << "  }\n}\n";

@@ -52,10 +52,8 @@ bool CheckPlacesWithout(const BaBody& body) {
   for (int i = 0; i < body.numChildren(); ++i) {
     const BaBody* const child = body.child(i);
     if (IsFinite(TransformWithout(body, *child))) continue;
-    theExceptObj.set("Body \"%s\" cannot be removed: the transform of \"%s\" would not be finite.",
-                     static_cast<const char*>(body.name()),
-                     static_cast<const char*>(child->name()));
-    return false;
+    return BtFail("Body \"%s\" cannot be removed: the transform of \"%s\" would not be finite.",
+                  static_cast<const char*>(body.name()), static_cast<const char*>(child->name()));
   }
   return true;
 }

@@ -87,17 +87,13 @@ bool BaModelCombine::_addBody(const BaBody& body, long long body_id_offset,
                               const BtStr& body_name_suffix) {
   const long long id = body.id() + body_id_offset;
   const BtStr name = BtStr(body.name().view()) + body_name_suffix;
-  if (id < 1 || id > BaModel::kMaxBodyId) {
-    theExceptObj.set("Invalid body id %lld.", id);
-    return false;
-  }
+  if (id < 1 || id > BaModel::kMaxBodyId)
+    return BtFail(BtCode("body-id-range"), "Invalid body id %lld.", id);
   if (_model->findBody(static_cast<int>(id)) != nullptr) {
-    theExceptObj.set("Multiple bodies have id %lld.", id);
-    return false;
+    return BtFail(BtCode("body-id-duplicate"), "Multiple bodies have id %lld.", id);
   }
   if (!_body_names.insert(name).second) {
-    theExceptObj.set("Multiple bodies have name \"" + name + "\".");
-    return false;
+    return BtFail(BtCode("body-name-clash"), "Multiple bodies have name \"" + name + "\".");
   }
   auto copy = std::make_unique<BaBody>();
   copy->setName(name);

@@ -12,6 +12,7 @@
 #include "Bt/btexcept.h"
 #include "Bt/btscan.h"
 #include "balegacytext.h"
+#include "btreading.h"
 
 namespace {
 
@@ -58,21 +59,15 @@ std::unique_ptr<T> Allocate(BtArena* arena, const char* failure) {
       return std::make_unique<T>();
     }
   } catch (const std::bad_alloc&) {
-    Ba_Fail("Memory allocation error.");
-    Ba_Fail(failure);
+    BtFail("Memory allocation error.");
+    BtFail("%s", failure);
     return nullptr;
   }
 }
 
-// Records an error whose text takes an id; answers false.
-bool FailWithId(const char* format, int id) {
-  theExceptObj.set(format, id);
-  return false;
-}
-
 class Reader {
  public:
-  Reader(BaModel* model, std::istream& is) : _model(*model), _in(is) {
+  Reader(BaModel* model, std::istream& is) : _model(*model), _in(is), _reading(is) {
     _in.setArena(model->arena());
   }
   // Reads all records into the model; false after a recorded error.
@@ -130,6 +125,7 @@ class Reader {
 
   BaModel& _model;
   BtScanner _in;
+  BtStreamReading _reading;
   bool _s_flag = false;  // the record is prefixed with S
   const BaBody* _highest_body = nullptr;
   const BaMaterial* _last_material = nullptr;  // of the element read last
@@ -161,6 +157,7 @@ bool Reader::run() {
   int n_records = 0;
   char letter = 0;
   while (_nextLetter(&letter)) {
+    _reading.beginRecord(1);
     if (letter == 'V') {
       std::cerr << "Unsupported Obj type 'V'" << std::endl;
       continue;
@@ -176,7 +173,7 @@ bool Reader::run() {
     if (n_records % kRecordsPerQuestion == 0 && theExceptObj.checkCancel()) return false;
   }
   if (_in.stream().eof() && !_in.stream().bad()) return true;
-  return Ba_Fail("Error reading file.");
+  return BtFail("Error reading file.");
 }
 
 bool Reader::_nextLetter(char* letter) {
@@ -199,13 +196,12 @@ const Reader::Record* Reader::_find(char letter) {
 bool Reader::_read(const Record& record) {
   const double version = static_cast<double>(_model.version());
   if (version >= record.since) return (this->*record.read)();
-  theExceptObj.set(record.unsupported, version);
-  return false;
+  return BtFail(record.unsupported, version);
 }
 
 void Reader::_report() {
   if (_last_record == nullptr) {
-    Ba_Fail("Unable to read first object from file.");
+    BtFail("Unable to read first object from file.");
     return;
   }
   BtExcept* const error = theExceptObj.release();
@@ -227,7 +223,7 @@ template <class T>
 std::unique_ptr<T> Reader::_readObject(const char* unallocated, const char* unreadable) {
   std::unique_ptr<T> object = Allocate<T>(_in.arena(), unallocated);
   if (object != nullptr && !object->scanFrom(_in)) {
-    Ba_Fail(unreadable);
+    BtFail("%s", unreadable);
     object.reset();
   }
   return object;
@@ -238,7 +234,7 @@ std::unique_ptr<T> Reader::_readElement(const ElementTexts& texts) {
   std::unique_ptr<T> element = _readObject<T>(texts.unallocated, texts.unreadable);
   if (element == nullptr) return nullptr;
   if (_model.findBody(element->bodyId()) == nullptr) {
-    FailWithId(texts.undefined_body, element->bodyId());
+    BtFail(texts.undefined_body, element->bodyId());
     return nullptr;
   }
   const int material_id = element->materialId();
@@ -246,7 +242,7 @@ std::unique_ptr<T> Reader::_readElement(const ElementTexts& texts) {
     _last_material = _model.materialById(material_id);
   }
   if (_last_material == nullptr) {
-    FailWithId(texts.undefined_material, material_id);
+    BtFail(BtCode("material-missing"), texts.undefined_material, material_id);
     return nullptr;
   }
   return element;
@@ -269,12 +265,11 @@ bool Reader::_readBody() {
   auto body = _readObject<BaBody>(kFailure, kFailure);
   if (body == nullptr) return false;
   if (body->id() < 0 || body->id() > BaModel::kMaxBodyId) {
-    FailWithId("Invalid body id %d.", body->id());
-    return Ba_Fail(kFailure);
+    BtFail(BtCode("body-id-range"), "Invalid body id %d.", body->id());
+    return BtFail(kFailure);
   }
-  if (_model.findBody(body->id()) != nullptr) {
-    return FailWithId("Duplicate body id %d.", body->id());
-  }
+  if (_model.findBody(body->id()) != nullptr)
+    return BtFail(BtCode("body-id-duplicate"), "Duplicate body id %d.", body->id());
   const BaBody* const added = _model.load(std::move(body));
   if (_highest_body == nullptr || added->id() > _highest_body->id()) _highest_body = added;
   return true;
@@ -285,9 +280,9 @@ bool Reader::_readMaterial() {
   auto material = Allocate<BaMaterial>(_in.arena(), kFailure);
   if (material == nullptr) return false;
   material->setVersion(_model.version());
-  if (!material->scanFrom(_in)) return Ba_Fail(kFailure);
+  if (!material->scanFrom(_in)) return BtFail(kFailure);
   if (_model.materialById(material->id()) != nullptr) {
-    return FailWithId("Duplicate material id %d.", material->id());
+    return BtFail("Duplicate material id %d.", material->id());
   }
   _model.load(std::move(material));
   return true;
@@ -308,12 +303,12 @@ bool Reader::_readBone() {
   auto bone = _readObject<BaBone>(kFailure, kFailure);
   if (bone == nullptr) return false;
   if (_model.findBody(bone->bodyId()) == nullptr) {
-    return FailWithId("Bone has an unspecified body id (%d).", bone->bodyId());
+    return BtFail("Bone has an unspecified body id (%d).", bone->bodyId());
   }
   if (_model.materialById(bone->materialId()) == nullptr) {
-    theExceptObj.set("Bone of body id (%d) uses an unspecified material id (%d).", bone->bodyId(),
-                     bone->materialId());
-    return false;
+    return BtFail(BtCode("material-missing"),
+                  "Bone of body id (%d) uses an unspecified material id (%d).", bone->bodyId(),
+                  bone->materialId());
   }
   _model.load(std::move(bone));
   return true;
@@ -332,8 +327,9 @@ bool Reader::_checkFlex2(const BaPolygon& polygon) const {
       if (effect->type() != BaFlex2Effect) continue;
       const int id = static_cast<const BaVertexFlex2Effect*>(effect)->body_id;
       if (_model.findBody(id) != nullptr) continue;
-      return FailWithId("Polygon has a flex2 vertex effect that references an undefined body. (%d)",
-                        id);
+      return BtFail(BtCode("flex-target-undefined"),
+                    "Polygon has a flex2 vertex effect that references an undefined body. (%d)",
+                    id);
     }
   }
   return true;

@@ -13,7 +13,7 @@
 namespace {
 
 bool CheckWritten(const std::ostream& os, const char* message) {
-  return static_cast<bool>(os) || Ba_Fail(message);
+  return static_cast<bool>(os) || BtFail("%s", message);
 }
 
 // The bodies below the reference body, depth first, parents before their children.

@@ -13,25 +13,20 @@ namespace {
 
 using Term = BaUnlockedTransform::Term;
 
-bool FailMap(const BtStr& message) {
-  theExceptObj.set(message);
-  return false;
-}
-
 // Reads the terms of a combination. Their stated number sizes nothing before they have been seen.
 bool ReadTerms(BtScanner* scanner, int id, int body_id, int count, BtDArray<Term>* terms) {
   std::vector<Term> read;
   for (int i = 0; i < count; ++i) {
     Term term = {};
     if (!scanner->readInt(&term.sysvar_id) || !scanner->readFloat(&term.coefficient)) {
-      return FailMap(BtFormat("Cannot read sysvar/coefficent pair for transform #%d, body id %d.",
-                              id, body_id));
+      return BtFail("Cannot read sysvar/coefficent pair for transform #%d, body id %d.", id,
+                    body_id);
     }
     if (term.sysvar_id < 1) {
-      return FailMap(
-          BtFormat("Invalid system variable id in linear combination for transform #%d, "
-                   "body id %d.",
-                   id, body_id));
+      return BtFail(
+          "Invalid system variable id in linear combination for transform #%d, "
+          "body id %d.",
+          id, body_id);
     }
     read.push_back(term);
   }
@@ -45,8 +40,7 @@ bool ReadTerms(BtScanner* scanner, int id, int body_id, int count, BtDArray<Term
 bool ReadTransform(BtScanner* scanner, int id, int body_id, BaUnlockedTransform* transform) {
   int value = 0;
   if (!scanner->readInt(&value)) {
-    return FailMap(
-        BtFormat("Unable to read system variable id for transform #%d, body %d.", id, body_id));
+    return BtFail("Unable to read system variable id for transform #%d, body %d.", id, body_id);
   }
   if (value >= 0) {
     *transform = BaUnlockedTransform(id, value);
@@ -54,10 +48,10 @@ bool ReadTransform(BtScanner* scanner, int id, int body_id, BaUnlockedTransform*
   }
   float constant = 0;
   if (!scanner->readFloat(&constant)) {
-    return FailMap(
-        BtFormat("Unable to read constant for linear combination for transform #%d, "
-                 "body %d.",
-                 id, body_id));
+    return BtFail(
+        "Unable to read constant for linear combination for transform #%d, "
+        "body %d.",
+        id, body_id);
   }
   BtDArray<Term> terms;
   if (!ReadTerms(scanner, id, body_id, -(value + 1), &terms)) return false;
@@ -68,10 +62,10 @@ bool ReadTransform(BtScanner* scanner, int id, int body_id, BaUnlockedTransform*
 bool ReadOrder(BtScanner* scanner, int body_id, int (&order)[kBaTransformCount]) {
   for (int& id : order) {
     if (!scanner->readInt(&id)) {
-      return FailMap(BtFormat("Cannot read transformation type for body id %d.", body_id));
+      return BtFail("Cannot read transformation type for body id %d.", body_id);
     }
     if (id < 1 || id > kBaTransformCount) {
-      return FailMap(BtFormat("Invalid transformation type (%d) for body id %d.", id, body_id));
+      return BtFail("Invalid transformation type (%d) for body id %d.", id, body_id);
     }
   }
   return true;
@@ -115,8 +109,8 @@ std::unique_ptr<BaUnlockedBodyMap> BaUnlockedBodyMap::scanNewFrom(std::istream& 
 
 bool BaUnlockedBodyMap::_scanFrom(BtScanner* scanner) {
   int body_id = 0;
-  if (!scanner->readInt(&body_id)) return FailMap("Error reading body id\n");
-  if (body_id < 1) return FailMap(BtFormat("Invalid body id %d.", body_id));
+  if (!scanner->readInt(&body_id)) return BtFail("Error reading body id\n");
+  if (body_id < 1) return BtFail(BtCode("body-id-range"), "Invalid body id %d.", body_id);
   _body_id.set(body_id);
   int order[kBaTransformCount];
   if (!ReadOrder(scanner, body_id, order)) return false;

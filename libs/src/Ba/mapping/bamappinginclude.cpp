@@ -70,7 +70,8 @@ class Ba_MappingMerge {
       }
     });
     if (overlaps) {
-      theExceptObj.set("The resulting mapping would have overlapping system variable ids.");
+      BtFail(BtCode("variable-overlap"),
+             "The resulting mapping would have overlapping system variable ids.");
     } else if (!IsId(invalid_id)) {
       theExceptObj.set("The resulting system variable id %lld would be invalid.", invalid_id);
     }
@@ -80,13 +81,11 @@ class Ba_MappingMerge {
   bool _checkBodyIds(const BaUnlockedMapping& sub, int offset) const {
     for (const BaUnlockedBodyMap* body_map : sub._body_maps) {
       const long long id = static_cast<long long>(body_map->bodyId()) + offset;
-      if (!IsId(id)) {
-        theExceptObj.set("The resulting body id %lld would be invalid.", id);
-        return false;
-      }
+      if (!IsId(id))
+        return BtFail(BtCode("body-id-range"), "The resulting body id %lld would be invalid.", id);
       if (_result->bodyMap(static_cast<int>(id)) != nullptr) {
-        theExceptObj.set("The resulting mapping would contain two mappings for body id %lld.", id);
-        return false;
+        return BtFail(BtCode("body-mapped-twice"),
+                      "The resulting mapping would contain two mappings for body id %lld.", id);
       }
     }
     return true;
@@ -138,8 +137,7 @@ bool BaUnlockedMapping::_loadIncludes(Ba_IncludeChain* chain) {
     if (theExceptObj.checkCancel() ||
         !sub._readFile(PathOf(include.file_name, _directory), true, chain) ||
         !merge.add(&sub, include)) {
-      theExceptObj.set("Unable to include sub-mapping.");
-      return false;
+      return BtFail("Unable to include sub-mapping.");
     }
   }
   swap(merged);

@@ -7,6 +7,7 @@
 #include "Bt/btfile.h"
 #include "baincludechain.h"
 #include "bamappingtext.h"
+#include "btreading.h"
 #include "bttextfile.h"
 
 namespace {
@@ -17,21 +18,16 @@ constexpr int kMapsPerQuestion = 40;
 // What of the first line counts.
 constexpr int kMaxHeaderLine = 80;
 
-bool Fail(const char* message) {
-  theExceptObj.set("%s", message);
-  return false;
-}
-
 // Reads the first line and compares its beginning; the rest of the line is read over only when
 // the beginning is right, since a file of another kind may have no line end at all.
 bool ReadHeaderLine(BtScanner* scanner) {
   std::string line;
   int c = scanner->get();
-  if (c < 0) return Fail("Error reading file.");
+  if (c < 0) return BtFail("Error reading file.");
   for (; c >= 0 && c != '\n' && line.size() < kMaxHeaderLine; c = scanner->get()) {
     line += static_cast<char>(c);
   }
-  if (!line.starts_with(kBaMappingHeader)) return Fail("Invalid datafile header id.");
+  if (!line.starts_with(kBaMappingHeader)) return BtFail("Invalid datafile header id.");
   while (c >= 0 && c != '\n') c = scanner->get();
   return true;
 }
@@ -40,14 +36,16 @@ bool ReadHeaderLine(BtScanner* scanner) {
 
 bool BaUnlockedMapping::streamContainsMapping(std::istream& is) {
   BtScanner scanner(is);
+  BtStreamReading reading(is);
   if (!ReadHeaderLine(&scanner)) return false;
   scanner.get();  // the "v"
   double version = 0;
-  if (!scanner.readDouble(&version)) return Fail("Unable to read datafile version number.");
+  if (!scanner.readDouble(&version)) return BtFail("Unable to read datafile version number.");
+  reading.beginRecord(0);
   if (version >= kBaMappingVersion && version < kBaMappingVersion + 1) return true;
-  theExceptObj.set("Unsupported datafile version %.2f.  Application uses version %.2f.", version,
-                   kBaMappingVersion);
-  return false;
+  return BtFail(BtCode("version-unsupported"),
+                "Unsupported datafile version %.2f.  Application uses version %.2f.", version,
+                kBaMappingVersion);
 }
 
 bool BaUnlockedMapping::read(const BtStr& file, bool load_includes) {
@@ -68,6 +66,7 @@ bool BaUnlockedMapping::scanFrom(std::istream& is, bool load_includes, const BtS
 bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_IncludeChain* chain) {
   if (!chain->enter(file)) return false;
   bool opened = false;
+  const BtFileReading reading(file);
   const bool read = _scanFile(file, &opened, chain) && (!load_includes || _loadIncludes(chain));
   chain->leave();
   if (opened && !read) {
@@ -80,53 +79,54 @@ bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_Incl
 bool BaUnlockedMapping::_scanFile(const BtStr& file, bool* opened, Ba_IncludeChain* chain) {
   BtInputFile input = chain->open(file);
   *opened = input.isOpen();
-  if (!*opened) {
-    theExceptObj.set("Unable to open file '%s'.", static_cast<const char*>(file));
-    return false;
-  }
+  if (!*opened) return BtFail("Unable to open file '%s'.", static_cast<const char*>(file));
   const bool scanned = _scanFrom(input.stream(), BtFileDirectory(file));
   return input.close() && scanned;
 }
 
 bool BaUnlockedMapping::_scanFrom(std::istream& is, const BtStr& directory) {
-  if (!is.good()) return Fail("Unable to open file.");
+  if (!is.good()) return BtFail("Unable to open file.");
   if (!streamContainsMapping(is)) {
-    Fail("Unable to validate datafile header.");
-    Fail("Invalid datafile.");
-    return Fail("Unable to read file.");
+    BtFail("Unable to validate datafile header.");
+    BtFail("Invalid datafile.");
+    return BtFail("Unable to read file.");
   }
   clear();
   _directory = directory;
-  if (!_scanContent(is)) return Fail("Unable to read file.");
+  if (!_scanContent(is)) return BtFail("Unable to read file.");
   _checkNumSysVars();
   return true;
 }
 
 bool BaUnlockedMapping::_scanContent(std::istream& is) {
   BtScanner scanner(is);
+  const BtStreamReading reading(is);
   int num_bodies = 0;
-  if (!scanner.readInt(&_num_sysvars)) return Fail("Error reading number of variables\n");
+  if (!scanner.readInt(&_num_sysvars)) return BtFail("Error reading number of variables\n");
   if (!scanner.readInt(&num_bodies) || num_bodies < 0) {
-    return Fail("Error reading number of bodies\n");
+    return BtFail("Error reading number of bodies\n");
   }
   return _scanBodyMaps(is, num_bodies) && _scanSections(is);
 }
 
 bool BaUnlockedMapping::_scanBodyMaps(std::istream& is, int count) {
+  BtScanner scanner(is);
+  BtStreamReading reading(is);
   int last_body_id = 0;
   for (int i = 1; i <= count; ++i) {
     if (i % kMapsPerQuestion == 0 && theExceptObj.checkCancel()) return false;
+    scanner.skipSpace();
+    reading.beginRecord(0);
     std::unique_ptr<BaUnlockedBodyMap> body_map = BaUnlockedBodyMap::scanNewFrom(is);
     if (body_map == nullptr) {
       clear();
-      theExceptObj.set("Unable to read Body Map.  Last successfully read body map was for body %d.",
-                       last_body_id);
-      return false;
+      return BtFail("Unable to read Body Map.  Last successfully read body map was for body %d.",
+                    last_body_id);
     }
     last_body_id = body_map->bodyId();
     if (bodyMap(last_body_id) != nullptr) {
-      theExceptObj.set("The mapping for body %d is specified multiple times.", last_body_id);
-      return false;
+      return BtFail(BtCode("body-mapped-twice"),
+                    "The mapping for body %d is specified multiple times.", last_body_id);
     }
     _addBodyMap(std::move(body_map), last_body_id);
   }
@@ -138,6 +138,7 @@ void BaUnlockedMapping::_checkNumSysVars() {
   _num_sysvars_stated = std::max(stated, 0);
   setHighestSysVar();
   if (_num_sysvars == stated) return;
-  theExceptObj.setAsWarning("Mapping file specifies %d variables, but actually uses %d variables.",
-                            stated, _num_sysvars);
+  BtWarn(BtCode("variable-count"),
+         "Mapping file specifies %d variables, but actually uses %d variables.", stated,
+         _num_sysvars);
 }

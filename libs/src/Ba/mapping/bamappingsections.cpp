@@ -8,6 +8,7 @@
 #include "Bt/btparse.h"
 #include "Bt/btscan.h"
 #include "bamappingtext.h"
+#include "btreading.h"
 #include "btviewstream.h"
 
 namespace {
@@ -19,14 +20,8 @@ constexpr int kSectionsPerQuestion = 40;
 
 constexpr const char* kNoSliderGroup = "No SLIDER_GROUP specified in BLEND_EFFECT_MAP section.";
 
-bool FailSection(const BtStr& message) {
-  theExceptObj.set(message);
-  return false;
-}
-
 bool FailId(const char* kind, std::string_view id) {
-  return FailSection(
-      BtFormat("Invalid %s id '%.*s' specified.", kind, static_cast<int>(id.size()), id.data()));
+  return BtFail("Invalid %s id '%.*s' specified.", kind, static_cast<int>(id.size()), id.data());
 }
 
 // Removes the next word from the front of the text; empty when there is none.
@@ -50,22 +45,23 @@ bool WordToInt(std::string_view word, int* value) {
 
 // Reads the pairs of a SLIDERS block. `known` holds the sliders of this effect map so far.
 bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* map) {
+  BtTextReading reading(text);
   for (std::string_view word = TakeWord(&text); !word.empty(); word = TakeWord(&text)) {
+    reading.moveTo(word.data());
     // A brace in front belongs to a block that cannot stand here; the others are no part of a line.
     if (word.front() == '{' || word.find_first_of("#}") != std::string_view::npos) {
-      return FailSection("Unable to read slider name from SLIDERS section.");
+      return BtFail("Unable to read slider name from SLIDERS section.");
     }
     const BtStr name(word);
     const std::string_view id_word = TakeWord(&text);
     int id = 0;
-    if (!WordToInt(id_word, &id))
-      return FailSection("Unable to read sysvar id from SLIDERS section.");
+    if (!WordToInt(id_word, &id)) return BtFail("Unable to read sysvar id from SLIDERS section.");
     if (id < 1) return FailId("sysvar", id_word);
     const auto [slider, is_new] = known->try_emplace(name, id);
     if (is_new) {
       map->sliders.push_back({name, id});
     } else if (slider->second != id) {
-      return FailSection("Slider " + name + " appears multiple times with different mappings.");
+      return BtFail("Slider " + name + " appears multiple times with different mappings.");
     }
   }
   return true;
@@ -73,9 +69,9 @@ bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* m
 
 bool ReadSliderGroup(const BtStr& value, bool single_line, BtStr* slider_group) {
   const bool has_blanks = value.view().find_first_of(" \t\n") != std::string_view::npos;
-  if (single_line && has_blanks) FailSection("Slider group names cannot contain spaces.");
+  if (single_line && has_blanks) BtFail("Slider group names cannot contain spaces.");
   if (!single_line || has_blanks || value.length() == 0 || !BaCanBeInMapping(value.view())) {
-    return FailSection("Invalid value for SLIDER_GROUP in BLEND_EFFECT_MAP section.");
+    return BtFail("Invalid value for SLIDER_GROUP in BLEND_EFFECT_MAP section.");
   }
   *slider_group = value;
   return true;
@@ -91,9 +87,9 @@ bool ReadIncludeItem(const BtStr& key, const BtStr& value, bool single_line,
   } else if (key == "SYSTEM_VARIABLE_ID_OFFSET") {
     valid = valid && value.intValue(&include->sysvar_id_offset);
   } else {
-    return FailSection("Unrecognized key word \"" + key + "\".");
+    return BtFail("Unrecognized key word \"" + key + "\".");
   }
-  return valid || FailSection("Invalid value for " + key + ".");
+  return valid || BtFail("Invalid value for " + key + ".");
 }
 
 // Reads one item of a BLEND_EFFECT_MAP section.
@@ -102,20 +98,23 @@ bool ReadBlendItem(const BtStr& key, const BtStr& item, bool single_line, BaName
   if (key == "SLIDER_GROUP") return ReadSliderGroup(item, single_line, &map->slider_group);
   if (key == "SLIDERS") {
     return ReadSliders(item.view(), known, map) &&
-           (!map->slider_group.isNull() || FailSection(kNoSliderGroup));
+           (!map->slider_group.isNull() || BtFail(kNoSliderGroup));
   }
-  return FailSection("Unrecognized key word \"" + key + "\" in BLEND_EFFECT_MAP section.");
+  return BtFail("Unrecognized key word \"" + key + "\" in BLEND_EFFECT_MAP section.");
 }
 
 }  // namespace
 
 bool BaUnlockedMapping::_scanSections(std::istream& is) {
+  const BtItemReading unreadable(is, {}, true);
   for (int count = 1;; ++count) {
     if (count % kSectionsPerQuestion == 0 && theExceptObj.checkCancel()) return false;
     BtStr tag;
     BtStr value;
-    if (!BtReadTaggedValue(is, &tag, &value, nullptr)) return false;
-    if (is.bad()) return FailSection("Error reading file.");
+    bool single_line = false;
+    if (!BtReadTaggedValue(is, &tag, &value, &single_line)) return false;
+    const BtItemReading section(is, value.view(), single_line);
+    if (is.bad()) return BtFail("Error reading file.");
     if (tag.isNull() || tag == "END") return true;
     if (!_scanSection(tag, value)) return false;
   }
@@ -138,17 +137,19 @@ bool BaUnlockedMapping::_scanSection(const BtStr& tag, const BtStr& value) {
   for (const Section& section : kSections) {
     if (!(tag == section.tag)) continue;
     if (section.before_includes && !_includes.empty()) {
-      return FailSection(tag + " must be specified before IMPORT.");
+      return BtFail(tag + " must be specified before IMPORT.");
     }
-    return (this->*section.scan)(value) || FailSection(section.failure);
+    return (this->*section.scan)(value) || BtFail("%s", section.failure);
   }
-  return FailSection("Invalid tag '" + tag + "' in mapping file.");
+  return BtFail("Invalid tag '" + tag + "' in mapping file.");
 }
 
 bool BaUnlockedMapping::_scanTextureIndexMaps(const BtStr& value) {
   std::string_view text = value.view();
+  BtTextReading reading(text);
   for (std::string_view word = TakeWord(&text); !word.empty(); word = TakeWord(&text)) {
     TextureIndexMap map = {};
+    reading.moveTo(word.data());
     if (!WordToInt(word, &map.material_id) || map.material_id < 1) return FailId("material", word);
     word = TakeWord(&text);
     if (!WordToInt(word, &map.sysvar_id) || map.sysvar_id < 1) return FailId("sysvar", word);
@@ -167,9 +168,10 @@ bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
     bool single_line = false;
     if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
     if (key.isNull()) break;
+    const BtItemReading item_reading(is, item.view(), single_line);
     if (!ReadBlendItem(key, item, single_line, &known, &map)) return false;
   }
-  if (map.slider_group.isNull()) return FailSection(kNoSliderGroup);
+  if (map.slider_group.isNull()) return BtFail(kNoSliderGroup);
   _blend_effect_maps.push_back(std::move(map));
   return true;
 }
@@ -183,9 +185,10 @@ bool BaUnlockedMapping::_scanInclude(const BtStr& value) {
     bool single_line = false;
     if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
     if (key.isNull()) break;
+    const BtItemReading item_reading(is, item.view(), single_line);
     if (!ReadIncludeItem(key, item, single_line, &include)) return false;
   }
-  if (include.file_name.isNull()) return FailSection("No FILE_NAME specified.");
+  if (include.file_name.isNull()) return BtFail("No FILE_NAME specified.");
   _includes.push_back(include);
   return true;
 }

@@ -44,8 +44,7 @@ bool BaUnlockedMapping::_printOn(std::ostream& os, const BtStr& directory) const
   for (const Include& include : _includes) {
     const BtStr name = BtFileSeenFrom(directory, include.file_name, _directory);
     if (!BaCanBeInMapping(name.view())) {
-      theExceptObj.set("The name \"" + name + "\" cannot be written to a mapping file.");
-      return false;
+      return BtFail("The name \"" + name + "\" cannot be written to a mapping file.");
     }
     os << "INCLUDE {\n  FILE_NAME: " << name << "\n  BODY_ID_OFFSET: " << include.body_id_offset
        << '\n';
@@ -64,6 +63,5 @@ bool BaUnlockedMapping::save(const char* file) const {
   if (output.isOpen() && _printOn(output.stream(), BtFileDirectory(file)) && output.close()) {
     return true;
   }
-  theExceptObj.set("Unable to write file '%s'.", file);
-  return false;
+  return BtFail("Unable to write file '%s'.", file);
 }

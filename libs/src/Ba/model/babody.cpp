@@ -125,15 +125,15 @@ bool BaBody::scanFrom(BtScanner& in) {
   BtAssert(isValid(), "isValid()");
   Ba_SkipLine(in, kBaLineLimit);
   BtStr name;
-  if (!Ba_ScanLine(in, &name)) return Ba_Fail("Unable to read name.");
+  if (!Ba_ScanLine(in, &name)) return BtFail("Unable to read name.");
   int id = 0;
-  if (!in.readInt(&id)) return Ba_Fail("Unable to read id.");
+  if (!in.readInt(&id)) return BtFail("Unable to read id.");
   Ba_SkipLine(in);
   Ba_SkipLine(in);  // the parent's name, for people only
   int parent_id = 0;
-  if (!in.readInt(&parent_id)) return Ba_Fail("Unable to read parent id.");
+  if (!in.readInt(&parent_id)) return BtFail("Unable to read parent id.");
   Bt4X4FloatMat matrix;
-  if (!ScanMatrix(in, &matrix)) return Ba_Fail("Unable to read matrix.");
+  if (!ScanMatrix(in, &matrix)) return BtFail("Unable to read matrix.");
   setName(name.replaceAll(" ", "_"));
   setId(id);
   setParentId(parent_id);

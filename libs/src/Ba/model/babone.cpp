@@ -12,8 +12,8 @@ bool BaBone::scanFrom(std::istream& is) {
 
 bool BaBone::scanFrom(BtScanner& in) {
   if (!_scanIds(in)) return false;
-  if (!in.readFloats(_from.data(), 3)) return Ba_Fail("Unable to read first bone coordinate.");
-  if (!in.readFloats(_to.data(), 3)) return Ba_Fail("Unable to read second bone coordinate.");
+  if (!in.readFloats(_from.data(), 3)) return BtFail("Unable to read first bone coordinate.");
+  if (!in.readFloats(_to.data(), 3)) return BtFail("Unable to read second bone coordinate.");
   return true;
 }
 

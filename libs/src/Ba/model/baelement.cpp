@@ -5,7 +5,7 @@
 
 bool BaElement::_scanIds(BtScanner& in) {
   BtAssert(isValid(), "isValid()");
-  if (!in.readInt(&_body_id)) return Ba_Fail("Unable to read body id.");
-  if (!in.readInt(&_material_id)) return Ba_Fail("Unable to read material id.");
+  if (!in.readInt(&_body_id)) return BtFail("Unable to read body id.");
+  if (!in.readInt(&_material_id)) return BtFail("Unable to read material id.");
   return true;
 }

@@ -15,7 +15,7 @@ void BaFlexiblePolygon::setVertices(BtDArray<BaVertex> vertices, BtIntArray mode
 bool BaFlexiblePolygon::scanFrom(BtScanner& in) {
   int count = 0;
   if (!_scanIds(in) || !_scanCount(in, "Unable to read number of vertices.", &count)) return false;
-  if (!in.readInt(&_other_body_id)) return Ba_Fail("Unable to read other body id.");
+  if (!in.readInt(&_other_body_id)) return BtFail("Unable to read other body id.");
   return _scanVertices(in, count);
 }
 
@@ -37,11 +37,11 @@ void BaFlexiblePolygon::_resize(int n, BtArena* arena) {
 }
 
 bool BaFlexiblePolygon::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) {
-  return _scanModeAndVertex(vertex, i, in) || Ba_Fail("Unable to read flexible vertex.");
+  return _scanModeAndVertex(vertex, i, in) || BtFail("Unable to read flexible vertex.");
 }
 
 bool BaFlexiblePolygon::_scanModeAndVertex(BaVertex* vertex, int i, BtScanner& in) {
-  return in.readInt(&_modes[i]) ? vertex->scanFrom(in) : Ba_Fail("Unable to read mode.");
+  return in.readInt(&_modes[i]) ? vertex->scanFrom(in) : BtFail("Unable to read mode.");
 }
 
 void BaFlexiblePolygon::_printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const {

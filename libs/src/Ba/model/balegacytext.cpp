@@ -15,11 +15,6 @@ constexpr std::size_t kNumberSize = 24;
 
 }  // namespace
 
-bool Ba_Fail(const char* message) {
-  theExceptObj.set(BtStr(message));
-  return false;
-}
-
 void Ba_SkipLine(BtScanner& in, int limit) { in.stream().ignore(limit, '\n'); }
 
 void Ba_SkipLine(BtScanner& in) {

@@ -1,17 +1,15 @@
-// What the elements of the legacy form share: recording errors, reading lines, writing numbers.
+// What the elements of the legacy form share: reading lines, writing numbers.
 #pragma once
 
 #include <iosfwd>
 #include <span>
 
+#include "Bt/btexcept.h"
 #include "Bt/btscan.h"
 #include "Bt/btstr.h"
 
 // The lengths of the lines that old readers held in fixed buffers.
 inline constexpr int kBaLineLimit = 80;
-
-// Records an error; answers false.
-bool Ba_Fail(const char* message);
 
 // Skips the rest of the line with its end, or `limit` characters, whichever is less.
 void Ba_SkipLine(BtScanner& in, int limit);

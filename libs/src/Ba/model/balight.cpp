@@ -28,11 +28,11 @@ bool BaLight::scanFrom(std::istream& is) {
 }
 
 bool BaLight::scanFrom(BtScanner& in) {
-  if (!in.readInt(&_id)) return Ba_Fail("Unable to read light id.");
-  if (!Ba_ScanSwitch(in, &_on)) return Ba_Fail("Unable to read light on/off status.");
+  if (!in.readInt(&_id)) return BtFail("Unable to read light id.");
+  if (!Ba_ScanSwitch(in, &_on)) return BtFail("Unable to read light on/off status.");
   for (;;) {
     int code = kNoMoreLightAttributes;
-    if (!in.readInt(&code)) return Ba_Fail("Unable to read light attribute status.");
+    if (!in.readInt(&code)) return BtFail("Unable to read light attribute status.");
     if (code == kNoMoreLightAttributes) return true;
     if (!_scanAttribute(code, in)) return false;
   }
@@ -40,7 +40,7 @@ bool BaLight::scanFrom(BtScanner& in) {
 
 bool BaLight::_scanAttribute(int code, BtScanner& in) {
   const auto* found = std::ranges::find(kLightCodes, code, &BaLightAttrs::Code::code);
-  if (found == std::end(kLightCodes)) return Ba_Fail("Invalid light attribute.");
+  if (found == std::end(kLightCodes)) return BtFail("Invalid light attribute.");
   if (!_attributes.scanFrom(*found, in)) return false;
   if (found->kind == Ba_LightAttr_t::SpotLightAttr) _clipSpotExponent();
   return true;

@@ -53,7 +53,8 @@ Ba_LightAttr* BaLightAttrs::add(Ba_LightAttr_t kind) {
 
 bool BaLightAttrs::scanFrom(const Code& code, BtScanner& in) {
   const std::span<float> values = add(code.kind)->values();
-  return in.readFloats(values.data(), static_cast<int>(values.size())) || Ba_Fail(code.failure);
+  return in.readFloats(values.data(), static_cast<int>(values.size())) ||
+         BtFail("%s", code.failure);
 }
 
 void BaLightAttrs::printOn(std::span<const Code> codes, std::ostream& os) const {

@@ -25,11 +25,11 @@ bool BaLightingModel::scanFrom(std::istream& is) {
 }
 
 bool BaLightingModel::scanFrom(BtScanner& in) {
-  if (!in.readInt(&_id)) return Ba_Fail("Unable to read lighting model id.");
-  if (!Ba_ScanSwitch(in, &_on)) return Ba_Fail("Unable to read lighting model on/off status.");
+  if (!in.readInt(&_id)) return BtFail("Unable to read lighting model id.");
+  if (!Ba_ScanSwitch(in, &_on)) return BtFail("Unable to read lighting model on/off status.");
   for (;;) {
     int code = kNoMoreModelAttributes;
-    if (!in.readInt(&code)) return Ba_Fail("Unable to read lighting model attribute type.");
+    if (!in.readInt(&code)) return BtFail("Unable to read lighting model attribute type.");
     if (code == kNoMoreModelAttributes) return true;
     if (!_scanAttribute(code, in)) return false;
   }
@@ -38,8 +38,7 @@ bool BaLightingModel::scanFrom(BtScanner& in) {
 bool BaLightingModel::_scanAttribute(int code, BtScanner& in) {
   const auto* found = std::ranges::find(kModelCodes, code, &BaLightAttrs::Code::code);
   if (found == std::end(kModelCodes)) {
-    theExceptObj.set("Unknown lighting model attribute type %d.", code);
-    return false;
+    return BtFail("Unknown lighting model attribute type %d.", code);
   }
   return _attributes.scanFrom(*found, in);
 }

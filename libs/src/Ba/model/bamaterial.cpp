@@ -112,12 +112,12 @@ bool BaMaterial::scanFrom(std::istream& is) {
 bool BaMaterial::scanFrom(BtScanner& in) {
   _checkMagicNumber();
   int id = 0;
-  if (!in.readInt(&id)) return Ba_Fail("Unable to read id.");
+  if (!in.readInt(&id)) return BtFail("Unable to read id.");
   setId(id);
-  if (!_scanName(in)) return Ba_Fail("Unable to read material name.");
+  if (!_scanName(in)) return BtFail("Unable to read material name.");
   for (;;) {
     int code = kNoMoreMaterialAttributes;
-    if (!in.readInt(&code)) return Ba_Fail("Unable to read material attribute type.");
+    if (!in.readInt(&code)) return BtFail("Unable to read material attribute type.");
     if (code == kNoMoreMaterialAttributes) return true;
     if (!_scanAttribute(code, in)) return false;
   }
@@ -141,25 +141,22 @@ bool BaMaterial::_scanAttribute(int code, BtScanner& in) {
     return true;
   }
   const auto* found = std::ranges::find(kAttrCodes, code, &AttrCode::code);
-  if (found == std::end(kAttrCodes)) {
-    theExceptObj.set("Unknown material attribute %d.", code);
-    return false;
-  }
+  if (found == std::end(kAttrCodes)) return BtFail("Unknown material attribute %d.", code);
   const std::span<float> values =
       _addAttribute(static_cast<Ba_MatAttr_t>(found - kAttrCodes))->values();
-  return in.readFloats(values.data(), static_cast<int>(values.size())) || Ba_Fail(found->failure);
+  return in.readFloats(values.data(), static_cast<int>(values.size())) ||
+         BtFail("%s", found->failure);
 }
 
 bool BaMaterial::_scanTexture(BtScanner& in) {
   if (static_cast<double>(_version) < kTexturesSince) {
-    theExceptObj.set(
+    return BtFail(
         "The data file version (%.2f) does not support textures. "
         "Support for textures began with version 1.10.",
         static_cast<double>(_version));
-    return false;
   }
   BaTexture texture;
-  if (!texture.scanFrom(in)) return Ba_Fail("Unable to read texture data.");
+  if (!texture.scanFrom(in)) return BtFail("Unable to read texture data.");
   setTexture(texture);
   return true;
 }

@@ -124,9 +124,8 @@ bool BaModel::_checkParents() const {
   for (int id = 1; id < _bodies.size(); ++id) {
     const BaBody* const body = _bodies[id].get();
     if (body == nullptr || findBody(body->parentId()) != nullptr) continue;
-    theExceptObj.set("Body \"%s\" specifies an undefined parent body (%d).",
-                     static_cast<const char*>(body->name()), body->parentId());
-    return false;
+    return BtFail(BtCode("parent-missing"), "Body \"%s\" specifies an undefined parent body (%d).",
+                  static_cast<const char*>(body->name()), body->parentId());
   }
   return true;
 }
@@ -145,9 +144,8 @@ bool BaModel::_checkAncestors() const {
       id = _bodies[id]->parentId();
     }
     if (id == 0 || passed_by[id] != start) continue;
-    theExceptObj.set("Body \"%s\" is its own ancestor.",
-                     static_cast<const char*>(_bodies[id]->name()));
-    return false;
+    return BtFail(BtCode("parent-circle"), "Body \"%s\" is its own ancestor.",
+                  static_cast<const char*>(_bodies[id]->name()));
   }
   return true;
 }

@@ -5,6 +5,7 @@
 
 #include "Bt/btexcept.h"
 #include "balegacytext.h"
+#include "btreading.h"
 
 namespace {
 
@@ -24,26 +25,28 @@ bool ScanFirstLine(std::istream& is, char (&buffer)[kBaLineLimit], std::string_v
 }  // namespace
 
 bool BaScanModelHeaderNumber(std::istream& is, double* number) {
+  const BtStreamReading reading(is);
   char buffer[kBaLineLimit];
   std::string_view line;
-  if (!ScanFirstLine(is, buffer, &line)) return Ba_Fail("Unable to read from file.");
-  if (line != kBaModelFileId) return Ba_Fail("Invalid datafile type.");
+  if (!ScanFirstLine(is, buffer, &line)) return BtFail("Unable to read from file.");
+  if (line != kBaModelFileId) return BtFail("Invalid datafile type.");
   BtScanner in(is);
   char v = 0;
-  if (!in.readChar(&v)) return Ba_Fail("Unable to read version identifier.");
-  if (v != 'v') return Ba_Fail("Version identifier not found.");
-  return in.readDouble(number) || Ba_Fail("Unable to read datafile version number.");
+  if (!in.readChar(&v)) return BtFail("Unable to read version identifier.");
+  if (v != 'v') return BtFail("Version identifier not found.");
+  return in.readDouble(number) || BtFail("Unable to read datafile version number.");
 }
 
 bool BaScanModelHeader(std::istream& is, float* version) {
   double number = 0;
   if (!BaScanModelHeaderNumber(is, &number)) return false;
+  const BtStreamReading reading(is);
   if (number < kFirstVersion || number > kLastVersion) {
     // The text ends in "2f." without its percent sign; people and scripts know it so.
-    theExceptObj.set(
+    return BtFail(
+        BtCode("version-unsupported"),
         "Unsupported datafile version %.2f. Application supports versions %.2f through 2f.", number,
         kFirstVersion);
-    return false;
   }
   if (version != nullptr) *version = static_cast<float>(number);
   return true;

@@ -13,8 +13,8 @@ bool BaMuscle::scanFrom(std::istream& is) {
 }
 
 bool BaMuscle::scanFrom(BtScanner& in) {
-  if (!in.readInt(&_material_id)) return Ba_Fail("Unable to read material id for muscle data.");
-  if (!_scanName(in)) return Ba_Fail("Unable to read name for muscle data.");
+  if (!in.readInt(&_material_id)) return BtFail("Unable to read material id for muscle data.");
+  if (!_scanName(in)) return BtFail("Unable to read name for muscle data.");
   return _scanBodyIds(in);
 }
 
@@ -41,7 +41,7 @@ bool BaMuscle::_scanBodyIds(BtScanner& in) {
   std::vector<int> ids;
   for (;;) {
     const int c = in.peek();
-    if (c == std::char_traits<char>::eof()) return Ba_Fail("Error reading muscle data.");
+    if (c == std::char_traits<char>::eof()) return BtFail("Error reading muscle data.");
     const bool blank = BtIsSpace(static_cast<char>(c));
     if (blank) {
       in.get();
@@ -49,7 +49,7 @@ bool BaMuscle::_scanBodyIds(BtScanner& in) {
       continue;
     }
     int id = 0;
-    if (!in.readInt(&id)) return Ba_Fail("Error reading body id for muscle.");
+    if (!in.readInt(&id)) return BtFail("Error reading body id for muscle.");
     ids.push_back(id);
   }
   _body_ids.clear();

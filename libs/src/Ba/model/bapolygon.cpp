@@ -16,12 +16,12 @@ constexpr int kMinVertices = 3;
 // Warnings may come by the million; all records of one share its text.
 void WarnOfDuplicate() {
   static const BtStr text("Duplicate vertex removed in polygon.");
-  theExceptObj.setAsWarning(text);
+  BtWarn(BtCode("vertex-duplicate"), text);
 }
 
 void WarnOfDegeneration() {
   static const BtStr text("Degnerate polygon in model.");
-  theExceptObj.setAsWarning(text);
+  BtWarn(BtCode("polygon-degenerate"), text);
 }
 
 }  // namespace

@@ -13,6 +13,6 @@ void Ba_WarnOfPostScale(const BaModel& model, const BaBody* only) {
   }
   if (count == 0) return;
   if (count > kMostNamed) names += BtFormat(" and %d others", count - kMostNamed);
-  theExceptObj.setAsWarning("Post scale factors have no form in a file.  Those of " + names +
-                            " are left out.");
+  BtWarn(BtCode("left-out"),
+         "Post scale factors have no form in a file.  Those of " + names + " are left out.");
 }

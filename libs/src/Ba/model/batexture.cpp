@@ -17,7 +17,7 @@ constexpr int kNoMoreParameters = -1;
 // The text is null when the line ends first. False where a character cannot be read.
 bool ScanDelimited(BtScanner& in, BtStr* text) {
   char delimiter = 0;
-  if (!in.readChar(&delimiter)) return Ba_Fail("Unable to read character.");
+  if (!in.readChar(&delimiter)) return BtFail("Unable to read character.");
   std::string characters;
   for (;;) {
     int c = in.get();
@@ -27,7 +27,7 @@ bool ScanDelimited(BtScanner& in, BtStr* text) {
       return true;
     }
     if (c == '\\') c = in.get();
-    if (c == std::char_traits<char>::eof()) return Ba_Fail("Unable to read character.");
+    if (c == std::char_traits<char>::eof()) return BtFail("Unable to read character.");
     characters += static_cast<char>(c);
   }
 }
@@ -59,12 +59,12 @@ bool BaTexture::scanFrom(std::istream& is) {
 
 bool BaTexture::scanFrom(BtScanner& in) {
   int type = 0;
-  if (!in.readInt(&type)) return Ba_Fail("Unable to read texture data type.");
-  if (type == ExplicitImage) return Ba_Fail("Explicit texture images not implemented.");
-  if (type != FileName) return Ba_Fail("Unknown texture image specification.");
+  if (!in.readInt(&type)) return BtFail("Unable to read texture data type.");
+  if (type == ExplicitImage) return BtFail("Explicit texture images not implemented.");
+  if (type != FileName) return BtFail("Unknown texture image specification.");
   if (!_scanFileName(in)) return false;
   for (int parameter = 0; parameter != kNoMoreParameters;) {
-    if (!in.readInt(&parameter)) return Ba_Fail("Unable to read texture parameter type.");
+    if (!in.readInt(&parameter)) return BtFail("Unable to read texture parameter type.");
   }
   return true;
 }
@@ -73,9 +73,9 @@ bool BaTexture::_scanFileName(BtScanner& in) {
   BtStr name;
   // A name with a NUL character would be another name to the file system.
   if (!ScanDelimited(in, &name) || name.view().find('\0') != std::string_view::npos) {
-    return Ba_Fail("Unable to read texture file name.");
+    return BtFail("Unable to read texture file name.");
   }
-  if (name.isNull()) return Ba_Fail("Unterminated texture file name.");
+  if (name.isNull()) return BtFail("Unterminated texture file name.");
   _file_name = name;
   return true;
 }

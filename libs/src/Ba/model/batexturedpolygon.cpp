@@ -21,12 +21,12 @@ bool BaTexturedPolygon::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) 
   float numbers[5];
   const int count = in.readSomeFloats(numbers, 5);
   if (count < 5) {
-    Ba_Fail(count < 2 ? "Unable to read texture coordinates." : "Unable to read x,y and z.");
-    return Ba_Fail("Unable to read vertex.");
+    BtFail(count < 2 ? "Unable to read texture coordinates." : "Unable to read x,y and z.");
+    return BtFail("Unable to read vertex.");
   }
   _texture_coords[i] = {.u = numbers[0], .v = numbers[1]};
   vertex->setPosition(numbers[2], numbers[3], numbers[4]);
-  return vertex->scanEffectsFrom(in) || Ba_Fail("Unable to read vertex.");
+  return vertex->scanEffectsFrom(in) || BtFail("Unable to read vertex.");
 }
 
 void BaTexturedPolygon::_printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const {

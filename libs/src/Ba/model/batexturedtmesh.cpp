@@ -18,7 +18,7 @@ void BaTexturedTMesh::_resize(int n, BtArena* arena) {
 
 bool BaTexturedTMesh::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) {
   float uv[2];
-  if (!in.readFloats(uv, 2)) return Ba_Fail("Unable to read texture coordinates.");
+  if (!in.readFloats(uv, 2)) return BtFail("Unable to read texture coordinates.");
   _texture_coords[i] = {.u = uv[0], .v = uv[1]};
   return BaTMesh::_scanVertexFrom(vertex, i, in);
 }

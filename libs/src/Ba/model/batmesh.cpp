@@ -40,7 +40,7 @@ void BaTMesh::_resize(int n, BtArena* arena) {
 }
 
 bool BaTMesh::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) {
-  if (!in.readInt(&_swap_flags[i])) return Ba_Fail("Unable to read swap flag.");
+  if (!in.readInt(&_swap_flags[i])) return BtFail("Unable to read swap flag.");
   return BaVertexElement::_scanVertexFrom(vertex, i, in);
 }
 

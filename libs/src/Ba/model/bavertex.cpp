@@ -21,7 +21,7 @@ std::unique_ptr<Ba_VertexEffect> ScanEffect(BtScanner& in, int type) {
   if (effect == nullptr) {
     theExceptObj.set("Unknown vertex effect type - %d.", type);
   } else if (!effect->scanFrom(in)) {
-    Ba_Fail(kFailures[type]);
+    BtFail("%s", kFailures[type]);
     effect.reset();
   }
   return effect;
@@ -33,7 +33,7 @@ bool ScanEffects(BtScanner& in, int type, BaVertexEffects* effects) {
     std::unique_ptr<Ba_VertexEffect> effect = ScanEffect(in, type);
     if (effect == nullptr) return false;
     builder.add(std::move(effect));
-    if (!in.readInt(&type)) return Ba_Fail("Unable to read effect type.");
+    if (!in.readInt(&type)) return BtFail("Unable to read effect type.");
   }
   return true;
 }
@@ -46,13 +46,13 @@ bool BaVertex::scanFrom(std::istream& is) {
 }
 
 bool BaVertex::scanFrom(BtScanner& in) {
-  return in.readFloats(_position, 3) ? scanEffectsFrom(in) : Ba_Fail("Unable to read x,y and z.");
+  return in.readFloats(_position, 3) ? scanEffectsFrom(in) : BtFail("Unable to read x,y and z.");
 }
 
 bool BaVertex::scanEffectsFrom(BtScanner& in) {
   if (!_effects.empty()) _effects.clear();
   int type = kNoMoreEffects;
-  if (!in.readInt(&type)) return Ba_Fail("Unable to read effect type.");
+  if (!in.readInt(&type)) return BtFail("Unable to read effect type.");
   return type == kNoMoreEffects || ScanEffects(in, type, &_effects);
 }
 

@@ -51,13 +51,13 @@ bool Ba_VertexEffect::_absorb(const Ba_VertexEffect& /*other*/) { return false; 
 
 bool BaVertexBulgeEffect::scanFrom(BtScanner& in) {
   if (!in.readFloats(bo.data(), 3)) {
-    return Ba_Fail("Unable to read bo x,y,z coords for bulge effect.");
+    return BtFail("Unable to read bo x,y,z coords for bulge effect.");
   }
   if (!in.readFloats(bc.data(), 3)) {
-    return Ba_Fail("Unable to read bc x,y,z coords for bulge effect.");
+    return BtFail("Unable to read bc x,y,z coords for bulge effect.");
   }
   if (!ScanFloats(in, {&br, &vn, &fv})) {
-    return Ba_Fail("Unable to read br, vn and fv for bulge effect.");
+    return BtFail("Unable to read br, vn and fv for bulge effect.");
   }
   return true;
 }
@@ -76,10 +76,10 @@ EffectPtr BaVertexBulgeEffect::cloneBa() const {
 
 bool BaVertexMorphL1V2Effect::scanFrom(BtScanner& in) {
   if (!in.readFloats(op.data(), 3)) {
-    return Ba_Fail("Unable to read op x,y,z coords for morph effect.");
+    return BtFail("Unable to read op x,y,z coords for morph effect.");
   }
   if (!ScanFloats(in, {&vn, &lv, &uv})) {
-    return Ba_Fail("Unable to read vn, lv and uv for morph effect.");
+    return BtFail("Unable to read vn, lv and uv for morph effect.");
   }
   return true;
 }
@@ -97,7 +97,7 @@ EffectPtr BaVertexMorphL1V2Effect::cloneBa() const {
 
 bool BaVertexFlexEffect::scanFrom(BtScanner& in) {
   // The text names the morph effect; people and scripts know it so.
-  if (!in.readFloat(&weight)) return Ba_Fail("Unable to read weight for morph effect.");
+  if (!in.readFloat(&weight)) return BtFail("Unable to read weight for morph effect.");
   return true;
 }
 
@@ -118,8 +118,8 @@ bool BaVertexFlexEffect::_absorb(const Ba_VertexEffect& other) {
 }
 
 bool BaVertexFlex2Effect::scanFrom(BtScanner& in) {
-  if (!in.readFloat(&weight)) return Ba_Fail("Unable to read weight for flex2 effect.");
-  if (!in.readInt(&body_id)) return Ba_Fail("Unable to read body ID for flex2 effect.");
+  if (!in.readFloat(&weight)) return BtFail("Unable to read weight for flex2 effect.");
+  if (!in.readInt(&body_id)) return BtFail("Unable to read body ID for flex2 effect.");
   return true;
 }
 
@@ -143,7 +143,7 @@ bool BaVertexFlex2Effect::_absorb(const Ba_VertexEffect& other) {
 }
 
 bool BaVertexBlendEffect::scanFrom(BtScanner& /*in*/) {
-  return Ba_Fail("A blend effect cannot be read from a legacy file.");
+  return BtFail("A blend effect cannot be read from a legacy file.");
 }
 
 void BaVertexBlendEffect::printOn(std::ostream& /*os*/) const {}

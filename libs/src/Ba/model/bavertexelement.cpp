@@ -36,7 +36,7 @@ bool BaVertexElement::_scanVertexFrom(BaVertex* vertex, int i, std::istream& is)
 }
 
 bool BaVertexElement::_scanVertexFrom(BaVertex* vertex, int /*i*/, BtScanner& in) {
-  return vertex->scanFrom(in) || Ba_Fail("Unable to read vertex.");
+  return vertex->scanFrom(in) || BtFail("Unable to read vertex.");
 }
 
 void BaVertexElement::_printVertexOn(const BaVertex& vertex, int /*i*/, std::ostream& os) const {
@@ -44,7 +44,7 @@ void BaVertexElement::_printVertexOn(const BaVertex& vertex, int /*i*/, std::ost
 }
 
 bool BaVertexElement::_scanCount(BtScanner& in, const char* message, int* count) {
-  return (in.readInt(count) && *count >= 0) || Ba_Fail(message);
+  return (in.readInt(count) && *count >= 0) || BtFail("%s", message);
 }
 
 bool BaVertexElement::_scanVertices(BtScanner& in, int count) {

@@ -142,8 +142,7 @@ class Ba_MotionReader {
 };
 
 bool Ba_MotionReader::_fail(const BtStr& text) {
-  theExceptObj.set(BtFormat("%s:%d: ", static_cast<const char*>(_name), _lines.number()) + text);
-  return false;
+  return BtFail(BtFormat("%s:%d: ", static_cast<const char*>(_name), _lines.number()) + text);
 }
 
 bool Ba_MotionReader::_failField(std::size_t column, FieldFault fault, std::string_view field) {
@@ -180,10 +179,7 @@ bool Ba_MotionReader::_readHeader() {
     Line line;
     bool is_end = false;
     if (!_nextLine(&line, &is_end)) return false;
-    if (is_end) {
-      theExceptObj.set("%s: there is no header line", static_cast<const char*>(_name));
-      return false;
-    }
+    if (is_end) return BtFail("%s: there is no header line", static_cast<const char*>(_name));
     std::string_view text = line.view();
     if (_lines.number() == 1 && text.starts_with(kByteOrderMark)) {
       text.remove_prefix(kByteOrderMark.size());
@@ -319,10 +315,7 @@ bool BaMotion::scanFrom(std::istream& is, const BtStr& name, const Reading& how)
 bool BaMotion::read(const BtStr& file, const Reading& how) {
   clear();
   BtInputFile input(file);
-  if (!input.isOpen()) {
-    theExceptObj.set("Unable to open file '%s'.", static_cast<const char*>(file));
-    return false;
-  }
+  if (!input.isOpen()) return BtFail("Unable to open file '%s'.", static_cast<const char*>(file));
   BaMotion motion;
   const bool scanned = Ba_MotionReader(input.stream(), file, how, &motion).read();
   const bool was_told = !scanned && BtError();

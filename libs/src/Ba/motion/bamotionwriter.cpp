@@ -82,6 +82,5 @@ bool BaMotion::save(const char* file) const {
     printOn(output.stream());
     if (output.close()) return true;
   }
-  theExceptObj.set("Unable to write file '%s'.", file);
-  return false;
+  return BtFail("Unable to write file '%s'.", file);
 }

@@ -1,0 +1,153 @@
+// Messages of readers say where: file, line, column, and who includes the file.
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "main/runprogram.h"
+#include "tool/runtool.h"
+#include "where.h"
+
+namespace {
+
+const std::string kLegacy =
+    "Zov Graphic Model File\nv1.30\nX\n root\n 1\n p\n 0\n 1 0 0 0 1 0 0 0 1 0 0 0\n"
+    "M 1 skin\n3 1 1 1\n0\n";
+const std::string kDocument = "Zov Graphic Model File\nv2.00\n# words\n\n";
+const std::string kBody =
+    "BODY {   # the root\n\n  # inside\n\tNAME: root\n\tCOORDINATE_SYSTEM { # of "
+    "it\n\t\tTRANSLATION: "
+    "0 0 0\n\t\tROTATION: 0 0 0 X Y Z\n\t}\n\tPARENT_NAME: GLOBAL\n}\n";
+const std::string kMaterial = "MATERIAL {\n  NAME: skin\n}\n";
+const std::string kMapping = "Zov Graphic Mapping File\nv1.0\n6\n";
+const std::string kMap = "1\n1 2 3 6 5 4\n1 2 3 4 5 6\n";
+
+std::string Geometry(const std::string& lists) {
+  return kDocument + kBody + kMaterial +
+         "VERTICES {\n NAME: v\n COORDINATES {\n  0 0 0 # a\n  1 0 0\n  1 1 0\n }\n}\n"
+         "GEOMETRY {\n BODY: root\n VERTICES: v\n MATERIAL_GROUP {\n  MATERIAL: skin\n" +
+         lists + " }\n}\n";
+}
+
+std::string Replaced(std::string text, const std::string& from, const std::string& to) {
+  return text.replace(text.find(from), from.size(), to);
+}
+
+// The texts hold an "@" where the message has to point; it is no part of the file.
+const struct WhereCase {
+  std::string text;
+  const char* words;  // of the message
+} kCases[] = {
+    {kLegacy + "F 1 1 3\n 0 0 0 -1\n 1 0 @x -1\n", "Unable to read x,y and z."},
+    {kLegacy + " @F 1 7 3\n 0 0 0 -1\n 1 0 0 -1\n 1 1 0 -1\n", "undefined material id (7)"},
+    {kLegacy + "S @P 1 1 4 0 0 0 0 0 -1 0 0 1 0 0 -1\n 0 0 1 0 0 -1 0 0 1 1 0 -1\n",
+     "Duplicate vertex removed"},
+    {kLegacy + "@Q\n", "Unknown object type 'Q'"},
+    {"@Zox\nv1.30\n", "Invalid datafile type."},
+    {"Zov Graphic Model File\nv3.00@\n", "Unsupported datafile version"},
+    {kDocument + kBody + "@NOBODY: 1\n", "Unrecognized key word \"NOBODY\""},
+    {kDocument + kBody + "@LOST\n" + kMaterial, "No ':' or '{' following tag 'LOST'"},
+    {kDocument + kBody + "@" + kBody, "Multiple bodies have name"},
+    {kDocument + Replaced(kBody, "TRANSLATION: 0", "@TRANSLATION: x"), "floating point"},
+    {Replaced(kDocument + kBody, "# words", "\r# old\r\n# words\r") + "\t@COMMENTS: a\n",
+     "Unrecognized key word"},
+    {kDocument + kBody +
+         "MATERIAL {\n NAME: a\n TEXTURE {\n  NAME: \xC3\xA4\n  S_ATTRIBUTES: a\\\n   b # }\n  "
+         "@HUE: 1\n }\n}\n",
+     "key word \"HUE\""},
+    {Replaced(Geometry(""), "  1 1 0", "  1 @x 0"), "Error reading Y coordinate."},
+    {Geometry("  POLYGONS {\n   1 2 3 # c\n\n   @2 2 2\n  }\n"), "Degenerate polygon removed."},
+    {Geometry("  POLYGONS {\n   1 2 3 # c\n   1 2 @x\n  }\n"), "Unable to read vertex index."},
+    {Geometry("  @POLYGON {\n   1 2 3\n  }\n"), "Unrecognized key word \"POLYGON\""},
+    {kMapping + "1\n" + Replaced(kMap, "5 4", "5 @x"), "Unable to read"},
+    {kMapping + "2\n" + kMap + " @" + kMap, "is specified multiple times."},
+    {kMapping + "1\n" + kMap + "MATERIAL_TEXTURE_INDEX_MAPS { # c\n 1 2\n  3 4 @x 5\n}\n", "'x'"},
+    {kMapping + "1\n" + kMap +
+         "BLEND_EFFECT_MAP {\n SLIDER_GROUP: g\n SLIDERS {\n  a 3\n  @b x\n }\n}\n",
+     "Unable to read sysvar id"},
+    {kMapping + "1\n" + kMap + "\n@INCLUDES {\n FILE_NAME: a\n}\n", "Invalid tag 'INCLUDES'"},
+};
+
+// Where the mark of a text is, as "LINE:COLUMN"; removes it.
+std::string TakeMark(std::string* text) {
+  const std::size_t mark = text->find('@');
+  text->erase(mark, 1);
+  int line = 1;
+  int column = 1;
+  for (std::size_t i = 0; i < mark; ++i) {
+    const char c = (*text)[i];
+    if (c == '\n' || (c == '\r' && (*text)[i + 1] != '\n')) {
+      ++line;
+      column = 1;
+    } else if (c != '\r' && (static_cast<unsigned char>(c) & 0xC0) != 0x80) {
+      ++column;
+    }
+  }
+  return std::to_string(line) + ":" + std::to_string(column);
+}
+
+TEST(Where, MessagesOfReadersPointAtTheFault) {
+  const TestFolder folder;
+  for (const WhereCase& row : kCases) {
+    std::string text = row.text;
+    const std::string mark = TakeMark(&text);
+    const std::string file = folder.write("text", text);
+    const std::string err = RunTool({"info", file}).err;
+    const std::string start = file + ":" + mark + ": ";
+    std::istringstream lines(err);
+    bool found = false;
+    for (std::string line; std::getline(lines, line);) {
+      found = found || (line.starts_with(start) && line.find(row.words) != std::string::npos);
+    }
+    EXPECT_TRUE(found) << mark << " " << row.words << "\n" << err;
+  }
+}
+
+TEST(Where, IncludedFilesAreNamedWithThoseThatIncludeThem) {
+  const TestFolder folder;
+  const std::string model_include = kDocument + "INCLUDE {\nFILE_NAME: ";
+  const std::string map_include = kMapping + "1\n" + kMap + "INCLUDE {\nFILE_NAME: ";
+  for (const auto& [include, text] :
+       {std::pair{model_include, kDocument + Replaced(kBody, "PARENT", "@PARANT")},
+        std::pair{map_include, kMapping + "1\n" + Replaced(kMap, "5 4", "5 @x")}}) {
+    std::string faulty = text;
+    const std::string mark = TakeMark(&faulty);
+    const std::string last = folder.write("last", faulty);
+    const std::string middle = folder.write("middle", include + last + "\n}\n");
+    const std::string first = folder.write("first", include + middle + "\n}\n");
+    const auto where =
+        nlohmann::json::parse(RunTool({"info", "--json", first}).out)["files"][0]["where"];
+    EXPECT_EQ(where["file"], last);
+    EXPECT_EQ(where["line"].dump() + ":" + where["column"].dump(), mark);
+    EXPECT_EQ(where["included_by"], nlohmann::json({middle, first}));
+    const std::string err = RunTool({"info", first}).err;
+    EXPECT_NE(err.find(last + ":" + mark + ": error: "), std::string::npos) << err;
+    EXPECT_NE(err.find(" (included by " + middle + ", by " + first + ")\n"), std::string::npos);
+  }
+}
+
+TEST(Where, FindingsThatReadersMadeHaveIt) {
+  const TestFolder folder;
+  const std::string model =
+      folder.write("text.mdl", kLegacy + "F 1 1 3 0 0 0 -1 0 0 0 -1 1 0 0 -1\n");
+  const ToolResult result = RunTool({"check", model});
+  EXPECT_NE(result.out.find(model + ":12:1: warning: vertex-duplicate: "), std::string::npos)
+      << result.out;
+  const auto answer = nlohmann::json::parse(RunTool({"check", "--json", model}).out);
+  for (const auto& finding : answer["findings"]) {
+    EXPECT_EQ(finding["code"] == "vertex-duplicate", finding["where"].is_object());
+  }
+}
+
+TEST(Where, TheCaretStandsUnderTheColumn) {
+  const auto caret = [](const std::string& text, int column) {
+    return CaretText({"f", 1, column, text, {}});
+  };
+  EXPECT_EQ(caret("\t\xC3\xA4 x", 4), "   \xC3\xA4 x\n     ^\n");
+  EXPECT_EQ(caret("x", 2), "  x\n   ^\n");
+  EXPECT_EQ(caret(std::string(500, 'a') + "x" + std::string(500, 'b'), 501),
+            "  " + std::string(60, 'a') + "x" + std::string(39, 'b') + "\n  " +
+                std::string(60, ' ') + "^\n");
+  EXPECT_EQ(CaretText({}), "");
+}
+
+}  // namespace
