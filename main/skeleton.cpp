@@ -169,11 +169,8 @@ KFbxNode* CreateSkeletonNodes(GeoBodies* geo_bodies, bool* has_geometry, KFbxSce
 KFbxNode::ERotationOrder GetRotationOrder(const BaMDBody& body, const BaUnlockedMapping& mapping) {
   const BaUnlockedBodyMap* body_map = body.hasId() ? mapping.bodyMap(body.id()) : nullptr;
   if (body_map == nullptr) return KFbxNode::ERotationOrder{};
-  std::string order_str;
-  for (const BaUnlockedTransform& transform : body_map->transforms()) {
-    if (!transform.isRotation()) continue;
-    order_str.insert(0, 1, static_cast<char>('X' + static_cast<int>(transform.axis())));
-  }
+  std::string order_str = body_map->rotationLetters();
+  std::reverse(order_str.begin(), order_str.end());
   const auto* order = std::find(std::begin(kRotationOrders), std::end(kRotationOrders), order_str);
   BtAssert(order != std::end(kRotationOrders), "order_str==\"ZYX\"");
   return static_cast<KFbxNode::ERotationOrder>(order - std::begin(kRotationOrders));

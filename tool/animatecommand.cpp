@@ -19,7 +19,6 @@
 #include "inputs.h"
 #include "motionfiles.h"
 #include "progress.h"
-#include "rotationorder.h"
 #include "save.h"
 #include "scene.h"
 #include "sourcefiles.h"
@@ -108,7 +107,7 @@ class Animation {
     _sources.add(_mapping.sourceFiles());
     if (!_tell(_dof_file)) return false;
     for (const BaUnlockedBodyMap* map : _mapping.bodyMaps()) {
-      const std::string letters = RotationLetters(*map);
+      const std::string letters = map->rotationLetters();
       if (letters.size() == 3 && std::set<char>(letters.begin(), letters.end()).size() == 3) {
         continue;
       }

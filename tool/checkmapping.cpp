@@ -5,7 +5,6 @@
 
 #include "Ba/bamapping.h"
 #include "checkrules.h"
-#include "rotationorder.h"
 #include "style.h"
 
 namespace {
@@ -22,7 +21,7 @@ void CheckBodyMaps(const CheckInput& input, Findings* findings) {
     if (map->bodyId() <= 0 || model.findBody(map->bodyId()) == nullptr) {
       findings->add(Kind("mapped-body-missing"), place, "the model has no body of this id");
     }
-    const std::string letters = RotationLetters(*map);
+    const std::string letters = map->rotationLetters();
     if (std::set<char>(letters.begin(), letters.end()).size() != 3 || letters.size() != 3) {
       findings->add(Kind("rotation-axes"), place,
                     "it turns about " + (letters.empty() ? "nothing" : letters));

@@ -157,13 +157,8 @@ void PrintZshKestrix(std::ostream& os) {
   os << " \\\n    '1:input mdl:_files' '2:input dof:_files' '3:output fbx:_files'\n}\n";
 }
 
-void PrintZshInfo(std::ostream& os) {
-  os << "_kestrix_tool() {\n"
-        "  local context state state_descr line\n"
-        "  typeset -A opt_args\n"
-        "  _arguments -C \\\n"
-        "    '--help[print help]' '--version[print the version]' \\\n"
-        "    '1:command:((";
+// The commands and what they do, of a group its first word.
+void PrintZshCommands(std::ostream& os) {
   const char* separator = "";
   std::string_view last;
   for (const Command& command : Commands()) {
@@ -173,38 +168,53 @@ void PrintZshInfo(std::ostream& os) {
     os << separator << last << "\\:\"" << (is_grouped ? "see its help" : command.help) << "\"";
     separator = " ";
   }
+}
+
+void PrintZshGroup(std::string_view group, const std::string& names, std::ostream& os) {
+  os << "  if [[ $command == " << group
+     << " ]]; then\n"
+        "    if ((CURRENT == 2)); then compadd "
+     << names
+     << "; return; fi\n"
+        "    command+=-$words[2]\n"
+        "    words=($words[1] ${words[3,-1]})\n"
+        "    ((CURRENT -= 1))\n"
+        "  fi\n";
+}
+
+void PrintZshArguments(const Command& command, std::ostream& os) {
+  os << "  " << KeyOf(command) << ") _arguments '--help[print help]'";
+  std::string positional = "_files";
+  for (const Argument& argument : ArgumentTable()) {
+    if (!Takes(command, argument)) continue;
+    const std::string choices = argument.choices == nullptr ? "" : argument.choices;
+    if (IsOption(argument)) {
+      PrintZshOption(OfferedName(argument), argument.max_count < 0, argument.help,
+                     argument.value == nullptr ? "" : argument.value, choices, os);
+    } else if (!choices.empty()) {
+      positional = "(" + choices + ")";
+    }
+  }
+  os << " \\\n    '*:file:" << positional << "' ;;\n";
+}
+
+void PrintZshInfo(std::ostream& os) {
+  os << "_kestrix_tool() {\n"
+        "  local context state state_descr line\n"
+        "  typeset -A opt_args\n"
+        "  _arguments -C \\\n"
+        "    '--help[print help]' '--version[print the version]' \\\n"
+        "    '1:command:((";
+  PrintZshCommands(os);
   os << "))' \\\n    '*::: :->rest'\n"
         "  [[ $state == rest ]] || return\n"
         "  words=($line[1] $words)\n"
         "  ((CURRENT += 1))\n"
         "  local command=$line[1]\n";
-  ForEachGroup([&os](std::string_view group, const std::string& names) {
-    os << "  if [[ $command == " << group
-       << " ]]; then\n"
-          "    if ((CURRENT == 2)); then compadd "
-       << names
-       << "; return; fi\n"
-          "    command+=-$words[2]\n"
-          "    words=($words[1] ${words[3,-1]})\n"
-          "    ((CURRENT -= 1))\n"
-          "  fi\n";
-  });
+  ForEachGroup(
+      [&os](std::string_view group, const std::string& names) { PrintZshGroup(group, names, os); });
   os << "  case $command in\n";
-  for (const Command& command : Commands()) {
-    os << "  " << KeyOf(command) << ") _arguments '--help[print help]'";
-    std::string positional = "_files";
-    for (const Argument& argument : ArgumentTable()) {
-      if (!Takes(command, argument)) continue;
-      const std::string choices = argument.choices == nullptr ? "" : argument.choices;
-      if (IsOption(argument)) {
-        PrintZshOption(OfferedName(argument), argument.max_count < 0, argument.help,
-                       argument.value == nullptr ? "" : argument.value, choices, os);
-      } else if (!choices.empty()) {
-        positional = "(" + choices + ")";
-      }
-    }
-    os << " \\\n    '*:file:" << positional << "' ;;\n";
-  }
+  for (const Command& command : Commands()) PrintZshArguments(command, os);
   os << "  esac\n}\n";
 }
 

@@ -44,6 +44,8 @@ class FileGatherer {
   void _gatherMaterial(const Object& object);
   void _gatherTexture(const Object& object);
   void _gatherVideo(const Object& object);
+  void _gatherInfoObject(const Object& object) { _gatherSceneInfo(object.record); }
+  void _gatherPose(const Object& object);
   [[nodiscard]] std::string_view _textOf(std::size_t parent, std::string_view name) const {
     return _file.value(_file.child(parent, name), 0).bytes;
   }
@@ -60,6 +62,15 @@ class FileGatherer {
 std::string_view NameOf(std::string_view text) { return text.substr(0, text.find('\0')); }
 
 bool FileGatherer::gather() {
+  struct Gatherer {
+    std::string_view class_name;
+    void (FileGatherer::*gather)(const Object& object);
+  };
+  static constexpr Gatherer kGatherers[] = {
+      {"Material", &FileGatherer::_gatherMaterial}, {"Texture", &FileGatherer::_gatherTexture},
+      {"Video", &FileGatherer::_gatherVideo},       {"SceneInfo", &FileGatherer::_gatherInfoObject},
+      {"Pose", &FileGatherer::_gatherPose},
+  };
   _facts->version = _file.version();
   _gatherHeader();
   _gatherObjects();
@@ -67,17 +78,17 @@ bool FileGatherer::gather() {
   _gatherNodes();
   for (const Object& object : _objects) {
     if (object.class_name == "Model" && object.kind == "Mesh" && !_gatherMesh(object)) return false;
-    if (object.class_name == "Material") _gatherMaterial(object);
-    if (object.class_name == "Texture") _gatherTexture(object);
-    if (object.class_name == "Video") _gatherVideo(object);
-    if (object.class_name == "SceneInfo") _gatherSceneInfo(object.record);
-    if (object.class_name == "Pose") {
-      _file.forEachChild(object.record, [this](std::size_t i) {
-        if (_file[i].name == "PoseNode") ++_facts->pose_nodes;
-      });
+    for (const auto& [class_name, gather] : kGatherers) {
+      if (object.class_name == class_name) (this->*gather)(object);
     }
   }
   return true;
+}
+
+void FileGatherer::_gatherPose(const Object& object) {
+  _file.forEachChild(object.record, [this](std::size_t i) {
+    if (_file[i].name == "PoseNode") ++_facts->pose_nodes;
+  });
 }
 
 std::string FileGatherer::_keyOf(const FbxReadValue& value) const {

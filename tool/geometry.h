@@ -1,6 +1,7 @@
 // Where the bodies of a model stand at rest, and walks over its faces.
 #pragma once
 
+#include <numeric>
 #include <vector>
 
 #include "Ba/bamodel.h"
@@ -20,33 +21,38 @@ inline Point PointOf(const BaVertex& vertex) {
   return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};
 }
 
+// Calls visit(element, corners) for every polygon that has three corners or more.
+template <class Polygons, class Visit>
+void ForEachPolygonFace(const Polygons& polygons, Visit visit) {
+  std::vector<int> corners;
+  for (const auto* polygon : polygons) {
+    if (polygon->numVertices() < 3) continue;
+    corners.resize(static_cast<std::size_t>(polygon->numVertices()));
+    std::iota(corners.begin(), corners.end(), 0);
+    visit(*polygon, corners);
+  }
+}
+
+// Calls visit(element, corners) for the triangles of strips that do not repeat a position.
+template <class Strips, class Visit>
+void ForEachStripFace(const Strips& strips, Visit visit) {
+  for (const auto* strip : strips) {
+    const auto& v = strip->vertices();
+    for (int i = 0; i + 2 < strip->numVertices(); ++i) {
+      if (v[i] == v[i + 1] || v[i + 1] == v[i + 2] || v[i] == v[i + 2]) continue;
+      const int odd = i % 2;  // these triangles face the other way
+      visit(*strip, std::vector<int>{i, i + 1 + odd, i + 2 - odd});
+    }
+  }
+}
+
 // Calls visit(element, corners) for every face of a body: its polygons, and the triangles of its
 // strips. Corners are positions in the element's vertices. Faces of fewer than three corners, and
 // triangles that repeat a position, are passed over.
 template <class Visit>
 void ForEachFace(const BaBody& body, Visit visit) {
-  std::vector<int> corners;
-  const auto polygons = [&](const auto& elements) {
-    for (const auto* element : elements) {
-      if (element->numVertices() < 3) continue;
-      corners.resize(static_cast<std::size_t>(element->numVertices()));
-      for (int i = 0; i < element->numVertices(); ++i) corners[static_cast<std::size_t>(i)] = i;
-      visit(*element, corners);
-    }
-  };
-  const auto strips = [&](const auto& elements) {
-    for (const auto* element : elements) {
-      const auto& v = element->vertices();
-      for (int i = 0; i + 2 < element->numVertices(); ++i) {
-        if (v[i] == v[i + 1] || v[i + 1] == v[i + 2] || v[i] == v[i + 2]) continue;
-        corners =
-            i % 2 == 0 ? std::vector<int>{i, i + 1, i + 2} : std::vector<int>{i, i + 2, i + 1};
-        visit(*element, corners);
-      }
-    }
-  };
-  polygons(body.polygons());
-  polygons(body.texturedPolygons());
-  strips(body.tMeshes());
-  strips(body.texturedTMeshes());
+  ForEachPolygonFace(body.polygons(), visit);
+  ForEachPolygonFace(body.texturedPolygons(), visit);
+  ForEachStripFace(body.tMeshes(), visit);
+  ForEachStripFace(body.texturedTMeshes(), visit);
 }

@@ -11,7 +11,6 @@
 #include "fbxfacts.h"
 #include "inputs.h"
 #include "modelfacts.h"
-#include "rotationorder.h"
 #include "style.h"
 #include "texttable.h"
 
@@ -245,7 +244,7 @@ void PrintText(const BaUnlockedMapping& mapping, std::ostream& os) {
   TextTable table;
   table.add({"body id", "rotates about", "tx", "ty", "tz", "rx", "ry", "rz"});
   for (const BaUnlockedBodyMap* map : mapping.bodyMaps()) {
-    std::vector<std::string> row = {std::to_string(map->bodyId()), RotationLetters(*map)};
+    std::vector<std::string> row = {std::to_string(map->bodyId()), map->rotationLetters()};
     for (int id = 1; id <= kBaTransformCount; ++id) {
       const BaUnlockedTransform* transform = FindTransform(map->transforms(), id);
       row.push_back(transform == nullptr ? "missing" : TransformText(*transform));

@@ -7,7 +7,6 @@
 #include "fbxfacts.h"
 #include "findings.h"
 #include "modelfacts.h"
-#include "rotationorder.h"
 
 namespace {
 
@@ -243,7 +242,7 @@ Json ToJson(const BaUnlockedMapping& mapping) {
   for (const BaUnlockedBodyMap* map : mapping.bodyMaps()) {
     bodies.push_back(
         {{"id", map->bodyId()},
-         {"rotation_order", RotationLetters(*map)},
+         {"rotation_order", map->rotationLetters()},
          {"transforms", ListOf(map->transforms(), [](const auto& t) { return JsonOf(t); })}});
   }
   Json textures = Json::array();

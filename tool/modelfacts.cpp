@@ -13,7 +13,6 @@
 #include "geometry.h"
 #include "inputs.h"
 #include "picturefile.h"
-#include "rotationorder.h"
 
 namespace {
 
@@ -116,7 +115,7 @@ void ModelGatherer::_gatherBody(const BaBody& body) {
   const BaUnlockedBodyMap* map = _mapping == nullptr ? nullptr : _mapping->bodyMap(body.id());
   if (_mapping != nullptr) facts.mapped = map != nullptr;
   if (map != nullptr) {
-    facts.rotation_order = RotationLetters(*map);
+    facts.rotation_order = map->rotationLetters();
     facts.fbx_rotation_order.assign(facts.rotation_order.rbegin(), facts.rotation_order.rend());
   }
   _gatherFaces(body, &facts);

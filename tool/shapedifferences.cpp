@@ -94,9 +94,9 @@ Shape ShapeOf(const ShapeOwner& owner) {
 }
 
 const Effects& EffectsOf(const Shape& shape, std::size_t vertex) {
-  static const Effects kNone;
+  static const Effects none;
   const auto found = shape.effects.find(vertex);
-  return found == shape.effects.end() ? kNone : found->second;
+  return found == shape.effects.end() ? none : found->second;
 }
 
 bool Contains(const Effects& a, const Effects& b, double tolerance) {

@@ -2,13 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <map>
 
 namespace {
 
 constexpr double kSimplify = 1.0;  // how far an outline may be off, in cells
-
-using Corner = std::array<int, 2>;
 
 double DistanceToLine(const Point2& p, const Point2& a, const Point2& b) {
   const double dx = b[0] - a[0];
@@ -105,22 +102,21 @@ void Silhouette::fill(const std::vector<Point2>& polygon) {
   }
 }
 
+void Silhouette::_addSides(int column, int row, Sides* sides) const {
+  if (!_isFilled(column, row)) return;
+  const Corner corners[] = {
+      {column, row}, {column + 1, row}, {column + 1, row + 1}, {column, row + 1}};
+  const Corner beside[] = {
+      {column, row - 1}, {column + 1, row}, {column, row + 1}, {column - 1, row}};
+  for (std::size_t i = 0; i < 4; ++i) {
+    if (!_isFilled(beside[i][0], beside[i][1])) sides->emplace(corners[i], corners[(i + 1) % 4]);
+  }
+}
+
 std::vector<std::vector<Point2>> Silhouette::outlines() const {
-  // Sides of filled cells toward empty ones, by their start; what is filled lies on their right.
-  std::multimap<Corner, Corner> sides;
+  Sides sides;
   for (int row = 0; row < _rows; ++row) {
-    for (int column = 0; column < _columns; ++column) {
-      if (!_isFilled(column, row)) continue;
-      const Corner corners[] = {
-          {column, row}, {column + 1, row}, {column + 1, row + 1}, {column, row + 1}};
-      const Corner beside[] = {
-          {column, row - 1}, {column + 1, row}, {column, row + 1}, {column - 1, row}};
-      for (std::size_t i = 0; i < 4; ++i) {
-        if (!_isFilled(beside[i][0], beside[i][1])) {
-          sides.emplace(corners[i], corners[(i + 1) % 4]);
-        }
-      }
-    }
+    for (int column = 0; column < _columns; ++column) _addSides(column, row, &sides);
   }
   std::vector<std::vector<Point2>> outlines;
   while (!sides.empty()) {

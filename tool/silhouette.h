@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <vector>
 
 using Point2 = std::array<double, 2>;
@@ -22,6 +23,10 @@ class Silhouette {
   [[nodiscard]] std::vector<std::vector<Point2>> outlines() const;
 
  private:
+  using Corner = std::array<int, 2>;
+  // Sides of filled cells toward empty ones, by their start; what is filled lies on their right.
+  using Sides = std::multimap<Corner, Corner>;
+
   [[nodiscard]] std::size_t _placeOf(int column, int row) const {
     return static_cast<std::size_t>(row) * static_cast<std::size_t>(_columns) +
            static_cast<std::size_t>(column);
@@ -30,6 +35,8 @@ class Silhouette {
     return column >= 0 && row >= 0 && column < _columns && row < _rows &&
            _cells[_placeOf(column, row)] != 0;
   }
+  // The sides of a cell toward empty ones, where it is filled.
+  void _addSides(int column, int row, Sides* sides) const;
   void _fillRun(int row, double first, double last);
   void _fillEdge(const Point2& a, const Point2& b);
 

@@ -12,7 +12,6 @@
 #include "Bt/bthash.h"
 #include "geometry.h"
 #include "inputs.h"
-#include "rotationorder.h"
 #include "silhouette.h"
 #include "utf8.h"
 
@@ -65,25 +64,23 @@ std::string Rounded(double value) {
   return number == "-0" ? "0" : number;
 }
 
-std::string Place(const Point2& p) { return Rounded(p[0]) + " " + Rounded(p[1]); }
+std::string PointText(const Point2& p) { return Rounded(p[0]) + " " + Rounded(p[1]); }
+
+std::string EscapedByte(char c, bool is_utf8) {
+  if (c == '&') return "&amp;";
+  if (c == '<') return "&lt;";
+  if (c == '>') return "&gt;";
+  const auto byte = static_cast<unsigned char>(c);
+  if (byte < ' ' || byte == 0x7F) return "?";
+  if (byte < 0x80 || is_utf8) return {c};
+  return {static_cast<char>(0xC0 | (byte >> 6)), static_cast<char>(0x80 | (byte & 0x3F))};
+}
 
 // Text of a name for XML: what is no UTF-8 is taken as Latin-1, and what XML cannot hold as "?".
 std::string Escaped(std::string_view text) {
   const bool is_utf8 = IsUtf8(text);
   std::string escaped;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (c == '&' || c == '<' || c == '>') {
-      escaped += c == '&' ? "&amp;" : c == '<' ? "&lt;" : "&gt;";
-    } else if (byte < ' ' || byte == 0x7F) {
-      escaped += '?';
-    } else if (byte >= 0x80 && !is_utf8) {
-      escaped += static_cast<char>(0xC0 | (byte >> 6));
-      escaped += static_cast<char>(0x80 | (byte & 0x3F));
-    } else {
-      escaped += c;
-    }
-  }
+  for (const char c : text) escaped += EscapedByte(c, is_utf8);
   return escaped;
 }
 
@@ -163,7 +160,7 @@ void Drawing::_addJoints(const BaModel& model, const BaUnlockedMapping* mapping)
                    body->parentId() == 0 ? -1 : indices[body->parentId()],
                    Shortened(Text(body->name())),
                    mapping == nullptr || map != nullptr};
-    if (map != nullptr) joint.label += " " + RotationLetters(*map);
+    if (map != nullptr) joint.label += " " + map->rotationLetters();
     indices[body->id()] = static_cast<int>(_joints.size());
     const bool finite = std::all_of(joint.place.begin(), joint.place.end(),
                                     [](double v) { return std::fabs(v) < 1e30; });
@@ -208,7 +205,7 @@ void Drawing::_printOutline(const View& view, const Point2& origin, std::ostream
   for (const std::vector<Point2>& outline : silhouette.outlines()) {
     const char* step = "M";
     for (const Point2& p : outline) {
-      os << step << Place({origin[0] + p[0], origin[1] + p[1]});
+      os << step << PointText({origin[0] + p[0], origin[1] + p[1]});
       step = "L";
     }
     os << "Z";
@@ -224,8 +221,8 @@ void Drawing::_printBones(const View& view, const Point2& origin, std::ostream& 
   os << "<path class=\"bones\" d=\"";
   for (const Joint& joint : _joints) {
     if (joint.parent < 0) continue;
-    os << "M" << Place(place(_joints[static_cast<std::size_t>(joint.parent)])) << "L"
-       << Place(place(joint));
+    os << "M" << PointText(place(_joints[static_cast<std::size_t>(joint.parent)])) << "L"
+       << PointText(place(joint));
   }
   os << "\"/>\n";
   for (const bool mapped : {true, false}) {
@@ -257,7 +254,7 @@ void Drawing::_printColumn(std::vector<Label> labels, double x, bool leftward, d
   }
   for (const Label& label : labels) {
     const double edge = leftward ? x - 2 : x + 2;
-    os << "<path class=\"leader\" d=\"M" << Place(label.joint) << "L" << Place({x, label.y})
+    os << "<path class=\"leader\" d=\"M" << PointText(label.joint) << "L" << PointText({x, label.y})
        << "\"/><text x=\"" << Rounded(edge) << "\" y=\"" << Rounded(label.y + 3) << "\""
        << (leftward ? " text-anchor=\"end\"" : "") << ">" << Escaped(label.text) << "</text>\n";
   }

@@ -68,7 +68,7 @@ class SceneWalk {
     while (!places.empty()) {
       const Place place = places.back();
       places.pop_back();
-      const int id = visit(*place.node, place.parent);
+      const int id = _visit(*place.node, place.parent);
       for (int i = place.node->GetChildCount(); i-- > 0;) {
         places.push_back({place.node->GetChild(i), id});
       }
@@ -85,9 +85,9 @@ class SceneWalk {
   };
 
   // Answers the id of the body that the node's children hang under.
-  int visit(const KFbxNode& node, int parent) {
+  int _visit(const KFbxNode& node, int parent) {
     if (node.GetMesh() != nullptr) {
-      meshes.push_back({{"body", parent}, {"sliders", slidersOf(*node.GetMesh())}});
+      meshes.push_back({{"body", parent}, {"sliders", _slidersOf(*node.GetMesh())}});
       return parent;
     }
     const BaMDBody* body =
@@ -101,19 +101,19 @@ class SceneWalk {
   }
 
   // The places, in the list of all sliders, of those that move the mesh, in the order of the file.
-  [[nodiscard]] Json slidersOf(const KFbxMesh& mesh) const {
+  [[nodiscard]] Json _slidersOf(const KFbxMesh& mesh) const {
     Json places = Json::array();
     for (int i = 0; i < mesh.GetDeformerCount(); ++i) {
       const auto* shapes = dynamic_cast<const KFbxBlendShape*>(mesh.GetDeformer(i));
       if (shapes == nullptr) continue;
       for (int k = 0; k < shapes->GetBlendShapeChannelCount(); ++k) {
-        places.push_back(placeOf(shapes->GetName(), shapes->GetBlendShapeChannel(k)->GetName()));
+        places.push_back(_placeOf(shapes->GetName(), shapes->GetBlendShapeChannel(k)->GetName()));
       }
     }
     return places;
   }
 
-  [[nodiscard]] int placeOf(const std::string& group_name, const std::string& slider_name) const {
+  [[nodiscard]] int _placeOf(const std::string& group_name, const std::string& slider_name) const {
     int place = 0;
     for (const BaMDSliderGroup* group : _source.model_data.sliderGroups()) {
       for (const BtStr& slider : group->sliders()) {

@@ -5,6 +5,7 @@
 #include <array>
 #include <istream>
 #include <memory>
+#include <string>
 
 #include "Ba/baframe.h"
 #include "Ba/bakey.h"
@@ -70,7 +71,10 @@ class BaUnlockedBodyMap {
   [[nodiscard]] int yRotSysVarId() const { return yRotation().sysVarId(); }
   [[nodiscard]] int zRotSysVarId() const { return zRotation().sysVarId(); }
 
-  // The axes of the three rotations in the order in which they are applied, X = 1, Y = 2, Z = 3.
+  // The axes of the rotations in the order in which they are applied, such as "ZYX". A body map
+  // that does not turn about each axis once has other letters.
+  [[nodiscard]] std::string rotationLetters() const;
+  // The same of three rotations as numbers, X = 1, Y = 2, Z = 3.
   // Each asserts that the answer has three places and the body exactly three rotations.
   void getRotOrder(BtArray<int>* order) const;
   void getAngleSequence(int (*sequence)[3]) const;

@@ -266,6 +266,7 @@ class BaModel {
   // For a name that a body had.
   void _unindexBody(const BaBody* body, const BtStr& name);
   void _linkBody(BaBody* body);
+  void _moveBodies(const BtMap<int, int>& new_ids);
   void _renumberBodyReferences(const BtHashMap<int, int>& new_ids);
   void _removeElementsOf(BaBody* body);
   void _removeReferencesTo(const BaBody& body);

@@ -33,6 +33,7 @@ class BaModelCombine {
   bool _addBody(const BaBody& body, long long body_id_offset, const BtStr& body_name_suffix);
   void _addMaterial(const BaMaterial& material, Names* names);
   void _addSliderGroup(const BaMDSliderGroup& group, Names* names);
+  void _addElements(const BaModel& source, const Names& names);
   void _addMuscle(const BaMuscle& muscle, const Names& names);
   template <class Element>
   std::unique_ptr<Element> _copy(const Element& element, const Names& names) const;

@@ -127,6 +127,8 @@ class BaModelData_PolySet {
   int parent_id;
 
  private:
+  template <class Elements, class Add>
+  void _addPolygons(const Elements& polygons, Add add);
   template <class Elements>
   void _expectNext(const Elements& elements, int i) const;
   // The vertex at a position, -1 where it is none of those that are likely.

@@ -20,15 +20,15 @@ enum class BtSortDirection { Ascending, Descending };
 // Elements that may move with their memory: a copy of the bytes is the element, and the old place
 // is forgotten.
 template <class T>
-inline constexpr bool BtIsRelocatable = std::is_trivially_copyable_v<T>;
+inline constexpr bool kBtIsRelocatable = std::is_trivially_copyable_v<T>;
 template <class T>
-inline constexpr bool BtIsRelocatable<std::unique_ptr<T>> = true;
+inline constexpr bool kBtIsRelocatable<std::unique_ptr<T>> = true;
 
 // Elements that are nothing but zero bytes at first, so that untouched memory holds them.
 template <class T>
-inline constexpr bool BtIsZeroAtFirst = std::is_arithmetic_v<T> || std::is_pointer_v<T>;
+inline constexpr bool kBtIsZeroAtFirst = std::is_arithmetic_v<T> || std::is_pointer_v<T>;
 template <class T>
-inline constexpr bool BtIsZeroAtFirst<std::unique_ptr<T>> = true;
+inline constexpr bool kBtIsZeroAtFirst<std::unique_ptr<T>> = true;
 
 // An array whose size is set by whoever owns it; indices are 0-based ints.
 template <class T>
@@ -116,7 +116,7 @@ class BtArray {
 
   // Grows to `n` elements in a block that is zero, of which only what is not zero is written.
   void _growSparsely(int n) {
-    static_assert(BtIsZeroAtFirst<T>);
+    static_assert(kBtIsZeroAtFirst<T>);
     BtAssert(n >= _size, "n>=_size");
     T* const block = static_cast<T*>(BtZeroedOrExit(static_cast<std::size_t>(n), kElementSize));
     for (int i = 0; i < _size; ++i) {
@@ -167,7 +167,7 @@ class BtArray {
     if (n == 0) {
       _freeBlock();
       _elements = nullptr;
-    } else if (!_in_arena && BtIsRelocatable<T>) {
+    } else if (!_in_arena && kBtIsRelocatable<T>) {
       _elements =
           static_cast<T*>(BtReallocOrExit(_elements, static_cast<std::size_t>(n), kElementSize));
     } else if (!_in_arena || n > _size) {
@@ -344,7 +344,7 @@ class BtDynArray {
     long long grown = _capacity == 0 ? kFirstCapacity : _capacity;
     while (grown < size) grown *= 2;
     const int capacity = static_cast<int>(std::min<long long>(grown, kMaxSize));
-    if constexpr (BtIsRelocatable<T>) {
+    if constexpr (kBtIsRelocatable<T>) {
       _elements = static_cast<T*>(
           BtReallocOrExit(_elements, static_cast<std::size_t>(capacity), sizeof(T)));
     } else {

@@ -32,6 +32,7 @@ class BtFlatMap {
   }
 
   // The entry of a key, and true where it is new.
+  // NOLINTNEXTLINE(readability-identifier-naming): the standard's name.
   std::pair<iterator, bool> try_emplace(const Key& key, Value value = Value()) {
     const auto count = static_cast<int>(_entries.size());
     const int place = _places.findOrInsert(Hash()(key), _has(key), count);

@@ -1,5 +1,7 @@
 #include "btfloattext.h"
 
+#include <clocale>
+#include <cstdlib>
 #include <limits>
 
 std::to_chars_result BtFloatToChars(char* first, char* last, float value) {
@@ -12,4 +14,9 @@ std::to_chars_result BtFloatToChars(char* first, char* last, float value) {
   if (!BtNarrow(number, &read) || read == value) return shortest;
   return std::to_chars(first, last, value, std::chars_format::general,
                        std::numeric_limits<float>::max_digits10);
+}
+
+double BtStrToD(const char* text, char** end) {
+  static const locale_t classic = newlocale(LC_ALL_MASK, "C", nullptr);
+  return strtod_l(text, end, classic);
 }

@@ -1,4 +1,5 @@
-// Floats and their texts. Readers take a number as a double and narrow it, as a stream would.
+// Floating point numbers and their texts, by the rules of the "C" locale. Readers take a number as
+// a double and narrow it, as a stream would.
 #pragma once
 
 #include <charconv>
@@ -14,3 +15,6 @@ inline bool BtNarrow(double number, float* value) {
 // Writes the shortest text that a reader takes for the same float; "C" locale, no terminating zero.
 // 16 characters are enough for any.
 std::to_chars_result BtFloatToChars(char* first, char* last, float value);
+
+// std::strtod with a point before the decimals, whatever locale the process has chosen.
+double BtStrToD(const char* text, char** end);

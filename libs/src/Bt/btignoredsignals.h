@@ -6,8 +6,16 @@
 
 class BtIgnoredSignals {
  public:
-  BtIgnoredSignals();
-  ~BtIgnoredSignals();
+  BtIgnoredSignals() {
+    struct sigaction ignore {};
+    ignore.sa_handler = SIG_IGN;
+    sigaction(SIGPIPE, &ignore, &_pipe);
+    sigaction(SIGXFSZ, &ignore, &_file_size);
+  }
+  ~BtIgnoredSignals() {
+    sigaction(SIGPIPE, &_pipe, nullptr);
+    sigaction(SIGXFSZ, &_file_size, nullptr);
+  }
   BtIgnoredSignals(const BtIgnoredSignals&) = delete;
   BtIgnoredSignals& operator=(const BtIgnoredSignals&) = delete;
 

@@ -6,7 +6,6 @@
 #include "Bt/btscan.h"
 #include "btdigits.h"
 #include "btfloattext.h"
-#include "btstrtod.h"
 
 namespace {
 
@@ -33,6 +32,14 @@ bool ReadFront(BtStr* str, Read read) {
   return true;
 }
 
+// What is out of range is too large for an int, but may be too small for a double, where it is as
+// good as 0. False where it is too large.
+bool RoundToZero(std::string_view /*digits*/, const int* /*number*/) { return false; }
+bool RoundToZero(std::string_view digits, double* number) {
+  *number = BtStrToD(std::string(digits).c_str(), nullptr);
+  return !std::isinf(*number);
+}
+
 // Parses the number at the front of `text`, a "+" allowed. It may not run into a letter, "_" or
 // ".", so that 12abc or 1.2.3 is no number, but 12/7 begins with one.
 template <class Number>
@@ -46,14 +53,8 @@ std::errc ParseNumber(std::string_view* text, Number* number) {
   const auto [stop, error] = std::from_chars(digits.data(), end, *number);
   if (error == std::errc::invalid_argument) return error;
   if (stop != end && (IsNameStart(*stop) || *stop == '.')) return std::errc::invalid_argument;
-  if (error == std::errc::result_out_of_range) {
-    if constexpr (std::is_floating_point_v<Number>) {
-      // Told apart here: too large stays an error, too small is as good as 0.
-      *number = BtStrToD(std::string(digits.data(), stop).c_str(), nullptr);
-      if (std::isinf(*number)) return error;
-    } else {
-      return error;
-    }
+  if (error == std::errc::result_out_of_range && !RoundToZero({digits.data(), stop}, number)) {
+    return error;
   }
   text->remove_prefix(static_cast<std::size_t>(stop - text->data()));
   return {};

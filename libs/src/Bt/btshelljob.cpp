@@ -73,6 +73,15 @@ void Collect(pid_t pid) {
   }
 }
 
+// How many milliseconds to wait until the next question; negative when the time is over.
+int TimeToQuestion(std::chrono::steady_clock::time_point start, int milliseconds) {
+  if (milliseconds == Bt_ShellJob::kForever) return kQuestionMs;
+  const auto passed =
+      std::chrono::ceil<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+  if (passed.count() > milliseconds) return -1;
+  return std::min(kQuestionMs, milliseconds - static_cast<int>(passed.count()) + 1);
+}
+
 }  // namespace
 
 Bt_ShellJob::~Bt_ShellJob() {
@@ -121,23 +130,17 @@ bool Bt_ShellJob::_send(Message kind, const char* text) const {
 }
 
 Bt_ShellJob::Event Bt_ShellJob::waitFor(int fd, short events, int milliseconds) const {
-  using std::chrono::steady_clock;
-  const auto start = steady_clock::now();
+  const auto start = std::chrono::steady_clock::now();
+  const int channel = _is_over ? -1 : _channel;
   for (;;) {
     if (theExceptObj.cancelAsked()) return Event::Canceled;
-    int slice = kQuestionMs;
-    if (milliseconds != kForever) {
-      const auto passed = std::chrono::ceil<std::chrono::milliseconds>(steady_clock::now() - start);
-      if (passed.count() > milliseconds) return Event::Late;
-      slice = std::min(slice, milliseconds - static_cast<int>(passed.count()) + 1);
+    const int wait = TimeToQuestion(start, milliseconds);
+    if (wait < 0) return Event::Late;
+    std::array<pollfd, 2> files = {{{fd, events, 0}, {channel, POLLIN, 0}}};
+    if (poll(files.data(), files.size(), _is_over ? 0 : wait) > 0) {
+      return files[0].revents != 0 ? Event::Ready : Event::Over;
     }
-    std::array<pollfd, 2> files = {{{fd, events, 0}, {_is_over ? -1 : _channel, POLLIN, 0}}};
-    if (_is_over) slice = 0;
-    if (poll(files.data(), files.size(), slice) <= 0) {
-      if (_is_over) return Event::Over;
-      continue;
-    }
-    return files[0].revents != 0 ? Event::Ready : Event::Over;
+    if (_is_over) return Event::Over;
   }
 }
 

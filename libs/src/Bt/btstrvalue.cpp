@@ -15,7 +15,6 @@
 #include "Bt/btscan.h"
 #include "Bt/btstr.h"
 #include "btfloattext.h"
-#include "btstrtod.h"
 
 namespace {
 
@@ -59,6 +58,27 @@ constexpr BoolWord kBoolWords[] = {{"1", true},  {"TRUE", true},   {"ON", true},
                                    {"0", false}, {"FALSE", false}, {"OFF", false}, {"NO", false}};
 
 std::strong_ordering ToOrdering(int order) { return order <=> 0; }
+
+// Takes what the buffer holds of a line; `first` is the next character, which is all that a stream
+// without a buffer shows. True when the line's end was taken, too.
+bool TakePiece(std::streambuf* buf, char first, BtStr* line) {
+  const char* start = Bt_GetArea::next(buf);
+  const char* end = Bt_GetArea::end(buf);
+  const bool unbuffered = start == end;
+  if (unbuffered) {
+    start = &first;
+    end = start + 1;
+  }
+  const char* const newline = std::find(start, end, '\n');
+  const bool ended = newline != end;
+  line->append(std::string_view(start, static_cast<std::size_t>(newline - start)));
+  if (unbuffered) {
+    buf->sbumpc();
+  } else {
+    Bt_GetArea::moveTo(buf, ended ? newline + 1 : end);
+  }
+  return ended;
+}
 
 }  // namespace
 
@@ -127,28 +147,12 @@ void BtStr::scanLine(std::istream& is) {
   const std::istream::sentry ready(is, true);
   bool ended = !ready;
   while (!ended) {
-    std::streambuf* const buf = is.rdbuf();
-    const int c = buf->sgetc();
+    const int c = is.rdbuf()->sgetc();
     if (c == std::char_traits<char>::eof()) {
       is.setstate(line.isNull() ? std::ios::eofbit | std::ios::failbit : std::ios::eofbit);
       break;
     }
-    const char single = std::char_traits<char>::to_char_type(c);
-    const char* start = Bt_GetArea::next(buf);
-    const char* end = Bt_GetArea::end(buf);
-    const bool unbuffered = start == end;
-    if (unbuffered) {
-      start = &single;
-      end = start + 1;
-    }
-    const char* const newline = std::find(start, end, '\n');
-    ended = newline != end;
-    line.append(std::string_view(start, static_cast<std::size_t>(newline - start)));
-    if (unbuffered) {
-      buf->sbumpc();
-    } else {
-      Bt_GetArea::moveTo(buf, ended ? newline + 1 : end);
-    }
+    ended = TakePiece(is.rdbuf(), std::char_traits<char>::to_char_type(c), &line);
   }
   if (line.isNull() && !is.eof()) line = "";  // the stream failed before
   *this = std::move(line);

@@ -63,23 +63,24 @@ BaModelData_PolySet::BaModelData_PolySet(const BaBody* body)
   _by_coordinates.reserve(n_vertices);
   _vertices.reserve(n_vertices);
   _before.reserve(n_vertices);
-  for (int i = 0; i < body->polygons().size(); ++i) {
-    const BaPolygon* polygon = body->polygons()[i];
-    BtAssert(polygon->isValid(), "body->polygons()[num]->isValid()");
-    _expectNext(body->polygons(), i);
-    if (polygon->numVertices() >= kFewestVertices) addPolygon(*polygon);
-  }
-  for (int i = 0; i < body->texturedPolygons().size(); ++i) {
-    const BaTexturedPolygon* polygon = body->texturedPolygons()[i];
-    BtAssert(polygon->isValid(), "body->texturedPolygons()[num]->isValid()");
-    _expectNext(body->texturedPolygons(), i);
-    if (polygon->numVertices() >= kFewestVertices) addTexturedPolygon(*polygon);
-  }
+  _addPolygons(body->polygons(), [this](const BaPolygon& polygon) { addPolygon(polygon); });
+  _addPolygons(body->texturedPolygons(),
+               [this](const BaTexturedPolygon& polygon) { addTexturedPolygon(polygon); });
   for (const BaTMesh* mesh : body->tMeshes()) {
     if (mesh->numVertices() >= kFewestVertices) addTMesh(*mesh);
   }
   for (const BaTexturedTMesh* mesh : body->texturedTMeshes()) {
     if (mesh->numVertices() >= kFewestVertices) addTexturedTMesh(*mesh);
+  }
+}
+
+// Calls add(polygon) for the polygons that have a face.
+template <class Elements, class Add>
+void BaModelData_PolySet::_addPolygons(const Elements& polygons, Add add) {
+  for (int i = 0; i < polygons.size(); ++i) {
+    BtAssert(polygons[i]->isValid(), "body->polygons()[num]->isValid()");
+    _expectNext(polygons, i);
+    if (polygons[i]->numVertices() >= kFewestVertices) add(*polygons[i]);
   }
 }
 
@@ -178,15 +179,13 @@ void BaModelData_PolySet::_cutStrip(const BaTMesh& mesh, BaModelData_PolyList* l
   const int count = strip.size();
   for (int begin = 0, end = 0; begin < count; begin = end) {
     end = _endOfPiece(strip, begin);
-    int first = begin;
     // The triangles at odd places face the other way, so one of them cannot begin a strip as it is.
-    if (begin % 2 != 0 && end - begin >= kCornersOfTriangle) {
-      ++first;
-      if (!_areMerged(strip[begin], strip[begin + 2])) {
-        for (const int i : {begin + 1, begin, begin + 2}) push(i);
-        list->end(mesh.materialId());
-      }
+    const bool begins_odd = begin % 2 != 0 && end - begin >= kCornersOfTriangle;
+    if (begins_odd && !_areMerged(strip[begin], strip[begin + 2])) {
+      for (const int i : {begin + 1, begin, begin + 2}) push(i);
+      list->end(mesh.materialId());
     }
+    const int first = begins_odd ? begin + 1 : begin;
     const bool is_whole = end - first == count;
     if (end - first < kCornersOfTriangle && !is_whole) continue;
     for (int i = first; i < end; ++i) push(i);

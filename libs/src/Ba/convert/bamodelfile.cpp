@@ -1,4 +1,5 @@
-// Where models come in: files, streams, and the choice between the two forms of text.
+// Models in files and streams: the choice between the two forms of text in reading, and writing,
+// always as documents.
 
 #include <istream>
 
@@ -57,4 +58,21 @@ void BaModel::_scanDocumentFrom(std::istream& is, const BtStr& directory, const 
   BaModelData data;
   if (data.scan(is, directory, true, file_name)) data.moveTo(this);
   _source_files = data.sourceFiles();
+}
+
+void BaModel::save(const char* file_name) const {
+  BtAssert(!BtError(), "!BtError()");
+  BtAssert(file_name != nullptr, "file_name");
+  BaModelData data;
+  if (!data.fillFrom(*this, true)) {
+    theExceptObj.set("Unable to convert to zov format v2.0.");
+    return;
+  }
+  if (!data.save(file_name)) return;
+  const int n_lights = _lights.count() + _lighting_models.count();
+  if (n_lights + _muscles.count() == 0) return;
+  BtWarn(BtCode("left-out"),
+         "Lights and lighting models (%d) and muscles (%d) have no form in a model document.  They "
+         "are left out.",
+         n_lights, _muscles.count());
 }

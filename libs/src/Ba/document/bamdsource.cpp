@@ -30,6 +30,20 @@ char AfterBrace(const char* brace, const char* end) {
   return p == end || *p == '\n' ? '\0' : *p;
 }
 
+// What a brace or a backslash in a block is to it. Others are for the reader that knows comments
+// and escaped line ends.
+enum class BlockRole { Opens, Closes, Text, Other };
+
+BlockRole RoleOf(const char* c, const char* end) {
+  if (*c == '\\') {
+    return c + 1 != end && c[1] == '\n' ? BlockRole::Other : BlockRole::Text;
+  }
+  const char after = AfterBrace(c, end);
+  if (after == '#') return BlockRole::Other;
+  if (*c == '{') return after == '\0' ? BlockRole::Opens : BlockRole::Text;
+  return after == '\0' ? BlockRole::Closes : BlockRole::Other;
+}
+
 }  // namespace
 
 const char* BaMDSource::Finder::find(const char* from, const char* end) {
@@ -128,15 +142,10 @@ const char* BaMDSource::_findBlockEnd(const char* begin) {
     const char* const backslash = _backslash.find(p, _end);
     p = std::min({open, close, backslash});
     if (p == _end) return nullptr;
-    if (p == backslash) {
-      if (p + 1 != _end && p[1] == '\n') return nullptr;
-    } else {
-      const char after = AfterBrace(p, _end);
-      if (after == '#' || (p == close && after != '\0')) return nullptr;
-      if (p == close) --depth;
-      if (p == open && after == '\0') ++depth;
-      if (depth == 0) return p;
-    }
+    const BlockRole role = RoleOf(p, _end);
+    if (role == BlockRole::Other) return nullptr;
+    if (role == BlockRole::Opens) ++depth;
+    if (role == BlockRole::Closes && --depth == 0) return p;
     ++p;
   }
 }

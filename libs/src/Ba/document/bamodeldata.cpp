@@ -14,6 +14,13 @@ Value* Find(const BaNameMap<Value*>& by_name, const BtStr& name) {
   return found == by_name.end() ? nullptr : found->second;
 }
 
+// Flex effects follow the body with the name image(name) instead; others stay.
+template <class Image>
+void ChangeFollowedBody(Image image, BaMDVertexEffects* effects) {
+  auto* const flex = dynamic_cast<BaMDFlexVEffects*>(effects);
+  if (flex != nullptr) flex->setBodyName(image(flex->bodyName()));
+}
+
 }  // namespace
 
 BaModelData::BaModelData() { clear(); }
@@ -162,9 +169,6 @@ void BaModelData::changeBodyNames(const BtMap<BtStr, BtStr, std::less<BtStr>>& n
     _by_body_name[geo_ptr->bodyName()].geometries.push_back(geo_ptr);
   }
   for (BaMDVertices* vertices : _vertex_sets) {
-    for (BaMDVertexEffects* effects : vertices->effects()) {
-      auto* flex = dynamic_cast<BaMDFlexVEffects*>(effects);
-      if (flex != nullptr) flex->setBodyName(image(flex->bodyName()));
-    }
+    for (BaMDVertexEffects* effects : vertices->effects()) ChangeFollowedBody(image, effects);
   }
 }

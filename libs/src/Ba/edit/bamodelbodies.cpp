@@ -163,6 +163,16 @@ void BaModel::changeBodyIds(const BtMap<int, int>& new_ids) {
     BtAssert(new_id <= kMaxBodyId);
     _growBodyTable(new_id);
   }
+  _moveBodies(new_ids);
+  _bodies_by_name.clear();
+  _n_bodies = 0;
+  for (const auto& body : _bodies) {
+    if (body != nullptr) _indexBody(body.get());
+  }
+  _renumberBodyReferences(Permutation(new_ids));
+}
+
+void BaModel::_moveBodies(const BtMap<int, int>& new_ids) {
   std::vector<std::pair<std::unique_ptr<BaBody>, int>> moved;  // with their new ids
   std::vector<BaBody*> parents;
   for (const auto& [old_id, new_id] : new_ids) {
@@ -179,12 +189,6 @@ void BaModel::changeBodyIds(const BtMap<int, int>& new_ids) {
   std::sort(parents.begin(), parents.end());
   parents.erase(std::unique(parents.begin(), parents.end()), parents.end());
   for (BaBody* const parent : parents) parent->sortChildren();
-  _bodies_by_name.clear();
-  _n_bodies = 0;
-  for (const auto& body : _bodies) {
-    if (body != nullptr) _indexBody(body.get());
-  }
-  _renumberBodyReferences(Permutation(new_ids));
 }
 
 void BaModel::_renumberBodyReferences(const BtHashMap<int, int>& new_ids) {

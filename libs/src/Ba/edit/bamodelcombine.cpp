@@ -186,26 +186,7 @@ bool BaModelCombine::add(const BaModel& source, long long body_id_offset,
   for (const std::unique_ptr<BaMDSliderGroup>& group : source.sliderGroups()) {
     _addSliderGroup(*group, &names);
   }
-  // A vertex of the source and its copy share their effects at first.
-  constexpr int kOwners = 2;
-  Ba_EffectsEdit edit([&names](BaVertexEffects& effects, int) { _renameTargets(names, &effects); },
-                      kOwners);
-  for (const auto& bone : source.bones()) _model->load(_copy(*bone, names));
-  for (const auto& polygon : source.polygons()) {
-    _model->load(_copy(*polygon, names, edit));
-  }
-  for (const auto& polygon : source.texturedPolygons()) {
-    _model->load(_copy(*polygon, names, edit));
-  }
-  for (const auto& mesh : source.tMeshes()) _model->load(_copy(*mesh, names, edit));
-  for (const auto& mesh : source.texturedTMeshes()) {
-    _model->load(_copy(*mesh, names, edit));
-  }
-  for (const auto& polygon : source.flexiblePolygons()) {
-    std::unique_ptr<BaFlexiblePolygon> copy = _copy(*polygon, names, edit);
-    copy->setOtherBodyId(Moved(polygon->otherBodyId(), body_id_offset));
-    _model->load(std::move(copy));
-  }
+  _addElements(source, names);
   for (const auto& muscle : source.muscles()) _addMuscle(*muscle, names);
   for (const auto& light : source.lights()) {
     _model->load(WithFreeId(*light, _model->lights()));
@@ -214,4 +195,24 @@ bool BaModelCombine::add(const BaModel& source, long long body_id_offset,
     _model->load(WithFreeId(*lighting_model, _model->lightingModels()));
   }
   return true;
+}
+
+void BaModelCombine::_addElements(const BaModel& source, const Names& names) {
+  // A vertex of the source and its copy share their effects at first.
+  constexpr int kOwners = 2;
+  Ba_EffectsEdit edit([&names](BaVertexEffects& effects, int) { _renameTargets(names, &effects); },
+                      kOwners);
+  const auto add_each = [&](const auto& elements) {
+    for (const auto& element : elements) _model->load(_copy(*element, names, edit));
+  };
+  for (const auto& bone : source.bones()) _model->load(_copy(*bone, names));
+  add_each(source.polygons());
+  add_each(source.texturedPolygons());
+  add_each(source.tMeshes());
+  add_each(source.texturedTMeshes());
+  for (const auto& polygon : source.flexiblePolygons()) {
+    std::unique_ptr<BaFlexiblePolygon> copy = _copy(*polygon, names, edit);
+    copy->setOtherBodyId(Moved(polygon->otherBodyId(), names.body_id_offset));
+    _model->load(std::move(copy));
+  }
 }

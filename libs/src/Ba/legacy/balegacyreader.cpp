@@ -83,7 +83,7 @@ class Reader {
     double since = 0;
     const char* unsupported = nullptr;
   };
-  static const Record kRecords[];
+  static const Record _records[];
 
   bool _nextLetter(char* letter);
   static const Record* _find(char letter);
@@ -132,7 +132,7 @@ class Reader {
   const Record* _last_record = nullptr;
 };
 
-constexpr Reader::Record Reader::kRecords[] = {
+constexpr Reader::Record Reader::_records[] = {
     {'P', &Reader::_readTexturedPolygon, &Reader::_printLastOf<&BaModel::texturedPolygons>, 1.1,
      "The datafile version (%.2f) does not supporttextured polygons.  "
      "Support for textured polygons beganwith version 1.10."},
@@ -187,7 +187,7 @@ bool Reader::_nextLetter(char* letter) {
 }
 
 const Reader::Record* Reader::_find(char letter) {
-  for (const Record& record : kRecords) {
+  for (const Record& record : _records) {
     if (record.letter == letter) return &record;
   }
   return nullptr;

@@ -1,6 +1,7 @@
 #include "Ba/babodymap.h"
 
 #include <cmath>
+#include <string_view>
 #include <utility>
 
 namespace {
@@ -32,16 +33,10 @@ const BaUnlockedTransform& AbsentTransform(int id) {
   return absent[id - 1];
 }
 
-// Stores the rotation axes of a body map in order and answers how many rotations there are, of
-// which the first three are stored.
-int StoreRotations(const BaUnlockedTransformList& transforms, int* axes) {
-  int count = 0;
-  for (const BaUnlockedTransform& transform : transforms) {
-    if (!transform.isRotation()) continue;
-    if (count < 3) axes[count] = static_cast<int>(transform.axis()) + 1;
-    ++count;
-  }
-  return count;
+// Stores the numbers of three axes, or of as many as there are, and answers how many those are.
+int StoreAxes(std::string_view letters, int* axes) {
+  for (const char letter : letters.substr(0, 3)) *axes++ = letter - 'X' + 1;
+  return static_cast<int>(letters.size());
 }
 
 }  // namespace
@@ -109,21 +104,30 @@ void BaUnlockedBodyMap::setTransform(int id, const BaUnlockedTransform& transfor
   if (!replaced) _transforms.append(transform);
 }
 
+std::string BaUnlockedBodyMap::rotationLetters() const {
+  std::string letters;
+  for (const BaUnlockedTransform& transform : _transforms) {
+    if (!transform.isRotation()) continue;
+    letters += static_cast<char>('X' + static_cast<int>(transform.axis()));
+  }
+  return letters;
+}
+
 void BaUnlockedBodyMap::getRotOrder(BtArray<int>* order) const {
   const BtArray<int>* order_ptr = order;
   BtAssert(order_ptr->size() == 3, "order_ptr->size()==3");
-  const int x = StoreRotations(_transforms, order->begin());
+  const int x = StoreAxes(rotationLetters(), order->begin());
   BtAssert(x == 3, "x==3");
 }
 
 void BaUnlockedBodyMap::getAngleSequence(int (*sequence)[3]) const {
-  const int seqnum = StoreRotations(_transforms, *sequence);
+  const int seqnum = StoreAxes(rotationLetters(), *sequence);
   BtAssert(seqnum == 3, "seqnum==3");
 }
 
 void BaUnlockedBodyMap::getAngleSequence(BtArray<int>* sequence) const {
   BtAssert(sequence->size() == 3, "sequence->size()==3");
-  const int seqnum = StoreRotations(_transforms, sequence->begin());
+  const int seqnum = StoreAxes(rotationLetters(), sequence->begin());
   BtAssert(seqnum == 3, "seqnum==3");
 }
 

@@ -18,6 +18,8 @@ using BlendEffectMap = BaUnlockedMapping::BlendEffectMap;
 // The user is asked for a cancel after so many sections.
 constexpr int kSectionsPerQuestion = 40;
 
+constexpr const char* kNoSliderGroup = "No SLIDER_GROUP specified in BLEND_EFFECT_MAP section.";
+
 bool FailId(const char* kind, std::string_view id) {
   return BtFail("Invalid %s id '%.*s' specified.", kind, static_cast<int>(id.size()), id.data());
 }
@@ -90,6 +92,17 @@ bool ReadIncludeItem(const BtStr& key, const BtStr& value, bool single_line,
   return valid || BtFail("Invalid value for " + key + ".");
 }
 
+// Reads one item of a BLEND_EFFECT_MAP section.
+bool ReadBlendItem(const BtStr& key, const BtStr& item, bool single_line, BaNameMap<int>* known,
+                   BlendEffectMap* map) {
+  if (key == "SLIDER_GROUP") return ReadSliderGroup(item, single_line, &map->slider_group);
+  if (key == "SLIDERS") {
+    return ReadSliders(item.view(), known, map) &&
+           (!map->slider_group.isNull() || BtFail(kNoSliderGroup));
+  }
+  return BtFail("Unrecognized key word \"" + key + "\" in BLEND_EFFECT_MAP section.");
+}
+
 }  // namespace
 
 bool BaUnlockedMapping::_scanSections(std::istream& is) {
@@ -146,7 +159,6 @@ bool BaUnlockedMapping::_scanTextureIndexMaps(const BtStr& value) {
 }
 
 bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
-  constexpr const char* kNoGroup = "No SLIDER_GROUP specified in BLEND_EFFECT_MAP section.";
   BtViewStream is(value.view());
   BlendEffectMap map;
   BaNameMap<int> known;
@@ -157,16 +169,9 @@ bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
     if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
     if (key.isNull()) break;
     const BtItemReading item_reading(is, item.view(), single_line);
-    if (key == "SLIDER_GROUP") {
-      if (!ReadSliderGroup(item, single_line, &map.slider_group)) return false;
-    } else if (key == "SLIDERS") {
-      if (!ReadSliders(item.view(), &known, &map)) return false;
-      if (map.slider_group.isNull()) return BtFail(kNoGroup);
-    } else {
-      return BtFail("Unrecognized key word \"" + key + "\" in BLEND_EFFECT_MAP section.");
-    }
+    if (!ReadBlendItem(key, item, single_line, &known, &map)) return false;
   }
-  if (map.slider_group.isNull()) return BtFail(kNoGroup);
+  if (map.slider_group.isNull()) return BtFail(kNoSliderGroup);
   _blend_effect_maps.push_back(std::move(map));
   return true;
 }

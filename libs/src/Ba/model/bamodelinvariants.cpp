@@ -36,6 +36,9 @@ class Ba_ModelChecker {
   template <class T>
   [[nodiscard]] bool _checkCollection(const BaModel::Elements<T>& elements, OfBody<T> of_body,
                                       const char* kind);
+  [[nodiscard]] bool _checkReferences(const BaElement& element, const char* kind);
+  template <class T>
+  [[nodiscard]] bool _checkContent(const T& element, const char* kind);
   [[nodiscard]] bool _checkVertices(const BaVertexElement& element, const char* kind);
   [[nodiscard]] bool _checkFlexTargets();
   [[nodiscard]] bool _checkBlends();
@@ -81,6 +84,16 @@ FlexTargets FlexTargetsOf(const BaVertex& vertex) {
   }
   std::sort(targets.body_ids.begin(), targets.body_ids.end());
   return targets;
+}
+
+// Calls visit(effect) for the blend effects of an element's vertices.
+template <class Visit>
+void ForEachBlend(const BaVertexElement& element, Visit visit) {
+  for (const BaVertex& vertex : element.vertices()) {
+    for (auto* effect = vertex.effects().first(); effect != nullptr; effect = effect->next()) {
+      if (effect->type() == BaBlendEffect) visit(static_cast<const BaVertexBlendEffect&>(*effect));
+    }
+  }
 }
 
 }  // namespace
@@ -208,28 +221,14 @@ bool Ba_ModelChecker::_checkCollection(const BaModel::Elements<T>& elements, OfB
   BtDArray<int> n_met;  // by body id
   n_met.resizeSparsely(_model.bodies().size());
   for (const auto& element : elements) {
-    if (!element->isValid()) return _fail(BtFormat("A %s is destroyed.", kind));
-    const BaBody* const body = _model.findBody(element->bodyId());
-    if (body == nullptr) {
-      return _fail(BtFormat("A %s is on body %d, which does not exist.", kind, element->bodyId()));
+    if (!_checkReferences(*element, kind)) return false;
+    const int body_id = element->bodyId();
+    const BaElements<T*>& listed = (_model.findBody(body_id)->*of_body)();
+    const int place = n_met[body_id]++;
+    if (place >= listed.size() || listed[place] != element.get()) {
+      return _fail(BtFormat("A %s is not in its place on body %d.", kind, body_id));
     }
-    if (_model.materialById(element->materialId()) == nullptr) {
-      return _fail(
-          BtFormat("A %s uses material %d, which does not exist.", kind, element->materialId()));
-    }
-    const BaElements<T*>& listed = (body->*of_body)();
-    int& next = n_met[body->id()];
-    if (next >= listed.size() || listed[next] != element.get()) {
-      return _fail(BtFormat("A %s is not in its place on body %d.", kind, body->id()));
-    }
-    ++next;
-    if (!IsParallel(*element)) return _fail(BtFormat("A %s lacks values of vertices.", kind));
-    if (RepeatsVertex(*element)) {
-      return _fail(BtFormat("A %s on body %d repeats a vertex.", kind, element->bodyId()));
-    }
-    if constexpr (requires { element->vertices(); }) {
-      if (!_checkVertices(*element, kind)) return false;
-    }
+    if (!_checkContent(*element, kind)) return false;
   }
   for (const auto& body : _model.bodies()) {
     if (body == nullptr) continue;
@@ -237,6 +236,26 @@ bool Ba_ModelChecker::_checkCollection(const BaModel::Elements<T>& elements, OfB
       return _fail(BtFormat("Body %d lists a %s that is not the model's.", body->id(), kind));
     }
   }
+  return true;
+}
+
+bool Ba_ModelChecker::_checkReferences(const BaElement& element, const char* kind) {
+  if (!element.isValid()) return _fail(BtFormat("A %s is destroyed.", kind));
+  if (_model.findBody(element.bodyId()) == nullptr) {
+    return _fail(BtFormat("A %s is on body %d, which does not exist.", kind, element.bodyId()));
+  }
+  return _model.materialById(element.materialId()) != nullptr ||
+         _fail(
+             BtFormat("A %s uses material %d, which does not exist.", kind, element.materialId()));
+}
+
+template <class T>
+bool Ba_ModelChecker::_checkContent(const T& element, const char* kind) {
+  if (!IsParallel(element)) return _fail(BtFormat("A %s lacks values of vertices.", kind));
+  if (RepeatsVertex(element)) {
+    return _fail(BtFormat("A %s on body %d repeats a vertex.", kind, element.bodyId()));
+  }
+  if constexpr (requires { element.vertices(); }) return _checkVertices(element, kind);
   return true;
 }
 
@@ -274,23 +293,19 @@ bool Ba_ModelChecker::_checkBlends() {
   for (const auto& group : _model.sliderGroups()) {
     sliders_of[group.get()].insert(group->sliders().begin(), group->sliders().end());
   }
-  const Ba_VertexEffect* lost = nullptr;
+  const auto exists = [&](const BaVertexBlendEffect& blend) {
+    const auto sliders = sliders_of.find(_model.findSliderGroup(blend.slider_group));
+    return sliders != sliders_of.end() && sliders->second.contains(blend.slider_name);
+  };
+  const BaVertexBlendEffect* lost = nullptr;
   Ba_ForEachVertexElement(_model, [&](const BaVertexElement& element) {
-    for (const BaVertex& vertex : element.vertices()) {
-      for (auto* effect = vertex.effects().first(); effect != nullptr; effect = effect->next()) {
-        if (effect->type() != BaBlendEffect) continue;
-        const auto& blend = static_cast<const BaVertexBlendEffect&>(*effect);
-        const auto sliders = sliders_of.find(_model.findSliderGroup(blend.slider_group));
-        if (sliders == sliders_of.end() || !sliders->second.contains(blend.slider_name)) {
-          lost = effect;
-        }
-      }
-    }
+    ForEachBlend(element, [&](const BaVertexBlendEffect& blend) {
+      if (!exists(blend)) lost = &blend;
+    });
   });
-  if (lost == nullptr) return true;
-  const auto& blend = static_cast<const BaVertexBlendEffect&>(*lost);
-  return _fail("A vertex is moved by slider \"" + blend.slider_name + "\" of group \"" +
-               blend.slider_group + "\", which does not exist.");
+  return lost == nullptr ||
+         _fail("A vertex is moved by slider \"" + lost->slider_name + "\" of group \"" +
+               lost->slider_group + "\", which does not exist.");
 }
 
 bool BaModel::checkInvariants(BtStr* fault) const {

@@ -1,5 +1,6 @@
 #include "bacsvlines.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "Bt/btscan.h"
@@ -16,29 +17,48 @@ void SetLine(Ba_CsvLines::Line* line, const char* begin, const char* behind,
   *line = {begin, behind, readable_end};
 }
 
+std::string_view WithoutFirstBlanks(std::string_view text) {
+  return text.substr(std::min(text.find_first_not_of(" \t"), text.size()));
+}
+
+// Takes the rest of a field whose first quote was taken, and the blanks behind it, from the front
+// of a line.
+Ba_CsvFault_t TakeQuoted(std::string_view* line, std::string* field) {
+  for (;;) {
+    const std::size_t quote = line->find('"');
+    *field += line->substr(0, quote);
+    if (quote == std::string_view::npos) return Ba_CsvFault_t::NotClosed;
+    line->remove_prefix(quote + 1);
+    if (!line->starts_with('"')) break;
+    *field += '"';
+    line->remove_prefix(1);
+  }
+  *line = WithoutFirstBlanks(*line);
+  return line->empty() || line->starts_with(',') ? Ba_CsvFault_t::None : Ba_CsvFault_t::TextBehind;
+}
+
 }  // namespace
 
 Ba_CsvLines::Next Ba_CsvLines::next(Line* line) {
   _pieces.clear();
-  for (;;) {
-    if (_buf->sgetc() < 0) break;  // fetches more text where none is left
+  bool is_ended = false;
+  while (!is_ended && _buf->sgetc() >= 0) {  // which fetches more text where none is left
     const char* const begin = Bt_GetArea::next(_buf);
     const char* const end = Bt_GetArea::end(_buf);
-    const auto size = static_cast<std::size_t>(end - begin);
-    const auto* const line_end = static_cast<const char*>(std::memchr(begin, '\n', size));
-    Bt_GetArea::moveTo(_buf, line_end == nullptr ? end : line_end + 1);
-    if (_pieces.size() + (line_end == nullptr ? size : static_cast<std::size_t>(line_end - begin)) >
-        kMaxLength) {
+    const void* const found = std::memchr(begin, '\n', static_cast<std::size_t>(end - begin));
+    is_ended = found != nullptr;
+    const char* const line_end = is_ended ? static_cast<const char*>(found) : end;
+    Bt_GetArea::moveTo(_buf, is_ended ? line_end + 1 : end);
+    if (_pieces.size() + static_cast<std::size_t>(line_end - begin) > kMaxLength) {
       ++_number;
       return Next::TooLong;
     }
-    if (line_end != nullptr && _pieces.empty()) {
+    if (is_ended && _pieces.empty()) {
       ++_number;
       SetLine(line, begin, line_end, end);
       return Next::Line;
     }
-    _pieces.append(begin, line_end == nullptr ? end : line_end);
-    if (line_end != nullptr) break;
+    _pieces.append(begin, line_end);
   }
   // What was cut off by a read error is no line.
   if (_pieces.empty() || _is.bad()) return Next::End;
@@ -56,31 +76,21 @@ std::string_view Ba_TrimBlanks(std::string_view text) {
   return text.substr(first, text.find_last_not_of(kBlanks) + 1 - first);
 }
 
-Ba_CsvFault Ba_SplitCsvLine(std::string_view line, std::vector<std::string>* fields) {
+Ba_CsvFault_t Ba_SplitCsvLine(std::string_view line, std::vector<std::string>* fields) {
   fields->clear();
   for (;;) {
     std::string& field = fields->emplace_back();
-    std::size_t begin = std::min(line.find_first_not_of(" \t"), line.size());
-    if (begin < line.size() && line[begin] == '"') {
-      line.remove_prefix(begin + 1);
-      for (;;) {
-        const std::size_t quote = line.find('"');
-        field += line.substr(0, quote);
-        if (quote == std::string_view::npos) return Ba_CsvFault::NotClosed;
-        line.remove_prefix(quote + 1);
-        if (!line.starts_with('"')) break;
-        field += '"';
-        line.remove_prefix(1);
-      }
-      begin = std::min(line.find_first_not_of(" \t"), line.size());
-      if (begin < line.size() && line[begin] != ',') return Ba_CsvFault::TextBehind;
-      line.remove_prefix(begin);
+    const std::string_view text = WithoutFirstBlanks(line);
+    if (text.starts_with('"')) {
+      line = text.substr(1);
+      const Ba_CsvFault_t fault = TakeQuoted(&line, &field);
+      if (fault != Ba_CsvFault_t::None) return fault;
     } else {
       const std::size_t comma = std::min(line.find(','), line.size());
       field = Ba_TrimBlanks(line.substr(0, comma));
       line.remove_prefix(comma);
     }
-    if (line.empty()) return Ba_CsvFault::None;
+    if (line.empty()) return Ba_CsvFault_t::None;
     line.remove_prefix(1);  // the comma
   }
 }

@@ -44,9 +44,9 @@ class Ba_CsvLines {
 [[nodiscard]] std::string_view Ba_TrimBlanks(std::string_view text);
 
 // What is wrong with the quotes of a line.
-enum class Ba_CsvFault { None, NotClosed, TextBehind };
+enum class Ba_CsvFault_t { None, NotClosed, TextBehind };
 
 // The fields of a line, without the blanks around them; a field between double quotes stands for
 // the text between them, in which two quotes are one. Where a field's quotes are wrong it is the
 // last one.
-Ba_CsvFault Ba_SplitCsvLine(std::string_view line, std::vector<std::string>* fields);
+Ba_CsvFault_t Ba_SplitCsvLine(std::string_view line, std::vector<std::string>* fields);

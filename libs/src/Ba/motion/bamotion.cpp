@@ -14,6 +14,24 @@ constexpr double kCutTolerance = 1e-9;
 // Parts of a frame by which the last one may miss the end of a resampled motion.
 constexpr double kFrameTolerance = 1e-6;
 
+// Where a time lies among others: behind the one of this index by this part of the way to the next.
+using PlaceInTime = std::pair<std::size_t, double>;
+
+// The places of ascending times, none of which is before the first of `others`.
+std::vector<PlaceInTime> PlacesOf(const std::vector<double>& times,
+                                  const std::vector<double>& others) {
+  std::vector<PlaceInTime> places;
+  places.reserve(times.size());
+  std::size_t before = 0;
+  for (const double time : times) {
+    while (before + 1 < others.size() && others[before + 1] <= time) ++before;
+    const bool is_last = before + 1 == others.size();
+    const double span = is_last ? 1 : others[before + 1] - others[before];
+    places.emplace_back(before, is_last ? 0 : (time - others[before]) / span);
+  }
+  return places;
+}
+
 }  // namespace
 
 int BaMotion::_column(int sysvar_id) const {
@@ -89,17 +107,10 @@ BaMotion BaMotion::resampled(double rate) const {
   motion._rate = rate;
   if (_times.empty()) return motion;
   motion._times.resize(static_cast<std::size_t>(numFramesAt(rate)));
-  // Where each new frame lies among the old ones: behind this one by this part of the way.
-  std::vector<std::pair<std::size_t, double>> places(motion._times.size());
-  std::size_t before = 0;
-  for (std::size_t i = 0; i < places.size(); ++i) {
-    const double time = BaFrameTime(_times.front(), rate, i);
-    motion._times[i] = time;
-    while (before + 1 < _times.size() && _times[before + 1] <= time) ++before;
-    const bool is_last = before + 1 == _times.size();
-    const double span = is_last ? 1 : _times[before + 1] - _times[before];
-    places[i] = {before, is_last ? 0 : (time - _times[before]) / span};
+  for (std::size_t i = 0; i < motion._times.size(); ++i) {
+    motion._times[i] = BaFrameTime(_times.front(), rate, i);
   }
+  const std::vector<PlaceInTime> places = PlacesOf(motion._times, _times);
   for (std::size_t column = 0; column < _values.size(); ++column) {
     const std::vector<float>& from = _values[column];
     motion._addColumn(_sysvar_ids[column]);

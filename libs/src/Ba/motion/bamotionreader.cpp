@@ -8,7 +8,6 @@
 #include "Bt/btscan.h"
 #include "bacsvlines.h"
 #include "btfloattext.h"
-#include "btstrtod.h"
 #include "bttextfile.h"
 
 namespace {
@@ -74,6 +73,13 @@ int SysVarOf(std::string_view name) {
   const char* const end = name.data() + name.size();
   const std::from_chars_result result = std::from_chars(name.data(), end, id);
   return result.ec == std::errc() && result.ptr == end && id > 0 ? id : 0;
+}
+
+// The text of a comment line.
+std::string_view CommentOf(std::string_view line) {
+  line.remove_prefix(line.starts_with("# ") ? 2 : 1);
+  while (line.ends_with('\r')) line.remove_suffix(1);
+  return line;
 }
 
 // What the last digit of a number's text stands for.
@@ -179,21 +185,18 @@ bool Ba_MotionReader::_readHeader() {
       text.remove_prefix(kByteOrderMark.size());
     }
     if (text.starts_with('#')) {
-      text.remove_prefix(text.starts_with("# ") ? 2 : 1);
-      while (text.ends_with('\r')) text.remove_suffix(1);
-      _motion->_comments.emplace_back(text);
+      _motion->_comments.emplace_back(CommentOf(text));
     } else if (!text.empty()) {
-      if (!_splitLine(text)) return false;
-      return _readColumnNames(_fields);
+      return _splitLine(text) && _readColumnNames(_fields);
     }
   }
 }
 
 bool Ba_MotionReader::_splitLine(std::string_view line) {
   switch (Ba_SplitCsvLine(line, &_fields)) {
-    case Ba_CsvFault::NotClosed:
+    case Ba_CsvFault_t::NotClosed:
       return _fail(BtFormat("column %zu: the quotes are not closed in this line", _fields.size()));
-    case Ba_CsvFault::TextBehind:
+    case Ba_CsvFault_t::TextBehind:
       return _fail(BtFormat("column %zu: text follows the closing quote", _fields.size()));
     default:
       return true;
