@@ -12,7 +12,7 @@
 #include "Fbx/kfbxmesh.h"
 #include "Fbx/kfbxnode.h"
 #include "Fbx/kfbxpose.h"
-#include "fbxdocument.h"
+#include "fbxdialect.h"
 #include "fbxfamily.h"
 #include "testscene.h"
 
@@ -235,8 +235,7 @@ TEST(FbxExport, KnowsWhatANodeTakesAtTheLeast) {
       for (int i = 0; i < nodes; ++i) AddNode(scene.get(), "");
       sizes.push_back(SavedBytes(scene.get(), family.format).size());
     }
-    const std::size_t fewest =
-        family.has_ids ? FbxDocument71::kFewestModelBytes : FbxDocument61::kFewestModelBytes;
+    const std::size_t fewest = (family.has_ids ? kFbxFamily71 : kFbxFamily61).fewest_model_bytes;
     EXPECT_GT((sizes[1] - sizes[0]) / 100, fewest);
     EXPECT_LT((sizes[1] - sizes[0]) / 100, fewest * 3 / 2);
   }
