@@ -10,7 +10,7 @@
 
 namespace {
 
-const std::string kModel =
+const std::string kFaultModel =
     kHeader + BodyAt(1, "a", 0) + BodyAt(2, "b", 1, "1 0 0 0 1 0 0 0 1 0 1 0") +
     "M 1 coat\n2 .1 .2 .3\n100 1 'p.png' -1\n0\n"
     "P 1 1 3 0 0 0 0 0 3 .5 2 -1 1 0 1 0 0 -1 0 1 0 1 0 -1\nF 2 1 3 0 0 0 -1 1 0 0 -1 0 1 0 -1\n";
@@ -21,7 +21,7 @@ class FailingCalls : public testing::Test {
 #if defined(KESTRIX_SANITIZED)
     GTEST_SKIP() << "sanitizers need heap, space and calls of their own";
 #endif
-    _folder.write("in.mdl", kModel);
+    _folder.write("in.mdl", kFaultModel);
     _folder.write("in.dof", DofWithOrder("1 2 3 6 5 4"));
     _folder.write("p.png", std::string(1000, 'p'));
     EXPECT_EQ(run().status, 0);

@@ -12,17 +12,17 @@ namespace {
 const std::string kLegacy =
     "Zov Graphic Model File\nv1.30\nX\n root\n 1\n p\n 0\n 1 0 0 0 1 0 0 0 1 0 0 0\n"
     "M 1 skin\n3 1 1 1\n0\n";
-const std::string kDocument = "Zov Graphic Model File\nv2.00\n# words\n\n";
+const std::string kWhereDocument = "Zov Graphic Model File\nv2.00\n# words\n\n";
 const std::string kBody =
     "BODY {   # the root\n\n  # inside\n\tNAME: root\n\tCOORDINATE_SYSTEM { # of "
     "it\n\t\tTRANSLATION: "
     "0 0 0\n\t\tROTATION: 0 0 0 X Y Z\n\t}\n\tPARENT_NAME: GLOBAL\n}\n";
 const std::string kMaterial = "MATERIAL {\n  NAME: skin\n}\n";
-const std::string kMapping = "Zov Graphic Mapping File\nv1.0\n6\n";
+const std::string kWhereMapping = "Zov Graphic Mapping File\nv1.0\n6\n";
 const std::string kMap = "1\n1 2 3 6 5 4\n1 2 3 4 5 6\n";
 
 std::string Geometry(const std::string& lists) {
-  return kDocument + kBody + kMaterial +
+  return kWhereDocument + kBody + kMaterial +
          "VERTICES {\n NAME: v\n COORDINATES {\n  0 0 0 # a\n  1 0 0\n  1 1 0\n }\n}\n"
          "GEOMETRY {\n BODY: root\n VERTICES: v\n MATERIAL_GROUP {\n  MATERIAL: skin\n" +
          lists + " }\n}\n";
@@ -36,7 +36,7 @@ std::string Replaced(std::string text, const std::string& from, const std::strin
 const struct WhereCase {
   std::string text;
   const char* words;  // of the message
-} kCases[] = {
+} kWhereCases[] = {
     {kLegacy + "F 1 1 3\n 0 0 0 -1\n 1 0 @x -1\n", "Unable to read x,y and z."},
     {kLegacy + " @F 1 7 3\n 0 0 0 -1\n 1 0 0 -1\n 1 1 0 -1\n", "undefined material id (7)"},
     {kLegacy + "S @P 1 1 4 0 0 0 0 0 -1 0 0 1 0 0 -1\n 0 0 1 0 0 -1 0 0 1 1 0 -1\n",
@@ -44,13 +44,13 @@ const struct WhereCase {
     {kLegacy + "@Q\n", "Unknown object type 'Q'"},
     {"@Zox\nv1.30\n", "Invalid datafile type."},
     {"Zov Graphic Model File\nv3.00@\n", "Unsupported datafile version"},
-    {kDocument + kBody + "@NOBODY: 1\n", "Unrecognized key word \"NOBODY\""},
-    {kDocument + kBody + "@LOST\n" + kMaterial, "No ':' or '{' following tag 'LOST'"},
-    {kDocument + kBody + "@" + kBody, "Multiple bodies have name"},
-    {kDocument + Replaced(kBody, "TRANSLATION: 0", "@TRANSLATION: x"), "floating point"},
-    {Replaced(kDocument + kBody, "# words", "\r# old\r\n# words\r") + "\t@COMMENTS: a\n",
+    {kWhereDocument + kBody + "@NOBODY: 1\n", "Unrecognized key word \"NOBODY\""},
+    {kWhereDocument + kBody + "@LOST\n" + kMaterial, "No ':' or '{' following tag 'LOST'"},
+    {kWhereDocument + kBody + "@" + kBody, "Multiple bodies have name"},
+    {kWhereDocument + Replaced(kBody, "TRANSLATION: 0", "@TRANSLATION: x"), "floating point"},
+    {Replaced(kWhereDocument + kBody, "# words", "\r# old\r\n# words\r") + "\t@COMMENTS: a\n",
      "Unrecognized key word"},
-    {kDocument + kBody +
+    {kWhereDocument + kBody +
          "MATERIAL {\n NAME: a\n TEXTURE {\n  NAME: \xC3\xA4\n  S_ATTRIBUTES: a\\\n   b # }\n  "
          "@HUE: 1\n }\n}\n",
      "key word \"HUE\""},
@@ -58,13 +58,14 @@ const struct WhereCase {
     {Geometry("  POLYGONS {\n   1 2 3 # c\n\n   @2 2 2\n  }\n"), "Degenerate polygon removed."},
     {Geometry("  POLYGONS {\n   1 2 3 # c\n   1 2 @x\n  }\n"), "Unable to read vertex index."},
     {Geometry("  @POLYGON {\n   1 2 3\n  }\n"), "Unrecognized key word \"POLYGON\""},
-    {kMapping + "1\n" + Replaced(kMap, "5 4", "5 @x"), "Unable to read"},
-    {kMapping + "2\n" + kMap + " @" + kMap, "is specified multiple times."},
-    {kMapping + "1\n" + kMap + "MATERIAL_TEXTURE_INDEX_MAPS { # c\n 1 2\n  3 4 @x 5\n}\n", "'x'"},
-    {kMapping + "1\n" + kMap +
+    {kWhereMapping + "1\n" + Replaced(kMap, "5 4", "5 @x"), "Unable to read"},
+    {kWhereMapping + "2\n" + kMap + " @" + kMap, "is specified multiple times."},
+    {kWhereMapping + "1\n" + kMap + "MATERIAL_TEXTURE_INDEX_MAPS { # c\n 1 2\n  3 4 @x 5\n}\n",
+     "'x'"},
+    {kWhereMapping + "1\n" + kMap +
          "BLEND_EFFECT_MAP {\n SLIDER_GROUP: g\n SLIDERS {\n  a 3\n  @b x\n }\n}\n",
      "Unable to read sysvar id"},
-    {kMapping + "1\n" + kMap + "\n@INCLUDES {\n FILE_NAME: a\n}\n", "Invalid tag 'INCLUDES'"},
+    {kWhereMapping + "1\n" + kMap + "\n@INCLUDES {\n FILE_NAME: a\n}\n", "Invalid tag 'INCLUDES'"},
 };
 
 // Where the mark of a text is, as "LINE:COLUMN"; removes it.
@@ -87,7 +88,7 @@ std::string TakeMark(std::string* text) {
 
 TEST(Where, MessagesOfReadersPointAtTheFault) {
   const TestFolder folder;
-  for (const WhereCase& row : kCases) {
+  for (const WhereCase& row : kWhereCases) {
     std::string text = row.text;
     const std::string mark = TakeMark(&text);
     const std::string file = folder.write("text", text);
@@ -104,11 +105,11 @@ TEST(Where, MessagesOfReadersPointAtTheFault) {
 
 TEST(Where, IncludedFilesAreNamedWithThoseThatIncludeThem) {
   const TestFolder folder;
-  const std::string model_include = kDocument + "INCLUDE {\nFILE_NAME: ";
-  const std::string map_include = kMapping + "1\n" + kMap + "INCLUDE {\nFILE_NAME: ";
+  const std::string model_include = kWhereDocument + "INCLUDE {\nFILE_NAME: ";
+  const std::string map_include = kWhereMapping + "1\n" + kMap + "INCLUDE {\nFILE_NAME: ";
   for (const auto& [include, text] :
-       {std::pair{model_include, kDocument + Replaced(kBody, "PARENT", "@PARANT")},
-        std::pair{map_include, kMapping + "1\n" + Replaced(kMap, "5 4", "5 @x")}}) {
+       {std::pair{model_include, kWhereDocument + Replaced(kBody, "PARENT", "@PARANT")},
+        std::pair{map_include, kWhereMapping + "1\n" + Replaced(kMap, "5 4", "5 @x")}}) {
     std::string faulty = text;
     const std::string mark = TakeMark(&faulty);
     const std::string last = folder.write("last", faulty);
