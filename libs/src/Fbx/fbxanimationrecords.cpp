@@ -25,7 +25,7 @@ constexpr FbxAnimatedProperty kProperties[] = {
     {"DeformPercent", {"d|DeformPercent"}, "", 0},
 };
 
-constexpr const char* kChannels[] = {"X", "Y", "Z"};
+constexpr const char* kAxisNames[] = {"X", "Y", "Z"};
 
 using KeyTimes = std::span<const std::int64_t>;
 
@@ -84,9 +84,8 @@ void FbxWriteChannel(FbxRecordSink* sink, std::string_view name, const KFbxAnimC
 void FbxWriteTransformChannel(FbxRecordSink* sink, const KFbxAnimCurveNode& curve_node) {
   const FbxAnimatedProperty& property = FbxAnimated(curve_node.GetProperty());
   sink->open("Channel", property.channel);
-  for (int i = 0; i < curve_node.GetCurveCount(); ++i) {
-    FbxWriteChannel(sink, kChannels[i], *curve_node.GetCurve(i));
-  }
+  int i = 0;
+  for (const char* const axis : kAxisNames) FbxWriteChannel(sink, axis, *curve_node.GetCurve(i++));
   sink->leaf("LayerType", property.layer_type);
   sink->end();
 }
