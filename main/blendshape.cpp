@@ -40,7 +40,7 @@ void BlendShapeBuilder::addTo(KFbxMesh* mesh, const std::vector<MeshBody>& bodie
   KFbxBlendShape* blend_shape = nullptr;
   for (const auto& [place, offsets] : _collectOffsets(bodies, faces)) {
     const Slider& slider = _sliders[place];
-    if (slider.group != group) {
+    if (blend_shape == nullptr || slider.group != group) {
       group = slider.group;
       blend_shape = KFbxBlendShape::Create(_scene, group->name());
       mesh->AddDeformer(blend_shape);

@@ -10,7 +10,7 @@
 
 namespace {
 
-const FindingKind* KindOf(const Message& message, const FindingKind* fallback) {
+const FindingKind* FindingKindOf(const Message& message, const FindingKind* fallback) {
   const FindingKind* const kind = message.code == nullptr ? nullptr : FindKind(message.code);
   if (kind != nullptr) return kind;
   return message.is_error ? fallback : Kind("other-warning");
@@ -35,7 +35,7 @@ void AddMessages(const std::vector<Message>& messages, const Place& place,
                  const FindingKind* fallback, Findings* findings) {
   const Findings before = *findings;
   for (const Message& message : messages) {
-    const FindingKind* const kind = KindOf(message, fallback);
+    const FindingKind* const kind = FindingKindOf(message, fallback);
     if (kind != Kind("other-warning") && before.has(kind)) continue;
     findings->add(kind, place, message.text, message.count, message.where);
   }

@@ -92,42 +92,70 @@ void PrintMessage(const std::string& file, const Message& message) {
   if (isatty(STDERR_FILENO) == 1) std::cerr << CaretText(message.where);
 }
 
+// Makes messages of records, the newest of which comes first. The records must outlive it.
+class MessageGatherer {
+ public:
+  void add(const BtExcept& record) {
+    if (record.isWarning()) {
+      _addWarning(record);
+    } else {
+      _addError(record);
+    }
+  }
+  // The oldest message first.
+  std::vector<Message> take() {
+    WhereFinder finder;
+    for (std::size_t i = 0; i < _warnings.size(); ++i) {
+      _warnings[i].where = finder.find(*_warning_places[i]);
+    }
+    _error.where = finder.find(_error_place);
+    if (!_error.text.empty()) _warnings.push_back(std::move(_error));
+    std::reverse(_warnings.begin(), _warnings.end());
+    return std::move(_warnings);
+  }
+
+ private:
+  // An error and its reasons are one message. The first cause has the code and, where it is known,
+  // the place.
+  void _addError(const BtExcept& record) {
+    const std::string text = OneLine(record.message().view());
+    if (text.find(kLastRecord) != std::string::npos) return;
+    _error.text += (_error.text.empty() ? "" : " ") + text;
+    if (record.code() != nullptr) _error.code = record.code();
+    const bool is_known = record.place().offset >= 0 || _error_place.source == nullptr;
+    if (is_known) _error_place = record.place();
+  }
+
+  // Equal warnings are one message with the place of the oldest.
+  void _addWarning(const BtExcept& record) {
+    const std::string text = OneLine(record.message().view());
+    const auto [index, is_new] = _indices.try_emplace(text, _warnings.size());
+    if (is_new) {
+      _warnings.push_back({false, text, record.code()});
+      _warning_places.push_back(&record.place());
+    } else {
+      ++_warnings[index->second].count;
+      _warning_places[index->second] = &record.place();
+    }
+  }
+
+  std::vector<Message> _warnings;
+  std::vector<const BtPlace*> _warning_places;
+  BtHashMap<std::string, std::size_t> _indices;  // of warnings, by their texts
+  Message _error = {true, {}};
+  BtPlace _error_place;
+};
+
 }  // namespace
 
 std::vector<Message> TakeMessages() {
   const std::unique_ptr<BtExcept> first(theExceptObj.release());
-  std::vector<Message> messages;
-  BtHashMap<std::string, std::size_t> places;
-  Message error = {true, {}};
-  BtPlace error_place;
-  std::vector<const BtPlace*> warning_places;
+  MessageGatherer gatherer;
   for (const BtExcept* record = first.get(); record != nullptr;
        record = record->hasDetail() ? &record->detail() : nullptr) {
-    const std::string text = OneLine(record->message().view());
-    if (!record->isWarning()) {
-      if (text.find(kLastRecord) != std::string::npos) continue;
-      error.text += (error.text.empty() ? "" : " ") + text;
-      if (record->code() != nullptr) error.code = record->code();
-      const bool is_known = record->place().offset >= 0 || error_place.source == nullptr;
-      if (is_known) error_place = record->place();
-      continue;
-    }
-    const auto [place, is_new] = places.try_emplace(text, messages.size());
-    if (is_new) {
-      messages.push_back({false, text, record->code()});
-      warning_places.push_back(&record->place());
-    } else {
-      ++messages[place->second].count;
-      warning_places[place->second] = &record->place();
-    }
+    gatherer.add(*record);
   }
-  WhereFinder finder;
-  for (std::size_t i = 0; i < messages.size(); ++i)
-    messages[i].where = finder.find(*warning_places[i]);
-  error.where = finder.find(error_place);
-  if (!error.text.empty()) messages.push_back(std::move(error));
-  std::reverse(messages.begin(), messages.end());
-  return messages;
+  return gatherer.take();
 }
 
 bool HasError(const std::vector<Message>& messages) { return ErrorOf(messages) != nullptr; }

@@ -11,7 +11,7 @@
 
 namespace {
 
-BaMotion Scan(const std::string& text, double rate = 0) {
+BaMotion ScanMotion(const std::string& text, double rate = 0) {
   std::istringstream is(text);
   BaMotion motion;
   EXPECT_TRUE(motion.scanFrom(is, "motion.csv", {.rate = rate})) << text << TakePrinted();
@@ -21,7 +21,7 @@ BaMotion Scan(const std::string& text, double rate = 0) {
 TEST(BaMotion, FilesThatAreNotReadSayWhere) {
   for (const ErrorCase& c : ReadErrorCases("motions.txt")) {
     std::istringstream is(c.text);
-    BaMotion motion = Scan("time,1\n0,1\n");
+    BaMotion motion = ScanMotion("time,1\n0,1\n");
     EXPECT_FALSE(motion.scanFrom(is, "motion.csv", {.highest_sysvar_id = 40})) << c.text;
     EXPECT_EQ(TakePrinted(), PrintedError(c.lines)) << c.text;
     EXPECT_EQ(motion, BaMotion());
@@ -29,17 +29,18 @@ TEST(BaMotion, FilesThatAreNotReadSayWhere) {
 }
 
 TEST(BaMotion, TakesTheFormsThatProgramsWrite) {
-  const BaMotion want = Scan("time,12,3\n0,1,-2.5\n0.5,0.001,300\n");
+  const BaMotion want = ScanMotion("time,12,3\n0,1,-2.5\n0.5,0.001,300\n");
   const std::string cases[] = {
       "time,v12,v3\r\n0,1,-2.5\r\n0.5,0.001,300",
       "\xEF\xBB\xBFtime,012,3\n0.0,1.0,-2.5\n0.5,1e-3,3E+2\n\n",
       "\"time\",\"12\",\"v3\"\n\"0\",\"1\",\"-2.5\"\n\".5\",\".001\",\"300.\"\n",
       "\n time ,\t12, 3\n\n+0, 1 , -2.5\n  0.5,\t\"0.001\" ,300  \n",
   };
-  for (const std::string& text : cases) EXPECT_EQ(Scan(text), want) << text;
-  EXPECT_EQ(Scan("time,1\n0,1e-400\n").values(1)[0], 0);
-  EXPECT_EQ(Scan("time\n0\n1\n").numFrames(), 2);
-  EXPECT_EQ(Scan("# one\n#two\r\r\ntime,1\n0,1\n").comments(), (std::vector<BtStr>{"one", "two"}));
+  for (const std::string& text : cases) EXPECT_EQ(ScanMotion(text), want) << text;
+  EXPECT_EQ(ScanMotion("time,1\n0,1e-400\n").values(1)[0], 0);
+  EXPECT_EQ(ScanMotion("time\n0\n1\n").numFrames(), 2);
+  EXPECT_EQ(ScanMotion("# one\n#two\r\r\ntime,1\n0,1\n").comments(),
+            (std::vector<BtStr>{"one", "two"}));
 }
 
 TEST(BaMotion, TimesTellTheRate) {
@@ -65,18 +66,19 @@ TEST(BaMotion, TimesTellTheRate) {
   for (const auto& c : cases) {
     std::string text = "time,1\n";
     for (const std::string& time : c.times) text += time + ",1\n";
-    const BaMotion motion = Scan(text);
+    const BaMotion motion = ScanMotion(text);
     EXPECT_DOUBLE_EQ(motion.rate(), c.rate) << c.about;
     EXPECT_EQ(motion.isEven(), c.is_even) << c.about;
     EXPECT_DOUBLE_EQ(motion.times().front(), c.first) << c.about;
     EXPECT_DOUBLE_EQ(motion.times().back(), c.last) << c.about;
   }
   // A rate that is given, and frames that are counted.
-  EXPECT_EQ(Scan("frame,1\n6,1\n7,1\n").times(), (std::vector<double>{6.0 / 30, 7.0 / 30}));
-  EXPECT_EQ(Scan("frame,1\n6,1\n8,1\n", 24).times(), (std::vector<double>{6.0 / 24, 8.0 / 24}));
-  EXPECT_FALSE(Scan("frame,1\n6,1\n8,1\n").isEven());
-  EXPECT_EQ(Scan("time,1\n0,1\n1,1\n", 24).rate(), 24);
-  EXPECT_FALSE(Scan("time,1\n0,1\n1,1\n", 24).isEven());
+  EXPECT_EQ(ScanMotion("frame,1\n6,1\n7,1\n").times(), (std::vector<double>{6.0 / 30, 7.0 / 30}));
+  EXPECT_EQ(ScanMotion("frame,1\n6,1\n8,1\n", 24).times(),
+            (std::vector<double>{6.0 / 24, 8.0 / 24}));
+  EXPECT_FALSE(ScanMotion("frame,1\n6,1\n8,1\n").isEven());
+  EXPECT_EQ(ScanMotion("time,1\n0,1\n1,1\n", 24).rate(), 24);
+  EXPECT_FALSE(ScanMotion("time,1\n0,1\n1,1\n", 24).isEven());
   EXPECT_EQ(BaExactFrameRate(29.97), 30000.0 / 1001);
   EXPECT_EQ(BaExactFrameRate(29.5), 29.5);
 }
@@ -99,11 +101,11 @@ TEST(BaMotion, RandomMotionsSurviveWriting) {
         motion.setValues(id, values);
       }
       motion.addComment("variable 9, \"quoted\"");
-      EXPECT_EQ(Scan(Print(motion)), motion) << rate;
+      EXPECT_EQ(ScanMotion(Print(motion)), motion) << rate;
     }
   }
-  const BaMotion hasty = Scan("time,4\n0.022921e-054,1\n241e-054,2\n");
-  EXPECT_EQ(Scan(Print(hasty)).times(), hasty.times());
+  const BaMotion hasty = ScanMotion("time,4\n0.022921e-054,1\n241e-054,2\n");
+  EXPECT_EQ(ScanMotion(Print(hasty)).times(), hasty.times());
 }
 
 // Hands out its text in pieces, as pipes do.
@@ -128,7 +130,7 @@ class Trickle : public std::streambuf {
 
 TEST(BaMotion, LinesMayGoBeyondTheStreamsBuffer) {
   const std::string text = "# c\r\ntime,1,2\r\n0,\"1\",-2.25\r\n0.25,123456.5,0.5\r\n\r\n0.5,3,4";
-  const BaMotion want = Scan(text);
+  const BaMotion want = ScanMotion(text);
   for (std::size_t piece = 1; piece <= text.size(); ++piece) {
     Trickle trickle(text, piece);
     std::istream is(&trickle);
@@ -144,7 +146,7 @@ TEST(BaMotion, LinesMayGoBeyondTheStreamsBuffer) {
 
 TEST(BaMotion, FilesAreWrittenWholeOrNotAtAll) {
   const TestFolder folder;
-  const BaMotion motion = Scan("time,1\n0,1\n0.5,2\n");
+  const BaMotion motion = ScanMotion("time,1\n0,1\n0.5,2\n");
   BaMotion read;
   for (const char* name : {"a.csv", "a.csv.gz"}) {
     const std::string path = folder.path(name);
@@ -163,7 +165,7 @@ TEST(BaMotion, FilesAreWrittenWholeOrNotAtAll) {
 }
 
 TEST(BaMotion, TransformsHaveTheirValuesInAllFrames) {
-  const BaMotion motion = Scan("time,1,3\n0,1,10\n1,2,20\n");
+  const BaMotion motion = ScanMotion("time,1,3\n0,1,10\n1,2,20\n");
   const struct {
     BaUnlockedTransform transform;
     std::vector<double> values;
@@ -183,7 +185,7 @@ TEST(BaMotion, TransformsHaveTheirValuesInAllFrames) {
 }
 
 TEST(BaMotion, IsResampledAndCut) {
-  const BaMotion motion = Scan("# kept\ntime,1,2\n1,0,8\n1.5,2,4\n2,-2,0\n");
+  const BaMotion motion = ScanMotion("# kept\ntime,1,2\n1,0,8\n1.5,2,4\n2,-2,0\n");
   EXPECT_EQ(Print(motion.resampled(4)),
             "# kept\ntime,v1,v2\n1.00000000000000000,0,8\n1.25,1,6\n1.5,2,4\n1.75,0,2\n2,-2,0\n");
   EXPECT_EQ(Print(motion.resampled(1.25)),
@@ -192,10 +194,10 @@ TEST(BaMotion, IsResampledAndCut) {
   EXPECT_EQ(Print(motion.cut(1.5, 9)), "# kept\ntime,v1,v2\n1.50000000000000000,2,4\n2,-2,0\n");
   EXPECT_EQ(motion.cut(-1, 1.6).numFrames(), 2);
   EXPECT_EQ(motion.cut(3, 4).numFrames(), 0);
-  const BaMotion uneven = Scan("time,1\n0,0\n0.9,9\n1,10\n");
+  const BaMotion uneven = ScanMotion("time,1\n0,0\n0.9,9\n1,10\n");
   EXPECT_EQ(Print(uneven.resampled(2)), "time,v1\n0.00000000000000000,0\n0.5,5\n1,10\n");
   // A rate that misses the end by less than rounding explains reaches it.
-  EXPECT_EQ(Scan("time,1\n0.1,0\n0.4,3\n").resampled(10).values(1).back(), 3);
+  EXPECT_EQ(ScanMotion("time,1\n0.1,0\n0.4,3\n").resampled(10).values(1).back(), 3);
 }
 
 }  // namespace

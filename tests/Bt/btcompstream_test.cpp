@@ -284,8 +284,9 @@ TEST_F(BtCompStream, WaitsForNobodyForEver) {
 std::vector<pid_t> ChainFrom(pid_t process) {
   std::vector<pid_t> chain = {process};
   for (;;) {
-    const std::string last = std::to_string(chain.back());
-    const std::string children = ReadFile("/proc/" + last + "/task/" + last + "/children");
+    std::string path = "/proc/" + std::to_string(chain.back()) + "/task/";
+    path += std::to_string(chain.back()) + "/children";
+    const std::string children = ReadFile(path);
     if (children.empty()) return chain;
     chain.push_back(std::stoi(children));
   }

@@ -86,6 +86,12 @@ std::string TakeMark(std::string* text) {
   return std::to_string(line) + ":" + std::to_string(column);
 }
 
+// How a message begins that has a place.
+std::string Located(const std::string& file, const std::string& mark) {
+  std::string text = file;
+  return text.append(":").append(mark).append(": ");
+}
+
 TEST(Where, MessagesOfReadersPointAtTheFault) {
   const TestFolder folder;
   for (const WhereCase& row : kWhereCases) {
@@ -93,7 +99,7 @@ TEST(Where, MessagesOfReadersPointAtTheFault) {
     const std::string mark = TakeMark(&text);
     const std::string file = folder.write("text", text);
     const std::string err = RunTool({"info", file}).err;
-    const std::string start = file + ":" + mark + ": ";
+    const std::string start = Located(file, mark);
     std::istringstream lines(err);
     bool found = false;
     for (std::string line; std::getline(lines, line);) {
@@ -118,11 +124,13 @@ TEST(Where, IncludedFilesAreNamedWithThoseThatIncludeThem) {
     const auto where =
         nlohmann::json::parse(RunTool({"info", "--json", first}).out)["files"][0]["where"];
     EXPECT_EQ(where["file"], last);
-    EXPECT_EQ(where["line"].dump() + ":" + where["column"].dump(), mark);
+    EXPECT_EQ(where["line"].dump().append(":").append(where["column"].dump()), mark);
     EXPECT_EQ(where["included_by"], nlohmann::json({middle, first}));
     const std::string err = RunTool({"info", first}).err;
-    EXPECT_NE(err.find(last + ":" + mark + ": error: "), std::string::npos) << err;
-    EXPECT_NE(err.find(" (included by " + middle + ", by " + first + ")\n"), std::string::npos);
+    EXPECT_NE(err.find(Located(last, mark).append("error: ")), std::string::npos) << err;
+    EXPECT_NE(err.find(std::string(" (included by ").append(middle).append(", by ").append(first) +
+                       ")\n"),
+              std::string::npos);
   }
 }
 
