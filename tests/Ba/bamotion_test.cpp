@@ -4,6 +4,7 @@
 
 #include "Ba/bamapping.h"
 #include "Ba/modeltexts.h"
+#include "Bt/piecesbuf.h"
 #include "btviewstream.h"
 #include "support/errorcases.h"
 #include "support/printed.h"
@@ -41,6 +42,18 @@ TEST(BaMotion, TakesTheFormsThatProgramsWrite) {
   EXPECT_EQ(ScanMotion("time\n0\n1\n").numFrames(), 2);
   EXPECT_EQ(ScanMotion("# one\n#two\r\r\ntime,1\n0,1\n").comments(),
             (std::vector<BtStr>{"one", "two"}));
+}
+
+// Streams hand out a file in pieces, or character by character.
+TEST(BaMotion, StreamsMayComeInPieces) {
+  const std::string text = "# one\n\ntime,12,3\r\n0,1,-2.5\n\n0.5,0.001,300";
+  for (const auto& [first, step] : {std::pair(0, 0), {5, 0}, {0, 1}, {7, 3}, {100, 1}}) {
+    PiecesBuf pieces(text, static_cast<std::size_t>(first), static_cast<std::size_t>(step));
+    std::istream is(&pieces);
+    BaMotion motion;
+    EXPECT_TRUE(motion.scanFrom(is, "motion.csv", {})) << first << step << TakePrinted();
+    EXPECT_EQ(motion, ScanMotion(text)) << first << step;
+  }
 }
 
 TEST(BaMotion, TimesTellTheRate) {

@@ -39,26 +39,37 @@ Ba_CsvFault_t TakeQuoted(std::string_view* line, std::string* field) {
 
 }  // namespace
 
+Ba_CsvLines::Line Ba_CsvLines::_takePiece(bool* is_ended) {
+  const char* begin = Bt_GetArea::next(_buf);
+  const char* end = Bt_GetArea::end(_buf);
+  const bool has_area = begin != end;
+  if (!has_area) {
+    _single = static_cast<char>(_buf->sbumpc());
+    begin = &_single;
+    end = begin + 1;
+  }
+  const void* const found = std::memchr(begin, '\n', static_cast<std::size_t>(end - begin));
+  *is_ended = found != nullptr;
+  const char* const line_end = *is_ended ? static_cast<const char*>(found) : end;
+  if (has_area) Bt_GetArea::moveTo(_buf, *is_ended ? line_end + 1 : end);
+  return {begin, line_end, end};
+}
+
 Ba_CsvLines::Next Ba_CsvLines::next(Line* line) {
   _pieces.clear();
   bool is_ended = false;
   while (!is_ended && _buf->sgetc() >= 0) {  // which fetches more text where none is left
-    const char* const begin = Bt_GetArea::next(_buf);
-    const char* const end = Bt_GetArea::end(_buf);
-    const void* const found = std::memchr(begin, '\n', static_cast<std::size_t>(end - begin));
-    is_ended = found != nullptr;
-    const char* const line_end = is_ended ? static_cast<const char*>(found) : end;
-    Bt_GetArea::moveTo(_buf, is_ended ? line_end + 1 : end);
-    if (_pieces.size() + static_cast<std::size_t>(line_end - begin) > kMaxLength) {
+    const Line piece = _takePiece(&is_ended);
+    if (_pieces.size() + piece.view().size() > kMaxLength) {
       ++_number;
       return Next::TooLong;
     }
     if (is_ended && _pieces.empty()) {
       ++_number;
-      SetLine(line, begin, line_end, end);
+      SetLine(line, piece.begin, piece.end, piece.readable_end);
       return Next::Line;
     }
-    _pieces.append(begin, line_end);
+    _pieces += piece.view();
   }
   // What was cut off by a read error is no line.
   if (_pieces.empty() || _is.bad()) return Next::End;

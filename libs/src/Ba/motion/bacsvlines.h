@@ -34,9 +34,13 @@ class Ba_CsvLines {
   [[nodiscard]] int number() const { return _number; }
 
  private:
+  // Takes the text up to the end of the line, or as much of it as the buffer has.
+  Line _takePiece(bool* is_ended);
+
   std::streambuf* _buf;
   std::istream& _is;
   std::string _pieces;  // a line that goes beyond the buffer
+  char _single = '\0';  // of a stream that hands out characters one by one
   int _number = 0;
 };
 
