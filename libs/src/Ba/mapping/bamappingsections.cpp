@@ -103,6 +103,22 @@ bool ReadBlendItem(const BtStr& key, const BtStr& item, bool single_line, BaName
   return BtFail("Unrecognized key word \"" + key + "\" in BLEND_EFFECT_MAP section.");
 }
 
+// Calls read(key, item, single_line) for each item of a section's block; false where that or the
+// reading of an item fails.
+template <class Read>
+bool ReadItems(const BtStr& block, Read read) {
+  BtViewStream is(block.view());
+  for (;;) {
+    BtStr key;
+    BtStr item;
+    bool single_line = false;
+    if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
+    if (key.isNull()) return true;
+    const BtItemReading item_reading(is, item.view(), single_line);
+    if (!read(key, item, single_line)) return false;
+  }
+}
+
 }  // namespace
 
 bool BaUnlockedMapping::_scanSections(std::istream& is) {
@@ -159,35 +175,23 @@ bool BaUnlockedMapping::_scanTextureIndexMaps(const BtStr& value) {
 }
 
 bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
-  BtViewStream is(value.view());
   BlendEffectMap map;
   BaNameMap<int> known;
-  for (;;) {
-    BtStr key;
-    BtStr item;
-    bool single_line = false;
-    if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
-    if (key.isNull()) break;
-    const BtItemReading item_reading(is, item.view(), single_line);
-    if (!ReadBlendItem(key, item, single_line, &known, &map)) return false;
-  }
+  const auto read = [&](const BtStr& key, const BtStr& item, bool single_line) {
+    return ReadBlendItem(key, item, single_line, &known, &map);
+  };
+  if (!ReadItems(value, read)) return false;
   if (map.slider_group.isNull()) return BtFail(kNoSliderGroup);
   _blend_effect_maps.push_back(std::move(map));
   return true;
 }
 
 bool BaUnlockedMapping::_scanInclude(const BtStr& value) {
-  BtViewStream is(value.view());
   Include include;
-  for (;;) {
-    BtStr key;
-    BtStr item;
-    bool single_line = false;
-    if (!BtReadTaggedValue(is, &key, &item, &single_line)) return false;
-    if (key.isNull()) break;
-    const BtItemReading item_reading(is, item.view(), single_line);
-    if (!ReadIncludeItem(key, item, single_line, &include)) return false;
-  }
+  const auto read = [&include](const BtStr& key, const BtStr& item, bool single_line) {
+    return ReadIncludeItem(key, item, single_line, &include);
+  };
+  if (!ReadItems(value, read)) return false;
   if (include.file_name.isNull()) return BtFail("No FILE_NAME specified.");
   _includes.push_back(include);
   return true;
