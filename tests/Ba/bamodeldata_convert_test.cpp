@@ -413,6 +413,8 @@ TEST(BaModelDataFill, RefusesBodiesThatDoNotFit) {
       {MaterialSection("m"), "Body \"hand\" specifies an undefined parent body \"arm\"."},
       {kArm + DocumentBody("hand", "arm"), "Multiple bodies have name \"hand\"."},
       {kArm + DocumentBody("b", "arm", "ID: 2\n"), "Multiple bodies have id 2."},
+      {kArm + "VERTICES {\nNAME: hand_vertices\n}\n",
+       "Multiple vertex sets have name \"hand_vertices\"."},
       {kArm + SliderGroup("h", "s"), "Invalid slider name 't' used in the blend effects."},
   };
   const ExtractedModel model{Document(kBlendedHand)};

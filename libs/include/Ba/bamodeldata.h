@@ -107,8 +107,8 @@ class BaModelData {
   bool fillFrom(const BaModel& model, bool merge_vertices);
   // Adds one body of a model, its shape and the slider groups that its blends name; a group that
   // the document has already counts as it stands there. Asserts that the materials that the body
-  // uses are there. A body whose name or id is taken or whose parent is not there, and a blend of
-  // no slider, are errors that change nothing.
+  // uses are there. A body whose name or id is taken or whose parent is not there, a name of its
+  // vertex set that is taken, and a blend of no slider are errors that change nothing.
   bool fillBodyFrom(const BaModel& model, int body_id, bool merge_vertices);
   // Adds the content to an empty model. A failure leaves it empty.
   bool extractTo(BaModel* model) const;

@@ -151,6 +151,9 @@ bool ModelFiller::addBody(const BaBody& body) {
     _material_names.emplace(material->id(), material->name());
   }
   Shape shape = _shapeOf(body);
+  if (shape.vertices != nullptr && _data->vertexSetByName(shape.vertices->name()) != nullptr) {
+    return BtFail("Multiple vertex sets have name \"" + shape.vertices->name() + "\".");
+  }
   if (shape.vertices != nullptr && !_addSliderGroupsOf(*shape.vertices)) return false;
   _data->addBody(_toMDBody(body));
   if (shape.poly_set != nullptr || !body.bones().empty()) _addShape(body, std::move(shape));
