@@ -34,6 +34,10 @@ struct Arguments {
   bool mesh_per_body = false;
   std::string mb_version = "2011";
   std::string lengths;  // the unit; empty for the model's
+  bool all = false;
+  bool strict = false;
+  std::vector<std::string> only;    // codes
+  std::vector<std::string> ignore;  // codes
 };
 
 // Exit statuses that all commands share.

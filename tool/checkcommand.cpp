@@ -1,58 +1,56 @@
 // "check": finds what would make a conversion fail or look wrong.
-#include <unistd.h>
-
 #include <iostream>
 
-#include "Ba/bamapping.h"
 #include "arguments.h"
 #include "checkedfiles.h"
+#include "checktext.h"
+#include "inputs.h"
 #include "json.h"
+#include "motionfiles.h"
 #include "style.h"
 
 namespace {
 
-void PrintFindings(const Findings& findings, bool readable, std::ostream& os) {
-  constexpr Style kStyles[] = {Style::Faint, Style::Warning, Style::Error};
-  for (const Severity severity : {Severity::Error, Severity::Warning, Severity::Note}) {
-    for (const Finding& finding : findings.list()) {
-      if (finding.kind->severity != severity) continue;
-      if (!finding.where.file.empty()) os << Printable(WhereText(finding.where)) << ": ";
-      os << Styled(kStyles[static_cast<int>(severity)], SeverityName(severity)) << ": "
-         << TextOf(finding) << Printable(ChainText(finding.where)) << "\n";
-      if (isatty(STDOUT_FILENO) == 1) os << CaretText(finding.where);
-    }
+// False, with a complaint, for a code that there is not.
+bool CheckCodes(const std::vector<std::string>& codes) {
+  for (const std::string& code : codes) {
+    if (FindKind(code) != nullptr) continue;
+    Complain("check", "there is no code '" + code + "'");
+    return false;
   }
-  const int errors = findings.count(Severity::Error);
-  const std::string summary = Counted(errors, "error", "errors") + ", " +
-                              Counted(findings.count(Severity::Warning), "warning", "warnings") +
-                              ", " + Counted(findings.count(Severity::Note), "note", "notes");
-  os << Styled(errors > 0 ? Style::Error : Style::Good, summary)
-     << (readable ? "" : "; what could not be read was not checked") << "\n";
+  return true;
+}
+
+Json AnswerOf(const CheckedFiles& checked) {
+  const Findings& findings = checked.findings;
+  Json answer = JsonHeader("check");
+  answer["model"] = checked.model_file;
+  answer["mapping"] = checked.dof_file.empty() ? Json(nullptr) : Json(checked.dof_file);
+  answer["readable"] = checked.readable;
+  answer["counts"] = {{"error", findings.count(Severity::Error)},
+                      {"warning", findings.count(Severity::Warning)},
+                      {"note", findings.count(Severity::Note)}};
+  answer["findings"] = ToJson(findings);
+  return answer;
 }
 
 }  // namespace
 
 int RunCheck(const Arguments& arguments) {
-  const std::string& model_file = arguments.files[0];
-  const bool has_mapping = arguments.files.size() > 1;
-  const CheckedFiles checked(model_file, has_mapping ? arguments.files[1] : "");
-  const Findings& findings = checked.findings;
-  const bool readable = checked.readable;
-  const int errors = findings.count(Severity::Error);
+  if (!CheckCodes(arguments.only) || !CheckCodes(arguments.ignore) ||
+      !CheckPositive("--scale-factor", static_cast<float>(arguments.scale_factor))) {
+    return kExitTrouble;
+  }
+  const CheckedFiles checked(
+      arguments.files[0], arguments.files.size() > 1 ? arguments.files[1] : "",
+      {arguments.scale_factor, arguments.only, arguments.ignore, arguments.strict});
   const int status = StatusOf(checked);
-  if (!arguments.json) {
-    checked.complain();
-    PrintFindings(findings, readable, std::cout);
+  if (arguments.json) {
+    PrintJson(AnswerOf(checked), std::cout);
     return status;
   }
-  Json answer = JsonHeader("check");
-  answer["model"] = model_file;
-  answer["mapping"] = has_mapping ? Json(arguments.files[1]) : Json(nullptr);
-  answer["readable"] = readable;
-  answer["counts"] = {{"error", errors},
-                      {"warning", findings.count(Severity::Warning)},
-                      {"note", findings.count(Severity::Note)}};
-  answer["findings"] = ToJson(findings);
-  PrintJson(answer, std::cout);
+  PrintFindings(checked.findings, arguments.all, std::cout);
+  const bool has_errors = checked.findings.count(Severity::Error) > 0;
+  std::cout << Styled(has_errors ? Style::Error : Style::Good, SummaryOf(checked)) << "\n";
   return status;
 }

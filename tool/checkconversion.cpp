@@ -24,7 +24,8 @@ void ConvertToNothing(const CheckInput& input, const BaModelData& data) {
   InitializeSdk(&manager, &scene);
   const std::unique_ptr<KFbxSdkManager, void (*)(KFbxSdkManager*)> owner(manager, DestroySdk);
   CreateScene(manager, scene, data, input.model_file.c_str(),
-              input.mapping == nullptr ? no_mapping : *input.mapping, 2.54F, false);
+              input.mapping == nullptr ? no_mapping : *input.mapping,
+              static_cast<float>(input.scale_factor), false);
   const WriterChoice writer = FindMotionBuilderWriter(manager, "2011", false);
   SaveScene(manager, scene, "/dev/null", false, true, writer.version);
 }
@@ -37,7 +38,8 @@ void AddMessages(const std::vector<Message>& messages, const Place& place,
   for (const Message& message : messages) {
     const FindingKind* const kind = FindingKindOf(message, fallback);
     if (kind != Kind("other-warning") && before.has(kind)) continue;
-    findings->add(kind, place, message.text, message.count, message.where);
+    findings->add(
+        {kind, place, message.text, message.count, message.where, {}, {}, message.detail});
   }
 }
 

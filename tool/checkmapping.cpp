@@ -29,7 +29,7 @@ void CheckBodyMaps(const CheckInput& input, Findings* findings) {
   }
   for (const BaBody* body : input.bodies) {
     if (input.mapping->bodyMap(body->id()) == nullptr) {
-      findings->add(Kind("body-unmapped"), PlaceOf(*body), "the mapping does not name it");
+      findings->add(Kind("body-unmapped"), PlaceOf(*body), "");
     }
   }
 }

@@ -16,6 +16,7 @@ struct CheckInput {
   std::string dof_file;
   const BaModel& model;
   const BaUnlockedMapping* mapping;   // null where none was given
+  double scale_factor;                // of the conversion
   std::vector<const BaBody*> bodies;  // parents before their children
 };
 

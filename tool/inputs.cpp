@@ -119,7 +119,11 @@ class MessageGatherer {
   // the place.
   void _addError(const BtExcept& record) {
     const std::string text = OneLine(record.message().view());
-    if (text.find(kLastRecord) != std::string::npos) return;
+    if (text.find(kLastRecord) != std::string::npos) {
+      _error.detail = Text(record.message());
+      _error.detail.erase(0, _error.detail.find_first_not_of('\n'));
+      return;
+    }
     _error.text += (_error.text.empty() ? "" : " ") + text;
     if (record.code() != nullptr) _error.code = record.code();
     const bool is_known = record.place().offset >= 0 || _error_place.source == nullptr;
@@ -168,6 +172,11 @@ const Message* ErrorOf(const std::vector<Message>& messages) {
 std::string ErrorText(const std::vector<Message>& messages) {
   const Message* const error = ErrorOf(messages);
   return error == nullptr ? std::string() : error->text;
+}
+
+bool CanBeOpened(const std::string& file) {
+  std::error_code ignored;
+  return !std::filesystem::is_directory(file, ignored) && access(file.c_str(), R_OK) == 0;
 }
 
 FileKind KindOf(const std::string& file) {

@@ -21,6 +21,7 @@ struct Message {
   const char* code = nullptr;  // of the fact that it tells of; null for none
   int count = 1;               // how often it was said
   Where where = {};            // it was said first, of an error its cause
+  std::string detail = {};     // what else there is to show of it, in lines
 };
 
 // Takes what is recorded: an error with its reasons as one message, with the
@@ -32,6 +33,9 @@ bool HasError(const std::vector<Message>& messages);
 // The first error, null where there is none; its text, empty then.
 const Message* ErrorOf(const std::vector<Message>& messages);
 std::string ErrorText(const std::vector<Message>& messages);
+
+// True for what can be opened for reading, and is no folder.
+bool CanBeOpened(const std::string& file);
 
 enum class FileKind { Model, Mapping, Fbx, Unknown };
 // What the first bytes of a file say, of the text in it for a compressed one; for what is no

@@ -231,7 +231,14 @@ Json ToJson(const Findings& findings) {
            {"name", finding.place.name.empty() ? Json(nullptr) : Json(finding.place.name)},
            {"id", finding.place.id ? Json(*finding.place.id) : Json(nullptr)}}},
          {"text", finding.text},
+         {"advice", finding.kind->advice},
+         {"detail", TextOrNull(finding.detail)},
          {"where", ToJson(finding.where)},
+         {"file", TextOrNull(finding.where.file)},
+         {"line", finding.where.line == 0 ? Json(nullptr) : Json(finding.where.line)},
+         {"column", finding.where.line == 0 ? Json(nullptr) : Json(finding.where.column)},
+         {"body", TextOrNull(finding.body)},
+         {"material", TextOrNull(finding.material)},
          {"count", finding.count}});
   }
   return list;

@@ -14,6 +14,7 @@
 #include "Bt/btfile.h"
 #include "arguments.h"
 #include "checkedfiles.h"
+#include "checktext.h"
 #include "inputs.h"
 #include "motionfiles.h"
 #include "outputfile.h"
@@ -41,12 +42,11 @@ SourceFiles SourcesOf(const Arguments& arguments, const CheckedFiles& files,
 // Prints the first errors that were found; the other findings stand in the page.
 void PrintErrors(const CheckedFiles& files) {
   constexpr int kMostErrors = 10;
-  files.complain();
-  if (!files.readable) return;
   int left = kMostErrors;
   for (const Finding& finding : files.findings.list()) {
     if (finding.kind->severity != Severity::Error || left-- <= 0) continue;
-    Complain(files.model_file, TextOf(finding));
+    Complain(finding.where.file.empty() ? files.model_file : WhereText(finding.where),
+             TextOf(finding));
   }
   const int errors = files.findings.count(Severity::Error);
   if (errors > kMostErrors) {

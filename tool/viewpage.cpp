@@ -154,14 +154,21 @@ Json TexturesOf(const ViewSource& source) {
   return textures;
 }
 
+void CutFolder(Json* file) {
+  if (file->is_string()) *file = Text(BtFileBaseName(file->get<std::string>().c_str()));
+}
+
 // The findings, files named without their folders: pages are handed on.
 Json FindingsOf(const Findings& findings) {
   Json list = ToJson(findings);
   for (Json& finding : list) {
     Json& place = finding["place"];
-    if (place["kind"] != "model" && place["kind"] != "mapping") continue;
-    if (!place["name"].is_string()) continue;
-    place["name"] = Text(BtFileBaseName(place["name"].get<std::string>().c_str()));
+    if (place["kind"] == "model" || place["kind"] == "mapping") CutFolder(&place["name"]);
+    CutFolder(&finding["file"]);
+    Json& where = finding["where"];
+    if (where.is_null()) continue;
+    CutFolder(&where["file"]);
+    for (Json& file : where["included_by"]) CutFolder(&file);
   }
   return list;
 }

@@ -140,7 +140,6 @@ TEST(Info, PrefixesWhatReadersPrint) {
       folder.write("cut.mdl", "Zov Graphic Model File\nv2.00\nBODY {\nNAME: a\n");
   const std::string whole = folder.write("whole.mdl", kBasicModel);
   const std::vector<std::string> commands[] = {{"info", odd, cut},
-                                               {"check", cut},
                                                {"diff", odd, cut},
                                                {"picture", cut, "-o", "no.svg"},
                                                {"convert-model", cut, "no.mdl"},

@@ -1,0 +1,136 @@
+// What "check" can find: one table.
+#pragma once
+
+#include <algorithm>
+#include <iterator>
+#include <string_view>
+
+enum class Severity { Note, Warning, Error };
+inline const char* SeverityName(Severity severity) {
+  constexpr const char* kNames[] = {"note", "warning", "error"};
+  return kNames[static_cast<int>(severity)];
+}
+
+// Codes are for scripts and never change their meaning. Messages of the libraries come with theirs.
+struct FindingKind {
+  const char* code;
+  Severity severity;
+  const char* text;
+  const char* advice;  // what to do about it; empty for nothing
+};
+
+inline constexpr FindingKind kFindingKinds[] = {
+    // Files that cannot be read.
+    {"file-unopened", Severity::Error, "the file cannot be opened",
+     "mend its name or its permissions"},
+    {"model-unreadable", Severity::Error, "the model cannot be read",
+     "mend the model at the place that is named"},
+    {"mapping-unreadable", Severity::Error, "the mapping cannot be read",
+     "mend the mapping at the place that is named"},
+    {"version-unsupported", Severity::Error, "the file is of a version that is not read",
+     "export the file again in a version that is read"},
+    {"include-circle", Severity::Error, "a file includes itself",
+     "take one INCLUDE of the circle out"},
+    {"parent-missing", Severity::Error, "a body names a parent that does not exist",
+     "add the parent, or name one that there is"},
+    {"parent-circle", Severity::Error, "a body is its own ancestor",
+     "give one of the bodies another parent"},
+    {"body-id-duplicate", Severity::Error, "two bodies have one id",
+     "give one of the bodies another id"},
+    {"body-id-range", Severity::Error, "a body id is out of range", "use ids from 1 to 4194303"},
+    {"body-mapped-twice", Severity::Error, "a body has two maps",
+     "take one of the maps out, or mend its body id"},
+    {"material-missing", Severity::Error, "a shape uses a material that does not exist",
+     "define the material in front of the shape, or use one that there is"},
+    {"flex-target-undefined", Severity::Error, "vertices follow a body that does not exist",
+     "name a body that there is, defined in front of the shape"},
+    {"variable-overlap", Severity::Error, "included mappings use the same variables",
+     "raise SYSTEM_VARIABLE_ID_OFFSET, or leave it out"},
+    // What makes a conversion fail.
+    {"body-name-clash", Severity::Error, "two bodies have one name after blanks became _",
+     "rename one of the bodies"},
+    {"body-name-world", Severity::Error, "a body has the name of the world", "rename the body"},
+    {"left-handed", Severity::Error, "a rest transform is mirrored or flat",
+     "export the body again without mirroring; mirror its vertices instead"},
+    {"mapped-body-missing", Severity::Error, "the mapping names a body that is not in the model",
+     "mend the id in the mapping, or take the map out"},
+    {"rotation-axes", Severity::Error, "a mapped body does not turn about each axis once",
+     "list each of the transforms 1 to 6 once"},
+    {"number-out-of-range", Severity::Error, "a number has no place in an FBX file",
+     "look for a slip in the exponent"},
+    {"conversion-fails", Severity::Error, "the conversion fails for another reason",
+     "mend what the message names"},
+    // What makes it look wrong.
+    {"body-unmapped", Severity::Warning, "no variable drives the body; its rotation order is XYZ",
+     "add a body map, unless the body is to rest"},
+    {"scaled-transform", Severity::Warning, "a rest transform is scaled or sheared",
+     "freeze the scale into the vertices and export again"},
+    {"weight-above-one", Severity::Warning, "weights of a vertex come to more than 1",
+     "normalise the weights"},
+    {"weight-negative", Severity::Warning, "weights are negative", "set them to 0 or above"},
+    {"flex-target-missing", Severity::Warning, "vertices follow the world or a missing body",
+     "name the body that they shall follow"},
+    {"flex-outside-chain", Severity::Warning, "vertices follow a body of another chain",
+     "hang both bodies under one root, or convert without -mesh_per_body"},
+    {"texture-missing", Severity::Warning, "the picture of a texture is not found",
+     "put the picture beside the model, or mend its name"},
+    {"texture-unreadable", Severity::Warning, "the picture of a texture cannot be opened",
+     "mend the file or its permissions"},
+    {"texture-no-picture", Severity::Warning, "the file of a texture is no picture that is known",
+     "save the picture as PNG, JPEG, TIFF, TGA or BMP"},
+    {"texture-second", Severity::Warning, "a material has two textures of one kind",
+     "keep one texture of the kind"},
+    {"material-name-clash", Severity::Warning, "two materials have one name",
+     "rename one of the materials"},
+    {"polygon-degenerate", Severity::Warning, "polygons have no area",
+     "clean the mesh of faces without area"},
+    {"polygon-nonplanar", Severity::Note, "the corners of polygons are in no plane",
+     "triangulate where readers shall cut it as you do"},
+    {"vertex-duplicate", Severity::Warning, "polygons repeat a vertex",
+     "clean the mesh of doubled corners"},
+    {"name-double-colon", Severity::Warning, "a name holds ::, which FBX keeps for itself",
+     "rename it"},
+    {"name-control", Severity::Warning, "a name holds control characters", "rename it"},
+    {"name-encoding", Severity::Warning, "a name is not in UTF-8", "save the file as UTF-8"},
+    {"name-long", Severity::Warning, "a name has more than 63 bytes, where readers cut it",
+     "shorten it"},
+    {"name-clash", Severity::Warning, "names differ in case only, or are one name in the FBX",
+     "rename one of the two"},
+    {"variable-shared", Severity::Warning, "one variable drives several transforms alone",
+     "give each transform a variable of its own, unless that is meant"},
+    {"variable-count", Severity::Warning, "the mapping has another number of variables",
+     "mend the number in the third line"},
+    {"slider-unknown", Severity::Warning, "the mapping drives a slider that is not in the model",
+     "mend the names of group and slider, or take them out"},
+    {"texture-map-unknown", Severity::Warning, "the mapping drives a material that is missing",
+     "mend the material id"},
+    {"units-differ", Severity::Warning, "an included model has other units",
+     "export both models in one unit"},
+    {"left-out", Severity::Warning, "something has no form in the output",
+     "expect it to be missing"},
+    {"no-bodies", Severity::Warning, "the model has no bodies",
+     "make sure that the export held the skeleton"},
+    {"other-warning", Severity::Warning, "the conversion warns", "see what the message names"},
+    // What is worth knowing.
+    {"units-not-inches", Severity::Note, "lengths are not in inches, as the scale factor assumes",
+     "give -scale_factor to match"},
+    {"material-unused", Severity::Note, "no polygon uses the material",
+     "give it to a shape, or take it out"},
+    {"id-gap", Severity::Note, "body ids are not used in between", ""},
+    {"slider-unmapped", Severity::Note, "the mapping does not drive the slider",
+     "add it to a BLEND_EFFECT_MAP, unless it is to rest"},
+    {"not-converted", Severity::Note, "a conversion passes over some kinds of records", ""},
+};
+
+// The kind of a code, null where the table has none.
+constexpr const FindingKind* FindKind(std::string_view code) {
+  const auto* const found = std::ranges::find(kFindingKinds, code, &FindingKind::code);
+  return found == std::end(kFindingKinds) ? nullptr : found;
+}
+
+// The same, found by the compiler: a code that is not in the table does not compile.
+consteval const FindingKind* Kind(std::string_view code) {
+  const FindingKind* const kind = FindKind(code);
+  if (kind == nullptr) throw "there is no such code";
+  return kind;
+}
