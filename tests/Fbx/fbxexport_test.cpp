@@ -12,6 +12,8 @@
 #include "Fbx/kfbxmesh.h"
 #include "Fbx/kfbxnode.h"
 #include "Fbx/kfbxpose.h"
+#include "Fbx/kfbxsurfacephong.h"
+#include "Fbx/kfbxtexture.h"
 #include "fbxdialect.h"
 #include "fbxfamily.h"
 #include "testscene.h"
@@ -63,6 +65,7 @@ TEST(FbxExport, PosesAndSkinsAgreeWithTheModels) {
     const FbxRecord& head = family.object(file, Named("head", "Model"));
     EXPECT_EQ(family.property(head, "RotationOrder"), Numbers{eEULER_YZX});
     EXPECT_EQ(family.property(head, "RotationActive"), Numbers{1});
+    EXPECT_EQ(family.property(head, "InheritType"), Numbers{1});
     EXPECT_EQ(ExpectAgreeingTransforms(family, file), 3);
     // What turns after the skin was bound leaves the pose as it was.
     scene.spine->LclRotation.Set(KFbxVector4(10, 20, 30));
@@ -113,7 +116,12 @@ TEST(FbxExport, WritesTheMesh) {
       layer.push_back(element->child("Type").text());
       EXPECT_EQ(mesh.all(layer.back()).size(), 1U);
     }
-    EXPECT_EQ(layer.size(), family.has_ids ? 3U : 4U);
+    const Names elements[] = {
+        {"LayerElementNormal", "LayerElementMaterial", "LayerElementSmoothing", "LayerElementUV"},
+        {"LayerElementNormal", "LayerElementMaterial", "LayerElementSmoothing",
+         "LayerElementTexture", "LayerElementUV"}};
+    EXPECT_EQ(layer, elements[family.has_ids ? 0 : 1]);
+    EXPECT_EQ(mesh.child("LayerElementSmoothing").child("Smoothing").numbers, (Numbers{0, 0}));
     if (!family.has_ids) {
       EXPECT_EQ(mesh.child("LayerElementTexture").child("TextureId").numbers, (Numbers{0, -1}));
     }
@@ -125,17 +133,42 @@ TEST(FbxExport, WritesTheMesh) {
   }
 }
 
-TEST(FbxExport, WritesInheritanceOfScaleWhereItMatters) {
+// One material, one texture, normals of points: a value stands once where it holds for all, and
+// each texture has coordinates of its own where it does not drive the colour.
+TEST(FbxExport, WritesOnceWhatHoldsForTheWholeMesh) {
   const ScenePtr scene = NewScene();
-  KFbxNode* top = AddNode(scene.get(), "top");
-  top->LclScaling.Set(KFbxVector4(2, 1, 1));
-  AddNode(scene.get(), "below", AddNode(scene.get(), "middle", top));
-  const FbxFile file = Exported(scene.get(), kBinary61);
-  const Family& family = kFamilies[1];
-  for (const auto& [name, type] : {std::pair{"top", 0.0}, {"middle", 1.0}, {"below", 1.0}}) {
-    const FbxRecord& model = family.object(file, Named(name, "Model"));
-    EXPECT_EQ(family.property(model, "InheritType"), Numbers{type});
-    EXPECT_EQ(family.subtype(model), "Null");
+  KFbxNode* node = AddNode(scene.get(), "mesh");
+  KFbxMesh* mesh = KFbxMesh::Create(scene.get(), "mesh");
+  node->SetNodeAttribute(mesh);
+  mesh->GetControlPoints() = {0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0};
+  mesh->SetPolygons({0, 1, -3, 0, 2, -4}, {0, 0});
+  mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1});
+  mesh->SetUVs("map1", {0.25, 0.5}, {0, 0, 0, 0, 0, 0});
+  KFbxSurfacePhong* material = KFbxSurfacePhong::Create(scene.get(), "mirror");
+  KFbxTexture* texture = KFbxTexture::Create(scene.get(), "sky");
+  material->Connect(texture, "ReflectionColor");
+  node->AddMaterial(material);
+  for (const Family& family : kFamilies) {
+    const FbxFile file = Exported(scene.get(), family.format);
+    const FbxRecord& geometry =
+        family.object(file, Named("mesh", family.has_ids ? "Geometry" : "Model"));
+    EXPECT_EQ(geometry.child("LayerElementSmoothing").child("Smoothing").numbers, (Numbers{1, 1}));
+    std::vector<std::pair<const char*, const char*>> shared = {
+        {"LayerElementMaterial", "Materials"}};
+    if (!family.has_ids) {
+      shared.emplace_back("LayerElementReflectionTextures", "TextureId");
+      EXPECT_EQ(geometry.child("LayerElementReflectionUV").child("UV").numbers,
+                (Numbers{0.25, 0.5}));
+    }
+    for (const auto& [element, list] : shared) {
+      EXPECT_EQ(geometry.child(element).child("MappingInformationType").text(), "AllSame");
+      EXPECT_EQ(geometry.child(element).child(list).numbers, Numbers{0}) << element;
+    }
+    // What readers show stands at the object: not all know the template.
+    EXPECT_EQ(family.property(family.object(file, Named("mirror", "Material")), "DiffuseColor"),
+              (Numbers{0.8, 0.8, 0.8}));
+    EXPECT_EQ(family.property(family.object(file, Named("sky", "Texture")), "WrapModeU"),
+              Numbers{0});
   }
 }
 

@@ -59,10 +59,7 @@ export function toGltf(fbx, options = []) {
   const args = ['--binary', '--input', fbx, '--output', glb, ...options];
   const { status, stdout, stderr } = run(fbx2gltf, args);
   if (status !== 0) throw new Error(`FBX2glTF ${fbx}: status ${status}\n${stdout}${stderr}`);
-  // Every node of default settings causes this remark, which goes on in indented lines.
-  const remark = /^Warning: node .* transform inheritance type 'eInheritRrSs'\.?\n( +.*\n)*/gm;
   const warnings = (stdout + stderr)
-    .replace(remark, '')
     .split('\n')
     .filter((line) => line !== '' && !/^(Wrote \d+ bytes of binary glTF to |Animation )/.test(line));
   return { glb, warnings };

@@ -11,6 +11,10 @@ class KFbxDocumentInfo : public KFbxCreated<KFbxDocumentInfo> {
   BtStr mKeywords;
   BtStr mRevision;
   BtStr mComment;
+  // The program that made the scene.
+  BtStr mApplicationVendor;
+  BtStr mApplicationName;
+  BtStr mApplicationVersion;
 
  private:
   friend class KFbxCreated<KFbxDocumentInfo>;

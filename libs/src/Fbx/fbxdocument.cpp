@@ -21,10 +21,11 @@ namespace {
 
 // Readers choose their dialect by this text.
 constexpr std::string_view kCreator = "FBX SDK/FBX Plugins version 2011.3";
+constexpr std::string_view kCreatorBuild = "FBX SDK/FBX Plugins version 2011.3 build=20100608";
 
-// Ways in which a node takes its parent's scale over, as numbers of the property.
-constexpr double kScaleLocally = 0;   // it does not skew the node's own rotation
-constexpr double kScaleAsMatrix = 1;  // plain products of matrices
+// How a node takes its parent's scale over, as a number of the property: by plain products of
+// matrices, which is what bind poses are computed with.
+constexpr double kScaleAsMatrix = 1;
 
 double Brightness(const KFbxVector4& color) { return (color[0] + color[1] + color[2]) / 3; }
 
@@ -136,7 +137,7 @@ void FbxDocument::writeIdentity() {
     _sink.end();
   }
   _sink.leaf("CreationTime", _source.creation_time.text());
-  _sink.leaf("Creator", kCreator);
+  _sink.leaf("Creator", kCreatorBuild);
 }
 
 void FbxDocument::writeSceneInfo() {
@@ -156,10 +157,18 @@ void FbxDocument::writeSceneInfo() {
   _sink.leaf("Revision", text(&KFbxDocumentInfo::mRevision));
   _sink.leaf("Comment", text(&KFbxDocumentInfo::mComment));
   _sink.end();
+  const std::string vendor = text(&KFbxDocumentInfo::mApplicationVendor);
+  const std::string name = text(&KFbxDocumentInfo::mApplicationName);
+  const std::string version = text(&KFbxDocumentInfo::mApplicationVersion);
+  const FbxSetting settings[] = {
+      {"Original|ApplicationVendor", vendor},   {"Original|ApplicationName", name},
+      {"Original|ApplicationVersion", version}, {"LastSaved|ApplicationVendor", vendor},
+      {"LastSaved|ApplicationName", name},      {"LastSaved|ApplicationVersion", version},
+  };
   // The urls of the document stay empty: the same scene is the same file wherever it is written.
   FbxPropertyWriter list = properties();
   list.begin();
-  list.write(FbxSceneInfoProperties());
+  list.write(FbxSceneInfoProperties(), settings);
   list.end();
   _sink.end();
 }
@@ -191,13 +200,12 @@ void FbxDocument::writeNodeProperties(const FbxSceneContent::Model& model,
                                       FbxPropertyWriter* list) {
   const KFbxNode& node = *model.node;
   const bool has_attribute = model.attribute != FbxSceneContent::kNone;
-  const double inherit_type = model.has_scaled_ancestor ? kScaleAsMatrix : kScaleLocally;
   const double scaling_min = _family.unused_scaling_min;
   const FbxSetting settings[] = {
       {"RotationOrder", static_cast<double>(node.GetRotationOrder(KFbxNode::eSOURCE_SET))},
       {"PreRotation", node.GetPreRotation(KFbxNode::eSOURCE_SET)},
       {"RotationActive", node.GetRotationActive() ? 1.0 : 0.0},
-      {"InheritType", inherit_type},
+      {"InheritType", kScaleAsMatrix},
       {"ScalingMin", {scaling_min, scaling_min, scaling_min}},
       {"DefaultAttributeIndex", has_attribute ? 0.0 : -1.0},
       {"Lcl Translation", node.LclTranslation.Get()},
@@ -208,6 +216,17 @@ void FbxDocument::writeNodeProperties(const FbxSceneContent::Model& model,
   for (std::size_t i = 0; i < model.user_names.size(); ++i) {
     WriteUserProperty(model.user_names[i], node.GetUserProperties()[i], list);
   }
+}
+
+int FbxDocument::materialsOf(const FbxSceneContent::Model& model) const {
+  return _content.materials.empty() ? 0 : model.node->GetMaterialCount();
+}
+
+void FbxDocument::writeModelFlags() {
+  _sink.leaf("MultiLayer", std::int32_t{0});
+  _sink.leaf("MultiTake", std::int32_t{1});
+  _sink.leaf("Shading", 'Y');
+  _sink.leaf("Culling", "CullingOff");
 }
 
 void FbxDocument::writePoses() {
@@ -264,7 +283,7 @@ void FbxDocument::writeMaterials() {
     _sink.leaf("MultiLayer", std::int32_t{0});
     FbxPropertyWriter list = properties();
     list.begin();
-    list.write(FbxPhongProperties(), settings, _family.selection);
+    list.write(FbxPhongProperties(), settings, _family.shown);
     list.write(FbxPhongLegacyProperties(), legacy);
     list.end();
     _sink.end();
@@ -300,7 +319,7 @@ void FbxDocument::writeTextures() {
     _sink.leaf("TextureName", refer(entry).name);
     FbxPropertyWriter list = properties();
     list.begin();
-    list.write(FbxTextureProperties(), settings, _family.selection);
+    list.write(FbxTextureProperties(), settings, _family.shown);
     list.end();
     if (entry.video != FbxSceneContent::kNone) {
       _sink.leaf("Media", refer(_content.videos[static_cast<std::size_t>(entry.video)]).name);

@@ -57,6 +57,9 @@ class FbxDocument {
   void writeGlobalSettings();
   void writeMatrix(std::string_view name, const KFbxXMatrix& matrix);
   void writeNodeProperties(const FbxSceneContent::Model& model, FbxPropertyWriter* properties);
+  // How many materials its polygons choose among; none where the file has no materials.
+  [[nodiscard]] int materialsOf(const FbxSceneContent::Model& model) const;
+  void writeModelFlags();
   void writePoses();
   void writePose(const FbxSceneContent::Pose& entry);
   void writeMaterials();

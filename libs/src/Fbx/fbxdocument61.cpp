@@ -22,24 +22,26 @@ namespace {
 struct SlotElement {
   std::string_view slot;
   std::string_view element;
+  std::string_view uv_element;
 };
 
 constexpr SlotElement kSlotElements[] = {
-    {"DiffuseColor", "LayerElementTexture"},
-    {"AmbientColor", "LayerElementAmbientTextures"},
-    {"EmissiveColor", "LayerElementEmissive_Textures"},
-    {"SpecularColor", "LayerElementSpecularTextures"},
-    {"TransparentColor", "LayerElementTransparentTextures"},
-    {"ReflectionColor", "LayerElementReflectionTextures"},
-    {"NormalMap", "LayerElementNormalMapTextures"},
-    {"Bump", "LayerElementBumpTextures"},
+    {"DiffuseColor", "LayerElementTexture", "LayerElementUV"},
+    {"AmbientColor", "LayerElementAmbientTextures", "LayerElementAmbientUV"},
+    {"EmissiveColor", "LayerElementEmissive_Textures", "LayerElementEmissiveUV"},
+    {"SpecularColor", "LayerElementSpecularTextures", "LayerElementSpecularUV"},
+    {"TransparentColor", "LayerElementTransparentTextures", "LayerElementTransparentUV"},
+    {"ReflectionColor", "LayerElementReflectionTextures", "LayerElementReflectionUV"},
+    {"NormalMap", "LayerElementNormalMapTextures", "LayerElementNormalMapUV"},
+    {"Bump", "LayerElementBumpTextures", "LayerElementBumpUV"},
 };
 
 // The textures of a node's materials, numbered in the order in which they are connected to the
 // model.
 class ModelTextures {
  public:
-  ModelTextures(const KFbxNode& node, const FbxSceneContent& content) {
+  ModelTextures(const KFbxNode& node, const FbxSceneContent& content)
+      : _materials(static_cast<std::size_t>(node.GetMaterialCount())) {
     for (int i = 0; i < node.GetMaterialCount(); ++i) {
       for (const auto& connection : node.GetMaterial(i)->GetTextures()) {
         const int texture = content.textureOf(connection.texture);
@@ -59,19 +61,23 @@ class ModelTextures {
     std::vector<FbxTextureLayer> layers;
     std::vector<std::int32_t> of_material;
     for (const SlotElement& slot : kSlotElements) {
-      of_material.clear();
+      of_material.assign(_materials, FbxSceneContent::kNone);
+      bool is_used = false;
       for (const Use& use : _uses) {
         if (use.slot != slot.slot) continue;
-        of_material.resize(std::max(of_material.size(), use.material + 1), FbxSceneContent::kNone);
         of_material[use.material] = use.number;
+        is_used = true;
       }
-      if (of_material.empty()) continue;
-      FbxTextureLayer& layer = layers.emplace_back(FbxTextureLayer{slot.element, {}});
-      layer.texture_of_polygon.reserve(mesh.GetPolygonMaterials().size());
-      for (const std::int32_t polygon_material : mesh.GetPolygonMaterials()) {
-        const auto material = static_cast<std::size_t>(polygon_material);
-        layer.texture_of_polygon.push_back(material < of_material.size() ? of_material[material]
-                                                                         : FbxSceneContent::kNone);
+      if (!is_used) continue;
+      FbxTextureLayer& layer =
+          layers.emplace_back(FbxTextureLayer{slot.element, slot.uv_element, {}});
+      if (std::equal(of_material.begin() + 1, of_material.end(), of_material.begin())) {
+        layer.textures = {of_material.front()};
+        continue;
+      }
+      layer.textures.reserve(mesh.GetPolygonMaterials().size());
+      for (const std::int32_t material : mesh.GetPolygonMaterials()) {
+        layer.textures.push_back(of_material[static_cast<std::size_t>(material)]);
       }
     }
     return layers;
@@ -83,6 +89,7 @@ class ModelTextures {
     std::size_t material;  // of the node
     std::int32_t number;
   };
+  std::size_t _materials;  // of the node
   std::vector<int> _textures;
   BtHashMap<int, std::int32_t> _numbers;
   std::vector<Use> _uses;
@@ -104,9 +111,6 @@ void FbxWriteDocument61(FbxRecordSink* sink, const FbxDocumentSource& source) {
 
 void FbxDocument61::write() {
   openHeaderExtension();
-  _sink.open("OtherFlags");
-  _sink.leaf("FlagPLE", std::int32_t{0});
-  _sink.end();
   _sink.end();
   writeIdentity();
   _sink.open("Document");
@@ -132,8 +136,8 @@ void FbxDocument61::_writeDefinitions() {
     std::string_view name;
     std::size_t count;
   };
-  std::size_t deformers = _content.skins.size();
-  for (const auto& skin : _content.skins) deformers += skin.clusters.size();
+  std::size_t clusters = 0;
+  for (const auto& skin : _content.skins) clusters += skin.clusters.size();
   const ObjectType types[] = {
       {"Model", _content.models.size()},
       {"Material", _content.materials.size()},
@@ -141,7 +145,8 @@ void FbxDocument61::_writeDefinitions() {
       {"Video", _content.videos.size()},
       {"SceneInfo", 1},
       {"Pose", _content.poses.size()},
-      {"Deformer", deformers},
+      {"Deformer", _content.skins.size()},
+      {"SubDeformer", clusters},
       {"GlobalSettings", 1},
   };
   std::size_t sum = 0;
@@ -192,10 +197,7 @@ void FbxDocument61::_writeModel(const FbxSceneContent::Model& model) {
                channel->channel->DeformPercent.Get(), kOfAttribute);
   }
   list.end();
-  _sink.leaf("MultiLayer", std::int32_t{0});
-  _sink.leaf("MultiTake", std::int32_t{1});
-  _sink.leaf("Shading", 'Y');
-  _sink.leaf("Culling", "CullingOff");
+  writeModelFlags();
   if (mesh != nullptr) {
     _writeMesh(model, *mesh);
   } else {
@@ -210,8 +212,8 @@ void FbxDocument61::_writeModel(const FbxSceneContent::Model& model) {
 }
 
 void FbxDocument61::_writeMesh(const FbxSceneContent::Model& model, const KFbxMesh& mesh) {
-  const bool has_materials = !_content.materials.empty() && model.node->GetMaterialCount() > 0;
-  FbxWriteGeometry(&_sink, mesh, has_materials, ModelTextures(*model.node, _content).layers(mesh));
+  FbxWriteGeometry(&_sink, mesh, materialsOf(model),
+                   ModelTextures(*model.node, _content).layers(mesh));
   for (const auto* channel : _channelsOf(model)) {
     _sink.open("Shape", channel->name);
     FbxWriteShape(&_sink, *channel->channel->GetTargetShape());
@@ -232,9 +234,6 @@ std::vector<const FbxSceneContent::Channel*> FbxDocument61::_channelsOf(
 }
 
 void FbxDocument61::_writeDeformers() {
-  constexpr FbxPropertyRow kClusterProperties[] = {
-      {"SrcModelReference", FbxPropertyType::eObject, 0},
-  };
   FbxPropertyWriter list = properties();
   for (const auto& skin : _content.skins) {
     openObject("Deformer", refer(skin), "Skin");
@@ -247,7 +246,7 @@ void FbxDocument61::_writeDeformers() {
       openObject("Deformer", refer(cluster), "Cluster");
       _sink.leaf("Version", std::int32_t{100});
       list.begin();
-      list.write(kClusterProperties);
+      list.write(FbxClusterProperties());
       list.end();
       writeClusterWeights(*cluster.cluster);
       _sink.end();
@@ -367,7 +366,7 @@ void FbxDocument61::_writeVersion5() {
   _sink.leaf("TimeLineStopTime", _content.time_stop);
   _sink.end();
   _sink.open("RendererSetting");
-  _sink.leaf("DefaultCamera", "");
+  _sink.leaf("DefaultCamera", "Producer Perspective");
   _sink.leaf("DefaultViewingMode", std::int32_t{0});
   _sink.end();
   _sink.end();

@@ -61,16 +61,18 @@ void FbxDocument71::_writeDefinitions() {
   const int stacks = size(_content.anim_stacks);
   const ObjectType types[] = {
       {"GlobalSettings", 1, "", {}},
-      {"Geometry", meshes + _content.shapeCount(), "FbxMesh", FbxMeshProperties()},
-      {"Material", size(_content.materials), "FbxSurfacePhong", FbxPhongProperties()},
-      {"Model", size(_content.models), "FbxNode", FbxNodeProperties()},
-      {"NodeAttribute", size(_content.attributes) - meshes, "FbxSkeleton", FbxSkeletonProperties()},
+      {"Geometry", meshes + _content.shapeCount(), "KFbxMesh", FbxMeshProperties()},
+      {"Material", size(_content.materials), "KFbxSurfacePhong", FbxPhongProperties()},
+      {"Model", size(_content.models), "KFbxNode", FbxNodeProperties()},
+      {"NodeAttribute", size(_content.attributes) - meshes, "KFbxSkeleton",
+       FbxSkeletonProperties()},
       {"Pose", size(_content.poses), "", {}},
-      {"Deformer", _content.deformerCount(), "", {}},
-      {"Texture", size(_content.textures), "FbxFileTexture", FbxTextureProperties()},
-      {"Video", size(_content.videos), "FbxVideo", FbxVideoProperties()},
-      {"AnimationStack", stacks, "FbxAnimStack", FbxAnimStackProperties()},
-      {"AnimationLayer", stacks, "FbxAnimLayer", FbxAnimLayerProperties()},
+      {"Deformer", size(_content.skins) + size(_content.blend_shapes), "", {}},
+      {"SubDeformer", _content.subDeformerCount(), "KFbxCluster", FbxClusterProperties()},
+      {"Texture", size(_content.textures), "KFbxTexture", FbxTextureProperties()},
+      {"Video", size(_content.videos), "KFbxVideo", FbxVideoProperties()},
+      {"AnimationStack", stacks, "KFbxAnimStack", FbxAnimStackProperties()},
+      {"AnimationLayer", stacks, "KFbxAnimLayer", FbxAnimLayerProperties()},
       {"AnimationCurveNode", _content.animCurveNodeCount(), "", {}},
       {"AnimationCurve", _content.animCurveCount(), "", {}},
   };
@@ -128,9 +130,9 @@ void FbxDocument71::_writeAttribute(const FbxSceneContent::Attribute& attribute)
     openObject("NodeAttribute", _refer(attribute), FbxSkeletonTypeName(*attribute.attribute));
     _sink.leaf("TypeFlags", "Skeleton");
   } else {
-    const KFbxNode& node = *_content.models[static_cast<std::size_t>(attribute.model)].node;
+    const auto& model = _content.models[static_cast<std::size_t>(attribute.model)];
     openObject("Geometry", _refer(attribute), "Mesh");
-    FbxWriteGeometry(&_sink, *mesh, !_content.materials.empty() && node.GetMaterialCount() > 0);
+    FbxWriteGeometry(&_sink, *mesh, materialsOf(model));
   }
   _sink.end();
 }
@@ -153,8 +155,7 @@ void FbxDocument71::_writeModel(const FbxSceneContent::Model& model) {
   list.begin();
   writeNodeProperties(model, &list);
   list.end();
-  _sink.leaf("Shading", 'Y');
-  _sink.leaf("Culling", "CullingOff");
+  writeModelFlags();
   _sink.end();
 }
 

@@ -10,11 +10,15 @@ namespace {
 
 constexpr std::int32_t kGeometryVersion = 124;
 constexpr std::int32_t kElementVersion = 101;
+constexpr std::int32_t kSmoothingVersion = 102;
 constexpr std::int32_t kLayerVersion = 100;
+
+constexpr std::string_view kUvElement = "LayerElementUV";
 
 constexpr std::string_view kByVertex = "ByVertice";  // spelled so in the format
 constexpr std::string_view kByCorner = "ByPolygonVertex";
 constexpr std::string_view kByPolygon = "ByPolygon";
+constexpr std::string_view kAllSame = "AllSame";
 constexpr std::string_view kDirect = "Direct";
 constexpr std::string_view kIndexed = "IndexToDirect";
 
@@ -22,24 +26,36 @@ class GeometryWriter {
  public:
   GeometryWriter(FbxRecordSink* sink, const KFbxMesh& mesh) : _sink(*sink), _mesh(mesh) {}
 
-  void write(bool has_materials, const std::vector<FbxTextureLayer>& texture_layers) {
+  void write(int materials, const std::vector<FbxTextureLayer>& texture_layers) {
     _list("Vertices", _mesh.GetControlPoints());
     _list("PolygonVertexIndex", _mesh.GetPolygonVertices());
     _sink.leaf("GeometryVersion", kGeometryVersion);
     const bool has_normals = !_mesh.GetNormals().empty();
     const bool has_uvs = !_mesh.GetUVIndices().empty();
     if (has_normals) _writeNormals();
-    if (has_uvs) _writeUVs();
-    if (has_materials) _writeMaterials();
+    if (has_uvs) {
+      _writeUVs(kUvElement);
+      for (const FbxTextureLayer& layer : texture_layers) {
+        if (layer.uv_element != kUvElement) _writeUVs(layer.uv_element);
+      }
+    }
+    if (has_normals) _writeSmoothing();
+    if (materials > 0) _writeMaterials(materials);
     for (const FbxTextureLayer& layer : texture_layers) _writeTextures(layer);
 
     // Readers take only the elements that a layer names.
     _sink.open("Layer", std::int32_t{0});
     _sink.leaf("Version", kLayerVersion);
     if (has_normals) _nameElement("LayerElementNormal");
-    if (has_materials) _nameElement("LayerElementMaterial");
+    if (materials > 0) _nameElement("LayerElementMaterial");
+    if (has_normals) _nameElement("LayerElementSmoothing");
     for (const FbxTextureLayer& layer : texture_layers) _nameElement(layer.element);
-    if (has_uvs) _nameElement("LayerElementUV");
+    if (has_uvs) {
+      _nameElement(kUvElement);
+      for (const FbxTextureLayer& layer : texture_layers) {
+        if (layer.uv_element != kUvElement) _nameElement(layer.uv_element);
+      }
+    }
     _sink.end();
   }
 
@@ -50,9 +66,9 @@ class GeometryWriter {
   }
 
   void _openElement(std::string_view element, std::string_view name, std::string_view mapping,
-                    std::string_view reference) {
+                    std::string_view reference, std::int32_t version = kElementVersion) {
     _sink.open(element, std::int32_t{0});
-    _sink.leaf("Version", kElementVersion);
+    _sink.leaf("Version", version);
     _sink.leaf("Name", name);
     _sink.leaf("MappingInformationType", mapping);
     _sink.leaf("ReferenceInformationType", reference);
@@ -68,24 +84,38 @@ class GeometryWriter {
     _sink.end();
   }
 
-  void _writeUVs() {
-    _openElement("LayerElementUV", _mesh.GetUVSetName(), kByCorner, kIndexed);
+  void _writeUVs(std::string_view element) {
+    _openElement(element, _mesh.GetUVSetName(), kByCorner, kIndexed);
     _list("UV", _mesh.GetUVs());
     _list("UVIndex", _mesh.GetUVIndices());
     _sink.end();
   }
 
-  void _writeMaterials() {
-    _openElement("LayerElementMaterial", "", kByPolygon, kIndexed);
-    _list("Materials", _mesh.GetPolygonMaterials());
+  // Normals of points go round the edges between polygons, those of corners leave them hard.
+  void _writeSmoothing() {
+    const bool is_smooth = _mesh.GetNormalMapping() == KFbxMesh::eBY_CONTROL_POINT;
+    const std::vector<std::int32_t> groups(static_cast<std::size_t>(_mesh.GetPolygonCount()),
+                                           is_smooth ? 1 : 0);
+    _openElement("LayerElementSmoothing", "", kByPolygon, kDirect, kSmoothingVersion);
+    _list("Smoothing", groups);
+    _sink.end();
+  }
+
+  // Where there is one material it is that of all polygons.
+  void _writeMaterials(int materials) {
+    const bool is_one = materials == 1;
+    _openElement("LayerElementMaterial", "", is_one ? kAllSame : kByPolygon, kIndexed);
+    std::span<const std::int32_t> of_polygons = _mesh.GetPolygonMaterials();
+    _list("Materials", is_one && !of_polygons.empty() ? of_polygons.first(1) : of_polygons);
     _sink.end();
   }
 
   void _writeTextures(const FbxTextureLayer& layer) {
-    _openElement(layer.element, "", kByPolygon, kIndexed);
+    const bool is_one = layer.textures.size() == 1;
+    _openElement(layer.element, "", is_one ? kAllSame : kByPolygon, kIndexed);
     _sink.leaf("BlendMode", "Translucent");
     _sink.leaf("TextureAlpha", 1.0);
-    _list("TextureId", layer.texture_of_polygon);
+    _list("TextureId", layer.textures);
     _sink.end();
   }
 
@@ -102,9 +132,9 @@ class GeometryWriter {
 
 }  // namespace
 
-void FbxWriteGeometry(FbxRecordSink* sink, const KFbxMesh& mesh, bool has_materials,
+void FbxWriteGeometry(FbxRecordSink* sink, const KFbxMesh& mesh, int materials,
                       const std::vector<FbxTextureLayer>& texture_layers) {
-  GeometryWriter(sink, mesh).write(has_materials, texture_layers);
+  GeometryWriter(sink, mesh).write(materials, texture_layers);
 }
 
 void FbxWriteShape(FbxRecordSink* sink, const KFbxShape& shape) {

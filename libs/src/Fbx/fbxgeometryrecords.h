@@ -11,13 +11,15 @@ class KFbxBlendShapeChannel;
 class KFbxMesh;
 class KFbxShape;
 
-// Which of a model's textures each polygon shows in one slot; -1 for none.
+// Which of a model's textures polygons show in one slot.
 struct FbxTextureLayer {
-  std::string_view element;  // the record's name, such as "LayerElementTexture"
-  std::vector<std::int32_t> texture_of_polygon;
+  std::string_view element;            // the record's name, such as "LayerElementTexture"
+  std::string_view uv_element;         // of the coordinates that place them
+  std::vector<std::int32_t> textures;  // one for all polygons or one for each; -1 for none
 };
 
-void FbxWriteGeometry(FbxRecordSink* sink, const KFbxMesh& mesh, bool has_materials,
+// `materials` is how many the model has in the file.
+void FbxWriteGeometry(FbxRecordSink* sink, const KFbxMesh& mesh, int materials,
                       const std::vector<FbxTextureLayer>& texture_layers = {});
 
 // The indices and offsets of a blend shape.

@@ -165,6 +165,11 @@ constexpr FbxPropertyRow kPhongLegacy[] = {
     {"Reflectivity", eDouble, 0},
 };
 
+constexpr FbxPropertyRow kCluster[] = {
+    {"SrcModel", eObject, 0},
+    {"SrcModelReference", eObject, 0},
+};
+
 constexpr FbxPropertyRow kTexture[] = {
     {"TextureTypeUse", eEnum, 0},
     {"Texture alpha", eNumber, 1, "A+"},
@@ -243,6 +248,18 @@ constexpr FbxPropertyRow kAnimLayer[] = {
     {"BlendModeBypass", eULongLong, 0},
 };
 
+bool IsSelected(FbxSelection selection, bool is_named, bool is_changed) {
+  switch (selection) {
+    case FbxSelection::eAll:
+      return true;
+    case FbxSelection::eChanged:
+      return is_changed;
+    case FbxSelection::eNamed:
+      break;
+  }
+  return is_named;
+}
+
 }  // namespace
 
 std::span<const FbxPropertyRow> FbxNodeProperties() { return kNode; }
@@ -250,6 +267,7 @@ std::span<const FbxPropertyRow> FbxSkeletonProperties() { return kSkeleton; }
 std::span<const FbxPropertyRow> FbxMeshProperties() { return kMesh; }
 std::span<const FbxPropertyRow> FbxPhongProperties() { return kPhong; }
 std::span<const FbxPropertyRow> FbxPhongLegacyProperties() { return kPhongLegacy; }
+std::span<const FbxPropertyRow> FbxClusterProperties() { return kCluster; }
 std::span<const FbxPropertyRow> FbxTextureProperties() { return kTexture; }
 std::span<const FbxPropertyRow> FbxVideoProperties() { return kVideo; }
 std::span<const FbxPropertyRow> FbxGlobalSettingsProperties() { return kGlobalSettings; }
@@ -267,9 +285,7 @@ void FbxPropertyWriter::write(std::span<const FbxPropertyRow> table,
   for (const FbxPropertyRow& row : table) {
     const bool is_set = !settings.empty() && settings.front().name == row.name;
     const FbxPropertyValue& value = is_set ? settings.front().value : row.value;
-    if (selection == FbxSelection::eAll || value != row.value) {
-      write(row, value, suffix);
-    }
+    if (IsSelected(selection, is_set, value != row.value)) write(row, value, suffix);
     if (is_set) settings = settings.subspan(1);
   }
   BtAssert(settings.empty());

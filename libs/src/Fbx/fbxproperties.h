@@ -72,6 +72,7 @@ std::span<const FbxPropertyRow> FbxMeshProperties();
 std::span<const FbxPropertyRow> FbxPhongProperties();
 // Copies of a material's values that older programs read; no template has them.
 std::span<const FbxPropertyRow> FbxPhongLegacyProperties();
+std::span<const FbxPropertyRow> FbxClusterProperties();
 std::span<const FbxPropertyRow> FbxTextureProperties();
 std::span<const FbxPropertyRow> FbxVideoProperties();
 std::span<const FbxPropertyRow> FbxGlobalSettingsProperties();
@@ -87,8 +88,8 @@ class FbxPropertyWriter {
   // The record that the properties stand in.
   void begin();
   void end();
-  // The rows of a table with the values of `settings`, which name rows in the table's order; either
-  // all or those that differ from the default. `suffix` is added to the flags.
+  // The rows of a table with the values of `settings`, which name rows in the table's order; which
+  // of the rows, `selection` says. `suffix` is added to the flags.
   void write(std::span<const FbxPropertyRow> table, std::span<const FbxSetting> settings = {},
              FbxSelection selection = FbxSelection::eAll, std::string_view suffix = "");
   void write(const FbxPropertyRow& row, const FbxPropertyValue& value,

@@ -23,8 +23,6 @@ namespace {
 // indices when a file is looked at.
 constexpr std::int64_t kFirstId = 1000000;
 
-constexpr KFbxVector4 kNoScale(1, 1, 1);
-
 template <class T>
 int LastIndex(const std::vector<T>& list) {
   return static_cast<int>(list.size()) - 1;
@@ -164,21 +162,13 @@ bool FbxSceneContent::_collectModels(KFbxNode* root) {
 bool FbxSceneContent::_addModel(KFbxNode* node, int parent) {
   if (!IsFinite(node->LocalTransform())) return FailNumbers(*node);
   const auto index = static_cast<int>(models.size());
-  bool has_scaled_ancestor = false;
-  if (parent == kNone) {
-    top_models.push_back(index);
-  } else {
-    Model& above = At(models, parent);
-    above.children.push_back(index);
-    has_scaled_ancestor = above.has_scaled_ancestor || above.node->LclScaling.Get() != kNoScale;
-  }
+  (parent == kNone ? top_models : At(models, parent).children).push_back(index);
   KFbxMesh* mesh = node->GetMesh();
   if (mesh != nullptr) {
     if (const char* fault = mesh->Complete(node->GetMaterialCount())) return Fail(*node, fault);
   }
   const int attribute = _addAttribute(node->GetNodeAttribute(), index);
-  models.push_back(
-      {node, FbxCleanName(node->GetName()), parent, attribute, has_scaled_ancestor, {}});
+  models.push_back({node, FbxCleanName(node->GetName()), parent, attribute, {}});
   _models.try_emplace(node, index);
   return true;
 }
@@ -429,8 +419,8 @@ int FbxSceneContent::shapeCount() const {
   return static_cast<int>(count);
 }
 
-int FbxSceneContent::deformerCount() const {
-  std::size_t count = skins.size() + blend_shapes.size();
+int FbxSceneContent::subDeformerCount() const {
+  std::size_t count = 0;
   for (const Skin& skin : skins) count += skin.clusters.size();
   return static_cast<int>(count) + shapeCount();
 }

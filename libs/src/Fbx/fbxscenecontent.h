@@ -40,9 +40,8 @@ struct FbxSceneContent {
   struct Model {
     KFbxNode* node;
     std::string name;
-    int parent;                // kNone at the top
-    int attribute;             // kNone for a plain transform
-    bool has_scaled_ancestor;  // so that its way of inheriting a scale matters
+    int parent;     // kNone at the top
+    int attribute;  // kNone for a plain transform
     std::vector<int> children;
     std::vector<std::string> user_names{};  // of the node's user properties
     std::int64_t id = 0;
@@ -140,7 +139,7 @@ struct FbxSceneContent {
   // Objects of the types that the file counts together.
   [[nodiscard]] int meshCount() const;
   [[nodiscard]] int shapeCount() const;
-  [[nodiscard]] int deformerCount() const;
+  [[nodiscard]] int subDeformerCount() const;  // clusters and channels
   [[nodiscard]] int animCurveNodeCount() const;
   [[nodiscard]] int animCurveCount() const;
 
