@@ -5,6 +5,8 @@
 #include <iostream>
 #include <iterator>
 
+#include "version.h"
+
 namespace {
 
 bool Fail(const BtStr& message) {
@@ -103,7 +105,9 @@ void PrintUsage(std::ostream& os) {
   }
   os << "\n"
         "Version:\n"
-        "  0.9.0a (FBXSDK201103)\n"
+        "  "
+     << kKestrixVersion
+     << " (FBXSDK201103)\n"
         "\n"
         "Released:\n"
         "  March 29, 2012\n"

@@ -17,6 +17,7 @@
 #include "bttextfile.h"
 #include "material.h"
 #include "skeleton.h"
+#include "version.h"
 
 namespace {
 
@@ -29,6 +30,9 @@ KFbxDocumentInfo* CreateDocumentInfo(KFbxSdkManager* manager, const BtStr& model
   scene_info->mRevision = "rev. 1.0";
   scene_info->mKeywords = "motion capture assets";
   scene_info->mComment = "";
+  scene_info->mApplicationVendor = "Vemra Studios";
+  scene_info->mApplicationName = "kestrix";
+  scene_info->mApplicationVersion = kKestrixVersion;
   return scene_info;
 }
 
