@@ -1,19 +1,22 @@
-// How many digits computed numbers keep in a file.
+// How many digits computed numbers keep in a file. What is left out carries nothing, but zeros in
+// its place are much less to compress and to store.
 #pragma once
 
 #include <bit>
 #include <cstdint>
 
-// The number without its last `bits` bits of 52, rounded. What is left out carries nothing, since
-// models are read as floats, whose 23 bits every accuracy here exceeds or equals; but zeros in its
-// place are much less to compress and to store.
-inline double WithoutLastBits(double number, unsigned bits) {
-  const std::uint64_t dropped = (std::uint64_t{1} << bits) - 1;
-  const auto raw = std::bit_cast<std::uint64_t>(number);
-  return std::bit_cast<double>((raw + dropped / 2 + 1) & ~dropped);
+// Points keep the 24 bits of a float, as which models are read, at any distance: also beyond the
+// largest float.
+inline double PointAccuracy(double coordinate) {
+  constexpr unsigned kDroppedBits = 29;
+  constexpr std::uint64_t kDropped = (std::uint64_t{1} << kDroppedBits) - 1;
+  const auto raw = std::bit_cast<std::uint64_t>(coordinate);
+  return std::bit_cast<double>((raw + kDropped / 2 + 1) & ~kDropped);
 }
 
-// Points keep a part in 500 million of themselves, so that a large scene is as fine as a small one.
-inline double PointAccuracy(double coordinate) { return WithoutLastBits(coordinate, 24); }
-// Normals are as accurate as floats, which is what all readers make of them.
-inline double NormalAccuracy(double component) { return WithoutLastBits(component, 29); }
+// The components of a normal are multiples of 1/32768, which leaves its direction exact to some
+// thousandths of a degree. Next to this number the last bit of a double stands for just that.
+inline double NormalAccuracy(double component) {
+  constexpr double kRounder = 1.5 * (std::uint64_t{1} << (52 - 15));
+  return component + kRounder - kRounder;
+}

@@ -176,7 +176,7 @@ TEST(FbxBinaryEncoder, KeepsEveryBit) {
   }
 }
 
-// Both ways of compressing, in one piece and in many.
+// In one piece and in many.
 TEST(FbxBinaryEncoder, CompressesLongArraysOfTheNewerFamilyOnly) {
   const struct {
     int version;
@@ -229,8 +229,9 @@ TEST(FbxCompressor, MakesFilesAboutAsSmallAsUsual) {
           &size);
       EXPECT_EQ(file.main.child("Reals").numbers, reals);
       EXPECT_EQ(file.main.child("Indices").numbers, Doubles(indices.begin(), indices.end()));
+      // Fast compression leaves one byte of 200 where nothing ever changes.
       const std::size_t usual = UsualSize(reals) + UsualSize(indices);
-      EXPECT_LT(static_cast<double>(size), 1.15 * static_cast<double>(usual) + 1000.0);
+      EXPECT_LT(static_cast<double>(size), 1.25 * static_cast<double>(usual) + 0.06 * count + 1000);
     }
   }
 }

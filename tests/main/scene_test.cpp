@@ -45,7 +45,7 @@ std::string Square(int body, int x) {
 
 void ExpectNear(const KFbxVector4& actual, double x, double y, double z) {
   const double expected[] = {x, y, z};
-  for (int i = 0; i < 3; ++i) EXPECT_NEAR(actual[i], expected[i], 1e-5);
+  for (int i = 0; i < 3; ++i) EXPECT_NEAR(actual[i], expected[i], 2e-5);
 }
 
 // The three numbers of an entry of a list.
