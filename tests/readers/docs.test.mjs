@@ -120,11 +120,11 @@ test('every message of documents stands on their page', () => {
 
 test('every finding and every difference stands on the page of kestrix-tool', () => {
   const text = page('kestrix-tool.md');
-  const table = readFileSync(join(root, 'tool/findings.h'), 'utf8');
-  const findings = [...table.matchAll(/\{"([a-z-]+)",\s*Severity::(\w+),\s*"([^"]*)"\}/g)];
+  const table = joined(readFileSync(join(root, 'tool/findingkinds.h'), 'utf8'));
+  const findings = [...table.matchAll(/\{"([a-z-]+)",\s*Severity::(\w+),\s*"([^"]*)",\s*"([^"]*)"\}/g)];
   assert.ok(findings.length > 40);
-  const rows = findings.map(([, code, severity, meaning]) =>
-    `| \`${code}\` | ${severity.toLowerCase()} | ${meaning} |\n`);
+  const rows = findings.map(([, code, severity, meaning, advice]) =>
+    `| \`${code}\` | ${severity.toLowerCase()} | ${meaning} | ${advice} |\n`);
   assert.deepEqual(rows.filter((row) => !text.includes(row)), []);
   const severities = new Map(findings.map(([, code, severity]) => [code, severity]));
   const raised = [...joined(sourcesIn('libs/src', (file) => file.endsWith('.cpp')) +
