@@ -238,7 +238,7 @@ test('what cannot be converted makes no page', () => {
   writeFileSync(motion, 'time,v999\n0,1\n');
   const [, walkerDof] = filesOf('walker');
   for (const [args, status, words] of [
-    [[bad], 2, 'Unable to read body data'], [[fox, walkerDof], 1, 'mapped-body-missing: body 33'],
+    [[bad], 1, 'Unable to read body data'], [[fox, walkerDof], 1, 'mapped-body-missing: body 33'],
     [[fox, foxDof, motion], 2, 'variable 999 is above 64'], [['none.mdl'], 2, 'Unable to open'], [[fox, '--scale-factor', '0'], 2, '--scale-factor']]) {
     const out = freshPath('.html');
     const answer = runTool(['view', ...args, '-o', out]);
