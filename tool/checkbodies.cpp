@@ -1,6 +1,7 @@
 // The rules of "check" about bodies: transforms, weights, polygons, ids.
 #include <cmath>
 #include <numeric>
+#include <optional>
 
 #include "Ba/bamodeldatapolyset.h"
 #include "Bt/btangles.h"
@@ -35,15 +36,23 @@ void CheckTransforms(const CheckInput& input, Findings* findings) {
   }
 }
 
+using VertexPoint = std::array<float, 3>;
+
+// The line of a vertex.
+Spot At(const std::optional<VertexPoint>& vertex) { return {false, {}, {}, vertex}; }
+
 // What is wrong with the weights of one body's vertices.
 struct WeightFaults {
   int above_one = 0;
   int negative = 0;
   double largest = 0;
+  std::optional<VertexPoint> above_one_at;  // the first
+  std::optional<VertexPoint> negative_at;
   std::map<int, int> targets;  // vertices that follow each other body, by its id
 };
 
-void AddWeights(const BaVertexEffects& effects, int parent_id, WeightFaults* faults) {
+void AddWeights(const BaVertexEffects& effects, int parent_id, const VertexPoint& at,
+                WeightFaults* faults) {
   double sum = 0;
   bool negative = false;
   for (auto* effect = effects.first(); effect != nullptr; effect = effect->next()) {
@@ -61,9 +70,9 @@ void AddWeights(const BaVertexEffects& effects, int parent_id, WeightFaults* fau
     sum += std::max(0.0, static_cast<double>(weight));
     ++faults->targets[target];
   }
-  faults->negative += negative ? 1 : 0;
+  if (negative && faults->negative++ == 0) faults->negative_at = at;
   if (sum <= 1 + kWeightTolerance) return;
-  ++faults->above_one;
+  if (faults->above_one++ == 0) faults->above_one_at = at;
   faults->largest = std::max(faults->largest, sum);
 }
 
@@ -96,16 +105,17 @@ void CheckWeights(const CheckInput& input, Findings* findings) {
     WeightFaults faults;
     const BaModelData_PolySet set(body);
     for (const auto& vertex : set.effects()) {
-      AddWeights(*vertex.effects, body->parentId(), &faults);
+      const BaMDPoint& p = set.vertices()[static_cast<std::size_t>(vertex.vertex)];
+      AddWeights(*vertex.effects, body->parentId(), {p.x, p.y, p.z}, &faults);
     }
     if (faults.above_one > 0) {
       findings->add(Kind("weight-above-one"), PlaceOf(*body),
                     VerticesText(faults.above_one) + ", up to " + Short(faults.largest),
-                    faults.above_one);
+                    faults.above_one, At(faults.above_one_at));
     }
     if (faults.negative > 0) {
       findings->add(Kind("weight-negative"), PlaceOf(*body), VerticesText(faults.negative),
-                    faults.negative);
+                    faults.negative, At(faults.negative_at));
     }
     AddTargetFindings(*body, faults, input.model, tops, findings);
   }
@@ -115,6 +125,8 @@ struct PolygonFaults {
   int degenerate = 0;
   int nonplanar = 0;
   double worst = 0;
+  std::optional<VertexPoint> degenerate_at;  // a corner of the first
+  std::optional<VertexPoint> worst_at;
 };
 
 Point Minus(const Point& a, const Point& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
@@ -127,6 +139,8 @@ Point Cross(const Point& a, const Point& b) {
 
 void AddPolygon(const BaVertexElement& element, const std::vector<int>& corners,
                 PolygonFaults* faults) {
+  const float* const first = element.vertices()[corners.front()].position();
+  const VertexPoint corner = {first[0], first[1], first[2]};
   std::vector<Point> points;
   points.reserve(corners.size());
   for (const int i : corners) points.push_back(PointOf(element.vertices()[i]));
@@ -144,7 +158,7 @@ void AddPolygon(const BaVertexElement& element, const std::vector<int>& corners,
   }
   const double length = std::sqrt(Dot(normal, normal));
   if (!(length > kAreaTolerance * size * size)) {
-    ++faults->degenerate;
+    if (faults->degenerate++ == 0) faults->degenerate_at = corner;
     return;
   }
   double off = 0;
@@ -153,7 +167,9 @@ void AddPolygon(const BaVertexElement& element, const std::vector<int>& corners,
   }
   if (off <= kPlaneTolerance * size) return;
   ++faults->nonplanar;
-  faults->worst = std::max(faults->worst, off);
+  if (off <= faults->worst) return;
+  faults->worst = off;
+  faults->worst_at = corner;
 }
 
 template <class Elements>
@@ -173,13 +189,14 @@ void CheckPolygons(const CheckInput& input, Findings* findings) {
     });
     if (faults.degenerate > 0) {
       findings->add(Kind("polygon-degenerate"), PlaceOf(*body),
-                    Counted(faults.degenerate, "polygon", "polygons"), faults.degenerate);
+                    Counted(faults.degenerate, "polygon", "polygons"), faults.degenerate,
+                    At(faults.degenerate_at));
     }
     if (faults.nonplanar > 0) {
       findings->add(Kind("polygon-nonplanar"), PlaceOf(*body),
                     Counted(faults.nonplanar, "polygon", "polygons") + ", corners up to " +
                         Short(faults.worst) + " off the plane",
-                    faults.nonplanar);
+                    faults.nonplanar, At(faults.worst_at));
     }
   }
 }

@@ -16,6 +16,15 @@ const FindingKind* FindingKindOf(const Message& message, const FindingKind* fall
   return message.is_error ? fallback : Kind("other-warning");
 }
 
+// The name of the file stands in front of a finding.
+std::string WithoutFile(std::string text, const std::string& file) {
+  for (const std::string& start :
+       {"Unable to read '" + file + "'. ", "Unable to read file '" + file + "'. "}) {
+    if (text.starts_with(start)) text.erase(0, start.size());
+  }
+  return text;
+}
+
 // Builds the scene and writes it where nothing stays.
 void ConvertToNothing(const CheckInput& input, const BaModelData& data) {
   const BaUnlockedMapping no_mapping;
@@ -38,8 +47,10 @@ void AddMessages(const std::vector<Message>& messages, const Place& place,
   for (const Message& message : messages) {
     const FindingKind* const kind = FindingKindOf(message, fallback);
     if (kind != Kind("other-warning") && before.has(kind)) continue;
-    findings->add(
-        {kind, place, message.text, message.count, message.where, {}, {}, message.detail});
+    Finding finding = {kind, place, WithoutFile(message.text, place.name), message.count,
+                       message.where};
+    finding.detail = message.detail;
+    findings->add(std::move(finding));
   }
 }
 

@@ -37,13 +37,10 @@ CheckedFiles::CheckedFiles(std::string model_name, std::string dof_name, CheckOp
   std::vector<Message> mapping_messages;
   if (has_mapping) mapping_messages = ReadMapping(dof_file, &mapping);
   readable = !HasError(model_messages) && !HasError(mapping_messages);
+  CheckInput input = {model_file,           dof_file, model, has_mapping ? &mapping : nullptr,
+                      options.scale_factor, {}};
   if (readable) {
-    const CheckInput input = {model_file,
-                              dof_file,
-                              model,
-                              has_mapping ? &mapping : nullptr,
-                              options.scale_factor,
-                              BodiesInOrder(model)};
+    input.bodies = BodiesInOrder(model);
     Run(BodyRules(), input, &findings);
     Run(MaterialRules(), input, &findings);
     if (has_mapping) Run(MappingRules(), input, &findings);
@@ -55,6 +52,7 @@ CheckedFiles::CheckedFiles(std::string model_name, std::string dof_name, CheckOp
               UnreadableKind(dof_file, Kind("mapping-unreadable")), &findings);
   opened = !findings.has(Kind("file-unopened"));
   Choose(options, &findings.list());
+  PlaceFindings(input, &findings);
 }
 
 int StatusOf(const CheckedFiles& checked) {

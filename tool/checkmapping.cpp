@@ -19,12 +19,14 @@ void CheckBodyMaps(const CheckInput& input, Findings* findings) {
   for (const BaUnlockedBodyMap* map : input.mapping->bodyMaps()) {
     const Place place = MappedPlace(map->bodyId(), model);
     if (map->bodyId() <= 0 || model.findBody(map->bodyId()) == nullptr) {
-      findings->add(Kind("mapped-body-missing"), place, "the model has no body of this id");
+      findings->add(Kind("mapped-body-missing"), place, "the model has no body of this id", 1,
+                    {true});
     }
     const std::string letters = map->rotationLetters();
     if (std::set<char>(letters.begin(), letters.end()).size() != 3 || letters.size() != 3) {
       findings->add(Kind("rotation-axes"), place,
-                    "it turns about " + (letters.empty() ? "nothing" : letters));
+                    "it turns about " + (letters.empty() ? "nothing" : letters), 1,
+                    {true, "order"});
     }
   }
   for (const BaBody* body : input.bodies) {
@@ -69,11 +71,13 @@ void CheckSliders(const CheckInput& input, Findings* findings) {
   }
   for (const auto& [group, slider] : mapped) {
     if (known.contains({group, slider})) continue;
-    findings->add(Kind("slider-unknown"), {"slider", slider, {}}, "of the group " + group);
+    findings->add(Kind("slider-unknown"), {"slider", slider, {}}, "of the group " + group, 1,
+                  {true, slider});
   }
   for (const auto& [group, slider] : known) {
     if (mapped.contains({group, slider})) continue;
-    findings->add(Kind("slider-unmapped"), {"slider", slider, {}}, "of the group " + group);
+    findings->add(Kind("slider-unmapped"), {"slider", slider, {}}, "of the group " + group, 1,
+                  {false, slider});
   }
 }
 
@@ -81,7 +85,8 @@ void CheckTextureMaps(const CheckInput& input, Findings* findings) {
   for (const auto& map : input.mapping->textureIndexMaps()) {
     if (input.model.materialById(map.material_id) != nullptr) continue;
     findings->add(Kind("texture-map-unknown"), {"material", "", map.material_id},
-                  "driven by variable " + std::to_string(map.sysvar_id));
+                  "driven by variable " + std::to_string(map.sysvar_id), 1,
+                  {true, std::to_string(map.material_id)});
   }
 }
 

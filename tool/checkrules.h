@@ -37,6 +37,9 @@ inline Place PlaceOf(const BaMaterial& material) {
 void AddMessages(const std::vector<Message>& messages, const Place& place,
                  const FindingKind* fallback, Findings* findings);
 
+// Says where findings are of which only the subject is known.
+void PlaceFindings(const CheckInput& input, Findings* findings);
+
 // Converts the model as the converter does, but keeps nothing: whatever the rules do not know is
 // found here. The model loses its bones and unused materials. Nothing is done where errors were
 // found before, as a conversion might not survive them.

@@ -17,8 +17,10 @@ constexpr std::size_t kShownPlaces = 3;  // of findings of one code
 
 using FindingsOfOneKind = std::vector<const Finding*>;
 
+// The names of files stand in front.
 std::string PlaceText(const Place& place) {
   std::string text = place.kind;
+  if (text == "model" || text == "mapping") return text;
   if (!place.name.empty()) text += " " + place.name;
   if (place.id) {
     text += place.name.empty() ? " " + std::to_string(*place.id)

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <string>
 #include <utility>
@@ -17,6 +18,14 @@ struct Place {
   std::optional<int> id;
 };
 
+// Which line of the files shows it. At first the record of what it is about is meant.
+struct Spot {
+  bool in_mapping = false;  // the map of the body, the line of the slider and so on
+  std::string key = {};     // of a line in the record
+  std::string value = {};   // which that line has; any where it is empty
+  std::optional<std::array<float, 3>> vertex = {};  // of the body, where it has one
+};
+
 struct Finding {
   const FindingKind* kind;
   Place place;
@@ -25,6 +34,7 @@ struct Finding {
   Where where = {};       // as far as it is known
   std::string body = {};  // the names of those that it concerns, empty for none
   std::string material = {};
+  Spot spot = {};
   std::string detail = {};  // lines to be shown below it, as they are
 };
 
@@ -37,9 +47,10 @@ class Findings {
       finding.material = finding.place.name;
     _list.push_back(std::move(finding));
   }
-  void add(const FindingKind* kind, Place place, std::string text, int count = 1,
-           Where where = {}) {
-    add({kind, std::move(place), std::move(text), count, std::move(where)});
+  void add(const FindingKind* kind, Place place, std::string text, int count = 1, Spot spot = {}) {
+    Finding finding = {kind, std::move(place), std::move(text), count};
+    finding.spot = std::move(spot);
+    add(std::move(finding));
   }
   [[nodiscard]] const std::vector<Finding>& list() const { return _list; }
   [[nodiscard]] std::vector<Finding>& list() { return _list; }

@@ -16,10 +16,10 @@
 #include "Bt/bthash.h"
 #include "bamodelheader.h"
 #include "bttextfile.h"
+#include "sniff.h"
 
 namespace {
 
-constexpr std::string_view kMappingFileId = "Zov Graphic Mapping File";
 constexpr std::string_view kFbxFileId = "Kaydara FBX Binary";
 // The legacy reader shows the record that it read last, over several lines.
 constexpr std::string_view kLastRecord = "The last successfully read object was:";
@@ -188,9 +188,12 @@ FileKind KindOf(const std::string& file) {
   std::array<char, 32> start = {};
   if (input.isOpen()) input.stream().read(start.data(), start.size());
   delete theExceptObj.release();
-  const std::string_view text(start.data(), start.size());
+  return KindOfText({start.data(), start.size()});
+}
+
+FileKind KindOfText(std::string_view text) {
   if (text.starts_with(kBaModelFileId)) return FileKind::Model;
-  if (text.starts_with(kMappingFileId)) return FileKind::Mapping;
+  if (text.starts_with(kBaMappingFileId)) return FileKind::Mapping;
   return text.starts_with(kFbxFileId) ? FileKind::Fbx : FileKind::Unknown;
 }
 
@@ -202,12 +205,14 @@ const char* KindName(FileKind kind) {
 std::vector<Message> ReadModel(const std::string& file, BaModel* model) {
   std::vector<Message> messages = PrintedBy([&] { model->read(file.c_str()); });
   std::ranges::move(TakeMessages(), std::back_inserter(messages));
+  ExplainError(file, FileKind::Model, &messages);
   return messages;
 }
 
 std::vector<Message> ReadMapping(const std::string& file, BaUnlockedMapping* mapping) {
   std::vector<Message> messages = PrintedBy([&] { mapping->read(file.c_str(), true); });
   std::ranges::move(TakeMessages(), std::back_inserter(messages));
+  ExplainError(file, FileKind::Mapping, &messages);
   return messages;
 }
 

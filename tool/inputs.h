@@ -38,6 +38,9 @@ std::string ErrorText(const std::vector<Message>& messages);
 bool CanBeOpened(const std::string& file);
 
 enum class FileKind { Model, Mapping, Fbx, Unknown };
+inline constexpr std::string_view kBaMappingFileId = "Zov Graphic Mapping File";
+// What the first line of a text says.
+FileKind KindOfText(std::string_view text);
 // What the first bytes of a file say, of the text in it for a compressed one; for what is no
 // regular file, what its name says.
 FileKind KindOf(const std::string& file);

@@ -22,20 +22,6 @@ std::vector<std::size_t> LineStarts(std::string_view text) {
   return starts;
 }
 
-// What is recorded stays so: of this reading nobody wants to hear.
-std::string ReadText(const std::string& file) {
-  std::error_code ignored;
-  if (!std::filesystem::is_regular_file(file, ignored)) return {};  // what was in a pipe is gone
-  BtExcept* const kept = theExceptObj.release();
-  std::string text;
-  BtInputFile input(file.c_str());
-  if (input.isOpen()) text.assign(std::istreambuf_iterator<char>(input.stream()), {});
-  input.close();
-  const std::unique_ptr<BtExcept> dropped(theExceptObj.release());
-  theExceptObj.restore(kept);
-  return text;
-}
-
 // The bytes of the first `count` characters.
 std::size_t BytesOf(std::string_view text, std::size_t count) {
   std::size_t end = 0;
@@ -48,6 +34,19 @@ std::size_t BytesOf(std::string_view text, std::size_t count) {
 
 }  // namespace
 
+std::string TextOfFile(const std::string& file) {
+  std::error_code ignored;
+  if (!std::filesystem::is_regular_file(file, ignored)) return {};  // what was in a pipe is gone
+  BtExcept* const kept = theExceptObj.release();
+  std::string text;
+  BtInputFile input(file.c_str());
+  if (input.isOpen()) text.assign(std::istreambuf_iterator<char>(input.stream()), {});
+  input.close();
+  const std::unique_ptr<BtExcept> dropped(theExceptObj.release());
+  theExceptObj.restore(kept);
+  return text;
+}
+
 std::string_view WhereFinder::Text::line(std::size_t i) const {
   const std::size_t end = i + 1 < line_starts.size() ? line_starts[i + 1] : all.size();
   std::string_view line(all.data() + line_starts[i], end - line_starts[i]);
@@ -58,7 +57,7 @@ std::string_view WhereFinder::Text::line(std::size_t i) const {
 const WhereFinder::Text& WhereFinder::_textOf(const std::string& file) {
   const auto [found, is_new] = _texts.try_emplace(file);
   if (is_new) {
-    found->second.all = ReadText(file);
+    found->second.all = TextOfFile(file);
     found->second.line_starts = LineStarts(found->second.all);
   }
   return found->second;

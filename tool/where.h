@@ -33,6 +33,9 @@ class WhereFinder {
   std::map<std::string, Text> _texts;
 };
 
+// The text of a file, unpacked; empty where it cannot be read. What is recorded stays as it is.
+std::string TextOfFile(const std::string& file);
+
 // "FILE:LINE:COLUMN", or what is known of it.
 std::string WhereText(const Where& where);
 // " (included by A, by B)", empty for a file that is not.

@@ -182,7 +182,7 @@ TEST(Motion, SaysWhatIsWrongAndWritesNothing) {
       {{"rom", fox, still}, still + ": The mapping has no variables that move anything.\n"},
       {{"rom", fox, other},
        other + ": The dof specifies a body with id 99, but there is no such body in the model.\n"},
-      {{"rom", fox, fox}, fox + ":1:1: error: Unable to read file"},
+      {{"rom", fox, fox}, fox + ":1:1: error: The file is a model; the model comes first"},
   };
   for (const auto& row : rows) {
     std::vector<std::string> words = {"motion"};

@@ -134,16 +134,78 @@ TEST(Where, IncludedFilesAreNamedWithThoseThatIncludeThem) {
   }
 }
 
-TEST(Where, FindingsThatReadersMadeHaveIt) {
+// The mark of a text is where the finding has to point; behind a second one begins the mapping.
+TEST(Where, FindingsHaveIt) {
+  const std::string effects =
+      " EFFECTS {\n  FLEX {\n   @BODY: leg\n   WEIGHTS {\n    0.5 1\n   }\n  }\n }\n}\n";
+  const struct {
+    const char* code;
+    std::string text;
+    const char* body = "";
+  } rows[] = {
+      {"vertex-duplicate", kLegacy + "@F 1 1 3 0 0 0 -1 0 0 0 -1 1 0 0 -1\n"},
+      {"material-unused", Replaced(kLegacy, "M 1", "@M 1")},
+      {"scaled-transform", Replaced(Replaced(kLegacy, "1 0 0", "1.5 0 0"), "X", "@X"), "root"},
+      {"parent-missing", Replaced(Replaced(kLegacy, "p\n 0", "p\n 7"), "X", "@X"), "root"},
+      {"weight-above-one", kLegacy + "T 1 1 3\n 0 0 0 0 -1\n 0 1 0 0 -1\n 0 @0 1 0 2 1.5 -1\n",
+       "root"},
+      {"flex-target-undefined",
+       Replaced(Geometry(""), "  1 1 0\n }\n}\n", "  1 1 0\n }\n" + effects), "root"},
+      {"rotation-axes", kLegacy + kWhereMapping + "1\n" + Replaced(kMap, "1 2 3 6", "@1 2 3 5"),
+       "root"},
+      {"slider-unknown",
+       kLegacy + kWhereMapping + "1\n" + kMap +
+           "BLEND_EFFECT_MAP {\n SLIDER_GROUP: g\n SLIDERS {\n  @smile 1\n }\n}\n"},
+      {"body-mapped-twice", kLegacy + kWhereMapping + "2\n" + kMap + "@" + kMap},
+  };
   const TestFolder folder;
-  const std::string model =
-      folder.write("text.mdl", kLegacy + "F 1 1 3 0 0 0 -1 0 0 0 -1 1 0 0 -1\n");
-  const ToolResult result = RunTool({"check", model});
-  EXPECT_NE(result.out.find(model + ":12:1: warning: vertex-duplicate: "), std::string::npos)
-      << result.out;
-  const auto answer = nlohmann::json::parse(RunTool({"check", "--json", model}).out);
-  for (const auto& finding : answer["findings"]) {
-    EXPECT_EQ(finding["code"] == "vertex-duplicate", finding["where"].is_object());
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.code);
+    std::string text = row.text;
+    const std::size_t mapping = text.find("Zov Graphic Mapping");
+    std::string second = mapping == std::string::npos ? "" : text.substr(mapping);
+    text.resize(std::min(mapping, text.size()));
+    std::string* const marked = text.find('@') == std::string::npos ? &second : &text;
+    const std::string mark = TakeMark(marked);
+    std::vector<std::string> words = {"check", "--json", folder.write("text.mdl", text)};
+    if (!second.empty()) words.push_back(folder.write("text.dof", second));
+    const auto answer = nlohmann::json::parse(RunTool(words).out);
+    std::string found;
+    for (const auto& finding : answer["findings"]) {
+      if (finding["code"] != row.code) continue;
+      EXPECT_EQ(finding["file"], words[marked == &second ? 3 : 2]);
+      found = finding["line"].dump().append(":").append(finding["column"].dump());
+      const bool is_named = *row.body == '\0' || finding["body"] == row.body;
+      EXPECT_TRUE(is_named);
+    }
+    EXPECT_EQ(found, mark) << answer;
+  }
+}
+
+// Of what was not meant to be read the first bytes tell.
+TEST(Where, OtherFilesAreToldInWords) {
+  const struct {
+    const char* code;
+    std::string text;
+    const char* words;
+  } rows[] = {
+      {"file-kind", kWhereMapping + "0\n", "is a mapping; the model comes first"},
+      {"file-kind", "\x89PNG\r\n\x1A\n", "picture (PNG)"},
+      {"file-kind", "Kaydara FBX Binary", "an FBX file"},
+      {"file-kind", "PK\3\4", "archive (ZIP)"},
+      {"file-encoding", "\xEF\xBB\xBF" + kLegacy, "byte order mark"},
+      {"file-encoding", "\xFF\xFEZ", "UTF-16"},
+      {"file-encoding", "Zov Graphic Model File\rv1.30\rX\r", "carriage returns only"},
+      {"file-header", "Zov graphic model file \nv1.30\n", "must be 'Zov Graphic Model File'"},
+      {"file-empty", "", "is empty"},
+      {"decimal-comma", Replaced(kLegacy, "1 0 0", "1,0 0 0"), "decimal comma in this line"},
+  };
+  const TestFolder folder;
+  for (const auto& row : rows) {
+    const ToolResult result = RunTool({"check", folder.write("other.mdl", row.text)});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.out.find(row.code), std::string::npos) << row.words << result.out;
+    EXPECT_NE(result.out.find(row.words), std::string::npos) << row.words << result.out;
   }
 }
 

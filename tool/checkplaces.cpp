@@ -1,0 +1,170 @@
+// Where findings are: the lines of the files that show them.
+#include <optional>
+
+#include "checkrules.h"
+#include "textrecords.h"
+
+namespace {
+
+// Key words of lines that name something which another section defines.
+constexpr std::string_view kReferences[] = {"PARENT_NAME", "BODY",         "VERTICES",
+                                            "MATERIAL",    "SLIDER_GROUP", "SLIDER_NAME"};
+
+// The names that a message holds between quotes or parentheses.
+std::vector<std::string> NamesIn(std::string_view text) {
+  constexpr std::string_view kOpening = "\"'(";
+  constexpr std::string_view kClosing = "\"')";
+  std::vector<std::string> names;
+  for (std::size_t i = text.find_first_of(kOpening); i < text.size();
+       i = text.find_first_of(kOpening, i + 1)) {
+    const std::size_t end = text.find(kClosing[kOpening.find(text[i])], i + 1);
+    if (end == std::string_view::npos) break;
+    names.emplace_back(text.substr(i + 1, end - i - 1));
+    i = end;
+  }
+  return names;
+}
+
+class Placer {
+ public:
+  Placer(const CheckInput& input) : _input(input) {}
+
+  void place(Finding* finding) {
+    // Legacy text shows parents that are wrong at its end only.
+    const std::string_view code = finding->kind->code;
+    const bool is_late = code == "parent-missing" || code == "parent-circle";
+    if (finding->where.line == 0 || is_late) {
+      _placeByNames(finding);
+      const BtPlace found = _find(*finding);
+      if (found.source != nullptr) finding->where = _finder.find(found);
+    } else if (finding->body.empty() && finding->material.empty()) {
+      _nameRecord(finding);
+    }
+    if (finding->where.file.empty()) finding->where.file = _fileOf(*finding);
+    _tellOfTwin(finding);
+  }
+
+ private:
+  static bool _isInMapping(const Finding& finding) {
+    const std::string_view kind = finding.place.kind;
+    return finding.spot.in_mapping || kind == "mapping" || kind == "variable";
+  }
+  [[nodiscard]] const std::string& _fileOf(const Finding& finding) const {
+    return _isInMapping(finding) ? _input.dof_file : _input.model_file;
+  }
+  const TextRecords& _textOf(const Finding& finding) {
+    std::optional<TextRecords>& text = _isInMapping(finding) ? _mapping : _model;
+    if (!text) text.emplace(_fileOf(finding));
+    return *text;
+  }
+
+  BtPlace _find(const Finding& finding);
+  void _placeByNames(Finding* finding);
+  void _nameRecord(Finding* finding);
+  void _tellOfTwin(Finding* finding);
+
+  const CheckInput& _input;
+  std::optional<TextRecords> _model;
+  std::optional<TextRecords> _mapping;
+  WhereFinder _finder;
+};
+
+BtPlace Placer::_find(const Finding& finding) {
+  const TextRecords& text = _textOf(finding);
+  const std::string_view kind = finding.place.kind;
+  const Spot& spot = finding.spot;
+  if (kind == "body" && spot.vertex) {
+    const BtPlace place =
+        text.vertexOf(finding.place.id.value_or(0), finding.place.name, *spot.vertex);
+    if (place.source != nullptr) return place;
+  }
+  const TextRecord* record = nullptr;
+  if (kind == "body") {
+    record = text.find(spot.in_mapping ? "MAP" : "BODY", finding.place.id.value_or(0),
+                       spot.in_mapping ? std::string_view() : finding.place.name);
+  } else if (kind == "material" && !spot.in_mapping) {
+    record = text.find("MATERIAL", 0, finding.place.name);
+  }
+  if (record != nullptr) {
+    const TextItem* const item = spot.key.empty() ? nullptr : record->find(spot.key, spot.value);
+    return text.placeOf(*record, item == nullptr ? record->offset : item->offset);
+  }
+  if (spot.key.empty()) return {};
+  for (const TextRecord& other : text.records()) {
+    if (other.key == spot.key && spot.value.empty()) return text.placeOf(other);
+    const TextItem* const item = other.find(spot.key, spot.value);
+    if (item != nullptr) return text.placeOf(other, item->offset);
+  }
+  return {};
+}
+
+// What is told of the file as a whole names bodies and materials, or a name that nothing has.
+void Placer::_placeByNames(Finding* finding) {
+  const std::string_view kind = finding->place.kind;
+  if ((kind != "model" && kind != "mapping") || !finding->spot.key.empty()) return;
+  const std::vector<std::string> names = NamesIn(finding->text);
+  if (names.empty()) return;
+  const TextRecords& text = _textOf(*finding);
+  for (const std::string& name : names) {
+    const TextRecord* const body = text.find("BODY", 0, name);
+    if (body != nullptr && finding->body.empty()) {
+      finding->body = name;
+      finding->where = _finder.find(text.placeOf(*body));
+    }
+    const TextRecord* const material = text.find("MATERIAL", 0, name);
+    if (body == nullptr && material != nullptr && finding->material.empty()) {
+      finding->material = name;
+      finding->where = _finder.find(text.placeOf(*material));
+    }
+  }
+  if (text.find("BODY", 0, names.back()) != nullptr) return;
+  for (const TextRecord& record : text.records()) {
+    for (const std::string_view key : kReferences) {
+      const TextItem* const item = record.find(key, names.back());
+      if (item == nullptr) continue;
+      finding->where = _finder.find(text.placeOf(record, item->offset));
+      return;
+    }
+  }
+}
+
+void Placer::_nameRecord(Finding* finding) {
+  const TextRecord* const record = _textOf(*finding).at(finding->where.file, finding->where.line);
+  if (record != nullptr && (record->key == "BODY" || record->key == "GEOMETRY")) {
+    finding->body = record->name;
+  } else if (record != nullptr && record->key == "MATERIAL") {
+    finding->material = record->name;
+  } else {
+    const Where where = finding->where;
+    _placeByNames(finding);
+    finding->where = where;
+  }
+}
+
+// Of two with one id or one name the reader points at the second.
+void Placer::_tellOfTwin(Finding* finding) {
+  const std::string_view code = finding->kind->code;
+  const bool is_twin = code == "body-id-duplicate" || code == "body-mapped-twice" ||
+                       finding->text.find("Multiple ") != std::string::npos ||
+                       finding->text.find("Duplicate material") != std::string::npos;
+  if (!is_twin) return;
+  const TextRecords& text = _textOf(*finding);
+  const TextRecord* const second = text.at(finding->where.file, finding->where.line);
+  if (second == nullptr) return;
+  const TextRecord* first = code == "body-name-clash" || second->id == 0
+                                ? text.find(second->key, 0, second->name)
+                                : text.find(second->key, second->id, {});
+  if (first == nullptr || first == second) return;
+  const auto named = [](const TextRecord& record) {
+    return record.name.empty() ? "the one here" : "\"" + record.name + "\"";
+  };
+  finding->text += " It is " + named(*second) + "; the first is " + named(*first) + " at " +
+                   WhereText(_finder.find(text.placeOf(*first))) + ".";
+}
+
+}  // namespace
+
+void PlaceFindings(const CheckInput& input, Findings* findings) {
+  Placer placer(input);
+  for (Finding& finding : findings->list()) placer.place(&finding);
+}
