@@ -12,8 +12,8 @@ void SourceFiles::add(const char* file) {
   if (BtFileFindId(file, &id)) _files.push_back(id);
 }
 
-void SourceFiles::add(std::span<const BtFileId> files) {
-  _files.insert(_files.end(), files.begin(), files.end());
+void SourceFiles::add(std::span<const BtStr> files) {
+  for (const BtStr& file : files) add(file);
 }
 
 void SourceFiles::addPictures(const BaModelData& model_data, const BtStr& directory) {

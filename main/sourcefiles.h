@@ -14,7 +14,7 @@ class SourceFiles {
  public:
   void add(const char* file);
   // Those of a model or a mapping, with everything that they include.
-  void add(std::span<const BtFileId> files);
+  void add(std::span<const BtStr> files);
   // The pictures of the materials, whose names start from `directory`.
   void addPictures(const BaModelData& model_data, const BtStr& directory);
 

@@ -10,6 +10,7 @@
 #include "Ba/bamodeldata.h"
 #include "Ba/bamotion.h"
 #include "Bt/btexcept.h"
+#include "Bt/btfile.h"
 #include "Fbx/kfbxscene.h"
 #include "Fbx/kfbxsdkmanager.h"
 #include "animation.h"

@@ -14,6 +14,7 @@ struct Arguments {
   std::string output;
   bool json = false;
   bool tree = false;
+  std::string depfile;
   double tolerance = 1e-4;
   std::string dialect = "document";
   std::vector<std::string> add;
@@ -81,6 +82,7 @@ int RunCommandLine(int argc, char** argv);
 int RunInfo(const Arguments& arguments);
 int RunCheck(const Arguments& arguments);
 int RunDiff(const Arguments& arguments);
+int RunDeps(const Arguments& arguments);
 int RunConvertModel(const Arguments& arguments);
 int RunPicture(const Arguments& arguments);
 int RunView(const Arguments& arguments);

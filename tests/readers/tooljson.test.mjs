@@ -57,6 +57,8 @@ test('answers about broken files fit the schema', () => {
     answerOf('check', path, sample('fox.dof'));
     answerOf('check', sample('fox.mdl'), path);
     answerOf('diff', sample('fox.mdl'), path);
+    answerOf('deps', sample('fox.mdl'), path);
+    answerOf('deps', path);
     answerOf('diff', path, sample('fox.dof'));
   }
 });

@@ -9,7 +9,6 @@
 #include <vector>
 
 #include "Ba/babodymap.h"
-#include "Bt/btfile.h"
 #include "Bt/bthash.h"
 #include "Bt/btlist.h"
 #include "Bt/btmap.h"
@@ -78,8 +77,9 @@ class BaUnlockedMapping {
   // Writes the mapping as it is read. Asserts that each body map has each of its six transforms
   // once.
   void printOn(std::ostream& os) const;
-  // The files that the last read() has read: the mapping's own, and what that includes.
-  [[nodiscard]] const std::vector<BtFileId>& sourceFiles() const { return _source_files; }
+  // The files that the last read() has read: the mapping's own, and what that includes. As those of
+  // BaModel.
+  [[nodiscard]] const std::vector<BtStr>& sourceFiles() const { return _source_files; }
   // The same to a file; relative names of included files are rewritten for the file's folder.
   // False, with an error recorded and an older file as it was, where that fails.
   bool save(const char* file) const;
@@ -179,7 +179,7 @@ class BaUnlockedMapping {
   std::vector<TextureIndexMap> _texture_index_maps;
   std::vector<BlendEffectMap> _blend_effect_maps;
   std::vector<Include> _includes;
-  std::vector<BtFileId> _source_files;
+  std::vector<BtStr> _source_files;
   BtStr _directory = ".";  // where relative names of includes start from
 };
 

@@ -24,10 +24,10 @@
 #include "Ba/batmesh.h"
 #include "Ba/baunits.h"
 #include "Bt/btarena.h"
-#include "Bt/btfile.h"
 #include "Bt/bthash.h"
 #include "Bt/btlist.h"
 #include "Bt/btmap.h"
+#include "Bt/btstr.h"
 
 class Bt_GeoObj;
 template <class T, class F>
@@ -64,8 +64,9 @@ class BaModel {
   // textures beyond the first decal have no legacy form and are left out. Post scale factors have a
   // form in no text: unless an error stands, a warning names the bodies that have one.
   void printOn(std::ostream& os) const;
-  // The files that were read last for this model: its own, and what that includes.
-  [[nodiscard]] const std::vector<BtFileId>& sourceFiles() const { return _source_files; }
+  // The files that were read last for this model, by the names that they were opened by: its own,
+  // and what that includes, each as often as it was read. After a failure, those up to it.
+  [[nodiscard]] const std::vector<BtStr>& sourceFiles() const { return _source_files; }
   // Saves the model as a document, never as legacy text. Asserts that no error stands; errors are
   // recorded, and so is a warning about what has no form in a document.
   void save(const char* file_name) const;
@@ -278,7 +279,7 @@ class BaModel {
   template <class T>
   T* _addElement(Elements<T>* elements, std::unique_ptr<T> element, int chunk);
 
-  std::vector<BtFileId> _source_files;
+  std::vector<BtStr> _source_files;
   float _version = 0;
   volatile int _valid = 1;
   bool _loading = false;

@@ -16,9 +16,9 @@
 #include "Ba/banamemap.h"
 #include "Ba/baunits.h"
 #include "Bt/btcoordsys.h"
-#include "Bt/btfile.h"
 #include "Bt/btlist.h"
 #include "Bt/btmap.h"
+#include "Bt/btstr.h"
 
 class BaModel;
 class BaModelCombine;
@@ -96,8 +96,8 @@ class BaModelData {
   // Writes the document to a stream or a file; asserts that no error stands. A saved document names
   // its includes from the folder that it is saved in.
   bool printOn(std::ostream& os) const;
-  // The files that the last reading which processed includes has read.
-  [[nodiscard]] const std::vector<BtFileId>& sourceFiles() const { return _source_files; }
+  // The files that the last reading which processed includes has read, as those of BaModel.
+  [[nodiscard]] const std::vector<BtStr>& sourceFiles() const { return _source_files; }
   bool save(const char* file_name) const;
 
   // Replaces the content by that of a model, which must not be in the middle of loading. With
@@ -175,7 +175,7 @@ class BaModelData {
   BtList<BaMDVertices*> _vertex_sets;
   BtList<BaMDGeometry*> _geometries;
   BtList<BaMDInclude*> _includes;
-  std::vector<BtFileId> _source_files;
+  std::vector<BtStr> _source_files;
   BtStr _directory;  // of the file: where the names in it start from
 
   BaNameMap<BodyEntry> _by_body_name;

@@ -33,7 +33,7 @@ bool Ba_IncludeChain::enter(const char* file_name) {
     if (!_checkSize(_included_bytes + info.st_size)) return false;
   }
   _files.push_back(id);
-  if (info.st_ino != 0) _all_files.push_back(id);
+  if (info.st_ino != 0) _all_files.emplace_back(file_name);
   return true;
 }
 

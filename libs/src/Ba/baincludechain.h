@@ -24,14 +24,14 @@ class Ba_IncludeChain {
   bool count(long long bytes);
   // Removes the file that was added last.
   void leave() { _files.pop_back(); }
-  // All files that were ever added.
-  [[nodiscard]] const std::vector<BtFileId>& allFiles() const { return _all_files; }
+  // The names of all files that were ever added and are there.
+  [[nodiscard]] const std::vector<BtStr>& allFiles() const { return _all_files; }
 
  private:
   static bool _checkSize(long long bytes);
 
   const char* _kind;
   std::vector<BtFileId> _files;
-  std::vector<BtFileId> _all_files;
+  std::vector<BtStr> _all_files;
   long long _included_bytes = 0;
 };

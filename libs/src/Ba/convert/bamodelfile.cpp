@@ -26,9 +26,7 @@ void BaModel::read(const char* file_name) {
     return;
   }
   _scanFrom(file.stream(), BtFileDirectory(file_name), file_name);
-  if (BtFileId id = {}; _source_files.empty() && BtFileFindId(file_name, &id)) {
-    _source_files.push_back(id);
-  }
+  if (_source_files.empty()) _source_files.emplace_back(file_name);
   if (!file.close()) _clear();
   if (BtError()) theExceptObj.set("Unable to read '%s'.", file_name);
 }
