@@ -82,7 +82,10 @@ std::vector<Message> PrintedBy(Read read) {
   return messages;
 }
 
+ComplaintListener complaint_listener = nullptr;
+
 void PrintMessage(const std::string& file, const Message& message) {
+  if (complaint_listener != nullptr) return complaint_listener(file, message);
   const std::string times =
       message.count > 1 ? " (" + std::to_string(message.count) + " times)" : "";
   const std::string text = message.text + times + ChainText(message.where);
@@ -223,7 +226,15 @@ bool ReadAddition(const std::string& file, BaModel* model) {
   return true;
 }
 
+void SetComplaintListener(ComplaintListener listener) { complaint_listener = listener; }
+
 void Complain(const std::string& file, std::string_view text) {
+  if (complaint_listener != nullptr) {
+    constexpr std::string_view kWarning = "warning: ";
+    const bool is_error = !text.starts_with(kWarning);
+    if (!is_error) text.remove_prefix(kWarning.size());
+    return complaint_listener(file, {is_error, std::string(text)});
+  }
   // Some messages name file and line themselves.
   const bool names_file = text.starts_with(file + ":");
   std::cerr << "kestrix-tool: " << (names_file ? "" : Printable(file) + ": ") << Printable(text)

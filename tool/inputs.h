@@ -52,6 +52,11 @@ std::vector<Message> ReadMapping(const std::string& file, BaUnlockedMapping* map
 // Reads one model of several; what there is to say stays recorded. False where that is an error.
 bool ReadAddition(const std::string& file, BaModel* model);
 
+// Hears complaints, which are not printed then.
+using ComplaintListener = void (*)(const std::string& file, const Message& message);
+// Null for none.
+void SetComplaintListener(ComplaintListener listener);
+
 // Prints "kestrix-tool: FILE: TEXT" on standard error.
 void Complain(const std::string& file, std::string_view text);
 // Print the warnings, the error: with the place of each where it is known ("FILE:LINE:COLUMN:
