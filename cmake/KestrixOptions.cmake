@@ -1,6 +1,7 @@
 # Compiler settings that every target of the project shares.
 option(KESTRIX_TESTS "Build the tests" ON)
 option(KESTRIX_BENCH "Build the benchmarks" OFF)
+option(KESTRIX_PYTHON "Build the Python module; needs pybind11 and NumPy" ${KESTRIX_TESTS})
 option(KESTRIX_VIEW "Build the page of kestrix-tool view; needs Node.js" ON)
 option(BUILD_SHARED_LIBS "Build shared libraries instead of static ones" OFF)
 option(KESTRIX_FUZZ "Build the fuzz targets; needs clang" OFF)

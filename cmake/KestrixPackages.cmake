@@ -43,6 +43,21 @@ if(KESTRIX_VIEW)
   endif()
 endif()
 
+if(KESTRIX_PYTHON AND NOT KESTRIX_SANITIZE)
+  # Debian's own interpreter first: others lack its packages.
+  set(Python_FIND_STRATEGY LOCATION)
+  if(NOT Python_EXECUTABLE AND EXISTS /usr/bin/python3)
+    set(Python_EXECUTABLE /usr/bin/python3)
+  endif()
+  find_package(Python 3.11 COMPONENTS Interpreter Development.Module QUIET)
+  find_package(pybind11 2.10 CONFIG QUIET)
+  if(NOT Python_FOUND OR NOT pybind11_FOUND)
+    message(FATAL_ERROR "Python's headers or pybind11 were not found: install the Debian packages "
+                        "python3-dev and pybind11-dev (scripts/setup installs everything), or "
+                        "configure with -DKESTRIX_PYTHON=OFF")
+  endif()
+endif()
+
 if(KESTRIX_TESTS)
   find_package(GTest QUIET)
   if(NOT GTest_FOUND)
