@@ -3,6 +3,7 @@ import { Box3, LoadingManager, Matrix4, Vector3 } from 'three';
 import { FBXLoader } from 'three/examples/jsm/loaders/FBXLoader.js';
 import { TGALoader } from 'three/examples/jsm/loaders/TGALoader.js';
 import { localMatrix, measuresOf } from './pose.js';
+import { Skin } from './skin.js';
 import { weld } from './weld.js';
 
 // What stands in for a picture that is not in the file: the page asks no one for it.
@@ -33,26 +34,19 @@ export class Character {
     this.remarks = remarks;
     this.data = data;
     this.measures = measuresOf(data);
-    /** @type {any[]} */
-    this.meshes = [];
-    this.materials = new Set();
+    const meshes = [];
     root.traverse((/** @type {any} */ object) => {
-      if (object.isMesh) this.meshes.push(object);
+      if (object.isMesh) meshes.push(object);
     });
-    this.meshes.forEach((mesh) => this._prepare(mesh));
+    this.materials = new Set(meshes.flatMap(({ material }) => material));
     this._waitForPictures();
     root.updateMatrixWorld(true);
     this.joints = this._findJoints();
     this.jointOf = new Map(this.joints.map((joint) => [joint.body.id, joint]));
-    this._findShapes();
+    this.skins = meshes.map((mesh) => this._skinOf(mesh));
+    this.pose(() => 0, true);
     this.restBox = this.box();
     this.size = this.restBox.getSize(new Vector3()).length() || 1;
-  }
-
-  _prepare(mesh) {
-    mesh.geometry = weld(mesh.geometry);
-    mesh.frustumCulled = false;  // a pose can take it far from where it rests
-    for (const material of [mesh.material].flat()) this.materials.add(material);
   }
 
   // A picture joins its material when it has arrived, so that one which never does (a file that is
@@ -98,15 +92,17 @@ export class Character {
     return node ? this.bodyOfNode.get(node.ID) : 0;
   }
 
-  _findShapes() {
-    const meshOf = new Map(this.meshes.map((mesh) => [this._ownerOf(mesh), mesh]));
-    this.shapes = [];
-    for (const { body, sliders } of this.data.meshes) {
-      const mesh = meshOf.get(body);
-      if (!mesh?.morphTargetInfluences) continue;
-      sliders.forEach((slider, i) =>
-        this.shapes.push({ mesh, target: i, control: this.data.sliders[slider].control }));
-    }
+  /** What is drawn of a mesh, and the controls of its shapes. */
+  _skinOf(mesh) {
+    const owner = this._ownerOf(mesh);
+    const bodies = mesh.isSkinnedMesh ?
+      mesh.skeleton.bones.map((bone) => this.bodyOfNode.get(bone.ID)) : [owner];
+    mesh.geometry = weld(mesh.geometry);
+    const skin = new Skin(mesh, bodies);
+    if (skin.bones) this.root.add(skin.mesh);
+    const sliders = this.data.meshes.find(({ body }) => body === owner)?.sliders ?? [];
+    return Object.assign(skin, {
+      controls: skin.shapes.map((_, i) => this.data.sliders[sliders[i]].control) });
   }
 
   /** Poses everything by the values of the controls, or as at rest. */
@@ -115,10 +111,11 @@ export class Character {
       if (rest) node.matrix.copy(matrix);
       else localMatrix(node.matrix, matrix, body, valueOf, this.measures);
     }
-    for (const { mesh, target, control } of this.shapes) {
-      mesh.morphTargetInfluences[target] = rest ? 0 : valueOf(control);
-    }
     this.root.updateMatrixWorld(true);
+    for (const skin of this.skins) {
+      skin.amounts = skin.controls.map((control) => (rest ? 0 : valueOf(control)));
+      skin.pose();
+    }
   }
 
   /** The place of the parent of a joint in the world. */
@@ -126,26 +123,34 @@ export class Character {
     return node.parent ? node.parent.matrixWorld : new Matrix4();
   }
 
+  /** Every point of the meshes in the present pose. All are one vector, as are joints below. */
+  *meshPoints() {
+    const point = new Vector3();
+    for (const { mesh } of this.skins) {
+      const { position } = mesh.geometry.attributes;
+      for (let i = 0; i < position.count; ++i) {
+        yield point.fromBufferAttribute(position, i).applyMatrix4(mesh.matrixWorld);
+      }
+    }
+  }
+
+  *jointPoints() {
+    const point = new Vector3();
+    for (const { node } of this.joints) yield point.setFromMatrixPosition(node.matrixWorld);
+  }
+
+  /** What is worth being seen. */
+  *points() {
+    yield* this.meshPoints();
+    yield* this.jointPoints();
+    if (this.joints.length === 0) yield new Vector3();
+  }
+
   /** What the meshes fill in the present pose, or the joints where there are none. */
   box() {
     const box = new Box3();
-    const point = new Vector3();
-    for (const mesh of this.meshes) {
-      for (let i = 0; i < mesh.geometry.attributes.position.count; ++i) {
-        box.expandByPoint(mesh.getVertexPosition(i, point).applyMatrix4(mesh.matrixWorld));
-      }
-    }
-    if (box.isEmpty()) {
-      for (const { node } of this.joints) {
-        box.expandByPoint(point.setFromMatrixPosition(node.matrixWorld));
-      }
-    }
+    for (const point of this.meshPoints()) box.expandByPoint(point);
+    if (box.isEmpty()) for (const point of this.jointPoints()) box.expandByPoint(point);
     return box.isEmpty() ? box.set(new Vector3(-1, -1, -1), new Vector3(1, 1, 1)) : box;
-  }
-
-  /** For each bone of a mesh's skin the body that it is; an unskinned mesh follows one body. */
-  bodiesOf(mesh) {
-    if (!mesh.isSkinnedMesh) return [this._ownerOf(mesh)];
-    return mesh.skeleton.bones.map((bone) => this.bodyOfNode.get(bone.ID));
   }
 }

@@ -1,7 +1,7 @@
 // How the meshes are drawn: with materials and textures or without, as wires, with normals, or
 // coloured by the weights of the chosen body.
 import {
-  BufferAttribute, BufferGeometry, Color, Mesh, MeshBasicMaterial, MeshLambertMaterial, SkinnedMesh,
+  BufferAttribute, BufferGeometry, Color, LineBasicMaterial, LineSegments, MeshLambertMaterial,
 } from 'three';
 
 // From no weight to full weight.
@@ -24,10 +24,11 @@ export class Looks {
       weights: false, box: false };
     this.plain = new MeshLambertMaterial({ color: 0xb9bec8 });
     this.heated = new MeshLambertMaterial({ vertexColors: true });
-    this.own = character.meshes.map(({ material }) => material);
+    this.own = character.skins.map(({ mesh }) => mesh.material);
     this.emissive = [...character.materials].map((material) =>
       ({ material, color: material.emissive.clone(), intensity: material.emissiveIntensity }));
-    this.normals = [];
+    this.normals = new Map();  // lines by mesh
+    this.normalMaterial = new LineBasicMaterial({ color: 0x18b2c9 });
   }
 
   set(name, on) {
@@ -50,47 +51,67 @@ export class Looks {
       material.emissiveIntensity = lit ? 1 : intensity;
     }
     this.plain.wireframe = this.heated.wireframe = settings.wireframe;
-    character.meshes.forEach((mesh, i) => {
+    character.skins.forEach((skin, i) => {
+      const { mesh } = skin;
       const one = settings.weights ? this.heated : settings.materials ? null : this.plain;
       mesh.material = one === null ? this.own[i] :
         Array.isArray(this.own[i]) ? this.own[i].map(() => one) : one;
-      if (settings.weights) this._heat(mesh);
+      if (settings.weights) this._heat(skin);
     });
-    this._showNormals();
-    this.updateBox();
+    this.follow();
     this.stage.invalidate();
   }
 
   /** Colours the points of a mesh by how much they follow the chosen body. */
-  _heat(mesh) {
-    const { geometry } = mesh;
-    const { position, skinIndex, skinWeight } = geometry.attributes;
-    const chosen = this.character.bodiesOf(mesh).map((id) => id === this.state.body);
+  _heat(skin) {
+    const { geometry } = skin.mesh;
+    const { count } = geometry.attributes.position;
+    const marks = skin.bodies.map((id) => id === this.state.body);
     if (!geometry.attributes.color) {
-      geometry.setAttribute('color', new BufferAttribute(new Float32Array(3 * position.count), 3));
+      geometry.setAttribute('color', new BufferAttribute(new Float32Array(3 * count), 3));
     }
     const { color } = geometry.attributes;
     const mixed = new Color();
-    for (let i = 0; i < position.count; ++i) {
-      let weight = mesh.isSkinnedMesh ? 0 : Number(chosen[0]);
-      for (let k = 0; mesh.isSkinnedMesh && k < 4; ++k) {
-        if (chosen[skinIndex.getComponent(i, k)]) weight += skinWeight.getComponent(i, k);
-      }
-      heat(weight, mixed);
+    for (let i = 0; i < count; ++i) {
+      heat(skin.weightOf(i, marks), mixed);
       color.setXYZ(i, mixed.r, mixed.g, mixed.b);
     }
     color.needsUpdate = true;
   }
 
-  _showNormals() {
-    if (this.settings.normals && this.normals.length === 0) {
-      this.normals = this.character.meshes.map((mesh) => normalsOf(mesh, this.character.size * 0.015));
+  /** Follows a pose with what is drawn about the meshes. */
+  follow() {
+    for (const lines of this.normals.values()) lines.visible = this.settings.normals;
+    if (this.settings.normals) {
+      for (const { mesh } of this.character.skins) this._showNormals(mesh);
     }
-    for (const lines of this.normals) if (lines) lines.visible = this.settings.normals;
+    this._updateBox();
+  }
+
+  _showNormals(mesh) {
+    const { position, normal } = mesh.geometry.attributes;
+    if (!this.normals.has(mesh)) {
+      const lines = new LineSegments(new BufferGeometry(), this.normalMaterial);
+      lines.geometry.setAttribute('position',
+        new BufferAttribute(new Float32Array(6 * position.count), 3));
+      lines.frustumCulled = false;
+      mesh.add(lines);
+      this.normals.set(mesh, lines);
+    }
+    const ends = this.normals.get(mesh).geometry.attributes.position;
+    const length = 0.015 * this.character.size;
+    for (let i = 0; i < position.array.length; i += 3) {
+      for (let axis = 0; axis < 3; ++axis) {
+        const start = position.array[i + axis];
+        ends.array[2 * i + axis] = start;
+        ends.array[2 * i + 3 + axis] = start + length * normal.array[i + axis];
+      }
+    }
+    ends.needsUpdate = true;
   }
 
   /** The box of the present pose is work, so it waits until the pose stands still. */
-  updateBox() {
+  _updateBox() {
     const { boxHelper } = this.stage;
     boxHelper.visible = this.settings.box;
     if (!this.settings.box) return;
@@ -100,51 +121,4 @@ export class Looks {
       this.stage.invalidate();
     }, 100);
   }
-}
-
-/**
- * The normals of a mesh as lines that move with it: triangles without area, drawn as wires, which
- * are skinned like any others.
- */
-function normalsOf(mesh, length) {
-  const { position, normal, skinIndex, skinWeight } = mesh.geometry.attributes;
-  if (!normal) return null;
-  const { count } = position;
-  const twice = (attribute) => {
-    const array = new attribute.array.constructor(2 * attribute.array.length);
-    array.set(attribute.array);
-    array.set(attribute.array, attribute.array.length);
-    return new BufferAttribute(array, attribute.itemSize);
-  };
-  const geometry = new BufferGeometry();
-  geometry.setAttribute('position', twice(position));
-  const ends = geometry.attributes.position;
-  for (let i = 0; i < count; ++i) {
-    for (let axis = 0; axis < 3; ++axis) {
-      ends.setComponent(count + i, axis,
-        position.getComponent(i, axis) + length * normal.getComponent(i, axis));
-    }
-  }
-  const index = new Uint32Array(3 * count);
-  for (let i = 0; i < count; ++i) index.set([i, count + i, i], 3 * i);
-  geometry.setIndex(new BufferAttribute(index, 1));
-  const morphs = mesh.geometry.morphAttributes.position;
-  if (morphs) {
-    geometry.morphAttributes.position = morphs.map(twice);
-    geometry.morphTargetsRelative = true;
-  }
-  const material = new MeshBasicMaterial({ color: 0x18b2c9, wireframe: true });
-  let lines;
-  if (mesh.isSkinnedMesh) {
-    geometry.setAttribute('skinIndex', twice(skinIndex));
-    geometry.setAttribute('skinWeight', twice(skinWeight));
-    lines = new SkinnedMesh(geometry, material);
-    lines.bind(mesh.skeleton, mesh.bindMatrix);
-  } else {
-    lines = new Mesh(geometry, material);
-  }
-  lines.morphTargetInfluences = mesh.morphTargetInfluences;
-  lines.frustumCulled = false;
-  mesh.add(lines);
-  return lines;
 }

@@ -65,7 +65,8 @@ function start() {
   });
   stage.scene.add(character.root);
   byId('measure').append(...measureOf(data, character.restBox));
-  stage.furnish(character.restBox, character.size);
+  character.pose(state.valueOf, false);
+  stage.furnish(character.size, () => character.points());
   byId('legend').textContent = `grid ${stage.step} cm`;
   byId('legend').hidden = false;
   looks = new Looks(character, stage, state);
@@ -113,7 +114,11 @@ function start() {
     look('wireframe', 'Wireframe'), look('normals', 'Normals'),
     look('weights', 'Weights of the chosen body'), look('box', 'Bounding box'),
     { id: 'skeleton', label: 'Skeleton', checked: true, set: (on) => overlay.setVisible(on) },
-    { id: 'grid', label: 'Grid', checked: true, set: (on) => { stage.grid.visible = on; draw(); } },
+    { id: 'grid', label: 'Grid', checked: true, set: (on) => {
+      stage.grid.visible = on;
+      byId('legend').hidden = !on;
+      draw();
+    } },
     { id: 'rest', label: 'Rest pose', checked: false, set: (on) => state.setRest(on) },
   ]);
 
@@ -166,7 +171,7 @@ function start() {
     if (!posed) {
       pose();
       posed = true;
-      looks.updateBox();
+      looks.follow();
       variables.update();
       tree.update();
       show.boxes.get('rest').checked = state.rest;
@@ -197,6 +202,8 @@ function publish({ data, state, stage, character, controls, player, pose }) {
     },
     place: (id) => stage.project(
       new Vector3().setFromMatrixPosition(character.jointOf.get(id).node.matrixWorld)),
+    camera: () => ({ projection: [...stage.camera.projectionMatrix.elements],
+      view: [...stage.camera.matrixWorldInverse.elements] }),
     frames: () => stage.frames,
   });
 }

@@ -24,6 +24,12 @@ function drawsInSoftware() {
   return /swiftshader|llvmpipe|softpipe|basic render/i.test(name);
 }
 
+// A picture that takes longer than kSlow seconds while something moves is drawn with fewer pixels, down
+// to kCoarsest for each of the page; once nothing has changed for kRest seconds it is drawn in full.
+const kSlow = 1 / 30;
+const kRest = 0.15;
+const kCoarsest = 0.5;
+
 /** Lines of 1, 10, 100 ... cm: the largest of these that leaves some ten lines across the size. */
 export const gridStep = (size) => 10 ** Math.floor(Math.log10(size / 4));
 
@@ -32,26 +38,34 @@ export class Stage {
   constructor(canvas) {
     this.canvas = canvas;
     const plain = drawsInSoftware();
-    this.finest = plain ? 1 : 2;  // pixels drawn for each of the page
+    // Pixels along each of the page, while things move and when they stand still. Where edges are not
+    // smoothed, twice as many do it.
+    const fine = Math.min(devicePixelRatio, 2);
+    this.finest = plain ? 1 : fine;
+    this.still = plain ? 2 : fine;
+    this.moving = this.finest;
     this.renderer = new WebGLRenderer({ canvas, antialias: !plain });
+    this.pace = { last: 0, mean: 0 };  // when the last picture was drawn, seconds from one to the next
     this.scene = new Scene();
     this.camera = new PerspectiveCamera(35, 1, 0.1, 1000);
     const light = new DirectionalLight(0xffffff, 2.0);
-    light.position.set(0.6, 1, 0.8);
-    this.camera.add(light);
+    light.position.set(0.5, 0.6, 1);
+    this.camera.add(light, light.target);  // it comes from above the right shoulder
     this.scene.add(new AmbientLight(0xffffff, 1.0), this.camera);
     this.controls = new OrbitControls(this.camera, canvas);
     this.controls.addEventListener('change', () => this.invalidate());
     this.beforeDraw = [];   // called with the time in seconds; true keeps the stage drawing
     this.frames = 0;
-    this.box = new Box3();
     new ResizeObserver(() => this._resize()).observe(canvas.parentElement);
     matchMedia('(prefers-color-scheme: dark)').addEventListener('change', () => this._recolor());
   }
 
-  /** Makes room for something of this size about this box. */
-  furnish(box, size) {
-    this.box.copy(box);
+  /**
+   * Makes room for something of this size.
+   * @param {() => Iterable<Vector3>} points what must be seen after `look`
+   */
+  furnish(size, points) {
+    this.points = points;
     this.size = size;
     Object.assign(this.camera, { near: size / 500, far: size * 50 });
     this.controls.minDistance = size / 50;
@@ -62,7 +76,7 @@ export class Stage {
     // Drawn first and under everything: a floor of the model may lie in the same plane.
     this.grid.renderOrder = -1;
     this.grid.material.depthWrite = false;
-    this.boxHelper = new Box3Helper(this.box.clone(), new Color(0xffa500));
+    this.boxHelper = new Box3Helper(new Box3(), new Color(0xffa500));
     this.boxHelper.visible = false;
     this.scene.add(this.grid, this.boxHelper);
     this._recolor();
@@ -70,35 +84,33 @@ export class Stage {
     this.look('fit');
   }
 
-  /** Looks from one of the views, or from where the camera is, such that the whole box is seen. */
+  /** Looks from one of the views, from as near as everything can be seen. */
   look(view) {
-    const offset = new Spherical();
-    if (view) offset.set(1, kViews[view][1], kViews[view][0]);
-    else offset.setFromVector3(this.camera.position.clone().sub(this.controls.target));
-    this.box.getCenter(this.controls.target);
-    offset.radius = 1;
-    this._place(offset);
-    offset.radius = 1.08 * this._distanceToSee();
-    this._place(offset);
-  }
-
-  /** How far from the target the camera must be, looking as it does, to see all corners. */
-  _distanceToSee() {
-    const tall = Math.tan(this.camera.fov * Math.PI / 360);
-    const wide = tall * this.camera.aspect;
+    this._place(new Spherical(1, kViews[view][1], kViews[view][0]));
     const [right, up, back] = [0, 1, 2].map((i) =>
       new Vector3().setFromMatrixColumn(this.camera.matrixWorld, i));
-    const corner = new Vector3();
-    let distance = this.size / 10;
-    for (let i = 0; i < 8; ++i) {
-      ['x', 'y', 'z'].forEach((axis, bit) => {
-        corner[axis] = this.box[i >> bit & 1 ? 'max' : 'min'][axis];
-      });
-      corner.sub(this.controls.target);
-      const [x, y] = [Math.abs(corner.dot(right)) / wide, Math.abs(corner.dot(up)) / tall];
-      distance = Math.max(distance, Math.max(x, y) + corner.dot(back));
+    const tall = 0.93 * Math.tan(this.camera.fov * Math.PI / 360);
+    // For both directions how far the planes that bound the picture must stand off on either side.
+    const sides = [{ direction: right, slope: tall * this.camera.aspect }, { direction: up, slope: tall }]
+      .map((side) => ({ ...side, more: -Infinity, less: -Infinity }));
+    let [nearest, farthest] = [-Infinity, Infinity];
+    for (const point of this.points()) {
+      const depth = point.dot(back);
+      nearest = Math.max(nearest, depth);
+      farthest = Math.min(farthest, depth);
+      for (const side of sides) {
+        const place = point.dot(side.direction);
+        side.more = Math.max(side.more, place + side.slope * depth);
+        side.less = Math.max(side.less, -place + side.slope * depth);
+      }
     }
-    return distance;
+    const eye = Math.max(nearest + this.size / 50,
+      ...sides.map(({ more, less, slope }) => (more + less) / (2 * slope)));
+    const depth = (nearest + farthest) / 2;
+    const [x, y] = sides.map(({ more, less }) => (more - less) / 2);
+    this.controls.target.set(0, 0, 0).addScaledVector(right, x).addScaledVector(up, y)
+      .addScaledVector(back, depth);
+    this._place(new Spherical(eye - depth, kViews[view][1], kViews[view][0]));
   }
 
   /** Turns about the target by these angles and multiplies the distance. */
@@ -146,7 +158,6 @@ export class Stage {
   _resize() {
     const { clientWidth, clientHeight } = this.canvas.parentElement;
     if (clientWidth === 0 || clientHeight === 0) return;
-    this.renderer.setPixelRatio(Math.min(devicePixelRatio, this.finest));
     this.renderer.setSize(clientWidth, clientHeight, false);
     this.camera.aspect = clientWidth / clientHeight;
     this.camera.updateProjectionMatrix();
@@ -160,9 +171,33 @@ export class Stage {
   _draw(time) {
     this.asked = undefined;
     const goOn = this.beforeDraw.map((call) => call(time)).some(Boolean);
+    this._drawWith(this._ratioAt(time));
+    clearTimeout(this.resting);
+    if (goOn) this.invalidate();
+    else this.resting = setTimeout(() => this._drawInFull(), 1000 * kRest);
+  }
+
+  _drawWith(ratio) {
+    if (this.renderer.getPixelRatio() !== ratio) this.renderer.setPixelRatio(ratio);
     this.renderer.render(this.scene, this.camera);
     ++this.frames;
-    if (goOn) this.invalidate();
+  }
+
+  /** Pixels for each of the page, as many as can be drawn in time while things move. */
+  _ratioAt(time) {
+    const passed = time - this.pace.last;
+    this.pace.last = time;
+    if (passed < kRest) this.pace.mean += 0.2 * (passed - this.pace.mean);
+    if (this.pace.mean > kSlow) {
+      this.moving = Math.max(this.moving * 0.8, kCoarsest);
+      this.pace.mean = kSlow / 2;
+    }
+    return this.moving;
+  }
+
+  _drawInFull() {
+    if (this.renderer.getPixelRatio() < this.still) this._drawWith(this.still);
+    this.moving = Math.min(1.25 * this.moving, this.finest);  // what was slow need not be so again
   }
 
   /** Where a point of the world stands in the canvas, in pixels; null behind the camera. */
