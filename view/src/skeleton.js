@@ -1,35 +1,80 @@
 // The skeleton over the picture: bones, joints that can be pointed at, axes of what is moved.
 import {
-  BufferAttribute, BufferGeometry, CanvasTexture, Color, DynamicDrawUsage, LineBasicMaterial,
-  LineSegments, Points, PointsMaterial, Vector3,
+  BufferAttribute, BufferGeometry, CanvasTexture, Color, DynamicDrawUsage, Group, Points,
+  PointsMaterial, Vector3,
 } from 'three';
+import { LineMaterial } from 'three/examples/jsm/lines/LineMaterial.js';
+import { LineSegments2 } from 'three/examples/jsm/lines/LineSegments2.js';
+import { LineSegmentsGeometry } from 'three/examples/jsm/lines/LineSegmentsGeometry.js';
 import { axisOf } from './data.js';
 import { transformAxis } from './pose.js';
 
 const kReach = 14;     // pixels from a joint within which it is meant
 const kRing = 32;      // pieces of the circle that stands for a rotation
 const kColors = {
-  joint: new Color(0x2f9cff), moved: new Color(0xff9d00), hovered: new Color(0xffffff),
+  joint: new Color(0x2f9cff), moved: new Color(0xffd400), hovered: new Color(0xffffff),
   chosen: new Color(0xff3b6b), bone: new Color(0x2f7fd0),
 };
 const kAxisColors = [new Color(0xff4040), new Color(0x35c035), new Color(0x4c7dff)];
 
-/** Points in arrays that grow when they must: positions and colours of a line or point cloud. */
-function fill(geometry, points, colors) {
-  const needed = points.length;
-  if ((geometry.attributes.position?.count ?? 0) < needed) {
-    for (const name of ['position', 'color']) {
-      const attribute = new BufferAttribute(new Float32Array(3 * needed), 3);
-      geometry.setAttribute(name, attribute.setUsage(DynamicDrawUsage));
-    }
+const kOnTop = { depthTest: false, depthWrite: false, transparent: true, vertexColors: true };
+
+/** Writes points and colours into arrays that grow when they must; `make` makes larger ones. */
+function fill(arrays, points, colors, make) {
+  if (arrays === null || arrays.position.array.length < 3 * points.length) {
+    arrays = make(3 * points.length);
   }
-  const { position, color } = geometry.attributes;
   points.forEach((point, i) => {
-    position.setXYZ(i, point.x, point.y, point.z);
-    color.setXYZ(i, colors[i].r, colors[i].g, colors[i].b);
+    point.toArray(arrays.position.array, 3 * i);
+    colors[i].toArray(arrays.color.array, 3 * i);
   });
-  if (position) position.needsUpdate = color.needsUpdate = true;
-  geometry.setDrawRange(0, needed);
+  arrays.position.needsUpdate = arrays.color.needsUpdate = true;
+  return arrays;
+}
+
+/** Discs, so many pixels wide. */
+class Discs {
+  constructor(width) {
+    this.object = new Points(new BufferGeometry(), new PointsMaterial({
+      ...kOnTop, size: width, sizeAttenuation: false, map: discTexture(), alphaTest: 0.3 }));
+    this.arrays = null;
+  }
+
+  set(points, colors) {
+    const { geometry } = this.object;
+    this.arrays = fill(this.arrays, points, colors, (size) => {
+      for (const name of ['position', 'color']) {
+        const attribute = new BufferAttribute(new Float32Array(size), 3);
+        geometry.setAttribute(name, attribute.setUsage(DynamicDrawUsage));
+      }
+      return geometry.attributes;
+    });
+    geometry.setDrawRange(0, points.length);
+  }
+}
+
+/** Lines from every other point to the next, so many pixels wide, which lines of WebGL cannot be. */
+class Lines {
+  constructor(width, opacity) {
+    this.object = new LineSegments2(new LineSegmentsGeometry(),
+      new LineMaterial({ ...kOnTop, linewidth: width, opacity }));
+    this.arrays = null;
+  }
+
+  set(points, colors) {
+    this.object.visible = points.length > 0;
+    if (points.length === 0) return;
+    this.arrays = fill(this.arrays, points, colors, (size) => {
+      this.object.geometry.dispose();
+      const geometry = new LineSegmentsGeometry();
+      geometry.setPositions(new Float32Array(size));
+      geometry.setColors(new Float32Array(size));
+      this.object.geometry = geometry;
+      const { instanceStart, instanceColorStart } = /** @type {any} */ (geometry.attributes);
+      return { position: instanceStart.data, color: instanceColorStart.data };
+    });
+    this.object.geometry.instanceCount = points.length / 2;
+  }
 }
 
 /** A disc with an edge, the mark of a joint. */
@@ -51,44 +96,46 @@ export class SkeletonOverlay {
     this.character = character;
     this.stage = stage;
     this.state = state;
-    const onTop = { depthTest: false, depthWrite: false, transparent: true, vertexColors: true };
-    this.bones = new LineSegments(new BufferGeometry(),
-      new LineBasicMaterial({ ...onTop, opacity: 0.75 }));
-    this.points = new Points(new BufferGeometry(), new PointsMaterial({
-      ...onTop, size: 9, sizeAttenuation: false, map: discTexture(), alphaTest: 0.3,
-    }));
-    this.axes = new LineSegments(new BufferGeometry(), new LineBasicMaterial(onTop));
-    [this.bones, this.points, this.axes].forEach((object, i) => {
-      object.frustumCulled = false;
-      object.renderOrder = 10 + i;
-      stage.scene.add(object);
-    });
+    this.bones = new Lines(2, 0.7);
+    this.discs = new Discs(9);
+    this.marks = new Discs(15);  // joints that stand out
+    this.axes = new Lines(3.5, 1);
+    this.group = new Group();
+    this.group.add(...[this.bones, this.discs, this.axes, this.marks].map(({ object }, i) =>
+      Object.assign(object, { frustumCulled: false, renderOrder: 10 + i })));
+    stage.scene.add(this.group);
     this.places = character.joints.map(() => new Vector3());
+    this.parents = parentsOf(character.joints);
   }
 
   setVisible(visible) {
-    this.bones.visible = this.points.visible = visible;
+    this.group.visible = visible;
     this.stage.invalidate();
   }
 
   /** Puts everything where the pose has it. */
   update() {
     const { joints } = this.character;
-    const { state } = this;
     joints.forEach(({ node }, i) => this.places[i].setFromMatrixPosition(node.matrixWorld));
-    const indexOf = new Map(joints.map(({ body }, i) => [body.id, i]));
-    const moved = new Set(this._movedUses().map(({ body }) => body.id));
+    const ends = this.parents.flatMap((parent, i) =>
+      (parent === undefined ? [] : [this.places[parent], this.places[i]]));
+    this.bones.set(ends, ends.map(() => kColors.bone));
 
-    const ends = [];
-    joints.forEach(({ body }, i) => {
-      const parent = indexOf.get(body.parent);
-      if (parent !== undefined) ends.push(this.places[parent], this.places[i]);
-    });
-    fill(this.bones.geometry, ends, ends.map(() => kColors.bone));
-    fill(this.points.geometry, this.places, joints.map(({ body: { id } }) =>
-      (id === state.hovered ? kColors.hovered : moved.has(id) ? kColors.moved :
-        id === state.body ? kColors.chosen : kColors.joint)));
+    const moved = new Set(this._movedUses().map(({ body }) => body.id));
+    const colors = joints.map(({ body: { id } }) => this._markOf(id, moved));
+    const [plain, marked] = [[], []];
+    colors.forEach((color, i) => (color ? marked : plain).push(i));
+    this.discs.set(plain.map((i) => this.places[i]), plain.map(() => kColors.joint));
+    this.marks.set(marked.map((i) => this.places[i]), marked.map((i) => colors[i]));
     this._drawAxes();
+  }
+
+  /** The colour of a joint that stands out, null for the others. */
+  _markOf(id, moved) {
+    const { state } = this;
+    if (id === state.hovered) return kColors.hovered;
+    if (moved.has(id)) return kColors.moved;
+    return id === state.body ? kColors.chosen : null;
   }
 
   /** What the control used last does to bodies. */
@@ -111,12 +158,12 @@ export class SkeletonOverlay {
       points.push(...(turns ? ringOf(origin, direction, length / 2) : tipOf(at, direction, length)));
       while (colors.length < points.length) colors.push(kAxisColors[index]);
     }
-    fill(this.axes.geometry, points, colors);
+    this.axes.set(points, colors);
   }
 
   /** The body whose joint is meant by a place in the canvas, null for none. */
   pick(x, y) {
-    if (!this.points.visible) return null;
+    if (!this.group.visible) return null;
     const near = [];
     this.places.forEach((place, i) => {
       const seen = this.stage.project(place);
@@ -129,6 +176,12 @@ export class SkeletonOverlay {
     const stacked = near.filter(({ distance }) => distance < least + 2).map(({ id }) => id);
     return stacked[(stacked.indexOf(this.state.body) + 1) % stacked.length];
   }
+}
+
+/** For each joint the place of its parent among them. */
+function parentsOf(joints) {
+  const placeOf = new Map(joints.map(({ body }, i) => [body.id, i]));
+  return joints.map(({ body }) => placeOf.get(body.parent));
 }
 
 /** Two directions across this one. */
