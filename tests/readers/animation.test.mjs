@@ -1,14 +1,13 @@
 // Motion on characters, as readers play it: at every frame each body must stand where the formula
-// puts it, written here once more, each corner where the bodies carry it, and each slider at its
-// share.
+// puts it, each corner where the bodies carry it, and each slider at its share.
 import assert from 'node:assert/strict';
 import { existsSync, readFileSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { MathUtils, Matrix4, Vector3 } from 'three';
 import { readUserProperties } from './gltfreader.mjs';
 import { readBodies, readCorners, readMapping, readSliderVariables } from './inputs.mjs';
 import { assertMatched } from './matching.mjs';
+import { bodiesOf, worldMatrices } from './pose.mjs';
 import { animate, freshPath, samples } from './program.mjs';
 import { readersOf, readWithThree } from './readers.mjs';
 import { blend } from './skin.mjs';
@@ -70,43 +69,6 @@ function makeMapping(random, bodies, variables) {
   writeFileSync(file, ['Zov Graphic Mapping File', 'v1.0', variables, bodies.length, ...maps, '']
     .join('\n'));
   return file;
-}
-
-function transform(kind, value, { angle = MathUtils.DEG2RAD, length = 1 }) {
-  const axis = (kind - 1) % 3;
-  if (kind > 3) return new Matrix4()[`makeRotation${'XYZ'[axis]}`](angle * value);
-  const way = [0, 0, 0];
-  way[axis] = length * value;
-  return new Matrix4().makeTranslation(...way);
-}
-
-/** global = parent's global x rest x M, M the transforms one after the other; by body id. */
-function worldMatrices(bodies, maps, row, units) {
-  const world = new Map([[0, new Matrix4()]]);
-  const byId = new Map(bodies.map((body) => [body.id, body]));
-  const find = ({ id, parentId, rest }) => {
-    if (!world.has(parentId)) find(byId.get(parentId));
-    const matrix = world.get(parentId).clone().multiply(rest);
-    for (const { kind, constant, terms } of maps.get(id) ?? []) {
-      const value = terms.reduce((sum, [v, factor]) => sum + factor * (row.get(v) ?? 0), constant);
-      matrix.multiply(transform(kind, value, units));
-    }
-    world.set(id, matrix);
-  };
-  bodies.forEach((body) => world.has(body.id) || find(body));
-  return world;
-}
-
-/** The bodies with their rest transforms in their parents. */
-function bodiesOf({ bodies }) {
-  const globals = new Map([[0, new Matrix4()]]);
-  bodies.forEach(({ id, global_rest_position: place, global_rest_axes: axes }) =>
-    globals.set(id, new Matrix4().makeBasis(...axes.map((axis) => new Vector3(...axis)))
-      .setPosition(...place)));
-  return bodies.map(({ id, name, parent_id: parentId }) => ({
-    id, name, parentId: parentId ?? 0,
-    rest: globals.get(parentId ?? 0).clone().invert().multiply(globals.get(id)),
-  }));
 }
 
 function compareBones(found, bodies, world, scale, size) {

@@ -64,10 +64,12 @@ export function readCorners(file) {
   let at = 0;
   const take = (count) => words.slice(at, at += count).map(Number);
   const corners = [];
+  let polygon = 0;
   while (at < words.length) {
     const letter = words[at++];
     if (letter !== 'F' && letter !== 'P') continue;
     const [body, , count] = take(3);
+    ++polygon;
     for (let i = 0; i < count; ++i) {
       const uv = letter === 'P' ? take(2) : null;
       const point = take(3);
@@ -77,7 +79,7 @@ export function readCorners(file) {
         if (effect === flexToParent) flexes.push([values[0], null]);
         if (effect === flexToBody) flexes.push(values);
       }
-      corners.push({ body, uv, point, flexes });
+      corners.push({ body, polygon, uv, point, flexes });
     }
   }
   return corners;

@@ -71,3 +71,36 @@ export async function open(browser, path, settings = {}) {
     !document.getElementById('trouble').hidden);
   return { page, complaints, close: () => context.close() };
 }
+
+/** Waits until the picture stands still, drawn in full. */
+export const rested = (page) => page.waitForFunction(() => {
+  const frames = kestrixView.frames();
+  globalThis.seen = globalThis.seen?.frames === frames ? globalThis.seen : { frames, at: Date.now() };
+  return Date.now() - globalThis.seen.at > 300;
+});
+
+/** The canvas as PNG, once it stands still. */
+export async function shotOf(page) {
+  await rested(page);
+  return page.locator('#canvas').screenshot();
+}
+
+/** The canvas as { pixels: red, green, blue, opacity of each, width, height }. */
+export async function pictureOf(page) {
+  const png = await shotOf(page);
+  const other = await page.context().newPage();  // without the policy of the page
+  const [text, width, height] = await other.evaluate(async (letters) => {
+    const bytes = Uint8Array.from(atob(letters), (letter) => letter.charCodeAt(0));
+    const image = await createImageBitmap(new Blob([bytes]));
+    const context = new OffscreenCanvas(image.width, image.height).getContext('2d');
+    context.drawImage(image, 0, 0);
+    const { data } = context.getImageData(0, 0, image.width, image.height);
+    let packed = '';
+    for (let i = 0; i < data.length; i += 8192) {
+      packed += String.fromCharCode(...data.subarray(i, i + 8192));
+    }
+    return [btoa(packed), image.width, image.height];
+  }, png.toString('base64'));
+  await other.close();
+  return { pixels: Buffer.from(text, 'base64'), width, height };
+}

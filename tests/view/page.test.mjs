@@ -4,8 +4,9 @@ import { spawnSync } from 'node:child_process';
 import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
-import { freshPath, launch, open, root, runTool, samples, sizeOf, writePage } from './browser.mjs';
-import { poseOf, readTransforms } from './library.mjs';
+import {
+  freshPath, launch, open, root, runTool, samples, shotOf, sizeOf, writePage,
+} from './browser.mjs';
 
 let browser;
 before(async () => { browser = await launch(); });
@@ -13,52 +14,6 @@ after(() => browser?.close());
 
 const filesOf = (name, model = name) =>
   [join(samples, `${model}.mdl`), join(samples, `${name}.dof`)];
-
-// The same numbers in every run, from -1 to 1.
-function randomFrom(seed) {
-  let state = seed;
-  return () => {
-    state = (Math.imul(state, 1664525) + 1013904223) >>> 0;
-    return state / 2 ** 31 - 1;
-  };
-}
-
-/** The largest difference of any entry of any body's matrix, parts of turns taken in the size. */
-function worstOf(joints, wanted, size) {
-  assert.deepEqual(joints.map(({ id }) => id).sort((a, b) => a - b),
-    [...wanted.keys()].sort((a, b) => a - b));
-  return Math.max(...joints.flatMap(({ id, world }) => wanted.get(id).slice(0, 3).flatMap((row, r) =>
-    row.map((value, c) => Math.abs(value - world[4 * c + r]) * (c === 3 ? 1 : size)))));
-}
-
-for (const [name, options, measures] of [
-  ['fox', [], { scale: 2.54 }],
-  ['robot', ['--mesh-per-body', '--lengths', 'feet'], { scale: 2.54, length: 12 }],
-  ['walker', ['--scale-factor', '0.37', '--angles', 'radians'], { scale: 0.37, angle: 1 }]]) {
-  test(`${name}: bodies stand where the formula puts them`, async () => {
-    const [model, mapping] = filesOf(name);
-    const { page, complaints, close } = await open(browser, writePage([model, mapping], options));
-    const variables = [...new Set([...readTransforms(mapping).values()].flat()
-      .flatMap(({ terms }) => terms.map(([variable]) => variable)))];
-    const random = randomFrom(7);
-    // Nothing, each variable alone, and all of them together three times.
-    const frames = [new Map(), ...variables.map((variable) => new Map([[variable, 50]])),
-      ...[1, 2, 3].map(() => new Map(variables.map((variable) => [variable, 70 * random()])))];
-    const answers = await page.evaluate((list) => list.map((values) => {
-      kestrixView.reset();
-      for (const [variable, value] of values) kestrixView.set(variable, value);
-      return kestrixView.joints();
-    }), frames.map((frame) => [...frame]));
-    const rest = [...poseOf(model, mapping, new Map(), measures).values()];
-    const size = Math.max(...rest.map((world) => Math.hypot(world[0][3], world[1][3], world[2][3])));
-    answers.forEach((joints, i) => {
-      const worst = worstOf(joints, poseOf(model, mapping, frames[i], measures), size);
-      assert.ok(worst < 1e-4 * size, `frame ${i}: ${worst} of ${size}`);
-    });
-    assert.deepEqual(complaints, []);
-    await close();
-  });
-}
 
 test('takes play, pause, loop and can be scrubbed', async () => {
   const motion = freshPath('.csv');
@@ -106,7 +61,7 @@ test('the page holds the very bytes that kestrix writes', () => {
 test('clicks, keys, search, sliders and findings', async () => {
   const { page, complaints, close } = await open(browser, writePage(filesOf('fox')));
   const chosen = () => page.evaluate(() => kestrixView.chosen());
-  const picture = () => page.locator('#canvas').screenshot();
+  const picture = () => shotOf(page);
   const canvas = await page.locator('#canvas').boundingBox();
 
   const head = await page.evaluate(() => kestrixView.place(7));
@@ -152,11 +107,36 @@ test('clicks, keys, search, sliders and findings', async () => {
     'Skeleton', 'Grid', 'Rest pose']) {
     const old = await picture();
     await page.getByLabel(name).click();
-    await page.waitForTimeout(250);
     // Textures are not to be seen while materials are off.
     if (name !== 'Textures') assert.ok(!old.equals(await picture()), name);
   }
   assert.deepEqual(complaints, []);
+  await close();
+});
+
+test('branches of the tree fold', async () => {
+  const { page, close } = await open(browser, writePage(filesOf('fox')));
+  const look = async () => [await page.locator('[role=treeitem]:visible').count(),
+    await page.evaluate(() => document.activeElement.textContent)];
+  await page.getByRole('treeitem', { name: 'b_Tail01_012' }).focus();
+  for (const [key, count, at] of [
+    ['ArrowLeft', 22, 'b_Tail01_012'], ['ArrowLeft', 22, 'b_Hip_01'], ['ArrowLeft', 3, 'b_Hip_01'],
+    ['ArrowRight', 22, 'b_Hip_01'], ['ArrowRight', 22, 'b_Spine01_02'], ['ArrowUp', 22, 'b_Hip_01'],
+    ['End', 22, 'b_RightFoot02_022']]) {
+    await page.keyboard.press(key);
+    assert.deepEqual(await look(), [count, at], key);
+  }
+  // What is folded is found, and uncovered when it is chosen.
+  await page.getByLabel('Search bodies').fill('tail03');
+  assert.equal((await look())[0], 1);
+  await page.getByLabel('Search bodies').fill('');
+  assert.equal((await look())[0], 22);
+  await page.evaluate(() => kestrixView.choose(16));
+  assert.equal((await look())[0], 24);
+  await page.getByRole('button', { name: 'Fold' }).click();
+  assert.equal((await look())[0], 2);
+  await page.locator('.tree i').nth(1).click();
+  assert.equal((await look())[0], 3);
   await close();
 });
 
@@ -165,12 +145,11 @@ test('sliders of shapes move the mesh, driven or not', async () => {
   await page.getByLabel('Search variables').fill('shape');
   const shapes = page.locator('.variables > li:visible');
   assert.equal(await shapes.count(), 3);
-  const picture = () => page.locator('#canvas').screenshot();
+  const picture = () => shotOf(page);
   await page.getByRole('button', { name: 'front', exact: true }).click();
   for (let i = 0; i < 3; ++i) {
     const old = await picture();
     await shapes.nth(i).locator('input[type=number]').fill('3');
-    await page.waitForTimeout(200);
     assert.ok(!old.equals(await picture()), `shape ${i}`);
   }
   await close();
@@ -205,10 +184,9 @@ test('a missing picture is a finding, and its material can be shown', async () =
   writeFileSync(model, readFileSync(filesOf('fox')[0]));
   const { page, complaints, close } = await open(browser, writePage([model]));
   await page.getByRole('tab', { name: 'Findings' }).click();
-  const old = await page.locator('#canvas').screenshot();
+  const old = await shotOf(page);
   await page.locator('.findings button', { hasText: 'texture-missing' }).click();
-  await page.waitForTimeout(200);
-  assert.ok(!old.equals(await page.locator('#canvas').screenshot()));
+  assert.ok(!old.equals(await shotOf(page)));
   assert.deepEqual(complaints, []);
   await close();
 });
@@ -224,7 +202,7 @@ test('fits a phone, in dark and light', async () => {
       await page.getByRole('tab', { name: tab }).click();
       assert.ok(await page.locator(`#${tab.toLowerCase()}`).isVisible(), tab);
     }
-    stages.push(await page.locator('#canvas').screenshot());
+    stages.push(await shotOf(page));
     await close();
   }
   assert.ok(!stages[0].equals(stages[1]));
