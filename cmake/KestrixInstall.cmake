@@ -58,6 +58,10 @@ install(DIRECTORY docs COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR}
   FILES_MATCHING PATTERN "*.md" PATTERN "*.png" PATTERN "*.json" PATTERN man EXCLUDE)
 install(DIRECTORY samples COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR})
 
+# The workflow that builds deliveries, as docs/delivery.md tells.
+install(DIRECTORY share/delivery COMPONENT Runtime USE_SOURCE_PERMISSIONS
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/kestrix PATTERN __pycache__ EXCLUDE)
+
 # Manual pages and completion scripts, as kestrix_help has made them. Each by its name: where it was
 # not made, installing fails, and no folder comes out empty.
 foreach(program ${KESTRIX_PROGRAMS})
@@ -94,6 +98,8 @@ checks and compares them.")
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SHLIBDEPS ON)
 # Called for compressed models and mappings.
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_RECOMMENDS "gzip, ncompress")
+# Runs the workflow.
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SUGGESTS "snakemake")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME libkestrix-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "libraries of the kestrix converter, for development
