@@ -9,7 +9,7 @@
 #include "Ba/bamdvertexeffects.h"
 #include "Ba/bamdvertices.h"
 #include "Bt/btexcept.h"
-#include "Bt/bthash.h"
+#include "Bt/btflatmap.h"
 #include "Fbx/kfbxdeformer.h"
 #include "Fbx/kfbxmesh.h"
 #include "Fbx/kfbxnode.h"
@@ -40,7 +40,7 @@ class FollowedNodes {
  private:
   KFbxScene* _scene;
   std::vector<KFbxNode*> _nodes;
-  BtHashMap<KFbxNode*, int> _numbers;
+  BtFlatMap<KFbxNode*, int> _numbers;
 };
 
 // What had to be put right in the weights of one body.

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "Ba/babodymap.h"
-#include "Bt/bthash.h"
+#include "Bt/btflatmap.h"
 #include "Bt/btlist.h"
 #include "Bt/btmap.h"
 #include "Bt/btstr.h"
@@ -175,7 +175,7 @@ class BaUnlockedMapping {
   int _num_sysvars = 0;
   int _num_sysvars_stated = 0;
   BtList<BaUnlockedBodyMap*> _body_maps;               // owned
-  BtHashMap<int, BaUnlockedBodyMap*> _body_map_index;  // by body id
+  BtFlatMap<int, BaUnlockedBodyMap*> _body_map_index;  // by body id
   std::vector<TextureIndexMap> _texture_index_maps;
   std::vector<BlendEffectMap> _blend_effect_maps;
   std::vector<Include> _includes;

@@ -162,7 +162,7 @@ void BaUnlockedMapping::addBodyMap(const BaUnlockedBodyMap& body_map) {
 }
 
 void BaUnlockedMapping::_addBodyMap(std::unique_ptr<BaUnlockedBodyMap> body_map, int body_id) {
-  const bool is_new = _body_map_index.emplace(body_id, body_map.get()).second;
+  const bool is_new = _body_map_index.try_emplace(body_id, body_map.get()).second;
   BtAssert(is_new, "bodyMap(body_id)==0");
   body_map->_setBodyId(body_id);
   body_map->_body_id.own();
@@ -172,7 +172,7 @@ void BaUnlockedMapping::_addBodyMap(std::unique_ptr<BaUnlockedBodyMap> body_map,
 void BaUnlockedMapping::removeBodyMap(int body_id) {
   const std::unique_ptr<BaUnlockedBodyMap> owner(bodyMap(body_id));
   BtAssert(owner != nullptr, "bodyMap(body_id)!=0");
-  _body_map_index.erase(body_id);
+  _body_map_index.erase(_body_map_index.find(body_id));
   _body_maps.removeValue(owner.get());
 }
 
@@ -184,7 +184,7 @@ void BaUnlockedMapping::removeUnusedBodyMaps() {
     if (is_used) {
       used.append(body_map);
     } else {
-      _body_map_index.erase(body_map->bodyId());
+      _body_map_index.erase(_body_map_index.find(body_map->bodyId()));
       const std::unique_ptr<BaUnlockedBodyMap> owner(body_map);
     }
   }
@@ -196,15 +196,15 @@ void BaUnlockedMapping::changeBodyId(int from, int to) {
   BtAssert(body_map != nullptr, "bodyMap(from)!=0");
   BtAssert(bodyMap(to) == nullptr, "bodyMap(to)==0");
   body_map->_setBodyId(to);
-  _body_map_index.erase(from);
-  _body_map_index.emplace(to, body_map);
+  _body_map_index.erase(_body_map_index.find(from));
+  _body_map_index.try_emplace(to, body_map);
 }
 
 void BaUnlockedMapping::changeBodyIds(const BtMap<int, int>& new_ids) {
   _body_map_index.clear();
   for (BaUnlockedBodyMap* body_map : _body_maps) {
     if (const int* const id = new_ids.find(body_map->bodyId())) body_map->_setBodyId(*id);
-    const bool is_new = _body_map_index.emplace(body_map->bodyId(), body_map).second;
+    const bool is_new = _body_map_index.try_emplace(body_map->bodyId(), body_map).second;
     BtAssert(is_new, "bodyMap(to)==0");
   }
 }
