@@ -6,6 +6,8 @@
 #include <iosfwd>
 #include <string_view>
 
+#include "Bt/btshared.h"
+
 // The text that several BtStr share. Counts its users; frees the text with the last of them.
 class Bt_CoreStr {
  public:
@@ -66,9 +68,9 @@ class BtStr {
   BtStr& operator=(const char* text);
   ~BtStr();
 
-  [[nodiscard]] bool isNull() const { return _core_ptr == nullptr || _core_ptr->text() == nullptr; }
-  [[nodiscard]] int length() const { return _core_ptr == nullptr ? 0 : _core_ptr->length(); }
-  operator const char*() const { return _core_ptr == nullptr ? nullptr : _core_ptr->text(); }
+  [[nodiscard]] bool isNull() const { return _text() == nullptr; }
+  [[nodiscard]] int length() const { return _core.get() == nullptr ? 0 : _core->length(); }
+  operator const char*() const { return _text(); }
   // The text without its terminating zero; empty for a null string. Valid until the string changes.
   [[nodiscard]] std::string_view view() const;
   // A new zero-terminated copy, to be freed with delete[]; null for a null string.
@@ -133,13 +135,15 @@ class BtStr {
   void scanLine(std::istream& is);
 
  private:
+  [[nodiscard]] const char* _text() const {
+    return _core.get() == nullptr ? nullptr : _core->text();
+  }
   void _preMod();  // gives this string a core of its own
-  void _release() noexcept;
   BtStr& _splice(int i, int n, std::string_view text);
   // Takes over a text built elsewhere.
   BtStr& _become(std::string_view text);
 
-  Bt_CoreStr* _core_ptr = nullptr;
+  BtShared<Bt_CoreStr> _core;
 };
 
 bool operator==(const BtStr& a, const BtStr& b);

@@ -139,51 +139,36 @@ BtStr::BtStr(const char* text, int len) {
 
 BtStr::BtStr(std::string_view text) { append(text); }
 
-BtStr::BtStr(const BtStr& other) noexcept : _core_ptr(other._core_ptr) {
-  if (_core_ptr != nullptr) _core_ptr->incRefCount();
-}
-
-BtStr::BtStr(BtStr&& other) noexcept : _core_ptr(std::exchange(other._core_ptr, nullptr)) {}
-
-BtStr& BtStr::operator=(const BtStr& other) noexcept {
-  if (_core_ptr != other._core_ptr) {
-    BtStr copy(other);
-    std::swap(_core_ptr, copy._core_ptr);
-  }
-  return *this;
-}
-
-BtStr& BtStr::operator=(BtStr&& other) noexcept {
-  std::swap(_core_ptr, other._core_ptr);
-  return *this;
-}
+BtStr::BtStr(const BtStr& other) noexcept = default;
+BtStr::BtStr(BtStr&& other) noexcept = default;
+BtStr& BtStr::operator=(const BtStr& other) noexcept = default;
+BtStr& BtStr::operator=(BtStr&& other) noexcept = default;
+BtStr::~BtStr() = default;
 
 BtStr& BtStr::operator=(const char* text) {
-  if (_core_ptr != nullptr && _core_ptr->refCount() == 1) {
-    *_core_ptr = text;
+  if (_core.nOwners() == 1) {
+    *_core = text;
     return *this;
   }
   return *this = BtStr(text);
 }
 
-BtStr::~BtStr() { _release(); }
-
 std::string_view BtStr::view() const {
   return isNull() ? std::string_view()
-                  : std::string_view(_core_ptr->text(), static_cast<std::size_t>(length()));
+                  : std::string_view(_core->text(), static_cast<std::size_t>(length()));
 }
 
 char* BtStr::textDup() const {
   if (isNull()) return nullptr;
   auto copy = std::make_unique<char[]>(static_cast<std::size_t>(length()) + 1);
-  std::memcpy(copy.get(), _core_ptr->text(), static_cast<std::size_t>(length()) + 1);
+  std::memcpy(copy.get(), _core->text(), static_cast<std::size_t>(length()) + 1);
   return copy.release();
 }
 
 char BtStr::operator[](int i) const {
   BtAssert(i >= 0, "i>=0");
   BtAssert(i < length(), "i<length()");
-  return _core_ptr->text()[i];
+  return _core->text()[i];
 }
 
 void BtStr::setChar(int i, char c) {
@@ -191,7 +176,7 @@ void BtStr::setChar(int i, char c) {
   BtAssert(i < length(), "i<length()");
   BtAssert(c != '\0', "c!='\\0'");
   _preMod();
-  _core_ptr->text()[i] = c;
+  _core->text()[i] = c;
 }
 
 BtStr& BtStr::operator+=(const BtStr& other) {
@@ -211,13 +196,13 @@ BtStr& BtStr::operator+=(char c) {
 
 BtStr& BtStr::append(std::string_view text) {
   _preMod();
-  if (_core_ptr->_holds(text.data())) {
+  if (_core->_holds(text.data())) {
     // A part of this string moves when the string grows.
-    const std::ptrdiff_t offset = text.data() - _core_ptr->text();
-    _core_ptr->_reserve(static_cast<std::size_t>(length()) + text.size());
-    text = std::string_view(_core_ptr->text() + offset, text.size());
+    const std::ptrdiff_t offset = text.data() - _core->text();
+    _core->_reserve(static_cast<std::size_t>(length()) + text.size());
+    text = std::string_view(_core->text() + offset, text.size());
   }
-  _core_ptr->_splice(length(), 0, text);
+  _core->_splice(length(), 0, text);
   return *this;
 }
 
@@ -232,14 +217,14 @@ BtStr& BtStr::catN(const char* text, int n) {
 BtStr& BtStr::upper() {
   if (isNull()) return *this;
   _preMod();
-  std::transform(_core_ptr->text(), _core_ptr->text() + length(), _core_ptr->text(), Upper);
+  std::transform(_core->text(), _core->text() + length(), _core->text(), Upper);
   return *this;
 }
 
 BtStr& BtStr::lower() {
   if (isNull()) return *this;
   _preMod();
-  std::transform(_core_ptr->text(), _core_ptr->text() + length(), _core_ptr->text(), Lower);
+  std::transform(_core->text(), _core->text() + length(), _core->text(), Lower);
   return *this;
 }
 
@@ -260,7 +245,7 @@ BtStr& BtStr::trimRight() {
 BtStr& BtStr::squeeze() {
   if (isNull()) return *this;
   _preMod();
-  char* to = _core_ptr->text();
+  char* to = _core->text();
   bool in_space = false;
   for (const char c : view()) {
     const bool space = BtIsSpace(c);
@@ -271,7 +256,7 @@ BtStr& BtStr::squeeze() {
     }
     in_space = space;
   }
-  _core_ptr->relength(static_cast<int>(to - _core_ptr->text()));
+  _core->relength(static_cast<int>(to - _core->text()));
   return *this;
 }
 
@@ -355,7 +340,7 @@ BtStr& BtStr::lengthTo(int n) {
   BtAssert(n >= 0, "n>=0");
   if (n == length()) return *this;
   _preMod();
-  _core_ptr->relength(n);
+  _core->relength(n);
   return *this;
 }
 
@@ -417,26 +402,18 @@ int BtStr::matchCount(char c) const {
 }
 
 void BtStr::_preMod() {
-  if (_core_ptr != nullptr && _core_ptr->refCount() == 1) return;
+  if (_core.nOwners() == 1) return;
   auto core = std::make_unique<Bt_CoreStr>();
   if (!isNull()) core->_set(view().data(), length());
-  _release();
-  _core_ptr = core.release();
-}
-
-void BtStr::_release() noexcept {
-  if (_core_ptr != nullptr && _core_ptr->decRefCount() == 0) {
-    std::default_delete<Bt_CoreStr>()(_core_ptr);
-  }
-  _core_ptr = nullptr;
+  _core = BtShared(std::move(core));
 }
 
 BtStr& BtStr::_splice(int i, int n, std::string_view text) {
   if (n == 0 && text.empty()) return *this;
   // A text inside the string moves with it.
-  if (!isNull() && _core_ptr->_holds(text.data())) return _splice(i, n, std::string(text));
+  if (!isNull() && _core->_holds(text.data())) return _splice(i, n, std::string(text));
   _preMod();
-  _core_ptr->_splice(i, n, text);
+  _core->_splice(i, n, text);
   return *this;
 }
 

@@ -1,153 +1,107 @@
 #include "Ba/bavertexeffects.h"
 
-#include <algorithm>
 #include <limits>
-#include <ostream>
+#include <optional>
+#include <utility>
 
 #include "Bt/btassert.h"
-#include "balegacytext.h"
-#include "btclassicios.h"
 
 namespace {
 
-using EffectPtr = std::unique_ptr<Ba_VertexEffect>;
+// From this many effects on, a builder looks rivals up instead of walking the chain.
+constexpr int kIndexedFrom = 16;
 
+// What an effect flexes toward: the id of a body, or the parent. Others have no rivals.
+std::optional<long long> FlexTarget(const Ba_VertexEffect& effect) {
+  constexpr long long kParent = std::numeric_limits<long long>::max();
+  if (effect.type() == BaFlexEffect) return kParent;
+  if (effect.type() != BaFlex2Effect) return std::nullopt;
+  return static_cast<const BaVertexFlex2Effect&>(effect).body_id;
+}
+
+// The flex2 effect of a chain that follows this body, null for none.
 template <class Effect>
-EffectPtr CreateEffect() {
-  return std::make_unique<Effect>();
-}
-
-// Indexed by legacy number.
-constexpr EffectPtr (*kEffectCreators[])() = {
-    CreateEffect<BaVertexBulgeEffect>, CreateEffect<BaVertexMorphL1V2Effect>,
-    CreateEffect<BaVertexFlexEffect>, CreateEffect<BaVertexFlex2Effect>};
-
-// Weights stay finite, whatever is added to them.
-float AddWeights(float a, float b) {
-  constexpr double kMax = std::numeric_limits<float>::max();
-  const double sum = static_cast<double>(a) + static_cast<double>(b);
-  return static_cast<float>(std::clamp(sum, -kMax, kMax));
-}
-
-// Reads the numbers of one effect into consecutive members.
-template <std::size_t N>
-bool ScanFloats(BtScanner& in, float* const (&values)[N]) {
-  return std::all_of(values, values + N, [&in](float* value) { return in.readFloat(value); });
+Effect* FindFlex2(Effect* effect, int body_id) {
+  for (; effect != nullptr; effect = effect->next()) {
+    if (effect->type() != BaFlex2Effect) continue;
+    if (static_cast<const BaVertexFlex2Effect*>(effect)->body_id == body_id) return effect;
+  }
+  return nullptr;
 }
 
 }  // namespace
 
-bool Ba_VertexEffect::scanFrom(std::istream& is) {
-  BtScanner in(is);
-  return scanFrom(in);
-}
-
-EffectPtr Ba_VertexEffect::create(int type) {
-  if (type < 0 || type >= static_cast<int>(std::size(kEffectCreators))) return nullptr;
-  return kEffectCreators[type]();
-}
-
-bool Ba_VertexEffect::_absorb(const Ba_VertexEffect& /*other*/) { return false; }
-
-bool BaVertexBulgeEffect::scanFrom(BtScanner& in) {
-  if (!in.readFloats(bo.data(), 3)) {
-    return BtFail("Unable to read bo x,y,z coords for bulge effect.");
+void BaVertexEffects::_unshare() {
+  const Ba_VertexEffect* shared = _chain.get();
+  std::unique_ptr<Ba_VertexEffect> own = shared->cloneBa();
+  Ba_VertexEffect* last = own.get();
+  while ((shared = shared->next()) != nullptr) {
+    last->_next = shared->cloneBa();
+    last = last->next();
   }
-  if (!in.readFloats(bc.data(), 3)) {
-    return BtFail("Unable to read bc x,y,z coords for bulge effect.");
+  _chain = BtShared(std::move(own));
+}
+
+int BaVertexEffects::count() const {
+  int n = 0;
+  for (auto* effect = first(); effect != nullptr; effect = effect->next()) ++n;
+  return n;
+}
+
+void BaVertexEffects::add(std::unique_ptr<Ba_VertexEffect> effect) {
+  BaVertexEffectsBuilder(this).add(std::move(effect));
+}
+
+void BaVertexEffects::_append(Ba_VertexEffect* last, std::unique_ptr<Ba_VertexEffect> effect) {
+  if (last == nullptr) {
+    _chain = BtShared(std::move(effect));
+  } else {
+    last->_next = std::move(effect);
   }
-  if (!ScanFloats(in, {&br, &vn, &fv})) {
-    return BtFail("Unable to read br, vn and fv for bulge effect.");
+}
+
+void BaVertexEffects::changeFlex2BodyId(int old_id, int new_id) {
+  if (old_id == new_id || FindFlex2(std::as_const(*this).first(), old_id) == nullptr) return;
+  Ba_VertexEffect* const moved = FindFlex2(first(), old_id);
+  Ba_VertexEffect* const stays = FindFlex2(first(), new_id);
+  static_cast<BaVertexFlex2Effect*>(moved)->body_id = new_id;
+  if (stays == nullptr) return;
+  stays->_absorb(*moved);
+  removeIf([moved](const Ba_VertexEffect& effect) { return &effect == moved; });
+}
+
+BaVertexEffectsBuilder::BaVertexEffectsBuilder(BaVertexEffects* effects) : _effects(effects) {
+  for (auto* effect = effects->first(); effect != nullptr; effect = effect->next()) {
+    _last = effect;
+    ++_count;
   }
-  return true;
+  if (_count >= kIndexedFrom) _makeIndex();
 }
 
-void BaVertexBulgeEffect::printOn(std::ostream& os) const {
-  const BtClassicIos plain(os);
-  Ba_PutInt(os, type());
-  Ba_PutFloats(os, bo);
-  Ba_PutFloats(os, bc);
-  Ba_PutFloats(os, std::array{br, vn, fv});
+void BaVertexEffectsBuilder::add(std::unique_ptr<Ba_VertexEffect> effect) {
+  BtAssert(effect != nullptr);
+  if (_absorb(effect.get())) return;
+  Ba_VertexEffect* const added = effect.get();
+  _effects->_append(_last, std::move(effect));
+  _last = added;
+  if (++_count == kIndexedFrom) _makeIndex();
 }
 
-EffectPtr BaVertexBulgeEffect::cloneBa() const {
-  return std::make_unique<BaVertexBulgeEffect>(*this);
-}
-
-bool BaVertexMorphL1V2Effect::scanFrom(BtScanner& in) {
-  if (!in.readFloats(op.data(), 3)) {
-    return BtFail("Unable to read op x,y,z coords for morph effect.");
+void BaVertexEffectsBuilder::_makeIndex() {
+  for (auto* effect = _effects->first(); effect != nullptr; effect = effect->next()) {
+    if (const auto target = FlexTarget(*effect)) _by_target.try_emplace(*target, effect);
   }
-  if (!ScanFloats(in, {&vn, &lv, &uv})) {
-    return BtFail("Unable to read vn, lv and uv for morph effect.");
+}
+
+bool BaVertexEffectsBuilder::_absorb(Ba_VertexEffect* effect) {
+  if (_count >= kIndexedFrom) {
+    const auto target = FlexTarget(*effect);
+    if (!target) return false;
+    const auto [entry, is_new] = _by_target.try_emplace(*target, effect);
+    return !is_new && entry->second->_absorb(*effect);
   }
-  return true;
-}
-
-void BaVertexMorphL1V2Effect::printOn(std::ostream& os) const {
-  const BtClassicIos plain(os);
-  Ba_PutInt(os, type());
-  Ba_PutFloats(os, op);
-  Ba_PutFloats(os, std::array{vn, lv, uv});
-}
-
-EffectPtr BaVertexMorphL1V2Effect::cloneBa() const {
-  return std::make_unique<BaVertexMorphL1V2Effect>(*this);
-}
-
-bool BaVertexFlexEffect::scanFrom(BtScanner& in) {
-  // The text names the morph effect; people and scripts know it so.
-  if (!in.readFloat(&weight)) return BtFail("Unable to read weight for morph effect.");
-  return true;
-}
-
-void BaVertexFlexEffect::printOn(std::ostream& os) const {
-  const BtClassicIos plain(os);
-  Ba_PutInt(os, type());
-  Ba_PutFloats(os, {&weight, 1});
-}
-
-EffectPtr BaVertexFlexEffect::cloneBa() const {
-  return std::make_unique<BaVertexFlexEffect>(*this);
-}
-
-bool BaVertexFlexEffect::_absorb(const Ba_VertexEffect& other) {
-  if (other.type() != BaFlexEffect) return false;
-  weight = AddWeights(weight, static_cast<const BaVertexFlexEffect&>(other).weight);
-  return true;
-}
-
-bool BaVertexFlex2Effect::scanFrom(BtScanner& in) {
-  if (!in.readFloat(&weight)) return BtFail("Unable to read weight for flex2 effect.");
-  if (!in.readInt(&body_id)) return BtFail("Unable to read body ID for flex2 effect.");
-  return true;
-}
-
-void BaVertexFlex2Effect::printOn(std::ostream& os) const {
-  const BtClassicIos plain(os);
-  Ba_PutInt(os, type());
-  Ba_PutFloats(os, {&weight, 1});
-  Ba_PutInt(os, body_id);
-}
-
-EffectPtr BaVertexFlex2Effect::cloneBa() const {
-  return std::make_unique<BaVertexFlex2Effect>(*this);
-}
-
-bool BaVertexFlex2Effect::_absorb(const Ba_VertexEffect& other) {
-  if (other.type() != BaFlex2Effect) return false;
-  const auto& flex2 = static_cast<const BaVertexFlex2Effect&>(other);
-  if (flex2.body_id != body_id) return false;
-  weight = AddWeights(weight, flex2.weight);
-  return true;
-}
-
-bool BaVertexBlendEffect::scanFrom(BtScanner& /*in*/) {
-  return BtFail("A blend effect cannot be read from a legacy file.");
-}
-
-void BaVertexBlendEffect::printOn(std::ostream& /*os*/) const {}
-
-EffectPtr BaVertexBlendEffect::cloneBa() const {
-  return std::make_unique<BaVertexBlendEffect>(*this);
+  for (auto* there = _effects->first(); there != nullptr; there = there->next()) {
+    if (there->_absorb(*effect)) return true;
+  }
+  return false;
 }
