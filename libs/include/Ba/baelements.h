@@ -4,53 +4,47 @@
 #include <algorithm>
 #include <limits>
 #include <utility>
+#include <vector>
 
-#include "Bt/array.h"
+#include "Bt/btassert.h"
 
 // While elements are added the array grows ahead of their number; trim() gives the rest back.
-// `Pointer` says who owns the elements: a unique_ptr in a model, a plain pointer in a body. The
-// spare places are not part of the array as its users see it.
+// `Pointer` says who owns the elements: a unique_ptr in a model, a plain pointer in a body.
 template <class Pointer>
 class BaElements {
  public:
-  [[nodiscard]] int size() const { return _n_added; }
-  [[nodiscard]] bool empty() const { return _n_added == 0; }
+  [[nodiscard]] int size() const { return static_cast<int>(_elements.size()); }
+  [[nodiscard]] bool empty() const { return _elements.empty(); }
   const Pointer& operator[](int i) const {
-    BtAssert(i < _n_added, "i<_size");
-    return _elements[i];
+    BtAssert(i >= 0, "i>=0");
+    BtAssert(i < size(), "i<_size");
+    return _elements[static_cast<std::size_t>(i)];
   }
-  const Pointer& last() const { return (*this)[_n_added - 1]; }
-  const Pointer* begin() const { return _elements.begin(); }
-  const Pointer* end() const { return _elements.begin() + _n_added; }
+  const Pointer& last() const { return (*this)[size() - 1]; }
+  const Pointer* begin() const { return _elements.data(); }
+  const Pointer* end() const { return _elements.data() + _elements.size(); }
 
   // Grows by `chunk` elements at least, and by half of what is there once that is more.
   void add(Pointer element, int chunk) {
     if (isTrimmed()) {
-      const long long growth = std::max(chunk, _n_added / 2);
-      _elements.resize(static_cast<int>(
-          std::min<long long>(_n_added + growth, std::numeric_limits<int>::max())));
+      BtAssert(_elements.size() < kMaxSize, "_size<INT_MAX");
+      const std::size_t growth = std::max(static_cast<std::size_t>(chunk), _elements.size() / 2);
+      _elements.reserve(std::min(_elements.size() + growth, kMaxSize));
     }
-    _elements[_n_added] = std::move(element);
-    ++_n_added;
+    _elements.push_back(std::move(element));
   }
   // Removes the elements for which `is_gone(element)` holds; the others keep their order.
   template <class IsGone>
   void removeIf(IsGone is_gone) {
-    Pointer* const end = _elements.begin() + _n_added;
-    Pointer* const kept = std::remove_if(
-        _elements.begin(), end, [&is_gone](const Pointer& element) { return is_gone(*element); });
-    std::fill(kept, end, nullptr);
-    _n_added = static_cast<int>(kept - _elements.begin());
+    std::erase_if(_elements, [&is_gone](const Pointer& element) { return is_gone(*element); });
   }
-  void trim() { _elements.resize(_n_added); }
+  void trim() { _elements.shrink_to_fit(); }
   // True when there are no spare places.
-  [[nodiscard]] bool isTrimmed() const { return _n_added == _elements.size(); }
-  void clear() {
-    _n_added = 0;
-    _elements.clear();
-  }
+  [[nodiscard]] bool isTrimmed() const { return _elements.size() == _elements.capacity(); }
+  void clear() { _elements = std::vector<Pointer>(); }
 
  private:
-  BtDArray<Pointer> _elements;
-  int _n_added = 0;
+  static constexpr std::size_t kMaxSize = std::numeric_limits<int>::max();
+
+  std::vector<Pointer> _elements;
 };

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Ba/bavertexelement.h"
-#include "Bt/btfloatarray.h"
+#include "Bt/array.h"
 
 // Each vertex has a mode, a number that is kept as read.
 class BaFlexiblePolygon : public BaVertexElement {
@@ -26,6 +26,7 @@ class BaFlexiblePolygon : public BaVertexElement {
   void _resize(int n, BtArena* arena) override;
   using BaVertexElement::_scanVertexFrom;
   bool _scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) override;
+  void _printTypeOn(std::ostream& os) const override;
   void _printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const override;
 
  private:

@@ -23,17 +23,17 @@ class BaPolygon : public BaVertexElement {
   // Reading removes repeated vertices and tells of polygons that have no face, with warnings.
   using BaVertexElement::scanFrom;
   bool scanFrom(BtScanner& in) override;
-  void printOn(std::ostream& os) const override;
 
  protected:
-  // Writes the record letter and what precedes it.
-  virtual void _printTypeOn(std::ostream& os) const;
+  void _printTypeOn(std::ostream& os) const override;
   // Moves vertex `from` to the place `to` of another.
   virtual void _moveVertex(int from, int to);
 
  private:
   // Removes every vertex at the place of the one before it, the first one's included.
   void _removeDuplicates();
+
+  int _s_flag = 0;
 };
 
 // Asserts that no two vertices of a polygon are the same object.

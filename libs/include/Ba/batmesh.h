@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Ba/bavertexelement.h"
-#include "Bt/btfloatarray.h"
+#include "Bt/array.h"
 
 // The triangles are the vertices 0 1 2, 1 2 3 and so on. Each vertex has a swap flag, a number that
 // is kept as read.
@@ -18,17 +18,12 @@ class BaTMesh : public BaVertexElement {
   // Replaces the vertices; all swap flags become 0.
   void setVertices(BtDArray<BaVertex> vertices);
 
-  using BaVertexElement::scanFrom;
-  bool scanFrom(BtScanner& in) override;
-  void printOn(std::ostream& os) const override;
-
  protected:
   void _resize(int n, BtArena* arena) override;
   using BaVertexElement::_scanVertexFrom;
   bool _scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) override;
   void _printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const override;
-  // Writes the record letter.
-  virtual void _printTypeOn(std::ostream& os) const;
+  void _printTypeOn(std::ostream& os) const override;
 
  private:
   BtDArray<int> _swap_flags;

@@ -17,13 +17,6 @@
 // Direction of a sort order.
 enum class BtSortDirection { Ascending, Descending };
 
-// Elements that may move with their memory: a copy of the bytes is the element, and the old place
-// is forgotten.
-template <class T>
-inline constexpr bool kBtIsRelocatable = std::is_trivially_copyable_v<T>;
-template <class T>
-inline constexpr bool kBtIsRelocatable<std::unique_ptr<T>> = true;
-
 // Elements that are nothing but zero bytes at first, so that untouched memory holds them.
 template <class T>
 inline constexpr bool kBtIsZeroAtFirst = std::is_arithmetic_v<T> || std::is_pointer_v<T>;
@@ -114,12 +107,13 @@ class BtArray {
     _realloc(_size - n);
   }
 
-  // Grows to `n` elements in a block that is zero, of which only what is not zero is written.
-  void _growSparsely(int n) {
+  // The same in a block that is zero, of which only what is not zero is written.
+  void _reallocSparsely(int n) {
     static_assert(kBtIsZeroAtFirst<T>);
-    BtAssert(n >= _size, "n>=_size");
+    BtAssert(n >= 0, "n>=0");
+    if (n == _size || n == 0) return _realloc(n);
     T* const block = static_cast<T*>(BtZeroedOrExit(static_cast<std::size_t>(n), kElementSize));
-    for (int i = 0; i < _size; ++i) {
+    for (int i = 0; i < std::min(n, _size); ++i) {
       if (_elements[i] != T()) block[i] = std::move(_elements[i]);
     }
     std::destroy(begin(), end());
@@ -167,7 +161,7 @@ class BtArray {
     if (n == 0) {
       _freeBlock();
       _elements = nullptr;
-    } else if (!_in_arena && kBtIsRelocatable<T>) {
+    } else if (!_in_arena && std::is_trivially_copyable_v<T>) {
       _elements =
           static_cast<T*>(BtReallocOrExit(_elements, static_cast<std::size_t>(n), kElementSize));
     } else if (!_in_arena || n > _size) {
@@ -213,9 +207,9 @@ class BtDArray : public BtArray<T> {
   }
 
   void resize(int n) { this->_realloc(n); }
-  // As resize() to more elements, for a large array with wide gaps of zeros: these take address
-  // space, but no memory until they are written to.
-  void resizeSparsely(int n) { this->_growSparsely(n); }
+  // As resize(), for a large array with wide gaps of zeros: these take address space, but no memory
+  // until they are written to.
+  void resizeSparsely(int n) { this->_reallocSparsely(n); }
   // As resize(), but an array without elements comes to stand in `arena`, if that is not null and
   // they are not too many. The arena must outlive them. Growing moves them to a block of their own.
   void resizeIn(BtArena* arena, int n) {
@@ -251,6 +245,10 @@ class BtDArray : public BtArray<T> {
     this->_subSize(count);
   }
 };
+
+// Plain numbers: floats for vectors and colours of any length, ints for ids and orders.
+using BtFloatArray = BtDArray<float>;
+using BtIntArray = BtDArray<int>;
 
 // A growable array with a capacity of its own: none while nothing was added, then 1024 elements,
 // doubled as often as it takes. A copy's capacity is that of an array grown to its size.
@@ -344,7 +342,7 @@ class BtDynArray {
     long long grown = _capacity == 0 ? kFirstCapacity : _capacity;
     while (grown < size) grown *= 2;
     const int capacity = static_cast<int>(std::min<long long>(grown, kMaxSize));
-    if constexpr (kBtIsRelocatable<T>) {
+    if constexpr (std::is_trivially_copyable_v<T>) {
       _elements = static_cast<T*>(
           BtReallocOrExit(_elements, static_cast<std::size_t>(capacity), sizeof(T)));
     } else {

@@ -21,11 +21,7 @@ bool BaFlexiblePolygon::scanFrom(BtScanner& in) {
 
 void BaFlexiblePolygon::printOn(std::ostream& os) const {
   const BtClassicIos plain(os);
-  BtAssert(isValid(), "isValid()");
-  os << "f  ";
-  Ba_PutInt(os, bodyId());
-  Ba_PutInt(os, materialId());
-  Ba_PutInt(os, numVertices());
+  _printHeadOn(os);
   Ba_PutInt(os, _other_body_id);
   os << '\n';
   _printVerticesOn(os);
@@ -43,6 +39,8 @@ bool BaFlexiblePolygon::_scanVertexFrom(BaVertex* vertex, int i, BtScanner& in) 
 bool BaFlexiblePolygon::_scanModeAndVertex(BaVertex* vertex, int i, BtScanner& in) {
   return in.readInt(&_modes[i]) ? vertex->scanFrom(in) : BtFail("Unable to read mode.");
 }
+
+void BaFlexiblePolygon::_printTypeOn(std::ostream& os) const { os << "f  "; }
 
 void BaFlexiblePolygon::_printVertexOn(const BaVertex& vertex, int i, std::ostream& os) const {
   Ba_PutInt(os, _modes[i]);

@@ -94,7 +94,7 @@ void BaModel::_assertEditable() const {
 void BaModel::_trim() {
   int slots = _bodies.size();
   while (slots > 0 && _bodies[slots - 1] == nullptr) --slots;
-  _bodies.resize(slots);
+  _bodies.resizeSparsely(slots);
   for (const auto& body : _bodies) {
     if (body != nullptr) body->postAddElements();
   }

@@ -5,8 +5,6 @@
 #include <utility>
 
 #include "Bt/btexcept.h"
-#include "balegacytext.h"
-#include "btclassicios.h"
 
 namespace {
 
@@ -47,25 +45,10 @@ bool BaPolygon::frontFacing() const {
 }
 
 bool BaPolygon::scanFrom(BtScanner& in) {
-  int count = 0;
-  if (!_scanIds(in) || !_scanCount(in, "Unable to read the number of vertices.", &count) ||
-      !_scanVertices(in, count)) {
-    return false;
-  }
+  if (!BaVertexElement::scanFrom(in)) return false;
   _removeDuplicates();
   if (numVertices() < kMinVertices) WarnOfDegeneration();
   return true;
-}
-
-void BaPolygon::printOn(std::ostream& os) const {
-  const BtClassicIos plain(os);
-  BtAssert(isValid(), "isValid()");
-  _printTypeOn(os);
-  Ba_PutInt(os, bodyId());
-  Ba_PutInt(os, materialId());
-  Ba_PutInt(os, numVertices());
-  os << '\n';
-  _printVerticesOn(os);
 }
 
 void BaPolygon::_printTypeOn(std::ostream& os) const { os << 'F'; }

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "balegacytext.h"
-#include "btclassicios.h"
 
 void BaTMesh::setVertices(BtDArray<BaVertex> vertices) {
   _vertices = std::move(vertices);
@@ -15,23 +14,6 @@ void BaTMesh::setVertices(BtDArray<BaVertex> vertices) {
 void BaTMesh::setSwapFlags(const BtIntArray& flags) {
   BtAssert(flags.size() == numVertices(), "flags.size()==nverts");
   _swap_flags = flags;
-}
-
-bool BaTMesh::scanFrom(BtScanner& in) {
-  int count = 0;
-  return _scanIds(in) && _scanCount(in, "Unable to read the number of vertices.", &count) &&
-         _scanVertices(in, count);
-}
-
-void BaTMesh::printOn(std::ostream& os) const {
-  const BtClassicIos plain(os);
-  BtAssert(isValid(), "isValid()");
-  _printTypeOn(os);
-  Ba_PutInt(os, bodyId());
-  Ba_PutInt(os, materialId());
-  Ba_PutInt(os, numVertices());
-  os << '\n';
-  _printVerticesOn(os);
 }
 
 void BaTMesh::_resize(int n, BtArena* arena) {

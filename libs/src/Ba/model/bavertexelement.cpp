@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "balegacytext.h"
+#include "btclassicios.h"
 
 namespace {
 
@@ -13,7 +14,7 @@ constexpr int kFirstChunk = 64;
 }  // namespace
 
 void BaVertexElement::operator delete(BaVertexElement* element, std::destroying_delete_t /*tag*/) {
-  const bool in_arena = element->_in_arena.value;
+  const bool in_arena = element->_in_arena;
   element->~BaVertexElement();
   if (!in_arena) ::operator delete(element);
 }
@@ -26,6 +27,27 @@ void BaVertexElement::changeFlex2BodyId(int old_id, int new_id) {
 bool BaVertexElement::scanFrom(std::istream& is) {
   BtScanner in(is);
   return scanFrom(in);
+}
+
+bool BaVertexElement::scanFrom(BtScanner& in) {
+  int count = 0;
+  return _scanIds(in) && _scanCount(in, "Unable to read the number of vertices.", &count) &&
+         _scanVertices(in, count);
+}
+
+void BaVertexElement::printOn(std::ostream& os) const {
+  const BtClassicIos plain(os);
+  _printHeadOn(os);
+  os << '\n';
+  _printVerticesOn(os);
+}
+
+void BaVertexElement::_printHeadOn(std::ostream& os) const {
+  BtAssert(isValid(), "isValid()");
+  _printTypeOn(os);
+  Ba_PutInt(os, bodyId());
+  Ba_PutInt(os, materialId());
+  Ba_PutInt(os, numVertices());
 }
 
 void BaVertexElement::_resize(int n, BtArena* arena) { _vertices.resizeIn(arena, n); }
