@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "Ba/banamemap.h"
+#include "Bt/btflatmap.h"
 #include "Bt/bthash.h"
 #include "faces.h"
 

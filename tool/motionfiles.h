@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Ba/baframe.h"
-#include "Ba/baunits.h"
+#include "Ba/bamodel.h"
 #include "inputs.h"
 
 class BaMotion;

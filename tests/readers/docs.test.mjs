@@ -100,8 +100,8 @@ test('every message of the pages stands in the sources', () => {
 });
 
 test('every message of documents stands on their page', () => {
-  const sources = sourcesIn('libs/src/Ba', (file) =>
-    /^(document|convert)\/|bamodelcombine|baincludechain/.test(file));
+  const sources = sourcesIn('libs/src', (file) =>
+    /^Ba\/(document|convert)\/|bamodelcombine|btincludechain/.test(file));
   const texts = [...joined(sources).matchAll(/"((?:[^"\\\n]|\\.)*)"/g)]
     .map(([, text]) => plain(text))
     .filter((text) => /[a-z]{2,} [a-z]/.test(text));

@@ -15,7 +15,7 @@
 #include "Bt/btstr.h"
 
 class BaModel;
-class Ba_IncludeChain;
+class Bt_IncludeChain;
 
 // Owns its body maps and keeps them in file order, at most one per body. Readers and writers answer
 // false after recording an error; what was read before the error is then of no use.
@@ -141,8 +141,8 @@ class BaUnlockedMapping {
  private:
   friend class Ba_MappingMerge;
 
-  bool _readFile(const BtStr& file, bool load_includes, Ba_IncludeChain* chain);
-  bool _scanFile(const BtStr& file, bool* opened, Ba_IncludeChain* chain);
+  bool _readFile(const BtStr& file, bool load_includes, Bt_IncludeChain* chain);
+  bool _scanFile(const BtStr& file, bool* opened, Bt_IncludeChain* chain);
   bool _scanFrom(std::istream& is, const BtStr& directory);
   bool _scanContent(std::istream& is);
   bool _scanBodyMaps(std::istream& is, int count);
@@ -152,7 +152,7 @@ class BaUnlockedMapping {
   bool _scanBlendEffectMap(const BtStr& value);
   bool _scanInclude(const BtStr& value);
   void _checkNumSysVars();
-  bool _loadIncludes(Ba_IncludeChain* chain);
+  bool _loadIncludes(Bt_IncludeChain* chain);
   // False, with an error recorded, for the name of an included file that would not come back.
   bool _printOn(std::ostream& os, const BtStr& directory) const;
 

@@ -32,14 +32,16 @@ class BaMDBody {
 
   // Reads the text of a BODY block; false after a recorded error.
   bool scanFrom(std::istream& is);
-  bool scanFrom(BaMDSource& source);
   // Writes the section; asserts that both names are set.
   bool printOn(std::ostream& os) const;
 
   friend bool operator==(const BaMDBody& a, const BaMDBody& b) = default;
 
  private:
+  friend class BaMDSource;
   friend class BaModelData;
+
+  bool _scanFrom(BaMDSource& source);
 
   BaKey<BtStr> _name;
   BaKey<std::optional<int>> _id;

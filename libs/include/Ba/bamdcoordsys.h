@@ -4,7 +4,7 @@
 #include <array>
 #include <iosfwd>
 
-#include "Bt/btfloatarray.h"
+#include "Bt/array.h"
 
 class BaMDSource;
 
@@ -23,12 +23,15 @@ class BaMDCoordSys {
 
   // Reads the text of a COORDINATE_SYSTEM block; false after a recorded error.
   bool scanFrom(std::istream& is);
-  bool scanFrom(BaMDSource& source);
   bool printOn(std::ostream& os) const;
 
   friend bool operator==(const BaMDCoordSys& a, const BaMDCoordSys& b) = default;
 
  private:
+  friend class BaMDSource;
+
+  bool _scanFrom(BaMDSource& source);
+
   std::array<float, 3> _translation = {-1, -1, -1};
   std::array<float, 3> _rotation = {-1, -1, -1};
   std::array<int, 3> _rotation_order = {-1, -1, -1};

@@ -52,12 +52,14 @@ class BaMDGeometry {
   // Reads the text of a GEOMETRY block; false after a recorded error. The materials of its groups
   // must be among `materials`, unless that is null.
   bool scanFrom(std::istream& is, const Materials* materials);
-  bool scanFrom(BaMDSource& source, const Materials* materials);
   // Writes the section; false after a recorded error, such as that the body has no name.
   bool printOn(std::ostream& os) const;
 
  private:
+  friend class BaMDSource;
   friend class BaModelData;
+
+  bool _scanFrom(BaMDSource& source, const Materials* materials);
 
   BaKey<BtStr> _body_name;
   BtStr _vertices_name;

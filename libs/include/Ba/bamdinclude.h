@@ -21,11 +21,14 @@ class BaMDInclude {
 
   // Reads the text of an INCLUDE block; false after a recorded error.
   bool scanFrom(std::istream& is);
-  bool scanFrom(BaMDSource& source);
   // Writes the section; asserts that the file name is set.
   bool printOn(std::ostream& os) const;
 
  private:
+  friend class BaMDSource;
+
+  bool _scanFrom(BaMDSource& source);
+
   BtStr _file_name;
   int _body_id_offset = 0;
   BtStr _body_name_suffix = "";

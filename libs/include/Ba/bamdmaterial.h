@@ -8,7 +8,7 @@
 #include "Ba/bakey.h"
 #include "Ba/bamaterialattr.h"
 #include "Ba/bamdtexture.h"
-#include "Bt/btfloatarray.h"
+#include "Bt/array.h"
 #include "Bt/btlist.h"
 #include "Bt/btstr.h"
 
@@ -51,12 +51,14 @@ class BaMDMaterial {
 
   // Reads the text of a MATERIAL block; false after a recorded error.
   bool scanFrom(std::istream& is);
-  bool scanFrom(BaMDSource& source);
   // Writes the section; asserts that the name is set.
   bool printOn(std::ostream& os) const;
 
  private:
+  friend class BaMDSource;
   friend class BaModelData;
+
+  bool _scanFrom(BaMDSource& source);
 
   BaKey<BtStr> _name;
   std::array<BtFloatArray, kBaMatAttrCount> _values;  // by kind

@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "Ba/bamdindexlists.h"
-#include "Ba/bamdpoint.h"
-#include "Ba/banamemap.h"
+#include "Ba/bamdvertices.h"
+#include "Bt/btflatmap.h"
 #include "Bt/btstr.h"
 
 class BaMDMaterial;
@@ -33,7 +33,7 @@ struct BaMDBone {
 // triangles of a strip are its corners 0 1 2, 1 2 3 and so on, of alternating winding.
 class BaMDMaterialGroup {
  public:
-  using Materials = BaNameMap<BaMDMaterial*>;
+  using Materials = BtNameMap<BaMDMaterial*>;
 
   [[nodiscard]] const BtStr& material() const { return _material; }
   void setMaterial(const BtStr& name) { _material = name; }
@@ -61,11 +61,14 @@ class BaMDMaterialGroup {
   // Reads the text of a MATERIAL_GROUP block; false after a recorded error. The material must be
   // among `materials`, unless that is null.
   bool scanFrom(std::istream& is, const Materials* materials);
-  bool scanFrom(BaMDSource& source, const Materials* materials);
   // Writes the section; asserts that the material is set.
   bool printOn(std::ostream& os) const;
 
  private:
+  friend class BaMDSource;
+
+  bool _scanFrom(BaMDSource& source, const Materials* materials);
+
   BtStr _material;
   std::vector<BaMDBone> _bones;
   BaMDIndexLists<int> _polygons;

@@ -20,15 +20,17 @@ class BaMDSliderGroup {
 
   // Reads the text of a SLIDER_GROUP block; false after a recorded error.
   bool scanFrom(std::istream& is);
-  bool scanFrom(BaMDSource& source);
   // Writes the section; asserts that the name is set.
   bool printOn(std::ostream& os) const;
 
   friend bool operator==(const BaMDSliderGroup& a, const BaMDSliderGroup& b) = default;
 
  private:
+  friend class BaMDSource;
   friend class BaModel;
   friend class BaModelData;
+
+  bool _scanFrom(BaMDSource& source);
 
   BaKey<BtStr> _name;
   BtList<BtStr> _sliders;

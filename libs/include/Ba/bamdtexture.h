@@ -28,13 +28,16 @@ class BaMDTexture {
 
   // Reads the text of a TEXTURE block; false after a recorded error.
   bool scanFrom(std::istream& is);
-  bool scanFrom(BaMDSource& source);
   // Writes the section; asserts that the name is set.
   bool printOn(std::ostream& os) const;
 
   friend bool operator==(const BaMDTexture& a, const BaMDTexture& b) = default;
 
  private:
+  friend class BaMDSource;
+
+  bool _scanFrom(BaMDSource& source);
+
   BtStr _name;
   BaMDTexture_t _type = BaMDTexture_t::Decal2D;
   int _unit = 0;

@@ -30,12 +30,16 @@ class BaMDVertexEffects {
 
   // Reads the text of the effect's block; false after a recorded error.
   bool scanFrom(std::istream& is);
-  virtual bool scanFrom(BaMDSource& source) = 0;
   // Writes the block; asserts that the target is set and that there are entries.
   virtual bool printOn(std::ostream& os) const = 0;
 
  protected:
   BaMDVertexEffects() = default;
+
+ private:
+  friend class BaMDSource;
+
+  virtual bool _scanFrom(BaMDSource& source) = 0;
 };
 
 // Vertices that follow another body with a weight each.
@@ -57,11 +61,11 @@ class BaMDFlexVEffects : public BaMDVertexEffects {
   [[nodiscard]] const BtDArray<Weight>& weights() const { return _weights; }
   void setWeights(BtDArray<Weight> weights) { _weights = std::move(weights); }
 
-  using BaMDVertexEffects::scanFrom;
-  bool scanFrom(BaMDSource& source) override;
   bool printOn(std::ostream& os) const override;
 
  private:
+  bool _scanFrom(BaMDSource& source) override;
+
   BtStr _body_name;
   BtDArray<Weight> _weights;
 };
@@ -86,11 +90,11 @@ class BaMDBlendVEffects : public BaMDVertexEffects {
   [[nodiscard]] const BtDArray<Vector>& vectors() const { return _vectors; }
   void setVectors(BtDArray<Vector> vectors) { _vectors = std::move(vectors); }
 
-  using BaMDVertexEffects::scanFrom;
-  bool scanFrom(BaMDSource& source) override;
   bool printOn(std::ostream& os) const override;
 
  private:
+  bool _scanFrom(BaMDSource& source) override;
+
   BtStr _slider_group;
   BtStr _slider_name;
   BtDArray<Vector> _vectors;

@@ -5,13 +5,21 @@
 #include <memory>
 
 #include "Ba/bakey.h"
-#include "Ba/bamdpoint.h"
 #include "Ba/bamdvertexeffects.h"
 #include "Bt/array.h"
 #include "Bt/btlist.h"
 #include "Bt/btstr.h"
 
 class BaMDSource;
+
+// A point or an offset, in the length unit of the document.
+struct BaMDPoint {
+  float x = 0;
+  float y = 0;
+  float z = 0;
+
+  friend bool operator==(const BaMDPoint& a, const BaMDPoint& b) = default;
+};
 
 class BaMDVertices {
  public:
@@ -33,12 +41,14 @@ class BaMDVertices {
 
   // Reads the text of a VERTICES block; false after a recorded error.
   bool scanFrom(std::istream& is);
-  bool scanFrom(BaMDSource& source);
   // Writes the section; asserts that the name is set.
   bool printOn(std::ostream& os) const;
 
  private:
+  friend class BaMDSource;
   friend class BaModelData;
+
+  bool _scanFrom(BaMDSource& source);
 
   BaKey<BtStr> _name;
   BtDArray<BaMDPoint> _coordinates;

@@ -17,13 +17,12 @@
 #include "Ba/bamaterial.h"
 #include "Ba/bamdslidergroup.h"
 #include "Ba/bamuscle.h"
-#include "Ba/banamemap.h"
 #include "Ba/bapolygon.h"
 #include "Ba/batexturedpolygon.h"
 #include "Ba/batexturedtmesh.h"
 #include "Ba/batmesh.h"
-#include "Ba/baunits.h"
 #include "Bt/btarena.h"
+#include "Bt/btflatmap.h"
 #include "Bt/bthash.h"
 #include "Bt/btlist.h"
 #include "Bt/btmap.h"
@@ -32,6 +31,15 @@
 class Bt_GeoObj;
 template <class T, class F>
 class BtSet;
+
+// The unit in which lengths or angles are given: values times `factor` are in the named unit,
+// "INCHES" or "METERS", "RADIANS" or "DEGREES".
+struct BaUnits {
+  BtStr name;
+  float factor = 1.0F;
+
+  friend bool operator==(const BaUnits& a, const BaUnits& b) = default;
+};
 
 // Owns all of its elements. Bodies stand in a table by their ids, from 1; slot 0 holds the
 // reference body, under which the bodies at the top hang. Elements refer to bodies and materials by
@@ -301,11 +309,11 @@ class BaModel {
   bool _combine_vertex_normals = true;
 
   int _n_bodies = 0;
-  BaNameMap<BaBody*> _bodies_by_name;
+  BtNameMap<BaBody*> _bodies_by_name;
   BtHashMap<int, BaMaterial*> _materials_by_id;
   const BaMaterial* _last_material = nullptr;  // of the element added last, if it is there still
-  BaNameMap<BaMaterial*> _materials_by_name;
-  BaNameMap<BaMDSliderGroup*> _slider_groups_by_name;
+  BtNameMap<BaMaterial*> _materials_by_name;
+  BtNameMap<BaMDSliderGroup*> _slider_groups_by_name;
 };
 
 // Splits the materials of a model by whether any element or muscle uses them, in list order.

@@ -26,7 +26,7 @@ class BaModelCombine {
   struct Names {
     long long body_id_offset = 0;
     BtHashMap<int, int> material_ids;
-    BaNameMap<BtStr> slider_groups;
+    BtNameMap<BtStr> slider_groups;
   };
   using Contents = BtHashMap<std::string, BtStr>;  // name and content to the name used
 
@@ -49,6 +49,6 @@ class BaModelCombine {
   BtHashSet<BtStr> _body_names;
   Contents _materials;
   Contents _slider_groups;
-  BaNameMap<int> _last_numbers;  // behind each name
+  BtNameMap<int> _last_numbers;  // behind each name
   int _last_material_id = 0;
 };

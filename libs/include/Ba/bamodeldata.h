@@ -13,16 +13,15 @@
 #include "Ba/bamdmaterial.h"
 #include "Ba/bamdslidergroup.h"
 #include "Ba/bamdvertices.h"
-#include "Ba/banamemap.h"
-#include "Ba/baunits.h"
+#include "Ba/bamodel.h"
 #include "Bt/btcoordsys.h"
+#include "Bt/btflatmap.h"
 #include "Bt/btlist.h"
 #include "Bt/btmap.h"
 #include "Bt/btstr.h"
 
-class BaModel;
 class BaModelCombine;
-class Ba_IncludeChain;
+class Bt_IncludeChain;
 
 // Owns its sections and keeps them in document order, bodies parents first. Lookups by name or id
 // take constant time and answer the first section of that name, null when there is none.
@@ -136,15 +135,15 @@ class BaModelData {
   struct IncludeTarget {
     BaModelCombine* combine;
     BtStr directory;  // of the including document, from which texture files are named
-    Ba_IncludeChain* chain;
+    Bt_IncludeChain* chain;
   };
 
   void _deleteSections();
   void _indexBody(BaMDBody* body);
   bool _scanSections(std::istream& is, const BtStr& directory);
   // Reads a file without merging what it includes. `chain` ends in it, or is null.
-  bool _readFile(const char* file_name, Ba_IncludeChain* chain);
-  bool _mergeIncludes(Ba_IncludeChain* chain);
+  bool _readFile(const char* file_name, Bt_IncludeChain* chain);
+  bool _mergeIncludes(Bt_IncludeChain* chain);
   // Adds the models that the document includes, and those that they include, to a model. Offset and
   // suffix come on top of their own.
   bool _combineIncludes(const IncludeTarget& target, long long body_id_offset,
@@ -178,9 +177,9 @@ class BaModelData {
   std::vector<BtStr> _source_files;
   BtStr _directory;  // of the file: where the names in it start from
 
-  BaNameMap<BodyEntry> _by_body_name;
+  BtNameMap<BodyEntry> _by_body_name;
   BtFlatMap<int, BaMDBody*> _by_body_id;
-  BaNameMap<BaMDSliderGroup*> _slider_groups_by_name;
-  BaNameMap<BaMDMaterial*> _materials_by_name;
-  BaNameMap<BaMDVertices*> _vertex_sets_by_name;
+  BtNameMap<BaMDSliderGroup*> _slider_groups_by_name;
+  BtNameMap<BaMDMaterial*> _materials_by_name;
+  BtNameMap<BaMDVertices*> _vertex_sets_by_name;
 };

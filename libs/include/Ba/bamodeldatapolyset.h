@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "Ba/bamdindexlists.h"
-#include "Ba/bamdpoint.h"
+#include "Ba/bamdvertices.h"
 #include "Ba/batexturecoords.h"
 #include "Ba/bavertex.h"
 #include "Bt/array.h"

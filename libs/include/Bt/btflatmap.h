@@ -8,6 +8,7 @@
 
 #include "Bt/bthash.h"
 #include "Bt/btindextable.h"
+#include "Bt/btstr.h"
 
 // Values by key, with operations of std::unordered_map. Only for lookups: walking is not offered,
 // for the order of entries means nothing. Iterators and references hold until an entry is added or
@@ -67,3 +68,7 @@ class BtFlatMap {
   std::vector<Entry> _entries;
   BtIndexTable _places;
 };
+
+// By name.
+template <class Value>
+using BtNameMap = BtFlatMap<BtStr, Value>;

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Fbx/kfbxnodeattribute.h"
+#include "Fbx/kfbxobject.h"
 #include "Fbx/kfbxsdkmanager.h"
 
 class KFbxDeformer;

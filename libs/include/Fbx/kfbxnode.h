@@ -9,7 +9,7 @@
 
 #include "Bt/bthash.h"
 #include "Fbx/kfbxmath.h"
-#include "Fbx/kfbxnodeattribute.h"
+#include "Fbx/kfbxobject.h"
 
 class KFbxMesh;
 class KFbxNode;

@@ -28,6 +28,16 @@ class KFbxObject {
   BtStr _name;
 };
 
+// What a node is: a bone or a mesh. A node without one is a plain transform.
+class KFbxNodeAttribute : public KFbxObject {
+ public:
+  enum EAttributeType { eSKELETON, eMESH };
+  [[nodiscard]] virtual EAttributeType GetAttributeType() const = 0;
+
+ protected:
+  using KFbxObject::KFbxObject;
+};
+
 // A value of an object that callers set and writers read.
 template <class T>
 class KFbxProperty {

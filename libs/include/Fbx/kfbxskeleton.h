@@ -1,7 +1,7 @@
 // KFbxSkeleton: makes a node a bone.
 #pragma once
 
-#include "Fbx/kfbxnodeattribute.h"
+#include "Fbx/kfbxobject.h"
 #include "Fbx/kfbxsdkmanager.h"
 
 class KFbxSkeleton : public KFbxCreated<KFbxSkeleton, KFbxNodeAttribute> {

@@ -15,7 +15,6 @@
 #include <string>
 
 #include "Bt/btexcept.h"
-#include "btshelljobkeeper.h"
 
 namespace {
 
@@ -111,7 +110,7 @@ bool Bt_ShellJob::open() {
 
 bool Bt_ShellJob::start(const BtStr& command) {
   int answer = -ECHILD;  // the keeper has died
-  if (_send(Message::Run, command)) (void)ReadNumber(_channel, &answer);
+  if (_send(Bt_KeeperMessage::Run, command)) (void)ReadNumber(_channel, &answer);
   if (answer > 0) {
     _group = answer;
     return true;
@@ -120,7 +119,7 @@ bool Bt_ShellJob::start(const BtStr& command) {
   return BtFail("%s", std::strerror(-answer));
 }
 
-bool Bt_ShellJob::_send(Message kind, const char* text) const {
+bool Bt_ShellJob::_send(Bt_KeeperMessage kind, const char* text) const {
   const std::string message = static_cast<char>(kind) + std::string(text);
   ssize_t count = 0;
   do {
@@ -164,7 +163,7 @@ void Bt_ShellJob::end() {
     int answer = 0;
     while (ReadNumber(_channel, &answer)) {
     }
-    if (answer != kDone) EndGroup(_group);
+    if (answer != kBtKeeperDone) EndGroup(_group);
   }
   CloseFd(&_channel);
   if (_keeper >= 0) Collect(_keeper);

@@ -6,6 +6,7 @@
 #include <sys/types.h>
 
 #include "Bt/btstr.h"
+#include "btshelljobkeeper.h"
 
 // A keeper, forked first of all, is the parent of the shell. It outlives this process for as long
 // as it takes to end the shell's group and to remove the pipe and the file that it keeps; its own
@@ -14,10 +15,6 @@ class Bt_ShellJob {
  public:
   enum class Event { Ready, Over, Canceled, Late };
   static constexpr int kForever = -1;
-  // What a message to the keeper begins with; a text follows.
-  enum class Message : char { KeepPipe, KeepFile, Run };
-  // The keeper's last message, an int as all others, when it has cleaned up.
-  static constexpr int kDone = -2;
 
   Bt_ShellJob() = default;
   ~Bt_ShellJob();
@@ -28,8 +25,8 @@ class Bt_ShellJob {
   bool open();
   // Have a pipe or a file, which this process is about to create, removed should this process die.
   // A job keeps one of each, the last one named.
-  void keepPipe(const char* path) const { (void)_send(Message::KeepPipe, path); }
-  void keepFile(const char* path) const { (void)_send(Message::KeepFile, path); }
+  void keepPipe(const char* path) const { (void)_send(Bt_KeeperMessage::KeepPipe, path); }
+  void keepFile(const char* path) const { (void)_send(Bt_KeeperMessage::KeepFile, path); }
   // Runs a shell command that ends in "&". False, with the system's error text recorded, when the
   // shell cannot be started.
   bool start(const BtStr& command);
@@ -49,7 +46,7 @@ class Bt_ShellJob {
   void recordFailure(const char* program) const;
 
  private:
-  [[nodiscard]] bool _send(Message kind, const char* text) const;
+  [[nodiscard]] bool _send(Bt_KeeperMessage kind, const char* text) const;
 
   int _channel = -1;   // to the keeper; its end of file tells either side of the other's death
   int _messages = -1;  // the file in memory that takes the standard error

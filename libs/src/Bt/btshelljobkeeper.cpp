@@ -14,8 +14,6 @@
 #include <csignal>
 #include <cstring>
 
-#include "btshelljob.h"
-
 namespace {
 
 // The files that the keeper has open; all others are closed.
@@ -82,11 +80,11 @@ void Keeper::_take() {
   if (count <= 0) _end();
   _message[static_cast<std::size_t>(count)] = '\0';
   const char* const text = _message.data() + 1;
-  const auto kind = static_cast<Bt_ShellJob::Message>(_message[0]);
-  if (kind == Bt_ShellJob::Message::Run) {
+  const auto kind = static_cast<Bt_KeeperMessage>(_message[0]);
+  if (kind == Bt_KeeperMessage::Run) {
     _startShell(text);
   } else if (static_cast<std::size_t>(count) <= kMaxPath) {
-    KeptPath& path = kind == Bt_ShellJob::Message::KeepPipe ? _pipe : _file;
+    KeptPath& path = kind == Bt_KeeperMessage::KeepPipe ? _pipe : _file;
     std::memcpy(path.data(), text, static_cast<std::size_t>(count));
   }
 }
@@ -137,7 +135,7 @@ void Keeper::_end() {
   if (_shell >= 0) _endShell();
   RemoveKept(_pipe, S_IFIFO);
   RemoveKept(_file, S_IFREG);
-  _send(Bt_ShellJob::kDone);
+  _send(kBtKeeperDone);
   _exit(0);
 }
 

@@ -13,6 +13,7 @@
 #include "Fbx/kfbxnode.h"
 #include "Fbx/kfbxpose.h"
 #include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxskeleton.h"
 #include "Fbx/kfbxsurfacephong.h"
 #include "Fbx/kfbxtexture.h"
 #include "fbxsourcefile.h"
@@ -54,6 +55,18 @@ void WriteUserProperty(std::string_view name, const KFbxUserProperty& property,
 }
 
 }  // namespace
+
+const char* FbxSkeletonTypeName(const KFbxNodeAttribute& attribute) {
+  constexpr const char* kNames[] = {"Root", "Limb", "LimbNode", "Effector"};
+  return kNames[static_cast<const KFbxSkeleton&>(attribute).GetSkeletonType()];
+}
+
+const char* FbxModelTypeName(const KFbxNode& node) {
+  const KFbxNodeAttribute* attribute = node.GetNodeAttribute();
+  if (attribute == nullptr) return "Null";
+  if (attribute->GetAttributeType() == KFbxNodeAttribute::eMESH) return "Mesh";
+  return FbxSkeletonTypeName(*attribute);
+}
 
 FbxDocument::FbxDocument(FbxRecordSink* sink, const FbxDocumentSource& source)
     : _sink(*sink), _source(source), _content(*source.content), _family(*source.dialect->family) {}

@@ -15,6 +15,11 @@
 
 class KFbxXMatrix;
 
+// What a node is called in the file by its attribute: the sub-type of a bone, such as "LimbNode".
+const char* FbxSkeletonTypeName(const KFbxNodeAttribute& attribute);
+// The sub-type of a model: that of its bone, "Mesh", or "Null" for a plain transform.
+const char* FbxModelTypeName(const KFbxNode& node);
+
 // What a document is written from.
 struct FbxDocumentSource {
   KFbxScene* scene;

@@ -14,7 +14,6 @@
 #include "fbxanimationrecords.h"
 #include "fbxdocument.h"
 #include "fbxgeometryrecords.h"
-#include "fbxskeletontypes.h"
 
 namespace {
 

@@ -9,7 +9,6 @@
 #include "fbxanimationrecords.h"
 #include "fbxdocument.h"
 #include "fbxgeometryrecords.h"
-#include "fbxskeletontypes.h"
 
 void FbxWriteDocument71(FbxRecordSink* sink, const FbxDocumentSource& source) {
   FbxDocument71(sink, source).write();

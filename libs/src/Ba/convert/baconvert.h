@@ -29,7 +29,7 @@ class BaSetVertices;
 
 // Adds the content of a geometry to a model that is being built; false after a recorded error.
 // `vertices` is null for a geometry without a vertex set; its indices are right.
-using BaBodiesByName = BaNameMap<const BaBody*>;
+using BaBodiesByName = BtNameMap<const BaBody*>;
 bool BaExtractGeometry(const BaMDGeometry& geometry, BaSetVertices* vertices,
                        const BaBodiesByName& bodies, BaModel* model);
 

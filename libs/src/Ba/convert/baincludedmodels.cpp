@@ -2,9 +2,9 @@
 #include "Ba/bamodelcombine.h"
 #include "Ba/bamodeldata.h"
 #include "Bt/btfile.h"
-#include "baincludechain.h"
 #include "bamdsection.h"
 #include "bapicturefile.h"
+#include "btincludechain.h"
 #include "btreading.h"
 
 namespace {
@@ -39,7 +39,7 @@ void CheckLengthUnits(const BaUnits& units, const BaUnits& include_units, const 
 
 }  // namespace
 
-bool BaModelData::_mergeIncludes(Ba_IncludeChain* chain) {
+bool BaModelData::_mergeIncludes(Bt_IncludeChain* chain) {
   if (_includes.empty()) return true;
   BaModel combined;
   combined.beginLoad();

@@ -10,7 +10,7 @@
 #include "bablendchecker.h"
 #include "baconvert.h"
 #include "bamdsection.h"
-#include "bapostscale.h"
+#include "bamodelwalk.h"
 
 namespace {
 
@@ -49,7 +49,7 @@ class ModelFiller {
   void warnOfLeftOut() const;
 
  private:
-  using Names = BaNameMap<const BaBody*>;
+  using Names = BtNameMap<const BaBody*>;
   // Its polygons and their vertices; both are null for a body without polygons.
   struct Shape {
     std::unique_ptr<BaModelData_PolySet> poly_set;

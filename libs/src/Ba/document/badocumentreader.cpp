@@ -5,10 +5,9 @@
 
 #include "Ba/bamodeldata.h"
 #include "Bt/btfile.h"
-#include "baincludechain.h"
 #include "bamdsection.h"
-#include "bamdunits.h"
 #include "bamodelheader.h"
+#include "btincludechain.h"
 #include "bttextfile.h"
 
 namespace {
@@ -272,7 +271,7 @@ bool BaModelData::read(const char* file_name, bool process_includes) {
   _materials_external = false;
   _combine_vertex_normals = true;
   if (!process_includes) return _readFile(file_name, nullptr);
-  Ba_IncludeChain chain("Model");
+  Bt_IncludeChain chain("Model");
   if (!chain.enter(file_name) || !_readFile(file_name, &chain)) return false;
   const BtFileReading reading(file_name);
   const bool merged = _mergeIncludes(&chain);
@@ -281,7 +280,7 @@ bool BaModelData::read(const char* file_name, bool process_includes) {
   return BtFail("Unable to read '%s'.", file_name);
 }
 
-bool BaModelData::_readFile(const char* file_name, Ba_IncludeChain* chain) {
+bool BaModelData::_readFile(const char* file_name, Bt_IncludeChain* chain) {
   const BtFileReading reading(file_name);
   BtInputFile file = chain == nullptr ? BtInputFile(file_name) : chain->open(file_name);
   if (!file.isOpen()) return BtFail("Unable to open '%s'.", file_name);
@@ -309,7 +308,7 @@ bool BaModelData::scan(std::istream& is, const BtStr& directory, bool process_in
                        const char* file_name) {
   if (!_scanSections(is, directory)) return false;
   if (!process_includes) return true;
-  Ba_IncludeChain chain("Model");
+  Bt_IncludeChain chain("Model");
   const bool merged = chain.enter(file_name == nullptr ? "" : file_name) && _mergeIncludes(&chain);
   _source_files = chain.allFiles();
   return merged;

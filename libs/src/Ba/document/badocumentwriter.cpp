@@ -7,7 +7,6 @@
 #include "Ba/bamodeldata.h"
 #include "Bt/btfile.h"
 #include "bamdsection.h"
-#include "bamdunits.h"
 #include "bamodelheader.h"
 #include "btclassicios.h"
 #include "bttextfile.h"

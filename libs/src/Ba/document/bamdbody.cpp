@@ -100,12 +100,9 @@ int BaMDBody::id() const {
   return *_id.get();
 }
 
-bool BaMDBody::scanFrom(std::istream& is) {
-  BaMDSource source(is);
-  return scanFrom(source);
-}
+bool BaMDBody::scanFrom(std::istream& is) { return BaMDSource(is).scan(*this); }
 
-bool BaMDBody::scanFrom(BaMDSource& source) {
+bool BaMDBody::_scanFrom(BaMDSource& source) {
   BodyReader reader(this);
   return BaScanSection(source, reader, kBodyKeys) && reader.checkComplete();
 }

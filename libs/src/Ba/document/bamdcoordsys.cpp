@@ -102,12 +102,9 @@ void BaMDCoordSys::setRotationVector(const BtFloatArray& vec) {
   std::copy(vec.begin(), vec.end(), _rotation.begin());
 }
 
-bool BaMDCoordSys::scanFrom(std::istream& is) {
-  BaMDSource source(is);
-  return scanFrom(source);
-}
+bool BaMDCoordSys::scanFrom(std::istream& is) { return BaMDSource(is).scan(*this); }
 
-bool BaMDCoordSys::scanFrom(BaMDSource& source) {
+bool BaMDCoordSys::_scanFrom(BaMDSource& source) {
   CoordSysReader reader(this);
   return BaScanSection(source, reader, kCoordSysKeys) && reader.checkComplete();
 }

@@ -155,11 +155,10 @@ bool BaMDGeometry::checkIndices(const BaMDVertices* vertices) const {
 }
 
 bool BaMDGeometry::scanFrom(std::istream& is, const Materials* materials) {
-  BaMDSource source(is);
-  return scanFrom(source, materials);
+  return BaMDSource(is).scan(*this, materials);
 }
 
-bool BaMDGeometry::scanFrom(BaMDSource& source, const Materials* materials) {
+bool BaMDGeometry::_scanFrom(BaMDSource& source, const Materials* materials) {
   GeometryReader reader(this, materials);
   return BaScanSection(source, reader, kGeometryKeys);
 }

@@ -52,12 +52,9 @@ bool IncludeReader::readBodyNameSuffix(const BaMDItem& item) {
 
 }  // namespace
 
-bool BaMDInclude::scanFrom(std::istream& is) {
-  BaMDSource source(is);
-  return scanFrom(source);
-}
+bool BaMDInclude::scanFrom(std::istream& is) { return BaMDSource(is).scan(*this); }
 
-bool BaMDInclude::scanFrom(BaMDSource& source) {
+bool BaMDInclude::_scanFrom(BaMDSource& source) {
   IncludeReader reader(this);
   if (!BaScanSection(source, reader, kIncludeKeys)) return false;
   return !_file_name.isNull() || BtFail("No FILE_NAME specified.");

@@ -91,12 +91,9 @@ void BaMDMaterial::setValues(Ba_MatAttr_t kind, const BtFloatArray& values) {
   _values[static_cast<std::size_t>(kind)] = values;
 }
 
-bool BaMDMaterial::scanFrom(std::istream& is) {
-  BaMDSource source(is);
-  return scanFrom(source);
-}
+bool BaMDMaterial::scanFrom(std::istream& is) { return BaMDSource(is).scan(*this); }
 
-bool BaMDMaterial::scanFrom(BaMDSource& source) {
+bool BaMDMaterial::_scanFrom(BaMDSource& source) {
   MaterialReader reader(this);
   if (!BaScanSection(source, reader, kMaterialKeys.rows)) return false;
   return !name().isNull() || BtFail("No NAME specified in MATERIAL section.");

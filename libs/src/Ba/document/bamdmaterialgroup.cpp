@@ -122,11 +122,10 @@ void BaMDMaterialGroup::untexture() {
 }
 
 bool BaMDMaterialGroup::scanFrom(std::istream& is, const Materials* materials) {
-  BaMDSource source(is);
-  return scanFrom(source, materials);
+  return BaMDSource(is).scan(*this, materials);
 }
 
-bool BaMDMaterialGroup::scanFrom(BaMDSource& source, const Materials* materials) {
+bool BaMDMaterialGroup::_scanFrom(BaMDSource& source, const Materials* materials) {
   MaterialGroupReader reader(this, materials);
   if (!BaScanSection(source, reader, kMaterialGroupKeys)) return false;
   return !_material.isNull() || BtFail("No MATERIAL specified in MATERIAL_GROUP section.");

@@ -11,8 +11,8 @@
 #include <string_view>
 #include <utility>
 
+#include "Bt/array.h"
 #include "Bt/btexcept.h"
-#include "Bt/btfloatarray.h"
 #include "Bt/btlist.h"
 #include "Bt/btparse.h"
 #include "Bt/btscan.h"
@@ -28,6 +28,12 @@ struct BaMDKey {
   bool (Reader::*read)(const BaMDItem& item);
   bool repeats = false;  // adds to what it said before; other key words replace it, with a warning
 };
+
+// The units of a document, for its reader and its writer.
+inline constexpr std::string_view kBaLengthUnits[] = {"INCHES", "METERS"};
+inline constexpr std::string_view kBaAngleUnits[] = {"DEGREES", "RADIANS"};
+// Factors below would make angles that no float holds.
+inline constexpr float kBaMinUnitFactor = 1e-30F;
 
 // Each records an error and answers false.
 bool BaFailUnknownKey(std::string_view key);
@@ -57,11 +63,10 @@ bool BaScanSection(BaMDSource& source, Reader& reader, const BaMDKey<Reader> (&k
   return !source.failed();
 }
 
-// Reads a block with a section reader of its own: anything with scanFrom(BaMDSource&, ...).
+// Reads a block that is a section of its own.
 template <class Section, class... Args>
 bool BaScanBlock(const BaMDItem& item, Section& section, Args... args) {
-  BaMDSource block(item.value);
-  return section.scanFrom(block, args...);
+  return BaMDSource(item.value).scan(section, args...);
 }
 
 // The lines of a block that hold something, blanks at both ends removed.

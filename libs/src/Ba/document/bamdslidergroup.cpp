@@ -2,7 +2,7 @@
 
 #include <ostream>
 
-#include "Ba/banamemap.h"
+#include "Bt/btflatmap.h"
 #include "Bt/bthash.h"
 #include "bamdsection.h"
 #include "btclassicios.h"
@@ -59,12 +59,9 @@ bool SliderGroupReader::readSliders(const BaMDItem& item) {
 
 }  // namespace
 
-bool BaMDSliderGroup::scanFrom(std::istream& is) {
-  BaMDSource source(is);
-  return scanFrom(source);
-}
+bool BaMDSliderGroup::scanFrom(std::istream& is) { return BaMDSource(is).scan(*this); }
 
-bool BaMDSliderGroup::scanFrom(BaMDSource& source) {
+bool BaMDSliderGroup::_scanFrom(BaMDSource& source) {
   SliderGroupReader reader(this);
   if (!BaScanSection(source, reader, kSliderGroupKeys)) return false;
   return !name().isNull() || BtFail("No NAME specified in SLIDER_GROUP section.");

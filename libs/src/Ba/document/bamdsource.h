@@ -24,6 +24,12 @@ class BaMDSource : public BtReading {
   explicit BaMDSource(std::string_view block)
       : _begin(block.data()), _next(_begin), _end(_begin + block.size()), _item(_begin) {}
 
+  // Reads a section of the document from all that there is to hand out: false after a recorded
+  // error.
+  template <class Section, class... Args>
+  bool scan(Section& section, Args... args) {
+    return section._scanFrom(*this, args...);
+  }
   // Reads the next item, whose parts are valid until the one after it is read. False at the end of
   // the input, and after an error, which is recorded then.
   bool next(BaMDItem* item);

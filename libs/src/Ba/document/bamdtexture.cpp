@@ -78,12 +78,9 @@ bool PrintAttributes(std::ostream& os, const char* key, const BtStr& attributes)
 
 }  // namespace
 
-bool BaMDTexture::scanFrom(std::istream& is) {
-  BaMDSource source(is);
-  return scanFrom(source);
-}
+bool BaMDTexture::scanFrom(std::istream& is) { return BaMDSource(is).scan(*this); }
 
-bool BaMDTexture::scanFrom(BaMDSource& source) {
+bool BaMDTexture::_scanFrom(BaMDSource& source) {
   TextureReader reader(this);
   if (!BaScanSection(source, reader, kTextureKeys)) return false;
   return !_name.isNull() || BtFail("No NAME specified in TEXTURE section.");

@@ -112,12 +112,9 @@ bool BlendReader::readVectors(const BaMDItem& item) {
 
 }  // namespace
 
-bool BaMDVertexEffects::scanFrom(std::istream& is) {
-  BaMDSource source(is);
-  return scanFrom(source);
-}
+bool BaMDVertexEffects::scanFrom(std::istream& is) { return BaMDSource(is).scan(*this); }
 
-bool BaMDFlexVEffects::scanFrom(BaMDSource& source) {
+bool BaMDFlexVEffects::_scanFrom(BaMDSource& source) {
   FlexReader reader(this);
   if (!BaScanSection(source, reader, kFlexKeys)) return false;
   return !_body_name.isNull() || BtFail("No BODY specified in FLEX section.");
@@ -141,7 +138,7 @@ bool BaMDFlexVEffects::printOn(std::ostream& os) const {
   return BaCheckWritten(os, "Unable to write file.");
 }
 
-bool BaMDBlendVEffects::scanFrom(BaMDSource& source) {
+bool BaMDBlendVEffects::_scanFrom(BaMDSource& source) {
   BlendReader reader(this);
   if (!BaScanSection(source, reader, kBlendKeys)) return false;
   if (_slider_group.isNull()) return BtFail("No SLIDER_GROUP specified in BLEND section.");

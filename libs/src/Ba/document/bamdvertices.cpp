@@ -127,12 +127,9 @@ BaMDVertexEffects* BaMDVertices::addEffects(std::unique_ptr<BaMDVertexEffects> e
   return BaAppend(&_effects, std::move(effects));
 }
 
-bool BaMDVertices::scanFrom(std::istream& is) {
-  BaMDSource source(is);
-  return scanFrom(source);
-}
+bool BaMDVertices::scanFrom(std::istream& is) { return BaMDSource(is).scan(*this); }
 
-bool BaMDVertices::scanFrom(BaMDSource& source) {
+bool BaMDVertices::_scanFrom(BaMDSource& source) {
   VerticesReader reader(this);
   if (!BaScanSection(source, reader, kVerticesKeys)) return false;
   if (name().isNull()) return BtFail("No NAME specified in VERTICES section.");

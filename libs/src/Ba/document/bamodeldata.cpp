@@ -9,7 +9,7 @@
 namespace {
 
 template <class Value>
-Value* Find(const BaNameMap<Value*>& by_name, const BtStr& name) {
+Value* Find(const BtNameMap<Value*>& by_name, const BtStr& name) {
   const auto found = by_name.find(name);
   return found == by_name.end() ? nullptr : found->second;
 }

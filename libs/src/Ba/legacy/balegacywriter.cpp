@@ -7,7 +7,7 @@
 #include "Bt/btexcept.h"
 #include "balegacytext.h"
 #include "bamodelheader.h"
-#include "bapostscale.h"
+#include "bamodelwalk.h"
 #include "btclassicios.h"
 
 namespace {

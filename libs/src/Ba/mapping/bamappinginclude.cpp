@@ -6,7 +6,7 @@
 #include "Bt/btexcept.h"
 #include "Bt/btfile.h"
 #include "Bt/bthash.h"
-#include "baincludechain.h"
+#include "btincludechain.h"
 
 namespace {
 
@@ -126,7 +126,7 @@ bool BaUnlockedMapping::merge(const BaUnlockedMapping& other, int body_id_offset
   return true;
 }
 
-bool BaUnlockedMapping::_loadIncludes(Ba_IncludeChain* chain) {
+bool BaUnlockedMapping::_loadIncludes(Bt_IncludeChain* chain) {
   if (_includes.empty()) return true;
   // What is merged is part of the mapping from then on, so the result has no includes.
   BaUnlockedMapping merged(*this);

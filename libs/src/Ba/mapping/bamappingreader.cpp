@@ -5,8 +5,8 @@
 #include "Ba/bamapping.h"
 #include "Bt/btexcept.h"
 #include "Bt/btfile.h"
-#include "baincludechain.h"
 #include "bamappingtext.h"
+#include "btincludechain.h"
 #include "btreading.h"
 #include "bttextfile.h"
 
@@ -50,7 +50,7 @@ bool BaUnlockedMapping::streamContainsMapping(std::istream& is) {
 
 bool BaUnlockedMapping::read(const BtStr& file, bool load_includes) {
   BtAssert(!file.isNull(), "!file.isNull()");
-  Ba_IncludeChain chain("Mapping");
+  Bt_IncludeChain chain("Mapping");
   const bool read = _readFile(file, load_includes, &chain);
   _source_files = chain.allFiles();
   return read;
@@ -58,12 +58,12 @@ bool BaUnlockedMapping::read(const BtStr& file, bool load_includes) {
 
 bool BaUnlockedMapping::scanFrom(std::istream& is, bool load_includes, const BtStr& directory) {
   if (!_scanFrom(is, directory)) return false;
-  Ba_IncludeChain chain("Mapping");
+  Bt_IncludeChain chain("Mapping");
   const char* unnamed = "";
   return !load_includes || (chain.enter(unnamed) && _loadIncludes(&chain));
 }
 
-bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_IncludeChain* chain) {
+bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Bt_IncludeChain* chain) {
   if (!chain->enter(file)) return false;
   bool opened = false;
   const BtFileReading reading(file);
@@ -76,7 +76,7 @@ bool BaUnlockedMapping::_readFile(const BtStr& file, bool load_includes, Ba_Incl
 }
 
 // The file is closed again on return: files that include each other must not all stay open.
-bool BaUnlockedMapping::_scanFile(const BtStr& file, bool* opened, Ba_IncludeChain* chain) {
+bool BaUnlockedMapping::_scanFile(const BtStr& file, bool* opened, Bt_IncludeChain* chain) {
   BtInputFile input = chain->open(file);
   *opened = input.isOpen();
   if (!*opened) return BtFail("Unable to open file '%s'.", static_cast<const char*>(file));

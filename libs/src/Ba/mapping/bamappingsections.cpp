@@ -3,8 +3,8 @@
 #include <string_view>
 
 #include "Ba/bamapping.h"
-#include "Ba/banamemap.h"
 #include "Bt/btexcept.h"
+#include "Bt/btflatmap.h"
 #include "Bt/btparse.h"
 #include "Bt/btscan.h"
 #include "bamappingtext.h"
@@ -44,7 +44,7 @@ bool WordToInt(std::string_view word, int* value) {
 }
 
 // Reads the pairs of a SLIDERS block. `known` holds the sliders of this effect map so far.
-bool ReadSliders(std::string_view text, BaNameMap<int>* known, BlendEffectMap* map) {
+bool ReadSliders(std::string_view text, BtNameMap<int>* known, BlendEffectMap* map) {
   BtTextReading reading(text);
   for (std::string_view word = TakeWord(&text); !word.empty(); word = TakeWord(&text)) {
     reading.moveTo(word.data());
@@ -93,7 +93,7 @@ bool ReadIncludeItem(const BtStr& key, const BtStr& value, bool single_line,
 }
 
 // Reads one item of a BLEND_EFFECT_MAP section.
-bool ReadBlendItem(const BtStr& key, const BtStr& item, bool single_line, BaNameMap<int>* known,
+bool ReadBlendItem(const BtStr& key, const BtStr& item, bool single_line, BtNameMap<int>* known,
                    BlendEffectMap* map) {
   if (key == "SLIDER_GROUP") return ReadSliderGroup(item, single_line, &map->slider_group);
   if (key == "SLIDERS") {
@@ -176,7 +176,7 @@ bool BaUnlockedMapping::_scanTextureIndexMaps(const BtStr& value) {
 
 bool BaUnlockedMapping::_scanBlendEffectMap(const BtStr& value) {
   BlendEffectMap map;
-  BaNameMap<int> known;
+  BtNameMap<int> known;
   const auto read = [&](const BtStr& key, const BtStr& item, bool single_line) {
     return ReadBlendItem(key, item, single_line, &known, &map);
   };

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "Ba/bamodel.h"
+#include "Bt/btexcept.h"
 #include "Bt/bthash.h"
 #include "Bt/btset.h"
 #include "bamodelwalk.h"
@@ -150,4 +151,19 @@ void BaModel::changeMaterialId(BaMaterial* material, int new_id) {
   material->_id.change(new_id);
   _changeMaterialIds({{old_id, new_id}});
   _indexMaterials();
+}
+
+void Ba_WarnOfPostScale(const BaModel& model, const BaBody* only) {
+  constexpr int kMostNamed = 10;
+  BtStr names;
+  int count = 0;
+  for (const auto& body : model.bodies()) {
+    if (body == nullptr || body->id() == 0 || body->postScaleFactor() == 1.0F) continue;
+    if (only != nullptr && body.get() != only) continue;
+    if (++count <= kMostNamed) names += (count > 1 ? ", \"" : "\"") + body->name() + "\"";
+  }
+  if (count == 0) return;
+  if (count > kMostNamed) names += BtFormat(" and %d others", count - kMostNamed);
+  BtWarn(BtCode("left-out"),
+         "Post scale factors have no form in a file.  Those of " + names + " are left out.");
 }

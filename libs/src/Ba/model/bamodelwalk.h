@@ -38,3 +38,7 @@ void Ba_ForEachMaterialUser(const BaModel& model, Use use) {
   Ba_ForEachElement(model, use);
   for (const auto& muscle : model.muscles()) use(*muscle);
 }
+
+// Records one warning that names the bodies of a model whose post scale factor is not 1, or `only`
+// this one: no format holds it.
+void Ba_WarnOfPostScale(const BaModel& model, const BaBody* only = nullptr);

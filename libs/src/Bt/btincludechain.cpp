@@ -1,4 +1,4 @@
-#include "baincludechain.h"
+#include "btincludechain.h"
 
 #include <sys/stat.h>
 
@@ -17,7 +17,7 @@ constexpr long long kBytesPerFile = 1024;
 
 }  // namespace
 
-bool Ba_IncludeChain::enter(const char* file_name) {
+bool Bt_IncludeChain::enter(const char* file_name) {
   struct stat info = {};
   BtFileId id = {};
   if (stat(file_name, &info) == 0) id = {info.st_dev, info.st_ino};
@@ -37,19 +37,19 @@ bool Ba_IncludeChain::enter(const char* file_name) {
   return true;
 }
 
-BtInputFile Ba_IncludeChain::open(const char* file_name) {
+BtInputFile Bt_IncludeChain::open(const char* file_name) {
   if (_files.size() < 2) return BtInputFile(file_name);
   BtInputFile file(file_name, BtFileKind::Regular);
   if (file.isOpen()) file.countWith([this](long long bytes) { return count(bytes); });
   return file;
 }
 
-bool Ba_IncludeChain::count(long long bytes) {
+bool Bt_IncludeChain::count(long long bytes) {
   if (_files.size() > 1) _included_bytes += bytes;
   return _checkSize(_included_bytes);
 }
 
-bool Ba_IncludeChain::_checkSize(long long bytes) {
+bool Bt_IncludeChain::_checkSize(long long bytes) {
   if (bytes <= kMaxIncludedBytes) return true;
   return BtFail("The files that are included come to more than %lld bytes.", kMaxIncludedBytes);
 }

@@ -8,10 +8,10 @@
 #include "bttextfile.h"
 
 // The files that are being read at the moment, each included by the one before it.
-class Ba_IncludeChain {
+class Bt_IncludeChain {
  public:
   // `kind` begins the messages: "Mapping" for mapping files. It is kept by address.
-  explicit Ba_IncludeChain(const char* kind) : _kind(kind) {}
+  explicit Bt_IncludeChain(const char* kind) : _kind(kind) {}
 
   // Adds the file that is read next. False, with an error recorded and nothing added, when the file
   // is in the chain already or a limit is reached. A file that is not there is no error here.
