@@ -129,14 +129,6 @@ struct PolygonFaults {
   std::optional<VertexPoint> worst_at;
 };
 
-Point Minus(const Point& a, const Point& b) { return {a[0] - b[0], a[1] - b[1], a[2] - b[2]}; }
-double Dot(const Point& a, const Point& b) {
-  return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
-}
-Point Cross(const Point& a, const Point& b) {
-  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
-
 void AddPolygon(const BaVertexElement& element, const std::vector<int>& corners,
                 PolygonFaults* faults) {
   const float* const first = element.vertices()[corners.front()].position();
@@ -151,19 +143,19 @@ void AddPolygon(const BaVertexElement& element, const std::vector<int>& corners,
   Point normal = {};  // as long as twice the area
   double size = 0;
   for (std::size_t i = 0; i < points.size(); ++i) {
-    const Point a = Minus(points[i], centre);
-    const Point n = Cross(a, Minus(points[(i + 1) % points.size()], centre));
+    const Point a = points[i] - centre;
+    const Point n = Cross(a, points[(i + 1) % points.size()] - centre);
     for (std::size_t c = 0; c < 3; ++c) normal[c] += n[c];
-    size = std::max(size, std::sqrt(Dot(a, a)));
+    size = std::max(size, Length(a));
   }
-  const double length = std::sqrt(Dot(normal, normal));
+  const double length = Length(normal);
   if (!(length > kAreaTolerance * size * size)) {
     if (faults->degenerate++ == 0) faults->degenerate_at = corner;
     return;
   }
   double off = 0;
   for (const Point& p : points) {
-    off = std::max(off, std::fabs(Dot(Minus(p, centre), normal)) / length);
+    off = std::max(off, std::fabs(Dot(p - centre, normal)) / length);
   }
   if (off <= kPlaneTolerance * size) return;
   ++faults->nonplanar;

@@ -46,7 +46,9 @@ void AddMessages(const std::vector<Message>& messages, const Place& place,
   const Findings before = *findings;
   for (const Message& message : messages) {
     const FindingKind* const kind = FindingKindOf(message, fallback);
-    if (kind != Kind("other-warning") && before.has(kind)) continue;
+    const bool is_known =
+        before.has(kind) || (kind == Kind("texture-missing") && before.has(Kind("texture-case")));
+    if (kind != Kind("other-warning") && is_known) continue;
     Finding finding = {kind, place, WithoutFile(message.text, place.name), message.count,
                        message.where};
     finding.detail = message.detail;

@@ -37,11 +37,16 @@ CheckedFiles::CheckedFiles(std::string model_name, std::string dof_name, CheckOp
   std::vector<Message> mapping_messages;
   if (has_mapping) mapping_messages = ReadMapping(dof_file, &mapping);
   readable = !HasError(model_messages) && !HasError(mapping_messages);
-  CheckInput input = {model_file,           dof_file, model, has_mapping ? &mapping : nullptr,
-                      options.scale_factor, {}};
+  CheckTexts texts(model_file, dof_file);
+  CheckInput input = {
+      model_file,           dof_file, model, has_mapping ? &mapping : nullptr, &texts,
+      options.scale_factor, {}};
   if (readable) {
     input.bodies = BodiesInOrder(model);
     Run(BodyRules(), input, &findings);
+    for (const auto& rules : {ShapeRules(), ShellRules(), FigureRules(), TextRules()}) {
+      Run(rules, input, &findings);
+    }
     Run(MaterialRules(), input, &findings);
     if (has_mapping) Run(MappingRules(), input, &findings);
     TryConversion(input, &model, &findings);

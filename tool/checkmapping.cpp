@@ -1,4 +1,5 @@
 // The rules of "check" about the mapping and its model.
+#include <cmath>
 #include <map>
 #include <set>
 #include <utility>
@@ -9,26 +10,114 @@
 
 namespace {
 
+constexpr const char* kTransformNames[] = {"tx", "ty", "tz", "rx", "ry", "rz"};
+
 Place MappedPlace(int body_id, const BaModel& model) {
   const BaBody* body = model.findBody(body_id);
   return {"body", body == nullptr ? "" : Text(body->name()), body_id};
 }
 
+// Whether the model has so few of the mapped bodies that it must be another character's. One
+// finding says so then, in place of many.
+bool IsOfAnother(const CheckInput& input, Findings* findings) {
+  constexpr int kFew = 3;
+  int missing = 0;
+  int first = 0;
+  const auto& maps = input.mapping->bodyMaps();
+  for (const BaUnlockedBodyMap* map : maps) {
+    if (input.model.findBody(map->bodyId()) != nullptr) continue;
+    if (missing++ == 0) first = map->bodyId();
+  }
+  if (missing <= kFew || missing * 4 < maps.count()) return false;
+  findings->add(Kind("mapping-foreign"), {"body", "", first},
+                std::to_string(missing) + " of " + Counted(maps.count(), "body", "bodies") +
+                    " are not in the model, " + std::to_string(first) + " is the first",
+                missing, {true});
+  return true;
+}
+
+// The values of `transforms` that are not driven by variables only.
+struct MapFaults {
+  std::string constants;
+  std::string constant_key;  // of the first
+  bool turned = false;       // a rotation came already
+  std::string late;          // a translation behind it
+};
+
+bool IsDriven(const BaUnlockedTransform& transform) {
+  bool is_driven = transform.constant() != 0;
+  transform.forEachSysVarId([&is_driven](int) { is_driven = true; });
+  return is_driven;
+}
+
+void AddTransform(const BaUnlockedTransform& transform, double least_move, MapFaults* faults) {
+  constexpr double kLeastTurn = 1;  // degrees, or radians as well
+  const bool is_translation = transform.id() <= 3;
+  const auto constant = static_cast<double>(transform.constant());
+  if (std::fabs(constant) > (is_translation ? least_move : kLeastTurn)) {
+    faults->constants += (faults->constants.empty() ? "" : ", ") +
+                         std::string(kTransformNames[transform.id() - 1]) + " is " +
+                         Short(constant);
+    if (faults->constant_key.empty()) faults->constant_key = std::to_string(transform.id());
+  }
+  if (!IsDriven(transform)) return;
+  if (is_translation && faults->turned && faults->late.empty()) {
+    faults->late = kTransformNames[transform.id() - 1];
+  }
+  faults->turned |= !is_translation;
+}
+
+void CheckTransformsOf(const BaUnlockedBodyMap& map, const Place& place, double least_move,
+                       Findings* findings) {
+  std::set<int> ids;
+  MapFaults faults;
+  for (const BaUnlockedTransform& transform : map.transforms()) {
+    if (ids.insert(transform.id()).second) AddTransform(transform, least_move, &faults);
+  }
+  if (ids.size() != kBaTransformCount) {
+    std::string missing;
+    for (int id = 1; id <= kBaTransformCount; ++id) {
+      if (!ids.contains(id)) missing += " " + std::to_string(id);
+    }
+    findings->add(Kind("transform-order"), place, "it lacks" + missing, 1, {true, "order"});
+  }
+  if (!faults.constants.empty()) {
+    findings->add(Kind("constant-offset"), place, faults.constants, 1, {true, faults.constant_key});
+  }
+  if (!faults.late.empty()) {
+    findings->add(Kind("translation-late"), place, faults.late + " comes behind a rotation", 1,
+                  {true, "order"});
+  }
+}
+
+// A twentieth of the size that the joints span.
+double LeastMove(const CheckInput& input) {
+  const WorldTransforms worlds = WorldTransformsOf(input.model);
+  Box box;
+  for (const BaBody* body : input.bodies) box.add(OriginOf(worlds.at(body->id())));
+  return SizeOf(box) / 20;
+}
+
 void CheckBodyMaps(const CheckInput& input, Findings* findings) {
   const auto& model = input.model;
+  const bool is_of_another = IsOfAnother(input, findings);
+  const double least_move = LeastMove(input);
   for (const BaUnlockedBodyMap* map : input.mapping->bodyMaps()) {
     const Place place = MappedPlace(map->bodyId(), model);
-    if (map->bodyId() <= 0 || model.findBody(map->bodyId()) == nullptr) {
-      findings->add(Kind("mapped-body-missing"), place, "the model has no body of this id", 1,
-                    {true});
+    const bool is_missing = map->bodyId() <= 0 || model.findBody(map->bodyId()) == nullptr;
+    if (is_missing && !is_of_another) {
+      findings->add(Kind("mapped-body-missing"), place, "", 1, {true});
     }
     const std::string letters = map->rotationLetters();
     if (std::set<char>(letters.begin(), letters.end()).size() != 3 || letters.size() != 3) {
       findings->add(Kind("rotation-axes"), place,
                     "it turns about " + (letters.empty() ? "nothing" : letters), 1,
                     {true, "order"});
+    } else {
+      CheckTransformsOf(*map, place, least_move, findings);
     }
   }
+  if (is_of_another) return;
   for (const BaBody* body : input.bodies) {
     if (input.mapping->bodyMap(body->id()) == nullptr) {
       findings->add(Kind("body-unmapped"), PlaceOf(*body), "");
@@ -38,23 +127,42 @@ void CheckBodyMaps(const CheckInput& input, Findings* findings) {
 
 // Variables that are the whole value of more than one transform.
 void CheckVariables(const CheckInput& input, Findings* findings) {
-  constexpr const char* kNames[] = {"tx", "ty", "tz", "rx", "ry", "rz"};
   std::map<int, std::vector<std::string>> users;
+  std::map<int, std::pair<int, std::string>> spots;  // the last user: its body and transform
   for (const BaUnlockedBodyMap* map : input.mapping->bodyMaps()) {
     std::set<int> seen;  // an order that repeats a transform lists it again
     for (const BaUnlockedTransform& transform : map->transforms()) {
       if (!transform.exists() || transform.isCombination() || transform.sysVarId() == 0) continue;
       if (!seen.insert(transform.id()).second) continue;
-      users[transform.sysVarId()].push_back("body " + std::to_string(map->bodyId()) + " " +
-                                            kNames[transform.id() - 1]);
+      const int variable = transform.sysVarId();
+      spots[variable] = {map->bodyId(), std::to_string(transform.id())};
+      users[variable].push_back("body " + std::to_string(map->bodyId()) + " " +
+                                kTransformNames[transform.id() - 1]);
     }
   }
   for (const auto& [variable, names] : users) {
     if (names.size() < 2) continue;
     std::string text = names[0];
     for (std::size_t i = 1; i < names.size(); ++i) text += ", " + names[i];
+    const auto& [body_id, key] = spots[variable];
     findings->add(Kind("variable-shared"), {"variable", "", variable}, text,
-                  static_cast<int>(names.size()));
+                  static_cast<int>(names.size()), {true, key, {}, {}, body_id});
+  }
+}
+
+// A group may be mapped in several sections.
+void CheckSliderVariables(const CheckInput& input, Findings* findings) {
+  std::map<std::pair<std::string, std::string>, int> variables;
+  for (const auto& map : input.mapping->blendEffectMaps()) {
+    for (const auto& slider : map.sliders) {
+      const auto [entry, is_new] =
+          variables.try_emplace({Text(map.slider_group), Text(slider.name)}, slider.sysvar_id);
+      if (is_new || entry->second == slider.sysvar_id) continue;
+      findings->add(
+          Kind("slider-variables"), {"slider", Text(slider.name), {}},
+          "variables " + std::to_string(entry->second) + " and " + std::to_string(slider.sysvar_id),
+          1, {true, Text(slider.name), std::to_string(slider.sysvar_id)});
+    }
   }
 }
 
@@ -90,8 +198,8 @@ void CheckTextureMaps(const CheckInput& input, Findings* findings) {
   }
 }
 
-constexpr CheckRule kMappingRules[] = {CheckBodyMaps, CheckVariables, CheckSliders,
-                                       CheckTextureMaps};
+constexpr CheckRule kMappingRules[] = {CheckBodyMaps, CheckVariables, CheckSliderVariables,
+                                       CheckSliders, CheckTextureMaps};
 
 }  // namespace
 

@@ -1,5 +1,7 @@
 // The rules of "check" about names, materials and textures.
 #include <cctype>
+#include <filesystem>
+#include <utility>
 
 #include "Bt/btfile.h"
 #include "Bt/bthash.h"
@@ -69,31 +71,72 @@ void CheckNames(const CheckInput& input, Findings* findings) {
   }
 }
 
+// The name of a file that differs in capital letters only; empty where there is none.
+std::string FindInOtherCase(const BtStr& path) {
+  const std::filesystem::path wanted(Text(path));
+  std::error_code error;
+  for (auto entry = std::filesystem::directory_iterator(wanted.parent_path(), error);
+       !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
+    const std::string name = entry->path().filename().string();
+    if (LowerCase(name) == LowerCase(wanted.filename().string())) return name;
+  }
+  return {};
+}
+
+void CheckMissingTexture(const BtStr& name, const BaMaterial& material, const BtStr& directory,
+                         Findings* findings) {
+  const Spot spot = {false, "NAME", Text(name)};
+  const BtStr path = BtFileIsAbsolutePath(name) ? name : BtFileJoin(directory, name);
+  if (BtFileExists(path)) {
+    findings->add(Kind("texture-unreadable"), PlaceOf(material),
+                  Text(path) + " is no file that can be read", 1, spot);
+  } else if (const std::string other = FindInOtherCase(path); !other.empty()) {
+    findings->add(Kind("texture-case"), PlaceOf(material), Text(name) + " is there as " + other, 1,
+                  spot);
+  } else {
+    findings->add(Kind("texture-missing"), PlaceOf(material),
+                  Text(name) + " is not in " + Text(directory), 1, spot);
+  }
+}
+
 void CheckTexture(const BaTexture& texture, const BaMaterial& material, const BtStr& directory,
                   Findings* findings) {
   const BtStr& name = texture.fileName();
-  if (name.isNull()) return;
+  if (name.isNull() || name.length() == 0) return;
   const BtStr path = BaFindPicture(directory, name);
-  if (path.isNull()) {
-    const BtStr beside =
-        name.length() == 0 || BtFileIsAbsolutePath(name) ? name : BtFileJoin(directory, name);
-    if (name.length() > 0 && BtFileExists(beside)) {
-      findings->add(Kind("texture-unreadable"), PlaceOf(material),
-                    Text(beside) + " is no file that can be read");
-    } else {
-      findings->add(Kind("texture-missing"), PlaceOf(material),
-                    Text(name) + " is not in " + Text(directory));
-    }
-    return;
-  }
+  if (path.isNull()) return CheckMissingTexture(name, material, directory, findings);
+  const Spot spot = {false, "NAME", Text(name)};
   const PictureFile picture = ReadPictureFile(Text(path));
   if (!picture.readable) {
-    findings->add(Kind("texture-unreadable"), PlaceOf(material), Text(path) + " cannot be read");
+    findings->add(Kind("texture-unreadable"), PlaceOf(material), Text(path) + " cannot be read", 1,
+                  spot);
   } else if (picture.format.empty()) {
     findings->add(
         Kind("texture-no-picture"), PlaceOf(material),
-        Text(path) + ", " + Counted(static_cast<long long>(picture.bytes), "byte", "bytes"));
+        Text(path) + ", " + Counted(static_cast<long long>(picture.bytes), "byte", "bytes"), 1,
+        spot);
   }
+}
+
+void CheckAttributes(const BaMaterial& material, Findings* findings) {
+  for (const auto& attribute : material.attributes()) {
+    const auto& info = Ba_InfoOf(attribute->kind());
+    const Spot spot = {false, std::string(info.key_word)};
+    const auto values = std::as_const(*attribute).values();
+    if (info.kind == Alpha && !values.empty() && values[0] == 0.0F) {
+      findings->add(Kind("material-clear"), PlaceOf(material), "", 1, spot);
+    }
+    const auto odd = std::ranges::find_if(values, [](float v) { return v < 0 || v > 1; });
+    if (info.kind == Shininess || odd == values.end()) continue;
+    findings->add(Kind("colour-range"), PlaceOf(material),
+                  std::string(info.name) + " holds " + Short(static_cast<double>(*odd)), 1, spot);
+  }
+}
+
+// Polygons without coordinates whose material has a picture show one point of it.
+template <class Elements>
+void CountPlain(const Elements& elements, BtHashMap<int, int>* plain) {
+  for (const auto& element : elements) ++(*plain)[element->materialId()];
 }
 
 void CheckMaterials(const CheckInput& input, Findings* findings) {
@@ -103,15 +146,27 @@ void CheckMaterials(const CheckInput& input, Findings* findings) {
       used.insert(element.materialId());
     });
   }
+  BtHashSet<int> bones;
+  for (const auto& bone : input.model.bones()) bones.insert(bone->materialId());
+  BtHashMap<int, int> plain;
+  CountPlain(input.model.polygons(), &plain);
+  CountPlain(input.model.tMeshes(), &plain);
   const BtStr directory = BtFileDirectory(input.model_file.c_str());
   for (const auto& material : input.model.materials()) {
+    // That bones are not converted is told once for all of them.
+    if (!used.contains(material->id()) && bones.contains(material->id())) continue;
     if (!used.contains(material->id())) {
       findings->add(Kind("material-unused"), PlaceOf(*material), "it is not converted");
       continue;
     }
+    CheckAttributes(*material, findings);
     for (const BaTexture& texture : material->textures()) {
       CheckTexture(texture, *material, directory, findings);
     }
+    const int count = plain[material->id()];
+    if (count == 0 || material->texture().fileName().isNull()) continue;
+    findings->add(Kind("texture-idle"), PlaceOf(*material), Counted(count, "polygon", "polygons"),
+                  count);
   }
 }
 

@@ -1,6 +1,4 @@
 // Where findings are: the lines of the files that show them.
-#include <optional>
-
 #include "checkrules.h"
 #include "textrecords.h"
 
@@ -53,9 +51,7 @@ class Placer {
     return _isInMapping(finding) ? _input.dof_file : _input.model_file;
   }
   const TextRecords& _textOf(const Finding& finding) {
-    std::optional<TextRecords>& text = _isInMapping(finding) ? _mapping : _model;
-    if (!text) text.emplace(_fileOf(finding));
-    return *text;
+    return _isInMapping(finding) ? _input.texts->mapping() : _input.texts->model();
   }
 
   BtPlace _find(const Finding& finding);
@@ -64,8 +60,6 @@ class Placer {
   void _tellOfTwin(Finding* finding);
 
   const CheckInput& _input;
-  std::optional<TextRecords> _model;
-  std::optional<TextRecords> _mapping;
   WhereFinder _finder;
 };
 
@@ -79,7 +73,9 @@ BtPlace Placer::_find(const Finding& finding) {
     if (place.source != nullptr) return place;
   }
   const TextRecord* record = nullptr;
-  if (kind == "body") {
+  if (spot.map_of != 0) {
+    record = text.find("MAP", spot.map_of, {});
+  } else if (kind == "body") {
     record = text.find(spot.in_mapping ? "MAP" : "BODY", finding.place.id.value_or(0),
                        spot.in_mapping ? std::string_view() : finding.place.name);
   } else if (kind == "material" && !spot.in_mapping) {

@@ -16,6 +16,12 @@ void Box::add(const Box& box) {
   add(*box.max);
 }
 
+double SizeOf(const Box& box) {
+  if (!box.min) return 0;
+  const Point sides = *box.max - *box.min;
+  return *std::ranges::max_element(sides);
+}
+
 std::vector<const BaBody*> BodiesInOrder(const BaModel& model) {
   std::vector<const BaBody*> bodies;
   std::vector<const BaBody*> waiting;

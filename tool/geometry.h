@@ -1,6 +1,7 @@
 // Where the bodies of a model stand at rest, and walks over its faces.
 #pragma once
 
+#include <cmath>
 #include <numeric>
 #include <vector>
 
@@ -9,6 +10,19 @@
 #include "Bt/bthash.h"
 #include "modelfacts.h"
 
+inline Point operator-(const Point& a, const Point& b) {
+  return {a[0] - b[0], a[1] - b[1], a[2] - b[2]};
+}
+inline double Dot(const Point& a, const Point& b) {
+  return std::inner_product(a.begin(), a.end(), b.begin(), 0.0);
+}
+inline Point Cross(const Point& a, const Point& b) {
+  return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+}
+inline double Length(const Point& p) { return std::hypot(p[0], p[1], p[2]); }
+// The longest side.
+double SizeOf(const Box& box);
+
 // The bodies below the reference body, depth first, parents before their children.
 std::vector<const BaBody*> BodiesInOrder(const BaModel& model);
 
@@ -16,6 +30,9 @@ std::vector<const BaBody*> BodiesInOrder(const BaModel& model);
 using WorldTransforms = BtHashMap<int, Bt4X4DoubleMat>;
 WorldTransforms WorldTransformsOf(const BaModel& model);
 
+inline Point OriginOf(const Bt4X4DoubleMat& transform) {
+  return {transform(3, 0), transform(3, 1), transform(3, 2)};
+}
 inline Point PointOf(const BaVertex& vertex) {
   const float* p = vertex.position();
   return {static_cast<double>(p[0]), static_cast<double>(p[1]), static_cast<double>(p[2])};

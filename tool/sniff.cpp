@@ -2,12 +2,12 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 #include <memory>
 
 #include "Bt/btexcept.h"
 #include "bamodelheader.h"
 #include "bttextfile.h"
+#include "style.h"
 
 namespace {
 
@@ -52,17 +52,10 @@ constexpr struct {
     {0, "<"sv, kOtherKind, "The file is a web page or XML."},
 };
 
-std::string Lower(std::string_view text) {
-  std::string lower(text);
-  std::ranges::transform(lower, lower.begin(),
-                         [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return lower;
-}
-
 // The first line of a text that is nearly what is expected.
 Sniffed SniffFirstLine(std::string_view line, std::string_view right) {
   const std::size_t first = std::min(line.find_first_not_of(" \t"), line.size());
-  const bool is_near = Lower(line.substr(first)).starts_with(Lower(right));
+  const bool is_near = LowerCase(line.substr(first)).starts_with(LowerCase(right));
   if (!is_near || line == right) return {};
   return {"file-header", "The first line must be '" + std::string(right) + "' and nothing else."};
 }
@@ -129,6 +122,11 @@ void ExplainError(const std::string& file, FileKind expected, std::vector<Messag
   theExceptObj.restore(kept);
   if (sniffed.code == nullptr && HasDecimalComma(error->where)) {
     sniffed = {"decimal-comma", "There is a decimal comma in this line; write a point."};
+  }
+  const std::size_t name = error->text.find("Unable to open '");
+  if (sniffed.code == nullptr && name != std::string::npos &&
+      error->text.find('\\', name) != std::string::npos) {
+    sniffed = {"include-backslash", "There are backslashes in the name; write slashes."};
   }
   if (sniffed.code == nullptr) return;
   error->text.insert(0, sniffed.text + " ");

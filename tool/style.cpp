@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cstdio>
 #include <cstdlib>
 
@@ -22,6 +23,13 @@ std::string Styled(Style style, std::string_view text) {
   std::string printable = Printable(text);
   if (style == Style::Plain || !UseColour()) return printable;
   return kCodes[static_cast<int>(style)] + printable + "\x1B[0m";
+}
+
+std::string LowerCase(std::string_view text) {
+  std::string lower(text);
+  std::ranges::transform(lower, lower.begin(),
+                         [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return lower;
 }
 
 std::string Short(double number) {

@@ -10,6 +10,8 @@ enum class Style { Plain, Title, Faint, Good, Warning, Error };
 bool UseColour();
 // `text`, coloured if wanted. Control characters in it are replaced.
 std::string Styled(Style style, std::string_view text);
+// ASCII letters in lower case.
+std::string LowerCase(std::string_view text);
 // With as many digits as people want to read.
 std::string Short(double number);
 // "1 body", "2 bodies".

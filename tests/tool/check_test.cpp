@@ -29,6 +29,30 @@ const std::string kDocument = kDocumentHeader + "UNITS {\nLENGTH: 1 INCHES\nANGL
 
 using Edits = std::vector<std::pair<std::string, std::string>>;  // from, to
 
+// A cube of 20 inches on a body.
+const std::string kCube =
+    "MATERIAL {\nNAME: m\nDIFFUSE: 1 1 1\nALPHA: 1\n}\n"
+    "VERTICES {\nNAME: v\nCOORDINATES {\n0 0 0\n20 0 0\n20 20 0\n0 20 0\n"
+    "0 0 20\n20 0 20\n20 20 20\n0 20 20\n}\n}\n"
+    "GEOMETRY {\nBODY: root\nVERTICES: v\nMATERIAL_GROUP {\nMATERIAL: m\nPOLYGONS {\n"
+    "4 3 2 1\n5 6 7 8\n1 2 6 5\n2 3 7 6\n3 4 8 7\n4 1 5 8\n}\n}\n}\n";
+const std::string kMap1 = "Zov Graphic Mapping File\nv1.0\n6\n1\n1\n1 2 3 6 5 4\n1 2 3 4 5 6\n";
+const std::string kSolid = kDocumentHeader + "UNITS {\nLENGTH: 1 INCHES\nANGLE: 1 DEGREES\n}\n" +
+                           DocumentBody("root", "GLOBAL", "ID: 1\n") + kCube + kMap1;
+
+// A body with a place.
+std::string Joint(int id, const std::string& name, const std::string& parent,
+                  const std::string& place) {
+  return "BODY {\nNAME: " + name + "\nID: " + std::to_string(id) +
+         "\nCOORDINATE_SYSTEM {\nTRANSLATION: " + place +
+         "\nROTATION: 0 0 0 X Y Z\n}\nPARENT_NAME: " + parent + "\n}\n";
+}
+const std::string kFigure =
+    kDocumentHeader + Joint(1, "hips", "GLOBAL", "0 40 0") + Joint(2, "foot_L", "hips", "5 -38 0") +
+    Joint(3, "foot_R", "hips", "-5 -38 0") + Joint(4, "hand_L", "hips", "9 0 0") +
+    Joint(5, "hand_R", "hips", "-9 0 0") + Joint(6, "eye_L", "hips", "1 40 0") +
+    Joint(7, "eye_R", "hips", "-1 40 0") + "Zov Graphic Mapping File\nv1.0\n0\n0\n";
+
 const struct CheckCase {
   const char* code;  // empty for a sound file
   int status;
@@ -94,6 +118,58 @@ const struct CheckCase {
     {"id-gap", 0, {{"arm\n2", "arm\n9"}, {"P 2 1", "P 9 1"}, {"6\n2\n", "6\n9\n"}}},
     {"not-converted", 0, {{"P 2", "B 1 1 0 0 0 5 0 0\nP 2"}}},
     {"left-out", 0, {{"P 2", "f 2 1 1 1 0 0 0 0 -1\nP 2"}}},
+    {"", 0, {}, kSolid},
+    {"angles-degrees", 0, {{"DEGREES", "RADIANS"}, {"ROTATION: 0", "ROTATION: 90"}}, kSolid},
+    {"angles-radians", 0, {{"ROTATION: 0", "ROTATION: 1.5707963"}}, kSolid},
+    {"size-odd", 0, {{"INCHES", "METERS"}, {"20 20 20\n", "2000 20 20\n"}}, kSolid},
+    {"vertex-far", 0, {{"20 20 20\n", "20 20 900\n"}}, kSolid},
+    {"joint-far",
+     0,
+     {{"5 0 0\nM", "5 0 90\nM"},
+
+      {"v1.30\n",
+       "v1.30\nX\nb\n3\nroot\n1\n1 0 0 0 1 0 0 0 1 0 0 -90\nM 3 s\n0\nF 3 3 3 0 0 90 -1 1 0 90 -1 "
+       "1 1 90 -1\n"}}},
+    {"inside-out",
+     0,
+     {{"4 3 2 1", "1 2 3 4"},
+      {"5 6 7 8", "8 7 6 5"},
+      {"1 2 6 5", "5 6 2 1"},
+      {"2 3 7 6", "6 7 3 2"},
+      {"3 4 8 7", "7 8 4 3"},
+      {"4 1 5 8", "8 5 1 4"}},
+     kSolid},
+    {"texture-coordinates", 0, {{"1 1 4 4 0", "512 512 4 4 0"}}},
+    {"after-end", 0, {{kCube, "END:\n" + kCube}}, kSolid},
+    {"after-end", 0, {{"5 6\n", "5 6\nEND:\nMATERIAL_TEXTURE_INDEX_MAPS {\n}\n"}}, kSolid},
+    {"colour-range", 0, {{"DIFFUSE: 1 1 1", "DIFFUSE: 255 255 255"}}, kSolid},
+    {"material-clear", 0, {{"ALPHA: 1", "ALPHA: 0"}}, kSolid},
+    {"texture-idle", 0, {{"P 2", "F 2 1 3 0 0 0 -1 1 0 0 -1 1 1 0 -1\nP 2"}}},
+    {"texture-case", 0, {{"skin.png", "Skin.PNG"}}},
+    {"lies-down",
+     0,
+     {{"0 40 0", "0 0 40"}, {"5 -38 0", "5 0 -38"}, {"-5 -38 0", "-5 0 -38"}},
+     kFigure},
+    {"sides-exchanged",
+     0,
+     {{"hand_L", "hand_X"}, {"hand_R", "hand_L"}, {"hand_X", "hand_R"}},
+     kFigure},
+    {"transform-order", 0, {{"1 2 3 6 5 4", "1 2 2 6 5 4"}}, kSolid},
+    {"constant-offset", 0, {{"1 2 3 4 5 6\n", "1 2 3 -1 90 5 6\n"}}, kSolid},
+    {"translation-late", 0, {{"1 2 3 6 5 4", "6 5 4 1 2 3"}}, kSolid},
+    {"slider-variables",
+     0,
+     {{"5 6\n",
+       "5 6\nBLEND_EFFECT_MAP {\nSLIDER_GROUP: g\nSLIDERS {\ns 1\n}\n}\n"
+       "BLEND_EFFECT_MAP {\nSLIDER_GROUP: g\nSLIDERS {\ns 2\n}\n}\n"}},
+     kSolid},
+    {"mapping-foreign",
+     1,
+     {{"v1.0\n0\n0\n",
+       "v1.0\n0\n4\n21\n1 2 3 4 5 6\n0 0 0 0 0 0\n22\n1 2 3 4 5 6\n0 0 0 0 0 0\n"
+       "23\n1 2 3 4 5 6\n0 0 0 0 0 0\n24\n1 2 3 4 5 6\n0 0 0 0 0 0\n"}},
+     kFigure},
+    {"include-backslash", 1, {{kSliders, "INCLUDE {\nFILE_NAME: .\\part.mdl\n}\n"}}, kDocument},
     {"slider-unmapped", 1, {}, kDocument},
     {"units-not-inches", 1, {{"INCHES", "METERS"}}, kDocument},
     {"units-differ",

@@ -1,0 +1,171 @@
+// The rules of "check" about what the vertices make together: size, strays, shells, textures.
+#include <algorithm>
+#include <cmath>
+
+#include "Ba/bamodeldatapolyset.h"
+#include "Bt/bthash.h"
+#include "checkrules.h"
+#include "style.h"
+
+namespace {
+
+constexpr double kSmallest = 20;  // centimetres of a character
+constexpr double kLargest = 3000;
+constexpr double kStray = 10;               // times the usual distance of a vertex from its body
+constexpr double kJointDistance = 0.3;      // of the model's size, between a joint and its shape
+constexpr float kMostTextureRepeats = 100;  // pictures in a row, in either direction
+
+// What the vertices of a body tell, in its own system.
+struct BodyShape {
+  Box box;
+  double median = 0;  // of their distances from its origin
+  double farthest = 0;
+  std::array<float, 3> farthest_at = {};
+};
+
+struct ModelShape {
+  std::vector<BodyShape> bodies;  // in the order of the input's
+  Box box;                        // of vertices and joints in the world
+  double median = 0;
+};
+
+Point PointOf(const BaMDPoint& p) {
+  return {static_cast<double>(p.x), static_cast<double>(p.y), static_cast<double>(p.z)};
+}
+
+double MedianOf(std::vector<double>* values) {
+  if (values->empty()) return 0;
+  const auto middle = values->begin() + static_cast<std::ptrdiff_t>(values->size() / 2);
+  std::nth_element(values->begin(), middle, values->end());
+  return *middle;
+}
+
+ModelShape ShapeOf(const CheckInput& input) {
+  ModelShape shape;
+  const WorldTransforms worlds = WorldTransformsOf(input.model);
+  std::vector<double> all;
+  Box joints;
+  for (const BaBody* body : input.bodies) {
+    BodyShape& own = shape.bodies.emplace_back();
+    const auto& world = worlds.at(body->id());
+    joints.add(OriginOf(world));
+    std::vector<double> distances;
+    const BaModelData_PolySet set(body);
+    for (const BaMDPoint& p : set.vertices()) {
+      const Point point = PointOf(p);
+      own.box.add(point);
+      shape.box.add(BtTransformPoint(point, world));
+      distances.push_back(Length(point));
+      if (distances.back() <= own.farthest) continue;
+      own.farthest = distances.back();
+      own.farthest_at = {p.x, p.y, p.z};
+    }
+    all.insert(all.end(), distances.begin(), distances.end());
+    own.median = MedianOf(&distances);
+  }
+  shape.median = MedianOf(&all);
+  shape.box.add(joints);
+  return shape;
+}
+
+// What the converter must multiply lengths by, 0 where that is not known.
+double ScaleToCentimetres(const BaUnits& units) {
+  constexpr std::pair<const char*, double> kUnits[] = {
+      {"MILLIMETERS", 0.1}, {"CENTIMETERS", 1}, {"METERS", 100}, {"INCHES", 2.54}, {"FEET", 30.48}};
+  for (const auto& [name, factor] : kUnits) {
+    if (units.name == name) return factor * static_cast<double>(units.factor);
+  }
+  return 0;
+}
+
+void CheckSize(const CheckInput& input, const ModelShape& shape, Findings* findings) {
+  const double size = SizeOf(shape.box);
+  const double written = size * input.scale_factor;
+  if (size == 0 || (written >= kSmallest && written <= kLargest)) return;
+  std::string text = Short(size) + " times the scale factor " + Short(input.scale_factor) + " is " +
+                     Short(written) + " cm";
+  const BaUnits& units = input.model.lengthUnits();
+  const double factor = ScaleToCentimetres(units);
+  if (factor > 0 && std::fabs(factor / input.scale_factor - 1) > 1e-3) {
+    text += "; -scale_factor " + Short(factor) + " is that of " + Text(units.name);
+  }
+  findings->add(Kind("size-odd"), {"model", input.model_file, {}}, text, 1, {false, "UNITS"});
+}
+
+void CheckStrays(const CheckInput& input, const ModelShape& shape, Findings* findings) {
+  for (std::size_t i = 0; i < input.bodies.size(); ++i) {
+    const BodyShape& own = shape.bodies[i];
+    const double usual = std::max(shape.median, own.median);
+    if (usual == 0 || own.farthest <= kStray * usual) continue;
+    findings->add(Kind("vertex-far"), PlaceOf(*input.bodies[i]),
+                  "a vertex is " + Short(own.farthest) +
+                      " from the joint, half of them are within " + Short(usual),
+                  1, {false, {}, {}, own.farthest_at});
+  }
+}
+
+// How far the origin is from the box.
+double DistanceFrom(const Box& box) {
+  Point gap = {};
+  for (std::size_t c = 0; c < 3; ++c) gap[c] = std::max({0.0, (*box.min)[c], -(*box.max)[c]});
+  return Length(gap);
+}
+
+void CheckJoints(const CheckInput& input, const ModelShape& shape, Findings* findings) {
+  constexpr std::size_t kFewBodies = 3;
+  const double size = SizeOf(shape.box);
+  if (input.bodies.size() < kFewBodies) return;
+  for (std::size_t i = 0; i < input.bodies.size(); ++i) {
+    const Box& box = shape.bodies[i].box;
+    // Where one body holds the shape of all, its joint may be anywhere.
+    if (!box.min || input.bodies[i]->parentId() == 0) continue;
+    const double distance = DistanceFrom(box);
+    if (distance <= kJointDistance * size || distance <= SizeOf(box)) continue;
+    findings->add(
+        Kind("joint-far"), PlaceOf(*input.bodies[i]),
+        "the shape begins " + Short(distance) + " from the joint, in a model of " + Short(size));
+  }
+}
+
+void CheckShape(const CheckInput& input, Findings* findings) {
+  const ModelShape shape = ShapeOf(input);
+  CheckSize(input, shape, findings);
+  CheckStrays(input, shape, findings);
+  CheckJoints(input, shape, findings);
+}
+
+template <class Elements>
+void CheckCoordinates(const BaBody& body, const Elements& elements, Findings* findings) {
+  int count = 0;
+  float largest = 0;
+  std::optional<std::array<float, 3>> first;
+  for (const auto* element : elements) {
+    const auto& coordinates = element->textureCoords();
+    for (int i = 0; i < coordinates.size(); ++i) {
+      const float far = std::max(std::fabs(coordinates[i].u), std::fabs(coordinates[i].v));
+      if (far <= kMostTextureRepeats) continue;
+      ++count;
+      largest = std::max(largest, far);
+      const float* const p = element->vertices()[i].position();
+      if (!first) first = {p[0], p[1], p[2]};
+    }
+  }
+  if (count == 0) return;
+  findings->add(
+      Kind("texture-coordinates"), PlaceOf(body),
+      Counted(count, "corner", "corners") + ", up to " + Short(static_cast<double>(largest)), count,
+      {false, {}, {}, first});
+}
+
+void CheckTextureCoordinates(const CheckInput& input, Findings* findings) {
+  for (const BaBody* body : input.bodies) {
+    CheckCoordinates(*body, body->texturedPolygons(), findings);
+    CheckCoordinates(*body, body->texturedTMeshes(), findings);
+  }
+}
+
+constexpr CheckRule kShapeRules[] = {CheckShape, CheckTextureCoordinates};
+
+}  // namespace
+
+std::span<const CheckRule> ShapeRules() { return kShapeRules; }

@@ -1,0 +1,119 @@
+// The rules of "check" about what readers pass over: units of angles that do not fit, sections that
+// nobody reads.
+#include <charconv>
+#include <cmath>
+#include <numbers>
+
+#include "checkrules.h"
+#include "style.h"
+#include "textrecords.h"
+
+namespace {
+
+constexpr double kTurn = 2 * std::numbers::pi;
+constexpr double kNear = 1e-4;
+
+// The three numbers of a rotation.
+Point AnglesOf(std::string_view text) {
+  Point angles = {};
+  const char* p = text.data();
+  const char* const end = p + text.size();
+  for (double& angle : angles) {
+    while (p != end && (*p == ' ' || *p == '\t' || *p == '+')) ++p;
+    p = std::from_chars(p, end, angle).ptr;
+  }
+  return angles;
+}
+
+// The rotations of one file's bodies.
+struct Angles {
+  int beyond_turn = 0;  // bodies
+  const TextRecord* first_beyond = nullptr;
+  double largest = 0;
+  const TextRecord* quarter = nullptr;  // the first that has pi or a half of it
+};
+
+void AddAngles(const TextRecord& body, Angles* angles) {
+  const TextItem* const item = body.find("ROTATION");
+  if (item == nullptr) return;
+  double largest = 0;
+  for (const double angle : AnglesOf(item->value)) {
+    const double size = std::fabs(angle);
+    largest = std::max(largest, size);
+    const bool is_quarter = std::fabs(size - std::numbers::pi) < kNear ||
+                            std::fabs(size - std::numbers::pi / 2) < kNear;
+    if (is_quarter && angles->quarter == nullptr) angles->quarter = &body;
+  }
+  angles->largest = std::max(angles->largest, largest);
+  if (largest <= kTurn + kNear) return;
+  ++angles->beyond_turn;
+  if (angles->first_beyond == nullptr) angles->first_beyond = &body;
+}
+
+Place BodyPlace(const TextRecord& record) {
+  return {"body", record.name, record.id == 0 ? std::nullopt : std::optional(record.id)};
+}
+
+void CheckAnglesOfFile(const TextRecords& text, std::size_t file, Findings* findings) {
+  Angles angles;
+  bool is_degrees = false;
+  bool is_radians = true;
+  for (const TextRecord& record : text.records()) {
+    if (record.file != file) continue;
+    if (record.key == "BODY") AddAngles(record, &angles);
+    const TextItem* const unit = record.key == "UNITS" ? record.find("ANGLE") : nullptr;
+    if (unit == nullptr) continue;
+    // With another factor nobody can tell.
+    is_radians = unit->value.starts_with("1 ") && unit->value.ends_with("RADIANS");
+    is_degrees = unit->value.starts_with("1 ") && unit->value.ends_with("DEGREES");
+  }
+  const Spot spot = {false, "ROTATION"};
+  if (is_radians && angles.beyond_turn > 0) {
+    findings->add(Kind("angles-degrees"), BodyPlace(*angles.first_beyond),
+                  Counted(angles.beyond_turn, "body turns", "bodies turn") + " by up to " +
+                      Short(angles.largest) + " radians",
+                  angles.beyond_turn, spot);
+  }
+  if (is_degrees && angles.quarter != nullptr && angles.largest <= kTurn + kNear) {
+    findings->add(
+        Kind("angles-radians"), BodyPlace(*angles.quarter),
+        "no angle is above " + Short(angles.largest) + " degrees, and some are parts of pi", 1,
+        spot);
+  }
+}
+
+void CheckAngles(const CheckInput& input, Findings* findings) {
+  if (input.model.version() < 2.0F) return;
+  const TextRecords& text = input.texts->model();
+  for (std::size_t file = 0; file < text.files().size(); ++file) {
+    CheckAnglesOfFile(text, file, findings);
+  }
+}
+
+void CheckEnd(const TextRecords& text, const Place& place, Findings* findings) {
+  for (const TextRecord& record : text.records()) {
+    if (record.key != "END") continue;
+    const TextFile& file = *text.files()[record.file];
+    const std::size_t more = file.text.find_first_not_of(" \t\r\n", record.end);
+    if (more == std::string::npos) continue;
+    const std::string word =
+        file.text.substr(more, file.text.find_first_of(" :{\r\n", more) - more);
+    Finding finding = {Kind("after-end"), place, "the first of it is " + word};
+    finding.where = WhereFinder().find(text.placeOf(record, more));
+    findings->add(std::move(finding));
+  }
+}
+
+void CheckEnds(const CheckInput& input, Findings* findings) {
+  if (input.model.version() >= 2.0F) {
+    CheckEnd(input.texts->model(), {"model", input.model_file, {}}, findings);
+  }
+  if (input.mapping == nullptr) return;
+  CheckEnd(input.texts->mapping(), {"mapping", input.dof_file, {}}, findings);
+}
+
+constexpr CheckRule kTextRules[] = {CheckAngles, CheckEnds};
+
+}  // namespace
+
+std::span<const CheckRule> TextRules() { return kTextRules; }
