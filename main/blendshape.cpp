@@ -33,12 +33,10 @@ BlendShapeBuilder::BlendShapeBuilder(KFbxScene* scene, const BaModelData& model_
   }
 }
 
-void BlendShapeBuilder::addTo(KFbxMesh* mesh, const std::vector<MeshBody>& bodies,
-                              const Faces& faces) const {
-  if (_sliders.empty()) return;
+void BlendShapeBuilder::addTo(KFbxMesh* mesh, const SliderOffsets& sliders) const {
   const BaMDSliderGroup* group = nullptr;
   KFbxBlendShape* blend_shape = nullptr;
-  for (const auto& [place, offsets] : _collectOffsets(bodies, faces)) {
+  for (const auto& [place, offsets] : sliders) {
     const Slider& slider = _sliders[place];
     if (blend_shape == nullptr || slider.group != group) {
       group = slider.group;
@@ -51,9 +49,10 @@ void BlendShapeBuilder::addTo(KFbxMesh* mesh, const std::vector<MeshBody>& bodie
   }
 }
 
-std::map<std::size_t, BlendShapeBuilder::Offsets> BlendShapeBuilder::_collectOffsets(
-    const std::vector<MeshBody>& bodies, const Faces& faces) const {
-  std::map<std::size_t, Offsets> sliders;
+SliderOffsets BlendShapeBuilder::collect(const std::vector<MeshBody>& bodies,
+                                         const Faces& faces) const {
+  SliderOffsets sliders;
+  if (_sliders.empty()) return sliders;
   for (const Faces::Part& part : faces.parts) {
     const KFbxXMatrix& to_mesh = bodies[static_cast<std::size_t>(part.body)].to_mesh;
     for (const BaMDVertexEffects* effects : part.vertices->effects()) {
@@ -61,7 +60,7 @@ std::map<std::size_t, BlendShapeBuilder::Offsets> BlendShapeBuilder::_collectOff
       if (blend == nullptr) continue;
       const auto slider = _places.find({blend->sliderGroup(), blend->sliderName()});
       if (slider == _places.end()) continue;
-      Offsets& offsets = sliders[slider->second];
+      PointOffsets& offsets = sliders[slider->second];
       for (const BaMDBlendVEffects::Vector& vector : blend->vectors()) {
         AddOffset(vector, to_mesh, _scale_factor, &offsets[part.first_point + vector.vertex - 1]);
       }
@@ -70,7 +69,7 @@ std::map<std::size_t, BlendShapeBuilder::Offsets> BlendShapeBuilder::_collectOff
   return sliders;
 }
 
-KFbxShape* BlendShapeBuilder::_createShape(const BtStr& name, const Offsets& offsets) const {
+KFbxShape* BlendShapeBuilder::_createShape(const BtStr& name, const PointOffsets& offsets) const {
   KFbxShape* shape = KFbxShape::Create(_scene, name);
   for (const auto& [point, offset] : offsets) {
     shape->AddOffset(point, offset[0], offset[1], offset[2]);

@@ -18,15 +18,22 @@ class KFbxMesh;
 class KFbxScene;
 class KFbxShape;
 
+// Offsets in the mesh's space by control point, in ascending order as files have them.
+using PointOffsets = std::map<std::int32_t, std::array<double, 3>>;
+// Those of each slider that moves points of a mesh, by its place among all sliders.
+using SliderOffsets = std::map<std::size_t, PointOffsets>;
+
 // Builds the blend shapes of one scene. The sliders are put in order once, so that a mesh costs
 // what moves its own vertices.
 class BlendShapeBuilder {
  public:
   BlendShapeBuilder(KFbxScene* scene, const BaModelData& model_data, float scale_factor);
 
+  [[nodiscard]] SliderOffsets collect(const std::vector<MeshBody>& bodies,
+                                      const Faces& faces) const;
   // Adds a deformer per slider group and in it a channel with one target per slider, in the
   // document's order. Groups and sliders that move no vertex of this mesh are left out.
-  void addTo(KFbxMesh* mesh, const std::vector<MeshBody>& bodies, const Faces& faces) const;
+  void addTo(KFbxMesh* mesh, const SliderOffsets& sliders) const;
 
  private:
   struct Slider {
@@ -40,13 +47,8 @@ class BlendShapeBuilder {
       return 31 * BtHash()(key.first) + BtHash()(key.second);
     }
   };
-  // Offsets in the mesh's space by control point, in ascending order as files have them.
-  using Offsets = std::map<std::int32_t, std::array<double, 3>>;
 
-  // The offsets of each slider that moves vertices of a mesh, by its place among all sliders.
-  [[nodiscard]] std::map<std::size_t, Offsets> _collectOffsets(const std::vector<MeshBody>& bodies,
-                                                               const Faces& faces) const;
-  [[nodiscard]] KFbxShape* _createShape(const BtStr& name, const Offsets& offsets) const;
+  [[nodiscard]] KFbxShape* _createShape(const BtStr& name, const PointOffsets& offsets) const;
 
   KFbxScene* _scene;
   double _scale_factor;

@@ -10,6 +10,8 @@
 #include "Fbx/kfbxnode.h"
 #include "Fbx/kfbxscene.h"
 #include "accuracy.h"
+#include "coincidentpoints.h"
+#include "joinbodies.h"
 #include "material.h"
 #include "normals.h"
 #include "skin.h"
@@ -21,6 +23,11 @@ const BaMDBody& TopOf(const BaModelData& model_data, const BaMDBody& body) {
   const BaMDBody* top = &body;
   while (!top->isTopLevel()) top = model_data.bodyByName(top->parentName());
   return *top;
+}
+
+// For each point the first at its place; nothing for one part, which has one point at each place.
+std::vector<std::uint32_t> CoincidentAmongParts(const Faces& faces) {
+  return faces.parts.size() > 1 ? FirstCoincident(faces.points) : std::vector<std::uint32_t>();
 }
 
 }  // namespace
@@ -51,16 +58,36 @@ KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* 
   KFbxMesh* mesh = KFbxMesh::Create(_scene, body.name() + "_mesh");
   mesh_node->SetNodeAttribute(mesh);
   for (const char* name : faces.materials) mesh_node->AddMaterial(_materials->material(name));
-  _setNormals(mesh, body, faces, whole_chain);
-  AddSkin(_scene, mesh, node, bodies, faces);
-  _blend_shapes.addTo(mesh, bodies, faces);
-
+  _completePoints(mesh, bodies, whole_chain, &faces);
   mesh->GetControlPoints() = std::move(faces.points);
   mesh->SetPolygons(std::move(faces.corners), std::move(faces.face_materials));
   if (!faces.corner_uvs.empty()) {
     mesh->SetUVs(SceneMaterials::kUvSet, std::move(faces.uvs), std::move(faces.corner_uvs));
   }
   return mesh_node;
+}
+
+// Gives the mesh its normals and what moves its points, and joins the bodies of a chain.
+void MeshBuilder::_completePoints(KFbxMesh* mesh, const std::vector<MeshBody>& bodies,
+                                  bool whole_chain, Faces* faces) {
+  const MeshBody& top = bodies.front();
+  SkinWeights weights = CollectWeights(*_scene, bodies, *faces);
+  SliderOffsets offsets = _blend_shapes.collect(bodies, *faces);
+  std::vector<double> normals;
+  const bool is_smooth = _model_data.combineVertexNormals();
+  if (!is_smooth) {
+    mesh->SetNormals(KFbxMesh::eBY_POLYGON_VERTEX, FlatNormals(*faces), FacePerCorner(*faces));
+  } else if (!whole_chain) {
+    normals = _bodyNormals(*top.body, faces->pointCount());
+  }
+  if (whole_chain) {
+    const std::vector<std::uint32_t> first = CoincidentAmongParts(*faces);
+    if (is_smooth) normals = SmoothNormals(*faces, first);
+    JoinBodies(first, {faces, &normals, &weights, &offsets});
+  }
+  if (is_smooth) mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, std::move(normals));
+  AddSkin(_scene, mesh, top.node, weights);
+  _blend_shapes.addTo(mesh, offsets);
 }
 
 // The bodies of a chain, parents first, each with the transform from its rest place into that of
@@ -85,17 +112,6 @@ std::vector<MeshBody> MeshBuilder::_chainBelow(const BaMDBody& top, KFbxNode* to
   return bodies;
 }
 
-void MeshBuilder::_setNormals(KFbxMesh* mesh, const BaMDBody& body, const Faces& faces,
-                              bool whole_chain) {
-  if (!_model_data.combineVertexNormals()) {
-    mesh->SetNormals(KFbxMesh::eBY_POLYGON_VERTEX, FlatNormals(faces), FacePerCorner(faces));
-  } else if (whole_chain) {
-    mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, SmoothNormals(faces));
-  } else {
-    mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, _bodyNormals(body, faces.pointCount()));
-  }
-}
-
 // The normals of a body that is a mesh of its own, taken from those of its whole chain: its
 // neighbours count where bodies meet.
 std::vector<double> MeshBuilder::_bodyNormals(const BaMDBody& body, std::size_t count) {
@@ -116,7 +132,7 @@ void MeshBuilder::_computeChain(const BaMDBody& top) {
   _chain = {};
   const std::vector<MeshBody> bodies = _chainBelow(top, _scene->FindNodeByName(top.name()));
   const Faces faces = GatherFaces(_model_data, bodies, _scale_factor);
-  _chain.normals = SmoothNormals(faces);
+  _chain.normals = SmoothNormals(faces, CoincidentAmongParts(faces));
   for (const Faces::Part& part : faces.parts) {
     const MeshBody& body = bodies[static_cast<std::size_t>(part.body)];
     _chain.first_point.try_emplace(body.body, static_cast<std::size_t>(part.first_point));

@@ -38,7 +38,8 @@ class MeshBuilder {
   };
 
   std::vector<MeshBody> _chainBelow(const BaMDBody& top, KFbxNode* top_node) const;
-  void _setNormals(KFbxMesh* mesh, const BaMDBody& body, const Faces& faces, bool whole_chain);
+  void _completePoints(KFbxMesh* mesh, const std::vector<MeshBody>& bodies, bool whole_chain,
+                       Faces* faces);
   std::vector<double> _bodyNormals(const BaMDBody& body, std::size_t count);
   void _computeChain(const BaMDBody& top);
 

@@ -5,7 +5,6 @@
 #include <cmath>
 
 #include "accuracy.h"
-#include "coincidentpoints.h"
 #include "faces.h"
 
 namespace {
@@ -67,8 +66,7 @@ void ForEachFace(const Faces& faces, Visit visit) {
 }
 
 // Every point gets the sum of all points that coincide with it.
-void ShareSums(const Faces& faces, std::vector<double>* sums) {
-  const std::vector<std::uint32_t> first = FirstCoincident(faces.points);
+void ShareSums(const std::vector<std::uint32_t>& first, std::vector<double>* sums) {
   for (std::size_t i = 0; i < first.size(); ++i) {
     if (first[i] != i) AddTo(sums, first[i], PointAt(*sums, i));
   }
@@ -80,16 +78,15 @@ void ShareSums(const Faces& faces, std::vector<double>* sums) {
 
 }  // namespace
 
-std::vector<double> SmoothNormals(const Faces& faces) {
+std::vector<double> SmoothNormals(const Faces& faces, const std::vector<std::uint32_t>& first) {
   std::vector<double> normals(faces.points.size(), 0.0);
-  ForEachFace(faces, [&](std::size_t first, std::size_t last) {
-    const Vector area = AreaVector(faces, first, last);
-    for (std::size_t i = first; i < last; ++i) {
+  ForEachFace(faces, [&](std::size_t begin, std::size_t end) {
+    const Vector area = AreaVector(faces, begin, end);
+    for (std::size_t i = begin; i < end; ++i) {
       AddTo(&normals, PointOfCorner(faces.corners[i]), area);
     }
   });
-  // The points of one part are already welded.
-  if (faces.parts.size() > 1) ShareSums(faces, &normals);
+  ShareSums(first, &normals);
   Normalize(&normals);
   return normals;
 }

@@ -17,29 +17,22 @@
 
 namespace {
 
-// One weight of one control point. Nodes are numbered in the order in which they come up.
-struct Influence {
-  std::int32_t point;
-  int node;
-  double weight;
-};
-
 // Numbers the nodes that vertices follow.
 class FollowedNodes {
  public:
-  explicit FollowedNodes(KFbxScene* scene) : _scene(scene) {}
+  FollowedNodes(const KFbxScene& scene, std::vector<KFbxNode*>* nodes)
+      : _scene(scene), _nodes(*nodes) {}
 
-  int numberOf(const BtStr& body_name) { return numberOf(_scene->FindNodeByName(body_name)); }
+  int numberOf(const BtStr& body_name) { return numberOf(_scene.FindNodeByName(body_name)); }
   int numberOf(KFbxNode* node) {
     const auto [entry, is_new] = _numbers.try_emplace(node, static_cast<int>(_nodes.size()));
     if (is_new) _nodes.push_back(node);
     return entry->second;
   }
-  [[nodiscard]] const std::vector<KFbxNode*>& nodes() const { return _nodes; }
 
  private:
-  KFbxScene* _scene;
-  std::vector<KFbxNode*> _nodes;
+  const KFbxScene& _scene;
+  std::vector<KFbxNode*>& _nodes;
   BtFlatMap<KFbxNode*, int> _numbers;
 };
 
@@ -133,42 +126,41 @@ void AddPart(int first_point, int last_point, int own_node, std::span<Influence>
   }
 }
 
-std::vector<Influence> CollectInfluences(const std::vector<MeshBody>& bodies, const Faces& faces,
-                                         FollowedNodes* nodes) {
-  std::vector<Influence> all;
-  all.reserve(faces.pointCount());
+}  // namespace
+
+SkinWeights CollectWeights(const KFbxScene& scene, const std::vector<MeshBody>& bodies,
+                           const Faces& faces) {
+  SkinWeights all;
+  FollowedNodes nodes(scene, &all.nodes);
+  all.influences.reserve(faces.pointCount());
   for (std::size_t i = 0; i < faces.parts.size(); ++i) {
     const Faces::Part& part = faces.parts[i];
     const MeshBody& body = bodies[static_cast<std::size_t>(part.body)];
     const int last_point = i + 1 < faces.parts.size() ? faces.parts[i + 1].first_point
                                                       : static_cast<int>(faces.pointCount());
     Corrections corrections;
-    const int own_node = nodes->numberOf(body.node);
-    std::vector<Influence> flex = FlexWeights(*part.vertices, part.first_point, nodes);
+    const int own_node = nodes.numberOf(body.node);
+    std::vector<Influence> flex = FlexWeights(*part.vertices, part.first_point, &nodes);
     MergeWeights(&flex, &corrections);
-    AddPart(part.first_point, last_point, own_node, flex, &corrections, &all);
+    AddPart(part.first_point, last_point, own_node, flex, &corrections, &all.influences);
     Warn(*body.body, corrections);
   }
   return all;
 }
 
-}  // namespace
-
-void AddSkin(KFbxScene* scene, KFbxMesh* mesh, KFbxNode* mesh_parent,
-             const std::vector<MeshBody>& bodies, const Faces& faces) {
-  FollowedNodes nodes(scene);
-  const std::vector<Influence> influences = CollectInfluences(bodies, faces, &nodes);
-  const bool rigid =
-      std::all_of(influences.begin(), influences.end(), [&](const Influence& influence) {
-        return nodes.nodes()[static_cast<std::size_t>(influence.node)] == mesh_parent;
-      });
+void AddSkin(KFbxScene* scene, KFbxMesh* mesh, KFbxNode* mesh_parent, const SkinWeights& weights) {
+  const auto& [nodes, influences] = weights;
+  const bool rigid = std::all_of(influences.begin(), influences.end(),
+                                 [&nodes = nodes, mesh_parent](const Influence& i) {
+                                   return nodes[static_cast<std::size_t>(i.node)] == mesh_parent;
+                                 });
   if (rigid) return;
 
   KFbxSkin* skin = KFbxSkin::Create(scene, "");
-  std::vector<std::size_t> n_points(nodes.nodes().size());
+  std::vector<std::size_t> n_points(nodes.size());
   for (const Influence& influence : influences)
     ++n_points[static_cast<std::size_t>(influence.node)];
-  std::vector<KFbxCluster*> clusters(nodes.nodes().size(), nullptr);
+  std::vector<KFbxCluster*> clusters(nodes.size(), nullptr);
   for (const Influence& influence : influences) {
     const auto number = static_cast<std::size_t>(influence.node);
     KFbxCluster*& cluster = clusters[number];
@@ -181,11 +173,10 @@ void AddSkin(KFbxScene* scene, KFbxMesh* mesh, KFbxNode* mesh_parent,
   }
   for (std::size_t i = 0; i < clusters.size(); ++i) {
     if (clusters[i] == nullptr) continue;
-    clusters[i]->SetLink(nodes.nodes()[i]);
+    clusters[i]->SetLink(nodes[i]);
     // The mesh's node coincides with the node that it hangs under.
     clusters[i]->SetTransformMatrix(scene->GetEvaluator()->GetNodeGlobalTransform(mesh_parent));
-    clusters[i]->SetTransformLinkMatrix(
-        scene->GetEvaluator()->GetNodeGlobalTransform(nodes.nodes()[i]));
+    clusters[i]->SetTransformLinkMatrix(scene->GetEvaluator()->GetNodeGlobalTransform(nodes[i]));
     skin->AddCluster(clusters[i]);
   }
   mesh->AddDeformer(skin);

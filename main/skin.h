@@ -1,6 +1,7 @@
 // Skin: the bodies that the vertices of a mesh follow.
 #pragma once
 
+#include <cstdint>
 #include <vector>
 
 #include "faces.h"
@@ -9,9 +10,25 @@ class KFbxMesh;
 class KFbxNode;
 class KFbxScene;
 
-// Binds the mesh to the nodes that its vertices follow, at their rest pose. A vertex follows the
-// body that it is defined on with what its flex weights leave of 1. A mesh of which every vertex
-// follows only the node that it hangs under needs no skin and gets none. Weights that cannot stand
-// as they are (negative ones, sums above 1) are put right with a warning.
-void AddSkin(KFbxScene* scene, KFbxMesh* mesh, KFbxNode* mesh_parent,
-             const std::vector<MeshBody>& bodies, const Faces& faces);
+// One weight of one control point.
+struct Influence {
+  std::int32_t point;
+  int node;  // its place among those that are followed
+  double weight;
+};
+
+// The nodes that the points of a mesh follow, in the order in which they come up, and the weights,
+// point after point.
+struct SkinWeights {
+  std::vector<KFbxNode*> nodes;
+  std::vector<Influence> influences;
+};
+
+// A vertex follows the body that it is defined on with what its flex weights leave of 1. Weights
+// that cannot stand as they are (negative ones, sums above 1) are put right with a warning.
+SkinWeights CollectWeights(const KFbxScene& scene, const std::vector<MeshBody>& bodies,
+                           const Faces& faces);
+
+// Binds the mesh to the nodes that its points follow, at their rest pose. A mesh of which every
+// point follows only the node that it hangs under needs no skin and gets none.
+void AddSkin(KFbxScene* scene, KFbxMesh* mesh, KFbxNode* mesh_parent, const SkinWeights& weights);

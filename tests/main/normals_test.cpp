@@ -7,6 +7,7 @@
 #include <valarray>
 
 #include "accuracy.h"
+#include "coincidentpoints.h"
 #include "faces.h"
 
 namespace {
@@ -84,7 +85,7 @@ std::vector<double> PlainNormals(const Faces& faces) {
 TEST(SmoothNormals, AreThoseOfAllCoincidentPoints) {
   for (unsigned seed = 0; seed < 20; ++seed) {
     const Faces faces = RandomFaces(seed, seed % 2 == 0 ? 1.0 : 12345.0);
-    const std::vector<double> normals = SmoothNormals(faces);
+    const std::vector<double> normals = SmoothNormals(faces, FirstCoincident(faces.points));
     const std::vector<double> expected = PlainNormals(faces);
     ASSERT_EQ(normals.size(), expected.size());
     for (std::size_t i = 0; i < normals.size(); ++i) {

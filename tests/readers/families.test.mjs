@@ -96,7 +96,8 @@ for (const { model, name, texts = [] } of characters) {
 
 test('one point that moves changes few lines', () => {
   const original = readFileSync(join(samples, 'fox-v2.mdl'), 'utf8');
-  const moved = original.replace(/(COORDINATES \{\n +\S+ \S+ )\S+/, '$199.5');
+  // The second point: the first one is shared with another body, and would leave it behind.
+  const moved = original.replace(/(COORDINATES \{\n.*\n +\S+ \S+ )\S+/, '$199.5');
   assert.notEqual(moved, original);
   for (const version of ['2011', '2010']) {
     const [before, after] = [original, moved].map((text) => {

@@ -10,11 +10,7 @@ class FbxRecordSink;
 struct FbxDocumentSource;
 
 // What an object's own list holds of its table of properties.
-enum class FbxSelection : std::uint8_t {
-  eAll,
-  eChanged,  // those that differ from the default
-  eNamed,    // those that the object names
-};
+enum class FbxSelection : std::uint8_t { eAll, eChanged };
 
 // How files of several versions speak.
 struct FbxFamily {
@@ -24,7 +20,6 @@ struct FbxFamily {
   bool has_empty_lists;            // objects without properties have a list of them, too
   bool has_labels;                 // properties state a second name of their type
   FbxSelection selection;          // newer files have templates with the rest
-  FbxSelection shown;              // of what readers show though they may not know the template
   std::string_view property_list;  // words for records
   std::string_view property;
   std::string_view connection;
@@ -44,31 +39,12 @@ void FbxWriteDocument61(FbxRecordSink* sink, const FbxDocumentSource& source);
 
 // The newer family: objects with ids.
 inline constexpr FbxFamily kFbxFamily71 = {
-    FbxWriteDocument71,
-    true,
-    false,
-    true,
-    FbxSelection::eChanged,
-    FbxSelection::eNamed,
-    "Properties70",
-    "P",
-    "C",
-    0,
-    300,
+    FbxWriteDocument71, true, false, true, FbxSelection::eChanged, "Properties70", "P", "C", 0, 300,
 };
 // The older family: objects by name, meshes inside their models.
 inline constexpr FbxFamily kFbxFamily61 = {
-    FbxWriteDocument61,
-    false,
-    true,
-    false,
-    FbxSelection::eAll,
-    FbxSelection::eAll,
-    "Properties60",
-    "Property",
-    "Connect",
-    1,
-    5000,
+    FbxWriteDocument61, false,      true,      false, FbxSelection::eAll,
+    "Properties60",     "Property", "Connect", 1,     5000,
 };
 
 // Of one family the version that a writer takes by itself comes first.

@@ -290,13 +290,14 @@ void FbxDocument::writeMaterials() {
         {"Opacity", 1 - Brightness(m.TransparentColor.Get()) * m.TransparencyFactor.Get()},
         {"Reflectivity", Brightness(m.ReflectionColor.Get()) * m.ReflectionFactor.Get()},
     };
+    // All of them in both families: readers show them, but not every one knows the template.
     openObject("Material", refer(entry), "");
     _sink.leaf("Version", std::int32_t{102});
     _sink.leaf("ShadingModel", "phong");
     _sink.leaf("MultiLayer", std::int32_t{0});
     FbxPropertyWriter list = properties();
     list.begin();
-    list.write(FbxPhongProperties(), settings, _family.shown);
+    list.write(FbxPhongProperties(), settings);
     list.write(FbxPhongLegacyProperties(), legacy);
     list.end();
     _sink.end();
@@ -332,7 +333,7 @@ void FbxDocument::writeTextures() {
     _sink.leaf("TextureName", refer(entry).name);
     FbxPropertyWriter list = properties();
     list.begin();
-    list.write(FbxTextureProperties(), settings, _family.shown);
+    list.write(FbxTextureProperties(), settings);
     list.end();
     if (entry.video != FbxSceneContent::kNone) {
       _sink.leaf("Media", refer(_content.videos[static_cast<std::size_t>(entry.video)]).name);

@@ -248,18 +248,6 @@ constexpr FbxPropertyRow kAnimLayer[] = {
     {"BlendModeBypass", eULongLong, 0},
 };
 
-bool IsSelected(FbxSelection selection, bool is_named, bool is_changed) {
-  switch (selection) {
-    case FbxSelection::eAll:
-      return true;
-    case FbxSelection::eChanged:
-      return is_changed;
-    case FbxSelection::eNamed:
-      break;
-  }
-  return is_named;
-}
-
 }  // namespace
 
 std::span<const FbxPropertyRow> FbxNodeProperties() { return kNode; }
@@ -285,7 +273,9 @@ void FbxPropertyWriter::write(std::span<const FbxPropertyRow> table,
   for (const FbxPropertyRow& row : table) {
     const bool is_set = !settings.empty() && settings.front().name == row.name;
     const FbxPropertyValue& value = is_set ? settings.front().value : row.value;
-    if (IsSelected(selection, is_set, value != row.value)) write(row, value, suffix);
+    if (selection == FbxSelection::eAll || value != row.value) {
+      write(row, value, suffix);
+    }
     if (is_set) settings = settings.subspan(1);
   }
   BtAssert(settings.empty());

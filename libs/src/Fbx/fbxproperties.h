@@ -88,8 +88,8 @@ class FbxPropertyWriter {
   // The record that the properties stand in.
   void begin();
   void end();
-  // The rows of a table with the values of `settings`, which name rows in the table's order; which
-  // of the rows, `selection` says. `suffix` is added to the flags.
+  // The rows of a table with the values of `settings`, which name rows in the table's order; either
+  // all or those that differ from the default. `suffix` is added to the flags.
   void write(std::span<const FbxPropertyRow> table, std::span<const FbxSetting> settings = {},
              FbxSelection selection = FbxSelection::eAll, std::string_view suffix = "");
   void write(const FbxPropertyRow& row, const FbxPropertyValue& value,
