@@ -2,10 +2,15 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
+#include <exception>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <semaphore>
+#include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "Bt/btexcept.h"
 #include "Bt/bthash.h"
@@ -13,16 +18,41 @@
 
 namespace {
 
-using std::chrono::steady_clock;
-constexpr std::chrono::milliseconds kPatience(20);
+constexpr std::chrono::milliseconds kPatience(10);  // between two questions for Ctrl-C
+constexpr int kTurnsToStop = 2;                     // for work that is asked to stop
 
-std::timed_mutex mutex;
+// The lock. A semaphore, since work that is left to itself gives it back in another thread.
+std::binary_semaphore lock(1);
 std::atomic<std::thread::id> owner;
-int depth = 0;               // how often the owner has it
-bool is_in_handler = false;  // of a signal
-// What a signal handler raised in the middle of a library.
-std::optional<py::error_already_set> interrupt;
-steady_clock::time_point asked_last;
+int depth = 0;  // how often the owner has it
+// How often this thread has a lock that it left to its work.
+thread_local int left_behind = 0;
+// True in a thread that waits for its work, and so in signal handlers.
+thread_local bool is_waiting = false;
+
+std::atomic<bool> stop_asked = false;
+bool StopAsked() { return stop_asked; }
+
+// Work and what becomes of it. Python's things in it are let go with the interpreter only.
+struct Job {
+  std::function<void()> work;
+  std::vector<Told> told;
+  std::exception_ptr failure;
+  std::mutex mutex;
+  std::condition_variable ended;
+  bool is_ended = false;
+  bool is_left = false;  // nobody waits for it
+};
+
+// Guarded by the interpreter's lock: work that was left to itself, and what is to be destroyed.
+std::vector<std::shared_ptr<Job>>& LeftJobs() {
+  static auto* const jobs = new std::vector<std::shared_ptr<Job>>;
+  return *jobs;
+}
+std::vector<std::function<void()>>& Discarded() {
+  static auto* const discarded = new std::vector<std::function<void()>>;
+  return *discarded;
+}
 
 bool IsOwner() { return owner.load() == std::this_thread::get_id(); }
 
@@ -32,36 +62,90 @@ void Own() {
 }
 
 void Let() {
+  if (left_behind > 0) {
+    --left_behind;
+    return;
+  }
   if (--depth > 0) return;
   owner = std::thread::id();
-  mutex.unlock();
+  lock.release();
 }
 
-// Handlers of signals run in the main thread, and only there is anything to ask for.
-bool IsMainThread() {
-  static const unsigned long main_thread =
-      py::module_::import("threading").attr("main_thread")().attr("ident").cast<unsigned long>();
-  return PyThread_get_thread_ident() == main_thread;
-}
-
-bool WaitOutside() {
+bool TakeAfterWaiting() {
   const py::gil_scoped_release released;
-  return mutex.try_lock_for(kPatience);
+  return lock.try_acquire_for(kPatience);
 }
 
-// The cancel hook: asks Python at intervals whether a signal handler has raised something.
-bool AskPython() {
-  if (interrupt) return true;
-  const steady_clock::time_point now = steady_clock::now();
-  if (now - asked_last < kPatience) return false;
-  const py::gil_scoped_acquire acquired;
-  if (IsMainThread()) {
-    is_in_handler = true;
-    if (PyErr_CheckSignals() != 0) interrupt.emplace();
-    is_in_handler = false;
+// For a thread that has both locks: lets go what had to wait.
+void CleanUp() {
+  std::erase_if(LeftJobs(), [](const std::shared_ptr<Job>& job) {
+    const std::lock_guard guard(job->mutex);
+    if (job->is_ended) job->work = nullptr;
+    return job->is_ended;
+  });
+  while (!Discarded().empty()) {
+    const std::function<void()> destroy = std::move(Discarded().back());
+    Discarded().pop_back();
+    destroy();
   }
-  asked_last = steady_clock::now();
-  return interrupt.has_value();
+}
+
+void DoWork(Job* job) {
+  SetCancelHost(StopAsked);
+  theExceptObj.setCancelHook(StopAsked);
+  try {
+    job->work();
+    job->told = TakeTold();
+  } catch (...) {
+    job->failure = std::current_exception();
+  }
+  delete theExceptObj.release();
+}
+
+// What the thread of a job does.
+void WorkAlone(const std::shared_ptr<Job>& job) {
+  DoWork(job.get());
+  const std::lock_guard guard(job->mutex);
+  job->is_ended = true;
+  job->ended.notify_all();
+  if (job->is_left) lock.release();
+}
+
+// True when the job ends in time.
+bool WaitFor(Job* job) {
+  const py::gil_scoped_release released;
+  std::unique_lock guard(job->mutex);
+  return job->ended.wait_for(guard, kPatience, [job] { return job->is_ended; });
+}
+
+// Leaves the lock to a job that does not stop; false where it has ended meanwhile.
+bool LeaveAlone(const std::shared_ptr<Job>& job) {
+  const std::lock_guard guard(job->mutex);
+  if (job->is_ended) return false;
+  job->is_left = true;
+  left_behind = depth;
+  owner = std::thread::id();
+  depth = 0;
+  LeftJobs().push_back(job);
+  return true;
+}
+
+// Waits for a job, which is let go then, and raises what a signal handler raises meanwhile.
+void WaitOrLeave(const std::shared_ptr<Job>& job) {
+  bool is_left = false;
+  std::optional<py::error_already_set> interrupt;
+  int turns = 0;
+  is_waiting = true;
+  while (!is_left && !WaitFor(job.get())) {
+    if (!interrupt && PyErr_CheckSignals() != 0) {
+      interrupt.emplace();
+      stop_asked = true;
+    }
+    is_left = interrupt && ++turns > kTurnsToStop && LeaveAlone(job);
+  }
+  is_waiting = false;
+  if (!is_left) job->work = nullptr;
+  if (interrupt) throw py::error_already_set(*interrupt);
 }
 
 Told ToldBy(const BtExcept& record, WhereFinder* finder) {
@@ -78,69 +162,71 @@ py::object OrNone(const std::string& text) {
 }  // namespace
 
 Library::Library() {
-  if (IsOwner()) {
-    if (is_in_handler) {
-      throw std::runtime_error("kestrix is at work: it cannot be called by a signal handler now");
-    }
+  if (is_waiting) {
+    throw std::runtime_error("kestrix is at work: it cannot be called by a signal handler now");
+  }
+  if (left_behind == 0 && IsOwner()) {
     ++depth;
     return;
   }
-  if (!mutex.try_lock()) {
-    while (!WaitOutside()) {
+  if (!lock.try_acquire()) {
+    while (!TakeAfterWaiting()) {
       if (PyErr_CheckSignals() != 0) throw py::error_already_set();
     }
   }
   Own();
+  CleanUp();
 }
 
 Library::~Library() { Let(); }
 
-Library::Quietly::Quietly() {
-  if (IsOwner()) {
-    ++depth;
+void Discard(std::function<void()> destroy) {
+  if (!is_waiting && IsOwner()) return destroy();
+  if (is_waiting || !lock.try_acquire()) {
+    Discarded().push_back(std::move(destroy));
     return;
   }
-  if (!mutex.try_lock()) {
-    while (!WaitOutside()) {
-    }
-  }
   Own();
+  destroy();
+  Let();
 }
 
-Library::Quietly::~Quietly() { Let(); }
-
 void LockForFork() {
-  if (IsOwner()) return;  // a signal handler forks in the middle of a library
-  while (!mutex.try_lock()) {
-    if (WaitOutside()) break;
+  if (IsOwner()) return;  // a signal handler forks while its thread waits for work
+  if (!lock.try_acquire()) {
+    while (!TakeAfterWaiting()) {
+    }
   }
   Own();
 }
 
 void UnlockAfterFork() {
-  if (!is_in_handler) Let();
+  if (!is_waiting) Let();
 }
 
-Work::Work() {
-  asked_last = steady_clock::now();
-  SetCancelHost(AskPython);
-  theExceptObj.setCancelHook(AskPython);
+void EndWork() {
+  if (IsOwner()) return;
+  stop_asked = true;
+  LockForFork();
+  CleanUp();
+  Let();
 }
 
-Work::~Work() {
-  theExceptObj.setCancelHook(nullptr);
-  delete theExceptObj.release();
+std::vector<Told> Run(std::function<void()> work) {
+  const Library library;
+  const auto job = std::make_shared<Job>();
+  job->work = std::move(work);
+  stop_asked = false;
+  std::thread(WorkAlone, job).detach();
+  WaitOrLeave(job);
+  if (job->failure != nullptr) std::rethrow_exception(job->failure);
+  return std::move(job->told);
 }
 
-void Work::raiseInterrupt() {
-  if (!interrupt) {
-    // One that came where nobody asked.
-    if (PyErr_CheckSignals() != 0) throw py::error_already_set();
-    return;
-  }
-  const py::error_already_set raised = *interrupt;
-  interrupt.reset();
-  throw raised;
+void Call(std::function<void()> work) {
+  const std::vector<Told> told = Run(std::move(work));
+  if (!told.empty() && told.front().is_error) RaiseError(told);
+  Warn(told);
 }
 
 std::vector<Told> TakeTold() {

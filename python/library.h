@@ -6,6 +6,7 @@
 
 #include <pybind11/pybind11.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -20,25 +21,22 @@ class BtExcept;
 class Library {
  public:
   // Raises KeyboardInterrupt while it waits for another thread, and RuntimeError in a signal
-  // handler that was called out of the middle of a library.
+  // handler that was called while its thread waits for work in a library.
   Library();
   ~Library();
   Library(const Library&) = delete;
   Library& operator=(const Library&) = delete;
-
-  // For destructors, which cannot fail: objects may be let go at any time.
-  class Quietly {
-   public:
-    Quietly();
-    ~Quietly();
-    Quietly(const Quietly&) = delete;
-    Quietly& operator=(const Quietly&) = delete;
-  };
 };
+
+// Destroys an object of a library once nobody is in them: now, if that can be. It cannot fail,
+// since Python lets objects go at any time.
+void Discard(std::function<void()> destroy);
 
 // Before and after a fork: the child must not find the lock held by a thread that it has not got.
 void LockForFork();
 void UnlockAfterFork();
+// Before the interpreter ends: stops work that was left to itself and waits for it.
+void EndWork();
 
 // One thing that the libraries had to say.
 struct Told {
@@ -59,42 +57,16 @@ void Warn(const std::vector<Told>& told);
 // A list of kestrix.Message.
 py::list ToPython(const std::vector<Told>& told);
 
-// Part of Call(): while it lives the interpreter is free for other threads and Ctrl-C is heard.
-class Work {
- public:
-  Work();
-  ~Work();
-  Work(const Work&) = delete;
-  Work& operator=(const Work&) = delete;
-  // Raises what a signal handler raised meanwhile.
-  static void raiseInterrupt();
-
- private:
-  py::gil_scoped_release _released;
-};
-
-// Calls work() without the interpreter's lock and answers what was recorded meanwhile; raises
-// KeyboardInterrupt if Ctrl-C came. The work must touch nothing of Python's.
-template <class Do>
-std::vector<Told> Run(Do work) {
-  const Library library;
-  std::vector<Told> told;
-  {
-    const Work at_work;
-    work();
-    told = TakeTold();
-  }
-  Work::raiseInterrupt();
-  return told;
-}
+// Calls work() in a thread of its own, while the interpreter is free for other threads and Ctrl-C
+// is heard; answers what was recorded. The work must touch nothing of Python's.
+//
+// Work that does not stop soon after Ctrl-C is left to itself: KeyboardInterrupt is raised, and the
+// lock is the work's until it ends. The work therefore owns all that it touches or shares it; it is
+// let go by a thread that has the interpreter.
+std::vector<Told> Run(std::function<void()> work);
 
 // The same: an error raises kestrix.Error, warnings go to `warnings`.
-template <class Do>
-void Call(Do work) {
-  const std::vector<Told> told = Run(work);
-  if (!told.empty() && told.front().is_error) RaiseError(told);
-  Warn(told);
-}
+void Call(std::function<void()> work);
 
 // A text or an os.PathLike as the name of a file.
 std::string FileName(const py::object& path);

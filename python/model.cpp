@@ -61,7 +61,7 @@ BaMaterial* FindMaterial(const ModelPtr& model, const py::object& key) {
 ModelPtr ReadModel(const py::object& path) {
   const std::string file = FileName(path);
   const auto model = std::make_shared<Model>();
-  Call([&] { model->object->read(file.c_str()); });
+  Call([=] { model->object->read(file.c_str()); });
   return model;
 }
 
@@ -80,9 +80,8 @@ void SaveModel(const ModelPtr& model, const py::object& path, const std::string&
     throw py::value_error("the dialect must be 'document' or 'legacy'");
   }
   const std::string file = FileName(path);
-  std::vector<Told> losses;
-  losses = Run([&] { WarnOfLosses(*model->object, legacy); });
-  Call([&] {
+  const std::vector<Told> losses = Run([=] { WarnOfLosses(*model->object, legacy); });
+  Call([=] {
     if (!legacy) {
       WriteDocument(*model->object, file);
       return;
@@ -125,7 +124,7 @@ Body AddBody(const ModelPtr& model, const py::object& name, const py::object& pa
   if (own.findBody(BtStr(text.c_str())) != nullptr) {
     throw py::value_error("there is a body of this name");
   }
-  const int new_id = id ? CheckBodyId(*id) : FreeBodyId(own);
+  const int new_id = id ? CheckBodyId(*id) : FreeBodyId(model.get());
   if (own.findBody(new_id) != nullptr) throw py::value_error("there is a body with this id");
   BaBody body;
   body.setName(text.c_str());
@@ -138,9 +137,10 @@ Body AddBody(const ModelPtr& model, const py::object& name, const py::object& pa
 void RemoveBody(const ModelPtr& model, const py::object& key) {
   const Library library;
   BaBody* const body = &BodyOf(model, key);
-  bool removed = false;
-  Call([&] { removed = model->object->removeBody(body); });
-  if (removed) model->bodies.forget(body);
+  // The handles go with the body, even where nobody waits for that any more.
+  Call([=] {
+    if (model->object->removeBody(body)) model->bodies.forget(body);
+  });
 }
 
 void ChangeBodyIds(const ModelPtr& model, const std::map<long long, long long>& new_ids) {
@@ -223,14 +223,14 @@ py::array_t<double> WorldTransformOf(const Body& body) {
 
 void TriangulateBodies(const ModelPtr& model, const py::object& key) {
   const Library library;
-  if (key.is_none()) return Call([&] { Triangulate(model->object.get()); });
+  if (key.is_none()) return Call([=] { Triangulate(model->object.get()); });
   BaBody* const body = &BodyOf(model, key);
   const auto has_face = [](const auto* polygon) { return polygon->numVertices() >= 3; };
   if (!std::all_of(body->polygons().begin(), body->polygons().end(), has_face) ||
       !std::all_of(body->texturedPolygons().begin(), body->texturedPolygons().end(), has_face)) {
     throw py::value_error("the body has polygons of fewer than three corners");
   }
-  Call([&] { model->object->triangulateBody(body); });
+  Call([=] { model->object->triangulateBody(body); });
 }
 
 void RemoveUnusedMaterials(const ModelPtr& model, bool renumber) {
@@ -306,7 +306,7 @@ ModelPtr Combine(const py::iterable& items) {
   for (const py::handle item : items) parts.push_back(ToPart(item));
   const auto combined = std::make_shared<Model>();
   if (parts.empty()) return combined;
-  Call([&] {
+  Call([=] {
     BaModel& model = *combined->object;
     const BaModel& first = *parts.front().model->object;
     model.beginLoad();
@@ -365,6 +365,14 @@ py::list MusclesOf(const ModelPtr& model) {
     muscles.append(py::make_tuple(TextOf(muscle->name().view()), ids, muscle->materialId()));
   }
   return muscles;
+}
+
+// What is wrong with a model, None for one that holds together; for tests.
+py::object FaultOf(const ModelPtr& model) {
+  const Library library;
+  BtStr fault;
+  if (model->object->checkInvariants(&fault)) return py::none();
+  return TextOf(fault.view());
 }
 
 template <class Handle>
@@ -446,10 +454,16 @@ int CheckBodyId(long long id) {
   return static_cast<int>(id);
 }
 
-int FreeBodyId(const BaModel& model) {
-  int id = model.bodies().size();
-  if (id <= BaModel::kMaxBodyId) return std::max(id, 1);
-  for (id = 1; model.findBody(id) != nullptr;) ++id;
+int FreeBodyId(Model* model) {
+  const BaModel& own = *model->object;
+  int& id = model->next_body_id;
+  if (id == 0) {
+    id = own.bodies().size();
+    while (id > 1 && own.findBody(id - 1) == nullptr) --id;
+  }
+  while (id == 0 || own.findBody(id) != nullptr) ++id;
+  if (id <= BaModel::kMaxBodyId) return id;
+  for (id = 1; own.findBody(id) != nullptr;) ++id;
   return CheckBodyId(id);
 }
 
@@ -588,6 +602,7 @@ void BindModel(py::module_& module) {
           "Removes all bones.")
       .def("remove_unused_materials", RemoveUnusedMaterials, py::arg("renumber") = false,
            "Removes the materials that nothing uses; `renumber` gives the others small ids.")
+      .def("_fault", FaultOf)
       .def("__repr__", [](const ModelPtr& m) {
         return "<kestrix.Model of " + std::to_string(py::len(BodiesOf(m))) + " bodies>";
       });

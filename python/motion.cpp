@@ -21,7 +21,7 @@ MotionPtr ReadMotion(const py::object& path, std::optional<double> rate) {
   const std::string file = FileName(path);
   const double exact = CheckRate(rate);
   const auto motion = std::make_shared<Motion>();
-  Call([&] { motion->object->read(file.c_str(), {.rate = exact}); });
+  Call([=] { motion->object->read(file.c_str(), {.rate = exact}); });
   return motion;
 }
 
@@ -86,25 +86,25 @@ py::dict FrameOf(const Motion& motion, long long frame) {
   return values;
 }
 
-MotionPtr Resampled(const Motion& motion, double rate) {
+MotionPtr Resampled(const MotionPtr& motion, double rate) {
   const Library library;
   const double exact = CheckRate(rate);
-  const double count = motion.object->numFramesAt(exact);
-  const auto columns = static_cast<double>(motion.object->sysVarIds().size() + 1);
+  const double count = motion->object->numFramesAt(exact);
+  const auto columns = static_cast<double>(motion->object->sysVarIds().size() + 1);
   if (!(count * columns <= kMostValues)) throw py::value_error("the frames are too many");
-  auto resampled = std::make_shared<Motion>();
-  Call([&] { *resampled->object = motion.object->resampled(exact); });
+  const auto resampled = std::make_shared<Motion>();
+  Call([=] { *resampled->object = motion->object->resampled(exact); });
   return resampled;
 }
 
-MotionPtr Cut(const Motion& motion, std::optional<double> from, std::optional<double> to) {
+MotionPtr Cut(const MotionPtr& motion, std::optional<double> from, std::optional<double> to) {
   constexpr double kEver = std::numeric_limits<double>::max();
   const Library library;
   if ((from && std::isnan(*from)) || (to && std::isnan(*to))) {
     throw py::value_error("times must be numbers");
   }
-  auto cut = std::make_shared<Motion>();
-  Call([&] { *cut->object = motion.object->cut(from.value_or(-kEver), to.value_or(kEver)); });
+  const auto cut = std::make_shared<Motion>();
+  Call([=] { *cut->object = motion->object->cut(from.value_or(-kEver), to.value_or(kEver)); });
   return cut;
 }
 
@@ -130,9 +130,9 @@ void BindMotion(py::module_& module) {
                   "Reads a CSV motion file, compressed (.gz, .Z) or not. Raises kestrix.Error.")
       .def(
           "save",
-          [](const Motion& m, const py::object& path) {
+          [](const MotionPtr& m, const py::object& path) {
             const std::string file = FileName(path);
-            Call([&] { m.object->save(file.c_str()); });
+            Call([=] { m->object->save(file.c_str()); });
           },
           py::arg("path"), "Writes a CSV file, whole or not at all. Raises kestrix.Error.")
       .def_property_readonly(

@@ -60,8 +60,7 @@ class Held {
   Held(const Held&) = delete;
   Held& operator=(const Held&) = delete;
   ~Held() {
-    const Library::Quietly library;
-    object.reset();
+    Discard([object = object.release()] { delete object; });
   }
   std::unique_ptr<Object> object;
 };
@@ -70,6 +69,7 @@ class Model : public Held<BaModel> {
  public:
   Slots<BaBody> bodies;
   Slots<BaMaterial> materials;
+  int next_body_id = 0;  // where to look for a free one; 0 for above all others
 };
 class Mapping : public Held<BaUnlockedMapping> {
  public:
@@ -126,8 +126,8 @@ BaBody& BodyOf(const ModelPtr& model, const py::object& key);
 BaMaterial& MaterialOf(const ModelPtr& model, const py::object& key);
 // The id of a body, a free or a used one; raises ValueError where it is out of range.
 int CheckBodyId(long long id);
-// The least id that no body, or no material, has.
-int FreeBodyId(const BaModel& model);
+// An id that no body has, above all others while there is room; the least one that no material has.
+int FreeBodyId(Model* model);
 int FreeMaterialId(const BaModel& model);
 
 // The subjects, each in its own file.

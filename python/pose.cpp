@@ -60,6 +60,12 @@ class Frames {
     if (is_single) return poser.pose(_frame, places);
     poser.pose(*_motion->object, _chosen[i], places);
   }
+  // A new array with this shape for each frame; for one frame that is given, the shape alone.
+  template <class T>
+  [[nodiscard]] py::array_t<T> makeArray(std::vector<py::ssize_t> shape) const {
+    if (!is_single) shape.insert(shape.begin(), static_cast<py::ssize_t>(_chosen.size()));
+    return py::array_t<T>(shape);
+  }
   [[nodiscard]] double valueOf(int variable, std::size_t i) const {
     if (is_single) return _frame(variable);
     const std::span<const float> values = _motion->object->values(variable);
@@ -96,25 +102,31 @@ class Frames {
   BaFrame _frame;
 };
 
+const BaUnlockedMapping* ObjectOf(const MappingPtr& mapping) {
+  return mapping == nullptr ? nullptr : mapping->object.get();
+}
+
+// What work has to keep alive.
+std::pair<ModelPtr, MappingPtr> Holding(const ModelPtr& model, const MappingPtr& mapping) {
+  return {model, mapping};
+}
+
 py::array_t<double> PosesOf(const ModelPtr& model, const MappingPtr& mapping,
                             const py::object& frame, const py::object& chosen,
                             const std::string& angles, const std::optional<std::string>& lengths) {
   const Library library;
   const BaVariableUnits units = UnitsFor(*model->object, angles, lengths);
-  const Frames frames(frame, chosen);
-  const BaPoser poser(*model->object, mapping == nullptr ? nullptr : mapping->object.get(), units);
-  const std::size_t n_bodies = poser.bodies().size();
-  const auto n_frames = static_cast<py::ssize_t>(frames.count());
-  std::vector<py::ssize_t> shape = {static_cast<py::ssize_t>(n_bodies), 4, 4};
-  if (!frames.is_single) shape.insert(shape.begin(), n_frames);
-  py::array_t<double> poses(shape);
-  double* const out = poses.mutable_data();
-  Call([&] {
+  const auto frames = std::make_shared<const Frames>(frame, chosen);
+  const auto poser = std::make_shared<const BaPoser>(*model->object, ObjectOf(mapping), units);
+  const std::size_t n_bodies = poser->bodies().size();
+  const auto poses = frames->makeArray<double>({static_cast<py::ssize_t>(n_bodies), 4, 4});
+  double* const out = const_cast<double*>(poses.data());
+  Call([=, held = Holding(model, mapping), array = py::object(poses)] {
     static_assert(sizeof(Bt4X4DoubleMat) == 16 * sizeof(double));
     std::vector<Bt4X4DoubleMat> places(n_bodies);
-    for (std::size_t i = 0; i < frames.count(); ++i) {
+    for (std::size_t i = 0; i < frames->count(); ++i) {
       if (n_bodies == 0 || theExceptObj.cancelAsked()) break;
-      frames.pose(poser, i, places);
+      frames->pose(*poser, i, places);
       std::memcpy(out + i * 16 * n_bodies, &places[0](0, 0), n_bodies * sizeof(Bt4X4DoubleMat));
     }
   });
@@ -229,21 +241,20 @@ py::array_t<float> PosedPointsOf(const ModelPtr& model, const MappingPtr& mappin
                                  const std::optional<std::string>& lengths) {
   const Library library;
   const BaVariableUnits units = UnitsFor(*model->object, angles, lengths);
-  const Frames frames(frame, chosen);
-  const BaUnlockedMapping* const own = mapping == nullptr ? nullptr : mapping->object.get();
-  const BaPoser poser(*model->object, own, units);
-  std::optional<Skin> skin;
-  Call([&] { skin.emplace(*model->object, poser, own); });
-  std::vector<py::ssize_t> shape = {static_cast<py::ssize_t>(skin->count()), 3};
-  if (!frames.is_single) shape.insert(shape.begin(), static_cast<py::ssize_t>(frames.count()));
-  py::array_t<float> points(shape);
-  float* const out = points.mutable_data();
-  Call([&] {
-    std::vector<Bt4X4DoubleMat> places(poser.bodies().size());
-    for (std::size_t i = 0; i < frames.count(); ++i) {
+  const auto frames = std::make_shared<const Frames>(frame, chosen);
+  const BaUnlockedMapping* const own = ObjectOf(mapping);
+  const auto poser = std::make_shared<const BaPoser>(*model->object, own, units);
+  const auto skin = std::make_shared<std::optional<Skin>>();
+  const auto held = Holding(model, mapping);
+  Call([=] { skin->emplace(*held.first->object, *poser, own); });
+  const auto points = frames->makeArray<float>({static_cast<py::ssize_t>((*skin)->count()), 3});
+  float* const out = const_cast<float*>(points.data());
+  Call([=, array = py::object(points)] {
+    std::vector<Bt4X4DoubleMat> places(poser->bodies().size());
+    for (std::size_t i = 0; i < frames->count(); ++i) {
       if (theExceptObj.cancelAsked()) break;
-      frames.pose(poser, i, places);
-      skin->pose(frames, i, places, out + i * 3 * skin->count());
+      frames->pose(*poser, i, places);
+      (*skin)->pose(*frames, i, places, out + i * 3 * (*skin)->count());
     }
   });
   return points;

@@ -59,10 +59,10 @@ py::list ConvertFiles(const py::object& model, const py::object& dof, const py::
   }
   settings.mesh_per_body = mesh_per_body;
   settings.mb_version = mb_version.c_str();
-  Listener listener;
-  Run([&] { Convert(settings, &listener); });
-  std::vector<Told> told = std::move(listener.warnings);
-  std::move(listener.errors.begin(), listener.errors.end(), std::back_inserter(told));
+  const auto listener = std::make_shared<Listener>();
+  Run([=] { Convert(settings, listener.get()); });
+  std::vector<Told> told = std::move(listener->warnings);
+  std::move(listener->errors.begin(), listener->errors.end(), std::back_inserter(told));
   return ToPython(told);
 }
 
@@ -106,27 +106,34 @@ class Taken {
   std::streambuf* _old;
 };
 
-// Runs a command of kestrix-tool. Answers its exit status, what it printed and its complaints.
-py::tuple RunTool(const std::vector<py::bytes>& arguments) {
-  std::vector<std::string> texts = {"kestrix-tool"};
-  for (const py::bytes& argument : arguments) texts.push_back(argument);
-  std::vector<char*> argv;
-  for (std::string& text : texts) argv.push_back(text.data());
+// A run of a command of kestrix-tool: what it is given, what it printed and complained of.
+struct ToolRun {
+  std::vector<std::string> arguments = {"kestrix-tool"};
   int status = kExitTrouble;
   std::string printed;
   std::vector<Told> told;
-  Run([&] {
+
+  void run() {
+    std::vector<char*> argv;
+    for (std::string& argument : arguments) argv.push_back(argument.data());
     const Hearing hearing(&told);
     const Taken out(&std::cout);
     const Taken err(&std::cerr);
     status = RunCommandLine(static_cast<int>(argv.size()), argv.data());
     printed = out.text();
     // What is wrong with the options is printed only.
-    if (told.empty() && status == kExitTrouble && !err.text().empty()) {
-      told.push_back({true, err.text(), ""});
-    }
-  });
-  return py::make_tuple(status, py::bytes(printed), ToPython(told));
+    std::string text = err.text();
+    while (text.ends_with('\n')) text.pop_back();
+    if (told.empty() && status != kExitGood && !text.empty()) told.push_back({true, text, ""});
+  }
+};
+
+// Answers the exit status of a command, what it printed and its complaints.
+py::tuple RunTool(const std::vector<py::bytes>& arguments) {
+  const auto tool = std::make_shared<ToolRun>();
+  for (const py::bytes& argument : arguments) tool->arguments.push_back(argument);
+  Run([=] { tool->run(); });
+  return py::make_tuple(tool->status, py::bytes(tool->printed), ToPython(tool->told));
 }
 
 }  // namespace

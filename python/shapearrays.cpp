@@ -197,17 +197,17 @@ py::object ToPythonMesh(MeshData mesh) {
 
 py::object MeshOf(const Body& body) {
   const Library library;
-  const BaBody& own = body.part();
-  MeshData mesh;
-  Call([&] { AddShape(own, *body.owner()->object, nullptr, &mesh); });
-  return ToPythonMesh(std::move(mesh));
+  const BaBody* const own = &body.part();
+  const ModelPtr& model = body.owner();
+  const auto mesh = std::make_shared<MeshData>();
+  Call([=] { AddShape(*own, *model->object, nullptr, mesh.get()); });
+  return ToPythonMesh(std::move(*mesh));
 }
 
 py::object WholeMeshOf(const ModelPtr& model) {
-  const Library library;
-  MeshData mesh;
-  Call([&] { mesh = WholeMesh(*model->object, BaPoser(*model->object, nullptr)); });
-  return ToPythonMesh(std::move(mesh));
+  const auto mesh = std::make_shared<MeshData>();
+  Call([=] { *mesh = WholeMesh(*model->object, BaPoser(*model->object, nullptr)); });
+  return ToPythonMesh(std::move(*mesh));
 }
 
 // The arrays that a mesh is made from, checked against each other.
@@ -400,11 +400,13 @@ std::vector<int> MaterialIdsOf(const ModelPtr& model, const py::object& python, 
   if (py::isinstance<py::str>(python)) return {MaterialOf(model, python).id()};
   for (const py::handle one : python) {
     const auto key = py::reinterpret_borrow<py::object>(one);
-    const bool is_number = PyIndex_Check(key.ptr()) != 0;
-    ids.push_back(
-        MaterialOf(model,
-                   is_number ? py::reinterpret_steal<py::object>(PyNumber_Index(key.ptr())) : key)
-            .id());
+    if (PyIndex_Check(key.ptr()) != 0) {
+      const auto id = py::reinterpret_steal<py::object>(PyNumber_Index(key.ptr()));
+      if (!id) throw py::error_already_set();
+      ids.push_back(MaterialOf(model, id).id());
+    } else {
+      ids.push_back(MaterialOf(model, key).id());
+    }
   }
   if (static_cast<py::ssize_t>(ids.size()) != count) {
     throw py::value_error("there must be one material, or one for each polygon");
@@ -418,14 +420,14 @@ void AddMesh(const ModelPtr& model, const py::object& body_key, const InputArray
              const py::object& weights, const py::dict& shapes) {
   const Library library;
   const BaBody& body = BodyOf(model, body_key);
-  MeshInput input = {points, sizes, corners, uvs, {}};
-  input.check();
-  input.materials = MaterialIdsOf(model, material, sizes.size());
-  Effects effects;
-  AddWeightsTo(model, body, points.shape(0), weights, &effects);
-  AddShapesTo(*model->object, points.shape(0), shapes, &effects);
-  Call([&] {
-    const int left_out = PolygonAdder(model->object.get(), body, input, effects).addAll();
+  const auto input = std::make_shared<MeshInput>(MeshInput{points, sizes, corners, uvs, {}});
+  input->check();
+  input->materials = MaterialIdsOf(model, material, sizes.size());
+  const auto effects = std::make_shared<Effects>();
+  AddWeightsTo(model, body, points.shape(0), weights, effects.get());
+  AddShapesTo(*model->object, points.shape(0), shapes, effects.get());
+  Call([=, &body] {
+    const int left_out = PolygonAdder(model->object.get(), body, *input, *effects).addAll();
     if (left_out > 0) {
       BtWarn(BtCode("polygon-degenerate"),
              "%d polygons of body \"%s\" have fewer than three corners at different places.  They "
@@ -454,15 +456,14 @@ Faces FacesOf(const InputArray<float>& points, const InputArray<std::int32_t>& s
 template <std::vector<double> (*kCompute)(const Faces&)>
 py::array_t<float> NormalsOf(const InputArray<float>& points, const InputArray<std::int32_t>& sizes,
                              const InputArray<std::int32_t>& corners) {
-  const Library library;
-  const Faces faces = FacesOf(points, sizes, corners);
-  std::vector<float> normals;
-  Call([&] {
-    const std::vector<double> exact = kCompute(faces);
-    normals.assign(exact.begin(), exact.end());
+  const auto faces = std::make_shared<Faces>(FacesOf(points, sizes, corners));
+  const auto normals = std::make_shared<std::vector<float>>();
+  Call([=] {
+    const std::vector<double> exact = kCompute(*faces);
+    normals->assign(exact.begin(), exact.end());
   });
-  const auto count = static_cast<py::ssize_t>(normals.size() / 3);
-  return ToArray(std::move(normals), {count, 3});
+  const auto count = static_cast<py::ssize_t>(normals->size() / 3);
+  return ToArray(std::move(*normals), {count, 3});
 }
 
 }  // namespace

@@ -106,14 +106,23 @@ def info(path: Path, *, dof: Optional[Path] = None) -> Dict[str, Any]:
     return facts
 
 
-def check(model: Path, dof: Optional[Path] = None) -> List[Finding]:
+def check(
+    model: Path,
+    dof: Optional[Path] = None,
+    *,
+    scale_factor: float = 2.54,
+    only: Sequence[str] = (),
+    ignore: Sequence[str] = (),
+) -> List[Finding]:
     """Finds what would make a conversion fail or look wrong, as `kestrix-tool check` does.
 
-    A file that cannot be read is a finding, too.
+    `only` and `ignore` are codes of findings to look for or to pass over. A file that cannot be
+    read is a finding, too.
     """
     files = [model] if dof is None else [model, dof]
+    options = {"scale_factor": scale_factor, "only": list(only), "ignore": list(ignore)}
     findings = []
-    for fact in _run_json("check", files, {})["findings"]:
+    for fact in _run_json("check", files, options)["findings"]:
         place = fact["place"]
         where = fact["where"] or {}
         findings.append(
@@ -121,6 +130,7 @@ def check(model: Path, dof: Optional[Path] = None) -> List[Finding]:
                 fact["code"],
                 fact["severity"],
                 fact["text"],
+                fact["advice"],
                 place["kind"],
                 place["name"],
                 place["id"],

@@ -121,12 +121,14 @@ class Mesh:
 @dataclass(frozen=True)
 class Finding:
     """One finding of check(). `code` is for programs and never changes its meaning; `severity` is
-    "error", "warning" or "note". `kind`, `name` and `id` say what it is about, `count` how many
-    vertices, polygons or messages it stands for; file, line and column where it was found."""
+    "error", "warning" or "note"; `advice` says what to do about it. `kind`, `name` and `id` say
+    what it is about, `count` how many vertices, polygons or messages it stands for; file, line and
+    column where it was found."""
 
     code: str
     severity: str
     text: str
+    advice: str
     kind: str
     name: Optional[str]
     id: Optional[int]
