@@ -60,10 +60,19 @@ inline std::uint64_t JoinAroundPoint(const char* p, int whole_count, int fractio
          Bt_JoinDigits(Bt_LoadDigits(p + whole_count + 1), fraction_count);
 }
 
-// The number at `p` where it is a common one: with a point, without an exponent, of up to eight
-// digits on one side of the point and seven before it, so that one division gives it exactly.
-// Answers the position behind it, null for others. Signs and lengths cannot be foretold, so there
-// is no branch on them, and one look finds where the number ends, for the next one waits for that.
+// As ParseShort(), for a number without a point, which ends at `after`.
+inline const char* ParseWhole(const char* p, const char* after, bool negative, double* value) {
+  const int count = static_cast<int>(after - p);
+  if (count == 0 || count > kBtMostJoined || (*after | 0x20) == 'e') return nullptr;
+  const auto digits = static_cast<double>(Bt_JoinDigits(Bt_LoadDigits(p), count));
+  *value = negative ? -digits : digits;
+  return after;
+}
+
+// The number at `p` where it is a common one: without an exponent, of up to eight digits on one
+// side of the point and seven before it, so that one division gives it exactly. Answers the
+// position behind it, null for others. Signs and lengths cannot be foretold, so there is no branch
+// on them, and one look finds where the number ends, for the next one waits for that.
 inline const char* ParseShort(const char* p, double* value) {
   const bool negative = *p == '-';
   const int sign = static_cast<int>(negative) | static_cast<int>(*p == '+');
@@ -73,9 +82,10 @@ inline const char* ParseShort(const char* p, double* value) {
   const char* const point = p + std::countr_zero(others);
   const char* const after = p + std::countr_zero(others_behind_point);
   p += sign;
+  if (*point != '.') return ParseWhole(p, point, negative, value);
   const int whole_count = static_cast<int>(point - p);
   const int fraction_count = static_cast<int>(after - point) - 1;
-  if (*point != '.' || (*after | 0x20) == 'e' || whole_count + fraction_count == 0) return nullptr;
+  if ((*after | 0x20) == 'e' || whole_count + fraction_count == 0) return nullptr;
   if (whole_count >= kBtMostJoined || fraction_count > kBtMostJoined) return nullptr;
   const std::uint64_t digits = JoinAroundPoint(p, whole_count, fraction_count);
   *value = static_cast<double>(static_cast<std::int64_t>(digits)) /
