@@ -4,6 +4,7 @@
 #include <array>
 #include <cstring>
 #include <limits>
+#include <memory>
 
 #include "Bt/btassert.h"
 #include "Bt/btexcept.h"
@@ -116,10 +117,10 @@ void FbxBinaryEncoder::addFile(FbxSourceFile& file) {
   _beginValue('R');
   _writeInt(0);
   const std::uint64_t start = _file->position();
-  std::vector<char> buffer(kCopySize);
+  const auto buffer = std::make_unique_for_overwrite<char[]>(kCopySize);
   std::ptrdiff_t count = 0;
-  while (_file->ok() && (count = file.read(buffer)) > 0) {
-    _file->write(buffer.data(), static_cast<std::size_t>(count));
+  while (_file->ok() && (count = file.read({buffer.get(), kCopySize})) > 0) {
+    _file->write(buffer.get(), static_cast<std::size_t>(count));
   }
   if (count < 0) {
     theExceptObj.set("Unable to read '%s': %s.", file.name().c_str(), file.reason());
