@@ -1,12 +1,10 @@
 // A red-black tree of untyped items, for orders that are known only as a comparison function. The
-// items belong to the tree's user; the nodes to the tree.
+// items belong to the tree's user.
 #pragma once
 
-#include <memory>
+#include <set>
 
 #include "Bt/btassert.h"
-
-class BtRBTreeIter;
 
 // All operations on one tree must use the same order. While an iterator is open the tree must not
 // change.
@@ -15,12 +13,12 @@ class BtRBTreeBase {
   // Negative, zero or positive as the first item comes before, with or after the second.
   using Compare = int (*)(void*, void*);
 
-  BtRBTreeBase();
-  ~BtRBTreeBase();
+  BtRBTreeBase() = default;
+  ~BtRBTreeBase() { clear(); }
   BtRBTreeBase(const BtRBTreeBase&) = delete;
   BtRBTreeBase& operator=(const BtRBTreeBase&) = delete;
 
-  [[nodiscard]] int count() const { return _count; }
+  [[nodiscard]] int count() const { return static_cast<int>(_items.size()); }
   // Adds an item that no item of the tree may equal.
   void insert(void* item, Compare compare);
   // The item that equals `key`, null when there is none. `key` is the first argument of `compare`.
@@ -32,20 +30,26 @@ class BtRBTreeBase {
 
  private:
   friend class BtRBTreeIter;
-  struct Node;
+  // What is looked for, which need not be of the items' kind.
+  struct Key {
+    void* key;
+    Compare compare;
+  };
+  // The order of the operation at hand.
+  struct Order {
+    using is_transparent = void;  // NOLINT(readability-identifier-naming): the standard's name
+
+    const Compare* compare;
+
+    bool operator()(void* a, void* b) const { return (*compare)(a, b) < 0; }
+    bool operator()(const Key& key, void* item) const { return key.compare(key.key, item) < 0; }
+    bool operator()(void* item, const Key& key) const { return key.compare(key.key, item) > 0; }
+  };
 
   [[nodiscard]] bool _hasNoIters() const { return _iter_count == 0; }
-  [[nodiscard]] Node* _findNode(void* key, Compare compare) const;
-  // The link that points to a node: its parent's, or the root.
-  Node*& _linkTo(const Node* node);
-  void _rotate(Node* node, int side);
-  void _fixInsert(Node* node);
-  void _fixRemove(Node* parent, int side);
-  static Node* _leftmost(Node* node);
-  static Node* _next(Node* node);
 
-  Node* _root = nullptr;
-  int _count = 0;
+  Compare _compare = nullptr;  // of the last insertion
+  std::set<void*, Order> _items{Order{&_compare}};
   mutable int _iter_count = 0;
 };
 
@@ -57,11 +61,11 @@ class BtRBTreeIter {
   BtRBTreeIter(const BtRBTreeIter&) = delete;
   BtRBTreeIter& operator=(const BtRBTreeIter&) = delete;
 
-  [[nodiscard]] bool atEnd() const { return _node == nullptr; }
+  [[nodiscard]] bool atEnd() const { return _item == _tree._items.end(); }
   [[nodiscard]] void* data() const;
   void next();
 
  private:
   const BtRBTreeBase& _tree;
-  BtRBTreeBase::Node* _node;
+  std::set<void*, BtRBTreeBase::Order>::const_iterator _item;
 };
