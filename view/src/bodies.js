@@ -151,15 +151,16 @@ export class BodyTree {
 
   _showChosen() {
     const { state } = this;
-    this._uncover(this.itemOf.get(state.body));
+    const item = this.itemOf.get(state.body);
+    this._uncover(item);
     for (const { body, row } of this.items) {
       const chosen = body.id === state.body;
       row.setAttribute('aria-selected', String(chosen));
       row.tabIndex = chosen || (state.body === null && body === this.data.bodies[0]) ? 0 : -1;
-      if (chosen && !row.hidden) row.scrollIntoView({ block: 'nearest' });
     }
-    this.chosen = this.data.bodies.find(({ id }) => id === state.body);
-    this._fillCard();
+    this.chosen = item?.body;
+    this._fillCard();  // which leaves less room for the tree
+    if (item && !item.row.hidden) item.row.scrollIntoView({ block: 'nearest' });
   }
 
   _fillCard() {

@@ -3,6 +3,7 @@
 import {
   BufferAttribute, BufferGeometry, Color, LineBasicMaterial, LineSegments, MeshLambertMaterial,
 } from 'three';
+import { element } from './dom.js';
 
 // From no weight to full weight.
 const kHeat = ['#27306b', '#2166c0', '#22a6a0', '#7ccb3a', '#f2d03b', '#f0801f', '#d42a1f']
@@ -29,6 +30,13 @@ export class Looks {
       ({ material, color: material.emissive.clone(), intensity: material.emissiveIntensity }));
     this.normals = new Map();  // lines by mesh
     this.normalMaterial = new LineBasicMaterial({ color: 0x18b2c9 });
+  }
+
+  /** The colours of weights, from 0 to 1. */
+  scale() {
+    const bar = element('i');
+    bar.style.background = `linear-gradient(to right, ${kHeat.map((color) => color.getStyle())})`;
+    return bar;
   }
 
   set(name, on) {

@@ -15,10 +15,16 @@ import { State } from './state.js';
 import { Tabs } from './tabs.js';
 import { Variables } from './variables.js';
 
+// In centimetres. Graphics calculate with squares, in numbers that end at 3e38.
+const kLargest = 1e15;
+
+/** A length with as many digits as say something. */
+const shownLength = (value) => (value < 10 ? String(+value.toPrecision(3)) : shown(value, 1));
+
 /** "height 172.4 cm, width 60 cm, depth 30 cm with -scale_factor 2.54". */
 function measureOf(data, box) {
   const size = box.getSize(new Vector3());
-  const [width, height, depth] = size.toArray().map((value) => shown(value, 1));
+  const [width, height, depth] = size.toArray().map(shownLength);
   return [`height ${height} cm, width ${width} cm, depth ${depth} cm with `,
     element('span', {}, `-scale_factor ${shown(data.scaleFactor, 6)}`)];
 }
@@ -58,17 +64,17 @@ function start() {
   const controls = controlsOf(data);
   const controlOf = new Map(controls.map((control) => [control.id, control]));
   const state = new State();
+  if (data.bodies.length === 0) throw new Error('it has no bodies.');
   const stage = new Stage(canvas);
   let looks = null;
   const character = new Character(data, fbx, () => {
     if (looks && character.takePictures()) looks.apply();
   });
+  if (!(character.size < kLargest)) throw new Error('it is too large to be drawn.');
   stage.scene.add(character.root);
   byId('measure').append(...measureOf(data, character.restBox));
   character.pose(state.valueOf, false);
   stage.furnish(character.size, () => character.points());
-  byId('legend').textContent = `grid ${stage.step} cm`;
-  byId('legend').hidden = false;
   looks = new Looks(character, stage, state);
   const overlay = new SkeletonOverlay(character, stage, state);
 
@@ -96,19 +102,34 @@ function start() {
     tabs.reveal('bodies');
     state.choose('body', id);
   };
-  new Findings(byId('findings'), data, character.remarks, ({ kind, name, id }) => {
-    state.choose('material', kind === 'material' ? name : null);
+  const showBody = (id) => {
+    state.choose('body', id);
+    stage.reveal(new Vector3().setFromMatrixPosition(character.jointOf.get(id).node.matrixWorld));
+  };
+  const materials = new Set([...character.materials].map(({ name }) => name));
+  const idOf = new Map(data.bodies.map(({ id, name }) => [name, id]));
+  new Findings(byId('findings'), data, character.remarks, ({ place: { kind, name, id }, ...finding }) => {
     const slider = kind === 'slider' && data.sliders.find((one) => one.name === name);
-    if (kind === 'body' && id !== null && character.jointOf.has(id)) {
-      state.choose('body', id);
-      stage.reveal(new Vector3().setFromMatrixPosition(character.jointOf.get(id).node.matrixWorld));
-    }
-    if (kind === 'variable' && controlOf.has(id)) showControl(id);
-    if (slider) showControl(slider.control);
+    const control = slider ? slider.control : kind === 'variable' && controlOf.has(id) ? id : null;
+    const body = kind === 'body' && character.jointOf.has(id) ? id : idOf.get(finding.body);
+    const material = materials.has(finding.material) ? finding.material : null;
+    if (control === null && body === undefined && material === null) return null;
+    return () => {
+      state.choose('material', material);
+      if (body !== undefined) showBody(body);
+      if (control !== null) showControl(control);
+    };
   });
 
+  const legend = () => {
+    const body = character.jointOf.get(state.body)?.body;
+    const parts = [stage.grid.visible ? element('span', {}, `grid ${stage.step} cm`) : null,
+      looks.settings.weights ? element('span', {}, body ? `weights of ${body.name}: 0 ` :
+        'choose a body to see its weights: 0 ', looks.scale(), ' 1') : null];
+    byId('legend').replaceChildren(...parts.filter((part) => part !== null));
+  };
   const look = (id, label, checked = false) =>
-    ({ id, label, checked, set: (on) => looks.set(id, on) });
+    ({ id, label, checked, set: (on) => { looks.set(id, on); legend(); } });
   const show = new Show(byId('show'), [
     look('materials', 'Materials', true), look('textures', 'Textures', true),
     look('wireframe', 'Wireframe'), look('normals', 'Normals'),
@@ -116,7 +137,7 @@ function start() {
     { id: 'skeleton', label: 'Skeleton', checked: true, set: (on) => overlay.setVisible(on) },
     { id: 'grid', label: 'Grid', checked: true, set: (on) => {
       stage.grid.visible = on;
-      byId('legend').hidden = !on;
+      legend();
       draw();
     } },
     { id: 'rest', label: 'Rest pose', checked: false, set: (on) => state.setRest(on) },
@@ -146,6 +167,8 @@ function start() {
     { keys: ['+', '='], text: 'nearer', run: () => stage.orbit(0, 0, 0.85) },
     { keys: ['-'], text: 'farther', run: () => stage.orbit(0, 0, 1 / 0.85) },
     { keys: [' '], text: 'play or pause', run: () => player.toggle() },
+    { keys: [','], text: 'frame before', run: () => player.step(-1) },
+    { keys: ['.'], text: 'next frame', run: () => player.step(1) },
     { keys: ['r'], text: 'reset all variables', run: () => { player.pause(); variables.reset(); } },
     { keys: ['s'], text: 'swing the variable used last', run: () =>
       state.control && variables.toggleSwing(state.control) },
@@ -166,7 +189,11 @@ function start() {
   state.on('values', () => { posed = false; draw(); });
   for (const event of ['body', 'hovered', 'control']) state.on(event, draw);
   state.on('material', () => looks.apply());
-  state.on('body', () => { if (looks.settings.weights) looks.apply(); });
+  state.on('body', () => {
+    if (looks.settings.weights) looks.apply();
+    legend();
+  });
+  legend();
   const bringUpToDate = () => {
     if (!posed) {
       pose();
@@ -212,7 +239,7 @@ try {
   start();
 } catch (error) {
   const trouble = byId('trouble');
-  trouble.textContent = `This page cannot show the character: ${error.message}`;
+  trouble.textContent = `The character cannot be shown: ${error.message}`;
   trouble.hidden = false;
   console.error(error);
 }

@@ -48,8 +48,8 @@ export class Player {
     this.speed = element('select', { 'aria-label': 'Speed' },
       ...[0.1, 0.25, 0.5, 1, 2, 4].map((speed) =>
         element('option', { value: String(speed), selected: speed === 1 }, `${speed}×`)));
-    panel.append(this.button, choose, this.scrub, this.label,
-      element('label', {}, this.loop, ' loop'), this.speed);
+    panel.append(this.scrub, this.button, choose, this.speed, element('label', {}, this.loop, ' loop'),
+      this.label);
     this._showButton();
     this.time = this.take.times[0];
     this._showTime();
@@ -69,6 +69,21 @@ export class Player {
     this.time = time;
     this.state.setValues(valuesAt(this.take, time), this.ids);
     this._showTime();
+  }
+
+  /** Goes by so many frames. */
+  step(by) {
+    if (!this.take) return;
+    this.pause();
+    const { times } = this.take;
+    const at = this._frame() + by;
+    this.seek(times[Math.min(Math.max(at, 0), times.length - 1)]);
+  }
+
+  /** The place of the frame nearest to the present time. */
+  _frame() {
+    const { low, high, part } = keysAround(this.take.times, this.time);
+    return part >= 0.5 ? high : low;
   }
 
   toggle() {
@@ -113,8 +128,7 @@ export class Player {
     this.scrub.min = String(times[0]);
     this.scrub.max = String(this.end);
     this.scrub.value = String(this.time);
-    const { low, part } = keysAround(times, this.time);
-    const frame = low + (part >= 0.5 && low + 1 < times.length ? 2 : 1);
-    this.label.textContent = `${shown(this.time, 2)} s, frame ${frame} of ${times.length}`;
+    this.label.textContent =
+      `${shown(this.time, 2)} s, frame ${this._frame() + 1} of ${times.length}`;
   }
 }

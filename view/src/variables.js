@@ -66,8 +66,8 @@ export class Variables {
     };
     const label = control.id > 0 ? `variable ${control.id}` : `shape ${control.label}`;
     row.slider = element('input', { type: 'range', min: limits.least, max: limits.most, step: 'any',
-      'aria-label': label, oninput: () => set(row.slider.value),
-      onfocus: () => this.use(control) });
+      'aria-label': label, title: 'Click twice for 0', oninput: () => set(row.slider.value),
+      ondblclick: () => set('0'), onfocus: () => this.use(control) });
     row.number = element('input', { type: 'number', step: 'any', 'aria-label': `value of ${label}`,
       oninput: () => set(row.number.value), onfocus: () => this.use(control),
       onblur: () => { row.shown = NaN; this._refresh(row); } });
