@@ -16,6 +16,7 @@
 #include "Fbx/kfbxpose.h"
 #include "Fbx/kfbxscene.h"
 #include "Fbx/kfbxskeleton.h"
+#include "limbsizes.h"
 #include "mesh.h"
 
 namespace {
@@ -107,6 +108,7 @@ void CreateSkeletons(KFbxScene* scene, const BaModelData& model_data,
   CreateChildSkeletonNodes(model_data, kWorld, &geo_bodies, &has_geometry, scene, mapping,
                            scale_factor, scene->GetRootNode(), mesh_per_body);
   if (theExceptObj.checkCancel() || !CheckPlaces(scene)) return;
+  SetLimbSizes(scene->GetRootNode());
   MeshBuilder meshes(scene, model_data, scale_factor, materials);
   for (const BaMDBody* geo_body : geo_bodies) {
     if (theExceptObj.checkCancel()) return;

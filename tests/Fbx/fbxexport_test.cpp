@@ -66,6 +66,9 @@ TEST(FbxExport, PosesAndSkinsAgreeWithTheModels) {
     EXPECT_EQ(family.property(head, "RotationOrder"), Numbers{eEULER_YZX});
     EXPECT_EQ(family.property(head, "RotationActive"), Numbers{1});
     EXPECT_EQ(family.property(head, "InheritType"), Numbers{1});
+    const FbxRecord& bone =
+        family.has_ids ? family.object(file, Named("head", "NodeAttribute")) : head;
+    EXPECT_EQ(family.property(bone, "Size"), Numbers{7});
     EXPECT_EQ(ExpectAgreeingTransforms(family, file), 3);
     // What turns after the skin was bound leaves the pose as it was.
     scene.spine->LclRotation.Set(KFbxVector4(10, 20, 30));

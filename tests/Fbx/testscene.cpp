@@ -19,7 +19,9 @@ namespace {
 KFbxNode* AddBone(KFbxScene* scene, const char* name, KFbxNode* parent, const KFbxVector4& t,
                   const KFbxVector4& pre_rotation, EFbxRotationOrder order) {
   KFbxNode* node = AddNode(scene, name, parent);
-  node->SetNodeAttribute(KFbxSkeleton::Create(scene, name));
+  KFbxSkeleton* bone = KFbxSkeleton::Create(scene, name);
+  bone->Size.Set(7);
+  node->SetNodeAttribute(bone);
   node->LclTranslation.Set(t);
   node->SetRotationActive(true);
   node->SetRotationOrder(KFbxNode::eSOURCE_SET, order);

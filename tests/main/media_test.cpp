@@ -84,6 +84,7 @@ TEST(Media, EveryPictureIsEmbeddedOnceAndFound) {
     std::vector<std::string> names;  // in the model, one for each material
     std::vector<Shown> shown;        // one for each material
     std::string err = "";
+    std::string output = "m.fbx";
   } cases[] = {
       {"shared", {"skin.png", "skin.png"}, {skin, skin}},
       {"shared under several names",
@@ -108,7 +109,15 @@ TEST(Media, EveryPictureIsEmbeddedOnceAndFound) {
        {{"no.png", "no.png", ""}, skin},
        PrintedWarning("Texture file 'no.png' of material \"coat1\" cannot be read in '.'.  It|"
                       "is not embedded.")},
+      {"from another folder",
+       {"a/skin.png", "b/skin.png", absolute},
+       {{"a/skin.png", "../../a/skin.png", "skin of a"},
+        {"b/skin_2.png", "../../b/skin_2.png", "skin of b"},
+        {folder.path("skin_3.png"), "../../skin_3.png", "skin"}},
+       "",
+       "out/now/m.fbx"},
   };
+  std::filesystem::create_directories(folder.path("out/now"));
   folder.write("m.dof", kEmptyDof);
   for (const auto& c : cases) {
     folder.write("m.mdl", ModelWith(c.names));
@@ -116,10 +125,10 @@ TEST(Media, EveryPictureIsEmbeddedOnceAndFound) {
       const char* const version = family.has_ids ? "2011" : "2010";
       SCOPED_TRACE(std::string(c.what) + " in " + version);
       const RunResult run =
-          RunKestrix({"-mb_version", version, "m.mdl", "m.dof", "m.fbx"}, folder.path());
+          RunKestrix({"-mb_version", version, "m.mdl", "m.dof", c.output}, folder.path());
       EXPECT_EQ(run.status, 0);
       EXPECT_EQ(run.err, c.err);
-      const FbxFile file = ParseFbx(folder.read("m.fbx"));
+      const FbxFile file = ParseFbx(folder.read(c.output));
       ASSERT_EQ(file.fault, "");
       std::set<std::string> pictures;
       for (const Shown& shown : c.shown) pictures.insert(std::get<0>(shown));

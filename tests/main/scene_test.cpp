@@ -84,6 +84,23 @@ TEST(Scene, PlacesBodies) {
 }
 
 // Angles come out to the last bit, and half a turn stays the half turn that a document says.
+// Half the distance to the children, the parent's size at the end of a chain, and never too little.
+TEST(Scene, SizesBonesByTheirLength) {
+  const std::string turned = "1 0 0 0 1 0 0 0 1 ";
+  const std::string text = kHeader + BodyAt(1, "a", 0) + BodyAt(2, "b", 1, turned + "10 0 0") +
+                           BodyAt(3, "c", 2, turned + "0 2 0") +
+                           BodyAt(4, "d", 2, turned + "0 0 4") + BodyAt(5, "e", 4);
+  const BuiltScene built(text, kEmptyDof);
+  for (const auto& [name, size] :
+       {std::pair{"a", 5.0}, {"b", 2.0}, {"c", 2.0}, {"d", 0.2}, {"e", 0.2}}) {
+    const auto* bone = dynamic_cast<const KFbxSkeleton*>(built.node(name)->GetNodeAttribute());
+    EXPECT_DOUBLE_EQ(bone->Size.Get(), size) << name;
+  }
+  const BuiltScene single(kHeader + BodyAt(1, "a", 0), kEmptyDof);
+  const auto* bone = dynamic_cast<const KFbxSkeleton*>(single.node("a")->GetNodeAttribute());
+  EXPECT_EQ(bone->Size.Get(), 100.0);
+}
+
 TEST(Scene, TurnsBodiesByDegrees) {
   const auto document = [](const char* angle) {
     return kDocumentHeader + "UNITS {\nANGLE: 1 DEGREES\n}\nBODY {\nNAME: a\n" +

@@ -12,6 +12,9 @@ class KFbxSkeleton : public KFbxCreated<KFbxSkeleton, KFbxNodeAttribute> {
   [[nodiscard]] ESkeletonType GetSkeletonType() const { return _type; }
   [[nodiscard]] EAttributeType GetAttributeType() const override { return eSKELETON; }
 
+  // How large programs draw the bone.
+  KFbxProperty<double> Size{100.0};
+
  private:
   friend class KFbxCreated<KFbxSkeleton, KFbxNodeAttribute>;
   using KFbxCreated::KFbxCreated;

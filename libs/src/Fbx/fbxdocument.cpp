@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -339,13 +341,29 @@ void FbxDocument::writeTextures() {
       _sink.leaf("Media", refer(_content.videos[static_cast<std::size_t>(entry.video)]).name);
     }
     _sink.leaf("FileName", FbxText(texture.GetFileName()));
-    _sink.leaf("RelativeFilename", FbxText(texture.GetRelativeFileName()));
+    _sink.leaf("RelativeFilename", texture.GetMedia() == nullptr
+                                       ? FbxText(texture.GetRelativeFileName())
+                                       : relativeNameOf(*texture.GetMedia()));
     _sink.leaf("ModelUVTranslation", 0.0, 0.0);
     _sink.leaf("ModelUVScaling", 1.0, 1.0);
     _sink.leaf("Texture_Alpha_Source", "None");
     _sink.leaf("Cropping", std::int32_t{0}, std::int32_t{0}, std::int32_t{0}, std::int32_t{0});
     _sink.end();
   }
+}
+
+std::string FbxDocument::relativeNameOf(const KFbxVideo& video) const {
+  const std::filesystem::path given(video.GetRelativeFileName());
+  if (video.GetContentFile() != nullptr && !_source.folder.empty()) {
+    const auto folder = std::filesystem::path(video.GetContentFile()).parent_path();
+    std::error_code unknown;
+    const auto from_here = std::filesystem::canonical(folder.empty() ? "." : folder, unknown)
+                               .lexically_relative(_source.folder);
+    // The last component is what the picture is called in the file: it has that to itself.
+    if (!from_here.empty())
+      return FbxText((from_here / given.filename()).lexically_normal().c_str());
+  }
+  return FbxText(given.c_str());
 }
 
 void FbxDocument::writeContent(const FbxSceneContent::Video& entry) {

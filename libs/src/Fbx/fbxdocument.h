@@ -27,6 +27,7 @@ struct FbxDocumentSource {
   const FbxDialect* dialect;
   FbxCreationTime creation_time;
   bool embed_media;
+  std::string folder;  // in which the file is going to lie; empty where that is not known
 };
 
 class FbxDocument {
@@ -70,6 +71,8 @@ class FbxDocument {
   void writeMaterials();
   void writeClusterWeights(const KFbxCluster& cluster);
   void writeTextures();
+  // The name of the picture from where the file lies, which is where readers look for it.
+  [[nodiscard]] std::string relativeNameOf(const KFbxVideo& video) const;
   void writeContent(const FbxSceneContent::Video& video);
   void writeTextureConnection(const FbxSceneContent::Texture& texture);
   // The name of the take that programs show at first; empty where there is none.

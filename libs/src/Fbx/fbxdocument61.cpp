@@ -9,6 +9,7 @@
 #include "Bt/bthash.h"
 #include "Fbx/kfbxmesh.h"
 #include "Fbx/kfbxnode.h"
+#include "Fbx/kfbxskeleton.h"
 #include "Fbx/kfbxsurfacephong.h"
 #include "Fbx/kfbxtexture.h"
 #include "fbxanimationrecords.h"
@@ -187,9 +188,12 @@ void FbxDocument61::_writeModel(const FbxSceneContent::Model& model) {
   FbxPropertyWriter list = properties();
   list.begin();
   writeNodeProperties(model, &list);
-  if (has_attribute) {
-    list.write(mesh == nullptr ? FbxSkeletonProperties() : FbxMeshProperties(), {},
-               FbxSelection::eAll, kOfAttribute);
+  if (mesh != nullptr) {
+    list.write(FbxMeshProperties(), {}, FbxSelection::eAll, kOfAttribute);
+  } else if (has_attribute) {
+    const auto& bone = _content.attributes[static_cast<std::size_t>(model.attribute)];
+    const FbxSetting settings[] = {{"Size", bone.skeleton()->Size.Get()}};
+    list.write(FbxSkeletonProperties(), settings, FbxSelection::eAll, kOfAttribute);
   }
   for (const auto* channel : _channelsOf(model)) {
     list.write({channel->name, FbxPropertyType::eNumber, 0, "A+"},
@@ -267,7 +271,7 @@ void FbxDocument61::_writeVideo(const FbxSceneContent::Video& entry) {
   _sink.leaf("OriginalFormat", std::int32_t{1});
   _sink.leaf("OriginalFilename", file_name);
   _sink.leaf("Filename", file_name);
-  _sink.leaf("RelativeFilename", FbxText(entry.video->GetRelativeFileName()));
+  _sink.leaf("RelativeFilename", relativeNameOf(*entry.video));
   writeContent(entry);
   _sink.end();
 }

@@ -4,6 +4,7 @@
 #include "Fbx/kfbxmesh.h"
 #include "Fbx/kfbxnode.h"
 #include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxskeleton.h"
 #include "Fbx/kfbxsurfacephong.h"
 #include "Fbx/kfbxtexture.h"
 #include "fbxanimationrecords.h"
@@ -127,6 +128,10 @@ void FbxDocument71::_writeAttribute(const FbxSceneContent::Attribute& attribute)
   const KFbxMesh* mesh = attribute.mesh();
   if (mesh == nullptr) {
     openObject("NodeAttribute", _refer(attribute), FbxSkeletonTypeName(*attribute.attribute));
+    FbxPropertyWriter list = properties();
+    list.begin();
+    list.write({"Size", FbxPropertyType::eDouble, 100}, attribute.skeleton()->Size.Get());
+    list.end();
     _sink.leaf("TypeFlags", "Skeleton");
   } else {
     const auto& model = _content.models[static_cast<std::size_t>(attribute.model)];
@@ -197,7 +202,7 @@ void FbxDocument71::_writeVideo(const FbxSceneContent::Video& entry) {
   list.end();
   _sink.leaf("UseMipMap", std::int32_t{0});
   _sink.leaf("Filename", file_name);
-  _sink.leaf("RelativeFilename", FbxText(entry.video->GetRelativeFileName()));
+  _sink.leaf("RelativeFilename", relativeNameOf(*entry.video));
   writeContent(entry);
   _sink.end();
 }

@@ -8,6 +8,8 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
+#include <system_error>
 
 #include "Bt/btassert.h"
 #include "Bt/btexcept.h"
@@ -51,6 +53,13 @@ bool FbxOutputFile::_createInMemory() {
   _fd = memfd_create("kestrix", MFD_CLOEXEC);
   _in_memory = true;
   return _fd >= 0 || _failErrno();
+}
+
+std::string FbxOutputFile::folder() const {
+  if (_in_memory || _memory != nullptr) return "";
+  const std::filesystem::path folder = std::filesystem::path(_target).parent_path();
+  std::error_code unknown;
+  return std::filesystem::canonical(folder.empty() ? "." : folder, unknown).string();
 }
 
 bool FbxOutputFile::expect(std::uint64_t size) { return size <= _max_size || _failSize(); }

@@ -31,6 +31,8 @@ class FbxOutputFile {
   bool open(const std::string& target);
   // Bytes that no file is to take go to `bytes`, which is empty unless commit() completes them.
   bool openMemory(std::string* bytes);
+  // The true path of the folder that the file is to lie in; empty for what is no file in a folder.
+  [[nodiscard]] std::string folder() const;
   // Says that at least so many bytes will come, so that too many are refused before they are made.
   bool expect(std::uint64_t size);
   void write(const void* data, std::size_t size) {

@@ -13,6 +13,7 @@
 #include "Fbx/kfbxnode.h"
 #include "Fbx/kfbxpose.h"
 #include "Fbx/kfbxscene.h"
+#include "Fbx/kfbxskeleton.h"
 #include "Fbx/kfbxsurfacephong.h"
 #include "Fbx/kfbxtexture.h"
 #include "fbxproperties.h"
@@ -117,6 +118,11 @@ const KFbxMesh* FbxSceneContent::Attribute::mesh() const {
   return is_mesh ? static_cast<const KFbxMesh*>(attribute) : nullptr;
 }
 
+const KFbxSkeleton* FbxSceneContent::Attribute::skeleton() const {
+  const bool is_skeleton = attribute->GetAttributeType() == KFbxNodeAttribute::eSKELETON;
+  return is_skeleton ? static_cast<const KFbxSkeleton*>(attribute) : nullptr;
+}
+
 bool FbxSceneContent::collect(KFbxScene* scene, const KFbxIOSettings& settings, bool has_ids) {
   if (!_collectModels(scene->GetRootNode())) return false;
   if (settings.GetBoolProp(EXP_FBX_MATERIAL, true)) {
@@ -168,6 +174,9 @@ bool FbxSceneContent::_addModel(KFbxNode* node, int parent) {
     if (const char* fault = mesh->Complete(node->GetMaterialCount())) return Fail(*node, fault);
   }
   const int attribute = _addAttribute(node->GetNodeAttribute(), index);
+  const KFbxSkeleton* bone = attribute == kNone ? nullptr : At(attributes, attribute).skeleton();
+  if (bone != nullptr && !std::isfinite(bone->Size.Get()))
+    return Fail(*node, "its size is not finite");
   models.push_back({node, FbxCleanName(node->GetName()), parent, attribute, {}});
   _models.try_emplace(node, index);
   return true;

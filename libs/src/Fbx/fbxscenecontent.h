@@ -20,6 +20,7 @@ class KFbxNode;
 class KFbxNodeAttribute;
 class KFbxPose;
 class KFbxScene;
+class KFbxSkeleton;
 class KFbxSurfacePhong;
 class KFbxTexture;
 class KFbxVideo;
@@ -35,7 +36,8 @@ struct FbxSceneContent {
     int model;                      // the first that carries it
     std::vector<int> blend_shapes;  // of a mesh
     std::int64_t id = 0;
-    [[nodiscard]] const KFbxMesh* mesh() const;  // null for another attribute
+    [[nodiscard]] const KFbxMesh* mesh() const;          // null for another attribute
+    [[nodiscard]] const KFbxSkeleton* skeleton() const;  // null for another attribute
   };
   struct Model {
     KFbxNode* node;

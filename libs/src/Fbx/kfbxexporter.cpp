@@ -94,8 +94,12 @@ bool KFbxExporter::_export(KFbxScene* scene, std::string* bytes) {
       !file.expect(content.models.size() * family.fewest_model_bytes)) {
     return _fail(theExceptObj.exception().message());
   }
-  const FbxDocumentSource source = {scene, &content, _dialect, FbxCreationTime::Current(),
-                                    _settings->GetBoolProp(EXP_FBX_EMBEDDED, false)};
+  const FbxDocumentSource source = {scene,
+                                    &content,
+                                    _dialect,
+                                    FbxCreationTime::Current(),
+                                    _settings->GetBoolProp(EXP_FBX_EMBEDDED, false),
+                                    file.folder()};
   const std::unique_ptr<FbxRecordSink> encoder =
       MakeEncoder(&file, is_ascii, _dialect->file_version, source.creation_time);
   family.write(encoder.get(), source);
