@@ -73,6 +73,23 @@ foreach(program ${KESTRIX_PROGRAMS})
   endforeach()
 endforeach()
 
+# The Python package, where Debian's Python looks for those of packages. Under /usr/local it looks in
+# lib/python3.11/dist-packages; an environment of its own has lib/python3.11/site-packages.
+if(TARGET kestrix_python)
+  set(KESTRIX_PYTHON_DIR lib/python3/dist-packages CACHE STRING
+    "Where the Python package is installed, below the prefix")
+  set_target_properties(kestrix_python PROPERTIES INSTALL_RPATH
+    "$<$<BOOL:${BUILD_SHARED_LIBS}>:$ORIGIN/../../../../${CMAKE_INSTALL_LIBDIR}>")
+  install(TARGETS kestrix_python COMPONENT Python
+    LIBRARY DESTINATION ${KESTRIX_PYTHON_DIR}/kestrix)
+  install(DIRECTORY python/kestrix COMPONENT Python DESTINATION ${KESTRIX_PYTHON_DIR}
+    PATTERN __pycache__ EXCLUDE PATTERN .mypy_cache EXCLUDE)
+  set(python_docs ${CMAKE_INSTALL_DATAROOTDIR}/doc/python3-kestrix)
+  install(FILES cmake/copyright COMPONENT Python DESTINATION ${python_docs})
+  install(DIRECTORY examples COMPONENT Python DESTINATION ${python_docs}
+    PATTERN __pycache__ EXCLUDE)
+endif()
+
 # Debian packages, one for each component, and one archive of everything.
 set(CPACK_GENERATOR DEB TGZ)
 set(CPACK_PACKAGE_NAME kestrix)
@@ -83,6 +100,9 @@ set(CPACK_PACKAGE_CONTACT ${KESTRIX_MAINTAINER})
 set(CPACK_PACKAGE_CHECKSUM SHA256)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL Runtime Development)
+if(TARGET kestrix_python)
+  list(APPEND CPACK_COMPONENTS_ALL Python)
+endif()
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
   OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_ARCHIVE_COMPONENT_INSTALL OFF)
@@ -107,7 +127,18 @@ Headers, libraries, CMake package and pkg-config file of the libraries
 that kestrix is made of: character models and mappings, their readers,
 writers and edits, FBX scenes, and the conversion between them.")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libdeflate-dev, libisal-dev")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-kestrix)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "character models and motion of kestrix in Python
+The module kestrix reads, edits, poses and writes character models, the
+mappings of their degrees of freedom and captured motion, with geometry
+as NumPy arrays, and has the programs kestrix and kestrix-tool as
+functions.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3 (>= 3.11), python3 (<< 3.12), python3-numpy")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "gzip, ncompress")
 if(BUILD_SHARED_LIBS)
+  string(APPEND CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS ", kestrix (= ${PROJECT_VERSION})")
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "kestrix (= ${PROJECT_VERSION})")
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR})
 endif()
