@@ -1,7 +1,7 @@
 // The page in a real browser: what it shows, what it answers to, and what it must not do.
 import assert from 'node:assert/strict';
 import { spawnSync } from 'node:child_process';
-import { existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
+import { cpSync, existsSync, mkdirSync, readFileSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import {
@@ -49,10 +49,14 @@ test('takes play, pause, loop and can be scrubbed', async () => {
 });
 
 test('the page holds the very bytes that kestrix writes', () => {
-  const fbx = freshPath('.fbx');
+  // The file is taken to lie beside the model: it names the pictures from where it lies.
+  const folder = freshPath('');
+  cpSync(samples, folder, { recursive: true });
+  const files = [join(folder, 'fox.mdl'), join(folder, 'fox.dof')];
+  const fbx = join(folder, 'fox.fbx');
   const kestrix = process.env.KESTRIX ?? join(root, 'build/release/kestrix');
-  assert.equal(spawnSync(kestrix, [...filesOf('fox'), fbx]).status, 0);
-  const path = writePage(filesOf('fox'));
+  assert.equal(spawnSync(kestrix, [...files, fbx]).status, 0);
+  const path = writePage(files);
   const [, text] = /id="kestrix-fbx">([^<]*)</.exec(readFileSync(path, 'utf8'));
   assert.ok(Buffer.from(text, 'base64').equals(readFileSync(fbx)));
   assert.ok(sizeOf(path) - text.length < 800_000, 'the viewer is too large');
@@ -237,7 +241,7 @@ test('what cannot be converted makes no page', () => {
     of([modelOf([[1, 0, '0 0 0', '-1 0 0\n0 1 0\n0 0 1']])], 'left-handed'),
     of([one, written('.dof', 'Zov Graphic Mapping File\nv1.0\n5\n1\n1\n1 2 3 4 5 5\n0\n0\n0\n1\n2\n3\n')],
       'rotation-axes: body body_1'),
-    of([fox, walkerDof], 'mapped-body-missing: body 33'),
+    of([fox, walkerDof], 'mapping-foreign: body'),
     of(['none.mdl'], 'Unable to open'),
     // What check does not know of is trouble.
     of([fox, foxDof, written('.csv', 'time,v999\n0,1\n')], 'variable 999 is above 64', 2),
