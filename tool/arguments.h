@@ -18,6 +18,7 @@ struct Arguments {
   double tolerance = 1e-4;
   std::string dialect = "document";
   std::vector<std::string> add;
+  std::vector<std::string> add_dofs;
   std::vector<std::string> remove_bodies;
   std::vector<std::string> renumber;
   bool remove_bones = false;

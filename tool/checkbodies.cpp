@@ -212,10 +212,13 @@ void CheckIds(const CheckInput& input, Findings* findings) {
 
 void CheckUnits(const CheckInput& input, Findings* findings) {
   const BaUnits& units = input.model.lengthUnits();
-  if (units.name == "INCHES" && units.factor == 1.0F) return;
+  const double scale = CentimetresPer(units);
+  if (std::fabs(scale / input.scale_factor - 1) < 1e-3) return;
   findings->add(Kind("units-not-inches"), {"model", input.model_file, {}},
                 "lengths times " + Short(static_cast<double>(units.factor)) + " are " +
-                    Text(units.name) + "; give -scale_factor to match");
+                    Text(units.name) + ", the scale factor is " + Short(input.scale_factor) +
+                    (scale > 0 ? " and should be " + Short(scale) : ""),
+                1, {false, "UNITS"});
 }
 
 void CheckNotConverted(const CheckInput& input, Findings* findings) {

@@ -20,7 +20,8 @@ const FindingKind* FindingKindOf(const Message& message, const FindingKind* fall
 std::string WithoutFile(std::string text, const std::string& file) {
   for (const std::string& start :
        {"Unable to read '" + file + "'. ", "Unable to read file '" + file + "'. "}) {
-    if (text.starts_with(start)) text.erase(0, start.size());
+    const std::size_t at = text.find(start);
+    if (at != std::string::npos) text.erase(at, start.size());
   }
   return text;
 }

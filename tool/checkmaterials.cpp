@@ -49,6 +49,9 @@ void AddFolded(BtHashMap<std::string, std::string>* names, const std::string& na
                const Place& place, Findings* findings) {
   const auto [entry, is_new] = names->try_emplace(Folded(name), name);
   if (is_new) return;
+  if (entry->second == name && name == place.name && std::string_view(place.kind) == "body") {
+    return findings->add(Kind("body-name-clash"), place, "");
+  }
   findings->add(Kind("name-clash"), place, "there is " + entry->second + " as well");
 }
 
@@ -59,10 +62,12 @@ void CheckNames(const CheckInput& input, Findings* findings) {
     CheckName(place, findings);
     AddFolded(&nodes, place.name, place, findings);
   }
-  // Meshes are called after their bodies.
+  // Meshes are called after their bodies. Those of bodies of one name go without saying.
+  BtHashSet<std::string> meshes;
   for (const BaBody* body : input.bodies) {
-    if (body->hasPolygons())
-      AddFolded(&nodes, Text(body->name()) + "_mesh", PlaceOf(*body), findings);
+    const std::string mesh = Text(body->name()) + "_mesh";
+    if (!body->hasPolygons() || !meshes.insert(mesh).second) continue;
+    AddFolded(&nodes, mesh, PlaceOf(*body), findings);
   }
   BtHashMap<std::string, std::string> materials;
   for (const auto& material : input.model.materials()) {

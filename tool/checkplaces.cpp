@@ -39,6 +39,7 @@ class Placer {
       _nameRecord(finding);
     }
     if (finding->where.file.empty()) finding->where.file = _fileOf(*finding);
+    _placeLateFaults(finding);
     _tellOfTwin(finding);
   }
 
@@ -57,6 +58,7 @@ class Placer {
   BtPlace _find(const Finding& finding);
   void _placeByNames(Finding* finding);
   void _nameRecord(Finding* finding);
+  void _placeLateFaults(Finding* finding);
   void _tellOfTwin(Finding* finding);
 
   const CheckInput& _input;
@@ -115,6 +117,12 @@ void Placer::_placeByNames(Finding* finding) {
   }
   if (text.find("BODY", 0, names.back()) != nullptr) return;
   for (const TextRecord& record : text.records()) {
+    // Names of included files are seen from the folder of the file that includes them.
+    const TextItem* const file = record.find("FILE_NAME");
+    if (record.key == "INCLUDE" && file != nullptr && names.back().ends_with(file->value)) {
+      finding->where = _finder.find(text.placeOf(record, file->offset));
+      return;
+    }
     for (const std::string_view key : kReferences) {
       const TextItem* const item = record.find(key, names.back());
       if (item == nullptr) continue;
@@ -137,6 +145,27 @@ void Placer::_nameRecord(Finding* finding) {
   }
 }
 
+// What readers notice at the end of a file only, or behind it.
+void Placer::_placeLateFaults(Finding* finding) {
+  const TextRecords& text = _textOf(*finding);
+  BtPlace place;
+  if (finding->text.find("Hit end of file without reading") != std::string::npos) {
+    place = text.openBlock();
+    finding->text += " A closing brace is missing before this line, or the file is cut off.";
+  } else if (const std::size_t at = finding->text.find(" references a "); at != std::string::npos) {
+    const bool is_texture = finding->text.compare(at, 22, " references a texture ") == 0;
+    const std::vector<std::string> numbers = NamesIn(finding->text);
+    if (!numbers.empty()) place = text.indexOf(numbers.back(), is_texture);
+  } else if (finding->kind == Kind("variable-overlap")) {
+    const TextRecord* const include = text.find("INCLUDE", 0, " ");
+    if (include != nullptr) place = text.placeOf(*include);
+  } else if (finding->kind == Kind("variable-count")) {
+    const TextRecord* const count = text.find("VARIABLES", 0, " ");
+    if (count != nullptr) place = text.placeOf(*count);
+  }
+  if (place.source != nullptr) finding->where = _finder.find(place);
+}
+
 // Of two with one id or one name the reader points at the second.
 void Placer::_tellOfTwin(Finding* finding) {
   const std::string_view code = finding->kind->code;
@@ -151,11 +180,11 @@ void Placer::_tellOfTwin(Finding* finding) {
                                 ? text.find(second->key, 0, second->name)
                                 : text.find(second->key, second->id, {});
   if (first == nullptr || first == second) return;
-  const auto named = [](const TextRecord& record) {
-    return record.name.empty() ? "the one here" : "\"" + record.name + "\"";
-  };
-  finding->text += " It is " + named(*second) + "; the first is " + named(*first) + " at " +
-                   WhereText(_finder.find(text.placeOf(*first))) + ".";
+  const std::string at = WhereText(_finder.find(text.placeOf(*first)));
+  finding->text +=
+      first->name == second->name
+          ? " The first is at " + at + "."
+          : " It is \"" + second->name + "\"; the first is \"" + first->name + "\" at " + at + ".";
 }
 
 }  // namespace

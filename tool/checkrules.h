@@ -54,6 +54,9 @@ std::span<const CheckRule> TextRules();
 std::span<const CheckRule> MaterialRules();
 std::span<const CheckRule> MappingRules();
 
+// What lengths in this unit must be multiplied by, 0 where that is not known.
+double CentimetresPer(const BaUnits& units);
+
 inline Place PlaceOf(const BaBody& body) { return {"body", Text(body.name()), body.id()}; }
 inline Place PlaceOf(const BaMaterial& material) {
   return {"material", Text(material.name()), material.id()};

@@ -68,16 +68,6 @@ ModelShape ShapeOf(const CheckInput& input) {
   return shape;
 }
 
-// What the converter must multiply lengths by, 0 where that is not known.
-double ScaleToCentimetres(const BaUnits& units) {
-  constexpr std::pair<const char*, double> kUnits[] = {
-      {"MILLIMETERS", 0.1}, {"CENTIMETERS", 1}, {"METERS", 100}, {"INCHES", 2.54}, {"FEET", 30.48}};
-  for (const auto& [name, factor] : kUnits) {
-    if (units.name == name) return factor * static_cast<double>(units.factor);
-  }
-  return 0;
-}
-
 void CheckSize(const CheckInput& input, const ModelShape& shape, Findings* findings) {
   const double size = SizeOf(shape.box);
   const double written = size * input.scale_factor;
@@ -85,7 +75,7 @@ void CheckSize(const CheckInput& input, const ModelShape& shape, Findings* findi
   std::string text = Short(size) + " times the scale factor " + Short(input.scale_factor) + " is " +
                      Short(written) + " cm";
   const BaUnits& units = input.model.lengthUnits();
-  const double factor = ScaleToCentimetres(units);
+  const double factor = CentimetresPer(units);
   if (factor > 0 && std::fabs(factor / input.scale_factor - 1) > 1e-3) {
     text += "; -scale_factor " + Short(factor) + " is that of " + Text(units.name);
   }
@@ -167,5 +157,14 @@ void CheckTextureCoordinates(const CheckInput& input, Findings* findings) {
 constexpr CheckRule kShapeRules[] = {CheckShape, CheckTextureCoordinates};
 
 }  // namespace
+
+double CentimetresPer(const BaUnits& units) {
+  constexpr std::pair<const char*, double> kUnits[] = {
+      {"MILLIMETERS", 0.1}, {"CENTIMETERS", 1}, {"METERS", 100}, {"INCHES", 2.54}, {"FEET", 30.48}};
+  for (const auto& [name, factor] : kUnits) {
+    if (units.name == name) return factor * static_cast<double>(units.factor);
+  }
+  return 0;
+}
 
 std::span<const CheckRule> ShapeRules() { return kShapeRules; }

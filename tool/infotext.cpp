@@ -9,6 +9,7 @@
 #include "Ba/bamapping.h"
 #include "Bt/bthash.h"
 #include "fbxfacts.h"
+#include "geometry.h"
 #include "inputs.h"
 #include "modelfacts.h"
 #include "style.h"
@@ -121,6 +122,19 @@ std::string UnitsText(const ModelFacts& facts) {
          Short(facts.angle_unit->factor) + " " + Printable(facts.angle_unit->name);
 }
 
+// In the model's unit, and as a conversion writes it that gives no scale factor.
+void PrintSize(const ModelFacts& facts, std::ostream& os) {
+  constexpr double kScaleFactor = 2.54;
+  if (!facts.box.min) return;
+  const Point size = *facts.box.max - *facts.box.min;
+  const bool is_named = facts.length_unit && facts.length_unit->factor == 1.0;
+  const std::string unit = is_named ? Printable(facts.length_unit->name)
+                                    : std::string(facts.length_unit ? "units" : "INCHES");
+  os << "  size      " << Numbers(size) << " " << unit << ", converted "
+     << Numbers(Point{size[0] * kScaleFactor, size[1] * kScaleFactor, size[2] * kScaleFactor})
+     << " cm\n";
+}
+
 void PrintSummary(const ModelFacts& facts, std::ostream& os) {
   os << "  model     " << facts.dialect << ", version " << VersionText(facts.version) << "\n"
      << "  units     " << UnitsText(facts) << "\n"
@@ -142,6 +156,7 @@ void PrintSummary(const ModelFacts& facts, std::ostream& os) {
   os << "\n";
   if (!facts.combine_vertex_normals) os << "  normals   flat\n";
   PrintBox("  box       ", facts.box, os);
+  PrintSize(facts, os);
 }
 
 void PrintFbxSummary(const FbxFacts& facts, std::ostream& os) {
@@ -165,14 +180,20 @@ void PrintNodes(const FbxFacts& facts, std::ostream& os) {
   table.printOn(os);
 }
 
+// An FBX has its lengths in centimetres.
+std::string SizeText(const Box& box) {
+  return box.min ? Numbers(*box.max - *box.min) : std::string("-");
+}
+
 void PrintMeshes(const FbxFacts& facts, std::ostream& os) {
   TextTable table;
-  table.add({"mesh", "vertices", "polygons", "materials", "clusters", "weights", "shapes"});
+  table.add(
+      {"mesh", "vertices", "polygons", "size in cm", "materials", "clusters", "weights", "shapes"});
   for (const FbxMeshFacts& mesh : facts.meshes) {
     std::string shapes;
     for (const std::string& shape : mesh.shapes) shapes += (shapes.empty() ? "" : ", ") + shape;
     table.add({mesh.name, std::to_string(mesh.vertices), std::to_string(mesh.polygons),
-               std::to_string(mesh.materials), std::to_string(mesh.clusters),
+               SizeText(mesh.box), std::to_string(mesh.materials), std::to_string(mesh.clusters),
                std::to_string(mesh.weights), shapes});
   }
   PrintTitle("Meshes", os);

@@ -209,6 +209,11 @@ bool AddModels(const std::vector<std::string>& additions, const std::string& out
   return true;
 }
 
+int OffsetOfAddition(const std::string& text) {
+  Addition addition;
+  return ParseAddition(text, &addition) ? addition.offset : 0;
+}
+
 bool RemoveBodies(const std::vector<std::string>& bodies, BaModel* model) {
   for (const std::string& text : bodies) {
     BaBody* body = FindNamed(text, *model);

@@ -14,6 +14,8 @@
 // `sources` gets the files that were read.
 bool AddModels(const std::vector<std::string>& additions, const std::string& out_file,
                std::unique_ptr<BaModel>* model, SourceFiles* sources);
+// The offset of an addition, 0 for none.
+int OffsetOfAddition(const std::string& text);
 // "NAME" or "ID" each; a name counts first.
 bool RemoveBodies(const std::vector<std::string>& bodies, BaModel* model);
 // "OLD=NEW" each, or "all" for ids from 1 on in the order of the tree.

@@ -123,10 +123,15 @@ void ExplainError(const std::string& file, FileKind expected, std::vector<Messag
   if (sniffed.code == nullptr && HasDecimalComma(error->where)) {
     sniffed = {"decimal-comma", "There is a decimal comma in this line; write a point."};
   }
-  const std::size_t name = error->text.find("Unable to open '");
+  const std::size_t name = error->text.find("Unable to open ");
   if (sniffed.code == nullptr && name != std::string::npos &&
       error->text.find('\\', name) != std::string::npos) {
     sniffed = {"include-backslash", "There are backslashes in the name; write slashes."};
+  }
+  const bool is_count = error->text.find("Error reading body id") != std::string::npos ||
+                        error->text.find("'{' following tag") != std::string::npos;
+  if (sniffed.code == nullptr && expected == FileKind::Mapping && is_count) {
+    error->text += " Is the number of body maps in the fourth line right?";
   }
   if (sniffed.code == nullptr) return;
   error->text.insert(0, sniffed.text + " ");

@@ -277,12 +277,43 @@ void TextRecords::_readDocument(std::size_t file, std::size_t from) {
     }
     if (line.ends_with('{')) blocks.push_back(KeyOf(line));
   }
-  if (!blocks.empty()) _name(&_records.back());
+  if (blocks.empty()) return;
+  _name(&_records.back());
+  _is_open = true;
 }
 
 void TextRecords::_endRecord() {
   _name(&_records.back());
   if (_records.back().key == "INCLUDE") _include(TextRecord(_records.back()));
+}
+
+BtPlace TextRecords::openBlock() const {
+  if (!_is_open) return {};
+  const TextRecord& record = _records.back();
+  const auto is_section = [&record](const TextItem& item) {
+    constexpr std::string_view kSections[] = {"BODY", "MATERIAL", "VERTICES", "GEOMETRY"};
+    return item.value == "{" && std::ranges::count(kSections, item.key) > 0;
+  };
+  const auto inner = std::ranges::find_if(record.items, is_section);
+  return placeOf(record, inner == record.items.end() ? record.offset : inner->offset);
+}
+
+BtPlace TextRecords::indexOf(const std::string& number, bool is_texture) const {
+  constexpr std::string_view kDigits = "0123456789";
+  for (const TextRecord& record : _records) {
+    if (record.key != "GEOMETRY") continue;
+    const std::string_view text = std::string_view(_files[record.file]->text).substr(0, record.end);
+    for (std::size_t at = text.find(number, record.offset); at != std::string_view::npos;
+         at = text.find(number, at + 1)) {
+      const char before = text[at - 1];
+      const bool is_second = kWhite.find(before) == std::string_view::npos;
+      const char after = at + number.size() < text.size() ? text[at + number.size()] : ' ';
+      const bool is_whole = kDigits.find(before) == std::string_view::npos &&
+                            kDigits.find(after) == std::string_view::npos && after != '.';
+      if (is_whole && is_second == is_texture) return placeOf(record, at);
+    }
+  }
+  return {};
 }
 
 // Names and ids as they are when everything is included.
@@ -291,6 +322,7 @@ void TextRecords::_name(TextRecord* record) const {
   const TextItem* const name = record->find(record->key == "GEOMETRY" ? "BODY" : "NAME");
   record->name = name == nullptr ? "" : std::string(name->value);
   if (record->key == "BODY" || record->key == "GEOMETRY") record->name += file.suffix;
+  if (record->key == "INCLUDE") record->name = " ";
   // Sets of several files may have one name.
   if (record->key == "VERTICES") record->name = SetName(record->file, record->name);
   const TextItem* const id = record->find("ID");
@@ -354,6 +386,7 @@ void TextRecords::_readMapping(std::size_t file, std::size_t from) {
   BtScanner& in = words.in();
   int number = 0;
   int count = 0;
+  _records.push_back({"VARIABLES", file, words.nextOffset(), 0, " "});
   if (!in.readInt(&number) || !in.readInt(&count)) return;
   for (int i = 0; i < count; ++i) {
     TextRecord record = {"MAP", file, words.nextOffset(), 0};

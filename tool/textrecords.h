@@ -64,6 +64,11 @@ class TextRecords {
   [[nodiscard]] BtPlace placeOf(const TextRecord& record) const {
     return placeOf(record, record.offset);
   }
+  // Where a closing brace is missing: the section that stands within another one, or the one that
+  // does not end. Nowhere where all end.
+  [[nodiscard]] BtPlace openBlock() const;
+  // The first corner of a polygon that names a vertex, or a texture coordinate, by its number.
+  [[nodiscard]] BtPlace indexOf(const std::string& number, bool is_texture) const;
   // Where a body has a vertex at this position. The place without an offset where it is not found.
   [[nodiscard]] BtPlace vertexOf(int body_id, const std::string& body_name,
                                  const std::array<float, 3>& position) const;
@@ -83,6 +88,7 @@ class TextRecords {
 
   std::vector<std::unique_ptr<TextFile>> _files;
   std::vector<TextRecord> _records;
+  bool _is_open = false;                       // the last of them does not end
   BtHashMap<std::string, std::size_t> _index;  // of the first record by key and id, key and name
   BtHashMap<int, std::vector<TextElement>> _elements;  // by the ids of their bodies
 };

@@ -55,6 +55,38 @@ TEST(ConvertModel, KeepsWhatTheDialectHolds) {
   }
 }
 
+// A body goes, one gets another id, and a second fox comes with its own mapping.
+TEST(ConvertModel, TakesTheMappingAlong) {
+  const TestFolder folder;
+  const std::string model = folder.path("out.mdl");
+  const std::string mapping = folder.path("out.dof");
+  const std::string fox = Sample("fox.mdl");
+  const std::string dof = Sample("fox.dof");
+  const std::vector<std::string> edits = {"convert-model", "--remove-body", "b_Tail02_013",
+                                          "--renumber",    "7=77",          "--add",
+                                          fox + ",100,_b"};
+  std::vector<std::string> words = edits;
+  words.insert(words.end(), {"--dof", dof + "=" + mapping, "--add-dof", dof, fox, model});
+  ToolResult result = RunTool(words);
+  EXPECT_EQ(result.status, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  result = RunTool({"info", "--json", mapping});
+  const auto answer = nlohmann::json::parse(result.out);
+  std::set<int> ids;
+  for (const auto& body : answer["files"][0]["mapping"]["bodies"])
+    ids.insert(body["id"].get<int>());
+  EXPECT_EQ(ids.size(), 43);  // 22 of each, without one
+  EXPECT_TRUE(ids.contains(77) && ids.contains(107) && !ids.contains(7)) << result.out;
+  EXPECT_EQ(RunTool({"check", model, mapping}).status, 0);
+
+  words = edits;
+  words.insert(words.end(), {fox, model});
+  EXPECT_NE(RunTool(words).err.find("--dof IN=OUT"), std::string::npos);
+  for (const std::string& wrong : {std::string("in.dof"), std::string("=out.dof"), dof + "="}) {
+    EXPECT_EQ(RunTool({"convert-model", "--dof", wrong, fox, model}).status, 2);
+  }
+}
+
 // Rest transforms become angles and matrices again; everything else comes back to the last bit.
 TEST(ConvertModel, KeepsNumbersExactly) {
   const TestFolder folder;

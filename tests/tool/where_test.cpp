@@ -156,6 +156,11 @@ TEST(Where, FindingsHaveIt) {
       {"slider-unknown",
        kLegacy + kWhereMapping + "1\n" + kMap +
            "BLEND_EFFECT_MAP {\n SLIDER_GROUP: g\n SLIDERS {\n  @smile 1\n }\n}\n"},
+      {"variable-count", kLegacy + Replaced(kWhereMapping, "6\n", "@9\n") + "1\n" + kMap},
+      {"model-unreadable", Geometry("  POLYGONS {\n   1 2 @7\n  }\n")},
+      {"model-unreadable", Replaced(kWhereDocument + kBody, "\t}\n", "") + "@" + kMaterial},
+      {"model-unreadable", kWhereDocument + "INCLUDE {\n @FILE_NAME: none.mdl\n}\n"},
+      {"include-backslash", kWhereDocument + "INCLUDE {\n @FILE_NAME: a\\b.mdl\n}\n"},
       {"body-mapped-twice", kLegacy + kWhereMapping + "2\n" + kMap + "@" + kMap},
   };
   const TestFolder folder;
