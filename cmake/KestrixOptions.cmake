@@ -4,6 +4,7 @@ option(KESTRIX_BENCH "Build the benchmarks" OFF)
 option(KESTRIX_PYTHON "Build the Python module; needs pybind11 and NumPy" ${KESTRIX_TESTS})
 option(KESTRIX_VIEW "Build the page of kestrix-tool view; needs Node.js" ON)
 option(BUILD_SHARED_LIBS "Build shared libraries instead of static ones" OFF)
+option(KESTRIX_STATIC "Link the programs statically: they run on any Linux" OFF)
 option(KESTRIX_FUZZ "Build the fuzz targets; needs clang" OFF)
 set(KESTRIX_SANITIZE "" CACHE STRING "Value of -fsanitize= for every target, empty for none")
 
@@ -29,8 +30,10 @@ target_compile_options(kestrix_options INTERFACE
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 target_compile_definitions(kestrix_options INTERFACE
   $<$<CONFIG:Release,RelWithDebInfo>:_FORTIFY_SOURCE=2>)
+set(program_link $<IF:$<BOOL:${KESTRIX_STATIC}>,-static-pie,-pie>)
 target_link_options(kestrix_options INTERFACE
-  $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:-pie> -Wl,-z,relro,-z,now)
+  $<$<STREQUAL:$<TARGET_PROPERTY:TYPE>,EXECUTABLE>:${program_link}>
+  -Wl,-z,relro,-z,now)
 
 if(KESTRIX_SANITIZE)
   add_compile_options(-fsanitize=${KESTRIX_SANITIZE} -fno-sanitize-recover=all
