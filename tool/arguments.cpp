@@ -29,12 +29,14 @@ constexpr Command kCommands[] = {
 };
 
 constexpr Argument kArguments[] = {
-    {" info ", "FILE", "FILE", nullptr, &Arguments::files, 1, -1, "models, mappings or FBX files"},
+    {" info ", "FILE", "FILE", nullptr, &Arguments::files, 1, -1,
+     "models, mappings or FBX files; or a folder or a table (.csv) of characters"},
     {" check ", "FILE", "MODEL [DOF]", nullptr, &Arguments::files, 1, 2,
-     "a model and, if wanted, its mapping"},
+     "a model and, if wanted, its mapping; or a folder or a table (.csv) of characters"},
     {" deps ", "FILE", "MODEL [DOF]", nullptr, &Arguments::files, 1, 2,
      "a model and, if wanted, its mapping"},
-    {" diff ", "FILE", "A B", nullptr, &Arguments::files, 2, 2, "two models, or two mappings"},
+    {" diff ", "FILE", "A B", nullptr, &Arguments::files, 2, 2,
+     "two models, two mappings, or two folders or tables"},
     {" convert-model ", "FILE", "IN OUT", nullptr, &Arguments::files, 2, 2,
      "the model to read and the model to write"},
     {" picture ", "FILE", "MODEL", nullptr, &Arguments::files, 1, 1, "the model to draw"},
@@ -58,6 +60,12 @@ constexpr Argument kArguments[] = {
      "pass over findings of this code; may be repeated"},
     {" check ", "--strict", nullptr, nullptr, &Arguments::strict, 0, 0,
      "warnings fail as errors do"},
+    {" info check diff ", "--jobs", "N", nullptr, &Arguments::jobs, 0, 1,
+     "of a folder or a table: so many at once (default: one on each processor)"},
+    {" info check diff ", "--quiet", nullptr, nullptr, &Arguments::quiet, 0, 0,
+     "of a folder or a table: print a table of what is not good only"},
+    {" info check diff ", "--verbose", nullptr, nullptr, &Arguments::verbose, 0, 0,
+     "of a folder or a table: print what there is to say of each"},
     {" deps ", "--depfile", "TARGET", nullptr, &Arguments::depfile, 0, 1,
      "print a rule for make or ninja: TARGET depends on the files"},
     {" info ", "--tree", nullptr, nullptr, &Arguments::tree, 0, 0,
@@ -149,7 +157,8 @@ void AddArgument(CLI::App* app, const Argument& argument, Arguments* values) {
     if (argument.max_count != 1) option->expected(argument.min_count, argument.max_count);
   } else if (argument.max_count < 0) {
     // One value each time: the files that follow are not meant.
-    option->expected(1)->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    option->expected(1)->allow_extra_args(false)->multi_option_policy(
+        CLI::MultiOptionPolicy::TakeAll);
   }
   if (argument.min_count > 0) option->required();
   if (argument.choices != nullptr) {

@@ -14,6 +14,9 @@ struct Arguments {
   std::string output;
   bool json = false;
   bool tree = false;
+  bool quiet = false;
+  bool verbose = false;
+  double jobs = 0;  // at once; 0 for one on each processor
   std::string depfile;
   double tolerance = 1e-4;
   std::string dialect = "document";

@@ -4,8 +4,10 @@
 #include "arguments.h"
 #include "checkedfiles.h"
 #include "checktext.h"
+#include "delivery.h"
 #include "inputs.h"
 #include "json.h"
+#include "manyfiles.h"
 #include "motionfiles.h"
 #include "style.h"
 
@@ -41,6 +43,7 @@ int RunCheck(const Arguments& arguments) {
       !CheckPositive("--scale-factor", static_cast<float>(arguments.scale_factor))) {
     return kExitTrouble;
   }
+  if (IsDelivery(arguments.files[0])) return CheckMany(arguments);
   const CheckedFiles checked(
       arguments.files[0], arguments.files.size() > 1 ? arguments.files[1] : "",
       {arguments.scale_factor, arguments.only, arguments.ignore, arguments.strict});

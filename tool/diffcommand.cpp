@@ -1,12 +1,15 @@
 // "diff": tells what differs between two models or two mappings.
+#include <algorithm>
 #include <cmath>
 #include <iostream>
 
 #include "Ba/bamapping.h"
 #include "Ba/bamodel.h"
 #include "arguments.h"
+#include "delivery.h"
 #include "differences.h"
 #include "json.h"
+#include "manyfiles.h"
 #include "style.h"
 
 namespace {
@@ -118,4 +121,7 @@ int Comparison::run() {
 
 }  // namespace
 
-int RunDiff(const Arguments& arguments) { return Comparison(arguments).run(); }
+int RunDiff(const Arguments& arguments) {
+  if (std::ranges::any_of(arguments.files, IsDelivery)) return DiffMany(arguments);
+  return Comparison(arguments).run();
+}

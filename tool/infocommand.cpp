@@ -5,10 +5,12 @@
 #include "Ba/bamapping.h"
 #include "Ba/bamodel.h"
 #include "arguments.h"
+#include "delivery.h"
 #include "fbxfacts.h"
 #include "infotext.h"
 #include "inputs.h"
 #include "json.h"
+#include "manyfiles.h"
 #include "modelfacts.h"
 #include "style.h"
 
@@ -101,6 +103,7 @@ bool FileReport::make(const std::string& file, Json* json) {
 }  // namespace
 
 int RunInfo(const Arguments& arguments) {
+  if (arguments.files.size() == 1 && IsDelivery(arguments.files[0])) return InfoMany(arguments);
   int status = kExitGood;
   Json answer = JsonHeader("info");
   answer["dof"] = nullptr;

@@ -74,6 +74,14 @@ test('findings and differences fit the schema', () => {
   }
 });
 
+test('answers about folders fit the schema', () => {
+  for (const [command, ...folders] of [['check', samples], ['info', samples], ['diff', samples, samples]]) {
+    const { answer } = answerOf(command, ...folders);
+    assert.ok(answer.runs.length >= 8);
+    assert.ok(answer.runs.every((run) => run.answer?.command === command));
+  }
+});
+
 test('what motion files hold fits the schema', () => {
   const rom = freshPath('.csv');
   const robot = [sample('robot-v2.mdl'), sample('robot.dof')];

@@ -57,7 +57,7 @@ TEST(Help, BashCompletesBothPrograms) {
       {"_kestrix", "kestrix -mb_version 200", "2009 2006\n"},
       {"_kestrix", "kestrix fox", "\n"},
       {"_kestrix_tool", "kestrix-tool c", "check convert-model completion\n"},
-      {"_kestrix_tool", "kestrix-tool info --", "--help --json --tree --dof\n"},
+      {"_kestrix_tool", "kestrix-tool info --", "--help --json --jobs --quiet --verbose --tree --dof\n"},
       {"_kestrix_tool", "kestrix-tool convert-model --to l", "legacy\n"},
       {"_kestrix_tool", "kestrix-tool picture --o", "--output\n"},
       {"_kestrix_tool", "kestrix-tool mo", "motion\n"},

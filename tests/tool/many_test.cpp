@@ -1,0 +1,156 @@
+// Commands on folders and tables.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <thread>
+
+#include "main/runprogram.h"
+
+namespace {
+
+// The program itself, as the runs of a folder are runs of it.
+class StartedTool {
+ public:
+  StartedTool(const std::vector<std::string>& arguments, const std::string& folder) {
+    std::string command = "exec '" KESTRIX_TOOL "'";
+    for (const std::string& argument : arguments) command += " '" + argument + "'";
+    command += " >'" + _streams.path("out") + "' 2>'" + _streams.path("err") + "'";
+    _pid = fork();
+    if (_pid != 0) return;
+    if (chdir(folder.c_str()) != 0) _exit(99);
+    execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+    _exit(99);
+  }
+  // The processes that it has started, once there are so many.
+  [[nodiscard]] std::vector<pid_t> children(std::size_t count) const {
+    const std::string process = std::to_string(_pid);
+    std::vector<pid_t> found;
+    while (found.size() < count) {
+      std::ifstream is("/proc/" + process + "/task/" + process + "/children");
+      found.assign(std::istream_iterator<pid_t>(is), {});
+    }
+    return found;
+  }
+  void stop() const { kill(_pid, SIGINT); }
+  RunResult wait() const {
+    int status = 0;
+    waitpid(_pid, &status, 0);
+    const int code = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
+    return {code, _streams.read("out"), _streams.read("err")};
+  }
+
+ private:
+  TestFolder _streams;
+  pid_t _pid = -1;
+};
+
+class Many : public testing::Test {
+ protected:
+  Many() {
+    for (const char* name : {"fox", "robot", "walker"}) {
+      const std::string sample = Sample(name);
+      _folder.write("in/" + std::string(name) + ".mdl", ReadFile(sample + "-v2.mdl"));
+      _folder.write("in/" + std::string(name) + ".dof", ReadFile(sample + ".dof"));
+    }
+    _folder.write("in/below/bad.mdl", "Zov Graphic Model File\nv2.00\nBODY {\n");
+  }
+  [[nodiscard]] RunResult run(const std::vector<std::string>& arguments) const {
+    return StartedTool(arguments, _folder.path()).wait();
+  }
+  const TestFolder _folder;
+};
+
+TEST_F(Many, AnswersComeInTheOrderOfTheFolder) {
+  const RunResult one = run({"check", "in", "--jobs", "1"});
+  EXPECT_EQ(one.status, 1) << one.err;
+  EXPECT_EQ(run({"check", "in", "--jobs", "4"}).out, one.out);
+  EXPECT_NE(one.out.find("\n4 characters: 1 errors, 3 good\n"), std::string::npos) << one.out;
+  EXPECT_LT(one.out.find("\n  below/bad "), one.out.find("\n  fox "));
+  EXPECT_EQ(run({"check", "in", "--quiet"}).out.find("fox"), std::string::npos);
+  EXPECT_NE(run({"check", "in", "--verbose"}).out.find("body-unmapped"), std::string::npos);
+  EXPECT_NE(run({"info", "in"}).out.find("fox        good     24 bodies, 576 polygons"),
+            std::string::npos);
+  const auto answer =
+      nlohmann::json::parse(run({"check", "in", "--json", "--ignore", "id-gap"}).out);
+  EXPECT_EQ(answer["runs"][1]["answer"]["mapping"], "in/fox.dof");
+  EXPECT_EQ(answer["runs"][0]["status"], 1);
+}
+
+TEST_F(Many, TablesNameCharactersAndTheirScale) {
+  _folder.write(
+      "in/delivery.csv",
+      "\xEF\xBB\xBFoutput, model ,dof,options\r\n\"a, \"\"b\"\".fbx\",fox.mdl,fox.dof,\r\n"
+      ",,,\r\n,robot.mdl,robot.dof,-scale_factor 1e4\r\n,walker.mdl,,\r\n");
+  const auto answer = nlohmann::json::parse(run({"check", "in/delivery.csv", "--json"}).out);
+  std::vector<std::string> told;
+  for (const auto& each : answer["runs"]) {
+    bool is_large = false;
+    for (const auto& finding : each["answer"]["findings"]) {
+      is_large = is_large || finding["code"] == "size-odd";
+    }
+    told.push_back(each["name"].get<std::string>() + (is_large ? " large " : " ") +
+                   each["answer"]["mapping"].dump());
+  }
+  EXPECT_EQ(told, (std::vector<std::string>{"a, \"b\" \"in/fox.dof\"",
+                                            "robot large \"in/robot.dof\"", "walker null"}));
+  const struct {
+    const char *text, *words;
+  } rows[] = {{"modell\n", "delivery.csv:1: There is no column 'modell'"},
+              {"model,dof\nfox.mdl\n,fox.dof\n", "delivery.csv:3: Expecting a model"},
+              {"model\na,b\n", "delivery.csv:2: Expecting a model"},
+              {"model\n", "There are no models in"}};
+  for (const auto& row : rows) {
+    _folder.write("in/delivery.csv", row.text);
+    const RunResult result = run({"check", "in/delivery.csv"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find(row.words), std::string::npos) << result.err;
+  }
+}
+
+TEST_F(Many, DiffComparesFilesOfOneName) {
+  std::filesystem::copy(_folder.path("in"), _folder.path("other"),
+                        std::filesystem::copy_options::recursive);
+  std::filesystem::remove(_folder.path("other/fox.dof"));
+  std::filesystem::remove(_folder.path("in/below/bad.mdl"));
+  _folder.write("other/robot.dof", ReadFile(Sample("fox.dof")));
+  const RunResult result = run({"diff", "in", "other"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_NE(result.out.find("fox.dof        differs  only in in\n"), std::string::npos)
+      << result.out;
+  EXPECT_NE(result.out.find("below/bad.mdl  differs  only in other\n"), std::string::npos);
+  EXPECT_NE(result.out.find("7 files: 3 differs, 4 same\n"), std::string::npos);
+  EXPECT_EQ(run({"diff", "in", "in/fox.mdl"}).status, 2);
+  EXPECT_EQ(run({"info", "in", "--jobs", "0.5"}).status, 2);
+}
+
+// Models that are pipes keep their readers waiting.
+TEST_F(Many, ACrashIsToldAndTheOthersFinish) {
+  ASSERT_EQ(mkfifo(_folder.path("in/a.mdl").c_str(), 0600), 0);
+  const StartedTool tool({"check", "in", "--jobs", "1"}, _folder.path());
+  kill(tool.children(1)[0], SIGSEGV);
+  const RunResult result = tool.wait();
+  EXPECT_EQ(result.status, 2);
+  EXPECT_NE(result.out.find("\n  a          crashed (signal 11)"), std::string::npos) << result.out;
+  EXPECT_NE(result.out.find("5 characters: 1 crashed (signal 11), 1 errors, 3 good\n"),
+            std::string::npos);
+}
+
+TEST_F(Many, NothingOutlivesAnInterruptedRun) {
+  for (const char* name : {"a", "b"}) {
+    ASSERT_EQ(mkfifo(_folder.path("in/" + std::string(name) + ".mdl").c_str(), 0600), 0);
+  }
+  const StartedTool tool({"check", "in", "--jobs", "2"}, _folder.path());
+  const std::vector<pid_t> children = tool.children(2);
+  tool.stop();
+  EXPECT_EQ(tool.wait().status, 128 + SIGINT);
+  for (const pid_t child : children) {
+    while (kill(child, 0) == 0) std::this_thread::yield();  // ended by the system, soon
+  }
+}
+
+}  // namespace

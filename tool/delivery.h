@@ -1,0 +1,26 @@
+// Many characters at once: folders, and the tables that name what is in them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+struct DeliveredCharacter {
+  std::string name;  // within the delivery, without an extension
+  std::string model;
+  std::string dof;                   // empty for none
+  std::vector<std::string> options;  // of its conversion
+};
+
+// A file of a folder that is compared with that of its name in another one.
+struct DeliveredFile {
+  std::string name;
+  std::string path;
+};
+
+// True for a folder, and for a table by its name.
+[[nodiscard]] bool IsDelivery(const std::string& path);
+// The characters of a table in its order, or those of a folder and the folders in it by name:
+// models with the mappings of their names, and models alone. False after a recorded error.
+bool ReadDelivery(const std::string& path, std::vector<DeliveredCharacter>* characters);
+// The models, mappings and FBX files of a table or a folder by name. False after a recorded error.
+bool ReadDeliveredFiles(const std::string& path, std::vector<DeliveredFile>* files);

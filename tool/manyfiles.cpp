@@ -1,0 +1,277 @@
+#include "manyfiles.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <iostream>
+#include <map>
+#include <set>
+#include <thread>
+#include <utility>
+
+#include "Bt/btexcept.h"
+#include "delivery.h"
+#include "inputs.h"
+#include "json.h"
+#include "ownprocesses.h"
+#include "progress.h"
+#include "style.h"
+#include "texttable.h"
+
+namespace {
+
+// What a run is about, and its arguments behind the command.
+struct ManyRow {
+  std::string name;
+  std::vector<std::string> arguments;
+};
+
+// What is told of a command's runs. Results are by exit status.
+struct ManyKind {
+  const char* command;
+  const char* things;
+  std::array<const char*, 3> results;
+  std::string (*summary)(const std::string& out);
+};
+
+std::string LastLineOf(const std::string& out) {
+  const std::size_t end = out.find_last_not_of('\n');
+  if (end == std::string::npos) return {};
+  const std::size_t start = out.rfind('\n', end);
+  return out.substr(start == std::string::npos ? 0 : start + 1, end - start);
+}
+
+// What "info" tells of a model in one line.
+std::string HoldsLineOf(const std::string& out) {
+  constexpr std::string_view kTitle = "\n  holds ";
+  const std::size_t found = out.find(kTitle);
+  if (found == std::string::npos) return {};
+  const std::size_t start = out.find_first_not_of(' ', found + kTitle.size());
+  return out.substr(start, out.find('\n', start) - start);
+}
+
+constexpr ManyKind kCheckKind = {"check", "characters", {"good", "errors", "trouble"}, LastLineOf};
+constexpr ManyKind kInfoKind = {"info", "characters", {"good", "errors", "trouble"}, HoldsLineOf};
+constexpr ManyKind kDiffKind = {"diff", "files", {"same", "differs", "trouble"}, LastLineOf};
+
+// How it came out, in a word or two.
+std::string ResultOf(const ManyKind& kind, const OwnRun& run) {
+  if (run.signal != 0) return "crashed (signal " + std::to_string(run.signal) + ")";
+  return kind.results[static_cast<std::size_t>(std::clamp(run.status, 0, kExitTrouble))];
+}
+
+// The options that were given, as words, for the runs. `--json` is one of them, as a run's answer
+// is a part of the whole; how much is printed, and how many run at once, is not their business.
+std::vector<std::string> WordsOfOptions(const Arguments& arguments, std::string_view command) {
+  static const std::set<std::string_view> kOwn = {"--quiet", "--verbose", "--jobs", "--dof"};
+  const Arguments defaults;
+  std::vector<std::string> words;
+  for (const Argument& argument : ArgumentTable()) {
+    const std::string_view takers = argument.commands;
+    const bool is_taken = takers.find(" " + std::string(command) + " ") != std::string_view::npos;
+    if (argument.name[0] != '-' || !is_taken || kOwn.contains(argument.name)) continue;
+    std::visit(
+        [&](auto member) {
+          const auto& value = arguments.*member;
+          using Value = std::decay_t<decltype(value)>;
+          if (value == defaults.*member) return;
+          if constexpr (std::is_same_v<Value, std::vector<std::string>>) {
+            for (const std::string& one : value) words.insert(words.end(), {argument.name, one});
+          } else {
+            words.emplace_back(argument.name);
+          }
+          if constexpr (std::is_same_v<Value, std::string>) words.push_back(value);
+          if constexpr (std::is_same_v<Value, double>) {
+            std::array<char, 32> text = {};
+            words.emplace_back(text.data(), std::to_chars(text.begin(), text.end(), value).ptr);
+          }
+        },
+        argument.target);
+  }
+  return words;
+}
+
+class ManyRuns {
+ public:
+  ManyRuns(const Arguments& arguments, const ManyKind& kind) : _arguments(arguments), _kind(kind) {}
+
+  // `unpaired` are names of what was left out, each with the reason.
+  int run(const std::vector<ManyRow>& rows,
+          const std::vector<std::pair<std::string, std::string>>& unpaired);
+
+ private:
+  void _add(const ManyRow& row, const OwnRun& run);
+  void _addToTable(const std::string& name, const std::string& result, const std::string& summary);
+  void _print() const;
+
+  const Arguments& _arguments;
+  const ManyKind& _kind;
+  int _status = kExitGood;
+  TextTable _table;
+  bool _has_rows = false;
+  std::map<std::string, int> _counts;  // by result
+  Json _answers = Json::array();
+};
+
+void ManyRuns::_addToTable(const std::string& name, const std::string& result,
+                           const std::string& summary) {
+  ++_counts[result];
+  if (_arguments.quiet && result == _kind.results[0]) return;
+  if (!_has_rows) _table.add({"name", "result", "summary"});
+  _has_rows = true;
+  _table.add({name, result, summary});
+}
+
+void ManyRuns::_add(const ManyRow& row, const OwnRun& run) {
+  _status = std::max(_status, run.signal != 0 ? kExitTrouble : run.status);
+  if (_arguments.json) {
+    Json answer = Json::parse(run.out, nullptr, false);
+    _answers.push_back({{"name", row.name},
+                        {"status", run.signal != 0 ? kExitTrouble : run.status},
+                        {"signal", run.signal == 0 ? Json(nullptr) : Json(run.signal)},
+                        {"messages", run.err.empty() ? Json(nullptr) : Json(run.err)},
+                        {"answer", answer.is_discarded() ? Json(nullptr) : std::move(answer)}});
+    return;
+  }
+  const bool is_good = run.signal == 0 && run.status == kExitGood;
+  if (_arguments.verbose || (!is_good && !_arguments.quiet)) {
+    std::cout << Styled(Style::Title, row.name) << "\n" << run.out << std::flush;
+    std::cerr << run.err;
+    std::cout << "\n";
+  }
+  const std::string summary = _kind.summary(run.out);
+  _addToTable(row.name, ResultOf(_kind, run),
+              summary.empty() ? run.err.substr(0, run.err.find('\n')) : summary);
+}
+
+void ManyRuns::_print() const {
+  if (_has_rows) _table.printOn(std::cout);
+  int all = 0;
+  std::string parts;
+  for (const auto& [result, count] : _counts) {
+    all += count;
+    parts += (parts.empty() ? "" : ", ") + std::to_string(count) + " " + result;
+  }
+  const Style style = _status == kExitGood ? Style::Good : Style::Error;
+  std::cout << Styled(style, std::to_string(all) + " " + _kind.things + ": " + parts) << "\n";
+}
+
+int ManyRuns::run(const std::vector<ManyRow>& rows,
+                  const std::vector<std::pair<std::string, std::string>>& unpaired) {
+  std::vector<std::vector<std::string>> command_lines;
+  const std::vector<std::string> options = WordsOfOptions(_arguments, _kind.command);
+  for (const ManyRow& row : rows) {
+    std::vector<std::string>& words = command_lines.emplace_back();
+    words.emplace_back(_kind.command);
+    words.insert(words.end(), options.begin(), options.end());
+    words.insert(words.end(), row.arguments.begin(), row.arguments.end());
+  }
+  const int at_once = _arguments.jobs > 0 ? static_cast<int>(_arguments.jobs)
+                                          : static_cast<int>(std::thread::hardware_concurrency());
+  {
+    Progress progress(std::vector<double>(rows.size(), 1.0));
+    RunOwnProcesses(
+        command_lines, std::max(at_once, 1),
+        [&](std::size_t count) {
+          if (count < rows.size()) progress.begin(std::to_string(count) + " done");
+        },
+        [&](std::size_t index, const OwnRun& run) {
+          progress.hide();
+          _add(rows[index], run);
+        });
+  }
+  for (const auto& [name, reason] : unpaired) {
+    _status = std::max(_status, kExitFound);
+    if (_arguments.json) {
+      _answers.push_back({{"name", name},
+                          {"status", kExitFound},
+                          {"signal", nullptr},
+                          {"messages", reason},
+                          {"answer", nullptr}});
+    } else {
+      _addToTable(name, _kind.results[kExitFound], reason);
+    }
+  }
+  if (_arguments.json) {
+    Json answer = JsonHeader(_kind.command);
+    answer["deliveries"] = _arguments.files;
+    answer["runs"] = std::move(_answers);
+    PrintJson(answer, std::cout);
+  } else {
+    _print();
+  }
+  return _status;
+}
+
+bool CheckManyArguments(const Arguments& arguments, std::size_t count) {
+  const bool is_whole = arguments.jobs >= 0 && arguments.jobs <= 10000 &&
+                        arguments.jobs == static_cast<int>(arguments.jobs);
+  if (!is_whole) {
+    Complain("--jobs", "expecting a number of processes");
+    return false;
+  }
+  const bool is_count =
+      arguments.files.size() == count && std::ranges::all_of(arguments.files, IsDelivery);
+  if (!is_count) {
+    Complain(arguments.files[0], count == 1 ? "a folder or a table stands alone"
+                                            : "a folder or a table is compared with another one");
+  }
+  return is_count;
+}
+
+// One run for each character; `words` answers its arguments.
+int ManyCharacters(const Arguments& arguments, const ManyKind& kind,
+                   std::vector<std::string> (*words)(const DeliveredCharacter& character)) {
+  if (!CheckManyArguments(arguments, 1)) return kExitTrouble;
+  std::vector<DeliveredCharacter> characters;
+  const bool is_read = ReadDelivery(arguments.files[0], &characters);
+  if (!TellMessages(arguments.files[0], TakeMessages()) || !is_read) return kExitTrouble;
+  std::vector<ManyRow> rows;
+  for (const DeliveredCharacter& character : characters) {
+    rows.push_back({character.name, words(character)});
+  }
+  return ManyRuns(arguments, kind).run(rows, {});
+}
+
+}  // namespace
+
+int CheckMany(const Arguments& arguments) {
+  return ManyCharacters(arguments, kCheckKind, [](const DeliveredCharacter& character) {
+    std::vector<std::string> words;
+    const auto scale = std::ranges::find(character.options, "-scale_factor");
+    if (scale != character.options.end() && scale + 1 != character.options.end()) {
+      words = {"--scale-factor=" + scale[1]};
+    }
+    words.push_back(character.model);
+    if (!character.dof.empty()) words.push_back(character.dof);
+    return words;
+  });
+}
+
+int InfoMany(const Arguments& arguments) {
+  return ManyCharacters(arguments, kInfoKind, [](const DeliveredCharacter& character) {
+    if (character.dof.empty()) return std::vector<std::string>{character.model};
+    return std::vector<std::string>{"--dof", character.dof, character.model, character.dof};
+  });
+}
+
+int DiffMany(const Arguments& arguments) {
+  if (!CheckManyArguments(arguments, 2)) return kExitTrouble;
+  std::map<std::string, std::array<std::string, 2>> paths;
+  for (std::size_t i = 0; i < 2; ++i) {
+    std::vector<DeliveredFile> files;
+    const bool is_read = ReadDeliveredFiles(arguments.files[i], &files);
+    if (!TellMessages(arguments.files[i], TakeMessages()) || !is_read) return kExitTrouble;
+    for (const DeliveredFile& file : files) paths[file.name][i] = file.path;
+  }
+  std::vector<ManyRow> rows;
+  std::vector<std::pair<std::string, std::string>> unpaired;
+  for (const auto& [name, both] : paths) {
+    if (!both[0].empty() && !both[1].empty()) {
+      rows.push_back({name, {both[0], both[1]}});
+    } else {
+      unpaired.emplace_back(name, "only in " + arguments.files[both[0].empty() ? 1 : 0]);
+    }
+  }
+  return ManyRuns(arguments, kDiffKind).run(rows, unpaired);
+}

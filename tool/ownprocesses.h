@@ -1,0 +1,20 @@
+// Runs of this program, beside each other, for many files.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+struct OwnRun {
+  int status = 0;  // as a command answers it
+  int signal = 0;  // that ended it, 0 for none
+  std::string out;
+  std::string err;
+};
+
+// Runs the program with each of the command lines, `at_once` of them at a time, and calls `ended`
+// in their order, as soon as that and all before it have ended. `progressed` is told how many have
+// ended whenever one has. Whatever ends this process ends them.
+void RunOwnProcesses(const std::vector<std::vector<std::string>>& command_lines, int at_once,
+                     const std::function<void(std::size_t count)>& progressed,
+                     const std::function<void(std::size_t index, const OwnRun& run)>& ended);
