@@ -62,6 +62,10 @@ install(DIRECTORY samples COMPONENT Runtime DESTINATION ${CMAKE_INSTALL_DOCDIR})
 install(DIRECTORY share/delivery COMPONENT Runtime USE_SOURCE_PERMISSIONS
   DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/kestrix PATTERN __pycache__ EXCLUDE)
 
+# The add-on that imports characters into Blender, as docs/readers.md tells.
+install(FILES share/blender/kestrix_import.py COMPONENT Runtime
+  DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/kestrix/blender)
+
 # Manual pages and completion scripts, as kestrix_help has made them. Each by its name: where it was
 # not made, installing fails, and no folder comes out empty.
 foreach(program ${KESTRIX_PROGRAMS})
