@@ -33,10 +33,10 @@ constexpr int kBtMostJoined = 8;
 // A bit for each of sixteen characters that is no digit, the lowest for the first.
 [[nodiscard]] inline unsigned Bt_FindOthers(const char* p) {
 #if defined(__SSE2__)
+  // Digits become the lowest bytes with a sign.
   __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-  v = _mm_sub_epi8(v, _mm_set1_epi8('0'));
-  const __m128i is_digit = _mm_cmpeq_epi8(_mm_min_epu8(v, _mm_set1_epi8(9)), v);
-  return ~static_cast<unsigned>(_mm_movemask_epi8(is_digit)) & 0xFFFFU;
+  v = _mm_add_epi8(v, _mm_set1_epi8(static_cast<char>(-128 - '0')));
+  return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(v, _mm_set1_epi8(-128 + 9))));
 #else
   unsigned others = 0;
   for (int i = 0; i < 16; ++i) others |= static_cast<unsigned>(!Bt_IsDigit(p[i])) << i;
