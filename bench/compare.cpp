@@ -148,8 +148,8 @@ class Comparison {
   void _compareSize() {
     RunProgram(_conversion("legacy.mdl"));
     const double with_zlib = SizeWithZlib(_folder.file("legacy.mdl.fbx"));
-    _row("bytes of the 7.1 file / with zlib at level 6", _bytes("legacy.mdl.fbx") / with_zlib, 1.06,
-         1.04);
+    _row("bytes of the 7.1 file / with zlib at level 6", _bytes("legacy.mdl.fbx") / with_zlib, 1.15,
+         1.1);
   }
 
   // CPU at twice the size, from a quarter of the mesh to half of it and on to all of it.
