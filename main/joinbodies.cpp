@@ -67,18 +67,21 @@ class Pulls {
     std::sort(_pulls.begin(), _pulls.end(), [](const Pull& a, const Pull& b) {
       return std::tie(a.point, a.is_slider, a.by) < std::tie(b.point, b.is_slider, b.by);
     });
+    _starts.reserve(first.size() + 1);
+    for (std::size_t point = 0, place = 0; point <= first.size(); ++point) {
+      while (place < _pulls.size() && _pulls[place].point < point) ++place;
+      _starts.push_back(place);
+    }
   }
 
-  // Those of a point. Searched for, since few points have others.
+  // Those of a point. Not searched for: where many bodies meet, each point asks for many others.
   [[nodiscard]] std::span<const Pull> of(std::uint32_t point) const {
-    const auto [begin, end] =
-        std::equal_range(_pulls.begin(), _pulls.end(), Pull{point, false, 0, {}},
-                         [](const Pull& a, const Pull& b) { return a.point < b.point; });
-    return {begin, end};
+    return std::span(_pulls).subspan(_starts[point], _starts[point + 1] - _starts[point]);
   }
 
  private:
   std::vector<Pull> _pulls;
+  std::vector<std::size_t> _starts;  // of each point in _pulls, and the end
 };
 
 // Finds for each point the one that stands for it from now on.
