@@ -56,6 +56,96 @@ function listenToPointer(canvas, overlay, state, chosen) {
   });
 }
 
+/** Answers what shows what a finding is about, or null where there is nothing to be seen. */
+function showerOf({ data, state, stage, character, controlOf }, showControl) {
+  const materials = new Set([...character.materials].map(({ name }) => name));
+  const idOf = new Map(data.bodies.map(({ id, name }) => [name, id]));
+  const showBody = (id) => {
+    state.choose('body', id);
+    stage.reveal(new Vector3().setFromMatrixPosition(character.jointOf.get(id).node.matrixWorld));
+  };
+  return ({ place: { kind, name, id }, ...finding }) => {
+    const slider = kind === 'slider' && data.sliders.find((one) => one.name === name);
+    const control = slider ? slider.control : kind === 'variable' && controlOf.has(id) ? id : null;
+    const body = kind === 'body' && character.jointOf.has(id) ? id : idOf.get(finding.body);
+    const material = materials.has(finding.material) ? finding.material : null;
+    if (control === null && body === undefined && material === null) return null;
+    return () => {
+      state.choose('material', material);
+      if (body !== undefined) showBody(body);
+      if (control !== null) showControl(control);
+    };
+  };
+}
+
+/** Tells what the grid and the colours in the picture mean. */
+function showLegend({ state, stage, character, looks }) {
+  const body = character.jointOf.get(state.body)?.body;
+  const grid = element('span', {}, `grid ${stage.step} cm`);
+  const weights = element('span', {}, body ? `weights of ${body.name}: 0 ` :
+    'choose a body to see its weights: 0 ', looks.scale(), ' 1');
+  byId('legend').replaceChildren(...stage.grid.visible ? [grid] : [],
+    ...looks.settings.weights ? [weights] : []);
+}
+
+/** What can be drawn or not. */
+function switchesOf({ state, stage, looks, overlay }, legend) {
+  const look = (id, label, checked = false) =>
+    ({ id, label, checked, set: (on) => { looks.set(id, on); legend(); } });
+  return [
+    look('materials', 'Materials', true), look('textures', 'Textures', true),
+    look('wireframe', 'Wireframe'), look('normals', 'Normals'),
+    look('weights', 'Weights of the chosen body'), look('box', 'Bounding box'),
+    { id: 'skeleton', label: 'Skeleton', checked: true, set: (on) => overlay.setVisible(on) },
+    { id: 'grid', label: 'Grid', checked: true, set: (on) => {
+      stage.grid.visible = on;
+      legend();
+      stage.invalidate();
+    } },
+    { id: 'rest', label: 'Rest pose', checked: false, set: (on) => state.setRest(on) },
+  ];
+}
+
+const kViews = [['fit', 'f'], ['front', '1'], ['side', '2'], ['top', '3']];
+const kTurns =
+  { ArrowLeft: [-0.1, 0], ArrowRight: [0.1, 0], ArrowUp: [0, -0.1], ArrowDown: [0, 0.1] };
+
+/** What keys do. */
+function keysOf({ data, state, stage, player, variables, show, tabs, tree }, chooseBody) {
+  const stop = () => {
+    player.pause();
+    variables.stopSwings();
+    for (const event of ['material', 'body', 'control']) state.choose(event, null);
+  };
+  const step = (by) => {
+    const at = data.bodies.findIndex(({ id }) => id === state.body);
+    const count = data.bodies.length;
+    chooseBody(data.bodies[((at < 0 && by < 0 ? 0 : at) + by + count) % count].id);
+  };
+  return [
+    ...kViews.map(([view, key]) => ({ keys: [key], text: view, run: () => stage.look(view) })),
+    { keys: Object.keys(kTurns), text: 'turn', canvas: true,
+      run: (key) => stage.orbit(...kTurns[key]) },
+    { keys: ['+', '='], text: 'nearer', run: () => stage.orbit(0, 0, 0.85) },
+    { keys: ['-'], text: 'farther', run: () => stage.orbit(0, 0, 1 / 0.85) },
+    { keys: [' '], text: 'play or pause', run: () => player.toggle() },
+    { keys: [','], text: 'frame before', run: () => player.step(-1) },
+    { keys: ['.'], text: 'next frame', run: () => player.step(1) },
+    { keys: ['r'], text: 'reset all variables', run: () => { player.pause(); variables.reset(); } },
+    { keys: ['s'], text: 'swing the variable used last', run: () =>
+      state.control && variables.toggleSwing(state.control) },
+    { keys: ['p'], text: 'rest pose', run: () => show.toggle('rest') },
+    { keys: ['k'], text: 'skeleton', run: () => show.toggle('skeleton') },
+    { keys: ['w'], text: 'weights of the chosen body', run: () => show.toggle('weights') },
+    { keys: ['t'], text: 'textures', run: () => show.toggle('textures') },
+    { keys: ['['], text: 'body before', run: () => step(-1) },
+    { keys: [']'], text: 'next body', run: () => step(1) },
+    { keys: ['/'], text: 'search bodies', run: () => { tabs.reveal('bodies'); tree.search.focus(); } },
+    { keys: ['Escape'], text: 'stop, choose nothing', run: stop },
+    { keys: ['?'], text: 'these keys', run: () => byId('help').showModal() },
+  ];
+}
+
 function start() {
   const { data, fbx } = readEmbedded();
   document.title = `${data.title} - kestrix view`;
@@ -102,86 +192,17 @@ function start() {
     tabs.reveal('bodies');
     state.choose('body', id);
   };
-  const showBody = (id) => {
-    state.choose('body', id);
-    stage.reveal(new Vector3().setFromMatrixPosition(character.jointOf.get(id).node.matrixWorld));
-  };
-  const materials = new Set([...character.materials].map(({ name }) => name));
-  const idOf = new Map(data.bodies.map(({ id, name }) => [name, id]));
-  new Findings(byId('findings'), data, character.remarks, ({ place: { kind, name, id }, ...finding }) => {
-    const slider = kind === 'slider' && data.sliders.find((one) => one.name === name);
-    const control = slider ? slider.control : kind === 'variable' && controlOf.has(id) ? id : null;
-    const body = kind === 'body' && character.jointOf.has(id) ? id : idOf.get(finding.body);
-    const material = materials.has(finding.material) ? finding.material : null;
-    if (control === null && body === undefined && material === null) return null;
-    return () => {
-      state.choose('material', material);
-      if (body !== undefined) showBody(body);
-      if (control !== null) showControl(control);
-    };
-  });
+  new Findings(byId('findings'), data, character.remarks, showerOf({ data, state, stage, character,
+    controlOf }, showControl));
 
-  const legend = () => {
-    const body = character.jointOf.get(state.body)?.body;
-    const parts = [stage.grid.visible ? element('span', {}, `grid ${stage.step} cm`) : null,
-      looks.settings.weights ? element('span', {}, body ? `weights of ${body.name}: 0 ` :
-        'choose a body to see its weights: 0 ', looks.scale(), ' 1') : null];
-    byId('legend').replaceChildren(...parts.filter((part) => part !== null));
-  };
-  const look = (id, label, checked = false) =>
-    ({ id, label, checked, set: (on) => { looks.set(id, on); legend(); } });
-  const show = new Show(byId('show'), [
-    look('materials', 'Materials', true), look('textures', 'Textures', true),
-    look('wireframe', 'Wireframe'), look('normals', 'Normals'),
-    look('weights', 'Weights of the chosen body'), look('box', 'Bounding box'),
-    { id: 'skeleton', label: 'Skeleton', checked: true, set: (on) => overlay.setVisible(on) },
-    { id: 'grid', label: 'Grid', checked: true, set: (on) => {
-      stage.grid.visible = on;
-      legend();
-      draw();
-    } },
-    { id: 'rest', label: 'Rest pose', checked: false, set: (on) => state.setRest(on) },
-  ]);
+  const legend = () => showLegend({ state, stage, character, looks });
+  const show = new Show(byId('show'), switchesOf({ state, stage, looks, overlay }, legend));
 
-  const stop = () => {
-    player.pause();
-    variables.stopSwings();
-    state.choose('material', null);
-    state.choose('body', null);
-    state.choose('control', null);
-  };
-  const step = (by) => {
-    const at = data.bodies.findIndex(({ id }) => id === state.body);
-    const count = data.bodies.length;
-    if (count > 0) chooseBody(data.bodies[(at + by + count) % count].id);
-  };
-  const views = [['fit', 'f'], ['front', '1'], ['side', '2'], ['top', '3']];
   byId('views').append(
-    ...views.map(([view, key]) => element('button', { type: 'button', title: `key ${key}`,
+    ...kViews.map(([view, key]) => element('button', { type: 'button', title: `key ${key}`,
       onclick: () => stage.look(view) }, view)),
     element('button', { type: 'button', title: 'Keys', onclick: () => byId('help').showModal() }, '?'));
-  const turn = { ArrowLeft: [-0.1, 0], ArrowRight: [0.1, 0], ArrowUp: [0, -0.1], ArrowDown: [0, 0.1] };
-  listenToKeys([
-    ...views.map(([view, key]) => ({ keys: [key], text: view, run: () => stage.look(view) })),
-    { keys: Object.keys(turn), text: 'turn', canvas: true, run: (key) => stage.orbit(...turn[key]) },
-    { keys: ['+', '='], text: 'nearer', run: () => stage.orbit(0, 0, 0.85) },
-    { keys: ['-'], text: 'farther', run: () => stage.orbit(0, 0, 1 / 0.85) },
-    { keys: [' '], text: 'play or pause', run: () => player.toggle() },
-    { keys: [','], text: 'frame before', run: () => player.step(-1) },
-    { keys: ['.'], text: 'next frame', run: () => player.step(1) },
-    { keys: ['r'], text: 'reset all variables', run: () => { player.pause(); variables.reset(); } },
-    { keys: ['s'], text: 'swing the variable used last', run: () =>
-      state.control && variables.toggleSwing(state.control) },
-    { keys: ['p'], text: 'rest pose', run: () => show.toggle('rest') },
-    { keys: ['k'], text: 'skeleton', run: () => show.toggle('skeleton') },
-    { keys: ['w'], text: 'weights of the chosen body', run: () => show.toggle('weights') },
-    { keys: ['t'], text: 'textures', run: () => show.toggle('textures') },
-    { keys: ['['], text: 'body before', run: () => step(-1) },
-    { keys: [']'], text: 'next body', run: () => step(1) },
-    { keys: ['/'], text: 'search bodies', run: () => { tabs.reveal('bodies'); tree.search.focus(); } },
-    { keys: ['Escape'], text: 'stop, choose nothing', run: stop },
-    { keys: ['?'], text: 'these keys', run: () => byId('help').showModal() },
-  ], canvas);
+  listenToKeys(keysOf({ data, state, stage, player, variables, show, tabs, tree }, chooseBody), canvas);
   listenToPointer(canvas, overlay, state, chooseBody);
 
   let posed = false;
