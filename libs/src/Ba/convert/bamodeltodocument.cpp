@@ -1,9 +1,7 @@
 // From a model to a document.
-#include <algorithm>
 #include <array>
 #include <cmath>
 #include <iostream>
-#include <string>
 
 #include "Bt/btangles.h"
 #include "Bt/bthash.h"
@@ -251,18 +249,6 @@ void ModelFiller::warnOfLeftOut() const {
 }
 
 }  // namespace
-
-BtStr BaDocumentName(const BaBodyObj& body) {
-  if (body.name().length() == 0) return BtFormat("body_%d", body.id());
-  const auto is_foreign = [](char c) {
-    return static_cast<unsigned char>(c) <= ' ' || c == '\x7F';
-  };
-  const std::string_view name = body.name().view();
-  if (std::none_of(name.begin(), name.end(), is_foreign)) return body.name();
-  std::string cleaned(name);
-  std::replace_if(cleaned.begin(), cleaned.end(), is_foreign, '_');
-  return BtStr(std::string_view(cleaned));
-}
 
 bool BaModelData::fillFrom(const BaModel& model, bool merge_vertices) {
   BtAssert(!BtError(), "!BtError()");

@@ -1,8 +1,10 @@
-// Materials of models as materials of documents, and back.
+// What both directions of the conversion need: names of bodies, materials with their textures.
+#include "baconvert.h"
+
 #include <algorithm>
+#include <string>
 #include <utility>
 
-#include "baconvert.h"
 #include "bamdsection.h"
 
 namespace {
@@ -34,6 +36,18 @@ BaTexture ToTexture(const BaMDTexture& md_tex) {
 }
 
 }  // namespace
+
+BtStr BaDocumentName(const BaBodyObj& body) {
+  if (body.name().length() == 0) return BtFormat("body_%d", body.id());
+  const auto is_foreign = [](char c) {
+    return static_cast<unsigned char>(c) <= ' ' || c == '\x7F';
+  };
+  const std::string_view name = body.name().view();
+  if (std::none_of(name.begin(), name.end(), is_foreign)) return body.name();
+  std::string cleaned(name);
+  std::replace_if(cleaned.begin(), cleaned.end(), is_foreign, '_');
+  return BtStr(std::string_view(cleaned));
+}
 
 std::unique_ptr<BaMDMaterial> BaToMDMaterial(const BaMaterial& material) {
   auto md_material = std::make_unique<BaMDMaterial>();
