@@ -10,6 +10,21 @@
 #error "KESTRIX_VERSION is set by the build"
 #endif
 
+// The commands, each in its own file, which only the table knows.
+int RunInfo(const Arguments& arguments);
+int RunCheck(const Arguments& arguments);
+int RunDiff(const Arguments& arguments);
+int RunDeps(const Arguments& arguments);
+int RunConvertModel(const Arguments& arguments);
+int RunPicture(const Arguments& arguments);
+int RunView(const Arguments& arguments);
+int RunMotionRom(const Arguments& arguments);
+int RunMotionInfo(const Arguments& arguments);
+int RunMotionResample(const Arguments& arguments);
+int RunMotionCut(const Arguments& arguments);
+int RunAnimate(const Arguments& arguments);
+int RunCompletion(const Arguments& arguments);
+
 namespace {
 
 constexpr Command kCommands[] = {
@@ -107,7 +122,7 @@ constexpr Argument kArguments[] = {
     {" animate view ", "--mesh-per-body", nullptr, nullptr, &Arguments::mesh_per_body, 0, 0,
      "one mesh per body, not one per chain of bodies"},
     {" animate ", "--mb-version", "V", nullptr, &Arguments::mb_version, 0, 1,
-     "MotionBuilder release to write for: 2011 (default), 2010, 2009, 2006 or 7.5"},
+     "MotionBuilder release to write for, as kestrix has it (default: 2011)"},
     {" animate view ", "--angles", "UNIT", "degrees radians", &Arguments::angles, 0, 1,
      "the unit of variables that turn: degrees (default) or radians"},
     {" animate view ", "--lengths", "UNIT", "millimeters centimeters meters inches feet",

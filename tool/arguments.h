@@ -81,18 +81,3 @@ struct Argument {
 
 // Parses the command line and runs the command; answers the exit status.
 int RunCommandLine(int argc, char** argv);
-
-// The commands, each in its own file.
-int RunInfo(const Arguments& arguments);
-int RunCheck(const Arguments& arguments);
-int RunDiff(const Arguments& arguments);
-int RunDeps(const Arguments& arguments);
-int RunConvertModel(const Arguments& arguments);
-int RunPicture(const Arguments& arguments);
-int RunView(const Arguments& arguments);
-int RunMotionRom(const Arguments& arguments);
-int RunMotionInfo(const Arguments& arguments);
-int RunMotionResample(const Arguments& arguments);
-int RunMotionCut(const Arguments& arguments);
-int RunAnimate(const Arguments& arguments);
-int RunCompletion(const Arguments& arguments);

@@ -35,8 +35,7 @@ def convert(
     The bytes are those of the program, and so are the messages: warnings go to `warnings`, an error
     raises kestrix.Error and leaves an older file as it was. `scale_factor` multiplies all lengths
     (2.54 turns inches into centimetres), `mesh_per_body` makes one mesh per body and not one per
-    chain, `mb_version` is the MotionBuilder release to write for: "2011", "2010", "2009", "2006"
-    or "7.5".
+    chain, `mb_version` is the MotionBuilder release to write for, as -mb_version of the program.
     """
     _tell(_core._convert(model, dof, fbx, scale_factor, mesh_per_body, mb_version))
 
