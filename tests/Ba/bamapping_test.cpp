@@ -5,7 +5,7 @@
 #include "Ba/babodymapattribute.h"
 #include "Ba/modeltexts.h"
 #include "Bt/deathcases.h"
-#include "support/mappingerrors.h"
+#include "support/errorcases.h"
 #include "support/mappingtexts.h"
 
 namespace {
@@ -22,7 +22,7 @@ BaUnlockedMapping Read(const std::string& text) {
 }
 
 TEST(BaMapping, FilesThatAreNotReadSayWhy) {
-  for (const ErrorCase& c : MappingErrors()) {
+  for (const ErrorCase& c : ReadErrorCases("mappings.txt")) {
     BaUnlockedMapping mapping;
     EXPECT_FALSE(ScanMapping(c.text, &mapping)) << c.text;
     EXPECT_EQ(TakePrinted(), PrintedError(c.lines)) << c.text;
