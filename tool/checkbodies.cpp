@@ -41,6 +41,9 @@ using VertexPoint = std::array<float, 3>;
 // The line of a vertex.
 Spot At(const std::optional<VertexPoint>& vertex) { return {false, {}, {}, vertex}; }
 
+// The line of its weight.
+Spot WeightAt(const std::optional<VertexPoint>& vertex) { return {false, "WEIGHTS", {}, vertex}; }
+
 // What is wrong with the weights of one body's vertices.
 struct WeightFaults {
   int above_one = 0;
@@ -111,11 +114,11 @@ void CheckWeights(const CheckInput& input, Findings* findings) {
     if (faults.above_one > 0) {
       findings->add(Kind("weight-above-one"), PlaceOf(*body),
                     VerticesText(faults.above_one) + ", up to " + Short(faults.largest),
-                    faults.above_one, At(faults.above_one_at));
+                    faults.above_one, WeightAt(faults.above_one_at));
     }
     if (faults.negative > 0) {
       findings->add(Kind("weight-negative"), PlaceOf(*body), VerticesText(faults.negative),
-                    faults.negative, At(faults.negative_at));
+                    faults.negative, WeightAt(faults.negative_at));
     }
     AddTargetFindings(*body, faults, input.model, tops, findings);
   }

@@ -70,8 +70,8 @@ BtPlace Placer::_find(const Finding& finding) {
   const std::string_view kind = finding.place.kind;
   const Spot& spot = finding.spot;
   if (kind == "body" && spot.vertex) {
-    const BtPlace place =
-        text.vertexOf(finding.place.id.value_or(0), finding.place.name, *spot.vertex);
+    const BtPlace place = text.vertexOf(finding.place.id.value_or(0), finding.place.name,
+                                        *spot.vertex, spot.key == "WEIGHTS");
     if (place.source != nullptr) return place;
   }
   const TextRecord* record = nullptr;

@@ -1,5 +1,6 @@
 // The rule of "check" about closed shells that are inside out.
 #include <cmath>
+#include <cstdint>
 #include <numeric>
 
 #include "Bt/bthash.h"
@@ -27,10 +28,15 @@ struct Shell {
 // Numbers places and joins those that a face touches.
 class Joiner {
  public:
-  explicit Joiner(double grid) : _grid(grid) {}
+  Joiner(const Point& low, double grid) : _low(low), _grid(grid) {}
   int placeOf(const Point& p) {
-    std::string key;
-    for (const double c : p) key += std::to_string(std::llround(c / _grid)) + " ";
+    // The grid has fewer lines than that in each direction.
+    constexpr unsigned kBits = 21;
+    std::uint64_t key = 0;
+    const Point offset = p - _low;
+    for (const double c : offset) {
+      key = key << kBits | static_cast<std::uint64_t>(std::llround(c / _grid));
+    }
     const auto [entry, is_new] = _places.try_emplace(key, static_cast<int>(_roots.size()));
     if (is_new) _roots.push_back(entry->second);
     return entry->second;
@@ -44,8 +50,9 @@ class Joiner {
  private:
   int& at(int place) { return _roots[static_cast<std::size_t>(place)]; }
 
+  Point _low;  // of the box around all places
   double _grid;
-  BtHashMap<std::string, int> _places;
+  BtHashMap<std::uint64_t, int> _places;
   std::vector<int> _roots;
 };
 
@@ -92,12 +99,12 @@ std::vector<Shell> ShellsOf(const CheckInput& input) {
   const Point size = *box.max - *box.min;
   const double grid = Length(size) * kGrid;
   if (!(grid > 0)) return {};
-  Joiner joiner(grid);
+  Joiner joiner(*box.min, grid);
   std::vector<int> first_places;  // of the faces
   ForEachWorldFace(input, [&](const auto&, const auto&, const std::vector<Point>& points) {
     const int first = joiner.placeOf(points.front());
     first_places.push_back(first);
-    for (const Point& p : points) joiner.join(joiner.placeOf(p), first);
+    for (std::size_t i = 1; i < points.size(); ++i) joiner.join(joiner.placeOf(points[i]), first);
   });
   std::vector<Shell> shells;
   BtHashMap<int, std::size_t> index;  // of shells by the root of their places

@@ -412,7 +412,7 @@ void TextRecords::_readMapping(std::size_t file, std::size_t from) {
 }
 
 BtPlace TextRecords::vertexOf(int body_id, const std::string& body_name,
-                              const std::array<float, 3>& position) const {
+                              const std::array<float, 3>& position, bool weights) const {
   const auto is_it = [&position](const float* other) {
     return std::equal(position.begin(), position.end(), other);
   };
@@ -432,23 +432,46 @@ BtPlace TextRecords::vertexOf(int body_id, const std::string& body_name,
   const TextItem* const set_name = geometry == nullptr ? nullptr : geometry->find("VERTICES");
   if (set_name == nullptr) return {};
   const TextRecord* const set = find("VERTICES", 0, SetName(geometry->file, set_name->value));
-  return set == nullptr ? BtPlace() : _coordinateOf(*set, position);
+  return set == nullptr ? BtPlace() : _coordinateOf(*set, position, weights);
 }
 
-BtPlace TextRecords::_coordinateOf(const TextRecord& set,
-                                   const std::array<float, 3>& position) const {
+BtPlace TextRecords::_coordinateOf(const TextRecord& set, const std::array<float, 3>& position,
+                                   bool weights) const {
   const TextItem* const list = set.find("COORDINATES");
   if (list == nullptr) return {};
-  const std::string_view text = _files[set.file]->text;
-  Words words(text, std::min(text.find_first_of("\r\n", list->offset), text.size()));
-  for (std::array<float, 3> point = {};;) {
+  Words words(_files[set.file]->text, _behindLine(set, *list));
+  std::array<float, 3> point = {};
+  for (int number = 1;;) {
     const std::size_t offset = words.nextOffset();
     if (words.in().peek() == '#') {
       SkipLine(&words);
     } else if (!words.in().readFloats(point.data(), 3)) {
       return {};
     } else if (point == position) {
-      return placeOf(set, offset);
+      const BtPlace weight = weights ? _weightOf(set, number) : BtPlace();
+      return weight.source != nullptr ? weight : placeOf(set, offset);
+    } else {
+      ++number;
     }
   }
+}
+
+BtPlace TextRecords::_weightOf(const TextRecord& set, int number) const {
+  for (const TextItem& item : set.items) {
+    if (item.key != "WEIGHTS") continue;
+    Words words(_files[set.file]->text, _behindLine(set, item));
+    float weight = 0;
+    int vertex = 0;
+    for (std::size_t offset = words.nextOffset();
+         words.in().readFloats(&weight, 1) && words.in().readInt(&vertex);
+         offset = words.nextOffset()) {
+      if (vertex == number) return placeOf(set, offset);
+    }
+  }
+  return {};
+}
+
+std::size_t TextRecords::_behindLine(const TextRecord& record, const TextItem& item) const {
+  const std::string& text = _files[record.file]->text;
+  return std::min(text.find_first_of("\r\n", item.offset), text.size());
 }

@@ -69,9 +69,10 @@ class TextRecords {
   [[nodiscard]] BtPlace openBlock() const;
   // The first corner of a polygon that names a vertex, or a texture coordinate, by its number.
   [[nodiscard]] BtPlace indexOf(const std::string& number, bool is_texture) const;
-  // Where a body has a vertex at this position. The place without an offset where it is not found.
+  // Where a body has a vertex at this position, or in a document the first weight of that vertex.
+  // Nowhere where it is not found.
   [[nodiscard]] BtPlace vertexOf(int body_id, const std::string& body_name,
-                                 const std::array<float, 3>& position) const;
+                                 const std::array<float, 3>& position, bool weights) const;
 
  private:
   void _readFile(std::size_t file);
@@ -82,8 +83,10 @@ class TextRecords {
   void _name(TextRecord* record) const;
   void _include(const TextRecord& record);
   void _addIndex();
-  [[nodiscard]] BtPlace _coordinateOf(const TextRecord& set,
-                                      const std::array<float, 3>& position) const;
+  [[nodiscard]] BtPlace _coordinateOf(const TextRecord& set, const std::array<float, 3>& position,
+                                      bool weights) const;
+  [[nodiscard]] BtPlace _weightOf(const TextRecord& set, int number) const;
+  [[nodiscard]] std::size_t _behindLine(const TextRecord& record, const TextItem& item) const;
   [[nodiscard]] const TextRecord* _lookUp(const std::string& words) const;
 
   std::vector<std::unique_ptr<TextFile>> _files;
