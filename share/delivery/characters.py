@@ -11,8 +11,8 @@ from pathlib import Path
 TABLE = "delivery.csv"
 COLUMNS = ("model", "dof", "options", "output")
 COMPRESSED = ("", ".gz", ".Z")
-# The options of kestrix that a page of the character has, too, with the number of their values.
-VIEW_OPTIONS = {"-scale_factor": ("--scale-factor", 1), "-mesh_per_body": ("--mesh-per-body", 0)}
+# What kestrix-tool calls options of kestrix, with the number of their values.
+TOOL_OPTIONS = {"-scale_factor": ("--scale-factor", 1), "-mesh_per_body": ("--mesh-per-body", 0)}
 
 
 class Character:
@@ -28,12 +28,11 @@ class Character:
     def files(self):
         return [self.model, self.dof]
 
-    @property
-    def view_options(self):
+    def tool_options(self, *wanted):
         found = []
         for i, option in enumerate(self.options):
-            if option in VIEW_OPTIONS:
-                name, count = VIEW_OPTIONS[option]
+            if option in wanted:
+                name, count = TOOL_OPTIONS[option]
                 found += [name, *self.options[i + 1 : i + 1 + count]]
         return found
 
