@@ -13,6 +13,7 @@
 #include "Bt/btcoordsys.h"
 #include "Bt/btexcept.h"
 #include "arrays.h"
+#include "coincidentpoints.h"
 #include "faces.h"
 #include "normals.h"
 
@@ -453,7 +454,10 @@ Faces FacesOf(const InputArray<float>& points, const InputArray<std::int32_t>& s
   return faces;
 }
 
-std::vector<double> PointNormals(const Faces& faces) { return SmoothNormals(faces, {}); }
+// Bodies that meet share the normals there.
+std::vector<double> NormalsWithoutSeams(const Faces& faces) {
+  return SmoothNormals(faces, FirstCoincident(faces.points));
+}
 
 template <std::vector<double> (*kCompute)(const Faces&)>
 py::array_t<float> NormalsOf(const InputArray<float>& points, const InputArray<std::int32_t>& sizes,
@@ -507,8 +511,8 @@ void BindMesh(py::module_& module) {
           "`shapes` {(group, slider): (vertices, offsets)}. Corners at the place of the one before "
           "are dropped, polygons without a face left out with a warning. Raises ValueError, "
           "IndexError and KeyError; the model is then as it was.");
-  module.def("smooth_normals", NormalsOf<PointNormals>, py::arg("points"), py::arg("polygon_sizes"),
-             py::arg("corners"),
+  module.def("smooth_normals", NormalsOf<NormalsWithoutSeams>, py::arg("points"),
+             py::arg("polygon_sizes"), py::arg("corners"),
              "One unit normal for each point, (n, 3) float32, weighted by the areas of the faces.");
   module.def("face_normals", NormalsOf<FlatNormals>, py::arg("points"), py::arg("polygon_sizes"),
              py::arg("corners"), "One unit normal for each polygon, (n, 3) float32.");
