@@ -16,6 +16,7 @@ import zipfile
 ROOT = pathlib.Path(__file__).resolve().parents[1]
 VERSION = re.search(r"VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text())[1]
 NAME = f"kestrix-{VERSION}"
+INFO = f"{NAME}.dist-info"
 
 
 def _install(folder):
@@ -43,25 +44,37 @@ def _record(name, content):
     return f"{name},sha256={digest},{len(content)}\n"
 
 
-def build_wheel(wheel_directory, config_settings=None, metadata_directory=None):
+def _tag():
     version = f"cp{sys.version_info.major}{sys.version_info.minor}"
     platform = re.sub(r"[-.]", "_", sysconfig.get_platform())
-    tag = f"{version}-{version}-{platform}"
-    info = f"{NAME}.dist-info"
-    files = {
-        f"{info}/METADATA": f"Metadata-Version: 2.1\nName: kestrix\nVersion: {VERSION}\n"
-        "Requires-Dist: numpy\nRequires-Python: >=3.11\n",
-        f"{info}/WHEEL": f"Wheel-Version: 1.0\nGenerator: kestrix\nRoot-Is-Purelib: false\nTag: {tag}\n",
-    }
-    files = {name: text.encode() for name, text in files.items()}
+    return f"{version}-{version}-{platform}"
+
+
+def _metadata():
+    metadata = f"Metadata-Version: 2.1\nName: kestrix\nVersion: {VERSION}\n"
+    metadata += "Requires-Dist: numpy\nRequires-Python: >=3.11\n"
+    wheel = f"Wheel-Version: 1.0\nGenerator: kestrix\nRoot-Is-Purelib: false\nTag: {_tag()}\n"
+    return {f"{INFO}/METADATA": metadata.encode(), f"{INFO}/WHEEL": wheel.encode()}
+
+
+def prepare_metadata_for_build_wheel(metadata_directory, config_settings=None):
+    for name, content in _metadata().items():
+        file = pathlib.Path(metadata_directory) / name
+        file.parent.mkdir(exist_ok=True)
+        file.write_bytes(content)
+    return INFO
+
+
+def build_wheel(wheel_directory, config_settings=None, metadata_directory=None):
+    files = _metadata()
     with tempfile.TemporaryDirectory() as folder:
         out = _install(pathlib.Path(folder))
         for file in sorted((out / "kestrix").iterdir()):
             files[f"kestrix/{file.name}"] = file.read_bytes()
-    record = f"{info}/RECORD"
+    record = f"{INFO}/RECORD"
     lines = [_record(name, content) for name, content in files.items()] + [f"{record},,\n"]
     files[record] = "".join(lines).encode()
-    wheel = f"{NAME}-{tag}.whl"
+    wheel = f"{NAME}-{_tag()}.whl"
     with zipfile.ZipFile(pathlib.Path(wheel_directory) / wheel, "w", zipfile.ZIP_DEFLATED) as archive:
         for name, content in files.items():
             archive.writestr(zipfile.ZipInfo(name, (2012, 3, 29, 0, 0, 0)), content)
