@@ -14,7 +14,7 @@ import tempfile
 import zipfile
 
 ROOT = pathlib.Path(__file__).resolve().parents[1]
-VERSION = re.search(r"VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text())[1]
+VERSION = re.search(r"project\(kestrix VERSION (\S+)", (ROOT / "CMakeLists.txt").read_text())[1]
 NAME = f"kestrix-{VERSION}"
 INFO = f"{NAME}.dist-info"
 
