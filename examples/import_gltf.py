@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Makes a model and a mapping from a skinned glTF character (.gltf or .glb).
 
     import_gltf.py CHARACTER MODEL DOF
