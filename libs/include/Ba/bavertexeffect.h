@@ -40,6 +40,11 @@ class Ba_VertexEffect {
   [[nodiscard]] const Ba_VertexEffect* next() const { return _next.get(); }
   [[nodiscard]] Ba_VertexEffect* next() { return _next.get(); }
 
+  // Of the first effect of a chain: how many vertices have the chain. BtShared counts them.
+  [[nodiscard]] int refCount() const { return _ref_count; }
+  void incRefCount() { ++_ref_count; }
+  int decRefCount() { return --_ref_count; }
+
   // A new effect of a legacy number, null for a number that names none.
   [[nodiscard]] static std::unique_ptr<Ba_VertexEffect> create(int type);
 
@@ -50,16 +55,11 @@ class Ba_VertexEffect {
  private:
   friend class BaVertexEffects;
   friend class BaVertexEffectsBuilder;
-  friend class BtShared<Ba_VertexEffect>;
   // Adds the weight of an effect that must not stand beside this one; false where both may stand.
   virtual bool _absorb(const Ba_VertexEffect& other);
 
-  [[nodiscard]] int refCount() const { return _ref_count; }
-  void incRefCount() { ++_ref_count; }
-  int decRefCount() { return --_ref_count; }
-
   std::unique_ptr<Ba_VertexEffect> _next;
-  int _ref_count = 1;  // of the first effect of a chain: how many vertices have the chain
+  int _ref_count = 1;
 };
 
 class BaVertexBulgeEffect : public Ba_VertexEffect {

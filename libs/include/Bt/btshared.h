@@ -17,7 +17,8 @@ class BtShared {
   }
   BtShared(BtShared&& other) noexcept : _object(std::exchange(other._object, nullptr)) {}
   BtShared& operator=(const BtShared& other) noexcept {
-    if (_object != other._object) *this = BtShared(other);
+    BtShared copy(other);
+    std::swap(_object, copy._object);
     return *this;
   }
   BtShared& operator=(BtShared&& other) noexcept {
