@@ -110,7 +110,7 @@ bool Bt_ShellJob::open() {
 
 bool Bt_ShellJob::start(const BtStr& command) {
   int answer = -ECHILD;  // the keeper has died
-  if (_send(Bt_KeeperMessage::Run, command)) (void)ReadNumber(_channel, &answer);
+  if (_send(BtKeeperMessage::Run, command)) (void)ReadNumber(_channel, &answer);
   if (answer > 0) {
     _group = answer;
     return true;
@@ -119,7 +119,7 @@ bool Bt_ShellJob::start(const BtStr& command) {
   return BtFail("%s", std::strerror(-answer));
 }
 
-bool Bt_ShellJob::_send(Bt_KeeperMessage kind, const char* text) const {
+bool Bt_ShellJob::_send(BtKeeperMessage kind, const char* text) const {
   const std::string message = static_cast<char>(kind) + std::string(text);
   ssize_t count = 0;
   do {

@@ -25,8 +25,8 @@ class Bt_ShellJob {
   bool open();
   // Have a pipe or a file, which this process is about to create, removed should this process die.
   // A job keeps one of each, the last one named.
-  void keepPipe(const char* path) const { (void)_send(Bt_KeeperMessage::KeepPipe, path); }
-  void keepFile(const char* path) const { (void)_send(Bt_KeeperMessage::KeepFile, path); }
+  void keepPipe(const char* path) const { (void)_send(BtKeeperMessage::KeepPipe, path); }
+  void keepFile(const char* path) const { (void)_send(BtKeeperMessage::KeepFile, path); }
   // Runs a shell command that ends in "&". False, with the system's error text recorded, when the
   // shell cannot be started.
   bool start(const BtStr& command);
@@ -46,7 +46,7 @@ class Bt_ShellJob {
   void recordFailure(const char* program) const;
 
  private:
-  [[nodiscard]] bool _send(Bt_KeeperMessage kind, const char* text) const;
+  [[nodiscard]] bool _send(BtKeeperMessage kind, const char* text) const;
 
   int _channel = -1;   // to the keeper; its end of file tells either side of the other's death
   int _messages = -1;  // the file in memory that takes the standard error

@@ -80,11 +80,11 @@ void Keeper::_take() {
   if (count <= 0) _end();
   _message[static_cast<std::size_t>(count)] = '\0';
   const char* const text = _message.data() + 1;
-  const auto kind = static_cast<Bt_KeeperMessage>(_message[0]);
-  if (kind == Bt_KeeperMessage::Run) {
+  const auto kind = static_cast<BtKeeperMessage>(_message[0]);
+  if (kind == BtKeeperMessage::Run) {
     _startShell(text);
   } else if (static_cast<std::size_t>(count) <= kMaxPath) {
-    KeptPath& path = kind == Bt_KeeperMessage::KeepPipe ? _pipe : _file;
+    KeptPath& path = kind == BtKeeperMessage::KeepPipe ? _pipe : _file;
     std::memcpy(path.data(), text, static_cast<std::size_t>(count));
   }
 }

@@ -2,13 +2,13 @@
 #pragma once
 
 // What a message to the keeper begins with; a text follows.
-enum class Bt_KeeperMessage : char { KeepPipe, KeepFile, Run };
+enum class BtKeeperMessage : char { KeepPipe, KeepFile, Run };
 // The keeper's last message, an int as all others, when it has cleaned up.
 inline constexpr int kBtKeeperDone = -2;
 
 // Serves one job and ends the process: takes messages from `channel`, runs the command, answers
 // there with the shell's process id (or the negative error), then with its exit status, and when
-// the channel ends cleans up and says kDone. `messages` takes the command's standard error. Of the
-// process that it was forked from nothing is used but the stack and what is constant: other threads
-// may have held any lock.
+// the channel ends cleans up and says kBtKeeperDone. `messages` takes the command's standard error.
+// Of the process that it was forked from nothing is used but the stack and what is constant: other
+// threads may have held any lock.
 [[noreturn]] void Bt_KeepShellJob(int channel, int messages);
