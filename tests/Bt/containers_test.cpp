@@ -184,7 +184,7 @@ TEST(BtRBTree, BehavesAsASet) {
       tree.insert(item, CompareItems);
     }
     int half = item->number / 2;
-    TreeItem* const even = &items[static_cast<std::size_t>(2 * half)];
+    TreeItem* const even = &items[2 * static_cast<std::size_t>(half)];
     ASSERT_EQ(tree.find(&half, CompareHalf), twin.contains(2 * half) ? even : nullptr);
   }
   ASSERT_EQ(tree.count(), static_cast<int>(twin.size()));
