@@ -86,23 +86,28 @@ class TableText {
   // Stops in front of a comma or a line end.
   std::string _value() {
     std::string value;
-    bool is_quoted = false;
-    for (; !atEnd(); ++_at) {
-      const char c = _text[_at];
+    while (!atEnd() && _text[_at] != ',' && _text[_at] != '\n') {
+      const char c = _text[_at++];
       if (c == '"') {
-        const bool is_doubled = is_quoted && _text.substr(_at + 1, 1) == "\"";
-        if (is_doubled) value += _text[_at++];
-        if (!is_doubled) is_quoted = !is_quoted;
-      } else if (!is_quoted && (c == ',' || c == '\n')) {
-        break;
+        _addQuoted(&value);
       } else {
-        if (c == '\n') ++_line;
         value += c;
       }
     }
     const auto first = value.find_first_not_of(" \t\r");
     if (first == std::string::npos) return {};
     return value.substr(first, value.find_last_not_of(" \t\r") + 1 - first);
+  }
+  // From behind the opening quote to behind the closing one; two quotes stand for one.
+  void _addQuoted(std::string* value) {
+    for (; !atEnd(); ++_at) {
+      const char c = _text[_at];
+      if (c == '"' && _text.compare(_at + 1, 1, "\"") != 0) break;
+      if (c == '"') ++_at;
+      if (c == '\n') ++_line;
+      *value += c;
+    }
+    if (!atEnd()) ++_at;
   }
 
   std::string _text;
@@ -181,16 +186,22 @@ bool ReadDelivery(const std::string& path, std::vector<DeliveredCharacter>* char
   return !characters->empty() || BtFail("There are no models in '%s'.", path.c_str());
 }
 
-bool ReadDeliveredFiles(const std::string& path, std::vector<DeliveredFile>* files) {
-  if (path.ends_with(".csv")) {
-    std::vector<DeliveredCharacter> characters;
-    if (!ReadDelivery(path, &characters)) return false;
-    for (const DeliveredCharacter& character : characters) {
-      files->push_back({character.name + ".mdl", character.model});
-      if (!character.dof.empty()) files->push_back({character.name + ".dof", character.dof});
-    }
-    return true;
+namespace {
+
+bool ReadFilesOfTable(const std::string& path, std::vector<DeliveredFile>* files) {
+  std::vector<DeliveredCharacter> characters;
+  if (!ReadDelivery(path, &characters)) return false;
+  for (const DeliveredCharacter& character : characters) {
+    files->push_back({character.name + ".mdl", character.model});
+    if (!character.dof.empty()) files->push_back({character.name + ".dof", character.dof});
   }
+  return true;
+}
+
+}  // namespace
+
+bool ReadDeliveredFiles(const std::string& path, std::vector<DeliveredFile>* files) {
+  if (path.ends_with(".csv")) return ReadFilesOfTable(path, files);
   std::vector<std::string> names;
   if (!FilesBelow(path, &names)) return false;
   for (const std::string& name : names) {

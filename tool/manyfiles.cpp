@@ -5,7 +5,6 @@
 #include <charconv>
 #include <iostream>
 #include <map>
-#include <set>
 #include <thread>
 #include <utility>
 
@@ -60,31 +59,40 @@ std::string ResultOf(const ManyKind& kind, const OwnRun& run) {
   return kind.results[static_cast<std::size_t>(std::clamp(run.status, 0, kExitTrouble))];
 }
 
+void AddOption(const char* name, const std::string& value, std::vector<std::string>* words) {
+  words->insert(words->end(), {name, value});
+}
+void AddOption(const char* name, const std::vector<std::string>& values,
+               std::vector<std::string>* words) {
+  for (const std::string& value : values) AddOption(name, value, words);
+}
+void AddOption(const char* name, double value, std::vector<std::string>* words) {
+  std::array<char, 32> text = {};
+  char* const end = std::to_chars(text.begin(), text.end(), value).ptr;
+  AddOption(name, std::string(text.data(), end), words);
+}
+void AddOption(const char* name, bool /*is_given*/, std::vector<std::string>* words) {
+  words->emplace_back(name);
+}
+
+bool IsForRuns(const Argument& argument, std::string_view command) {
+  constexpr std::array<std::string_view, 4> kNot = {"--quiet", "--verbose", "--jobs", "--dof"};
+  const std::string taker = " " + std::string(command) + " ";
+  return argument.name[0] == '-' && std::ranges::find(kNot, argument.name) == kNot.end() &&
+         std::string_view(argument.commands).find(taker) != std::string_view::npos;
+}
+
 // The options that were given, as words, for the runs. `--json` is one of them, as a run's answer
 // is a part of the whole; how much is printed, and how many run at once, is not their business.
 std::vector<std::string> WordsOfOptions(const Arguments& arguments, std::string_view command) {
-  static const std::set<std::string_view> kOwn = {"--quiet", "--verbose", "--jobs", "--dof"};
   const Arguments defaults;
   std::vector<std::string> words;
   for (const Argument& argument : ArgumentTable()) {
-    const std::string_view takers = argument.commands;
-    const bool is_taken = takers.find(" " + std::string(command) + " ") != std::string_view::npos;
-    if (argument.name[0] != '-' || !is_taken || kOwn.contains(argument.name)) continue;
+    if (!IsForRuns(argument, command)) continue;
     std::visit(
         [&](auto member) {
           const auto& value = arguments.*member;
-          using Value = std::decay_t<decltype(value)>;
-          if (value == defaults.*member) return;
-          if constexpr (std::is_same_v<Value, std::vector<std::string>>) {
-            for (const std::string& one : value) words.insert(words.end(), {argument.name, one});
-          } else {
-            words.emplace_back(argument.name);
-          }
-          if constexpr (std::is_same_v<Value, std::string>) words.push_back(value);
-          if constexpr (std::is_same_v<Value, double>) {
-            std::array<char, 32> text = {};
-            words.emplace_back(text.data(), std::to_chars(text.begin(), text.end(), value).ptr);
-          }
+          if (value != defaults.*member) AddOption(argument.name, value, &words);
         },
         argument.target);
   }
@@ -227,6 +235,7 @@ int ManyCharacters(const Arguments& arguments, const ManyKind& kind,
   const bool is_read = ReadDelivery(arguments.files[0], &characters);
   if (!TellMessages(arguments.files[0], TakeMessages()) || !is_read) return kExitTrouble;
   std::vector<ManyRow> rows;
+  rows.reserve(characters.size());
   for (const DeliveredCharacter& character : characters) {
     rows.push_back({character.name, words(character)});
   }

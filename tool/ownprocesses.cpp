@@ -6,11 +6,11 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstring>
 #include <map>
-#include <optional>
 
 #include "arguments.h"
 
@@ -47,6 +47,7 @@ class OwnProcess {
   explicit OwnProcess(std::vector<std::string> words) {
     words.insert(words.begin(), "kestrix-tool");
     std::vector<char*> argv;
+    argv.reserve(words.size() + 1);
     for (std::string& word : words) argv.push_back(word.data());
     argv.push_back(nullptr);
     const pid_t parent = getpid();
@@ -78,13 +79,29 @@ class OwnProcess {
   pid_t _pid = -1;
 };
 
+using Running = std::map<std::size_t, OwnProcess>;
+using Done = std::map<std::size_t, OwnRun>;
+
+// Waits until a process ends and moves it to those that are done; answers how many did.
+std::size_t AwaitOne(Running* running, Done* done) {
+  if (running->empty()) return 0;
+  int wait_status = 0;
+  const pid_t pid = waitpid(-1, &wait_status, 0);
+  const auto ended = std::ranges::find_if(
+      *running, [pid](const auto& entry) { return entry.second.pid() == pid; });
+  if (ended == running->end()) return 0;
+  done->emplace(ended->first, ended->second.ended(wait_status));
+  running->erase(ended);
+  return 1;
+}
+
 }  // namespace
 
 void RunOwnProcesses(const std::vector<std::vector<std::string>>& command_lines, int at_once,
                      const std::function<void(std::size_t count)>& progressed,
                      const std::function<void(std::size_t index, const OwnRun& run)>& ended) {
-  std::map<std::size_t, OwnProcess> running;
-  std::map<std::size_t, OwnRun> done;  // that wait for one before them
+  Running running;
+  Done done;  // that wait for one before them
   std::size_t started = 0;
   std::size_t told = 0;
   std::size_t count = 0;
@@ -98,15 +115,7 @@ void RunOwnProcesses(const std::vector<std::vector<std::string>>& command_lines,
       }
       ++started;
     }
-    int wait_status = 0;
-    const pid_t pid = running.empty() ? -1 : waitpid(-1, &wait_status, 0);
-    for (auto i = running.begin(); i != running.end(); ++i) {
-      if (i->second.pid() != pid) continue;
-      done[i->first] = i->second.ended(wait_status);
-      running.erase(i);
-      ++count;
-      break;
-    }
+    count += AwaitOne(&running, &done);
     progressed(count);
     for (auto next = done.find(told); next != done.end(); next = done.find(told)) {
       ended(told++, next->second);

@@ -29,9 +29,11 @@ class StartedTool {
   // The processes that it has started, once there are so many.
   [[nodiscard]] std::vector<pid_t> children(std::size_t count) const {
     const std::string process = std::to_string(_pid);
+    std::string name = "/proc/";
+    name.append(process).append("/task/").append(process).append("/children");
     std::vector<pid_t> found;
     while (found.size() < count) {
-      std::ifstream is("/proc/" + process + "/task/" + process + "/children");
+      std::ifstream is(name);
       found.assign(std::istream_iterator<pid_t>(is), {});
     }
     return found;
