@@ -133,7 +133,9 @@ void FileGatherer::_gatherObjects() {
   });
 }
 
-// Each object keeps the first parent that it is connected to, so what comes out is a tree.
+// Each object keeps the first parent that it is connected to, so what comes out is a tree. Nodes
+// stand under nodes: clusters and display layers, to which they are connected as well, only refer
+// to them, and the root, which has the first word for a node at the top, is no object.
 void FileGatherer::_connect() {
   const std::size_t connections = _file.child(kNone, "Connections");
   if (connections == kNone) return;
@@ -143,6 +145,7 @@ void FileGatherer::_connect() {
     if (child == _by_key.end() || parent == _by_key.end()) return;
     Object& object = _objects[child->second];
     if (object.parent != kNone) return;
+    if (object.class_name == "Model" && _objects[parent->second].class_name != "Model") return;
     object.parent = parent->second;
     object.property = _file.value(i, 3).bytes;
     _objects[parent->second].children.push_back(child->second);
