@@ -16,6 +16,7 @@
 #include "Fbx/kfbxpose.h"
 #include "Fbx/kfbxscene.h"
 #include "Fbx/kfbxskeleton.h"
+#include "displaylayers.h"
 #include "limbsizes.h"
 #include "mesh.h"
 
@@ -117,6 +118,7 @@ void CreateSkeletons(KFbxScene* scene, const BaModelData& model_data,
         geo_body->name() == kWorld ? scene->GetRootNode() : scene->FindNodeByName(geo_body->name());
     node->AddChild(meshes.createSingleMeshGeometry(*geo_body, node, !mesh_per_body));
   }
+  AddDisplayLayers(scene);
   StoreBindPose(scene, scene->GetRootNode(), "BindPose");
 }
 

@@ -8,6 +8,7 @@
 #include <set>
 
 #include "Bt/btexcept.h"
+#include "Fbx/kfbxdisplaylayer.h"
 #include "Fbx/kfbxexporter.h"
 #include "Fbx/kfbxmesh.h"
 #include "Fbx/kfbxnode.h"
@@ -172,6 +173,46 @@ TEST(FbxExport, WritesOnceWhatHoldsForTheWholeMesh) {
               (Numbers{0.8, 0.8, 0.8}));
     EXPECT_EQ(family.property(family.object(file, Named("sky", "Texture")), "WrapModeU"),
               Numbers{0});
+  }
+}
+
+TEST(FbxExport, PutsNodesOnDisplayLayers) {
+  const TestScene scene;
+  const std::pair<const char*, std::vector<KFbxNode*>> layers[] = {
+      {"hips", {scene.hips, scene.head, scene.scene->GetRootNode()}},  // the root is no object
+      {"shown", {scene.mesh_node}},
+      {"empty", {}}};
+  for (const auto& [name, members] : layers) {
+    KFbxDisplayLayer* layer = KFbxDisplayLayer::Create(scene.scene, name);
+    for (KFbxNode* node : members) EXPECT_TRUE(layer->AddMember(node));
+    EXPECT_FALSE(layer->AddMember(nullptr));
+    EXPECT_TRUE(scene.scene->AddDisplayLayer(layer));
+  }
+  EXPECT_FALSE(scene.scene->AddDisplayLayer(nullptr));
+  for (const Family& family : kFamilies) {
+    const FbxFile file = Exported(scene.scene, family.format);
+    ExpectSoundObjects(family, file);
+    EXPECT_EQ(ExpectAgreeingTransforms(family, file), 3);
+    std::map<std::string, Names> members;
+    for (const FbxRecord* layer : file.main.child("Objects").all("CollectionExclusive")) {
+      EXPECT_EQ(family.subtype(*layer), "DisplayLayer");
+      EXPECT_EQ(family.property(*layer, "Show"), Numbers{1});
+      EXPECT_EQ(family.property(*layer, "Freeze"), Numbers{0});
+      Names& names = members[family.name(*layer)];
+      for (const FbxRecord* model : file.main.child("Objects").all("Model")) {
+        const auto connections = family.connections(file);
+        const auto [first, last] = connections.equal_range(family.key(*model));
+        if (std::any_of(first, last, [&](const auto& c) { return c.second == family.key(*layer); }))
+          names.push_back(family.name(*model));
+      }
+    }
+    // Where names refer to objects, no bone, mesh or material has the name of a layer.
+    const std::map<std::string, Names> expected = {
+        {Named(family.has_ids ? "hips" : "hips_ncl1_3", "DisplayLayer"),
+         {Named("hips", "Model"), Named("head", "Model")}},
+        {Named("shown", "DisplayLayer"), {Named("hips_mesh", "Model")}},
+        {Named("empty", "DisplayLayer"), {}}};
+    EXPECT_EQ(members, expected);
   }
 }
 

@@ -75,8 +75,10 @@ void ExpectSoundObjects(const Family& family, const FbxFile& file) {
     }
     connected.insert(family.key(*pose));
   }
-  for (const FbxRecord* stack : file.main.child("Objects").all("AnimationStack")) {
-    connected.insert(family.key(*stack));
+  for (const char* top : {"AnimationStack", "CollectionExclusive"}) {
+    for (const FbxRecord* object : file.main.child("Objects").all(top)) {
+      connected.insert(family.key(*object));
+    }
   }
   EXPECT_EQ(connected, keys);  // nothing lies about
 }

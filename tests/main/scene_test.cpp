@@ -14,6 +14,7 @@
 #include "Ba/bamdvertices.h"
 #include "Bt/btangles.h"
 #include "Fbx/kfbxdeformer.h"
+#include "Fbx/kfbxdisplaylayer.h"
 #include "Fbx/kfbxdocumentinfo.h"
 #include "Fbx/kfbxpose.h"
 #include "Fbx/kfbxskeleton.h"
@@ -81,6 +82,22 @@ TEST(Scene, PlacesBodies) {
   EXPECT_EQ(pose.GetNode(0), built.scene->GetRootNode());
   EXPECT_EQ(pose.GetNode(2), built.node("knee"));
   ExpectNear(pose.GetMatrix(2).GetT(), 2, -16, 6);
+}
+
+TEST(Scene, PutsBonesAndMeshesOnLayers) {
+  const auto layers = [](const KFbxScene& scene) {
+    std::vector<std::vector<std::string>> names;
+    for (const KFbxDisplayLayer* layer : scene.GetDisplayLayers()) {
+      names.push_back({layer->GetName()});
+      for (const KFbxNode* node : layer->GetMembers()) names.back().emplace_back(node->GetName());
+    }
+    return names;
+  };
+  using Layers = std::vector<std::vector<std::string>>;
+  const std::string bones = kHeader + BodyAt(1, "a", 0) + BodyAt(2, "b", 1);
+  EXPECT_EQ(layers(*BuiltScene(bones, kEmptyDof).scene), (Layers{{"Skeleton", "a", "b"}}));
+  EXPECT_EQ(layers(*BuiltScene(bones + kMaterial + Square(2, 0), kEmptyDof).scene),
+            (Layers{{"Skeleton", "a", "b"}, {"Geometry", "a_mesh"}}));
 }
 
 // Angles come out to the last bit, and half a turn stays the half turn that a document says.

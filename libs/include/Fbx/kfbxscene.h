@@ -1,5 +1,5 @@
-// KFbxScene: a tree of nodes, with poses, takes and document information. Its root node is no
-// object of the file: what hangs under it stands at the top there.
+// KFbxScene: a tree of nodes, with poses, display layers, takes and document information. Its root
+// node is no object of the file: what hangs under it stands at the top there.
 #pragma once
 
 #include <string>
@@ -11,6 +11,7 @@
 #include "Fbx/kfbxtime.h"
 
 class KFbxAnimStack;
+class KFbxDisplayLayer;
 class KFbxDocumentInfo;
 class KFbxNode;
 class KFbxPose;
@@ -40,6 +41,10 @@ class KFbxScene : public KFbxCreated<KFbxScene> {
   [[nodiscard]] int GetPoseCount() const { return static_cast<int>(_poses.size()); }
   [[nodiscard]] KFbxPose* GetPose(int i) const;
 
+  // In the order in which they were added. Adding null does nothing and answers false.
+  bool AddDisplayLayer(KFbxDisplayLayer* layer);
+  [[nodiscard]] const std::vector<KFbxDisplayLayer*>& GetDisplayLayers() const { return _layers; }
+
   // Takes are numbered from 0; programs show the first. Adding null does nothing and answers false.
   bool AddAnimStack(KFbxAnimStack* stack);
   [[nodiscard]] int GetAnimStackCount() const { return static_cast<int>(_anim_stacks.size()); }
@@ -58,6 +63,7 @@ class KFbxScene : public KFbxCreated<KFbxScene> {
   KFbxDocumentInfo* _info = nullptr;
   KFbxSceneEvaluator _evaluator;
   std::vector<KFbxPose*> _poses;
+  std::vector<KFbxDisplayLayer*> _layers;
   std::vector<KFbxAnimStack*> _anim_stacks;
   KFbxFrameRate _frame_rate;
   std::vector<KFbxNode*> _nodes;  // the first of each name

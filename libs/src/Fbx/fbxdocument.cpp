@@ -118,6 +118,10 @@ FbxDocument::Reference FbxDocument::refer(const FbxSceneContent::Video& entry) {
   return {entry.id, {entry.name, "Video"}};
 }
 
+FbxDocument::Reference FbxDocument::refer(const FbxSceneContent::DisplayLayer& entry) {
+  return {entry.id, {entry.name, "DisplayLayer"}};
+}
+
 FbxDocument::Reference FbxDocument::refer(const FbxSceneContent::Skin& entry) {
   return {entry.id, {entry.name, "Deformer"}};
 }
@@ -349,6 +353,23 @@ void FbxDocument::writeTextures() {
     _sink.leaf("Texture_Alpha_Source", "None");
     _sink.leaf("Cropping", std::int32_t{0}, std::int32_t{0}, std::int32_t{0}, std::int32_t{0});
     _sink.end();
+  }
+}
+
+void FbxDocument::writeDisplayLayers() {
+  for (const FbxSceneContent::DisplayLayer& layer : _content.display_layers) {
+    openObject("CollectionExclusive", refer(layer), "DisplayLayer");
+    FbxPropertyWriter list = properties();
+    list.begin();
+    list.write(FbxDisplayLayerProperties());
+    list.end();
+    _sink.end();
+  }
+}
+
+void FbxDocument::connectDisplayLayers() {
+  for (const FbxSceneContent::DisplayLayer& layer : _content.display_layers) {
+    for (const int model : layer.models) connect(modelAt(model), refer(layer));
   }
 }
 

@@ -53,6 +53,7 @@ class FbxDocument {
   [[nodiscard]] static Reference refer(const FbxSceneContent::Material& entry);
   [[nodiscard]] static Reference refer(const FbxSceneContent::Texture& entry);
   [[nodiscard]] static Reference refer(const FbxSceneContent::Video& entry);
+  [[nodiscard]] static Reference refer(const FbxSceneContent::DisplayLayer& entry);
   [[nodiscard]] static Reference refer(const FbxSceneContent::Skin& entry);
   [[nodiscard]] static Reference refer(const FbxSceneContent::Cluster& entry);
 
@@ -74,6 +75,8 @@ class FbxDocument {
   // The name of the picture from where the file lies, which is where readers look for it.
   [[nodiscard]] std::string relativeNameOf(const KFbxVideo& video) const;
   void writeContent(const FbxSceneContent::Video& video);
+  void writeDisplayLayers();
+  void connectDisplayLayers();
   void writeTextureConnection(const FbxSceneContent::Texture& texture);
   // The name of the take that programs show at first; empty where there is none.
   [[nodiscard]] std::string_view currentTake() const;

@@ -147,6 +147,7 @@ void FbxDocument61::_writeDefinitions() {
       {"Pose", _content.poses.size()},
       {"Deformer", _content.skins.size()},
       {"SubDeformer", clusters},
+      {"CollectionExclusive", _content.display_layers.size()},
       {"GlobalSettings", 1},
   };
   std::size_t sum = 0;
@@ -175,6 +176,7 @@ void FbxDocument61::_writeObjects() {
   _writeDeformers();
   for (const auto& video : _content.videos) _writeVideo(video);
   writeTextures();
+  writeDisplayLayers();
   writeGlobalSettings();
   _sink.end();
 }
@@ -292,6 +294,7 @@ void FbxDocument61::_writeConnections() {
     }
   }
   for (const auto& texture : _content.textures) writeTextureConnection(texture);
+  connectDisplayLayers();
   _sink.end();
 }
 

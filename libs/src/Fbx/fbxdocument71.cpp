@@ -71,6 +71,7 @@ void FbxDocument71::_writeDefinitions() {
       {"SubDeformer", _content.subDeformerCount(), "KFbxCluster", FbxClusterProperties()},
       {"Texture", size(_content.textures), "KFbxTexture", FbxTextureProperties()},
       {"Video", size(_content.videos), "KFbxVideo", FbxVideoProperties()},
+      {"CollectionExclusive", size(_content.display_layers), "", {}},
       {"AnimationStack", stacks, "KFbxAnimStack", FbxAnimStackProperties()},
       {"AnimationLayer", stacks, "KFbxAnimLayer", FbxAnimLayerProperties()},
       {"AnimationCurveNode", _content.animCurveNodeCount(), "", {}},
@@ -120,6 +121,7 @@ void FbxDocument71::_writeObjects() {
   _writeDeformers();
   for (const auto& video : _content.videos) _writeVideo(video);
   writeTextures();
+  writeDisplayLayers();
   for (const auto& stack : _content.anim_stacks) _writeAnimation(stack);
   _sink.end();
 }
@@ -216,6 +218,7 @@ void FbxDocument71::_writeConnections() {
   }
   _connectTextures();
   _connectDeformers();
+  connectDisplayLayers();
   for (const auto& stack : _content.anim_stacks) _connectAnimation(stack);
   _sink.end();
 }

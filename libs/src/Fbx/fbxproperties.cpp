@@ -231,6 +231,13 @@ constexpr FbxPropertyRow kSceneInfo[] = {
     {"LastSaved|DateTime_GMT", eDateTime, ""},
 };
 
+constexpr FbxPropertyRow kDisplayLayer[] = {
+    {"Color", eColorRGB, {0.8, 0.8, 0.8}},
+    {"Show", eBool, 1},
+    {"Freeze", eBool, 0},
+    {"LODBox", eBool, 0},
+};
+
 constexpr FbxPropertyRow kAnimStack[] = {
     {"Description", eString, ""}, {"LocalStart", eTime, 0},    {"LocalStop", eTime, 0},
     {"ReferenceStart", eTime, 0}, {"ReferenceStop", eTime, 0},
@@ -260,6 +267,7 @@ std::span<const FbxPropertyRow> FbxTextureProperties() { return kTexture; }
 std::span<const FbxPropertyRow> FbxVideoProperties() { return kVideo; }
 std::span<const FbxPropertyRow> FbxGlobalSettingsProperties() { return kGlobalSettings; }
 std::span<const FbxPropertyRow> FbxSceneInfoProperties() { return kSceneInfo; }
+std::span<const FbxPropertyRow> FbxDisplayLayerProperties() { return kDisplayLayer; }
 std::span<const FbxPropertyRow> FbxAnimStackProperties() { return kAnimStack; }
 std::span<const FbxPropertyRow> FbxAnimLayerProperties() { return kAnimLayer; }
 

@@ -77,6 +77,7 @@ std::span<const FbxPropertyRow> FbxTextureProperties();
 std::span<const FbxPropertyRow> FbxVideoProperties();
 std::span<const FbxPropertyRow> FbxGlobalSettingsProperties();
 std::span<const FbxPropertyRow> FbxSceneInfoProperties();
+std::span<const FbxPropertyRow> FbxDisplayLayerProperties();
 std::span<const FbxPropertyRow> FbxAnimStackProperties();
 std::span<const FbxPropertyRow> FbxAnimLayerProperties();
 

@@ -8,6 +8,7 @@
 #include <variant>
 
 #include "Bt/btexcept.h"
+#include "Fbx/kfbxdisplaylayer.h"
 #include "Fbx/kfbxiosettings.h"
 #include "Fbx/kfbxmesh.h"
 #include "Fbx/kfbxnode.h"
@@ -133,6 +134,7 @@ bool FbxSceneContent::collect(KFbxScene* scene, const KFbxIOSettings& settings, 
     KFbxPose* pose = scene->GetPose(i);
     poses.push_back({pose, FbxCleanName(pose->GetName())});
   }
+  _collectDisplayLayers(*scene);
   if (!_nameUserProperties()) return false;
   if (settings.GetBoolProp(EXP_FBX_ANIMATION, true) && !_collectAnimation(*scene)) return false;
   if (has_ids) {
@@ -275,6 +277,17 @@ bool FbxSceneContent::_addBlendShape(const KFbxBlendShape& blend_shape, int attr
   return true;
 }
 
+void FbxSceneContent::_collectDisplayLayers(const KFbxScene& scene) {
+  for (const KFbxDisplayLayer* layer : scene.GetDisplayLayers()) {
+    DisplayLayer& added =
+        display_layers.emplace_back(DisplayLayer{FbxCleanName(layer->GetName()), {}});
+    // The root and nodes outside of the scene are no objects of the file.
+    for (const KFbxNode* node : layer->GetMembers()) {
+      if (const int model = modelOf(node); model != kNone) added.models.push_back(model);
+    }
+  }
+}
+
 bool FbxSceneContent::_nameUserProperties() {
   for (Model& model : models) {
     for (const KFbxUserProperty& property : model.node->GetUserProperties()) {
@@ -369,16 +382,18 @@ void FbxSceneContent::_nameForPeople() {
   MakeUnique(&materials);
   MakeUnique(&textures);
   MakeUnique(&videos);
+  MakeUnique(&display_layers);
 }
 
 void FbxSceneContent::_nameForReference() {
   // A name is what refers to an object. Nodes, their attributes and materials are told apart from
-  // each other; the root's name stands for the root only.
+  // each other, and layers from them; the root's name stands for the root only.
   FbxUniqueNames names;
   (void)names.make("Scene");
   MakeUnique(&models, &names);
   MakeUnique(&attributes, &names);
   MakeUnique(&materials, &names);
+  MakeUnique(&display_layers, &names);
   MakeUnique(&textures);
   MakeUnique(&videos);
   MakeUnique(&poses);
@@ -413,6 +428,7 @@ void FbxSceneContent::_numberObjects() {
   }
   Number(&videos, &id);
   Number(&textures, &id);
+  Number(&display_layers, &id);
   for (AnimStack& stack : anim_stacks) NumberStack(&stack, &id);
 }
 

@@ -93,6 +93,11 @@ struct FbxSceneContent {
     int video;  // kNone for none
     std::int64_t id = 0;
   };
+  struct DisplayLayer {
+    std::string name;
+    std::vector<int> models;
+    std::int64_t id = 0;
+  };
 
   struct AnimCurveNode {
     const KFbxAnimCurveNode* curve_node;
@@ -131,6 +136,7 @@ struct FbxSceneContent {
   std::vector<BlendShape> blend_shapes;
   std::vector<Video> videos;
   std::vector<Texture> textures;
+  std::vector<DisplayLayer> display_layers;
   std::vector<AnimStack> anim_stacks;
   // What programs show at first: from the earliest start of a take to the latest end, or a second.
   KTime time_start = 0;
@@ -161,6 +167,7 @@ struct FbxSceneContent {
   bool _addDeformers(const KFbxMesh& mesh, int attribute, bool with_shapes);
   bool _addSkin(const KFbxSkin& skin, int attribute);
   bool _addBlendShape(const KFbxBlendShape& blend_shape, int attribute, FbxUniqueNames* names);
+  void _collectDisplayLayers(const KFbxScene& scene);
   bool _nameUserProperties();
   [[nodiscard]] bool _hasProperty(const Model& model, const std::string& name) const;
   bool _collectAnimation(const KFbxScene& scene);

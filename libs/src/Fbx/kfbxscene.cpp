@@ -57,6 +57,12 @@ KFbxPose* KFbxScene::GetPose(int i) const {
   return _poses[static_cast<std::size_t>(i)];
 }
 
+bool KFbxScene::AddDisplayLayer(KFbxDisplayLayer* layer) {
+  if (layer == nullptr) return false;
+  _layers.push_back(layer);
+  return true;
+}
+
 bool KFbxScene::AddAnimStack(KFbxAnimStack* stack) {
   if (stack == nullptr) return false;
   _anim_stacks.push_back(stack);
