@@ -50,20 +50,8 @@ class Pulls {
     for (std::uint32_t i = 0; i < first.size(); ++i) {
       if (first[i] != i) has_others[i] = has_others[first[i]] = true;
     }
-    for (const Influence& influence : mesh.weights->influences) {
-      const auto point = static_cast<std::uint32_t>(influence.point);
-      if (!has_others[point] || influence.weight <= kSameWeight) continue;
-      _pulls.push_back(
-          {point, false, static_cast<std::size_t>(influence.node), {influence.weight, 0, 0}});
-    }
-    for (const auto& [slider, offsets] : *mesh.offsets) {
-      for (const auto& [index, offset] : offsets) {
-        const auto point = static_cast<std::uint32_t>(index);
-        if (has_others[point] && offset != std::array<double, 3>{}) {
-          _pulls.push_back({point, true, slider, offset});
-        }
-      }
-    }
+    _addWeights(*mesh.weights, has_others);
+    for (const auto& [slider, offsets] : *mesh.offsets) _addSlider(slider, offsets, has_others);
     std::sort(_pulls.begin(), _pulls.end(), [](const Pull& a, const Pull& b) {
       return std::tie(a.point, a.is_slider, a.by) < std::tie(b.point, b.is_slider, b.by);
     });
@@ -80,6 +68,25 @@ class Pulls {
   }
 
  private:
+  void _addWeights(const SkinWeights& weights, const std::vector<bool>& has_others) {
+    for (const Influence& influence : weights.influences) {
+      const auto point = static_cast<std::uint32_t>(influence.point);
+      if (!has_others[point] || influence.weight <= kSameWeight) continue;
+      _pulls.push_back(
+          {point, false, static_cast<std::size_t>(influence.node), {influence.weight, 0, 0}});
+    }
+  }
+
+  void _addSlider(std::size_t slider, const PointOffsets& offsets,
+                  const std::vector<bool>& has_others) {
+    for (const auto& [index, offset] : offsets) {
+      const auto point = static_cast<std::uint32_t>(index);
+      if (has_others[point] && offset != std::array<double, 3>{}) {
+        _pulls.push_back({point, true, slider, offset});
+      }
+    }
+  }
+
   std::vector<Pull> _pulls;
   std::vector<std::size_t> _starts;  // of each point in _pulls, and the end
 };
@@ -146,6 +153,14 @@ void KeepStanding(const std::vector<std::uint32_t>& standing, std::vector<double
   numbers->erase(kept, numbers->end());
 }
 
+// The number of a point, or of the point of a corner that ends a polygon, in the new count.
+std::int32_t NewCorner(const std::vector<std::int32_t>& number, std::int32_t corner) {
+  const bool is_last = corner < 0;
+  const std::int32_t point = is_last ? ~corner : corner;
+  const std::int32_t now = number[static_cast<std::size_t>(point)];
+  return is_last ? ~now : now;
+}
+
 }  // namespace
 
 void JoinBodies(const std::vector<std::uint32_t>& first, const MeshPoints& mesh) {
@@ -164,10 +179,7 @@ void JoinBodies(const std::vector<std::uint32_t>& first, const MeshPoints& mesh)
   };
   KeepStanding(standing, &mesh.faces->points);
   if (!mesh.normals->empty()) KeepStanding(standing, mesh.normals);
-  for (std::int32_t& corner : mesh.faces->corners) {
-    corner = corner < 0 ? ~number[static_cast<std::size_t>(~corner)]
-                        : number[static_cast<std::size_t>(corner)];
-  }
+  for (std::int32_t& corner : mesh.faces->corners) corner = NewCorner(number, corner);
   std::vector<Influence>& influences = mesh.weights->influences;
   std::erase_if(influences, [&](const Influence& influence) { return is_gone(influence.point); });
   for (Influence& influence : influences) {

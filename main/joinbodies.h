@@ -20,7 +20,6 @@ struct MeshPoints {
 // Makes one point of points of different bodies that coincide and are moved alike: by the same
 // nodes with the same weights, and by the same sliders to the same places. So posing, subdividing
 // and sculpting do not tear bodies apart that are whole at rest. The first body's point stands, and
-// takes one point of each other body. `first` is what
-// FirstCoincident() says of the points, or empty where none coincide. Afterwards points count anew,
-// and the parts of `faces` are gone.
+// takes one point of each other body. `first` is what FirstCoincident() says of the points, or
+// empty where none coincide. Afterwards points count anew, and the parts of `faces` are gone.
 void JoinBodies(const std::vector<std::uint32_t>& first, const MeshPoints& mesh);
