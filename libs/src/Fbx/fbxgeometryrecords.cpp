@@ -30,36 +30,38 @@ class GeometryWriter {
     _list("Vertices", _mesh.GetControlPoints());
     _list("PolygonVertexIndex", _mesh.GetPolygonVertices());
     _sink.leaf("GeometryVersion", kGeometryVersion);
-    const bool has_normals = !_mesh.GetNormals().empty();
-    const bool has_uvs = !_mesh.GetUVIndices().empty();
-    if (has_normals) _writeNormals();
-    if (has_uvs) {
-      _writeUVs(kUvElement);
-      for (const FbxTextureLayer& layer : texture_layers) {
-        if (layer.uv_element != kUvElement) _writeUVs(layer.uv_element);
-      }
-    }
-    if (has_normals) _writeSmoothing();
+    const std::vector<std::string_view> uv_elements = _uvElements(texture_layers);
+    if (_hasNormals()) _writeNormals();
+    for (const std::string_view element : uv_elements) _writeUVs(element);
+    if (_hasNormals()) _writeSmoothing();
     if (materials > 0) _writeMaterials(materials);
     for (const FbxTextureLayer& layer : texture_layers) _writeTextures(layer);
 
     // Readers take only the elements that a layer names.
     _sink.open("Layer", std::int32_t{0});
     _sink.leaf("Version", kLayerVersion);
-    if (has_normals) _nameElement("LayerElementNormal");
+    if (_hasNormals()) _nameElement("LayerElementNormal");
     if (materials > 0) _nameElement("LayerElementMaterial");
-    if (has_normals) _nameElement("LayerElementSmoothing");
+    if (_hasNormals()) _nameElement("LayerElementSmoothing");
     for (const FbxTextureLayer& layer : texture_layers) _nameElement(layer.element);
-    if (has_uvs) {
-      _nameElement(kUvElement);
-      for (const FbxTextureLayer& layer : texture_layers) {
-        if (layer.uv_element != kUvElement) _nameElement(layer.uv_element);
-      }
-    }
+    for (const std::string_view element : uv_elements) _nameElement(element);
     _sink.end();
   }
 
  private:
+  [[nodiscard]] bool _hasNormals() const { return !_mesh.GetNormals().empty(); }
+
+  // The mesh's coordinates, once for itself and once for each layer that wants its own.
+  [[nodiscard]] std::vector<std::string_view> _uvElements(
+      const std::vector<FbxTextureLayer>& texture_layers) const {
+    if (_mesh.GetUVIndices().empty()) return {};
+    std::vector<std::string_view> elements = {kUvElement};
+    for (const FbxTextureLayer& layer : texture_layers) {
+      if (layer.uv_element != kUvElement) elements.push_back(layer.uv_element);
+    }
+    return elements;
+  }
+
   void _list(std::string_view name, std::span<const double> values) { _sink.leaf(name, values); }
   void _list(std::string_view name, std::span<const std::int32_t> values) {
     _sink.leaf(name, values);
