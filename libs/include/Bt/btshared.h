@@ -17,8 +17,7 @@ class BtShared {
   }
   BtShared(BtShared&& other) noexcept : _object(std::exchange(other._object, nullptr)) {}
   BtShared& operator=(const BtShared& other) noexcept {
-    BtShared copy(other);
-    std::swap(_object, copy._object);
+    if (this != &other) *this = BtShared(other);
     return *this;
   }
   BtShared& operator=(BtShared&& other) noexcept {
