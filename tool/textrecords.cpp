@@ -48,7 +48,7 @@ class Lines {
     return true;
   }
   [[nodiscard]] std::string_view line() const { return _line; }
-  [[nodiscard]] std::size_t next_start() const { return std::min(_next, _text.size()); }
+  [[nodiscard]] std::size_t nextStart() const { return std::min(_next, _text.size()); }
   // Of a part of the line.
   [[nodiscard]] std::size_t offsetOf(std::string_view part) const {
     return static_cast<std::size_t>(part.data() - _text.data());
@@ -126,10 +126,27 @@ const ElementForm* FormOf(char letter) {
   return form == std::end(kElementForms) ? nullptr : form;
 }
 
-// Reads a record that is of no interest.
-bool SkipLegacyRecord(char letter, Words* words) {
-  BtScanner& in = words->in();
+template <class Named>
+bool ReadNamed(const char* key, Named* named, BtScanner& in, TextRecord* record) {
+  if (!named->scanFrom(in)) return false;
+  record->key = key;
+  record->name = Text(named->name());
+  record->id = named->id();
+  return true;
+}
+
+// Reads a record behind its letter. What is of no interest gets no key.
+bool ReadLegacyRecord(char letter, BtScanner& in, TextRecord* record) {
   switch (letter) {
+    case 'X': {
+      BaBody body;
+      return ReadNamed("BODY", &body, in, record);
+    }
+    case 'M': {
+      BaMaterial material;
+      material.setVersion(1.3F);
+      return ReadNamed("MATERIAL", &material, in, record);
+    }
     case 'B': {
       int id = 0;
       std::array<float, 6> points = {};
@@ -147,6 +164,43 @@ bool SkipLegacyRecord(char letter, Words* words) {
     default:
       return false;
   }
+}
+
+// A variable or a constant; a combination's number of terms is below 0.
+bool SkipTransform(BtScanner& in) {
+  int number = 0;
+  if (!in.readInt(&number)) return false;
+  double ignored = 0;
+  for (long long left = number < 0 ? -2LL * number - 1 : 0; left > 0; --left) {
+    if (!in.readDouble(&ignored)) return false;
+  }
+  return true;
+}
+
+// Reads the map of a body; false where it is broken.
+bool ReadMap(std::string_view text, Words* words, TextRecord* record) {
+  constexpr std::array<const char*, 6> kTransforms = {"1", "2", "3", "4", "5", "6"};
+  BtScanner& in = words->in();
+  if (!in.readInt(&record->id)) return false;
+  record->items.push_back({"order", {}, words->nextOffset()});
+  int ignored = 0;
+  for (std::size_t i = 0; i < kTransforms.size(); ++i) {
+    if (!in.readInt(&ignored)) return false;
+  }
+  for (const char* const transform : kTransforms) {
+    const std::size_t offset = words->nextOffset();
+    if (!SkipTransform(in)) return false;
+    record->items.push_back({transform, text.substr(offset, words->offset() - offset), offset});
+  }
+  record->end = words->offset();
+  return true;
+}
+
+// What counts of a line of a document. Outside of blocks a comment may follow a brace only.
+std::string_view WithoutComment(std::string_view line, bool is_in_block) {
+  const std::string_view plain = Trimmed(line.substr(0, line.find('#')));
+  if (is_in_block || plain.empty() || plain.ends_with('{')) return plain;
+  return Trimmed(line);
 }
 
 // The lines of these blocks begin with a name, and have no colon.
@@ -228,9 +282,9 @@ const TextRecord* TextRecords::at(const std::string& file, long long line) const
   if (found == _files.end()) return nullptr;
   Lines lines((*found)->text, 0);
   while (line > 1 && lines.next()) --line;
-  const std::size_t start = lines.next_start();
+  const std::size_t start = lines.nextStart();
   lines.next();
-  const std::size_t end = lines.next_start();
+  const std::size_t end = lines.nextStart();
   const auto number = static_cast<std::size_t>(found - _files.begin());
   const auto holds = [number, start, end](const TextRecord& record) {
     return record.file == number && record.offset < end && record.end > start;
@@ -249,7 +303,7 @@ void TextRecords::_readFile(std::size_t file) {
   if (!lines.next()) return;
   const bool is_model = lines.line() == kBaModelFileId;
   if (!lines.next()) return;
-  const std::size_t start = lines.next_start();
+  const std::size_t start = lines.nextStart();
   if (!is_model) return _readMapping(file, start);
   const bool is_document = Trimmed(lines.line()).starts_with("v2");
   return is_document ? _readDocument(file, start) : _readLegacy(file, start);
@@ -259,19 +313,14 @@ void TextRecords::_readDocument(std::size_t file, std::size_t from) {
   Lines lines(_files[file]->text, from);
   std::vector<std::string_view> blocks;  // that are open
   while (lines.next()) {
-    std::string_view line = lines.line();
-    // Outside of blocks a comment may follow a brace only.
-    const std::string_view plain = Trimmed(line.substr(0, line.find('#')));
-    line = !blocks.empty() || plain.ends_with('{') ? plain : Trimmed(line);
-    if (line.empty() || line.front() == '#') continue;
+    const std::string_view line = WithoutComment(lines.line(), !blocks.empty());
+    if (line.empty()) continue;
     if (blocks.empty()) {
-      _records.push_back({std::string(KeyOf(line)), file, lines.offsetOf(line), lines.next_start(),
+      _records.push_back({std::string(KeyOf(line)), file, lines.offsetOf(line), lines.nextStart(),
                           std::string(ValueOf(line))});
       if (_records.back().key == "END") return;
     } else if (line == "}") {
-      _records.back().end = lines.next_start();
-      blocks.pop_back();
-      if (blocks.empty()) _endRecord();
+      _closeBlock(lines.nextStart(), &blocks);
     } else if (IsItem(line, blocks.back())) {
       _records.back().items.push_back({KeyOf(line), ValueOf(line), lines.offsetOf(line)});
     }
@@ -282,9 +331,13 @@ void TextRecords::_readDocument(std::size_t file, std::size_t from) {
   _is_open = true;
 }
 
-void TextRecords::_endRecord() {
-  _name(&_records.back());
-  if (_records.back().key == "INCLUDE") _include(TextRecord(_records.back()));
+void TextRecords::_closeBlock(std::size_t end, std::vector<std::string_view>* blocks) {
+  TextRecord& record = _records.back();
+  record.end = end;
+  blocks->pop_back();
+  if (!blocks->empty()) return;
+  _name(&record);
+  if (record.key == "INCLUDE") _include(record);
 }
 
 BtPlace TextRecords::openBlock() const {
@@ -363,49 +416,27 @@ void TextRecords::_readLegacy(std::size_t file, std::size_t from) {
       const auto body_id = ReadElement(*form, &words, [](auto&&...) { return true; });
       if (!body_id) return;
       _elements[*body_id].push_back({file, offset});
-    } else if (letter == 'X') {
-      BaBody body;
-      if (!body.scanFrom(in)) return;
-      _records.push_back({"BODY", file, offset, words.offset(), Text(body.name()), body.id()});
-    } else if (letter == 'M') {
-      BaMaterial material;
-      material.setVersion(1.3F);
-      if (!material.scanFrom(in)) return;
-      _records.push_back(
-          {"MATERIAL", file, offset, words.offset(), Text(material.name()), material.id()});
-    } else if (!SkipLegacyRecord(letter, &words)) {
-      return;
+    } else {
+      TextRecord record = {"", file, offset, 0};
+      if (!ReadLegacyRecord(letter, in, &record)) return;
+      record.end = words.offset();
+      if (!record.key.empty()) _records.push_back(std::move(record));
     }
   }
 }
 
 void TextRecords::_readMapping(std::size_t file, std::size_t from) {
-  constexpr std::array<const char*, 6> kTransforms = {"1", "2", "3", "4", "5", "6"};
   const std::string_view text = _files[file]->text;
   Words words(text, from);
   BtScanner& in = words.in();
-  int number = 0;
+  int variables = 0;
   int count = 0;
   _records.push_back({"VARIABLES", file, words.nextOffset(), 0, " "});
-  if (!in.readInt(&number) || !in.readInt(&count)) return;
+  if (!in.readInt(&variables) || !in.readInt(&count)) return;
   for (int i = 0; i < count; ++i) {
     TextRecord record = {"MAP", file, words.nextOffset(), 0};
-    if (!in.readInt(&record.id)) return;
+    if (!ReadMap(text, &words, &record)) return;
     record.id += _files[file]->id_offset;
-    record.items.push_back({"order", {}, words.nextOffset()});
-    for (std::size_t t = 0; t < kTransforms.size(); ++t) {
-      if (!in.readInt(&number)) return;
-    }
-    for (const char* const transform : kTransforms) {
-      const std::size_t offset = words.nextOffset();
-      if (!in.readInt(&number)) return;
-      double ignored = 0;
-      for (long long left = number < 0 ? -2LL * number - 1 : 0; left > 0; --left) {
-        if (!in.readDouble(&ignored)) return;
-      }
-      record.items.push_back({transform, text.substr(offset, words.offset() - offset), offset});
-    }
-    record.end = words.offset();
     _records.push_back(std::move(record));
   }
   _readDocument(file, words.offset());

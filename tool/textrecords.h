@@ -79,7 +79,7 @@ class TextRecords {
   void _readDocument(std::size_t file, std::size_t from);
   void _readLegacy(std::size_t file, std::size_t from);
   void _readMapping(std::size_t file, std::size_t from);
-  void _endRecord();
+  void _closeBlock(std::size_t end, std::vector<std::string_view>* blocks);
   void _name(TextRecord* record) const;
   void _include(const TextRecord& record);
   void _addIndex();
