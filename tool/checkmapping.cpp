@@ -98,6 +98,24 @@ double LeastMove(const CheckInput& input) {
   return SizeOf(box) / 20;
 }
 
+void CheckMapOf(const BaUnlockedBodyMap& map, const Place& place, double least_move,
+                Findings* findings) {
+  const std::string letters = map.rotationLetters();
+  if (letters.size() == 3 && std::set<char>(letters.begin(), letters.end()).size() == 3) {
+    return CheckTransformsOf(map, place, least_move, findings);
+  }
+  findings->add(Kind("rotation-axes"), place,
+                "it turns about " + (letters.empty() ? "nothing" : letters), 1, {true, "order"});
+}
+
+void CheckUnmapped(const CheckInput& input, Findings* findings) {
+  for (const BaBody* body : input.bodies) {
+    if (input.mapping->bodyMap(body->id()) == nullptr) {
+      findings->add(Kind("body-unmapped"), PlaceOf(*body), "");
+    }
+  }
+}
+
 void CheckBodyMaps(const CheckInput& input, Findings* findings) {
   const auto& model = input.model;
   const bool is_of_another = IsOfAnother(input, findings);
@@ -108,21 +126,9 @@ void CheckBodyMaps(const CheckInput& input, Findings* findings) {
     if (is_missing && !is_of_another) {
       findings->add(Kind("mapped-body-missing"), place, "", 1, {true});
     }
-    const std::string letters = map->rotationLetters();
-    if (std::set<char>(letters.begin(), letters.end()).size() != 3 || letters.size() != 3) {
-      findings->add(Kind("rotation-axes"), place,
-                    "it turns about " + (letters.empty() ? "nothing" : letters), 1,
-                    {true, "order"});
-    } else {
-      CheckTransformsOf(*map, place, least_move, findings);
-    }
+    CheckMapOf(*map, place, least_move, findings);
   }
-  if (is_of_another) return;
-  for (const BaBody* body : input.bodies) {
-    if (input.mapping->bodyMap(body->id()) == nullptr) {
-      findings->add(Kind("body-unmapped"), PlaceOf(*body), "");
-    }
-  }
+  if (!is_of_another) CheckUnmapped(input, findings);
 }
 
 // Variables that are the whole value of more than one transform.

@@ -82,7 +82,7 @@ std::string FindInOtherCase(const BtStr& path) {
   std::error_code error;
   for (auto entry = std::filesystem::directory_iterator(wanted.parent_path(), error);
        !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    const std::string name = entry->path().filename().string();
+    std::string name = entry->path().filename().string();
     if (LowerCase(name) == LowerCase(wanted.filename().string())) return name;
   }
   return {};

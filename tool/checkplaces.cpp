@@ -23,6 +23,57 @@ std::vector<std::string> NamesIn(std::string_view text) {
   return names;
 }
 
+// The vertex that a finding about a body tells of; nowhere where there is none.
+BtPlace VertexOf(const TextRecords& text, const Finding& finding) {
+  const Spot& spot = finding.spot;
+  if (std::string_view(finding.place.kind) != "body" || !spot.vertex) return {};
+  return text.vertexOf(finding.place.id.value_or(0), finding.place.name, *spot.vertex,
+                       spot.key == "WEIGHTS");
+}
+
+// The record that a finding tells of; null for none.
+const TextRecord* RecordOf(const TextRecords& text, const Finding& finding) {
+  const std::string_view kind = finding.place.kind;
+  const Spot& spot = finding.spot;
+  const int id = finding.place.id.value_or(0);
+  if (spot.map_of != 0) return text.find("MAP", spot.map_of, {});
+  if (kind == "body" && spot.in_mapping) return text.find("MAP", id, {});
+  if (kind == "body") return text.find("BODY", id, finding.place.name);
+  if (kind == "material" && !spot.in_mapping) return text.find("MATERIAL", 0, finding.place.name);
+  return nullptr;
+}
+
+// The first record or line with a key word; nowhere where there is none.
+BtPlace FirstPlaceOf(const TextRecords& text, const Spot& spot) {
+  for (const TextRecord& record : text.records()) {
+    if (record.key == spot.key && spot.value.empty()) return text.placeOf(record);
+    const TextItem* const item = record.find(spot.key, spot.value);
+    if (item != nullptr) return text.placeOf(record, item->offset);
+  }
+  return {};
+}
+
+// The line of a record that names something which another section or file holds; null for none.
+const TextItem* ReferenceIn(const TextRecord& record, const std::string& name) {
+  // Names of included files are seen from the folder of the file that includes them.
+  const TextItem* const file = record.find("FILE_NAME");
+  if (record.key == "INCLUDE" && file != nullptr && name.ends_with(file->value)) return file;
+  for (const std::string_view key : kReferences) {
+    const TextItem* const item = record.find(key, name);
+    if (item != nullptr) return item;
+  }
+  return nullptr;
+}
+
+// The first such line; nowhere where there is none.
+BtPlace ReferenceTo(const TextRecords& text, const std::string& name) {
+  for (const TextRecord& record : text.records()) {
+    const TextItem* const item = ReferenceIn(record, name);
+    if (item != nullptr) return text.placeOf(record, item->offset);
+  }
+  return {};
+}
+
 class Placer {
  public:
   Placer(const CheckInput& input) : _input(input) {}
@@ -57,6 +108,7 @@ class Placer {
 
   BtPlace _find(const Finding& finding);
   void _placeByNames(Finding* finding);
+  void _placeByName(const TextRecords& text, const std::string& name, Finding* finding);
   void _nameRecord(Finding* finding);
   void _placeLateFaults(Finding* finding);
   void _tellOfTwin(Finding* finding);
@@ -67,33 +119,14 @@ class Placer {
 
 BtPlace Placer::_find(const Finding& finding) {
   const TextRecords& text = _textOf(finding);
-  const std::string_view kind = finding.place.kind;
   const Spot& spot = finding.spot;
-  if (kind == "body" && spot.vertex) {
-    const BtPlace place = text.vertexOf(finding.place.id.value_or(0), finding.place.name,
-                                        *spot.vertex, spot.key == "WEIGHTS");
-    if (place.source != nullptr) return place;
-  }
-  const TextRecord* record = nullptr;
-  if (spot.map_of != 0) {
-    record = text.find("MAP", spot.map_of, {});
-  } else if (kind == "body") {
-    record = text.find(spot.in_mapping ? "MAP" : "BODY", finding.place.id.value_or(0),
-                       spot.in_mapping ? std::string_view() : finding.place.name);
-  } else if (kind == "material" && !spot.in_mapping) {
-    record = text.find("MATERIAL", 0, finding.place.name);
-  }
-  if (record != nullptr) {
+  BtPlace vertex = VertexOf(text, finding);
+  if (vertex.source != nullptr) return vertex;
+  if (const TextRecord* const record = RecordOf(text, finding); record != nullptr) {
     const TextItem* const item = spot.key.empty() ? nullptr : record->find(spot.key, spot.value);
     return text.placeOf(*record, item == nullptr ? record->offset : item->offset);
   }
-  if (spot.key.empty()) return {};
-  for (const TextRecord& other : text.records()) {
-    if (other.key == spot.key && spot.value.empty()) return text.placeOf(other);
-    const TextItem* const item = other.find(spot.key, spot.value);
-    if (item != nullptr) return text.placeOf(other, item->offset);
-  }
-  return {};
+  return spot.key.empty() ? BtPlace() : FirstPlaceOf(text, spot);
 }
 
 // What is told of the file as a whole names bodies and materials, or a name that nothing has.
@@ -103,33 +136,20 @@ void Placer::_placeByNames(Finding* finding) {
   const std::vector<std::string> names = NamesIn(finding->text);
   if (names.empty()) return;
   const TextRecords& text = _textOf(*finding);
-  for (const std::string& name : names) {
-    const TextRecord* const body = text.find("BODY", 0, name);
-    if (body != nullptr && finding->body.empty()) {
-      finding->body = name;
-      finding->where = _finder.find(text.placeOf(*body));
-    }
-    const TextRecord* const material = text.find("MATERIAL", 0, name);
-    if (body == nullptr && material != nullptr && finding->material.empty()) {
-      finding->material = name;
-      finding->where = _finder.find(text.placeOf(*material));
-    }
-  }
+  for (const std::string& name : names) _placeByName(text, name, finding);
   if (text.find("BODY", 0, names.back()) != nullptr) return;
-  for (const TextRecord& record : text.records()) {
-    // Names of included files are seen from the folder of the file that includes them.
-    const TextItem* const file = record.find("FILE_NAME");
-    if (record.key == "INCLUDE" && file != nullptr && names.back().ends_with(file->value)) {
-      finding->where = _finder.find(text.placeOf(record, file->offset));
-      return;
-    }
-    for (const std::string_view key : kReferences) {
-      const TextItem* const item = record.find(key, names.back());
-      if (item == nullptr) continue;
-      finding->where = _finder.find(text.placeOf(record, item->offset));
-      return;
-    }
-  }
+  const BtPlace reference = ReferenceTo(text, names.back());
+  if (reference.source != nullptr) finding->where = _finder.find(reference);
+}
+
+// The first body and the first material count.
+void Placer::_placeByName(const TextRecords& text, const std::string& name, Finding* finding) {
+  const TextRecord* const body = text.find("BODY", 0, name);
+  const TextRecord* const record = body != nullptr ? body : text.find("MATERIAL", 0, name);
+  std::string* const known = body != nullptr ? &finding->body : &finding->material;
+  if (record == nullptr || !known->empty()) return;
+  *known = name;
+  finding->where = _finder.find(text.placeOf(*record));
 }
 
 void Placer::_nameRecord(Finding* finding) {

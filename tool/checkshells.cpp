@@ -42,13 +42,13 @@ class Joiner {
     return entry->second;
   }
   int rootOf(int place) {
-    while (at(place) != place) place = at(place) = at(at(place));
+    while (_at(place) != place) place = _at(place) = _at(_at(place));
     return place;
   }
-  void join(int a, int b) { at(rootOf(a)) = rootOf(b); }
+  void join(int a, int b) { _at(rootOf(a)) = rootOf(b); }
 
  private:
-  int& at(int place) { return _roots[static_cast<std::size_t>(place)]; }
+  int& _at(int place) { return _roots[static_cast<std::size_t>(place)]; }
 
   Point _low;  // of the box around all places
   double _grid;
