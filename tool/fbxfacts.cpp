@@ -1,6 +1,7 @@
 #include "fbxfacts.h"
 
 #include <algorithm>
+#include <functional>
 #include <iterator>
 #include <string_view>
 
@@ -15,14 +16,23 @@ namespace {
 constexpr std::size_t kNone = FbxRecordFile::kNone;
 constexpr int kFirstIdVersion = 7000;  // objects are known by id from here on, before by name
 
+// What is connected to an object. Others may have it besides, but only one of them as its own.
+struct Child {
+  std::size_t object;
+  bool is_own;
+};
+
 struct Object {
   std::size_t record;
   std::string_view class_name;  // "Model"
   std::string_view name;
   std::string_view kind;  // "LimbNode"
-  std::size_t parent = kNone;
-  std::string_view property;          // of the parent, that it is connected to
-  std::vector<std::size_t> children;  // in the order of their connections
+  bool is_connected = false;
+  std::size_t parent = kNone;   // kNone for the scene
+  std::string_view property;    // of the parent, that it is connected to
+  std::vector<Child> children;  // in the order of their connections
+  // What it is connected to besides, and by which property.
+  std::vector<std::pair<std::size_t, std::string_view>> targets;
 };
 
 class FileGatherer {
@@ -41,6 +51,23 @@ class FileGatherer {
   void _gatherNode(std::size_t object, int parent, int depth);
   bool _gatherMesh(const Object& model);
   void _gatherDeformers(const Object& owner, FbxMeshFacts* mesh) const;
+  void _gatherDeformerPart(const Object& part, FbxMeshFacts* mesh) const;
+  void _gatherTakes();
+  void _gatherStack(const Object& stack, FbxTakeFacts* take) const;
+  void _gatherCurves(const Object& curve_node, FbxTakeFacts* take) const;
+  // Calls visit(index) for each child of this name.
+  template <class Visit>
+  void _forEachNamed(std::size_t parent, std::string_view name, Visit visit) const {
+    _file.forEachChild(parent, [&](std::size_t i) {
+      if (_file[i].name == name) visit(i);
+    });
+  }
+  [[nodiscard]] std::string_view _textIn(std::size_t record) const {
+    return _file.value(record, 0).bytes;
+  }
+  void _gatherTransform(std::size_t transform, const std::string& node, FbxTakeFacts* take) const;
+  void _gatherChannels(std::size_t take_record, FbxTakeFacts* take) const;
+  void _gatherChannel(std::size_t channel, const std::string& name, FbxTakeFacts* take) const;
   void _gatherMaterial(const Object& object);
   void _gatherTexture(const Object& object);
   void _gatherVideo(const Object& object);
@@ -76,6 +103,7 @@ bool FileGatherer::gather() {
   _gatherObjects();
   _connect();
   _gatherNodes();
+  _gatherTakes();
   for (const Object& object : _objects) {
     if (object.class_name == "Model" && object.kind == "Mesh" && !_gatherMesh(object)) return false;
     for (const auto& [class_name, gather] : kGatherers) {
@@ -123,7 +151,9 @@ void FileGatherer::_gatherObjects() {
                      _file[i].name,
                      NameOf(_file.value(i, name_at).bytes),
                      _file.value(i, name_at + 1).bytes,
+                     false,
                      kNone,
+                     {},
                      {},
                      {}};
     const std::string kind = object.kind.empty() ? "" : " " + std::string(object.kind);
@@ -133,22 +163,30 @@ void FileGatherer::_gatherObjects() {
   });
 }
 
-// Each object keeps the first parent that it is connected to, so what comes out is a tree. Nodes
-// stand under nodes: clusters and display layers, to which they are connected as well, only refer
-// to them, and the root, which has the first word for a node at the top, is no object.
+// Each object keeps the first parent that it is connected to, the scene too, so what comes out is
+// a tree. Materials are connected to all meshes that they cover; clusters and display layers, to
+// which nodes are connected besides, only refer to them.
 void FileGatherer::_connect() {
   const std::size_t connections = _file.child(kNone, "Connections");
   if (connections == kNone) return;
   _file.forEachChild(connections, [this](std::size_t i) {
     const auto child = _by_key.find(_keyOf(_file.value(i, 1)));
     const auto parent = _by_key.find(_keyOf(_file.value(i, 2)));
-    if (child == _by_key.end() || parent == _by_key.end()) return;
+    if (child == _by_key.end()) return;
     Object& object = _objects[child->second];
-    if (object.parent != kNone) return;
-    if (object.class_name == "Model" && _objects[parent->second].class_name != "Model") return;
-    object.parent = parent->second;
-    object.property = _file.value(i, 3).bytes;
-    _objects[parent->second].children.push_back(child->second);
+    const std::string_view property = _file.value(i, 3).bytes;
+    const bool is_referred_to = object.class_name == "Model" && parent != _by_key.end() &&
+                                _objects[parent->second].class_name != "Model";
+    const bool is_first = !object.is_connected && !is_referred_to;
+    if (is_first) object.is_connected = true;
+    if (parent == _by_key.end()) return;
+    _objects[parent->second].children.push_back({child->second, is_first});
+    if (is_first) {
+      object.parent = parent->second;
+      object.property = property;
+    } else {
+      object.targets.emplace_back(parent->second, property);
+    }
   });
 }
 
@@ -171,8 +209,8 @@ void FileGatherer::_gatherNodes() {
     const int index = static_cast<int>(_facts->nodes.size()) - 1;
     const auto& children = _objects[next.object].children;
     for (std::size_t i = children.size(); i-- > 0;) {
-      if (_objects[children[i]].class_name != "Model") continue;
-      waiting.push_back({children[i], index, next.depth + 1});
+      if (!children[i].is_own || _objects[children[i].object].class_name != "Model") continue;
+      waiting.push_back({children[i].object, index, next.depth + 1});
     }
   }
 }
@@ -187,6 +225,8 @@ void FileGatherer::_gatherNode(std::size_t object, int parent, int depth) {
   node.depth = depth;
   node.translation = _vector(record, "Lcl Translation");
   node.pre_rotation = _vector(record, "PreRotation");
+  node.rotation = _vector(record, "Lcl Rotation");
+  if (_property(record, "Lcl Scaling").size() >= 3) node.scaling = _vector(record, "Lcl Scaling");
   const std::vector<double> order = _property(record, "RotationOrder");
   const double number = order.empty() ? 0 : order[0];
   node.rotation_order = number >= 0 && number < 6 ? kOrders[static_cast<int>(number)] : "other";
@@ -197,10 +237,13 @@ bool FileGatherer::_gatherMesh(const Object& model) {
   FbxMeshFacts mesh;
   mesh.name = model.name;
   const Object* geometry = &model;  // of the older family, which keeps it in the node
-  for (const std::size_t child : model.children) {
-    if (_objects[child].class_name == "Geometry") geometry = &_objects[child];
-    if (_objects[child].class_name == "Material") ++mesh.materials;
+  for (const Child& child : model.children) {
+    const Object& object = _objects[child.object];
+    if (object.class_name == "Geometry" && child.is_own) geometry = &object;
+    if (object.class_name == "Material") mesh.records.materials.emplace_back(object.name);
   }
+  mesh.materials = static_cast<int>(mesh.records.materials.size());
+  mesh.records.geometry = geometry->record;
   std::vector<double> numbers;
   if (!_file.numbers(_file.child(geometry->record, "Vertices"), &numbers)) return false;
   mesh.vertices = numbers.size() / 3;
@@ -213,25 +256,129 @@ bool FileGatherer::_gatherMesh(const Object& model) {
   mesh.polygons = static_cast<std::uint64_t>(
       std::count_if(numbers.begin(), numbers.end(), [](double index) { return index < 0; }));
   _file.forEachChild(geometry->record, [&](std::size_t i) {
-    if (_file[i].name == "Shape") mesh.shapes.emplace_back(NameOf(_file.value(i, 0).bytes));
+    if (_file[i].name == "Shape") {
+      mesh.records.shapes.emplace_back(NameOf(_file.value(i, 0).bytes), i);
+    }
   });
   _gatherDeformers(*geometry, &mesh);
+  for (const auto& shape : mesh.records.shapes) mesh.shapes.push_back(shape.first);
   _facts->meshes.push_back(std::move(mesh));
   return true;
 }
 
 void FileGatherer::_gatherDeformers(const Object& owner, FbxMeshFacts* mesh) const {
-  for (const std::size_t i : owner.children) {
-    if (_objects[i].class_name != "Deformer") continue;
-    for (const std::size_t k : _objects[i].children) {
-      if (_objects[k].kind == "Cluster") {
-        ++mesh->clusters;
-        mesh->weights += _file.numberCount(_file.child(_objects[k].record, "Weights"));
-      } else if (_objects[k].kind == "BlendShapeChannel") {
-        mesh->shapes.emplace_back(_objects[k].name);
-      }
+  for (const Child& deformer : owner.children) {
+    if (!deformer.is_own || _objects[deformer.object].class_name != "Deformer") continue;
+    for (const Child& part : _objects[deformer.object].children) {
+      if (part.is_own) _gatherDeformerPart(_objects[part.object], mesh);
     }
   }
+}
+
+void FileGatherer::_gatherDeformerPart(const Object& part, FbxMeshFacts* mesh) const {
+  const auto connected = [this, &part](std::string_view class_name) -> const Object* {
+    for (const Child& child : part.children) {
+      const Object& object = _objects[child.object];
+      if (object.class_name == class_name && (child.is_own || class_name == "Model")) {
+        return &object;
+      }
+    }
+    return nullptr;
+  };
+  if (part.kind == "Cluster") {
+    const Object* bone = connected("Model");
+    ++mesh->clusters;
+    mesh->weights += _file.numberCount(_file.child(part.record, "Weights"));
+    mesh->records.clusters.push_back({std::string(bone == nullptr ? "" : bone->name), part.record});
+  } else if (part.kind == "BlendShapeChannel") {
+    const Object* shape = connected("Geometry");
+    mesh->records.shapes.emplace_back(part.name, shape == nullptr ? kNone : shape->record);
+  }
+}
+
+// Both families list the takes and when they are; the newer one keeps curves with the objects.
+void FileGatherer::_gatherTakes() {
+  const std::size_t takes = _file.child(kNone, "Takes");
+  if (takes == kNone) return;
+  _file.forEachChild(takes, [this](std::size_t i) {
+    if (_file[i].name != "Take") return;
+    FbxTakeFacts take;
+    take.name = _file.value(i, 0).bytes;
+    const std::size_t time = _file.child(i, "LocalTime");
+    take.start = _file.value(time, 0).integer;
+    take.stop = _file.value(time, 1).integer;
+    _gatherChannels(i, &take);
+    _facts->takes.push_back(std::move(take));
+  });
+  BtHashMap<std::string_view, std::size_t> by_name;
+  for (std::size_t i = 0; i < _facts->takes.size(); ++i) {
+    by_name.try_emplace(_facts->takes[i].name, i);
+  }
+  for (const Object& object : _objects) {
+    if (object.class_name != "AnimationStack") continue;
+    const auto take = by_name.find(object.name);
+    if (take != by_name.end()) _gatherStack(object, &_facts->takes[take->second]);
+  }
+}
+
+void FileGatherer::_gatherStack(const Object& stack, FbxTakeFacts* take) const {
+  for (const Child& layer : stack.children) {
+    if (!layer.is_own) continue;
+    for (const Child& curve_node : _objects[layer.object].children) {
+      if (curve_node.is_own) _gatherCurves(_objects[curve_node.object], take);
+    }
+  }
+}
+
+void FileGatherer::_gatherCurves(const Object& curve_node, FbxTakeFacts* take) const {
+  if (curve_node.targets.empty()) return;
+  const auto& [target, property] = curve_node.targets.front();
+  const std::string name =
+      std::string(_objects[target].name).append(" ").append(std::string(property));
+  for (const Child& child : curve_node.children) {
+    const Object& object = _objects[child.object];
+    if (!child.is_own || object.class_name != "AnimationCurve") continue;
+    const std::string_view axis =
+        object.property.substr(std::min<std::size_t>(object.property.size(), 2));  // "d|X"
+    FbxCurveFacts curve;
+    curve.name = axis == property ? name : name + " " + std::string(axis);
+    curve.times = _file.child(object.record, "KeyTime");
+    curve.values = _file.child(object.record, "KeyValueFloat");
+    take->curves.push_back(std::move(curve));
+  }
+}
+
+// The curves of the older family: those of transforms stand below one channel, those of shapes
+// beside it.
+void FileGatherer::_gatherChannels(std::size_t take_record, FbxTakeFacts* take) const {
+  _forEachNamed(take_record, "Model", [&](std::size_t model) {
+    const std::string node(NameOf(_textIn(model)));
+    _forEachNamed(model, "Channel", [&](std::size_t channel) {
+      if (_textIn(channel) == "Transform") {
+        _gatherTransform(channel, node, take);
+      } else {
+        _gatherChannel(channel, std::string(_textIn(channel)) + " DeformPercent", take);
+      }
+    });
+  });
+}
+
+void FileGatherer::_gatherTransform(std::size_t transform, const std::string& node,
+                                    FbxTakeFacts* take) const {
+  _forEachNamed(transform, "Channel", [&](std::size_t channel) {
+    const bool moves = _textIn(channel) == "T";
+    const std::string name = node + (moves ? " Lcl Translation " : " Lcl Rotation ");
+    _forEachNamed(channel, "Channel", [&](std::size_t axis) {
+      _gatherChannel(axis, name + std::string(_textIn(axis)), take);
+    });
+  });
+}
+
+void FileGatherer::_gatherChannel(std::size_t channel, const std::string& name,
+                                  FbxTakeFacts* take) const {
+  const std::size_t keys = _file.child(channel, "Key");
+  take->curves.push_back(
+      {name, _file.value(_file.child(channel, "Default"), 0).number, keys, keys});
 }
 
 void FileGatherer::_gatherMaterial(const Object& object) {
@@ -261,7 +408,9 @@ void FileGatherer::_gatherVideo(const Object& object) {
   FbxVideoFacts video;
   video.name = object.name;
   video.file = _textOf(object.record, "Filename");
-  video.embedded_bytes = _textOf(object.record, "Content").size();
+  const std::string_view content = _textOf(object.record, "Content");
+  video.embedded_bytes = content.size();
+  video.hash = std::hash<std::string_view>{}(content);
   _facts->videos.push_back(std::move(video));
 }
 
@@ -298,11 +447,20 @@ bool ReadBytes(const std::string& file_name, std::string* bytes) {
 
 }  // namespace
 
-bool ReadFbxFacts(const std::string& file, FbxFacts* facts) {
+bool ReadFbxContents(const std::string& file, FbxContents* contents) {
   std::string bytes;
   if (!ReadBytes(file, &bytes)) return false;
-  facts->file = file;
-  return GatherFbxFacts(std::move(bytes), facts);
+  contents->facts.file = file;
+  contents->facts.bytes = bytes.size();
+  return contents->records.read(std::move(bytes)) &&
+         FileGatherer(contents->records, &contents->facts).gather();
+}
+
+bool ReadFbxFacts(const std::string& file, FbxFacts* facts) {
+  FbxContents contents;
+  if (!ReadFbxContents(file, &contents)) return false;
+  *facts = std::move(contents.facts);
+  return true;
 }
 
 bool GatherFbxFacts(std::string bytes, FbxFacts* facts) {

@@ -185,6 +185,14 @@ TEST(Info, ReadsTheFilesThatTheConverterWrites) {
     for (const Json& material : facts["materials"]) {  // nothing is metal that reflects nothing
       EXPECT_EQ(material["properties"]["ReflectionFactor"], Json::array({0.0})) << material;
     }
+    // Roots that are bones of a mesh, and materials that several meshes share.
+    const std::string stage = Convert(folder, release, Sample("stage-v2.mdl"), Sample("stage.dof"));
+    EXPECT_EQ(InfoOf({stage})["fbx"]["nodes"].size(), 28U);
+    ASSERT_EQ(RunTool({"animate", "--mesh-per-body", "--mb-version", release, "-o", stage,
+                       Sample("fox.mdl"), Sample("fox.dof")})
+                  .status,
+              0);
+    for (const Json& mesh : InfoOf({stage})["fbx"]["meshes"]) EXPECT_EQ(mesh["materials"], 1);
   }
 }
 
