@@ -30,7 +30,7 @@ namespace {
 constexpr Command kCommands[] = {
     {"info", "tell what is in model, mapping and FBX files", RunInfo},
     {"check", "find what would make a conversion fail or look wrong", RunCheck},
-    {"diff", "tell what differs between two models or two mappings", RunDiff},
+    {"diff", "tell what differs between two models, mappings or FBX files", RunDiff},
     {"deps", "list the files that a conversion reads", RunDeps},
     {"convert-model", "write a model in a dialect, edited if wanted", RunConvertModel},
     {"picture", "draw skeleton and outline of a model as an SVG file", RunPicture},

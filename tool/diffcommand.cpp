@@ -1,4 +1,4 @@
-// "diff": tells what differs between two models or two mappings.
+// "diff": tells what differs between two models, two mappings or two FBX files.
 #include <algorithm>
 #include <cmath>
 #include <iostream>
@@ -8,6 +8,7 @@
 #include "arguments.h"
 #include "delivery.h"
 #include "differences.h"
+#include "fbxfacts.h"
 #include "json.h"
 #include "manyfiles.h"
 #include "style.h"
@@ -33,6 +34,11 @@ class Comparison {
   std::vector<Difference> _differences;
 };
 
+std::vector<Message> ReadFbxFile(const std::string& file, FbxContents* contents) {
+  if (ReadFbxContents(file, contents)) (void)CheckFbxLists(*contents);
+  return TakeMessages();
+}
+
 bool Comparison::_good(const std::vector<Message>& a, const std::vector<Message>& b) {
   const std::vector<Message>* messages[] = {&a, &b};
   for (std::size_t i = 0; i < 2; ++i) {
@@ -56,6 +62,15 @@ void Comparison::_compare() {
     const std::vector<Message> messages = ReadMapping(files[0], &a);
     if (_good(messages, ReadMapping(files[1], &b))) {
       _differences = DiffMappings(a, b, _arguments.tolerance);
+    }
+    return;
+  }
+  if (_kind == FileKind::Fbx) {
+    FbxContents a;
+    FbxContents b;
+    const std::vector<Message> messages = ReadFbxFile(files[0], &a);
+    if (_good(messages, ReadFbxFile(files[1], &b))) {
+      _differences = DiffFbx(a, b, _arguments.tolerance);
     }
     return;
   }

@@ -12,6 +12,7 @@
 #include "bapicturefile.h"
 #include "geometry.h"
 #include "inputs.h"
+#include "namedpairs.h"
 #include "shapedifferences.h"
 #include "style.h"
 
@@ -114,30 +115,6 @@ std::string TexturesText(const BaMaterial& material, const BtStr* folder = nullp
     if (texture.unit() != 0) text += " unit " + std::to_string(texture.unit());
   }
   return text;
-}
-
-// Pairs what has one name in both lists, the first with the first and so on where several have it.
-// Calls visit(a, b) for the elements of `a` in order, then for those of `b` that are left over;
-// what has no partner comes with null.
-template <class T, class Visit>
-void ForEachPair(const std::vector<const T*>& a, const std::vector<const T*>& b, Visit visit) {
-  BtHashMap<std::string_view, std::vector<std::size_t>> places;  // in `b`, the last first
-  for (std::size_t i = b.size(); i-- > 0;) places[b[i]->name().view()].push_back(i);
-  std::vector<bool> paired(b.size());
-  for (const T* element : a) {
-    const auto found = places.find(element->name().view());
-    if (found == places.end() || found->second.empty()) {
-      visit(element, static_cast<const T*>(nullptr));
-      continue;
-    }
-    const std::size_t place = found->second.back();
-    found->second.pop_back();
-    paired[place] = true;
-    visit(element, b[place]);
-  }
-  for (std::size_t i = 0; i < b.size(); ++i) {
-    if (!paired[i]) visit(static_cast<const T*>(nullptr), b[i]);
-  }
 }
 
 std::vector<const BaMaterial*> MaterialsOf(const BaModel& model) {

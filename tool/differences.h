@@ -7,6 +7,7 @@
 
 class BaModel;
 class BaUnlockedMapping;
+struct FbxContents;
 
 struct Difference {
   const char* code;  // "body-added" for example; it never changes its meaning
@@ -29,3 +30,10 @@ std::vector<Difference> DiffModels(const ModelFile& a, const ModelFile& b, doubl
 // Bodies are matched by id.
 std::vector<Difference> DiffMappings(const BaUnlockedMapping& a, const BaUnlockedMapping& b,
                                      double tolerance);
+// Nodes, meshes, materials, textures, takes and curves are matched by name, as above; vertices,
+// polygons and weights by their places. Files of different families may be equal. The lists of both
+// must have been found whole.
+std::vector<Difference> DiffFbx(const FbxContents& a, const FbxContents& b, double tolerance);
+// Whether all lists of a file can be unpacked, and their indices stand for something; false with a
+// recorded error.
+bool CheckFbxLists(const FbxContents& contents);

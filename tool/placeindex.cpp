@@ -47,3 +47,12 @@ bool PlaceIndex::_equal(const std::vector<double>& a, const std::vector<double>&
   return std::equal(a.begin(), a.end(), b.begin(), b.end(),
                     [this](double x, double y) { return std::fabs(x - y) <= _tolerance; });
 }
+
+int CountMissing(const Rows& rows, const Rows& others, double tolerance) {
+  const PlaceIndex index(others, tolerance);
+  int missing = 0;
+  for (const auto& row : rows) {
+    if (!index.has(row)) ++missing;
+  }
+  return missing;
+}

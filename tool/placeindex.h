@@ -53,3 +53,6 @@ class PlaceIndex {
   std::vector<std::size_t> _order;  // of the rows in the tree
   std::vector<Box> _boxes;          // the one around all first
 };
+
+// How many rows there are that equal none of the others.
+int CountMissing(const Rows& rows, const Rows& others, double tolerance);

@@ -110,15 +110,6 @@ bool Contains(const Effects& a, const Effects& b, double tolerance) {
   return true;
 }
 
-int CountMissing(const Rows& rows, const Rows& others, double tolerance) {
-  const PlaceIndex index(others, tolerance);
-  int missing = 0;
-  for (const auto& row : rows) {
-    if (!index.has(row)) ++missing;
-  }
-  return missing;
-}
-
 // Rows that may be equal only where they are of one class.
 class ClassIndex {
  public:

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <nlohmann/json.hpp>
+#include <random>
 #include <set>
 #include <sstream>
 
@@ -226,6 +227,78 @@ TEST(Diff, SeesEachChange) {
   EXPECT_EQ(DiffCodes(triplets, twins), (Codes{"body-removed", "material-removed"}));
   EXPECT_EQ(RunTool({"diff", Sample("fox.mdl"), Sample("fox.dof")}).status, 2);
   EXPECT_EQ(RunTool({"diff", "--tolerance", "-1", Sample("fox.mdl"), Sample("fox.mdl")}).status, 2);
+}
+
+// Each differs from what comes first in one thing, and in none if only of the other family.
+TEST(Diff, FindsWhatDiffersInFbxFiles) {
+  const TestFolder folder;
+  const std::string text = ReadFile(Sample("robot-v2.mdl"));
+  const std::string motion = folder.write("walk.csv", "time,v1\n0,0\n0.04,10\n");
+  const std::string quick = folder.write("b/walk.csv", "time,v1\n0,0\n0.04,20\n");
+  const std::string later = folder.write("c/walk.csv", "time,v1\n0,0\n0.08,10\n");
+  const std::string run = folder.write("run.csv", "time,v1\n0,0\n0.04,10\n");
+  const auto convert = [&](const std::string& model, const std::vector<std::string>& more) {
+    static int files = 0;
+    std::string out = folder.path(std::to_string(++files) + ".fbx");
+    std::vector<std::string> words = {"animate", "-o", out, folder.write("robot.mdl", model),
+                                      Sample("robot.dof")};
+    words.insert(words.end(), more.begin(), more.end());
+    EXPECT_EQ(RunTool(words).status, 0);
+    return out;
+  };
+  const struct {
+    std::string from, to;
+    std::vector<std::string> more;
+    Codes codes;
+  } rows[] = {
+      {"", "", {motion}, {}},
+      {"12.1994449 1.97", "13.1994449 1.97", {motion}, {"node-moved"}},
+      {"DIFFUSE: 0.3737", "DIFFUSE: 0.4737", {motion}, {"material-changed"}},
+      {"      2 4 5\n", "", {motion}, {"polygon-count"}},
+      {"", "", {motion, "--scale-factor", "2"}, {"node-moved", "vertices-moved"}},
+      {"0.763391 12", "0.5 12", {motion}, {"weights-changed"}},
+      {"MATERIAL: Grey", "MATERIAL: Black", {motion}, {"polygon-materials"}},
+      {"2.2376879 6.4", "3.2376879 6.4", {motion}, {"shape-changed"}},
+      {"", "", {motion, run}, {"take-added"}},
+      {"", "", {}, {"take-removed"}},
+      {"", "", {quick}, {"keys-changed"}},
+      {"", "", {later}, {"take-span", "keys-changed"}},
+      {"", "", {motion, "--mesh-per-body"}, {"mesh-added", "node-added"}},
+  };
+  const std::string first = convert(text, {motion});
+  for (const auto& row : rows) {
+    for (const char* version : {"2011", "2010"}) {
+      SCOPED_TRACE(row.to + " " + (row.more.empty() ? "" : row.more.back()) + " " + version);
+      std::string model = text;
+      model.replace(model.find(row.from), row.from.size(), row.to);
+      std::vector<std::string> more = row.more;
+      more.insert(more.end(), {"--mb-version", version});
+      const Codes codes = DiffCodes(first, convert(model, more));
+      EXPECT_EQ(codes.empty(), row.codes.empty()) << testing::PrintToString(codes);
+      for (const std::string& code : row.codes) {
+        EXPECT_TRUE(codes.contains(code)) << testing::PrintToString(codes);
+      }
+    }
+  }
+}
+
+// Whatever is changed in a file is told: as a difference, or that it is damaged.
+TEST(Diff, SurvivesDamagedFbxFiles) {
+  const TestFolder folder;
+  for (const char* release : {"2011", "2010"}) {
+    const std::string fbx = folder.path("a.fbx");
+    ASSERT_EQ(
+        RunKestrix({"-mb_version", release, Sample("fox.mdl"), Sample("fox.dof"), fbx}).status, 0);
+    const std::string bytes = ReadFile(fbx);
+    std::mt19937 random(2);
+    for (int round = 0; round < 300; ++round) {
+      std::string changed = bytes;
+      changed[random() % (round % 2 == 0 ? bytes.size() : 60000)] = static_cast<char>(random());
+      const std::string other = folder.write("b.fbx", changed);
+      const ToolResult result = RunTool({"diff", fbx, other});
+      EXPECT_EQ(result.status == 2, !result.err.empty()) << result.err;
+    }
+  }
 }
 
 TEST(Picture, DrawsEverySampleTheSameEachTime) {
