@@ -343,7 +343,7 @@ void TextRecords::_closeBlock(std::size_t end, std::vector<std::string_view>* bl
 BtPlace TextRecords::openBlock() const {
   if (!_is_open) return {};
   const TextRecord& record = _records.back();
-  const auto is_section = [&record](const TextItem& item) {
+  const auto is_section = [](const TextItem& item) {
     constexpr std::string_view kSections[] = {"BODY", "MATERIAL", "VERTICES", "GEOMETRY"};
     return item.value == "{" && std::ranges::count(kSections, item.key) > 0;
   };
