@@ -229,7 +229,7 @@ TEST(FbxCompressor, MakesFilesAboutAsSmallAsUsual) {
           &size);
       EXPECT_EQ(file.main.child("Reals").numbers, reals);
       EXPECT_EQ(file.main.child("Indices").numbers, Doubles(indices.begin(), indices.end()));
-      // Fast compression leaves one byte of 200 where nothing ever changes.
+      // Quick compression leaves one byte of 150 where nothing ever changes.
       const std::size_t usual = UsualSize(reals) + UsualSize(indices);
       EXPECT_LT(static_cast<double>(size), 1.25 * static_cast<double>(usual) + 0.06 * count + 1000);
     }
