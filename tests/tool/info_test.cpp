@@ -192,7 +192,8 @@ TEST(Info, ReadsTheFilesThatTheConverterWrites) {
                        Sample("fox.mdl"), Sample("fox.dof")})
                   .status,
               0);
-    for (const Json& mesh : InfoOf({stage})["fbx"]["meshes"]) EXPECT_EQ(mesh["materials"], 1);
+    const Json meshes = InfoOf({stage})["fbx"]["meshes"];
+    for (const Json& mesh : meshes) EXPECT_EQ(mesh["materials"], 1);
   }
 }
 
