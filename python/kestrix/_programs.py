@@ -63,6 +63,11 @@ def _run(command: str, files: Iterable[Path], options: Dict[str, Any]) -> Tuple[
     for argument in arguments + names:
         if b"\0" in argument:
             raise ValueError("embedded null byte")
+    # Those are checked by processes of the program's own, and this process runs Python.
+    if arguments[:1] in ([b"check"], [b"info"], [b"diff"]) and any(
+        os.path.isdir(name) or name.endswith(b".csv") for name in names
+    ):
+        raise ValueError("folders and tables are for the program kestrix-tool")
     status, printed, messages = _core._run_tool([*arguments, b"--", *names])
     _tell(messages)
     return status, printed.decode("utf-8", "surrogateescape")
@@ -222,6 +227,7 @@ def run_tool(command: str, *files: Path, **options: Any) -> str:
     """Runs any command of kestrix-tool in this process and answers what it prints.
 
     Options have their names in snake case: run_tool("motion rom", model, dof, output="rom.csv",
-    swing=30). Raises kestrix.Error where the command complains of an error.
+    swing=30). Raises kestrix.Error where the command complains of an error, and ValueError for
+    folders and tables of characters, which the program itself takes.
     """
     return _run(command, files, options)[1]

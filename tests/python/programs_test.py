@@ -186,3 +186,10 @@ def test_refuses_what_no_program_could_be_given(tmp_path):
     with pytest.raises(kestrix.Error) as raised:
         kestrix.convert(fox, odd, tmp_path / "x.fbx")
     assert raised.value.messages[0].code == "rotation-axes"
+
+
+def test_folders_and_tables_are_for_the_program(tmp_path):
+    for command in ("check", "info", "diff"):
+        for name in (tmp_path, "delivery.csv"):
+            with pytest.raises(ValueError, match="kestrix-tool"):
+                kestrix.run_tool(command, name, name)
