@@ -41,7 +41,7 @@ install(EXPORT kestrix-targets NAMESPACE kestrix:: COMPONENT Development
 install(FILES ${PROJECT_BINARY_DIR}/kestrix-config.cmake
               ${PROJECT_BINARY_DIR}/kestrix-config-version.cmake
   COMPONENT Development DESTINATION ${cmake_folder})
-set(KESTRIX_PC_PRIVATE $<$<NOT:$<BOOL:${BUILD_SHARED_LIBS}>>:-ldeflate>)
+set(KESTRIX_PC_PRIVATE $<$<NOT:$<BOOL:${BUILD_SHARED_LIBS}>>:-ldeflate\ -lisal>)
 file(RELATIVE_PATH KESTRIX_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" KESTRIX_PC_PREFIX ${KESTRIX_PC_PREFIX})
 configure_file(cmake/kestrix.pc.in kestrix.pc.in @ONLY)
@@ -130,7 +130,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "libraries of the kestrix converter, fo
 Headers, libraries, CMake package and pkg-config file of the libraries
 that kestrix is made of: character models and mappings, their readers,
 writers and edits, FBX scenes, and the conversion between them.")
-set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libdeflate-dev")
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libdeflate-dev, libisal-dev")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-kestrix)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
 set(CPACK_DEBIAN_PYTHON_DESCRIPTION "character models and motion of kestrix in Python

@@ -13,6 +13,7 @@ function(kestrix_find_library variable header library package)
 endfunction()
 
 kestrix_find_library(KESTRIX_LIBDEFLATE libdeflate.h deflate libdeflate-dev)
+kestrix_find_library(KESTRIX_ISAL isa-l/igzip_lib.h isal libisal-dev)
 
 find_package(nlohmann_json QUIET)
 if(NOT nlohmann_json_FOUND)
