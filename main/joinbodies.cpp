@@ -3,10 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <limits>
+#include <numeric>
 #include <span>
 #include <tuple>
 
+#include "Bt/bthash.h"
+#include "Bt/btindextable.h"
 #include "faces.h"
 
 namespace {
@@ -19,13 +21,11 @@ constexpr double kSameOffset = 1e-4;
 // So many kinds of points at one place are told apart. Models have two or three, and what does not
 // find its like among so many stays by itself.
 constexpr int kMostKinds = 32;
-constexpr std::uint32_t kNoPoint = std::numeric_limits<std::uint32_t>::max();
 
 // A node or a slider, and how far a point follows it.
 struct Pull {
-  std::uint32_t point;
   bool is_slider;
-  std::size_t by;                // number of the node, or place of the slider
+  std::uint32_t by;              // number of the node, or place of the slider
   std::array<double, 3> amount;  // an offset; of a weight the first number
 };
 
@@ -42,47 +42,52 @@ bool IsAlike(const Pull& a, const Pull& b) {
                     [most](double x, double y) { return std::fabs(x - y) <= most; });
 }
 
+std::vector<bool> HaveOthers(const std::vector<std::uint32_t>& first) {
+  std::vector<bool> have_others(first.size());
+  for (std::uint32_t i = 0; i < first.size(); ++i) {
+    if (first[i] != i) have_others[i] = have_others[first[i]] = true;
+  }
+  return have_others;
+}
+
 // What moves the points that have others at their place.
 class Pulls {
  public:
-  Pulls(const std::vector<std::uint32_t>& first, const MeshPoints& mesh) {
-    std::vector<bool> has_others(first.size());
-    for (std::uint32_t i = 0; i < first.size(); ++i) {
-      if (first[i] != i) has_others[i] = has_others[first[i]] = true;
-    }
-    _addWeights(*mesh.weights, has_others);
-    for (const auto& [slider, offsets] : *mesh.offsets) _addSlider(slider, offsets, has_others);
-    std::sort(_pulls.begin(), _pulls.end(), [](const Pull& a, const Pull& b) {
-      return std::tie(a.point, a.is_slider, a.by) < std::tie(b.point, b.is_slider, b.by);
-    });
-    _starts.reserve(first.size() + 1);
-    for (std::size_t point = 0, place = 0; point <= first.size(); ++point) {
-      while (place < _pulls.size() && _pulls[place].point < point) ++place;
-      _starts.push_back(place);
+  // They are counted by point before they are put there.
+  Pulls(const std::vector<bool>& has_others, const MeshPoints& mesh)
+      : _starts(has_others.size() + 2) {
+    _forEach(has_others, mesh, [this](std::size_t point, const Pull&) { ++_starts[point + 2]; });
+    std::partial_sum(_starts.begin(), _starts.end(), _starts.begin());
+    _pulls.resize(_starts.back());
+    _forEach(has_others, mesh,
+             [this](std::size_t point, const Pull& pull) { _pulls[_starts[point + 1]++] = pull; });
+    for (std::size_t point = 0; point < has_others.size(); ++point) {
+      const std::span<Pull> pulls =
+          std::span(_pulls).subspan(_starts[point], _starts[point + 1] - _starts[point]);
+      std::sort(pulls.begin(), pulls.end(), [](const Pull& a, const Pull& b) {
+        return std::tie(a.is_slider, a.by) < std::tie(b.is_slider, b.by);
+      });
     }
   }
 
-  // Those of a point. Not searched for: where many bodies meet, each point asks for many others.
+  // Those of a point.
   [[nodiscard]] std::span<const Pull> of(std::uint32_t point) const {
     return std::span(_pulls).subspan(_starts[point], _starts[point + 1] - _starts[point]);
   }
 
  private:
-  void _addWeights(const SkinWeights& weights, const std::vector<bool>& has_others) {
-    for (const Influence& influence : weights.influences) {
-      const auto point = static_cast<std::uint32_t>(influence.point);
+  template <class Visit>
+  static void _forEach(const std::vector<bool>& has_others, const MeshPoints& mesh, Visit visit) {
+    for (const Influence& influence : mesh.weights->influences) {
+      const auto point = static_cast<std::size_t>(influence.point);
       if (!has_others[point] || influence.weight <= kSameWeight) continue;
-      _pulls.push_back(
-          {point, false, static_cast<std::size_t>(influence.node), {influence.weight, 0, 0}});
+      visit(point, {false, static_cast<std::uint32_t>(influence.node), {influence.weight, 0, 0}});
     }
-  }
-
-  void _addSlider(std::size_t slider, const PointOffsets& offsets,
-                  const std::vector<bool>& has_others) {
-    for (const auto& [index, offset] : offsets) {
-      const auto point = static_cast<std::uint32_t>(index);
-      if (has_others[point] && offset != std::array<double, 3>{}) {
-        _pulls.push_back({point, true, slider, offset});
+    for (const auto& [slider, offsets] : *mesh.offsets) {
+      for (const auto& [index, offset] : offsets) {
+        const auto point = static_cast<std::size_t>(index);
+        if (!has_others[point] || offset == std::array<double, 3>{}) continue;
+        visit(point, {true, static_cast<std::uint32_t>(slider), offset});
       }
     }
   }
@@ -96,16 +101,22 @@ class Joiner {
  public:
   Joiner(const std::vector<std::uint32_t>& first, const MeshPoints& mesh)
       : _first(first),
-        _pulls(first, mesh),
+        _has_others(HaveOthers(first)),
+        _pulls(_has_others, mesh),
         _stands_for(first.size()),
-        _next(first.size(), kNoPoint),
+        _n_kinds(first.size()),
         _last_body(first.size()) {
+    // Without room for all from the start the kinds of one place would change their order.
+    _kinds.reserve(
+        static_cast<std::size_t>(std::count(_has_others.begin(), _has_others.end(), true)));
     const std::vector<Faces::Part>& parts = mesh.faces->parts;
     for (std::size_t i = 0; i < parts.size(); ++i) {
       const auto begin = static_cast<std::uint32_t>(parts[i].first_point);
       const auto end = i + 1 < parts.size() ? static_cast<std::uint32_t>(parts[i + 1].first_point)
                                             : static_cast<std::uint32_t>(first.size());
-      for (std::uint32_t point = begin; point < end; ++point) _join(point, parts[i].body);
+      for (std::uint32_t point = begin; point < end; ++point) {
+        _stands_for[point] = _has_others[point] ? _join(point, parts[i].body) : point;
+      }
     }
   }
 
@@ -113,34 +124,38 @@ class Joiner {
   [[nodiscard]] const std::vector<std::uint32_t>& standing() const { return _stands_for; }
 
  private:
-  void _join(std::uint32_t point, int body) {
-    _stands_for[point] = point;
-    _last_body[point] = body;
-    if (_first[point] == point) return;
+  // The point that stands for this one: itself, where there is none of its kind.
+  std::uint32_t _join(std::uint32_t point, int body) {
+    const std::uint32_t place = _first[point];
     const std::span<const Pull> pulls = _pulls.of(point);
-    std::uint32_t last = _first[point];
-    int kinds = 0;
-    for (std::uint32_t other = last; other != kNoPoint; other = _next[other]) {
-      last = other;
-      ++kinds;
+    std::uint64_t hash = place;
+    for (const Pull& pull : pulls) {
+      hash = BtHashOf(static_cast<std::uint32_t>(hash), static_cast<std::uint32_t>(hash >> 32U),
+                      2 * pull.by + (pull.is_slider ? 1 : 0));
+    }
+    const auto is_alike = [&](int i) {
+      const auto other = static_cast<std::uint32_t>(i);
       const std::span<const Pull> of_other = _pulls.of(other);
       // Bodies come one after the other, and what is apart within one of them stays apart.
-      if (_last_body[other] == body ||
-          !std::equal(pulls.begin(), pulls.end(), of_other.begin(), of_other.end(), IsAlike)) {
-        continue;
-      }
-      _stands_for[point] = other;
-      _last_body[other] = body;
-      return;
-    }
-    if (kinds < kMostKinds) _next[last] = point;
+      return _first[other] == place && _last_body[other] != body &&
+             std::equal(pulls.begin(), pulls.end(), of_other.begin(), of_other.end(), IsAlike);
+    };
+    const int number = static_cast<int>(point);
+    const int found = _n_kinds[place] < kMostKinds ? _kinds.findOrInsert(hash, is_alike, number)
+                                                   : _kinds.find(hash, is_alike);
+    const auto standing = found < 0 ? point : static_cast<std::uint32_t>(found);
+    if (found == number) ++_n_kinds[place];
+    _last_body[standing] = body;
+    return standing;
   }
 
   const std::vector<std::uint32_t>& _first;
+  std::vector<bool> _has_others;
   Pulls _pulls;
   std::vector<std::uint32_t> _stands_for;
-  std::vector<std::uint32_t> _next;  // of the points that stand at one place
-  std::vector<int> _last_body;       // of those that a point stands for
+  BtIndexTable _kinds;                 // points, by their place and what moves them
+  std::vector<std::uint8_t> _n_kinds;  // of each place, by its first point
+  std::vector<int> _last_body;         // of those that a point stands for
 };
 
 // Keeps of a list with three numbers for each point those of the points that stand.
