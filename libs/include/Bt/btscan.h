@@ -63,4 +63,4 @@ class BtScanner {
 [[nodiscard]] const char* BtParseDouble(const char* p, const char* end, double* value);
 
 // White space as the classic locale has it.
-inline bool BtIsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+inline bool BtIsSpace(char c) { return c <= ' ' && (c == ' ' || (c >= '\t' && c <= '\r')); }

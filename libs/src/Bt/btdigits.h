@@ -18,17 +18,32 @@
   return v ^ 0x3030303030303030U;
 }
 
+// True for a number of digits that can be joined.
+constexpr int kBtMostJoined = 8;
+[[nodiscard]] inline bool Bt_AreJoined(int count) {
+  return static_cast<unsigned>(count - 1) < unsigned{kBtMostJoined};
+}
+
 // The number that the first `count` of eight digits make.
-[[nodiscard]] inline std::uint64_t Bt_JoinDigits(std::uint64_t v, int count) {
-  // To the high end, in two steps: one by all 64 bits is not defined.
-  v <<= 32 - 4 * count;
-  v <<= 32 - 4 * count;
+[[nodiscard]] inline std::uint32_t Bt_JoinDigits(std::uint64_t v, int count) {
+  v <<= 8 * (kBtMostJoined - count);  // to the high end
+#if defined(__SSE2__)
+  // Digits become words, which are joined to pairs, fours and the whole.
+  const __m128i digits =
+      _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<long long>(v)), _mm_setzero_si128());
+  const __m128i pairs = _mm_madd_epi16(digits, _mm_set_epi16(1, 10, 100, 1000, 1, 10, 100, 1000));
+  const __m128i words = _mm_packs_epi32(pairs, pairs);
+  const __m128i fours =
+      _mm_madd_epi16(words, _mm_set_epi16(1, 1, 10000, 10000, 1, 1, 10000, 10000));
+  return static_cast<std::uint32_t>(
+      _mm_cvtsi128_si32(_mm_add_epi32(fours, _mm_shuffle_epi32(fours, 1))));
+#else
   // Neighbours are joined three times: to pairs, to fours, to the whole.
   v = (v * 10 + (v >> 8)) & 0x00FF00FF00FF00FFU;
   v = (v * 100 + (v >> 16)) & 0x0000FFFF0000FFFFU;
-  return (v * 10000 + (v >> 32)) & 0x00000000FFFFFFFFU;
+  return static_cast<std::uint32_t>(v * 10000 + (v >> 32));
+#endif
 }
-constexpr int kBtMostJoined = 8;
 
 // A bit for each of sixteen characters that is no digit, the lowest for the first.
 [[nodiscard]] inline unsigned Bt_FindOthers(const char* p) {
@@ -36,7 +51,8 @@ constexpr int kBtMostJoined = 8;
   // Digits become the lowest bytes with a sign.
   __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
   v = _mm_add_epi8(v, _mm_set1_epi8(static_cast<char>(-128 - '0')));
-  return static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpgt_epi8(v, _mm_set1_epi8(-128 + 9))));
+  const __m128i digits = _mm_cmplt_epi8(v, _mm_set1_epi8(-128 + 10));
+  return static_cast<unsigned>(_mm_movemask_epi8(digits)) ^ 0xFFFFU;
 #else
   unsigned others = 0;
   for (int i = 0; i < 16; ++i) others |= static_cast<unsigned>(!Bt_IsDigit(p[i])) << i;

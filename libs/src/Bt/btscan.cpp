@@ -46,26 +46,35 @@ constexpr std::uint64_t kTens[] = {1, 10, 100, 1000, 10000, 100000, 1000000, 100
 // Characters that ParseShort() may look at.
 constexpr std::ptrdiff_t kShortRoom = 32;
 
-// The number that the digits around a point make, up to eight of them on its far side and seven on
-// its near one. `p` is at the first.
-inline std::uint64_t JoinAroundPoint(const char* p, int whole_count, int fraction_count) {
-  const int count = whole_count + fraction_count;
-  if (count <= kBtMostJoined) {
-    // The digits behind the point move up to those before it.
-    const std::uint64_t before_point = (std::uint64_t{1} << (8 * whole_count)) - 1;
-    return Bt_JoinDigits((Bt_LoadDigits(p) & before_point) | (Bt_LoadDigits(p + 1) & ~before_point),
-                         count);
-  }
-  return Bt_JoinDigits(Bt_LoadDigits(p), whole_count) * kTens[fraction_count] +
-         Bt_JoinDigits(Bt_LoadDigits(p + whole_count + 1), fraction_count);
+// The number that the digits around a point make, eight of them at most, and one behind it at
+// least. `p` is at the first.
+inline std::uint32_t JoinAroundPoint(const char* p, unsigned whole_count, unsigned count) {
+  // The digits behind the point move up to those before it.
+  const std::uint64_t behind_point = ~std::uint64_t{0} << (8 * whole_count);
+  const std::uint64_t v = Bt_LoadDigits(p);
+  return Bt_JoinDigits(v ^ ((v ^ Bt_LoadDigits(p + 1)) & behind_point), static_cast<int>(count));
 }
 
 // As ParseShort(), for a number without a point, which ends at `after`.
 inline const char* ParseWhole(const char* p, const char* after, bool negative, double* value) {
   const int count = static_cast<int>(after - p);
-  if (count == 0 || count > kBtMostJoined || (*after | 0x20) == 'e') return nullptr;
-  const auto digits = static_cast<double>(Bt_JoinDigits(Bt_LoadDigits(p), count));
+  if (!Bt_AreJoined(count) || *after >= 'E') return nullptr;
+  const double digits = Bt_JoinDigits(Bt_LoadDigits(p), count);
   *value = negative ? -digits : digits;
+  return after;
+}
+
+// As ParseShort(), for more digits than can be joined at once: up to seven before the point.
+inline const char* ParseLong(const char* p, const char* point, const char* after, bool negative,
+                             double* value) {
+  const auto whole_count = static_cast<int>(point - p);
+  const auto fraction_count = static_cast<int>(after - point) - 1;
+  if (whole_count >= kBtMostJoined || fraction_count > kBtMostJoined) return nullptr;
+  const std::uint64_t digits =
+      Bt_JoinDigits(Bt_LoadDigits(p), whole_count) * kTens[fraction_count] +
+      Bt_JoinDigits(Bt_LoadDigits(point + 1), fraction_count);
+  *value = static_cast<double>(static_cast<std::int64_t>(digits)) /
+           kDivisors[static_cast<int>(negative)][fraction_count];
   return after;
 }
 
@@ -74,23 +83,21 @@ inline const char* ParseWhole(const char* p, const char* after, bool negative, d
 // position behind it, null for others. Signs and lengths cannot be foretold, so there is no branch
 // on them, and one look finds where the number ends, for the next one waits for that.
 inline const char* ParseShort(const char* p, double* value) {
-  const bool negative = *p == '-';
-  const int sign = static_cast<int>(negative) | static_cast<int>(*p == '+');
-  const unsigned others = Bt_FindOthers(p) & ~static_cast<unsigned>(sign);
+  const unsigned sign = *p == '-' ? 1 : 0;
+  const unsigned others = Bt_FindOthers(p) & ~sign;
   const unsigned others_behind_point = others & (others - 1);
   if (others_behind_point == 0) return nullptr;
-  const char* const point = p + std::countr_zero(others);
-  const char* const after = p + std::countr_zero(others_behind_point);
-  p += sign;
-  if (*point != '.') return ParseWhole(p, point, negative, value);
-  const int whole_count = static_cast<int>(point - p);
-  const int fraction_count = static_cast<int>(after - point) - 1;
-  if ((*after | 0x20) == 'e' || whole_count + fraction_count == 0) return nullptr;
-  if (whole_count >= kBtMostJoined || fraction_count > kBtMostJoined) return nullptr;
-  const std::uint64_t digits = JoinAroundPoint(p, whole_count, fraction_count);
-  *value = static_cast<double>(static_cast<std::int64_t>(digits)) /
-           kDivisors[static_cast<int>(negative)][fraction_count];
-  return after;
+  const auto point = static_cast<unsigned>(std::countr_zero(others));
+  const auto after = static_cast<unsigned>(std::countr_zero(others_behind_point));
+  if (p[point] != '.') return ParseWhole(p + sign, p + point, sign != 0, value);
+  const unsigned whole_count = point - sign;
+  const unsigned fraction_count = after - point - 1;
+  const unsigned count = whole_count + fraction_count;
+  // Behind it an exponent may begin, or only something rare.
+  if (p[after] >= 'E' || fraction_count == 0) return nullptr;
+  if (count > kBtMostJoined) return ParseLong(p + sign, p + point, p + after, sign != 0, value);
+  *value = JoinAroundPoint(p + sign, whole_count, count) / kDivisors[sign][fraction_count];
+  return p + after;
 }
 
 // As ParseInt, for any decimal number without space before it. Kept out of the path of common
@@ -115,14 +122,19 @@ inline const char* ParseDouble(const char* p, const char* end, double* value) {
 
 // As ParseInt, for a decimal number that is a finite float.
 inline const char* ParseFloat(const char* p, const char* end, float* value) {
-  p = SkipSpace(p, end);
   double number = 0;
-  const char* after = end - p >= kShortRoom ? ParseShort(p, &number) : nullptr;
-  if (after != nullptr) {
-    *value = static_cast<float>(number);  // a short one is never too large
-    return after;
+  if (end - p >= kShortRoom) [[likely]] {
+    // As a rule there is one blank, or the end of a line and one.
+    if (*p == '\n') ++p;
+    if (*p == ' ') ++p;
+    const char* const after = ParseShort(p, &number);
+    if (after != nullptr) [[likely]] {
+      *value = static_cast<float>(number);  // a short one is never too large
+      return after;
+    }
   }
-  after = ParseAny(p, end, &number);
+  p = SkipSpace(p, end);
+  const char* const after = ParseAny(p, end, &number);
   return after != nullptr && BtNarrow(number, value) ? after : nullptr;
 }
 

@@ -65,7 +65,7 @@ constexpr std::ptrdiff_t kCommonRoom = 32;
 
 inline const char* ReadCommonEntry(const char* p, int* vertex) {
   const int count = std::countr_zero(Bt_FindOthers(p));
-  if (count > kBtMostJoined) return nullptr;
+  if (!Bt_AreJoined(count)) return nullptr;
   *vertex = static_cast<int>(Bt_JoinDigits(Bt_LoadDigits(p), count));
   return *vertex == 0 ? nullptr : p + count;
 }
@@ -78,7 +78,7 @@ inline const char* ReadCommonEntry(const char* p, BaMDTexturedCorner* corner) {
   const char* const after = p + std::countr_zero(others_behind);
   const auto first_count = static_cast<int>(slash - p);
   const auto second_count = static_cast<int>(after - slash) - 1;
-  if (*slash != '/' || first_count > kBtMostJoined || second_count > kBtMostJoined) return nullptr;
+  if (*slash != '/' || !Bt_AreJoined(first_count) || !Bt_AreJoined(second_count)) return nullptr;
   corner->vertex = static_cast<int>(Bt_JoinDigits(Bt_LoadDigits(p), first_count));
   corner->coord = static_cast<int>(Bt_JoinDigits(Bt_LoadDigits(slash + 1), second_count));
   return corner->vertex == 0 || corner->coord == 0 ? nullptr : after;
