@@ -4,6 +4,7 @@
 // straight on the stream's buffer, which makes it an order of magnitude faster.
 #pragma once
 
+#include <cstring>
 #include <istream>
 #include <streambuf>
 
@@ -33,6 +34,10 @@ class BtScanner {
   // failure.
   bool readFloats(float* values, int count) { return readSomeFloats(values, count) == count; }
   int readSomeFloats(float* values, int count);
+  // Passes over `text` where the stream is known to go on with exactly that, up to a line feed,
+  // which stays. False says nothing: the readers above are to be asked then.
+  template <std::size_t kSize>
+  bool skipLineEnd(const char (&text)[kSize]);
   // The next character that is not white space.
   bool readChar(char* c);
   // Skips white space and answers whether anything is left. Leaves the state alone.
@@ -55,6 +60,17 @@ class BtScanner {
   std::streambuf* _buf;
   BtArena* _arena = nullptr;
 };
+
+template <std::size_t kSize>
+bool BtScanner::skipLineEnd(const char (&text)[kSize]) {
+  constexpr std::size_t kLength = kSize - 1;
+  const char* const next = Bt_GetArea::next(_buf);
+  if (!_is.good() || Bt_GetArea::end(_buf) - next < static_cast<std::ptrdiff_t>(kSize))
+    return false;
+  if (std::memcmp(next, text, kLength) != 0 || next[kLength] != '\n') return false;
+  Bt_GetArea::moveTo(_buf, next + kLength);
+  return true;
+}
 
 // The decimal number that begins at `p`, in the forms that the scanner takes; answers the position
 // behind it. Null where there is none, where it is out of the range of double and where no other

@@ -51,6 +51,7 @@ bool BaVertex::scanFrom(BtScanner& in) {
 
 bool BaVertex::scanEffectsFrom(BtScanner& in) {
   if (!_effects.empty()) _effects.clear();
+  if (in.skipLineEnd(" -1")) return true;  // no effects, as nearly all have
   int type = kNoMoreEffects;
   if (!in.readInt(&type)) return BtFail("Unable to read effect type.");
   return type == kNoMoreEffects || ScanEffects(in, type, &_effects);
