@@ -43,4 +43,4 @@ class BaVertex {
   BaVertexEffects _effects;
 };
 
-static_assert(sizeof(BaVertex) <= 24);
+static_assert(sizeof(BaVertex) <= 20);

@@ -15,13 +15,15 @@ class BtShared {
   BtShared(const BtShared& other) noexcept : _object(other._object) {
     if (_object != nullptr) _object->incRefCount();
   }
-  BtShared(BtShared&& other) noexcept : _object(std::exchange(other._object, nullptr)) {}
+  BtShared(BtShared&& other) noexcept : _object(other._object) { other._object = nullptr; }
   BtShared& operator=(const BtShared& other) noexcept {
     if (this != &other) *this = BtShared(other);
     return *this;
   }
   BtShared& operator=(BtShared&& other) noexcept {
-    std::swap(_object, other._object);
+    T* const object = _object;
+    _object = other._object;
+    other._object = object;
     return *this;
   }
   ~BtShared() {
@@ -35,5 +37,6 @@ class BtShared {
   [[nodiscard]] int nOwners() const { return _object == nullptr ? 0 : _object->refCount(); }
 
  private:
-  T* _object = nullptr;
+  // Packed, to leave no gap behind three floats.
+  [[gnu::packed]] alignas(float) T* _object = nullptr;
 };
