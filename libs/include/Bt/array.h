@@ -22,6 +22,11 @@ template <class T>
 inline constexpr bool kBtIsZeroAtFirst = std::is_arithmetic_v<T> || std::is_pointer_v<T>;
 template <class T>
 inline constexpr bool kBtIsZeroAtFirst<std::unique_ptr<T>> = true;
+// Elements that may be moved as bytes, without a word to them.
+template <class T>
+inline constexpr bool kBtMovesAsBytes = std::is_trivially_copyable_v<T>;
+template <class T>
+inline constexpr bool kBtMovesAsBytes<std::unique_ptr<T>> = true;
 
 // An array whose size is set by whoever owns it; indices are 0-based ints.
 template <class T>
@@ -161,7 +166,7 @@ class BtArray {
     if (n == 0) {
       _freeBlock();
       _elements = nullptr;
-    } else if (!_in_arena && std::is_trivially_copyable_v<T>) {
+    } else if (!_in_arena && kBtMovesAsBytes<T>) {
       _elements =
           static_cast<T*>(BtReallocOrExit(_elements, static_cast<std::size_t>(n), kElementSize));
     } else if (!_in_arena || n > _size) {
