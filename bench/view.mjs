@@ -1,8 +1,8 @@
 // Measures how many pictures a second the page draws of a large character, without a graphics
 // processor, on a canvas of 800 x 600.
-//   npm --prefix tests/view run speed -- [<triangles> [<bodies> [<option of view> ...]]]
+//   node bench/view.mjs [<triangles> [<bodies> [<option of view> ...]]]
 import { writeFileSync } from 'node:fs';
-import { freshPath, launch, open, writePage } from './browser.mjs';
+import { freshPath, launch, open, writePage } from '../tests/view/browser.mjs';
 
 const kAround = 12;      // corners of an arm's cross-section
 const kBodiesOfArm = 20;
