@@ -63,7 +63,7 @@ bool ReadModel(const Settings& settings, BaModelData* model_data, SourceFiles* s
 bool Save(const Settings& settings, const SourceFiles& sources, KFbxSdkManager* manager,
           KFbxScene* scene, ConversionListener* listener) {
   if (!listener->onStep("Saving " + settings.fbx_file)) return false;
-  const WriterChoice writer = FindMotionBuilderWriter(manager, settings.mb_version, false);
+  const WriterChoice writer = FindMotionBuilderWriter(manager, settings.mb_version, settings.ascii);
   if (writer.index < 0) {
     return Fail("Unsupported MB version \"" + settings.mb_version + "\".", listener);
   }
@@ -71,7 +71,7 @@ bool Save(const Settings& settings, const SourceFiles& sources, KFbxSdkManager* 
     Report(listener);
     return false;
   }
-  if (!SaveScene(manager, scene, settings.fbx_file, false, true, writer.version)) {
+  if (!SaveScene(manager, scene, settings.fbx_file, settings.ascii, true, writer.version)) {
     return Fail("Unable to save the fbx.", listener);
   }
   Report(listener);  // warnings of the save

@@ -11,6 +11,7 @@ struct Settings {
   float scale_factor = 2.54F;  // multiplies every length; the default turns inches into centimetres
   bool mesh_per_body = false;  // one mesh per body instead of one per chain
   BtStr mb_version = "2011";   // the MotionBuilder release whose file version is written
+  bool ascii = false;          // text FBX, which no option of the program asks for
   BtStr model_file;
   BtStr dof_file;
   BtStr fbx_file;
