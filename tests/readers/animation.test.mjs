@@ -10,19 +10,11 @@ import { assertMatched } from './matching.mjs';
 import { bodiesOf, worldMatrices } from './pose.mjs';
 import { animate, freshPath, samples } from './program.mjs';
 import { readersOf, readWithThree } from './readers.mjs';
+import { generator } from './random.mjs';
 import { blend } from './skin.mjs';
 
 const tolerance = 1e-4;
 const inSamples = (name) => join(samples, name);
-
-/** Numbers from 0 to 1 that look random and are always the same. */
-function generator(seed) {
-  let state = seed;
-  return () => {
-    state = (Math.imul(state, 1664525) + 1013904223) >>> 0;
-    return state / 2 ** 32;
-  };
-}
 
 /** A motion of some variables at 30 frames per second: its times, and rows of values by variable. */
 function makeMotion(random, count, start, frames, shares = new Set()) {
@@ -87,7 +79,7 @@ const characters = ['fox', 'robot', 'walker', 'stage'];
 const ways = [
   { version: '2011', scale: 2.54 },
   { version: '2010', scale: 2.54 },
-  { version: '2011', scale: 0.37, options: ['--scale-factor', '0.37'] },
+  { version: '2011', scale: 0.37, options: ['--scale-factor', '0.37', '--mesh-per-body'] },
   {
     version: '2011', scale: 2.54, options: ['--angles', 'radians', '--lengths', 'feet'],
     units: { angle: 1, length: 12 }, share: 0.02,

@@ -34,16 +34,16 @@ export function openGlb(file) {
   return { gltf, view, list };
 }
 
-function worldMatrices(nodes, pose) {
+function worldMatrices(nodes) {
   const world = [];
   const parents = [];
   const visit = (index, parent, above) => {
     const {
-      name, translation = [0, 0, 0], rotation = [0, 0, 0, 1], scale = [1, 1, 1], children = [],
+      translation = [0, 0, 0], rotation = [0, 0, 0, 1], scale = [1, 1, 1], children = [],
     } = nodes[index];
-    const turned = new Quaternion(...rotation).multiply(pose.get(name) ?? new Quaternion());
     world[index] = new Matrix4()
-      .compose(new Vector3(...translation), turned, new Vector3(...scale)).premultiply(above);
+      .compose(new Vector3(...translation), new Quaternion(...rotation), new Vector3(...scale))
+      .premultiply(above);
     parents[index] = parent > 0 ? nodes[parent].name : null;  // node 0 stands for the scene
     children.forEach((child) => visit(child, index, world[index]));
   };
@@ -84,15 +84,12 @@ export function readUserProperties(fbx) {
     [name, valuesOf(extras?.fromFBX?.userProperties)]));
 }
 
-/**
- * `pose` turns the nodes of these names by quaternions, in their own axes; or it is a take and a
- * time, counted from the start of the take.
- */
-export function readWithFbx2gltf(fbx, pose = new Map()) {
-  const { glb, warnings } = pose.take ? openAnimated(fbx) : toGltf(fbx);
+/** `pose` is a take and a time, counted from the start of the take. */
+export function readWithFbx2gltf(fbx, pose = null) {
+  const { glb, warnings } = pose ? openAnimated(fbx) : toGltf(fbx);
   const { gltf, view, list } = openGlb(glb);
-  const nodes = pose.take ? playedNodes(gltf, list, pose.take, pose.time) : gltf.nodes;
-  const { world, parents } = worldMatrices(nodes, pose.take ? new Map() : pose);
+  const nodes = pose ? playedNodes(gltf, list, pose.take, pose.time) : gltf.nodes;
+  const { world, parents } = worldMatrices(nodes);
   const inUnits = (lengths) => lengths.map((value) => value / metresPerUnit);
   const materials = gltf.materials.map(({ name, pbrMetallicRoughness: pbr }) => {
     const [r, g, b, opacity] = pbr.baseColorFactor;

@@ -1,14 +1,14 @@
 // Linear blending of a model's own weights.
 import { Matrix4, Vector3 } from 'three';
 
-/** The transforms of the bodies at rest, by id; `turned` may add to the one of a body. */
-export function restMatrices(bodies, turned = (matrix) => matrix) {
+/** The transforms of the bodies at rest, by id. */
+function restMatrices(bodies) {
   const world = new Map([[0, new Matrix4()]]);
-  const find = ({ id, name, parentId, rows: [x, y, z], origin }) => {
+  const find = ({ id, parentId, rows: [x, y, z], origin }) => {
     if (!world.has(parentId)) find(bodies.find((body) => body.id === parentId));
     const matrix = new Matrix4().makeBasis(new Vector3(...x), new Vector3(...y), new Vector3(...z));
     matrix.setPosition(...origin).premultiply(world.get(parentId));
-    world.set(id, turned(matrix, name));
+    world.set(id, matrix);
   };
   bodies.forEach(find);
   return world;

@@ -60,11 +60,8 @@ function trianglesOf(mesh) {
   };
 }
 
-/**
- * `pose` turns the bones of these names by quaternions, in their own axes; or it is a take and a
- * time, counted from the zero of the file.
- */
-export function readWithThree(fbx, pose = new Map()) {
+/** `pose` is a take and a time, counted from the zero of the file. */
+export function readWithThree(fbx, pose = null) {
   const warnings = [];
   const { warn } = console;
   console.warn = (text) => {
@@ -75,7 +72,7 @@ export function readWithThree(fbx, pose = new Map()) {
   const bytes = file.buffer.slice(file.byteOffset, file.byteOffset + file.length);
   const scene = new FBXLoader().parse(bytes, '');
   console.warn = warn;
-  if (pose.take) {
+  if (pose) {
     const mixer = new AnimationMixer(scene);
     const action = mixer.clipAction(scene.animations.find(({ name }) => name === pose.take));
     action.setLoop(LoopOnce);
@@ -83,10 +80,6 @@ export function readWithThree(fbx, pose = new Map()) {
     action.play();
     mixer.setTime(pose.time);
   }
-  scene.traverse((object) => {
-    const turn = object.isBone && object.userData.transformData && pose.get?.(nameOf(object));
-    if (turn) object.quaternion.multiply(turn);
-  });
   scene.updateMatrixWorld(true);
 
   const facts = { bones: [], meshes: [], warnings };

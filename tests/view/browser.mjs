@@ -1,27 +1,11 @@
 // Pages of the program in a real Chromium, which is kept off the network.
-import { spawnSync } from 'node:child_process';
-import { existsSync, mkdtempSync, rmSync, statSync } from 'node:fs';
-import { tmpdir } from 'node:os';
-import { dirname, join, resolve } from 'node:path';
-import { fileURLToPath, pathToFileURL } from 'node:url';
+import { existsSync, statSync } from 'node:fs';
+import { pathToFileURL } from 'node:url';
 import { chromium } from 'playwright-core';
+import { freshPath, run, tool } from '../readers/program.mjs';
 
-const here = dirname(fileURLToPath(import.meta.url));
-export const root = resolve(here, '../..');
-export const samples = join(root, 'samples');
-const tool = process.env.KESTRIX_TOOL ?? join(root, 'build/release/kestrix-tool');
-
-const folder = mkdtempSync(join(tmpdir(), 'kestrix-view-'));
-process.on('exit', () => rmSync(folder, { recursive: true, force: true }));
-let count = 0;
-export const freshPath = (suffix) => join(folder, `${++count}${suffix}`);
-
-/** Runs the tool; answers its exit status and its two outputs. */
-export function runTool(args) {
-  const result = spawnSync(tool, args, { encoding: 'utf8', maxBuffer: 1 << 28 });
-  if (result.error) throw result.error;
-  return result;
-}
+export { freshPath, root, samples } from '../readers/program.mjs';
+export const runTool = (args) => run(tool, args);
 
 /** Writes the page of a model; answers its path. Anything on standard error is a failure. */
 export function writePage(files, options = []) {

@@ -5,6 +5,7 @@ import {
   readBodies, readCorners, readMapping, readSliderVariables,
 } from '../readers/inputs.mjs';
 import { bodiesOf, worldMatrices } from '../readers/pose.mjs';
+import { generator } from '../readers/random.mjs';
 import { blend } from '../readers/skin.mjs';
 import { samples } from './browser.mjs';
 
@@ -76,9 +77,6 @@ export function readSample(name) {
 
 /** The same numbers in every run, from -1 to 1. */
 export function randomFrom(seed) {
-  let state = seed;
-  return () => {
-    state = (Math.imul(state, 1664525) + 1013904223) >>> 0;
-    return state / 2 ** 31 - 1;
-  };
+  const random = generator(seed);
+  return () => 2 * random() - 1;
 }
