@@ -227,10 +227,15 @@ def posed_by_hand(model, mapping, values):
     return np.array([places[body.id] for body in model.bodies])
 
 
+@pytest.mark.parametrize("shuffled", [False, True])
 @pytest.mark.parametrize("name", ["fox", "robot", "walker"])
-def test_poses_are_those_of_matrices_by_hand(name):
+def test_poses_are_those_of_matrices_by_hand(name, shuffled):
     model, mapping = models_of(name)[-1], kestrix.Mapping.read(SAMPLES / f"{name}.dof")
     random = np.random.default_rng(7)
+    for body_map in mapping.body_maps if shuffled else []:
+        transforms = [body_map.transforms[i] for i in random.permutation(6)]
+        odd = kestrix.Transform(transforms[0].name, {1: 0.5, 2: -1.25}, random.uniform(-90, 90))
+        body_map.transforms = [odd, *transforms[1:]]
     count = 4
     values = {v: random.uniform(-90, 90, count).astype(np.float32) for v in mapping.variables}
     motion = kestrix.Motion(np.arange(count), values)

@@ -48,18 +48,10 @@ def gltf_of(model, path):
     mesh = model.mesh()
     bodies = model.bodies
     places = {body.id: i for i, body in enumerate(bodies)}
-    nodes = []
-    for body in bodies:
-        nodes.append(
-            {
-                "name": body.name,
-                "matrix": body.transform.ravel().tolist(),
-                "children": [places[child.id] for child in body.children],
-            }
-        )
-    for node in nodes:
-        if not node["children"]:
-            del node["children"]
+    nodes = [{"name": body.name, "matrix": body.transform.ravel().tolist()} for body in bodies]
+    for node, body in zip(nodes, bodies):
+        if body.children:
+            node["children"] = [places[child.id] for child in body.children]
     joints = np.zeros((len(mesh.points), 4), "<u2")
     weights = np.zeros((len(mesh.points), 4), "<f4")
     count = np.zeros(len(mesh.points), int)

@@ -16,16 +16,7 @@ from conftest import SAMPLES
 from hypothesis import HealthCheck, given, settings
 from hypothesis import strategies as st
 
-FINE = (
-    kestrix.Error,
-    ValueError,
-    KeyError,
-    IndexError,
-    TypeError,
-    ReferenceError,
-    OverflowError,
-    OSError,
-)
+FINE = (kestrix.Error, ValueError, LookupError, TypeError, ReferenceError, OverflowError, OSError)
 
 EYE = np.eye(4)
 MIRROR = np.diag([-1.0, 1, 1, 1])
@@ -176,10 +167,8 @@ def run_sequence(folder, sample, calls):
     for name, *arguments in calls:
         try:
             CALLS[name](world, *arguments)
-        except FINE:
-            pass
-        except (AttributeError, NotImplementedError):
-            pass  # handles of several kinds are mixed up
+        except (*FINE, AttributeError, NotImplementedError):
+            pass  # handles of several kinds are mixed up, too
         fault = world.model._fault()
         if fault is not None:
             print(f"after {name}: {fault}", file=sys.stderr)
