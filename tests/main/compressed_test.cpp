@@ -1,12 +1,9 @@
-// Compressed models and mappings, through the program and through the library.
+// Compressed models and mappings, through the program.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
 
-#include "Ba/bamapping.h"
-#include "Ba/bamodeldata.h"
-#include "Bt/btexcept.h"
 #include "runprogram.h"
 
 namespace {
@@ -41,29 +38,6 @@ TEST(Compressed, FilesConvertLikePlainOnes) {
     EXPECT_NE(result.err.find("Unable to decompress file."), std::string::npos) << result.err;
     EXPECT_NE(result.err.find("unexpected end of file"), std::string::npos) << result.err;
     EXPECT_FALSE(std::filesystem::exists(folder.path("out.fbx")));
-  }
-}
-
-TEST(Compressed, FilesAreSavedAndReadBack) {
-  const TestFolder folder;
-  std::filesystem::create_symlink("/dev/full", folder.path("full.gz"));
-  // The file of the first one is what the second one reads.
-  const auto save_and_read = [&folder](const char* sample, const std::string& name, auto* files) {
-    EXPECT_TRUE(files[0].read(Sample(sample).c_str(), true));
-    EXPECT_FALSE(files[0].save(folder.path("full.gz").c_str()));
-    EXPECT_TRUE(BtError());
-    theExceptObj.clear();
-    EXPECT_TRUE(files[0].save(folder.path(name).c_str()));
-    EXPECT_TRUE(folder.read(name).starts_with('\x1F'));
-    EXPECT_TRUE(files[1].read(folder.path(name).c_str(), true));
-  };
-  for (const std::string extension : {".gz", ".Z"}) {
-    BaModelData documents[2];
-    BaUnlockedMapping mappings[2];
-    save_and_read("robot-v2.mdl", "saved.mdl" + extension, documents);
-    save_and_read("robot.dof", "saved.dof" + extension, mappings);
-    EXPECT_EQ(documents[1].bodies().count(), documents[0].bodies().count());
-    EXPECT_TRUE(mappings[1] == mappings[0]);
   }
 }
 

@@ -7,8 +7,8 @@
 #include <csignal>
 
 StartedKestrix::StartedKestrix(std::vector<std::string> arguments,
-                               const std::filesystem::path& directory) {
-  arguments.insert(arguments.begin(), KESTRIX_PROGRAM);
+                               const std::filesystem::path& directory, const char* program) {
+  arguments.insert(arguments.begin(), program);
   std::vector<char*> argv;
   argv.reserve(arguments.size() + 1);
   for (std::string& word : arguments) argv.push_back(word.data());

@@ -1,4 +1,4 @@
-// Runs the program as a user would.
+// Runs a program as a user would.
 #pragma once
 
 #include <sys/types.h>
@@ -15,11 +15,14 @@ struct RunResult {
   std::string err;
 };
 
-// The program under test, started with these arguments, in `directory` when one is given.
+// The converter, or another program, started with these arguments, in `directory` when one is
+// given.
 class StartedKestrix {
  public:
   explicit StartedKestrix(std::vector<std::string> arguments,
-                          const std::filesystem::path& directory = {});
+                          const std::filesystem::path& directory = {},
+                          const char* program = KESTRIX_PROGRAM);
+  [[nodiscard]] pid_t pid() const { return _pid; }
   // Waits until the program has printed something on standard output, or has ended.
   void waitForOutput();
   // What Ctrl-C does.
@@ -39,6 +42,13 @@ class StartedKestrix {
 inline RunResult RunKestrix(const std::vector<std::string>& arguments,
                             const std::filesystem::path& directory = {}) {
   return StartedKestrix(arguments, directory).wait();
+}
+
+// Lists of words, one behind the other.
+inline std::vector<std::string> Joined(std::initializer_list<std::vector<std::string>> lists) {
+  std::vector<std::string> all;
+  for (const auto& list : lists) all.insert(all.end(), list.begin(), list.end());
+  return all;
 }
 
 // The path of a bundled sample.

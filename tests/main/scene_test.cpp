@@ -100,7 +100,6 @@ TEST(Scene, PutsBonesAndMeshesOnLayers) {
             (Layers{{"Skeleton", "a", "b"}, {"Geometry", "a_mesh"}}));
 }
 
-// Angles come out to the last bit, and half a turn stays the half turn that a document says.
 // Half the distance to the children, the parent's size at the end of a chain, and never too little.
 TEST(Scene, SizesBonesByTheirLength) {
   const std::string turned = "1 0 0 0 1 0 0 0 1 ";
@@ -118,6 +117,7 @@ TEST(Scene, SizesBonesByTheirLength) {
   EXPECT_EQ(bone->Size.Get(), 100.0);
 }
 
+// Angles come out to the last bit, and half a turn stays the half turn that a document says.
 TEST(Scene, TurnsBodiesByDegrees) {
   const auto document = [](const char* angle) {
     return kDocumentHeader + "UNITS {\nANGLE: 1 DEGREES\n}\nBODY {\nNAME: a\n" +
@@ -156,10 +156,7 @@ TEST(SceneDeathTest, StopsOnMapsThatDoNotRotateAboutEachAxis) {
     EXPECT_DEATH(BuiltScene(kHeader + BodyAt(1, "a", 0), DofWithOrder(order)), "order_str==\"ZYX\"")
         << order;
   }
-}
-
-// Callers of the library may build body maps of any length and bodies without ids.
-TEST(SceneDeathTest, ReadsTheOrderOfBodyMapsThatNoFileHolds) {
+  // Callers of the library may build body maps of any length and bodies without ids.
   BaUnlockedMapping mapping;
   mapping.addBodyMap({1, {6, 5, 4}, {0, 0, 0, 1, 2, 3}});
   mapping.addBodyMap({2, {4, 5}, {0, 0, 0, 1, 2, 3}});
@@ -239,37 +236,18 @@ TEST(Scene, MakesTrianglesOfStripsAndDropsWhatIsNoFace) {
             (std::vector<std::int32_t>{0, 1, 2, 2, 1, 3, 0, 1, 2, 3, 4, 5, 3, 5, 6}));
 }
 
-TEST(Scene, MakesMaterialsTransparentByTheirAlpha) {
-  for (const auto& [alpha, transparency] : {std::pair{"1", 0.0}, {"0.75", 0.25}, {"0", 1.0}}) {
-    std::string model = kHeader + BodyAt(1, "a", 0);
-    model += std::string("M 1 m\n7 ").append(alpha).append("\n0\n") + Square(1, 0);
-    const BuiltScene built(model, kEmptyDof);
-    const KFbxSurfacePhong& made = *built.node("a_mesh")->GetMaterial(0);
-    EXPECT_EQ(made.TransparencyFactor.Get() * made.TransparentColor.Get()[0], transparency);
-  }
-}
-
 // Files hold finite numbers only, models of other programs need not.
 TEST(Scene, RefusesNumbersThatAreNotFinite) {
   constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
   using Change = std::function<void(BaModelData*, BaMDCoordSys*, BaMDVertices*)>;
+  const std::array<float, 3> nowhere = {0, kNan, 0};
+  const BaUnits no_unit = {"DEGREES", kNan};
+  const BtDArray<BaMDPoint> points = {{0, 0, 0}, {0, 0, kNan}};
   const std::pair<Change, const char*> cases[] = {
-      {[](auto*, auto* place, auto*) {
-         place->setTranslation({0, kNan, 0});
-       },
-       "its transform"},
-      {[](auto*, auto* place, auto*) {
-         place->setRotation({kNan, 0, 0});
-       },
-       "its transform"},
-      {[](auto* data, auto*, auto*) {
-         data->setAngleUnits({"DEGREES", kNan});
-       },
-       "its transform"},
-      {[](auto*, auto*, auto* set) {
-         set->setCoordinates({{0, 0, 0}, {0, 0, kNan}});
-       },
-       "a point"},
+      {[&](auto*, auto* place, auto*) { place->setTranslation(nowhere); }, "its transform"},
+      {[&](auto*, auto* place, auto*) { place->setRotation(nowhere); }, "its transform"},
+      {[&](auto* data, auto*, auto*) { data->setAngleUnits(no_unit); }, "its transform"},
+      {[&](auto*, auto*, auto* set) { set->setCoordinates(points); }, "a point"},
       {[](auto*, auto*, auto* set) {
          auto flex = std::make_unique<BaMDFlexVEffects>();
          flex->setWeights({{kNan, 1}});

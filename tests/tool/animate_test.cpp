@@ -38,11 +38,10 @@ TEST(Animate, MakesATakeOfEachMotion) {
     for (const char* version : {"2011", "2010"}) {
       std::string bytes[2];
       for (std::string& out : bytes) {
-        std::vector<std::string> arguments = {
-            "animate",         "--mb-version",   version, "-o", folder.path("out.fbx"),
-            Sample("fox.mdl"), Sample("fox.dof")};
-        arguments.insert(arguments.end(), row.motions.begin(), row.motions.end());
-        const ToolResult result = RunTool(arguments);
+        const ToolResult result =
+            RunTool(Joined({{"animate", "--mb-version", version, "-o", folder.path("out.fbx")},
+                            {Sample("fox.mdl"), Sample("fox.dof")},
+                            row.motions}));
         EXPECT_EQ(result.status, 0) << result.err;
         const bool warned =
             result.err.find("warning: variables that choose textures") != std::string::npos;
@@ -95,9 +94,7 @@ TEST(Animate, LeavesTheOlderFileWhenItRefuses) {
   };
   const std::string out = folder.write("out.fbx", kOlder);
   for (const auto& row : rows) {
-    std::vector<std::string> arguments = {"animate", "-o", out};
-    arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
-    const ToolResult result = RunTool(arguments);
+    const ToolResult result = RunTool(Joined({{"animate", "-o", out}, row.arguments}));
     EXPECT_EQ(result.status, 2) << row.text;
     EXPECT_NE(result.err.find(row.text), std::string::npos) << result.err;
     EXPECT_EQ(folder.read("out.fbx"), kOlder);

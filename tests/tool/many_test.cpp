@@ -1,8 +1,6 @@
 // Commands on folders and tables.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <csignal>
 #include <fstream>
@@ -13,43 +11,17 @@
 
 namespace {
 
-// The program itself, as the runs of a folder are runs of it.
-class StartedTool {
- public:
-  StartedTool(const std::vector<std::string>& arguments, const std::string& folder) {
-    std::string command = "exec '" KESTRIX_TOOL "'";
-    for (const std::string& argument : arguments) command += " '" + argument + "'";
-    command += " >'" + _streams.path("out") + "' 2>'" + _streams.path("err") + "'";
-    _pid = fork();
-    if (_pid != 0) return;
-    if (chdir(folder.c_str()) != 0) _exit(99);
-    execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
-    _exit(99);
+// The processes that a run has started, once there are so many.
+std::vector<pid_t> ChildrenOf(const StartedKestrix& tool, std::size_t count) {
+  const std::string process = std::to_string(tool.pid());
+  const std::string name = "/proc/" + process + "/task/" + process + "/children";
+  std::vector<pid_t> found;
+  while (found.size() < count) {
+    std::ifstream is(name);
+    found.assign(std::istream_iterator<pid_t>(is), {});
   }
-  // The processes that it has started, once there are so many.
-  [[nodiscard]] std::vector<pid_t> children(std::size_t count) const {
-    const std::string process = std::to_string(_pid);
-    std::string name = "/proc/";
-    name.append(process).append("/task/").append(process).append("/children");
-    std::vector<pid_t> found;
-    while (found.size() < count) {
-      std::ifstream is(name);
-      found.assign(std::istream_iterator<pid_t>(is), {});
-    }
-    return found;
-  }
-  void stop() const { kill(_pid, SIGINT); }
-  RunResult wait() const {
-    int status = 0;
-    waitpid(_pid, &status, 0);
-    const int code = WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
-    return {code, _streams.read("out"), _streams.read("err")};
-  }
-
- private:
-  TestFolder _streams;
-  pid_t _pid = -1;
-};
+  return found;
+}
 
 class Many : public testing::Test {
  protected:
@@ -61,8 +33,12 @@ class Many : public testing::Test {
     }
     _folder.write("in/below/bad.mdl", "Zov Graphic Model File\nv2.00\nBODY {\n");
   }
+  // The program itself, as the runs of a folder are runs of it.
+  [[nodiscard]] StartedKestrix start(const std::vector<std::string>& arguments) const {
+    return StartedKestrix(arguments, _folder.path(), KESTRIX_TOOL);
+  }
   [[nodiscard]] RunResult run(const std::vector<std::string>& arguments) const {
-    return StartedTool(arguments, _folder.path()).wait();
+    return start(arguments).wait();
   }
   const TestFolder _folder;
 };
@@ -133,8 +109,8 @@ TEST_F(Many, DiffComparesFilesOfOneName) {
 // Models that are pipes keep their readers waiting.
 TEST_F(Many, ACrashIsToldAndTheOthersFinish) {
   ASSERT_EQ(mkfifo(_folder.path("in/a.mdl").c_str(), 0600), 0);
-  const StartedTool tool({"check", "in", "--jobs", "1"}, _folder.path());
-  kill(tool.children(1)[0], SIGKILL);
+  StartedKestrix tool = start({"check", "in", "--jobs", "1"});
+  kill(ChildrenOf(tool, 1)[0], SIGKILL);
   const RunResult result = tool.wait();
   EXPECT_EQ(result.status, 2);
   EXPECT_NE(result.out.find("\n  a          crashed (signal 9)"), std::string::npos) << result.out;
@@ -146,9 +122,9 @@ TEST_F(Many, NothingOutlivesAnInterruptedRun) {
   for (const char* name : {"a", "b"}) {
     ASSERT_EQ(mkfifo(_folder.path("in/" + std::string(name) + ".mdl").c_str(), 0600), 0);
   }
-  const StartedTool tool({"check", "in", "--jobs", "2"}, _folder.path());
-  const std::vector<pid_t> children = tool.children(2);
-  tool.stop();
+  StartedKestrix tool = start({"check", "in", "--jobs", "2"});
+  const std::vector<pid_t> children = ChildrenOf(tool, 2);
+  tool.interrupt();
   EXPECT_EQ(tool.wait().status, 128 + SIGINT);
   for (const pid_t child : children) {
     while (kill(child, 0) == 0) std::this_thread::yield();  // ended by the system, soon

@@ -11,8 +11,6 @@
 
 namespace {
 
-std::string Sample(const std::string& name) { return KESTRIX_SAMPLES "/" + name; }
-
 BaMotion Read(const std::string& file) {
   BaMotion motion;
   EXPECT_TRUE(motion.read(file.c_str())) << file;
@@ -144,10 +142,7 @@ TEST(Motion, ResampleAndCutWriteWhatTheySay) {
       {{"cut", "--to", "0.84"}, "time,v1\n0.8,0\n0.8333333333333334,1\n"},
   };
   for (const auto& row : rows) {
-    std::vector<std::string> words = {"motion"};
-    words.insert(words.end(), row.words.begin(), row.words.end());
-    words.insert(words.end(), {in, "-o", out});
-    const ToolResult result = RunTool(words);
+    const ToolResult result = RunTool(Joined({{"motion"}, row.words, {in, "-o", out}}));
     EXPECT_EQ(result.status, 0) << result.err;
     EXPECT_EQ(folder.read("out.csv"), row.text);
   }
@@ -185,10 +180,8 @@ TEST(Motion, SaysWhatIsWrongAndWritesNothing) {
       {{"rom", fox, fox}, fox + ":1:1: error: The file is a model; the model comes first"},
   };
   for (const auto& row : rows) {
-    std::vector<std::string> words = {"motion"};
-    words.insert(words.end(), row.words.begin(), row.words.end());
-    words.insert(words.end(), {"-o", folder.path("out.csv")});
-    const ToolResult result = RunTool(words);
+    const ToolResult result =
+        RunTool(Joined({{"motion"}, row.words, {"-o", folder.path("out.csv")}}));
     EXPECT_EQ(result.status, 2) << row.complaint;
     // What has a place begins with it.
     const bool has_place = row.complaint.find(": error: ") != std::string::npos;
