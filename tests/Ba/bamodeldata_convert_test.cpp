@@ -25,13 +25,6 @@ std::string Shape(const std::string& body, const std::string& material,
   return DocumentShape(body, material, effects, "POLYGONS {\n" + polygon + "\n}\n");
 }
 
-TEST(BaModelDataExtract, BodiesTakeTheirIdsOrFreeOnes) {
-  const Document data(kDocumentBody + DocumentBody("b", "a", "ID: 7\n") + DocumentBody("c", "b") +
-                      DocumentBody("ReferenceSystemZero", "c", "ID: 3\n") +
-                      DocumentBody("d", "ReferenceSystemZero", "ID: 1\n"));
-  EXPECT_EQ(Print(ExtractedModel(data)), ModelText("numbered-bodies.mdl"));
-}
-
 // Effects of one kind are summed up, and components that a colour lacks are 0. All else comes back
 // in random documents, too.
 TEST(BaModelDataExtract, EffectsAndColoursComeBackFromTheModel) {
@@ -343,34 +336,6 @@ TEST(BaModelDataFill, ErrorsAndWarnings) {
   }
 }
 
-TEST(BaModelDataFill, CoordinateSystemsComeBack) {
-  std::mt19937 random(7);
-  std::uniform_real_distribution<double> angle(-3.2, 3.2);
-  const std::array<int, 3> order = {1, 2, 3};
-  LegacyModel model(Body(1, "m", 0));
-  for (const BaUnits& units :
-       {BaUnits{"RADIANS", 1}, BaUnits{"DEGREES", 1}, BaUnits{"DEGREES", 10}}) {
-    model.setAngleUnits(units);
-    for (int i = 0; i < 200; ++i) {
-      const std::array<double, 3> angles = {angle(random), angle(random), angle(random)};
-      const BtCoordSystem expected(BtComposeRotationMatrix(angles, order), {1.5F, -2, 1e6F});
-      Bt4X4FloatMat transform = expected.matrix();
-      const float scales[] = {2.5F, 0.5F, 4};  // of the axes, in every other model
-      for (int k = 0; k < 9; ++k) transform(k / 3, k % 3) *= i % 2 == 0 ? 1 : scales[k / 3];
-      model.findBody(1)->setTransform(transform);
-      const FilledDocument data(model);
-      theExceptObj.clear();
-      EXPECT_EQ(data.bodyById(1)->coordSys().rotationOrder(), (std::array<int, 3>{3, 2, 1}));
-      BtCoordSystem filled;
-      data.getCoordSystem(*data.bodyById(1), &filled);
-      EXPECT_EQ(filled.origin(), expected.origin());
-      for (int k = 0; k < 9; ++k) {
-        EXPECT_NEAR(filled.matrix()(k / 3, k % 3), expected.matrix()(k / 3, k % 3), 1e-6);
-      }
-    }
-  }
-}
-
 TEST(BaModelDataFill, OneBodyAtATime) {
   const LegacyModel model(kTwoQuads + Body(2, "a hand", 1) + "B 2 1 0 0 0 1 1 1\n");
   Document data(MaterialSection("skin", "DIFFUSE: 0.5 0.25 1\n"));
@@ -405,10 +370,11 @@ TEST(BaModelDataFill, BodiesBringTheirSliderGroups) {
   }
 }
 
-// What does not fit changes nothing.
+// What does not fit changes nothing; blends of no slider can only come from callers.
 TEST(BaModelDataFill, RefusesBodiesThatDoNotFit) {
   const struct {
     std::string sections, error;
+    const char *group = "g", *slider = "s";  // of a blend that the model gets
   } cases[] = {
       {MaterialSection("m"), "Body \"hand\" specifies an undefined parent body \"arm\"."},
       {kArm + DocumentBody("hand", "arm"), "Multiple bodies have name \"hand\"."},
@@ -416,24 +382,8 @@ TEST(BaModelDataFill, RefusesBodiesThatDoNotFit) {
       {kArm + "VERTICES {\nNAME: hand_vertices\n}\n",
        "Multiple vertex sets have name \"hand_vertices\"."},
       {kArm + SliderGroup("h", "s"), "Invalid slider name 't' used in the blend effects."},
-  };
-  const ExtractedModel model{Document(kBlendedHand)};
-  for (const auto& [sections, error] : cases) {
-    Document data(sections);
-    const std::string before = Print(data);
-    EXPECT_FALSE(data.fillBodyFrom(model, 2, true));
-    EXPECT_EQ(TakePrinted(), PrintedError(error));
-    EXPECT_EQ(Print(data), before);
-  }
-}
-
-// What files cannot do, callers can.
-TEST(BaModelDataFill, RefusesBlendsOfNoSlider) {
-  const struct {
-    const char *group, *slider, *error;
-  } cases[] = {
-      {"x", "s", "A BLEND effect specifies a slider group, \"x\", that does not exist."},
-      {"g", "x", "Invalid slider name 'x' used in the blend effects."},
+      {kArm, "A BLEND effect specifies a slider group, \"x\", that does not exist.", "x", "s"},
+      {kArm, "Invalid slider name 'x' used in the blend effects.", "g", "x"},
   };
   for (const auto& c : cases) {
     ExtractedModel model{Document(kBlendedHand)};
@@ -441,47 +391,16 @@ TEST(BaModelDataFill, RefusesBlendsOfNoSlider) {
     blend->slider_group = c.group;
     blend->slider_name = c.slider;
     model.polygons()[0]->vertices()[1].effects().add(std::move(blend));
-    Document data(kArm);
+    Document data(c.sections);
     const std::string before = Print(data);
     EXPECT_FALSE(data.fillBodyFrom(model, 2, true));
     EXPECT_EQ(TakePrinted(), PrintedError(c.error));
     EXPECT_EQ(Print(data), before);
+    if (c.sections != kArm) continue;
     EXPECT_FALSE(data.fillFrom(model, true));
     EXPECT_EQ(TakePrinted(), PrintedError(c.error));
     EXPECT_EQ(Print(data), Print(BaModelData()));
   }
-}
-
-// The hash table gives the answers of an ordered map, with zeros of both signs and effects of the
-// first corner.
-TEST(BaModelData_PolySet, WeldsAsAnOrderedMapWould) {
-  std::mt19937 random(11);
-  const float grid[] = {-0.0F, 0.0F, 1.0F, -1.0F, 1e-38F, 3e38F, 0.1F};
-  BaModelData_PolySet poly_set(1, 0);
-  std::map<std::array<float, 3>, int> expected;
-  for (int i = 0; i < 5000; ++i) {
-    const std::array<float, 3> p = {grid[random() % 7], grid[random() % 7],
-                                    static_cast<float>(random() % 20)};
-    const auto place = expected.try_emplace(p, static_cast<int>(expected.size())).first;
-    BaVertex vertex(p[0], p[1], p[2]);
-    ASSERT_EQ(poly_set.vertexAt(vertex), place->second);
-    ASSERT_EQ(std::as_const(poly_set).vertexAt(vertex), place->second);
-  }
-  EXPECT_EQ(poly_set.vertices().size(), expected.size());
-  const BaVertex unknown(5, 5, 5);
-  EXPECT_DEATH((void)std::as_const(poly_set).vertexAt(unknown),
-               "index>=0 && index<vertices.size\\(\\)");
-}
-
-TEST(BaModelData_PolySet, AnswersThePolygonThatItAdded) {
-  BaModelData_PolySet poly_set(1, 0);
-  auto first = Scanned<BaPolygon>("1 3 3 0 0 0 -1 1 0 0 -1 0 1 0 -1");
-  auto second = Scanned<BaPolygon>("1 7 3 1 0 0 -1 1 1 0 -1 0 1 0 -1");
-  poly_set.addPolygon(&first);
-  const BaModelData_PolySet::Polygon* added = poly_set.addPolygon(&second);
-  EXPECT_EQ(added->material_id, 7);
-  EXPECT_EQ(std::vector<int>(added->vertices.begin(), added->vertices.end()),
-            (std::vector<int>{1, 3, 2}));
 }
 
 TEST(BaModelData_PolySet, SplitsLargePolygonsIntoFansOfFaces) {
@@ -518,19 +437,6 @@ TEST(BaModelData_PolySet, SplitsLargePolygonsIntoFansOfFaces) {
     }
     EXPECT_EQ(pieces, c.pieces);
   }
-}
-
-TEST(BaModelData_TMeshTriIter, WindingAlternates) {
-  const int strip[] = {10, 11, 12, 13, 14};
-  BaModelData_TMeshTriIter iter(strip);
-  std::string triangles;
-  int triangle[3];
-  while (!iter.atEnd()) {
-    iter.getNextTri(&triangle);
-    for (const int vertex : triangle) triangles += std::to_string(vertex) + " ";
-  }
-  EXPECT_EQ(triangles, "10 11 12 12 11 13 12 13 14 ");
-  EXPECT_DEATH(iter.getNextTri(&triangle), "!atEnd\\(\\)");
 }
 
 }  // namespace

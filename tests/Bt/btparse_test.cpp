@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <iostream>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -88,33 +87,6 @@ TEST(BtReadTaggedValue, RefusesNulAndReadErrors) {
   // Reading this file fails, whereas opening it does not.
   BtIFStream broken("/proc/self/mem");
   EXPECT_EQ(Items(broken), "error: Error reading file.");
-}
-
-// Parts far longer than any buffer: nothing is lost, and the time grows with the length only.
-TEST(BtReadTaggedValue, TakesHugeTexts) {
-  const std::size_t n = 200000;
-  const auto repeated = [](const char* text) {
-    std::string all;
-    for (std::size_t i = 0; i < n; ++i) all += text;
-    return all;
-  };
-  const std::string line(20 * n, 'x');
-  const std::string blanks(n, ' ');
-  // Texts and the length of their values, 0 for an error.
-  const std::pair<std::string, std::size_t> cases[] = {
-      {"A: " + line, line.size()},
-      {line, 0},
-      {"A {" + blanks + "#" + line + "\n" + blanks + line + blanks + "# y\n}", line.size() + 1},
-      {"A " + repeated("{\n") + repeated("}\n"), 4 * n - 4},
-      {"A: " + repeated("x\\\n"), 2 * n - 1}};
-  for (const auto& [text, length] : cases) {
-    std::istringstream is(text);
-    BtStr keyword;
-    BtStr value;
-    const bool read = BtReadTaggedValue(is, &keyword, &value, nullptr);
-    EXPECT_EQ(read ? value.view().size() : 0, length) << text.substr(0, 10);
-    theExceptObj.clear();
-  }
 }
 
 // The value of one reader as text, or its error.

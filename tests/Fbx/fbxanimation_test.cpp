@@ -4,7 +4,6 @@
 #include <cmath>
 #include <functional>
 #include <map>
-#include <tuple>
 
 #include "Fbx/kfbxanimstack.h"
 #include "Fbx/kfbxdeformer.h"

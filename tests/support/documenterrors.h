@@ -1,4 +1,4 @@
-// Model documents of version 2.00 that must be refused, and what they are made of.
+// What the model documents of tests are made of.
 #pragma once
 
 #include <string>
@@ -28,6 +28,3 @@ inline std::string DocumentShape(const std::string& body, const std::string& mat
          "_v\nTEXTURE_COORDINATES {\n0 0\n1 1\n}\nMATERIAL_GROUP {\nMATERIAL: " + material + "\n" +
          lists + "}\n}\n";
 }
-
-// Whole files: bad items, bad sections of every kind, sections that do not fit together.
-inline std::vector<ErrorCase> DocumentErrors() { return ReadErrorCases("documents.txt"); }

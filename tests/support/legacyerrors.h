@@ -1,4 +1,4 @@
-// Legacy model files that must be refused, and what they are made of.
+// What the legacy model files of tests are made of.
 #pragma once
 
 #include <string>
@@ -17,16 +17,4 @@ inline const std::string kBasicModel =
 inline std::string LegacyBody(const std::string& name, int id, int parent) {
   return "X\n" + name + "\n" + std::to_string(id) + "\n\n" + std::to_string(parent) +
          "\n1 0 0 0 1 0 0 0 1 0 0 0\n";
-}
-
-// Whole files: bad headers, bad records of every kind, records that the file's version does not
-// have, bodies that form no tree.
-inline std::vector<ErrorCase> LegacyErrors() { return ReadErrorCases("legacy.txt"); }
-
-// Files that promise more elements than anyone has, one for each kind of record with a count.
-inline std::vector<std::string> LegacyHugeCounts() {
-  const std::string head = kBasicModel;
-  return {head + "F 1 1 2147483647 0 0 0 -1", head + "P 1 1 2147483647 0 0 0 0 0 -1",
-          head + "f 1 1 2147483647 1 ", head + "T 1 1 2147483647 0 0 0 0 -1",
-          head + "t 1 1 2147483647 0 0 0 0 0 0 -1"};
 }
