@@ -51,7 +51,11 @@ struct WeightFaults {
   double largest = 0;
   std::optional<VertexPoint> above_one_at;  // the first
   std::optional<VertexPoint> negative_at;
-  std::map<int, int> targets;  // vertices that follow each other body, by its id
+  struct Target {
+    int count = 0;
+    VertexPoint first = {};
+  };
+  std::map<int, Target> targets;  // vertices that follow each other body, by its id
 };
 
 void AddWeights(const BaVertexEffects& effects, int parent_id, const VertexPoint& at,
@@ -71,7 +75,7 @@ void AddWeights(const BaVertexEffects& effects, int parent_id, const VertexPoint
     }
     negative |= weight < 0;
     sum += std::max(0.0, static_cast<double>(weight));
-    ++faults->targets[target];
+    if (WeightFaults::Target& other = faults->targets[target]; other.count++ == 0) other.first = at;
   }
   if (negative && faults->negative++ == 0) faults->negative_at = at;
   if (sum <= 1 + kWeightTolerance) return;
@@ -83,18 +87,19 @@ std::string VerticesText(int count) { return Counted(count, "vertex", "vertices"
 
 void AddTargetFindings(const BaBody& body, const WeightFaults& faults, const BaModel& model,
                        const BtHashMap<int, int>& tops, Findings* findings) {
-  for (const auto& [id, count] : faults.targets) {
+  for (const auto& [id, followers] : faults.targets) {
+    const auto& [count, first] = followers;
     const BaBody* target = id == 0 ? nullptr : model.findBody(id);
     const bool one = count == 1;
     if (target == nullptr) {
       findings->add(Kind("flex-target-missing"), PlaceOf(body),
                     VerticesText(count) + (one ? " follows " : " follow ") +
                         (id == 0 ? "the world" : "body " + std::to_string(id)),
-                    count);
+                    count, At(first));
     } else if (tops.at(id) != tops.at(body.id())) {
       findings->add(Kind("flex-outside-chain"), PlaceOf(body),
                     VerticesText(count) + (one ? " follows " : " follow ") + Text(target->name()),
-                    count);
+                    count, At(first));
     }
   }
 }

@@ -44,7 +44,8 @@ CheckedFiles::CheckedFiles(std::string model_name, std::string dof_name, CheckOp
   if (readable) {
     input.bodies = BodiesInOrder(model);
     Run(BodyRules(), input, &findings);
-    for (const auto& rules : {ShapeRules(), ShellRules(), FigureRules(), TextRules()}) {
+    for (const auto& rules :
+         {JointRules(), ShapeRules(), ShellRules(), WindingRules(), FigureRules(), TextRules()}) {
       Run(rules, input, &findings);
     }
     Run(MaterialRules(), input, &findings);

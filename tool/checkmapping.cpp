@@ -1,5 +1,6 @@
 // The rules of "check" about the mapping and its model.
 #include <cmath>
+#include <limits>
 #include <map>
 #include <set>
 #include <utility>
@@ -95,7 +96,8 @@ double LeastMove(const CheckInput& input) {
   const WorldTransforms worlds = WorldTransformsOf(input.model);
   Box box;
   for (const BaBody* body : input.bodies) box.add(OriginOf(worlds.at(body->id())));
-  return SizeOf(box) / 20;
+  const double size = SizeOf(box);
+  return size > 0 ? size / 20 : std::numeric_limits<double>::infinity();
 }
 
 void CheckMapOf(const BaUnlockedBodyMap& map, const Place& place, double least_move,
@@ -109,11 +111,20 @@ void CheckMapOf(const BaUnlockedBodyMap& map, const Place& place, double least_m
 }
 
 void CheckUnmapped(const CheckInput& input, Findings* findings) {
+  constexpr std::size_t kFew = 3;
+  std::vector<const BaBody*> unmapped;
   for (const BaBody* body : input.bodies) {
-    if (input.mapping->bodyMap(body->id()) == nullptr) {
-      findings->add(Kind("body-unmapped"), PlaceOf(*body), "");
-    }
+    if (input.mapping->bodyMap(body->id()) == nullptr) unmapped.push_back(body);
   }
+  if (unmapped.size() > kFew && unmapped.size() * 2 > input.bodies.size()) {
+    const auto count = static_cast<int>(unmapped.size());
+    return findings->add(Kind("mapping-partial"), PlaceOf(*unmapped.front()),
+                         Counted(count, "body", "bodies") + " of " +
+                             std::to_string(input.bodies.size()) +
+                             " have no map, this is the first",
+                         count);
+  }
+  for (const BaBody* body : unmapped) findings->add(Kind("body-unmapped"), PlaceOf(*body), "");
 }
 
 void CheckBodyMaps(const CheckInput& input, Findings* findings) {

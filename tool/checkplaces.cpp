@@ -89,9 +89,12 @@ class Placer {
     } else if (finding->body.empty() && finding->material.empty()) {
       _nameRecord(finding);
     }
+    if (finding->where.line == 0) _placeIds(finding);
     if (finding->where.file.empty()) finding->where.file = _fileOf(*finding);
     _placeLateFaults(finding);
     _tellOfTwin(finding);
+    if (code == "parent-missing") _tellOfLateParent(finding);
+    if (code == "variable-count") _tellOfVariable(finding);
   }
 
  private:
@@ -111,6 +114,9 @@ class Placer {
   void _placeByName(const TextRecords& text, const std::string& name, Finding* finding);
   void _nameRecord(Finding* finding);
   void _placeLateFaults(Finding* finding);
+  void _placeIds(Finding* finding);
+  void _tellOfLateParent(Finding* finding);
+  void _tellOfVariable(Finding* finding);
   void _tellOfTwin(Finding* finding);
 
   const CheckInput& _input;
@@ -171,11 +177,15 @@ void Placer::_placeLateFaults(Finding* finding) {
   BtPlace place;
   if (finding->text.find("Hit end of file without reading") != std::string::npos) {
     place = text.openBlock();
-    finding->text += " A closing brace is missing before this line, or the file is cut off.";
+    finding->text += std::string(finding->text.ends_with('.') ? "" : ".") +
+                     " A closing brace is missing before this line, or the file is cut off.";
   } else if (const std::size_t at = finding->text.find(" references a "); at != std::string::npos) {
     const bool is_texture = finding->text.compare(at, 22, " references a texture ") == 0;
     const std::vector<std::string> numbers = NamesIn(finding->text);
     if (!numbers.empty()) place = text.indexOf(numbers.back(), is_texture);
+  } else if (finding->text.find("Invalid vertex index (") != std::string::npos) {
+    const std::string number = NamesIn(finding->text).back();
+    if (finding->where.text.find(number) == std::string::npos) place = text.weightOf(number);
   } else if (finding->kind == Kind("variable-overlap")) {
     const TextRecord* const include = text.find("INCLUDE", 0, " ");
     if (include != nullptr) place = text.placeOf(*include);
@@ -186,10 +196,56 @@ void Placer::_placeLateFaults(Finding* finding) {
   if (place.source != nullptr) finding->where = _finder.find(place);
 }
 
+// Ids that are wrong, or those of two bodies, are noticed when the file was read.
+void Placer::_placeIds(Finding* finding) {
+  const std::string_view code = finding->kind->code;
+  if (code != "body-id-range" && code != "body-id-duplicate") return;
+  const std::size_t end = finding->text.find_last_of("0123456789");
+  const std::size_t start = finding->text.find_last_of(' ', end) + 1;
+  const std::string number = finding->text.substr(start, end + 1 - start);
+  const TextRecords& text = _textOf(*finding);
+  for (const TextRecord& record : text.records()) {
+    const TextItem* const item = record.key == "BODY" ? record.find("ID") : nullptr;
+    if (item == nullptr || (item->value != number && std::to_string(record.id) != number)) continue;
+    finding->where = _finder.find(text.placeOf(record, item->offset));  // the last one
+    finding->body = record.name;
+  }
+}
+
+// The reader wants parents in front of their children.
+void Placer::_tellOfLateParent(Finding* finding) {
+  const TextRecords& text = _textOf(*finding);
+  const std::vector<std::string> names = NamesIn(finding->text);
+  if (names.size() < 2) return;
+  const TextRecord* const parent = text.find("BODY", 0, names.back());
+  if (parent == nullptr) return;
+  finding->text += names.front() == names.back()
+                       ? " It is its own parent."
+                       : " That one is at " + WhereText(_finder.find(text.placeOf(*parent))) +
+                             ", and must stand in front of its children.";
+}
+
+// The line that uses the highest variable, where there is one.
+void Placer::_tellOfVariable(Finding* finding) {
+  const std::size_t at = finding->text.find("uses ");
+  if (at == std::string::npos) return;
+  const std::string number = finding->text.substr(at + 5, finding->text.find(' ', at + 5) - at - 5);
+  const TextRecords& text = _textOf(*finding);
+  for (const TextRecord& record : text.records()) {
+    for (const TextItem& item : record.items) {
+      if (record.key != "MAP" || item.value != number) continue;
+      finding->text += " Variable " + number + " is at " +
+                       WhereText(_finder.find(text.placeOf(record, item.offset))) + ".";
+      return;
+    }
+  }
+}
+
 // Of two with one id or one name the reader points at the second.
 void Placer::_tellOfTwin(Finding* finding) {
   const std::string_view code = finding->kind->code;
   const bool is_twin = code == "body-id-duplicate" || code == "body-mapped-twice" ||
+                       code == "body-name-clash" || code == "material-name-clash" ||
                        finding->text.find("Multiple ") != std::string::npos ||
                        finding->text.find("Duplicate material") != std::string::npos;
   if (!is_twin) return;
@@ -201,10 +257,10 @@ void Placer::_tellOfTwin(Finding* finding) {
                                 : text.find(second->key, second->id, {});
   if (first == nullptr || first == second) return;
   const std::string at = WhereText(_finder.find(text.placeOf(*first)));
-  finding->text +=
-      first->name == second->name
-          ? " The first is at " + at + "."
-          : " It is \"" + second->name + "\"; the first is \"" + first->name + "\" at " + at + ".";
+  finding->text += finding->text.empty() ? "" : " ";
+  finding->text += first->name == second->name ? "The first is at " + at + "."
+                                               : "It is \"" + second->name + "\"; the first is \"" +
+                                                     first->name + "\" at " + at + ".";
 }
 
 }  // namespace

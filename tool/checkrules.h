@@ -44,11 +44,14 @@ struct CheckInput {
 
 using CheckRule = void (*)(const CheckInput& input, Findings* findings);
 
-// About bodies and weights; about shapes; about closed shells; about what names tell; about what
+// About bodies and weights; about joints; about shapes; about closed shells; about faces beside
+// each other; about what names tell; about what
 // readers pass over; about names, materials and textures; about the mapping.
 std::span<const CheckRule> BodyRules();
+std::span<const CheckRule> JointRules();
 std::span<const CheckRule> ShapeRules();
 std::span<const CheckRule> ShellRules();
+std::span<const CheckRule> WindingRules();
 std::span<const CheckRule> FigureRules();
 std::span<const CheckRule> TextRules();
 std::span<const CheckRule> MaterialRules();

@@ -1,17 +1,17 @@
 // The rule of "check" about closed shells that are inside out.
 #include <cmath>
-#include <cstdint>
-#include <numeric>
 
 #include "Bt/bthash.h"
 #include "checkrules.h"
 #include "style.h"
+#include "worldfaces.h"
 
 namespace {
 
-constexpr double kGrid = 1e-5;       // of the model's size: positions this near are one
-constexpr double kMostOpen = 0.1;    // of a shell's area may look to one side without another
-constexpr double kLeastBulk = 0.01;  // of a ball's surface to its volume, about a tenth of it
+constexpr double kMostOpen = 0.1;     // of a shell's area may look to one side without another
+constexpr double kMostGaping = 0.25;  // where nothing lies around it
+constexpr double kLeastBulk = 0.01;   // of a ball's surface to its volume, about a tenth of it
+constexpr double kWall = 0.2;         // of the box around a hollow thing, at least, is hollow
 constexpr int kFewestFaces = 4;
 
 // Faces that hang together by their corners, whatever body they are on.
@@ -25,48 +25,6 @@ struct Shell {
   std::array<float, 3> corner = {};
 };
 
-// Numbers places and joins those that a face touches.
-class Joiner {
- public:
-  Joiner(const Point& low, double grid) : _low(low), _grid(grid) {}
-  int placeOf(const Point& p) {
-    // The grid has fewer lines than that in each direction.
-    constexpr unsigned kBits = 21;
-    std::uint64_t key = 0;
-    const Point offset = p - _low;
-    for (const double c : offset) {
-      key = key << kBits | static_cast<std::uint64_t>(std::llround(c / _grid));
-    }
-    const auto [entry, is_new] = _places.try_emplace(key, static_cast<int>(_roots.size()));
-    if (is_new) _roots.push_back(entry->second);
-    return entry->second;
-  }
-  int rootOf(int place) {
-    while (_at(place) != place) place = _at(place) = _at(_at(place));
-    return place;
-  }
-  void join(int a, int b) { _at(rootOf(a)) = rootOf(b); }
-
- private:
-  int& _at(int place) { return _roots[static_cast<std::size_t>(place)]; }
-
-  Point _low;  // of the box around all places
-  double _grid;
-  BtHashMap<std::uint64_t, int> _places;
-  std::vector<int> _roots;
-};
-
-// The corners of a face in the world.
-std::vector<Point> CornersOf(const BaVertexElement& element, const std::vector<int>& corners,
-                             const Bt4X4DoubleMat& world) {
-  std::vector<Point> points;
-  points.reserve(corners.size());
-  for (const int i : corners) {
-    points.push_back(BtTransformPoint(PointOf(element.vertices()[i]), world));
-  }
-  return points;
-}
-
 void AddFace(const std::vector<Point>& points, Shell* shell) {
   ++shell->faces;
   for (std::size_t i = 2; i < points.size(); ++i) {
@@ -78,28 +36,10 @@ void AddFace(const std::vector<Point>& points, Shell* shell) {
   for (const Point& p : points) shell->box.add(p);
 }
 
-// Calls visit(body, element, points) for every face of the model.
-template <class Visit>
-void ForEachWorldFace(const CheckInput& input, Visit visit) {
-  const WorldTransforms worlds = WorldTransformsOf(input.model);
-  for (const BaBody* body : input.bodies) {
-    const Bt4X4DoubleMat& world = worlds.at(body->id());
-    ForEachFace(*body, [&](const BaVertexElement& element, const std::vector<int>& corners) {
-      visit(*body, element.vertices()[corners.front()], CornersOf(element, corners, world));
-    });
-  }
-}
-
 std::vector<Shell> ShellsOf(const CheckInput& input) {
-  Box box;
-  ForEachWorldFace(input, [&box](const auto&, const auto&, const std::vector<Point>& points) {
-    for (const Point& p : points) box.add(p);
-  });
-  if (!box.min) return {};
-  const Point size = *box.max - *box.min;
-  const double grid = Length(size) * kGrid;
-  if (!(grid > 0)) return {};
-  Joiner joiner(*box.min, grid);
+  const Box box = BoxOfFaces(input);
+  if (!(GridOf(box) > 0)) return {};
+  PlaceJoiner joiner(*box.min, GridOf(box));
   std::vector<int> first_places;  // of the faces
   ForEachWorldFace(input, [&](const auto&, const auto&, const std::vector<Point>& points) {
     const int first = joiner.placeOf(points.front());
@@ -126,8 +66,8 @@ std::vector<Shell> ShellsOf(const CheckInput& input) {
   return shells;
 }
 
-bool IsClosed(const Shell& shell) {
-  return shell.faces >= kFewestFaces && Length(shell.area_sum) <= kMostOpen * shell.area;
+bool IsClosed(const Shell& shell, double most_open = kMostOpen) {
+  return shell.faces >= kFewestFaces && Length(shell.area_sum) <= most_open * shell.area;
 }
 
 // Above 0 for what looks outwards.
@@ -140,6 +80,11 @@ bool IsInsideOut(const Shell& shell) {
   return volume < -kLeastBulk * std::pow(shell.area / 2, 1.5);
 }
 
+double BulkOf(const Box& box) {
+  const Point sides = *box.max - *box.min;
+  return sides[0] * sides[1] * sides[2];
+}
+
 bool Encloses(const Box& outer, const Box& inner) {
   for (std::size_t c = 0; c < 3; ++c) {
     if ((*outer.min)[c] > (*inner.min)[c] || (*outer.max)[c] < (*inner.max)[c]) return false;
@@ -147,11 +92,13 @@ bool Encloses(const Box& outer, const Box& inner) {
   return true;
 }
 
-// The wall of a hollow thing: another shell lies around it, and looks outwards.
+// Whether a shell may look inwards because another lies around it that looks outwards: as the wall
+// of something hollow, which is not much smaller, or as a hole such as a mouth, which is open.
 bool IsInside(const Shell& shell, const std::vector<Shell>& others) {
   return std::ranges::any_of(others, [&shell](const Shell& other) {
     return &other != &shell && other.faces >= kFewestFaces && Encloses(other.box, shell.box) &&
-           !(IsClosed(other) && IsInsideOut(other));
+           !(IsClosed(other) && IsInsideOut(other)) &&
+           (!IsClosed(shell) || BulkOf(shell.box) >= kWall * BulkOf(other.box));
   });
 }
 
@@ -162,8 +109,8 @@ void CheckShells(const CheckInput& input, Findings* findings) {
   std::map<const BaBody*, std::pair<int, const Shell*>> found;  // by body: shells, the first
   std::vector<const BaBody*> order;
   for (const Shell& shell : shells) {
-    if (!IsClosed(shell) || !IsInsideOut(shell)) continue;
-    if (shells.size() <= kMostCompared && IsInside(shell, shells)) continue;
+    if (!IsClosed(shell, kMostGaping) || !IsInsideOut(shell)) continue;
+    if (shells.size() <= kMostCompared ? IsInside(shell, shells) : !IsClosed(shell)) continue;
     auto& [count, first] = found[shell.body];
     if (count++ > 0) continue;
     first = &shell;

@@ -12,6 +12,7 @@ namespace {
 
 constexpr double kTurn = 2 * std::numbers::pi;
 constexpr double kNear = 1e-4;
+constexpr double kMostTurns = 100;
 
 // The three numbers of a rotation.
 Point AnglesOf(std::string_view text) {
@@ -31,6 +32,7 @@ struct Angles {
   const TextRecord* first_beyond = nullptr;
   double largest = 0;
   const TextRecord* quarter = nullptr;  // the first that has pi or a half of it
+  const TextRecord* first_odd = nullptr;
 };
 
 void AddAngles(const TextRecord& body, Angles* angles) {
@@ -45,6 +47,7 @@ void AddAngles(const TextRecord& body, Angles* angles) {
     if (is_quarter && angles->quarter == nullptr) angles->quarter = &body;
   }
   angles->largest = std::max(angles->largest, largest);
+  if (largest > 360 * kMostTurns && angles->first_odd == nullptr) angles->first_odd = &body;
   if (largest <= kTurn + kNear) return;
   ++angles->beyond_turn;
   if (angles->first_beyond == nullptr) angles->first_beyond = &body;
@@ -68,6 +71,10 @@ void CheckAnglesOfFile(const TextRecords& text, std::size_t file, Findings* find
     is_degrees = unit->value.starts_with("1 ") && unit->value.ends_with("DEGREES");
   }
   const Spot spot = {false, "ROTATION"};
+  if (is_degrees && angles.first_odd != nullptr) {
+    findings->add(Kind("number-odd"), BodyPlace(*angles.first_odd),
+                  "it turns by up to " + Short(angles.largest) + " degrees", 1, spot);
+  }
   if (is_radians && angles.beyond_turn > 0) {
     findings->add(Kind("angles-degrees"), BodyPlace(*angles.first_beyond),
                   Counted(angles.beyond_turn, "body turns", "bodies turn") + " by up to " +

@@ -16,7 +16,7 @@
 #include "Bt/bthash.h"
 #include "bamodelheader.h"
 #include "bttextfile.h"
-#include "sniff.h"
+#include "explain.h"
 
 namespace {
 

@@ -1,19 +1,13 @@
 #include "sniff.h"
 
 #include <algorithm>
-#include <array>
-#include <memory>
 
-#include "Bt/btexcept.h"
 #include "bamodelheader.h"
-#include "bttextfile.h"
 #include "style.h"
 
 namespace {
 
 using namespace std::string_view_literals;
-
-constexpr std::size_t kStartSize = 512;
 
 constexpr const char* kOtherKind = "file-kind";
 constexpr const char* kEncoding = "file-encoding";
@@ -49,7 +43,9 @@ constexpr struct {
      "\xFD"
      "7zXZ"sv,
      kOtherKind, "The file is compressed (xz); unpack it first."},
-    {0, "<"sv, kOtherKind, "The file is a web page or XML."},
+    {0, "version https://git-lfs"sv, kOtherKind,
+     "The file is a pointer of Git LFS; fetch the file that it stands for."},
+    {0, "<<<<<<< "sv, "merge-conflict", "A merge was left unfinished here."},
 };
 
 // The first line of a text that is nearly what is expected.
@@ -76,30 +72,6 @@ Sniffed SniffText(std::string_view start, FileKind expected) {
                         expected == FileKind::Model ? kBaModelFileId : kBaMappingFileId);
 }
 
-std::string StartOf(const std::string& file) {
-  std::string start(kStartSize, '\0');
-  const BtInputFile input(file.c_str());
-  if (!input.isOpen()) return {};
-  input.stream().read(start.data(), static_cast<std::streamsize>(start.size()));
-  start.resize(static_cast<std::size_t>(input.stream().gcount()));
-  return start;
-}
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
-// A comma between digits.
-bool HasDecimalComma(const Where& where) {
-  if (where.line == 0) return false;
-  const std::string& text = where.text;
-  std::size_t comma = text.find(',');
-  for (; comma != std::string::npos; comma = text.find(',', comma + 1)) {
-    if (comma > 0 && IsDigit(text[comma - 1]) && comma + 1 < text.size() &&
-        IsDigit(text[comma + 1]))
-      return true;
-  }
-  return false;
-}
-
 }  // namespace
 
 Sniffed Sniff(std::string_view start, FileKind expected) {
@@ -108,32 +80,12 @@ Sniffed Sniff(std::string_view start, FileKind expected) {
     if (start.size() >= row.at && start.substr(row.at).starts_with(row.bytes))
       return {row.code, row.text};
   }
-  const bool has_nul = start.find('\0') != std::string_view::npos;
+  const std::size_t first = start.find_first_not_of(" \t\r\n");
+  if (first != std::string_view::npos && start[first] == '<') {
+    return {kOtherKind, "The file is a web page or XML."};
+  }
+  const bool has_nul =
+      KindOfText(start) == FileKind::Unknown && start.find('\0') != std::string_view::npos;
   if (has_nul) return {kOtherKind, "The file is not text."};
   return SniffText(start, expected);
-}
-
-void ExplainError(const std::string& file, FileKind expected, std::vector<Message>* messages) {
-  const auto error = std::ranges::find(*messages, true, &Message::is_error);
-  if (error == messages->end() || !CanBeOpened(file)) return;
-  BtExcept* const kept = theExceptObj.release();
-  Sniffed sniffed = Sniff(StartOf(error->where.file.empty() ? file : error->where.file), expected);
-  const std::unique_ptr<BtExcept> dropped(theExceptObj.release());
-  theExceptObj.restore(kept);
-  if (sniffed.code == nullptr && HasDecimalComma(error->where)) {
-    sniffed = {"decimal-comma", "There is a decimal comma in this line; write a point."};
-  }
-  const std::size_t name = error->text.find("Unable to open ");
-  if (sniffed.code == nullptr && name != std::string::npos &&
-      error->text.find('\\', name) != std::string::npos) {
-    sniffed = {"include-backslash", "There are backslashes in the name; write slashes."};
-  }
-  const bool is_count = error->text.find("Error reading body id") != std::string::npos ||
-                        error->text.find("'{' following tag") != std::string::npos;
-  if (sniffed.code == nullptr && expected == FileKind::Mapping && is_count) {
-    error->text += " Is the number of body maps in the fourth line right?";
-  }
-  if (sniffed.code == nullptr) return;
-  error->text.insert(0, sniffed.text + " ");
-  error->code = sniffed.code;
 }

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "inputs.h"
 
@@ -14,6 +13,3 @@ struct Sniffed {
   std::string text = {};
 };
 Sniffed Sniff(std::string_view start, FileKind expected);
-
-// Adds to the error among the messages what the file's first bytes and the line at fault tell.
-void ExplainError(const std::string& file, FileKind expected, std::vector<Message>* messages);

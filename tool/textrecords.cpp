@@ -369,6 +369,14 @@ BtPlace TextRecords::indexOf(const std::string& number, bool is_texture) const {
   return {};
 }
 
+BtPlace TextRecords::weightOf(const std::string& number) const {
+  for (const TextRecord& record : _records) {
+    const BtPlace place = record.key == "VERTICES" ? _weightOf(record, IntOf(number)) : BtPlace();
+    if (place.source != nullptr) return place;
+  }
+  return {};
+}
+
 // Names and ids as they are when everything is included.
 void TextRecords::_name(TextRecord* record) const {
   const TextFile& file = *_files[record->file];

@@ -69,6 +69,8 @@ class TextRecords {
   [[nodiscard]] BtPlace openBlock() const;
   // The first corner of a polygon that names a vertex, or a texture coordinate, by its number.
   [[nodiscard]] BtPlace indexOf(const std::string& number, bool is_texture) const;
+  // The first weight that names a vertex by its number.
+  [[nodiscard]] BtPlace weightOf(const std::string& number) const;
   // Where a body has a vertex at this position, or in a document the first weight of that vertex.
   // Nowhere where it is not found.
   [[nodiscard]] BtPlace vertexOf(int body_id, const std::string& body_name,

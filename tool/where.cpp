@@ -82,6 +82,7 @@ void WhereFinder::_locate(const Text& text, const BtPlace& place, Where* where) 
   where->line = line + 1;
   where->column = static_cast<long long>(Width(shown.substr(0, column))) + 1;
   where->text = shown;
+  where->at_end = text.all.find_first_not_of(" \t\r\n", offset) == std::string::npos;
 }
 
 Where WhereFinder::find(const BtPlace& place) {
@@ -107,6 +108,16 @@ std::string ChainText(const Where& where) {
     text += (text.empty() ? " (included by " : ", by ") + file;
   }
   return text.empty() ? text : text + ")";
+}
+
+std::string WordAt(const Where& where) {
+  constexpr std::string_view kBlanks = " \t";
+  const std::string_view text = where.text;
+  if (where.line == 0) return {};
+  const std::size_t at = BytesOf(text, static_cast<std::size_t>(where.column - 1));
+  const std::size_t last = at == 0 ? 0 : text.find_last_of(kBlanks, at - 1) + 1;  // npos + 1 is 0
+  return std::string(
+      text.substr(last, std::min(text.find_first_of(kBlanks, at), text.size()) - last));
 }
 
 std::string CaretText(const Where& where) {

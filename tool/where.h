@@ -14,6 +14,7 @@ struct Where {
   long long column = 0;                  // in characters, from 1
   std::string text;                      // of the line
   std::vector<std::string> included_by;  // the file that includes it first
+  bool at_end = false;                   // only white space follows in the file
 };
 
 // Finds lines. Each file is read once, so an object should not outlive a command's questions.
@@ -40,6 +41,8 @@ std::string TextOfFile(const std::string& file);
 std::string WhereText(const Where& where);
 // " (included by A, by B)", empty for a file that is not.
 std::string ChainText(const Where& where);
+// The word of the line that is there, or ends there; empty where there is none.
+std::string WordAt(const Where& where);
 // The line, or of a long one the part around the column, and a caret under that, with a line end
 // each; empty where the line is not known.
 std::string CaretText(const Where& where);

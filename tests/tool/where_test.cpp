@@ -203,6 +203,16 @@ TEST(Where, OtherFilesAreToldInWords) {
       {"file-encoding", "Zov Graphic Model File\rv1.30\rX\r", "carriage returns only"},
       {"file-header", "Zov graphic model file \nv1.30\n", "must be 'Zov Graphic Model File'"},
       {"file-empty", "", "is empty"},
+      {"file-kind", "\n<html>", "a web page"},
+      {"model-unreadable", "\n" + kLegacy, "The first line must be 'Zov"},
+      {"model-unreadable", kLegacy + kLegacy, "Two files seem to be joined"},
+      {"model-unreadable", kLegacy + "F 1 1 3 0 0", "The file ends here"},
+      {"model-unreadable", kLegacy + "F 1 1 1\n 0 0 1e39 -1\n", "It stopped at '1e39'"},
+      {"model-unreadable", kLegacy + "F 1 1 2\n 0 0 0 -1\nF 1", "number of vertices in the first"},
+      {"model-unreadable", Replaced(kLegacy, "v1.30", "v2.00"), "looks like a legacy model"},
+      {"parent-missing", Replaced(kWhereDocument + kBody, "GLOBAL", "root"), "its own parent"},
+      {"body-name-clash", kLegacy + "X\n root\n 2\n p\n 0\n 1 0 0 0 1 0 0 0 1 0 0 0\n",
+       "The first is at"},
       {"decimal-comma", Replaced(kLegacy, "1 0 0", "1,0 0 0"), "decimal comma in this line"},
   };
   const TestFolder folder;

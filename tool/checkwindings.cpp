@@ -1,0 +1,147 @@
+// The rules of "check" about faces beside each other, and on each other.
+#include <numeric>
+
+#include "Bt/bthash.h"
+#include "checkrules.h"
+#include "style.h"
+#include "worldfaces.h"
+
+namespace {
+
+struct Face {
+  const BaBody* body;
+  std::array<float, 3> corner;  // the first
+  std::vector<int> places;      // of all, the smallest number first
+  bool is_double = false;       // one in front of it is the same
+};
+
+std::vector<Face> FacesOf(const CheckInput& input) {
+  const Box box = BoxOfFaces(input);
+  if (!(GridOf(box) > 0)) return {};
+  std::vector<Face> faces;
+  BtHashSet<std::string> seen;
+  PlaceJoiner joiner(*box.min, GridOf(box));
+  ForEachWorldFace(
+      input, [&](const BaBody& body, const BaVertex& corner, const std::vector<Point>& points) {
+        Face face = {&body, {}, {}};
+        std::copy_n(corner.position(), 3, face.corner.begin());
+        for (const Point& p : points) face.places.push_back(joiner.placeOf(p));
+        std::ranges::rotate(face.places, std::ranges::min_element(face.places));
+        const auto* const bytes = reinterpret_cast<const char*>(face.places.data());
+        face.is_double = !seen.emplace(bytes, face.places.size() * sizeof(int)).second;
+        faces.push_back(std::move(face));
+      });
+  return faces;
+}
+
+// The first two faces at an edge, and how many there are.
+struct Edge {
+  int faces[2] = {};
+  bool forwards[2] = {};  // whether they go from the lower place to the higher one
+  int count = 0;
+};
+
+std::vector<Edge> EdgesOf(const std::vector<Face>& faces) {
+  std::vector<Edge> edges;
+  BtHashMap<std::uint64_t, std::size_t> index;  // by both places
+  for (std::size_t i = 0; i < faces.size(); ++i) {
+    const std::vector<int>& places = faces[i].places;
+    if (faces[i].is_double) continue;
+    for (std::size_t k = 0; k < places.size(); ++k) {
+      const auto a = static_cast<std::uint32_t>(places[k]);
+      const auto b = static_cast<std::uint32_t>(places[(k + 1) % places.size()]);
+      if (a == b) continue;
+      const std::uint64_t key = std::uint64_t{std::min(a, b)} << 32U | std::max(a, b);
+      const auto [entry, is_new] = index.try_emplace(key, edges.size());
+      if (is_new) edges.emplace_back();
+      Edge& edge = edges[entry->second];
+      const int number = edge.count++;
+      if (number >= 2) continue;
+      edge.faces[number] = static_cast<int>(i);
+      edge.forwards[number] = a < b;
+    }
+  }
+  return edges;
+}
+
+// Faces that hang together and face one way.
+class Patches {
+ public:
+  explicit Patches(std::size_t faces) : _roots(faces), _sizes(faces, 1) {
+    std::iota(_roots.begin(), _roots.end(), 0);
+  }
+  int rootOf(int face) {
+    while (_root(face) != face) face = _root(face) = _root(_root(face));
+    return face;
+  }
+  void join(int a, int b) {
+    a = rootOf(a);
+    b = rootOf(b);
+    if (a == b) return;
+    if (sizeOf(a) < sizeOf(b)) std::swap(a, b);
+    _sizes[static_cast<std::size_t>(a)] += sizeOf(b);
+    _root(b) = a;
+  }
+  [[nodiscard]] int sizeOf(int root) const { return _sizes[static_cast<std::size_t>(root)]; }
+
+ private:
+  int& _root(int face) { return _roots[static_cast<std::size_t>(face)]; }
+  std::vector<int> _roots;
+  std::vector<int> _sizes;
+};
+
+// Of two patches that face opposite ways, the smaller one is wrong.
+BtHashSet<int> FlippedPatches(const std::vector<Edge>& edges, Patches* patches) {
+  std::vector<const Edge*> breaks;
+  for (const Edge& edge : edges) {
+    if (edge.count != 2) continue;
+    if (edge.forwards[0] == edge.forwards[1]) {
+      breaks.push_back(&edge);
+    } else {
+      patches->join(edge.faces[0], edge.faces[1]);
+    }
+  }
+  BtHashSet<int> flipped;
+  for (const Edge* edge : breaks) {
+    const int a = patches->rootOf(edge->faces[0]);
+    const int b = patches->rootOf(edge->faces[1]);
+    if (a != b) flipped.insert(patches->sizeOf(a) < patches->sizeOf(b) ? a : b);
+  }
+  return flipped;
+}
+
+// Adds a finding for each body that has some of the faces.
+template <class IsMeant>
+void AddFaces(const FindingKind* kind, const std::vector<Face>& faces, IsMeant is_meant,
+              Findings* findings) {
+  std::vector<std::pair<const Face*, int>> found;  // the first of a body, and how many it has
+  BtHashMap<int, std::size_t> index;               // by the body's id
+  for (const Face& face : faces) {
+    if (!is_meant(face)) continue;
+    const auto [entry, is_new] = index.try_emplace(face.body->id(), found.size());
+    if (is_new) found.emplace_back(&face, 0);
+    ++found[entry->second].second;
+  }
+  for (const auto& [face, count] : found) {
+    findings->add(kind, PlaceOf(*face->body), Counted(count, "polygon", "polygons"), count,
+                  {false, {}, {}, face->corner});
+  }
+}
+
+void CheckWindings(const CheckInput& input, Findings* findings) {
+  const std::vector<Face> faces = FacesOf(input);
+  Patches patches(faces.size());
+  const BtHashSet<int> flipped = FlippedPatches(EdgesOf(faces), &patches);
+  const auto is_flipped = [&](const Face& face) {
+    return flipped.contains(patches.rootOf(static_cast<int>(&face - faces.data())));
+  };
+  if (!flipped.empty()) AddFaces(Kind("polygon-flipped"), faces, is_flipped, findings);
+  const auto is_double = [](const Face& face) { return face.is_double; };
+  AddFaces(Kind("polygon-double"), faces, is_double, findings);
+}
+
+constexpr CheckRule kWindingRules[] = {CheckWindings};
+
+}  // namespace
+
+std::span<const CheckRule> WindingRules() { return kWindingRules; }
