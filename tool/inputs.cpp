@@ -17,6 +17,7 @@
 #include "bamodelheader.h"
 #include "bttextfile.h"
 #include "explain.h"
+#include "keptpipe.h"
 
 namespace {
 
@@ -183,6 +184,7 @@ bool CanBeOpened(const std::string& file) {
 }
 
 FileKind KindOf(const std::string& file) {
+  KeepPipe(file);
   std::error_code ignored;
   if (std::filesystem::exists(file, ignored) && !std::filesystem::is_regular_file(file, ignored)) {
     return KindByName(file);  // what is read from a pipe is gone
@@ -206,6 +208,7 @@ const char* KindName(FileKind kind) {
 }
 
 std::vector<Message> ReadModel(const std::string& file, BaModel* model) {
+  KeepPipe(file);
   std::vector<Message> messages = PrintedBy([&] { model->read(file.c_str()); });
   std::ranges::move(TakeMessages(), std::back_inserter(messages));
   ExplainError(file, FileKind::Model, &messages);
@@ -213,6 +216,7 @@ std::vector<Message> ReadModel(const std::string& file, BaModel* model) {
 }
 
 std::vector<Message> ReadMapping(const std::string& file, BaUnlockedMapping* mapping) {
+  KeepPipe(file);
   std::vector<Message> messages = PrintedBy([&] { mapping->read(file.c_str(), true); });
   std::ranges::move(TakeMessages(), std::back_inserter(messages));
   ExplainError(file, FileKind::Mapping, &messages);

@@ -121,8 +121,10 @@ Json MotionJson(const MotionFacts& facts) {
 
 // Tells what was recorded about a file; the error, if there is one, goes to `json` as well.
 bool Tell(const std::string& file, const std::vector<Message>& messages, Json* json) {
+  const Message* const error = ErrorOf(messages);
   *json = {{"file", file},
-           {"error", HasError(messages) ? Json(ErrorText(messages)) : Json(nullptr)},
+           {"error", error != nullptr ? Json(error->text) : Json(nullptr)},
+           {"where", error != nullptr ? ToJson(error->where) : Json(nullptr)},
            {"warnings", ToJson(messages)}};
   return TellMessages(file, messages);
 }

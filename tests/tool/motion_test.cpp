@@ -163,7 +163,7 @@ TEST(Motion, SaysWhatIsWrongAndWritesNothing) {
     std::vector<std::string> words;
     std::string complaint;
   } rows[] = {
-      {{"cut", bad}, bad + ":2: variable 12: not a number: 'x'\n"},
+      {{"cut", bad}, bad + ":2:3: error: variable 12: not a number: 'x'\n"},
       {{"resample", bad + "x", "--to", "30"}, bad + "x: Unable to open file '" + bad + "x'.\n"},
       {{"cut", good, "--from", "1", "--to", "9"},
        good + ": no frames lie there: the motion goes from 0 to 100000 s\n"},

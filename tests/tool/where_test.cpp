@@ -1,5 +1,6 @@
 // Messages of readers say where: file, line, column, and who includes the file.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <nlohmann/json.hpp>
 
@@ -132,6 +133,17 @@ TEST(Where, IncludedFilesAreNamedWithThoseThatIncludeThem) {
                        ")\n"),
               std::string::npos);
   }
+}
+
+TEST(Where, PipesHaveLines) {
+  int ends[2] = {};
+  ASSERT_EQ(pipe(ends), 0);
+  const std::string text = kLegacy + "Q\n";
+  ASSERT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  close(ends[1]);
+  const std::string file = "/dev/fd/" + std::to_string(ends[0]);
+  EXPECT_TRUE(RunTool({"check", file}).out.starts_with(Located(file, "12:1"))) << ends[0];
+  close(ends[0]);
 }
 
 // The mark of a text is where the finding has to point; behind a second one begins the mapping.
