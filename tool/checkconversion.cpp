@@ -48,7 +48,9 @@ void AddMessages(const std::vector<Message>& messages, const Place& place,
   for (const Message& message : messages) {
     const FindingKind* const kind = FindingKindOf(message, fallback);
     const bool is_known =
-        before.has(kind) || (kind == Kind("texture-missing") && before.has(Kind("texture-case")));
+        before.has(kind) ||
+        (kind == Kind("texture-missing") &&
+         (before.has(Kind("texture-case")) || before.has(Kind("texture-unreadable"))));
     if (kind != Kind("other-warning") && is_known) continue;
     Finding finding = {kind, place, WithoutFile(message.text, place.name), message.count,
                        message.where};

@@ -167,6 +167,19 @@ void CheckVariables(const CheckInput& input, Findings* findings) {
   }
 }
 
+void CheckSharedSliders(const CheckInput& input, Findings* findings) {
+  std::map<int, std::string> sliders;  // the first of each variable
+  for (const auto& map : input.mapping->blendEffectMaps()) {
+    for (const auto& slider : map.sliders) {
+      const std::string name = Text(slider.name);
+      const auto [entry, is_new] = sliders.try_emplace(slider.sysvar_id, name);
+      if (is_new || entry->second == name || slider.sysvar_id == 0) continue;
+      findings->add(Kind("variable-shared"), {"variable", "", slider.sysvar_id},
+                    "sliders " + entry->second + " and " + name, 2, {true, name});
+    }
+  }
+}
+
 // A group may be mapped in several sections.
 void CheckSliderVariables(const CheckInput& input, Findings* findings) {
   std::map<std::pair<std::string, std::string>, int> variables;
@@ -215,8 +228,8 @@ void CheckTextureMaps(const CheckInput& input, Findings* findings) {
   }
 }
 
-constexpr CheckRule kMappingRules[] = {CheckBodyMaps, CheckVariables, CheckSliderVariables,
-                                       CheckSliders, CheckTextureMaps};
+constexpr CheckRule kMappingRules[] = {CheckBodyMaps,        CheckVariables, CheckSharedSliders,
+                                       CheckSliderVariables, CheckSliders,   CheckTextureMaps};
 
 }  // namespace
 

@@ -76,16 +76,64 @@ void CheckNames(const CheckInput& input, Findings* findings) {
   }
 }
 
-// The name of a file that differs in capital letters only; empty where there is none.
-std::string FindInOtherCase(const BtStr& path) {
-  const std::filesystem::path wanted(Text(path));
+// The endings that pictures of a format may have.
+constexpr std::pair<std::string_view, std::string_view> kEndings[] = {
+    {"PNG", ".png"},        {"JPEG", ".jpg .jpeg .jpe .jfif"},
+    {"GIF", ".gif"},        {"BMP", ".bmp .dib"},
+    {"TIFF", ".tif .tiff"}, {"SGI", ".sgi .rgb .rgba .bw"},
+    {"DDS", ".dds"},        {"TGA", ".tga"},
+};
+
+// Whether a file has the ending of a format, or of any where none is given.
+bool HasEndingOf(const std::filesystem::path& path, std::string_view format) {
+  const std::string ending = LowerCase(path.extension().string()) + " ";
+  return std::ranges::any_of(kEndings, [&](const auto& row) {
+    const bool is_it = format.empty() || row.first == format;
+    return is_it && (std::string(row.second) + " ").find(ending) != std::string::npos;
+  });
+}
+
+// The file of a folder for which is_it(path) holds, the first by name; empty for none.
+template <class IsIt>
+std::string FindFile(const std::filesystem::path& folder, IsIt is_it) {
+  std::string found;
   std::error_code error;
-  for (auto entry = std::filesystem::directory_iterator(wanted.parent_path(), error);
+  for (auto entry = std::filesystem::directory_iterator(folder, error);
        !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-    std::string name = entry->path().filename().string();
-    if (LowerCase(name) == LowerCase(wanted.filename().string())) return name;
+    const std::string name = entry->path().filename().string();
+    if (is_it(entry->path()) && (found.empty() || name < found)) found = name;
   }
-  return {};
+  return found;
+}
+
+// The name of a file that differs in capital letters only; empty where there is none.
+std::string FindInOtherCase(const std::filesystem::path& wanted) {
+  return FindFile(wanted.parent_path(), [&wanted](const std::filesystem::path& path) {
+    return LowerCase(path.filename().string()) == LowerCase(wanted.filename().string());
+  });
+}
+
+// A picture beside the model that has the name without its folder, its ending or its quotes; empty
+// where there is none.
+std::string FindBeside(const std::filesystem::path& folder, std::string name) {
+  std::ranges::replace(name, '\\', '/');
+  std::erase_if(name, [](char c) { return c == '"' || c == '\''; });
+  const std::string stem = LowerCase(std::filesystem::path(name).stem().string());
+  return FindFile(folder, [&stem](const std::filesystem::path& path) {
+    return LowerCase(path.stem().string()) == stem && HasEndingOf(path, {});
+  });
+}
+
+std::string MissingText(const std::string& name, const std::string& folder) {
+  const bool is_absolute = name.starts_with('/');
+  const std::string near = folder == "." ? "beside the model" : "in " + folder;
+  const std::string text = name + " is not " + (is_absolute ? "there" : near);
+  if (const std::string other = FindBeside(folder, name); !other.empty()) {
+    return text + ", but " + other + " is" + (is_absolute ? " " + near : "");
+  }
+  const bool has_lost_slashes =
+      name.size() > 2 && name[1] == ':' && name.find_first_of("/\\") == std::string::npos;
+  return text + (has_lost_slashes ? "; in legacy text a backslash is written twice" : "");
 }
 
 void CheckMissingTexture(const BtStr& name, const BaMaterial& material, const BtStr& directory,
@@ -95,12 +143,12 @@ void CheckMissingTexture(const BtStr& name, const BaMaterial& material, const Bt
   if (BtFileExists(path)) {
     findings->add(Kind("texture-unreadable"), PlaceOf(material),
                   Text(path) + " is no file that can be read", 1, spot);
-  } else if (const std::string other = FindInOtherCase(path); !other.empty()) {
+  } else if (const std::string other = FindInOtherCase(Text(path)); !other.empty()) {
     findings->add(Kind("texture-case"), PlaceOf(material), Text(name) + " is there as " + other, 1,
                   spot);
   } else {
     findings->add(Kind("texture-missing"), PlaceOf(material),
-                  Text(name) + " is not in " + Text(directory), 1, spot);
+                  MissingText(Text(name), Text(directory)), 1, spot);
   }
 }
 
@@ -120,6 +168,11 @@ void CheckTexture(const BaTexture& texture, const BaMaterial& material, const Bt
         Kind("texture-no-picture"), PlaceOf(material),
         Text(path) + ", " + Counted(static_cast<long long>(picture.bytes), "byte", "bytes"), 1,
         spot);
+  } else if (!picture.whole) {
+    findings->add(Kind("texture-cut"), PlaceOf(material), Text(path), 1, spot);
+  } else if (!HasEndingOf(Text(path), picture.format)) {
+    findings->add(Kind("texture-extension"), PlaceOf(material),
+                  Text(path) + " is " + picture.format, 1, spot);
   }
 }
 

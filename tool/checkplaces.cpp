@@ -206,7 +206,10 @@ void Placer::_placeIds(Finding* finding) {
   const TextRecords& text = _textOf(*finding);
   for (const TextRecord& record : text.records()) {
     const TextItem* const item = record.key == "BODY" ? record.find("ID") : nullptr;
-    if (item == nullptr || (item->value != number && std::to_string(record.id) != number)) continue;
+    if (item == nullptr) continue;
+    const bool is_it =
+        code == "body-id-range" ? item->value == number : std::to_string(record.id) == number;
+    if (!is_it) continue;
     finding->where = _finder.find(text.placeOf(record, item->offset));  // the last one
     finding->body = record.name;
   }

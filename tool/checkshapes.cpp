@@ -118,10 +118,42 @@ void CheckJoints(const CheckInput& input, const ModelShape& shape, Findings* fin
   }
 }
 
+// How far the vertices of a body reach, beside its farthest child.
+void CheckProportions(const CheckInput& input, const ModelShape& shape, Findings* findings) {
+  constexpr std::size_t kFewest = 3;
+  constexpr double kLeast = 0.2;
+  constexpr double kMost = 3;
+  std::vector<double> reaches;
+  for (std::size_t i = 0; i < input.bodies.size(); ++i) {
+    const BaBody& body = *input.bodies[i];
+    double farthest = 0;
+    for (int child = 0; child < body.numChildren(); ++child) {
+      const Bt4X4DoubleMat transform(body.child(child)->transform());
+      farthest = std::max(farthest, Length(OriginOf(transform)));
+    }
+    if (shape.bodies[i].farthest > 0 && farthest > 0) {
+      reaches.push_back(shape.bodies[i].farthest / farthest);
+    }
+  }
+  if (reaches.size() < kFewest) return;
+  const double usual = MedianOf(&reaches);
+  if (usual >= kLeast && usual <= kMost) return;
+  findings->add(
+      Kind("shape-size"), PlaceOf(*input.bodies.front()),
+      "in the median body vertices reach " + Short(usual) + " times as far as the next joint");
+}
+
 void CheckShape(const CheckInput& input, Findings* findings) {
   const ModelShape shape = ShapeOf(input);
+  const bool is_empty = std::ranges::none_of(
+      shape.bodies, [](const BodyShape& own) { return own.box.min.has_value(); });
+  if (is_empty && !input.bodies.empty()) {
+    findings->add(Kind("no-polygons"), {"model", input.model_file, {}},
+                  "only joints are converted");
+  }
   if (!findings->has(Kind("number-odd"))) CheckSize(input, shape, findings);
   CheckStrays(input, shape, findings);
+  CheckProportions(input, shape, findings);
   CheckJoints(input, shape, findings);
 }
 

@@ -51,6 +51,8 @@ constexpr struct {
     {"No ':' or '{'", "A key word ends in a colon, or is followed by { in the same line."},
     {"Indices must be greater", "The first one is 1."},
     {"Unable to read delimiter", "Each corner is a pair: 3/7 is vertex 3, texture coordinate 7."},
+    {"in linear combination",
+     "It is written as -(n + 1), a constant, and n pairs of variable and factor."},
     {"Invalid slider name", "Name it in a SLIDER_GROUP."},
     {"transformation type",
      "A body's id is followed by the numbers 1 to 6 in some order, then by "

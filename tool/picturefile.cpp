@@ -89,6 +89,12 @@ void ReadHeader(const std::string& path, std::string_view bytes, PictureFile* pi
   picture->height = NumberAt(bytes, 14, 2, false);
 }
 
+// Something may stand behind the end.
+bool HasEnd(std::string_view format, std::string_view last_bytes) {
+  if (format == "PNG") return last_bytes.find("IEND") != std::string_view::npos;
+  return format != "JPEG" || last_bytes.find("\xFF\xD9") != std::string_view::npos;
+}
+
 }  // namespace
 
 PictureFile ReadPictureFile(const std::string& path) {
@@ -103,5 +109,9 @@ PictureFile ReadPictureFile(const std::string& path) {
   picture.readable = true;
   picture.bytes = static_cast<std::uint64_t>(size);
   ReadHeader(path, header, &picture);
+  file.seekg(-static_cast<std::streamoff>(header.size()), std::ios::end);
+  if (file.read(header.data(), static_cast<std::streamsize>(header.size()))) {
+    picture.whole = HasEnd(picture.format, header);
+  }
   return picture;
 }

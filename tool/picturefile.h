@@ -8,6 +8,7 @@ struct PictureFile {
   bool readable = false;
   std::uint64_t bytes = 0;
   std::string format;  // "PNG", "JPEG", "GIF", "BMP", "TIFF", "SGI", "DDS", "TGA"; empty for others
+  bool whole = true;   // false where its end is missing, as far as that is known
   int width = 0;       // pixels; 0 where they are not known
   int height = 0;
 };

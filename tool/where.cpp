@@ -82,7 +82,8 @@ void WhereFinder::_locate(const Text& text, const BtPlace& place, Where* where) 
   where->line = line + 1;
   where->column = static_cast<long long>(Width(shown.substr(0, column))) + 1;
   where->text = shown;
-  where->at_end = text.all.find_first_not_of(" \t\r\n", offset) == std::string::npos;
+  where->at_end = place.lines == 0 && place.column < 0 &&
+                  text.all.find_first_not_of(" \t\r\n", offset) == std::string::npos;
 }
 
 Where WhereFinder::find(const BtPlace& place) {

@@ -53,6 +53,18 @@ const std::string kFigure =
     Joint(5, "hand_R", "hips", "-9 0 0") + Joint(6, "eye_L", "hips", "1 40 0") +
     Joint(7, "eye_R", "hips", "-1 40 0") + "Zov Graphic Mapping File\nv1.0\n0\n0\n";
 
+// Four bodies that hang from the arm of the model, the bones from body to body, and a large
+// triangle.
+const std::string kChain =
+    "X\nhand\n3\narm\n2\n1 0 0 0 1 0 0 0 1 5 0 0\nX\na\n4\nhand\n3\n1 0 0 0 1 0 0 0 1 5 0 0\n"
+    "X\nb\n5\na\n4\n1 0 0 0 1 0 0 0 1 5 0 0\nX\nc\n6\nb\n5\n1 0 0 0 1 0 0 0 1 5 0 0\n";
+const std::string kBones =
+    "B 1 1 0 0 0 5 0 0\nB 2 1 0 0 0 5 0 0\nB 3 1 0 0 0 5 0 0\nB 4 1 0 0 0 5 0 0\nB 5 1 0 0 0 5 0 "
+    "0\n";
+std::string Wide(int body_id) {
+  return "F " + std::to_string(body_id) + " 1 3 0 0 0 -1 70 0 0 -1 0 70 0 -1\n";
+}
+
 const struct CheckCase {
   const char* code;  // empty for a sound file
   int status;
@@ -160,13 +172,14 @@ const struct CheckCase {
     {"number-odd", 0, {{"ROTATION: 0", "ROTATION: 1e30"}}, kSolid},
     {"joint-off-bone",
      0,
-     {{" 5 0 0\nM",
-       " 5 7 0\nX\nhand\n3\narm\n2\n1 0 0 0 1 0 0 0 1 5 0 0\nX\na\n4\nhand\n3\n"
-       "1 0 0 0 1 0 0 0 1 5 0 0\nX\nb\n5\na\n4\n1 0 0 0 1 0 0 0 1 5 0 0\nX\nc\n6\nb\n5\n"
-       "1 0 0 0 1 0 0 0 1 5 0 0\nM"},
-      {"P 2 1 4",
-       "B 1 1 0 0 0 5 0 0\nB 2 1 0 0 0 5 0 0\nB 3 1 0 0 0 5 0 0\nB 4 1 0 0 0 5 0 0\n"
-       "B 5 1 0 0 0 5 0 0\nP 2 1 4"}}},
+     {{" 5 0 0\nM", " 5 7 0\n" + kChain + "M"}, {"P 2 1 4", kBones + "P 2 1 4"}}},
+    {"shape-size",
+     0,
+     {{" 5 0 0\nM", " 5 0 0\n" + kChain + "M"},
+      {"P 2 1 4", Wide(1) + Wide(3) + Wide(4) + "P 2 1 4"}}},
+    {"no-polygons", 0, {}, kFigure},
+    {"texture-cut", 0, {{"\"skin.png\"", "\"cut.png\""}}},
+    {"texture-extension", 0, {{"\"skin.png\"", "\"skin.jpg\""}}},
     {"sides-differ", 0, {{"-9 0 0", "-9 20 0"}}, kFigure},
     {"sides-exchanged",
      0,
@@ -231,7 +244,9 @@ TEST(Check, NamesEachFaultThatTheConverterMeets) {
   for (const CheckCase& row : kCases) {
     SCOPED_TRACE(row.code + testing::PrintToString(row.edits));
     const TestFolder folder;
-    folder.write("skin.png", ReadFile(Sample("fox_fox_material.png")));
+    const std::string picture = ReadFile(Sample("fox_fox_material.png"));
+    for (const char* const name : {"skin.png", "skin.jpg"}) folder.write(name, picture);
+    folder.write("cut.png", picture.substr(0, 500));
     Write(folder, "part", kDocument, {{"root", "part"}, {"ID: 1", "ID: 2"}});
     const auto [model, mapping] = Write(folder, "model", row.text, row.edits);
     const ToolResult result = RunTool({"check", "--json", model, mapping});
