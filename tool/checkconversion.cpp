@@ -26,8 +26,8 @@ std::string WithoutFile(std::string text, const std::string& file) {
   return text;
 }
 
-// Builds the scene and writes it where nothing stays.
-void ConvertToNothing(const CheckInput& input, const BaModelData& data) {
+// Builds the scene and its file, of which nothing stays.
+void ConvertInMemory(const CheckInput& input, const BaModelData& data) {
   const BaUnlockedMapping no_mapping;
   KFbxSdkManager* manager = nullptr;
   KFbxScene* scene = nullptr;
@@ -37,7 +37,8 @@ void ConvertToNothing(const CheckInput& input, const BaModelData& data) {
               input.mapping == nullptr ? no_mapping : *input.mapping,
               static_cast<float>(input.scale_factor), false);
   const WriterChoice writer = FindMotionBuilderWriter(manager, "2011", false);
-  SaveScene(manager, scene, "/dev/null", false, true, writer.version);
+  std::string bytes;
+  SaveSceneInMemory(manager, scene, false, true, writer.version, &bytes);
 }
 
 }  // namespace
@@ -68,7 +69,7 @@ void TryConversion(const CheckInput& input, BaModel* model, Findings* findings) 
     // Warnings must not stand below errors of later steps.
     const std::vector<Message> filling = TakeMessages();
     AddMessages(filling, {"model", input.model_file, {}}, Kind("conversion-fails"), findings);
-    ConvertToNothing(input, data);
+    ConvertInMemory(input, data);
   }
   AddMessages(TakeMessages(), {"model", input.model_file, {}}, Kind("conversion-fails"), findings);
 }

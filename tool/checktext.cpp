@@ -61,7 +61,7 @@ void PrintLine(const Finding& finding, const std::string& text, std::ostream& os
   if (!finding.where.file.empty()) os << Printable(WhereText(finding.where)) << ": ";
   os << Styled(kStyles[static_cast<int>(severity)], SeverityName(severity)) << ": " << text
      << Printable(ChainText(finding.where)) << "\n";
-  if (isatty(STDOUT_FILENO) == 1) os << CaretText(finding.where);
+  if (IsOnTerminal(STDOUT_FILENO)) os << CaretText(finding.where);
   std::istringstream lines(finding.detail);
   for (std::string line; std::getline(lines, line);) os << "    " << Printable(line) << "\n";
 }

@@ -18,6 +18,7 @@
 #include "bttextfile.h"
 #include "explain.h"
 #include "keptpipe.h"
+#include "style.h"
 
 namespace {
 
@@ -93,7 +94,7 @@ void PrintMessage(const std::string& file, const Message& message) {
   if (message.where.line == 0) return Complain(file, (message.is_error ? "" : "warning: ") + text);
   std::cerr << Printable(WhereText(message.where))
             << (message.is_error ? ": error: " : ": warning: ") << Printable(text) << "\n";
-  if (isatty(STDERR_FILENO) == 1) std::cerr << CaretText(message.where);
+  if (IsOnTerminal(STDERR_FILENO)) std::cerr << CaretText(message.where);
 }
 
 // Makes messages of records, the newest of which comes first. The records must outlive it.

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
+#include <functional>
 #include <iostream>
 #include <map>
 #include <thread>
@@ -19,10 +19,10 @@
 
 namespace {
 
-// What a run is about, and its arguments behind the command.
+// What a run is about, and what it is asked for.
 struct ManyRow {
   std::string name;
-  std::vector<std::string> arguments;
+  Arguments arguments;
 };
 
 // What is told of a command's runs. Results are by exit status.
@@ -37,7 +37,7 @@ std::string LastLineOf(const std::string& out) {
   const std::size_t end = out.find_last_not_of('\n');
   if (end == std::string::npos) return {};
   const std::size_t start = out.rfind('\n', end);
-  return out.substr(start == std::string::npos ? 0 : start + 1, end - start);
+  return Uncoloured(out.substr(start == std::string::npos ? 0 : start + 1, end - start));
 }
 
 // What "info" tells of a model in one line.
@@ -57,46 +57,6 @@ constexpr ManyKind kDiffKind = {"diff", "files", {"same", "differs", "trouble"},
 std::string ResultOf(const ManyKind& kind, const OwnRun& run) {
   if (run.signal != 0) return "crashed (signal " + std::to_string(run.signal) + ")";
   return kind.results[static_cast<std::size_t>(std::clamp(run.status, 0, kExitTrouble))];
-}
-
-void AddOption(const char* name, const std::string& value, std::vector<std::string>* words) {
-  words->insert(words->end(), {name, value});
-}
-void AddOption(const char* name, const std::vector<std::string>& values,
-               std::vector<std::string>* words) {
-  for (const std::string& value : values) AddOption(name, value, words);
-}
-void AddOption(const char* name, double value, std::vector<std::string>* words) {
-  std::array<char, 32> text = {};
-  char* const end = std::to_chars(text.begin(), text.end(), value).ptr;
-  AddOption(name, std::string(text.data(), end), words);
-}
-void AddOption(const char* name, bool /*is_given*/, std::vector<std::string>* words) {
-  words->emplace_back(name);
-}
-
-bool IsForRuns(const Argument& argument, std::string_view command) {
-  constexpr std::array<std::string_view, 4> kNot = {"--quiet", "--verbose", "--jobs", "--dof"};
-  const std::string taker = " " + std::string(command) + " ";
-  return argument.name[0] == '-' && std::ranges::find(kNot, argument.name) == kNot.end() &&
-         std::string_view(argument.commands).find(taker) != std::string_view::npos;
-}
-
-// The options that were given, as words, for the runs. `--json` is one of them, as a run's answer
-// is a part of the whole; how much is printed, and how many run at once, is not their business.
-std::vector<std::string> WordsOfOptions(const Arguments& arguments, std::string_view command) {
-  const Arguments defaults;
-  std::vector<std::string> words;
-  for (const Argument& argument : ArgumentTable()) {
-    if (!IsForRuns(argument, command)) continue;
-    std::visit(
-        [&](auto member) {
-          const auto& value = arguments.*member;
-          if (value != defaults.*member) AddOption(argument.name, value, &words);
-        },
-        argument.target);
-  }
-  return words;
 }
 
 class ManyRuns {
@@ -127,7 +87,7 @@ void ManyRuns::_addToTable(const std::string& name, const std::string& result,
   if (_arguments.quiet && result == _kind.results[0]) return;
   if (!_has_rows) _table.add({"name", "result", "summary"});
   _has_rows = true;
-  _table.add({name, result, summary});
+  _table.add({name, result, summary}, result == _kind.results[0] ? Style::Plain : Style::Error);
 }
 
 void ManyRuns::_add(const ManyRow& row, const OwnRun& run) {
@@ -166,20 +126,20 @@ void ManyRuns::_print() const {
 
 int ManyRuns::run(const std::vector<ManyRow>& rows,
                   const std::vector<std::pair<std::string, std::string>>& unpaired) {
-  std::vector<std::vector<std::string>> command_lines;
-  const std::vector<std::string> options = WordsOfOptions(_arguments, _kind.command);
+  // What stands in an answer is the same wherever that is shown.
+  if (!_arguments.json) KeepTerminals();
+  const auto command = std::ranges::find(Commands(), std::string(_kind.command), KeyOf);
+  std::vector<std::function<int()>> runs;
+  runs.reserve(rows.size());
   for (const ManyRow& row : rows) {
-    std::vector<std::string>& words = command_lines.emplace_back();
-    words.emplace_back(_kind.command);
-    words.insert(words.end(), options.begin(), options.end());
-    words.insert(words.end(), row.arguments.begin(), row.arguments.end());
+    runs.emplace_back([&row, &command] { return command->run(row.arguments); });
   }
   const int at_once = _arguments.jobs > 0 ? static_cast<int>(_arguments.jobs)
                                           : static_cast<int>(std::thread::hardware_concurrency());
   {
     Progress progress(std::vector<double>(rows.size(), 1.0));
     RunOwnProcesses(
-        command_lines, std::max(at_once, 1),
+        runs, std::max(at_once, 1),
         [&](std::size_t count) {
           if (count < rows.size()) progress.begin(std::to_string(count) + " done");
         },
@@ -227,9 +187,9 @@ bool CheckManyArguments(const Arguments& arguments, std::size_t count) {
   return is_count;
 }
 
-// One run for each character; `words` answers its arguments.
+// One run for each character; `choose` makes the arguments of the whole those of one.
 int ManyCharacters(const Arguments& arguments, const ManyKind& kind,
-                   std::vector<std::string> (*words)(const DeliveredCharacter& character)) {
+                   void (*choose)(const DeliveredCharacter& character, Arguments* arguments)) {
   if (!CheckManyArguments(arguments, 1)) return kExitTrouble;
   std::vector<DeliveredCharacter> characters;
   const bool is_read = ReadDelivery(arguments.files[0], &characters);
@@ -237,7 +197,10 @@ int ManyCharacters(const Arguments& arguments, const ManyKind& kind,
   std::vector<ManyRow> rows;
   rows.reserve(characters.size());
   for (const DeliveredCharacter& character : characters) {
-    rows.push_back({character.name, words(character)});
+    ManyRow& row = rows.emplace_back(ManyRow{character.name, arguments});
+    row.arguments.files = {character.model};
+    if (!character.dof.empty()) row.arguments.files.push_back(character.dof);
+    choose(character, &row.arguments);
   }
   return ManyRuns(arguments, kind).run(rows, {});
 }
@@ -245,22 +208,17 @@ int ManyCharacters(const Arguments& arguments, const ManyKind& kind,
 }  // namespace
 
 int CheckMany(const Arguments& arguments) {
-  return ManyCharacters(arguments, kCheckKind, [](const DeliveredCharacter& character) {
-    std::vector<std::string> words;
+  return ManyCharacters(arguments, kCheckKind, [](const auto& character, Arguments* words) {
     const auto scale = std::ranges::find(character.options, "-scale_factor");
     if (scale != character.options.end() && scale + 1 != character.options.end()) {
-      words = {"--scale-factor=" + scale[1]};
+      words->scale_factor = std::atof(scale[1].c_str());
     }
-    words.push_back(character.model);
-    if (!character.dof.empty()) words.push_back(character.dof);
-    return words;
   });
 }
 
 int InfoMany(const Arguments& arguments) {
-  return ManyCharacters(arguments, kInfoKind, [](const DeliveredCharacter& character) {
-    if (character.dof.empty()) return std::vector<std::string>{character.model};
-    return std::vector<std::string>{"--dof", character.dof, character.model, character.dof};
+  return ManyCharacters(arguments, kInfoKind, [](const auto& character, Arguments* words) {
+    words->dof = character.dof;
   });
 }
 
@@ -277,7 +235,8 @@ int DiffMany(const Arguments& arguments) {
   std::vector<std::pair<std::string, std::string>> unpaired;
   for (const auto& [name, both] : paths) {
     if (!both[0].empty() && !both[1].empty()) {
-      rows.push_back({name, {both[0], both[1]}});
+      rows.push_back({name, arguments});
+      rows.back().arguments.files = {both[0], both[1]};
     } else {
       unpaired.emplace_back(name, "only in " + arguments.files[both[0].empty() ? 1 : 0]);
     }

@@ -9,14 +9,13 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
-#include <cstring>
+#include <iostream>
 #include <map>
 
+#include "Bt/btexcept.h"
 #include "arguments.h"
 
 namespace {
-
-constexpr const char* kThisProgram = "/proc/self/exe";
 
 // What a process prints, kept in memory: nobody has to read while it prints.
 class PrintedFile {
@@ -42,14 +41,17 @@ class PrintedFile {
   int _fd;
 };
 
+// The stream of errors is flushed with each output.
+void RunAndExit(const std::function<int()>& run) {
+  theExceptObj.setCancelHook(nullptr);  // the bar is not its business
+  const int status = run();
+  _exit(std::cout.flush() ? status : kExitTrouble);
+}
+
 class OwnProcess {
  public:
-  explicit OwnProcess(std::vector<std::string> words) {
-    words.insert(words.begin(), "kestrix-tool");
-    std::vector<char*> argv;
-    argv.reserve(words.size() + 1);
-    for (std::string& word : words) argv.push_back(word.data());
-    argv.push_back(nullptr);
+  explicit OwnProcess(const std::function<int()>& run) {
+    std::cout.flush();  // what is left in it would be printed twice
     const pid_t parent = getpid();
     _pid = fork();
     if (_pid != 0) return;
@@ -59,8 +61,7 @@ class OwnProcess {
     dup2(_err.fd(), STDERR_FILENO);
     const int nothing = open("/dev/null", O_RDONLY | O_CLOEXEC);
     if (nothing >= 0) dup2(nothing, STDIN_FILENO);
-    execv(kThisProgram, argv.data());
-    _exit(kExitTrouble);
+    RunAndExit(run);
   }
   [[nodiscard]] pid_t pid() const { return _pid; }
   [[nodiscard]] OwnRun ended(int wait_status) const {
@@ -97,7 +98,7 @@ std::size_t AwaitOne(Running* running, Done* done) {
 
 }  // namespace
 
-void RunOwnProcesses(const std::vector<std::vector<std::string>>& command_lines, int at_once,
+void RunOwnProcesses(const std::vector<std::function<int()>>& runs, int at_once,
                      const std::function<void(std::size_t count)>& progressed,
                      const std::function<void(std::size_t index, const OwnRun& run)>& ended) {
   Running running;
@@ -105,9 +106,9 @@ void RunOwnProcesses(const std::vector<std::vector<std::string>>& command_lines,
   std::size_t started = 0;
   std::size_t told = 0;
   std::size_t count = 0;
-  while (told < command_lines.size()) {
-    while (started < command_lines.size() && running.size() < static_cast<std::size_t>(at_once)) {
-      const auto entry = running.try_emplace(started, command_lines[started]).first;
+  while (told < runs.size()) {
+    while (started < runs.size() && running.size() < static_cast<std::size_t>(at_once)) {
+      const auto entry = running.try_emplace(started, runs[started]).first;
       if (entry->second.pid() < 0) {
         done[started] = {kExitTrouble, 0, "", "Unable to start a process.\n"};
         running.erase(entry);

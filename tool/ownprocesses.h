@@ -1,4 +1,4 @@
-// Runs of this program, beside each other, for many files.
+// Commands beside each other, for many files, each in a process of its own.
 #pragma once
 
 #include <functional>
@@ -12,9 +12,10 @@ struct OwnRun {
   std::string err;
 };
 
-// Runs the program with each of the command lines, `at_once` of them at a time, and calls `ended`
-// in their order, as soon as that and all before it have ended. `progressed` is told how many have
-// ended whenever one has. Whatever ends this process ends them.
-void RunOwnProcesses(const std::vector<std::vector<std::string>>& command_lines, int at_once,
+// Calls each of `runs` in a process that is a copy of this one, `at_once` of them at a time, and
+// calls `ended` in their order, as soon as that and all before it have ended. `progressed` is told
+// how many have ended whenever one has. Whatever ends this process ends them. Nothing but the
+// kernel is needed: no program file, no /proc.
+void RunOwnProcesses(const std::vector<std::function<int()>>& runs, int at_once,
                      const std::function<void(std::size_t count)>& progressed,
                      const std::function<void(std::size_t index, const OwnRun& run)>& ended);

@@ -7,15 +7,28 @@
 #include <cctype>
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 
 #include "inputs.h"
 
+namespace {
+
+std::optional<std::array<bool, 2>> kept_terminals;
+
+}  // namespace
+
+bool IsOnTerminal(int stream) {
+  if (kept_terminals) return (*kept_terminals)[static_cast<std::size_t>(stream - STDOUT_FILENO)];
+  return isatty(stream) == 1;
+}
+
+void KeepTerminals() {
+  kept_terminals = {IsOnTerminal(STDOUT_FILENO), IsOnTerminal(STDERR_FILENO)};
+}
+
 bool UseColour() {
-  static const bool use = [] {
-    const char* no_colour = std::getenv("NO_COLOR");
-    return (no_colour == nullptr || *no_colour == '\0') && isatty(STDOUT_FILENO) == 1;
-  }();
-  return use;
+  const char* const no_colour = std::getenv("NO_COLOR");
+  return (no_colour == nullptr || *no_colour == '\0') && IsOnTerminal(STDOUT_FILENO);
 }
 
 std::string Styled(Style style, std::string_view text) {
@@ -23,6 +36,18 @@ std::string Styled(Style style, std::string_view text) {
   std::string printable = Printable(text);
   if (style == Style::Plain || !UseColour()) return printable;
   return kCodes[static_cast<int>(style)] + printable + "\x1B[0m";
+}
+
+std::string Uncoloured(std::string_view text) {
+  std::string plain;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    if (text[at] == '\x1B') {
+      at = std::min(text.find('m', at), text.size());
+    } else {
+      plain += text[at];
+    }
+  }
+  return plain;
 }
 
 std::string LowerCase(std::string_view text) {

@@ -6,10 +6,16 @@
 
 enum class Style { Plain, Title, Faint, Good, Warning, Error };
 
+// Whether standard output (1) or the stream of errors (2) is shown on a terminal.
+bool IsOnTerminal(int stream);
+// Keeps these answers from here on: what processes of this one print into files, it prints itself.
+void KeepTerminals();
 // True when standard output is a terminal and NO_COLOR is not set.
 bool UseColour();
 // `text`, coloured if wanted. Control characters in it are replaced.
 std::string Styled(Style style, std::string_view text);
+// `text` without its colours.
+std::string Uncoloured(std::string_view text);
 // ASCII letters in lower case.
 std::string LowerCase(std::string_view text);
 // With as many digits as people want to read.

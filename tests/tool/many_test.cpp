@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <thread>
@@ -57,6 +58,18 @@ TEST_F(Many, AnswersComeInTheOrderOfTheFolder) {
       nlohmann::json::parse(run({"check", "in", "--json", "--ignore", "id-gap"}).out);
   EXPECT_EQ(answer["runs"][1]["answer"]["mapping"], "in/fox.dof");
   EXPECT_EQ(answer["runs"][0]["status"], 1);
+}
+
+TEST_F(Many, ATerminalShowsColoursAndCarets) {
+  const std::string command = "cd '" + _folder.path() +
+                              "' && unset NO_COLOR && script -qc \"'" KESTRIX_TOOL
+                              "' check in\" out </dev/null >/dev/null";
+  EXPECT_EQ(std::system(command.c_str()), 0);  // NOLINT(cert-env33-c)
+  const std::string out = _folder.read("out");
+  for (const char* words : {":3:1: \x1B[31merror\x1B[0m: model-unreadable",
+                            "\r\n  BODY {\r\n  ^\r\n", "  \x1B[31mbelow/bad  errors  1 error,"}) {
+    EXPECT_NE(out.find(words), std::string::npos) << words << "\n" << out;
+  }
 }
 
 TEST_F(Many, TablesNameCharactersAndTheirScale) {
