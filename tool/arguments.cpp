@@ -15,6 +15,7 @@ int RunInfo(const Arguments& arguments);
 int RunCheck(const Arguments& arguments);
 int RunDiff(const Arguments& arguments);
 int RunDeps(const Arguments& arguments);
+int RunList(const Arguments& arguments);
 int RunConvertModel(const Arguments& arguments);
 int RunPicture(const Arguments& arguments);
 int RunView(const Arguments& arguments);
@@ -32,6 +33,7 @@ constexpr Command kCommands[] = {
     {"check", "find what would make a conversion fail or look wrong", RunCheck},
     {"diff", "tell what differs between two models, mappings or FBX files", RunDiff},
     {"deps", "list the files that a conversion reads", RunDeps},
+    {"list", "list the characters of a folder or a table", RunList},
     {"convert-model", "write a model in a dialect, edited if wanted", RunConvertModel},
     {"picture", "draw skeleton and outline of a model as an SVG file", RunPicture},
     {"view", "write a page that shows a model in a browser and moves it", RunView},
@@ -50,6 +52,8 @@ constexpr Argument kArguments[] = {
      "a model and, if wanted, its mapping; or a folder or a table (.csv) of characters"},
     {" deps ", "FILE", "MODEL [DOF]", nullptr, &Arguments::files, 1, 2,
      "a model and, if wanted, its mapping"},
+    {" list ", "FILE", "FOLDER|TABLE", nullptr, &Arguments::files, 1, 1,
+     "a folder, or a table (.csv) of characters"},
     {" diff ", "FILE", "A B", nullptr, &Arguments::files, 2, 2,
      "two models, two mappings, or two folders or tables"},
     {" convert-model ", "FILE", "IN OUT", nullptr, &Arguments::files, 2, 2,
@@ -65,7 +69,7 @@ constexpr Argument kArguments[] = {
      "a model, its mapping, and motion files, each of which becomes a take"},
     {" completion ", "FILE", "SHELL [PROGRAM]", "bash zsh kestrix kestrix-tool", &Arguments::files,
      1, 2, "bash or zsh; kestrix or kestrix-tool, or neither for both"},
-    {" info check diff deps motion-info ", "--json", nullptr, nullptr, &Arguments::json, 0, 0,
+    {" info check diff deps list motion-info ", "--json", nullptr, nullptr, &Arguments::json, 0, 0,
      "print JSON instead of text"},
     {" check ", "--all", nullptr, nullptr, &Arguments::all, 0, 0,
      "print every finding on a line of its own"},
@@ -117,7 +121,7 @@ constexpr Argument kArguments[] = {
      "frames per second of the file (default: what its times tell, or 30)"},
     {" animate ", "-o,--output", "FILE", nullptr, &Arguments::output, 1, 1,
      "the FBX file to write"},
-    {" animate check view ", "--scale-factor", "F", nullptr, &Arguments::scale_factor, 0, 1,
+    {" animate check info view ", "--scale-factor", "F", nullptr, &Arguments::scale_factor, 0, 1,
      "multiplies all lengths (default: 2.54)"},
     {" animate view ", "--mesh-per-body", nullptr, nullptr, &Arguments::mesh_per_body, 0, 0,
      "one mesh per body, not one per chain of bodies"},

@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <filesystem>
-#include <iterator>
 #include <map>
 #include <optional>
-#include <sstream>
 #include <string_view>
 
 #include "Bt/btexcept.h"
-#include "bttextfile.h"
+#include "deliverytable.h"
+#include "style.h"
 
 namespace {
 
@@ -19,155 +18,106 @@ namespace fs = std::filesystem;
 constexpr std::string_view kModelEnd = ".mdl";
 constexpr std::string_view kMappingEnd = ".dof";
 constexpr std::array kKindEnds = {kModelEnd, kMappingEnd, std::string_view(".fbx")};
-constexpr std::array<std::string_view, 3> kPackedEnds = {"", ".gz", ".Z"};
+constexpr std::array<std::string_view, 3> kPackedEnds = {"", ".gz", ".z"};
 
 // The name without its extension and that of a compression; nothing for another kind of file.
 std::optional<std::string> StemOf(const std::string& name, std::string_view end) {
+  const std::string lower = LowerCase(name);
   for (const std::string_view packed : kPackedEnds) {
     const std::string whole = std::string(end).append(packed);
-    if (name.size() > whole.size() && name.ends_with(whole)) {
+    if (lower.size() > whole.size() && lower.ends_with(whole)) {
       return name.substr(0, name.size() - whole.size());
     }
   }
   return {};
 }
 
-// The files below a folder, by their names in it. Hidden ones do not count.
-bool FilesBelow(const std::string& folder, std::vector<std::string>* names) {
+// A path without the "./" of the working folder.
+std::string PlainPath(const fs::path& path) {
+  std::string text = path.string();
+  while (text.starts_with("./")) text.erase(0, 2);
+  return text;
+}
+
+// The files of a folder, by the names that they would have unpacked.
+using NamedFiles = std::map<std::string, std::string>;
+
+bool AddFile(const std::string& name, const fs::path& path, NamedFiles* files) {
+  for (const std::string_view end : kKindEnds) {
+    const auto stem = StemOf(name, end);
+    if (!stem) continue;
+    const auto [entry, is_new] =
+        files->try_emplace(std::string(*stem).append(end), PlainPath(path));
+    return is_new || BtFail("'%s' and '%s' have one name: take one of them away.",
+                            entry->second.c_str(), PlainPath(path).c_str());
+  }
+  return true;
+}
+
+// The files below a folder. Hidden ones do not count, and links to folders are not followed.
+bool FilesBelow(const std::string& folder, NamedFiles* files) {
   std::error_code error;
   fs::recursive_directory_iterator entry(folder, error);
   for (const fs::recursive_directory_iterator end; !error && entry != end; entry.increment(error)) {
-    const bool is_hidden = entry->path().filename().string().starts_with('.');
-    if (is_hidden) {
+    std::error_code ignored;
+    if (entry->path().filename().string().starts_with('.')) {
       entry.disable_recursion_pending();
-    } else if (!entry->is_directory(error)) {
-      names->push_back(entry->path().lexically_relative(folder).string());
+    } else if (!entry->is_directory(ignored) &&
+               !AddFile(entry->path().lexically_relative(folder).string(), entry->path(), files)) {
+      return false;
     }
   }
-  std::ranges::sort(*names);
   return !error ||
          BtFail("Unable to read the folder '%s': %s.", folder.c_str(), error.message().c_str());
 }
 
 bool ReadFolder(const std::string& folder, std::vector<DeliveredCharacter>* characters) {
-  std::vector<std::string> names;
-  if (!FilesBelow(folder, &names)) return false;
-  std::map<std::string, std::string> mappings;
-  for (const std::string& name : names) {
-    if (const auto stem = StemOf(name, kMappingEnd)) mappings[*stem] = (fs::path(folder) / name);
-  }
-  for (const std::string& name : names) {
-    if (const auto stem = StemOf(name, kModelEnd)) {
-      characters->push_back({*stem, fs::path(folder) / name, mappings[*stem], {}});
-    }
+  NamedFiles files;
+  if (!FilesBelow(folder, &files)) return false;
+  for (const auto& [name, path] : files) {
+    const auto stem = StemOf(name, kModelEnd);
+    if (!stem) continue;
+    DeliveredCharacter& character = characters->emplace_back();
+    character.name = *stem;
+    character.model = path;
+    const auto mapping = files.find(std::string(*stem).append(kMappingEnd));
+    if (mapping != files.end()) character.dof = mapping->second;
   }
   return true;
 }
 
-// Text of values between commas, with quotes around those that hold commas, quotes or line ends.
-class TableText {
- public:
-  explicit TableText(std::string text) : _text(std::move(text)) {
-    if (_text.starts_with("\xEF\xBB\xBF")) _at = 3;
+// What a row of a table says; what is wrong with it, empty where nothing is.
+std::string CharacterOf(const DeliveryRow& row, const fs::path& folder,
+                        DeliveredCharacter* character) {
+  if (row.model.empty()) return "Expecting a model.";
+  character->model = PlainPath(folder / row.model);
+  if (IsDelivery(character->model)) return "The model is a folder or a table.";
+  if (!row.dof.empty()) character->dof = PlainPath(folder / row.dof);
+  const std::string file = fs::path(row.model).filename();
+  const std::string output =
+      row.output.empty() ? StemOf(file, kModelEnd).value_or(file) + ".fbx" : row.output;
+  const fs::path path(output);
+  const bool is_within = path.is_relative() && std::ranges::find(path, "..") == path.end();
+  if (!output.ends_with(".fbx") || path.stem().empty() || !is_within) {
+    return "The output '" + output + "' must be a name that ends in .fbx, in or below the folder.";
   }
-  [[nodiscard]] bool atEnd() const { return _at >= _text.size(); }
-  // The line that is read next, from 1.
-  [[nodiscard]] int line() const { return _line; }
-  std::vector<std::string> row() {
-    std::vector<std::string> values;
-    do {
-      values.push_back(_value());
-    } while (!atEnd() && _text[_at++] == ',');
-    ++_line;
-    return values;
-  }
-
- private:
-  // Stops in front of a comma or a line end.
-  std::string _value() {
-    std::string value;
-    while (!atEnd() && _text[_at] != ',' && _text[_at] != '\n') {
-      const char c = _text[_at++];
-      if (c == '"') {
-        _addQuoted(&value);
-      } else {
-        value += c;
-      }
-    }
-    const auto first = value.find_first_not_of(" \t\r");
-    if (first == std::string::npos) return {};
-    return value.substr(first, value.find_last_not_of(" \t\r") + 1 - first);
-  }
-  // From behind the opening quote to behind the closing one; two quotes stand for one.
-  void _addQuoted(std::string* value) {
-    for (; !atEnd(); ++_at) {
-      const char c = _text[_at];
-      if (c == '"' && _text.compare(_at + 1, 1, "\"") != 0) break;
-      if (c == '"') ++_at;
-      if (c == '\n') ++_line;
-      *value += c;
-    }
-    if (!atEnd()) ++_at;
-  }
-
-  std::string _text;
-  std::size_t _at = 0;
-  int _line = 1;
-};
-
-constexpr std::array<std::string_view, 4> kColumns = {"model", "dof", "options", "output"};
-
-// The values of a row by the columns that there are.
-class TableRow {
- public:
-  TableRow(const std::vector<std::string>& columns, const std::vector<std::string>& values)
-      : _columns(columns), _values(values) {}
-  [[nodiscard]] std::string operator[](std::string_view column) const {
-    const auto found = std::ranges::find(_columns, column);
-    const auto i = static_cast<std::size_t>(found - _columns.begin());
-    return i < _values.size() ? _values[i] : std::string();
-  }
-
- private:
-  const std::vector<std::string>& _columns;
-  const std::vector<std::string>& _values;
-};
-
-DeliveredCharacter CharacterOf(const TableRow& row, const fs::path& folder) {
-  DeliveredCharacter character;
-  const std::string output = row["output"];
-  const std::string model = row["model"];
-  character.name = output.empty() ? StemOf(fs::path(model).filename(), kModelEnd).value_or(model)
-                                  : StemOf(output, ".fbx").value_or(output);
-  character.model = folder / model;
-  if (const std::string dof = row["dof"]; !dof.empty()) character.dof = folder / dof;
-  std::istringstream words(row["options"]);
-  for (std::string word; words >> word;) character.options.push_back(word);
-  return character;
+  character->name = output.substr(0, output.size() - std::string_view(".fbx").size());
+  return ReadConversionOptions(row.options, character);
 }
 
 bool ReadTable(const std::string& file, std::vector<DeliveredCharacter>* characters) {
-  BtInputFile input(file.c_str());
-  if (!input.isOpen()) return BtFail("Unable to open '%s'.", file.c_str());
-  TableText text({std::istreambuf_iterator<char>(input.stream()), {}});
-  if (!input.close()) return BtFail("Unable to read '%s'.", file.c_str());
-  const std::vector<std::string> columns = text.row();
-  for (const std::string& column : columns) {
-    if (std::ranges::find(kColumns, column) == kColumns.end()) {
-      return BtFail("%s:1: There is no column '%s': expecting model, dof, options and output.",
-                    file.c_str(), column.c_str());
+  std::vector<DeliveryRow> rows;
+  if (!ReadDeliveryRows(file, &rows)) return false;
+  std::map<std::string, int> lines;  // by name
+  for (const DeliveryRow& row : rows) {
+    DeliveredCharacter& character = characters->emplace_back();
+    std::string fault = CharacterOf(row, fs::path(file).parent_path(), &character);
+    const auto [other, is_new] = lines.try_emplace(character.name, row.line);
+    if (fault.empty() && !is_new) {
+      fault = "The output '" + character.name + ".fbx' is that of line " +
+              std::to_string(other->second) + ", too.";
     }
-  }
-  while (!text.atEnd()) {
-    const int line = text.line();
-    const std::vector<std::string> values = text.row();
-    if (std::ranges::all_of(values, &std::string::empty)) continue;
-    const TableRow row(columns, values);
-    if (row["model"].empty() || values.size() > columns.size()) {
-      return BtFail("%s:%d: Expecting a model, and no more values than columns.", file.c_str(),
-                    line);
-    }
-    characters->push_back(CharacterOf(row, fs::path(file).parent_path()));
+    if (!fault.empty()) return BtFail("%s:%d: %s", file.c_str(), row.line, fault.c_str());
   }
   return true;
 }
@@ -202,15 +152,9 @@ bool ReadFilesOfTable(const std::string& path, std::vector<DeliveredFile>* files
 
 bool ReadDeliveredFiles(const std::string& path, std::vector<DeliveredFile>* files) {
   if (path.ends_with(".csv")) return ReadFilesOfTable(path, files);
-  std::vector<std::string> names;
-  if (!FilesBelow(path, &names)) return false;
-  for (const std::string& name : names) {
-    for (const std::string_view end : kKindEnds) {
-      if (const auto stem = StemOf(name, end)) {
-        files->push_back({std::string(*stem).append(end), fs::path(path) / name});
-      }
-    }
-  }
+  NamedFiles found;
+  if (!FilesBelow(path, &found)) return false;
+  for (const auto& [name, file] : found) files->push_back({name, file});
   return !files->empty() ||
          BtFail("There are no models, mappings or FBX files in '%s'.", path.c_str());
 }

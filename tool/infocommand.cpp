@@ -12,6 +12,7 @@
 #include "json.h"
 #include "manyfiles.h"
 #include "modelfacts.h"
+#include "motionfiles.h"
 #include "style.h"
 
 namespace {
@@ -53,7 +54,7 @@ void FileReport::_makeModel(const std::string& file, Json* facts) {
   _messages = ReadModel(file, &model);
   if (HasError(_messages)) return;
   const ModelFacts gathered = GatherModelFacts(file, model, _mapping);
-  _show(file, [&] { PrintText(gathered, _arguments.tree, std::cout); });
+  _show(file, [&] { PrintText(gathered, _arguments.tree, _arguments.scale_factor, std::cout); });
   if (_arguments.json) *facts = ToJson(gathered);
 }
 
@@ -103,6 +104,9 @@ bool FileReport::make(const std::string& file, Json* json) {
 }  // namespace
 
 int RunInfo(const Arguments& arguments) {
+  if (!CheckPositive("--scale-factor", static_cast<float>(arguments.scale_factor))) {
+    return kExitTrouble;
+  }
   if (arguments.files.size() == 1 && IsDelivery(arguments.files[0])) return InfoMany(arguments);
   int status = kExitGood;
   Json answer = JsonHeader("info");

@@ -122,20 +122,19 @@ std::string UnitsText(const ModelFacts& facts) {
          Short(facts.angle_unit->factor) + " " + Printable(facts.angle_unit->name);
 }
 
-// In the model's unit, and as a conversion writes it that gives no scale factor.
-void PrintSize(const ModelFacts& facts, std::ostream& os) {
-  constexpr double kScaleFactor = 2.54;
+// In the model's unit, and as a conversion writes it.
+void PrintSize(const ModelFacts& facts, double scale_factor, std::ostream& os) {
   if (!facts.box.min) return;
   const Point size = *facts.box.max - *facts.box.min;
   const bool is_named = facts.length_unit && facts.length_unit->factor == 1.0;
   const std::string unit = is_named ? Printable(facts.length_unit->name)
                                     : std::string(facts.length_unit ? "units" : "INCHES");
   os << "  size      " << Numbers(size) << " " << unit << ", converted "
-     << Numbers(Point{size[0] * kScaleFactor, size[1] * kScaleFactor, size[2] * kScaleFactor})
+     << Numbers(Point{size[0] * scale_factor, size[1] * scale_factor, size[2] * scale_factor})
      << " cm\n";
 }
 
-void PrintSummary(const ModelFacts& facts, std::ostream& os) {
+void PrintSummary(const ModelFacts& facts, double scale_factor, std::ostream& os) {
   os << "  model     " << facts.dialect << ", version " << VersionText(facts.version) << "\n"
      << "  units     " << UnitsText(facts) << "\n"
      << "  holds     " << Counted(static_cast<long long>(facts.bodies.size()), "body", "bodies")
@@ -156,7 +155,7 @@ void PrintSummary(const ModelFacts& facts, std::ostream& os) {
   os << "\n";
   if (!facts.combine_vertex_normals) os << "  normals   flat\n";
   PrintBox("  box       ", facts.box, os);
-  PrintSize(facts, os);
+  PrintSize(facts, scale_factor, os);
 }
 
 void PrintFbxSummary(const FbxFacts& facts, std::ostream& os) {
@@ -215,14 +214,14 @@ std::string TransformText(const BaUnlockedTransform& transform) {
 
 }  // namespace
 
-void PrintText(const ModelFacts& facts, bool tree_only, std::ostream& os) {
+void PrintText(const ModelFacts& facts, bool tree_only, double scale_factor, std::ostream& os) {
   if (tree_only) {
     for (const BodyFacts& body : facts.bodies) {
       os << Indent(body.depth) << Styled(Style::Plain, body.name) << " (" << body.id << ")\n";
     }
     return;
   }
-  PrintSummary(facts, os);
+  PrintSummary(facts, scale_factor, os);
   if (!facts.bodies.empty()) PrintBodies(facts, os);
   if (!facts.materials.empty()) PrintMaterials(facts, os);
   if (!facts.slider_groups.empty()) PrintSliders(facts, os);

@@ -187,9 +187,8 @@ bool CheckManyArguments(const Arguments& arguments, std::size_t count) {
   return is_count;
 }
 
-// One run for each character; `choose` makes the arguments of the whole those of one.
-int ManyCharacters(const Arguments& arguments, const ManyKind& kind,
-                   void (*choose)(const DeliveredCharacter& character, Arguments* arguments)) {
+// One run for each character.
+int ManyCharacters(const Arguments& arguments, const ManyKind& kind) {
   if (!CheckManyArguments(arguments, 1)) return kExitTrouble;
   std::vector<DeliveredCharacter> characters;
   const bool is_read = ReadDelivery(arguments.files[0], &characters);
@@ -200,27 +199,17 @@ int ManyCharacters(const Arguments& arguments, const ManyKind& kind,
     ManyRow& row = rows.emplace_back(ManyRow{character.name, arguments});
     row.arguments.files = {character.model};
     if (!character.dof.empty()) row.arguments.files.push_back(character.dof);
-    choose(character, &row.arguments);
+    row.arguments.dof = character.dof;
+    row.arguments.scale_factor = character.scale_factor.value_or(arguments.scale_factor);
   }
   return ManyRuns(arguments, kind).run(rows, {});
 }
 
 }  // namespace
 
-int CheckMany(const Arguments& arguments) {
-  return ManyCharacters(arguments, kCheckKind, [](const auto& character, Arguments* words) {
-    const auto scale = std::ranges::find(character.options, "-scale_factor");
-    if (scale != character.options.end() && scale + 1 != character.options.end()) {
-      words->scale_factor = std::atof(scale[1].c_str());
-    }
-  });
-}
+int CheckMany(const Arguments& arguments) { return ManyCharacters(arguments, kCheckKind); }
 
-int InfoMany(const Arguments& arguments) {
-  return ManyCharacters(arguments, kInfoKind, [](const auto& character, Arguments* words) {
-    words->dof = character.dof;
-  });
-}
+int InfoMany(const Arguments& arguments) { return ManyCharacters(arguments, kInfoKind); }
 
 int DiffMany(const Arguments& arguments) {
   if (!CheckManyArguments(arguments, 2)) return kExitTrouble;

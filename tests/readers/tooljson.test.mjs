@@ -80,6 +80,7 @@ test('answers about folders fit the schema', () => {
     assert.ok(answer.runs.length >= 7);
     assert.ok(answer.runs.every((run) => run.answer?.command === command));
   }
+  assert.ok(answerOf('list', samples).answer.characters.length >= 7);
 });
 
 test('what motion files hold fits the schema', () => {

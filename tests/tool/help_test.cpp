@@ -58,7 +58,7 @@ TEST(Help, BashCompletesBothPrograms) {
       {"_kestrix", "kestrix fox", "\n"},
       {"_kestrix_tool", "kestrix-tool c", "check convert-model completion\n"},
       {"_kestrix_tool", "kestrix-tool info --",
-       "--help --json --jobs --quiet --verbose --tree --dof\n"},
+       "--help --json --jobs --quiet --verbose --tree --dof --scale-factor\n"},
       {"_kestrix_tool", "kestrix-tool convert-model --to l", "legacy\n"},
       {"_kestrix_tool", "kestrix-tool picture --o", "--output\n"},
       {"_kestrix_tool", "kestrix-tool mo", "motion\n"},

@@ -91,16 +91,43 @@ TEST_F(Many, TablesNameCharactersAndTheirScale) {
                                             "robot large \"in/robot.dof\"", "walker null"}));
   const struct {
     const char *text, *words;
-  } rows[] = {{"modell\n", "delivery.csv:1: There is no column 'modell'"},
-              {"model,dof\nfox.mdl\n,fox.dof\n", "delivery.csv:3: Expecting a model"},
-              {"model\na,b\n", "delivery.csv:2: Expecting a model"},
-              {"model\n", "There are no models in"}};
+  } rows[] = {
+      {"modell\n", "delivery.csv:1: There is no column 'modell'"},
+      {"model;dof\n", "delivery.csv:1: Expecting commas"},
+      {"dof\na\n", "delivery.csv:1: The column 'model' is missing"},
+      {"model,dof\nfox.mdl\n,fox.dof\n", "delivery.csv:3: Expecting a model"},
+      {"model\na,b\n", "delivery.csv:2: There are more values than columns"},
+      {"model\n\"a\n\n", "delivery.csv:2: A quote is opened"},
+      {"model\ndelivery.csv\n", "delivery.csv:2: The model is a folder or a table"},
+      {"model\na.mdl\nb/a.mdl\n", "delivery.csv:3: The output 'a.fbx' is that of line 2"},
+      {"model,output\na.mdl,../a.fbx\n", "delivery.csv:2: The output '../a.fbx' must be"},
+      {"model,options\na,-scale_facto 1\n", "2: In the options: Unexpected option \"-scale_f"},
+      {"model,options\na,-mb_version 1\n", "2: In the options: There is no release '1'"},
+      {"model,options\na,-mesh_per_body x\n", "2: In the options: Unexpected parameter 'x'"},
+      {"model\n", "There are no models in"}};
   for (const auto& row : rows) {
     _folder.write("in/delivery.csv", row.text);
-    const RunResult result = run({"check", "in/delivery.csv"});
+    const RunResult result = run({"list", "in/delivery.csv"});
     EXPECT_EQ(result.status, 2);
     EXPECT_NE(result.err.find(row.words), std::string::npos) << result.err;
   }
+}
+
+TEST_F(Many, ListTellsWhatIsConverted) {
+  _folder.write("in/t.csv", "model,options\nfox.mdl,-mesh_per_body -scale_factor 0.1\n");
+  const auto answer = nlohmann::json::parse(run({"list", "in/t.csv", "--json"}).out);
+  EXPECT_EQ(answer["characters"][0], nlohmann::json::parse(R"({
+    "name": "fox", "model": "in/fox.mdl", "mapping": null, "scale_factor": 0.1,
+    "options": ["-mesh_per_body", "-scale_factor", "0.1"], "mesh_per_body": true})"));
+  EXPECT_NE(run({"info", "in/t.csv", "--verbose"}).out.find("converted 0.991552 "),
+            std::string::npos);
+  _folder.write("in/FOX.MDL", "");
+  _folder.write("in/FOX.DOF.gz", "");
+  const std::string out = run({"list", "in"}).out;
+  EXPECT_NE(out.find("  FOX        in/FOX.MDL        in/FOX.DOF.gz\n"), std::string::npos) << out;
+  EXPECT_NE(out.find("5 characters, 1 without a mapping"), std::string::npos) << out;
+  _folder.write("in/fox.mdl.gz", "");
+  EXPECT_NE(run({"diff", "in", "in"}).err.find("'in/fox.mdl.gz' have one name"), std::string::npos);
 }
 
 TEST_F(Many, DiffComparesFilesOfOneName) {
