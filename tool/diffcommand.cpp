@@ -105,12 +105,12 @@ Json Comparison::_toJson() const {
 void Comparison::_print() const {
   for (const Difference& difference : _differences) {
     std::cout << Styled(Style::Warning, difference.code) << ": "
-              << Printable(difference.kind + " " + difference.name) << ": ";
-    if (difference.a.empty() || difference.b.empty()) {
-      std::cout << Printable(difference.a + difference.b) << "\n";
-    } else {
-      std::cout << Printable(difference.a) << " -> " << Printable(difference.b) << "\n";
-    }
+              << Printable(difference.kind + " " + difference.name);
+    const bool is_one = difference.a.empty() || difference.b.empty();
+    const std::string text =
+        is_one ? difference.a + difference.b : difference.a + " -> " + difference.b;
+    if (text != kThere) std::cout << ": " << Printable(text);
+    std::cout << "\n";
   }
   const std::string summary =
       _differences.empty()

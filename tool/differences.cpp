@@ -237,10 +237,10 @@ void ModelDiffer::_compareSliders() {
   const BtHashSet<std::string> in_a(a.begin(), a.end());
   const BtHashSet<std::string> in_b(b.begin(), b.end());
   for (const std::string& slider : a) {
-    if (!in_b.contains(slider)) _add("slider-removed", "slider", slider, "there", "");
+    if (!in_b.contains(slider)) _add("slider-removed", "slider", slider, kThere, "");
   }
   for (const std::string& slider : b) {
-    if (!in_a.contains(slider)) _add("slider-added", "slider", slider, "", "there");
+    if (!in_a.contains(slider)) _add("slider-added", "slider", slider, "", kThere);
   }
 }
 

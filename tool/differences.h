@@ -11,11 +11,14 @@ struct FbxContents;
 
 struct Difference {
   const char* code;  // "body-added" for example; it never changes its meaning
-  std::string kind;  // what it is about: "model", "body", "material", "slider", "mapping"
+  std::string kind;  // what it is about: "model", "body", "material", "slider", "mapping", "scene"
   std::string name;
   std::string a;  // what each of the two has, empty for nothing
   std::string b;
 };
+
+// Stands for what is there and has nothing to be told of it.
+inline constexpr const char* kThere = "there";
 
 // A model and the file that it was read from, beside which its textures are.
 struct ModelFile {

@@ -5,13 +5,17 @@
 #include <map>
 
 #include "Bt/bthash.h"
+#include "Fbx/kfbxtime.h"
 #include "differences.h"
 #include "fbxlists.h"
+#include "fbxsettings.h"
 #include "namedpairs.h"
 #include "placeindex.h"
 #include "style.h"
 
 namespace {
+
+constexpr auto kUnitsOfSecond = static_cast<double>(KTIME_ONE_SECOND);
 
 // Rows that are made when they are asked for.
 struct RowSource {
@@ -59,14 +63,16 @@ class FbxDiffer {
       if (in_a != nullptr && in_b != nullptr) {
         both(*in_a, *in_b);
       } else if (in_a != nullptr) {
-        _add(removed, kind, in_a->name, "there", "");
+        _add(removed, kind, in_a->name, kThere, "");
       } else if (in_b != nullptr) {
-        _add(added, kind, in_b->name, "", "there");
+        _add(added, kind, in_b->name, "", kThere);
       }
     });
   }
   void _compareNodes();
   void _compareNode(const FbxNodeFacts& a, const FbxNodeFacts& b);
+  void _compareSettings();
+  void _compareProperties(const FbxNodeFacts& a, const FbxNodeFacts& b);
   void _compareMesh(const FbxMeshFacts& a_facts, const FbxMeshFacts& b_facts);
   void _comparePolygons(const std::string& name, const FbxMesh& a, const FbxMesh& b);
   void _compareCorners(const char* code, const std::string& name, const FbxMesh& a,
@@ -206,6 +212,7 @@ Missing FbxDiffer::_missing(const RowSource& a, const RowSource& b) const {
 }
 
 std::vector<Difference> FbxDiffer::run() {
+  _compareSettings();
   _compareNodes();
   _pair("mesh-removed", "mesh-added", "mesh", _a.facts.meshes, _b.facts.meshes,
         [this](const auto& a, const auto& b) { _compareMesh(a, b); });
@@ -238,6 +245,31 @@ void FbxDiffer::_compareNode(const FbxNodeFacts& a, const FbxNodeFacts& b) {
     const std::vector<double> in_b = NumbersOf(b.*values);
     if (!_near(in_a, in_b)) _add(code, "node", a.name, NumbersText(in_a), NumbersText(in_b));
   }
+  _compareProperties(a, b);
+}
+
+void FbxDiffer::_compareSettings() {
+  ForEachPair(SettingsOf(_a), SettingsOf(_b),
+              [this](const FbxPropertyText* a, const FbxPropertyText* b) {
+                _compare("settings-changed", "scene", (a != nullptr ? a : b)->name,
+                         a != nullptr ? a->text : "none", b != nullptr ? b->text : "none");
+              });
+}
+
+void FbxDiffer::_compareProperties(const FbxNodeFacts& a, const FbxNodeFacts& b) {
+  const auto told = [](const FbxPropertyText& property) {
+    return property.name + " " + property.text;
+  };
+  ForEachPair(UserPropertiesOf(_a.records, a.record), UserPropertiesOf(_b.records, b.record),
+              [&](const FbxPropertyText* in_a, const FbxPropertyText* in_b) {
+                if (in_b == nullptr) {
+                  _add("property-removed", "node", a.name, told(*in_a), "");
+                } else if (in_a == nullptr) {
+                  _add("property-added", "node", a.name, "", told(*in_b));
+                } else if (in_a->numbers.empty() || !_near(in_a->numbers, in_b->numbers)) {
+                  _compare("property-changed", "node", a.name, told(*in_a), told(*in_b));
+                }
+              });
 }
 
 void FbxDiffer::_compareMesh(const FbxMeshFacts& a_facts, const FbxMeshFacts& b_facts) {
@@ -307,15 +339,16 @@ void FbxDiffer::_compareMaterial(const FbxMaterialFacts& a, const FbxMaterialFac
   }
 }
 
-// The older family connects textures to meshes, the newer one to materials.
 void FbxDiffer::_compareTextures() {
-  const bool same_family = _a.facts.version == _b.facts.version;
+  const auto uses_of = [](const FbxTextureFacts& texture) {
+    std::string text;
+    for (const std::string& use : texture.uses) text += (text.empty() ? "" : ", ") + use;
+    return text.empty() ? "no material" : text;
+  };
   _pair("texture-removed", "texture-added", "texture", _a.facts.textures, _b.facts.textures,
         [&](const FbxTextureFacts& a, const FbxTextureFacts& b) {
           _compare("texture-changed", "texture", a.name, a.file, b.file);
-          if (!same_family) return;
-          _compare("texture-changed", "texture", a.name, a.target + " " + a.property,
-                   b.target + " " + b.property);
+          _compare("texture-connected", "texture", a.name, uses_of(a), uses_of(b));
         });
   _pair("texture-removed", "texture-added", "picture", _a.facts.videos, _b.facts.videos,
         [this](const FbxVideoFacts& a, const FbxVideoFacts& b) {
@@ -326,7 +359,6 @@ void FbxDiffer::_compareTextures() {
 }
 
 void FbxDiffer::_compareTake(const FbxTakeFacts& a, const FbxTakeFacts& b) {
-  constexpr double kUnitsOfSecond = 46186158000;
   const auto span = [](const FbxTakeFacts& take) {
     return Short(static_cast<double>(take.start) / kUnitsOfSecond) + " s to " +
            Short(static_cast<double>(take.stop) / kUnitsOfSecond) + " s";
@@ -347,11 +379,15 @@ void FbxDiffer::_compareCurve(const std::string& take, const FbxCurveFacts& a,
     return;
   }
   if (times[0] == times[1] && _near(values[0], values[1])) return;
-  const auto text = [](const std::vector<double>& keys) {
-    return Counted(static_cast<long long>(keys.size()), "key", "keys") + " from " +
-           Short(*std::ranges::min_element(keys)) + " to " + Short(*std::ranges::max_element(keys));
+  const auto span = [](const std::vector<double>& numbers, double unit) {
+    const auto [least, most] = std::ranges::minmax(numbers);
+    return Short(least / unit) + (least == most ? "" : " to " + Short(most / unit));
   };
-  _add("keys-changed", "curve", take + ": " + a.name, text(values[0]), text(values[1]));
+  const auto text = [&](std::size_t i) {
+    return Counted(static_cast<long long>(times[i].size()), "key", "keys") + " at " +
+           span(times[i], kUnitsOfSecond) + " s, values " + span(values[i], 1);
+  };
+  _add("keys-changed", "curve", take + ": " + a.name, text(0), text(1));
 }
 
 }  // namespace

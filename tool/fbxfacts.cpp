@@ -10,6 +10,7 @@
 #include "Bt/bthash.h"
 #include "bttextfile.h"
 #include "fbxrecordreader.h"
+#include "fbxslotelements.h"
 
 namespace {
 
@@ -70,6 +71,10 @@ class FileGatherer {
   void _gatherChannel(std::size_t channel, const std::string& name, FbxTakeFacts* take) const;
   void _gatherMaterial(const Object& object);
   void _gatherTexture(const Object& object);
+  bool _gatherUses();
+  bool _gatherUsesOfMesh(const Object& model);
+  [[nodiscard]] std::vector<std::size_t> _childrenOf(const Object& object,
+                                                     std::string_view class_name) const;
   void _gatherVideo(const Object& object);
   void _gatherInfoObject(const Object& object) { _gatherSceneInfo(object.record); }
   void _gatherPose(const Object& object);
@@ -84,7 +89,23 @@ class FileGatherer {
   FbxFacts* _facts;
   std::vector<Object> _objects;
   BtHashMap<std::string, std::size_t> _by_key;
+  std::map<std::size_t, std::set<std::string>> _uses;  // of textures
 };
+
+// The different pairs of what stands at one place. A list of one number has it at all places.
+std::set<std::pair<double, double>> PairsOf(const std::vector<double>& a,
+                                            const std::vector<double>& b) {
+  std::set<std::pair<double, double>> pairs;
+  if (a.empty() || b.empty()) return pairs;
+  for (std::size_t i = 0; i < std::max(a.size(), b.size()); ++i) {
+    pairs.emplace(a[std::min(i, a.size() - 1)], b[std::min(i, b.size() - 1)]);
+  }
+  return pairs;
+}
+
+bool IsIndexOf(const std::vector<std::size_t>& list, double number) {
+  return number >= 0 && number < static_cast<double>(list.size());
+}
 
 std::string_view NameOf(std::string_view text) { return text.substr(0, text.find('\0')); }
 
@@ -104,6 +125,7 @@ bool FileGatherer::gather() {
   _connect();
   _gatherNodes();
   _gatherTakes();
+  if (!_gatherUses()) return false;
   for (const Object& object : _objects) {
     if (object.class_name == "Model" && object.kind == "Mesh" && !_gatherMesh(object)) return false;
     for (const auto& [class_name, gather] : kGatherers) {
@@ -219,6 +241,7 @@ void FileGatherer::_gatherNode(std::size_t object, int parent, int depth) {
   constexpr const char* kOrders[] = {"XYZ", "XZY", "YZX", "YXZ", "ZXY", "ZYX"};
   const std::size_t record = _objects[object].record;
   FbxNodeFacts node;
+  node.record = record;
   node.name = _objects[object].name;
   node.kind = _objects[object].kind;
   node.parent = parent;
@@ -401,7 +424,59 @@ void FileGatherer::_gatherTexture(const Object& object) {
   texture.file = _textOf(object.record, "FileName");
   if (object.parent != kNone) texture.target = _objects[object.parent].name;
   texture.property = object.property;
+  texture.uses = _uses[static_cast<std::size_t>(&object - _objects.data())];
   _facts->textures.push_back(std::move(texture));
+}
+
+// The newer family connects textures to materials.
+bool FileGatherer::_gatherUses() {
+  for (std::size_t i = 0; i < _objects.size(); ++i) {
+    const Object& object = _objects[i];
+    const bool is_mesh = object.class_name == "Model" && object.kind == "Mesh";
+    if (is_mesh && !_hasIds() && !_gatherUsesOfMesh(object)) return false;
+    if (object.class_name != "Texture") continue;
+    const auto add = [&](std::size_t target, std::string_view property) {
+      if (target == kNone || _objects[target].class_name != "Material") return;
+      _uses[i].insert(std::string(_objects[target].name).append(" ").append(property));
+    };
+    add(object.parent, object.property);
+    for (const auto& [target, property] : object.targets) add(target, property);
+  }
+  return true;
+}
+
+std::vector<std::size_t> FileGatherer::_childrenOf(const Object& object,
+                                                   std::string_view class_name) const {
+  std::vector<std::size_t> children;
+  for (const Child& child : object.children) {
+    if (_objects[child.object].class_name == class_name) children.push_back(child.object);
+  }
+  return children;
+}
+
+// The older family connects textures to meshes, whose polygons number them and the materials.
+bool FileGatherer::_gatherUsesOfMesh(const Object& model) {
+  const std::vector<std::size_t> textures = _childrenOf(model, "Texture");
+  if (textures.empty()) return true;
+  const std::vector<std::size_t> materials = _childrenOf(model, "Material");
+  const auto read = [&](std::string_view element, std::string_view list,
+                        std::vector<double>* numbers) {
+    const std::size_t layer = _file.child(model.record, element);
+    return layer == kNone || _file.numbers(_file.child(layer, list), numbers);
+  };
+  std::vector<double> of_polygons;
+  if (!read("LayerElementMaterial", "Materials", &of_polygons)) return false;
+  for (const FbxSlotElement& slot : kFbxSlotElements) {
+    std::vector<double> shown;
+    if (!read(slot.element, "TextureId", &shown)) return false;
+    for (const auto& [texture, material] : PairsOf(shown, of_polygons)) {
+      if (!IsIndexOf(textures, texture) || !IsIndexOf(materials, material)) continue;
+      const Object& shows = _objects[materials[static_cast<std::size_t>(material)]];
+      _uses[textures[static_cast<std::size_t>(texture)]].insert(
+          std::string(shows.name).append(" ").append(slot.slot));
+    }
+  }
+  return true;
 }
 
 void FileGatherer::_gatherVideo(const Object& object) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -20,6 +21,7 @@ struct FbxNodeFacts {
   Point rotation = {};      // the same, behind that before
   Point scaling = {1, 1, 1};
   std::string rotation_order;
+  std::size_t record = FbxRecordFile::kNone;
 };
 
 // Where the numbers of a mesh stand: indices of records, kNone where they are not written.
@@ -57,6 +59,7 @@ struct FbxTextureFacts {
   std::string file;
   std::string target;  // the material or node that it is connected to
   std::string property;
+  std::set<std::string> uses;  // "material property", of each that shows it
 };
 
 struct FbxVideoFacts {

@@ -246,8 +246,9 @@ void PrintText(const FbxFacts& facts, bool tree_only, std::ostream& os) {
   }
   if (!facts.textures.empty()) PrintTitle("Textures", os);
   for (const FbxTextureFacts& texture : facts.textures) {
-    os << "  " << Printable(texture.file) << " of " << Printable(texture.target) << " "
-       << Printable(texture.property) << "\n";
+    std::string uses;
+    for (const std::string& use : texture.uses) uses += (uses.empty() ? " of " : ", ") + use;
+    os << "  " << Printable(texture.file + uses) << "\n";
   }
   for (const FbxVideoFacts& video : facts.videos) {
     os << "  " << Printable(video.file) << ": " << video.embedded_bytes << " bytes embedded\n";

@@ -211,17 +211,21 @@ TEST(Diff, SeesEachChange) {
 // Each differs from what comes first in one thing, and in none if only of the other family.
 TEST(Diff, FindsWhatDiffersInFbxFiles) {
   const TestFolder folder;
-  const std::string text = ReadFile(Sample("robot-v2.mdl"));
+  std::string text = ReadFile(Sample("robot-v2.mdl"));
+  text.insert(text.find("  EMISSION"), "  TEXTURE {\n    NAME: a.png\n  }\n");
+  folder.write("a.png", "");
+  const std::string mapping = ReadFile(Sample("robot.dof"));
   const std::string motion = folder.write("walk.csv", "time,v1\n0,0\n0.04,10\n");
   const std::string quick = folder.write("b/walk.csv", "time,v1\n0,0\n0.04,20\n");
   const std::string later = folder.write("c/walk.csv", "time,v1\n0,0\n0.08,10\n");
   const std::string run = folder.write("run.csv", "time,v1\n0,0\n0.04,10\n");
-  const auto convert = [&](const std::string& model, const std::vector<std::string>& more) {
+  const auto convert = [&](const std::string& model, const std::string& dof,
+                           const std::vector<std::string>& more) {
     static int files = 0;
     std::string out = folder.path(std::to_string(++files) + ".fbx");
     const std::string robot = folder.write("robot.mdl", model);
-    EXPECT_EQ(RunTool(Joined({{"animate", "-o", out, robot, Sample("robot.dof")}, more})).status,
-              0);
+    const std::string map = folder.write("robot.dof", dof);
+    EXPECT_EQ(RunTool(Joined({{"animate", "-o", out, robot, map}, more})).status, 0);
     return out;
   };
   const struct {
@@ -242,15 +246,20 @@ TEST(Diff, FindsWhatDiffersInFbxFiles) {
       {"", "", {quick}, {"keys-changed"}},
       {"", "", {later}, {"take-span", "keys-changed"}},
       {"", "", {motion, "--mesh-per-body"}, {"mesh-added", "node-added"}},
+      {"", "", {motion, "--rate", "50"}, {"settings-changed"}},
+      {"  TEXTURE {", "  TEXTURE {\n    TYPE: 2D_ENV", {motion}, {"texture-connected"}},
+      {"\n16\n17\n18\n", "\n16\n17\n90\n", {motion}, {"property-changed"}},
   };
-  const std::string first = convert(text, {motion});
+  const std::string first = convert(text, mapping, {motion});
   for (const auto& row : rows) {
     for (const char* version : {"2011", "2010"}) {
       SCOPED_TRACE(row.to + " " + (row.more.empty() ? "" : row.more.back()) + " " + version);
       std::string model = text;
-      model.replace(model.find(row.from), row.from.size(), row.to);
+      std::string dof = mapping;
+      std::string& changed = text.find(row.from) == std::string::npos ? dof : model;
+      changed.replace(changed.find(row.from), row.from.size(), row.to);
       const Codes codes =
-          DiffCodes(first, convert(model, Joined({row.more, {"--mb-version", version}})));
+          DiffCodes(first, convert(model, dof, Joined({row.more, {"--mb-version", version}})));
       EXPECT_EQ(codes.empty(), row.codes.empty()) << testing::PrintToString(codes);
       for (const std::string& code : row.codes) {
         EXPECT_TRUE(codes.contains(code)) << testing::PrintToString(codes);

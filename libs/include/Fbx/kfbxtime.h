@@ -40,6 +40,8 @@ class KFbxFrameRate {
   [[nodiscard]] EFbxTimeMode GetTimeMode() const { return _mode; }
   // As it is usually written: 29.97 for 30000/1001. 0 where the rate is not stated.
   [[nodiscard]] double GetFrameRate() const { return _rate; }
+  // The rate that has this number in files; 0 where there is none.
+  [[nodiscard]] static double OfTimeMode(double mode);
 
  private:
   EFbxTimeMode _mode = eDEFAULT_MODE;

@@ -15,26 +15,9 @@
 #include "fbxanimationrecords.h"
 #include "fbxdocument.h"
 #include "fbxgeometryrecords.h"
+#include "fbxslotelements.h"
 
 namespace {
-
-// The layer element that places the textures of each slot on polygons.
-struct SlotElement {
-  std::string_view slot;
-  std::string_view element;
-  std::string_view uv_element;
-};
-
-constexpr SlotElement kSlotElements[] = {
-    {"DiffuseColor", "LayerElementTexture", "LayerElementUV"},
-    {"AmbientColor", "LayerElementAmbientTextures", "LayerElementAmbientUV"},
-    {"EmissiveColor", "LayerElementEmissive_Textures", "LayerElementEmissiveUV"},
-    {"SpecularColor", "LayerElementSpecularTextures", "LayerElementSpecularUV"},
-    {"TransparentColor", "LayerElementTransparentTextures", "LayerElementTransparentUV"},
-    {"ReflectionColor", "LayerElementReflectionTextures", "LayerElementReflectionUV"},
-    {"NormalMap", "LayerElementNormalMapTextures", "LayerElementNormalMapUV"},
-    {"Bump", "LayerElementBumpTextures", "LayerElementBumpUV"},
-};
 
 // The textures of a node's materials, numbered in the order in which they are connected to the
 // model.
@@ -60,7 +43,7 @@ class ModelTextures {
   [[nodiscard]] std::vector<FbxTextureLayer> layers(const KFbxMesh& mesh) const {
     std::vector<FbxTextureLayer> layers;
     std::vector<std::int32_t> of_material;
-    for (const SlotElement& slot : kSlotElements) {
+    for (const FbxSlotElement& slot : kFbxSlotElements) {
       of_material.assign(_materials, FbxSceneContent::kNone);
       bool is_used = false;
       for (const Use& use : _uses) {

@@ -37,3 +37,10 @@ KFbxFrameRate::KFbxFrameRate(double frames_per_second) : _mode(eCUSTOM), _rate(f
     _rate = known.rate;
   }
 }
+
+double KFbxFrameRate::OfTimeMode(double mode) {
+  for (const KnownRate& known : kKnownRates) {
+    if (known.mode != eCUSTOM && mode == static_cast<double>(known.mode)) return known.rate;
+  }
+  return 0;
+}
