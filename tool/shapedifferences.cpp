@@ -150,22 +150,42 @@ Follower FollowerOf(const Shape& shape, std::size_t vertex, double tolerance) {
   return follower;
 }
 
+// A vertex with its effects in a row of one length for all: the largest and the least number of
+// those that share a place. Where no number of two vertices differs by more than the tolerance, no
+// number of their rows does.
+std::vector<double> MarkedPlace(const Shape& shape, std::size_t vertex) {
+  constexpr std::size_t kMarks = 4;
+  std::vector<double> row = shape.vertices[vertex];
+  row.resize(row.size() + 2 * kMarks);
+  for (const auto& [name, values] : EffectsOf(shape, vertex)) {
+    const std::size_t mark = shape.vertices[vertex].size() + 2 * (BtHashOf(name) % kMarks);
+    for (const double value : values) {
+      row[mark] = std::max(row[mark], value);
+      row[mark + 1] = std::min(row[mark + 1], value);
+    }
+  }
+  return row;
+}
+
 // Vertices of `a` that are in `b` too, but follow other bodies or sliders there.
 int CountOtherEffects(const Shape& a, const Shape& b, double tolerance) {
   const PlaceIndex places(b.vertices, tolerance);
   ClassIndex followers;
   std::vector<std::size_t> faint;
   Rows faint_places;
+  Rows marked_places;
   for (std::size_t k = 0; k < b.vertices.size(); ++k) {
     Follower follower = FollowerOf(b, k, tolerance);
     if (follower.faint) {
       faint.push_back(k);
-      faint_places.push_back(b.vertices[k]);
+      faint_places.push_back(MarkedPlace(b, k));
     }
+    marked_places.push_back(MarkedPlace(b, k));
     followers.add(follower.names, std::move(follower.row));
   }
   followers.finish(tolerance);
   const PlaceIndex faint_ones(std::move(faint_places), tolerance);
+  const PlaceIndex marked(std::move(marked_places), tolerance);
   int count = 0;
   for (std::size_t i = 0; i < a.vertices.size(); ++i) {
     const Follower follower = FollowerOf(a, i, tolerance);
@@ -175,10 +195,10 @@ int CountOtherEffects(const Shape& a, const Shape& b, double tolerance) {
       const Effects& others = EffectsOf(b, k);
       return Contains(effects, others, tolerance) && Contains(others, effects, tolerance);
     };
-    const bool found =
-        follower.faint
-            ? places.has(a.vertices[i], same)
-            : faint_ones.has(a.vertices[i], [&](std::size_t k) { return same(faint[k]); });
+    const std::vector<double> row = MarkedPlace(a, i);
+    const bool found = follower.faint
+                           ? marked.has(row, same)
+                           : faint_ones.has(row, [&](std::size_t k) { return same(faint[k]); });
     if (!found && places.has(a.vertices[i])) ++count;
   }
   return count;

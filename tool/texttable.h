@@ -12,7 +12,7 @@ inline void PrintTitle(const char* title, std::ostream& os) {
   os << "\n" << Styled(Style::Title, title) << "\n";
 }
 
-// Rows of texts in columns as wide as their widest text.
+// Rows of texts in columns as wide as their widest text, within reason.
 class TextTable {
  public:
   // The first row is that of the titles.
@@ -24,18 +24,25 @@ class TextTable {
     std::vector<std::size_t> widths;
     for (const auto& row : _rows) {
       widths.resize(std::max(widths.size(), row.size()));
-      for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], Width(row[i]));
+      for (std::size_t i = 0; i < row.size(); ++i) {
+        widths[i] = std::max(widths[i], std::min(Width(row[i]), kWidest));
+      }
     }
     for (std::size_t r = 0; r < _rows.size(); ++r) {
       const auto& row = _rows[r];
       std::string line;
-      for (std::size_t i = 0; i < row.size(); ++i) line += Padded(row[i], widths[i] + 2);
+      for (std::size_t i = 0; i < row.size(); ++i) {
+        const bool is_last = i + 1 == row.size();
+        line += is_last ? row[i] : Padded(row[i], widths[i] + 2);
+      }
       line.erase(line.find_last_not_of(' ') + 1);
       os << "  " << Styled(_styles[r], line) << "\n";
     }
   }
 
  private:
+  static constexpr std::size_t kWidest = 80;
+
   std::vector<std::vector<std::string>> _rows;
   std::vector<Style> _styles;
 };
