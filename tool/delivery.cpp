@@ -71,13 +71,17 @@ bool FilesBelow(const std::string& folder, NamedFiles* files) {
          BtFail("Unable to read the folder '%s': %s.", folder.c_str(), error.message().c_str());
 }
 
-bool ReadFolder(const std::string& folder, std::vector<DeliveredCharacter>* characters) {
+bool ReadFolder(const std::string& folder, Delivery* delivery) {
   NamedFiles files;
   if (!FilesBelow(folder, &files)) return false;
   for (const auto& [name, path] : files) {
+    const auto mapping_stem = StemOf(name, kMappingEnd);
+    if (mapping_stem && !files.contains(std::string(*mapping_stem).append(kModelEnd))) {
+      delivery->lone_mappings.push_back(path);
+    }
     const auto stem = StemOf(name, kModelEnd);
     if (!stem) continue;
-    DeliveredCharacter& character = characters->emplace_back();
+    DeliveredCharacter& character = delivery->characters.emplace_back();
     character.name = *stem;
     character.model = path;
     const auto mapping = files.find(std::string(*stem).append(kMappingEnd));
@@ -105,12 +109,12 @@ std::string CharacterOf(const DeliveryRow& row, const fs::path& folder,
   return ReadConversionOptions(row.options, character);
 }
 
-bool ReadTable(const std::string& file, std::vector<DeliveredCharacter>* characters) {
+bool ReadTable(const std::string& file, Delivery* delivery) {
   std::vector<DeliveryRow> rows;
   if (!ReadDeliveryRows(file, &rows)) return false;
   std::map<std::string, int> lines;  // by name
   for (const DeliveryRow& row : rows) {
-    DeliveredCharacter& character = characters->emplace_back();
+    DeliveredCharacter& character = delivery->characters.emplace_back();
     std::string fault = CharacterOf(row, fs::path(file).parent_path(), &character);
     const auto [other, is_new] = lines.try_emplace(character.name, row.line);
     if (fault.empty() && !is_new) {
@@ -129,19 +133,38 @@ bool IsDelivery(const std::string& path) {
   return path.ends_with(".csv") || fs::is_directory(path, ignored);
 }
 
-bool ReadDelivery(const std::string& path, std::vector<DeliveredCharacter>* characters) {
-  const bool read =
-      path.ends_with(".csv") ? ReadTable(path, characters) : ReadFolder(path, characters);
+bool ReadDelivery(const std::string& path, Delivery* delivery) {
+  const bool read = path.ends_with(".csv") ? ReadTable(path, delivery) : ReadFolder(path, delivery);
   if (!read) return false;
-  return !characters->empty() || BtFail("There are no models in '%s'.", path.c_str());
+  return !delivery->characters.empty() || BtFail("There are no models in '%s'.", path.c_str());
+}
+
+std::string LonelyText(const Delivery& delivery) {
+  const auto line = [](const std::vector<std::string>& files, const char* one, const char* many) {
+    constexpr std::size_t kShown = 3;
+    if (files.empty()) return std::string();
+    std::string text = Counted(static_cast<long long>(files.size()), one, many);
+    for (std::size_t i = 0; i < std::min(files.size(), kShown); ++i) {
+      text += (i == 0 ? ": " : ", ") + files[i];
+    }
+    if (files.size() > kShown) text += " and " + std::to_string(files.size() - kShown) + " more";
+    return Styled(Style::Warning, text) + "\n";
+  };
+  std::vector<std::string> models;
+  for (const DeliveredCharacter& character : delivery.characters) {
+    if (character.dof.empty()) models.push_back(character.model);
+  }
+  return line(models, "model without a mapping, which is not converted",
+              "models without a mapping, which are not converted") +
+         line(delivery.lone_mappings, "mapping without a model", "mappings without a model");
 }
 
 namespace {
 
 bool ReadFilesOfTable(const std::string& path, std::vector<DeliveredFile>* files) {
-  std::vector<DeliveredCharacter> characters;
-  if (!ReadDelivery(path, &characters)) return false;
-  for (const DeliveredCharacter& character : characters) {
+  Delivery delivery;
+  if (!ReadDelivery(path, &delivery)) return false;
+  for (const DeliveredCharacter& character : delivery.characters) {
     files->push_back({character.name + ".mdl", character.model});
     if (!character.dof.empty()) files->push_back({character.name + ".dof", character.dof});
   }

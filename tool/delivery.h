@@ -15,6 +15,11 @@ struct DeliveredCharacter {
   bool mesh_per_body = false;
 };
 
+struct Delivery {
+  std::vector<DeliveredCharacter> characters;
+  std::vector<std::string> lone_mappings;  // of a folder, that have no model of their name
+};
+
 // A file of a folder that is compared with that of its name in another one.
 struct DeliveredFile {
   std::string name;
@@ -26,6 +31,8 @@ struct DeliveredFile {
 // The characters of a table in its order, or those of a folder and the folders in it by name:
 // models with the mappings of their names, and models alone. No two have one name. False after a
 // recorded error.
-bool ReadDelivery(const std::string& path, std::vector<DeliveredCharacter>* characters);
+bool ReadDelivery(const std::string& path, Delivery* delivery);
+// Which models and mappings have no partner, each in a line; empty where all have.
+std::string LonelyText(const Delivery& delivery);
 // The models, mappings and FBX files of a table or a folder by name. False after a recorded error.
 bool ReadDeliveredFiles(const std::string& path, std::vector<DeliveredFile>* files);

@@ -157,9 +157,9 @@ void ModelDiffer::_compareSettings() {
 void ModelDiffer::_compareBodies() {
   ForEachPair(BodiesInOrder(_a), BodiesInOrder(_b), [this](const BaBody* a, const BaBody* b) {
     if (b == nullptr) {
-      _add("body-removed", "body", Text(a->name()), std::to_string(a->id()), "");
+      _add("body-removed", "body", Text(a->name()), "id " + std::to_string(a->id()), "");
     } else if (a == nullptr) {
-      _add("body-added", "body", Text(b->name()), "", std::to_string(b->id()));
+      _add("body-added", "body", Text(b->name()), "", "id " + std::to_string(b->id()));
     } else {
       _compareBody(*a, *b);
     }
@@ -192,9 +192,9 @@ void ModelDiffer::_compareBody(const BaBody& a, const BaBody& b) {
 void ModelDiffer::_compareMaterials() {
   ForEachPair(MaterialsOf(_a), MaterialsOf(_b), [this](const BaMaterial* a, const BaMaterial* b) {
     if (b == nullptr) {
-      _add("material-removed", "material", Text(a->name()), std::to_string(a->id()), "");
+      _add("material-removed", "material", Text(a->name()), "id " + std::to_string(a->id()), "");
     } else if (a == nullptr) {
-      _add("material-added", "material", Text(b->name()), "", std::to_string(b->id()));
+      _add("material-added", "material", Text(b->name()), "", "id " + std::to_string(b->id()));
     } else {
       _compareMaterial(*a, *b);
     }

@@ -9,11 +9,11 @@
 
 namespace {
 
-Json ListJson(const Arguments& arguments, const std::vector<DeliveredCharacter>& characters) {
+Json ListJson(const Arguments& arguments, const Delivery& delivery) {
   Json answer = JsonHeader("list");
   answer["delivery"] = arguments.files[0];
   answer["characters"] = Json::array();
-  for (const DeliveredCharacter& character : characters) {
+  for (const DeliveredCharacter& character : delivery.characters) {
     answer["characters"].push_back(
         {{"name", character.name},
          {"model", character.model},
@@ -22,43 +22,41 @@ Json ListJson(const Arguments& arguments, const std::vector<DeliveredCharacter>&
          {"scale_factor", character.scale_factor.value_or(arguments.scale_factor)},
          {"mesh_per_body", character.mesh_per_body}});
   }
+  answer["lone_mappings"] = delivery.lone_mappings;
   return answer;
 }
 
-void PrintList(const std::vector<DeliveredCharacter>& characters) {
+void PrintList(const Delivery& delivery) {
   TextTable table;
   table.add({"name", "model", "mapping", "options"});
-  int without = 0;
-  for (const DeliveredCharacter& character : characters) {
+  for (const DeliveredCharacter& character : delivery.characters) {
     std::string options;
     for (const std::string& word : character.options)
       options += (options.empty() ? "" : " ") + word;
     const bool has_mapping = !character.dof.empty();
-    if (!has_mapping) ++without;
     table.add({character.name, character.model, has_mapping ? character.dof : "none", options},
               has_mapping ? Style::Plain : Style::Warning);
   }
   table.printOn(std::cout);
-  std::cout << Counted(static_cast<long long>(characters.size()), "character", "characters");
-  if (without > 0) std::cout << ", " << without << " without a mapping, which is not converted";
-  std::cout << "\n";
+  const auto count = static_cast<long long>(delivery.characters.size());
+  std::cout << Counted(count, "character", "characters") << "\n" << LonelyText(delivery);
 }
 
 }  // namespace
 
 int RunList(const Arguments& arguments) {
-  const std::string& delivery = arguments.files[0];
-  std::vector<DeliveredCharacter> characters;
-  if (!IsDelivery(delivery)) {
-    Complain(delivery, "There is no such folder or table (.csv).");
+  const std::string& path = arguments.files[0];
+  if (!IsDelivery(path)) {
+    Complain(path, "There is no such folder or table (.csv).");
     return kExitTrouble;
   }
-  const bool is_read = ReadDelivery(delivery, &characters);
-  if (!TellMessages(delivery, TakeMessages()) || !is_read) return kExitTrouble;
+  Delivery delivery;
+  const bool is_read = ReadDelivery(path, &delivery);
+  if (!TellMessages(path, TakeMessages()) || !is_read) return kExitTrouble;
   if (arguments.json) {
-    PrintJson(ListJson(arguments, characters), std::cout);
+    PrintJson(ListJson(arguments, delivery), std::cout);
   } else {
-    PrintList(characters);
+    PrintList(delivery);
   }
   return kExitGood;
 }

@@ -25,11 +25,12 @@ struct ManyRow {
   Arguments arguments;
 };
 
-// What is told of a command's runs. Results are by exit status.
+// What is told of a command's runs. Results are by exit status, and so is what is said of several.
 struct ManyKind {
   const char* command;
   const char* things;
   std::array<const char*, 3> results;
+  std::array<const char*, 3> counted;
   std::string (*summary)(const std::string& out);
 };
 
@@ -49,14 +50,39 @@ std::string HoldsLineOf(const std::string& out) {
   return out.substr(start, out.find('\n', start) - start);
 }
 
-constexpr ManyKind kCheckKind = {"check", "characters", {"good", "errors", "trouble"}, LastLineOf};
-constexpr ManyKind kInfoKind = {"info", "characters", {"good", "errors", "trouble"}, HoldsLineOf};
-constexpr ManyKind kDiffKind = {"diff", "files", {"same", "differs", "trouble"}, LastLineOf};
+constexpr ManyKind kCheckKind = {"check",
+                                 "characters",
+                                 {"good", "errors", "trouble"},
+                                 {"good", "with errors", "in trouble"},
+                                 LastLineOf};
+constexpr ManyKind kInfoKind = {"info", "characters", kCheckKind.results, kCheckKind.counted,
+                                HoldsLineOf};
+constexpr ManyKind kDiffKind = {"diff",
+                                "files",
+                                {"same", "differs", "trouble"},
+                                {"same", "different", "in trouble"},
+                                LastLineOf};
 
-// How it came out, in a word or two.
-std::string ResultOf(const ManyKind& kind, const OwnRun& run) {
-  if (run.signal != 0) return "crashed (signal " + std::to_string(run.signal) + ")";
-  return kind.results[static_cast<std::size_t>(std::clamp(run.status, 0, kExitTrouble))];
+// How it came out, by its place among the results; behind them for a crash.
+std::size_t ResultOf(const ManyKind& kind, const OwnRun& run) {
+  if (run.signal != 0) return kind.results.size();
+  return static_cast<std::size_t>(std::clamp(run.status, 0, kExitTrouble));
+}
+
+// What a run that failed complained of first: the line of its error.
+std::string ComplaintOf(const std::string& err) {
+  const std::size_t error = err.find(": error: ");
+  const std::size_t start = error == std::string::npos ? 0 : err.rfind('\n', error) + 1;
+  return err.substr(start, err.find('\n', start) - start);
+}
+
+// Of what is printed in full above, the table has the beginning.
+std::string Shortened(std::string text) {
+  constexpr std::size_t kShown = 100;
+  if (Width(text) <= kShown) return text;
+  std::size_t end = kShown;
+  while ((static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
+  return text.substr(0, end) + "...";
 }
 
 class ManyRuns {
@@ -69,7 +95,8 @@ class ManyRuns {
 
  private:
   void _add(const ManyRow& row, const OwnRun& run);
-  void _addToTable(const std::string& name, const std::string& result, const std::string& summary);
+  void _addToTable(const std::string& name, std::size_t result, const std::string& told,
+                   const std::string& summary);
   void _print() const;
 
   const Arguments& _arguments;
@@ -77,17 +104,18 @@ class ManyRuns {
   int _status = kExitGood;
   TextTable _table;
   bool _has_rows = false;
-  std::map<std::string, int> _counts;  // by result
+  std::array<int, 4> _counts = {};  // by result
   Json _answers = Json::array();
 };
 
-void ManyRuns::_addToTable(const std::string& name, const std::string& result,
+void ManyRuns::_addToTable(const std::string& name, std::size_t result, const std::string& told,
                            const std::string& summary) {
   ++_counts[result];
-  if (_arguments.quiet && result == _kind.results[0]) return;
+  if (_arguments.quiet && result == 0) return;
   if (!_has_rows) _table.add({"name", "result", "summary"});
   _has_rows = true;
-  _table.add({name, result, summary}, result == _kind.results[0] ? Style::Plain : Style::Error);
+  _table.add({name, told, _arguments.quiet ? summary : Shortened(summary)},
+             result == 0 ? Style::Plain : Style::Error);
 }
 
 void ManyRuns::_add(const ManyRow& row, const OwnRun& run) {
@@ -107,18 +135,23 @@ void ManyRuns::_add(const ManyRow& row, const OwnRun& run) {
     std::cerr << run.err;
     std::cout << "\n";
   }
-  const std::string summary = _kind.summary(run.out);
-  _addToTable(row.name, ResultOf(_kind, run),
-              summary.empty() ? run.err.substr(0, run.err.find('\n')) : summary);
+  const std::size_t result = ResultOf(_kind, run);
+  const std::string told = run.signal == 0 ? std::string(_kind.results[result])
+                                           : "crashed (signal " + std::to_string(run.signal) + ")";
+  const bool is_told_above = is_good || run.err.empty();
+  _addToTable(row.name, result, told,
+              is_told_above ? _kind.summary(run.out) : ComplaintOf(run.err));
 }
 
 void ManyRuns::_print() const {
   if (_has_rows) _table.printOn(std::cout);
   int all = 0;
   std::string parts;
-  for (const auto& [result, count] : _counts) {
-    all += count;
-    parts += (parts.empty() ? "" : ", ") + std::to_string(count) + " " + result;
+  for (std::size_t i = 0; i < _counts.size(); ++i) {
+    all += _counts[i];
+    if (_counts[i] == 0) continue;
+    parts += (parts.empty() ? "" : ", ") + std::to_string(_counts[i]) + " " +
+             (i < _kind.counted.size() ? _kind.counted[i] : "crashed");
   }
   const Style style = _status == kExitGood ? Style::Good : Style::Error;
   std::cout << Styled(style, std::to_string(all) + " " + _kind.things + ": " + parts) << "\n";
@@ -157,7 +190,7 @@ int ManyRuns::run(const std::vector<ManyRow>& rows,
                           {"messages", reason},
                           {"answer", nullptr}});
     } else {
-      _addToTable(name, _kind.results[kExitFound], reason);
+      _addToTable(name, kExitFound, _kind.results[kExitFound], reason);
     }
   }
   if (_arguments.json) {
@@ -190,19 +223,21 @@ bool CheckManyArguments(const Arguments& arguments, std::size_t count) {
 // One run for each character.
 int ManyCharacters(const Arguments& arguments, const ManyKind& kind) {
   if (!CheckManyArguments(arguments, 1)) return kExitTrouble;
-  std::vector<DeliveredCharacter> characters;
-  const bool is_read = ReadDelivery(arguments.files[0], &characters);
+  Delivery delivery;
+  const bool is_read = ReadDelivery(arguments.files[0], &delivery);
   if (!TellMessages(arguments.files[0], TakeMessages()) || !is_read) return kExitTrouble;
   std::vector<ManyRow> rows;
-  rows.reserve(characters.size());
-  for (const DeliveredCharacter& character : characters) {
+  rows.reserve(delivery.characters.size());
+  for (const DeliveredCharacter& character : delivery.characters) {
     ManyRow& row = rows.emplace_back(ManyRow{character.name, arguments});
     row.arguments.files = {character.model};
     if (!character.dof.empty()) row.arguments.files.push_back(character.dof);
     row.arguments.dof = character.dof;
     row.arguments.scale_factor = character.scale_factor.value_or(arguments.scale_factor);
   }
-  return ManyRuns(arguments, kind).run(rows, {});
+  const int status = ManyRuns(arguments, kind).run(rows, {});
+  if (!arguments.json) std::cout << LonelyText(delivery);
+  return status;
 }
 
 }  // namespace
@@ -227,7 +262,7 @@ int DiffMany(const Arguments& arguments) {
       rows.push_back({name, arguments});
       rows.back().arguments.files = {both[0], both[1]};
     } else {
-      unpaired.emplace_back(name, "only in " + arguments.files[both[0].empty() ? 1 : 0]);
+      unpaired.emplace_back(name, "only in '" + arguments.files[both[0].empty() ? 1 : 0] + "'");
     }
   }
   return ManyRuns(arguments, kDiffKind).run(rows, unpaired);

@@ -38,8 +38,9 @@ class Delivery:
         answer = self._ask("list", self.source)
         listed = [Character(character) for character in answer["characters"]]
         self.characters = {character.name: character for character in listed if character.dof}
-        # Models without a mapping cannot be converted.
+        # What has no partner cannot be converted.
         self.left_out = [character.model for character in listed if not character.dof]
+        self.left_out += answer["lone_mappings"]
 
     def find_files(self):
         """Looks up the files of all characters at once."""
@@ -104,4 +105,6 @@ def stamp(file):
 
 
 def fail(text):
-    sys.exit(f"kestrix delivery: {text}")
+    # What ends the reading of a workflow is not shown by "--quiet".
+    print(f"kestrix delivery: {text}", file=sys.stderr)
+    sys.exit(1)

@@ -33,7 +33,7 @@ def write(delivery):
         summary += f", {counted(count, severity)} found"
     left_out = "".join(f"<li>{text(model)}</li>" for model in delivery.left_out)
     if left_out:
-        left_out = f"<h2>Left out: no mapping</h2><ul>{left_out}</ul>"
+        left_out = f"<h2>Left out: models without a mapping, mappings without a model</h2><ul>{left_out}</ul>"
     page = (
         f'<!DOCTYPE html>\n<html lang="en"><head><meta charset="utf-8"><title>Delivery</title>\n'
         f"<style>{STYLE}</style></head><body><h1>Delivery {text(delivery.source)}</h1>\n"
