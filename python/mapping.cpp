@@ -244,11 +244,12 @@ bool CanLoad(const MappingPtr& mapping, const MappingPtr& source, const ModelPtr
 }
 
 void BindBodyMap(py::module_& module) {
-  py::class_<BodyMap>(module, "BodyMap",
-                      "What moves one body. After it was removed from its mapping every use raises "
-                      "ReferenceError.")
-      .def_property_readonly(
-          "mapping", [](const BodyMap& m) { return m.owner(); }, "The mapping that it belongs to.")
+  py::class_<BodyMap> map(
+      module, "BodyMap",
+      "What moves one body. After it was removed from its mapping every use raises "
+      "ReferenceError.");
+  map.def_property_readonly(
+         "mapping", [](const BodyMap& m) { return m.owner(); }, "The mapping that it belongs to.")
       .def_property(
           "body_id",
           [](const BodyMap& m) {
@@ -299,18 +300,9 @@ void BindBodyMap(py::module_& module) {
             const Library l;
             return m->rotationLetters();
           },
-          "The axes of the rotations as they are applied, such as 'ZYX'.")
-      .def("__eq__",
-           [](const BodyMap& a, const py::object& b) {
-             return py::isinstance<BodyMap>(b) &&
-                    b.cast<const BodyMap&>().identity() == a.identity();
-           })
-      .def("__hash__", [](const BodyMap& m) { return std::hash<const void*>()(m.identity()); })
-      .def("__repr__", [](const BodyMap& m) {
-        const Library library;
-        return m.isThere() ? "<kestrix.BodyMap of body " + std::to_string(m->bodyId()) + ">"
-                           : std::string("<kestrix.BodyMap, removed>");
-      });
+          "The axes of the rotations as they are applied, such as 'ZYX'.");
+  BindIdentity<BodyMap>(&map,
+                        [](const BodyMap& m) { return " of body " + std::to_string(m->bodyId()); });
 }
 
 }  // namespace

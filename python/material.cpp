@@ -236,20 +236,8 @@ void BindMaterial(py::module_& module) {
             const Library l;
             m->setFlag(flag);
           },
-          "A flag of legacy files that is kept as read.")
-      .def("__eq__",
-           [](const Material& a, const py::object& b) {
-             return py::isinstance<Material>(b) &&
-                    b.cast<const Material&>().identity() == a.identity();
-           })
-      .def("__hash__", [](const Material& m) { return std::hash<const void*>()(m.identity()); })
-      .def("__repr__", [](const Material& m) {
-        const Library library;
-        if (!m.isThere()) return std::string("<kestrix.Material, removed>");
-        return py::str("<kestrix.Material {} {!r}>")
-            .format(m->id(), TextOf(m->name().view()))
-            .cast<std::string>();
-      });
+          "A flag of legacy files that is kept as read.");
+  BindIdentity(&material, IdAndName<Material>);
   for (const Ba_MatAttrInfo& info : kBaMatAttrs) {
     material.def_property(
         info.name, [&info](const Material& m) { return AttributeOf(m, info.kind); },

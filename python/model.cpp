@@ -375,16 +375,13 @@ py::object FaultOf(const ModelPtr& model) {
   return TextOf(fault.view());
 }
 
-template <class Handle>
-bool SameHandle(const Handle& a, const py::object& b) {
-  return py::isinstance<Handle>(b) && b.cast<const Handle&>().identity() == a.identity();
-}
-
 void BindBody(py::module_& module) {
-  py::class_<Body>(module, "Body",
-                   "A body of a model: a rigid segment in the tree.\n\n"
-                   "It stays itself when its name or id changes. After it was removed from its "
-                   "model every use raises ReferenceError.")
+  py::class_<Body> handle(
+      module, "Body",
+      "A body of a model: a rigid segment in the tree.\n\n"
+      "It stays itself when its name or id changes. After it was removed from its "
+      "model every use raises ReferenceError.");
+  handle
       .def_property_readonly(
           "model", [](const Body& body) { return body.owner(); }, "The model that it belongs to.")
       .def_property(
@@ -433,16 +430,8 @@ void BindBody(py::module_& module) {
           "True when it has polygons or strips of triangles.")
       .def_property_readonly("bones", BonesOf,
                              "The lines that stand for the body where its shape is not drawn: a "
-                             "(n, 2, 3) float32 array of their ends in the body's system.")
-      .def("__eq__", SameHandle<Body>)
-      .def("__hash__", [](const Body& body) { return std::hash<const void*>()(body.identity()); })
-      .def("__repr__", [](const Body& body) {
-        const Library library;
-        if (!body.isThere()) return std::string("<kestrix.Body, removed>");
-        return py::str("<kestrix.Body {} {!r}>")
-            .format(body->id(), TextOf(body->name().view()))
-            .cast<std::string>();
-      });
+                             "(n, 2, 3) float32 array of their ends in the body's system.");
+  BindIdentity(&handle, IdAndName<Body>);
 }
 
 }  // namespace

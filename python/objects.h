@@ -110,6 +110,30 @@ using Body = Handle<Model, BaBody>;
 using Material = Handle<Model, BaMaterial>;
 using BodyMap = Handle<Mapping, BaUnlockedBodyMap>;
 
+// Handles of one part are equal. `text` tells of a part what stands behind the name of its class.
+template <class Handle>
+void BindIdentity(py::class_<Handle>* binding, std::string (*text)(const Handle& handle)) {
+  const auto name = "<kestrix." + binding->attr("__name__").template cast<std::string>();
+  binding
+      ->def("__eq__",
+            [](const Handle& a, const py::object& b) {
+              return py::isinstance<Handle>(b) &&
+                     b.cast<const Handle&>().identity() == a.identity();
+            })
+      .def("__hash__", [](const Handle& a) { return std::hash<const void*>()(a.identity()); })
+      .def("__repr__", [name, text](const Handle& a) {
+        const Library library;
+        return name + (a.isThere() ? text(a) : ", removed") + ">";
+      });
+}
+// Such a text: the id and the name of a part.
+template <class Handle>
+std::string IdAndName(const Handle& handle) {
+  return py::str(" {} {!r}")
+      .format(handle->id(), TextOf(handle->name().view()))
+      .template cast<std::string>();
+}
+
 inline Body HandleOf(const ModelPtr& model, BaBody* body) {
   return {model, model->bodies.of(body)};
 }
