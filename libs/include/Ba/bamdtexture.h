@@ -3,6 +3,7 @@
 
 #include <iosfwd>
 
+#include "Ba/batexture.h"
 #include "Bt/btstr.h"
 
 class BaMDSource;
@@ -10,21 +11,13 @@ class BaMDSource;
 // What a texture is wrapped around: a surface by its texture coordinates, or the surroundings.
 enum class BaMDTexture_t { Decal2D, CubeEnv, Env2D };
 
-class BaMDTexture {
+class BaMDTexture : public Ba_TextureFit {
  public:
   // The file name as written in the document: relative to the document's folder or absolute.
   [[nodiscard]] const BtStr& name() const { return _name; }
   void setName(const BtStr& name) { _name = name; }
   [[nodiscard]] BaMDTexture_t type() const { return _type; }
   void setType(BaMDTexture_t type) { _type = type; }
-  // The texture unit, 0 by default.
-  [[nodiscard]] int unit() const { return _unit; }
-  void setUnit(int unit) { _unit = unit; }
-  // Wrap attributes along S and T as read, such as "CLAMP" or "REPEAT"; null when not given.
-  [[nodiscard]] const BtStr& sAttributes() const { return _s_attributes; }
-  [[nodiscard]] const BtStr& tAttributes() const { return _t_attributes; }
-  void setSAttributes(const BtStr& attributes) { _s_attributes = attributes; }
-  void setTAttributes(const BtStr& attributes) { _t_attributes = attributes; }
 
   // Reads the text of a TEXTURE block; false after a recorded error.
   bool scanFrom(std::istream& is);
@@ -40,7 +33,4 @@ class BaMDTexture {
 
   BtStr _name;
   BaMDTexture_t _type = BaMDTexture_t::Decal2D;
-  int _unit = 0;
-  BtStr _s_attributes;
-  BtStr _t_attributes;
 };

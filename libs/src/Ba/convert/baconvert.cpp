@@ -17,9 +17,7 @@ std::unique_ptr<BaMDTexture> ToMDTexture(const BaTexture& texture) {
   auto md_texture = std::make_unique<BaMDTexture>();
   md_texture->setName(texture.fileName());
   md_texture->setType(static_cast<BaMDTexture_t>(texture.kind()));
-  md_texture->setUnit(texture.unit());
-  md_texture->setSAttributes(texture.sAttributes());
-  md_texture->setTAttributes(texture.tAttributes());
+  md_texture->setFit(texture.fit());
   return md_texture;
 }
 
@@ -29,9 +27,7 @@ BaTexture ToTexture(const BaMDTexture& md_tex) {
   BaTexture texture;
   texture.setFileName(md_tex.name());
   texture.setKind(static_cast<BaTexture::Kind>(md_tex.type()));
-  texture.setUnit(md_tex.unit());
-  texture.setSAttributes(md_tex.sAttributes());
-  texture.setTAttributes(md_tex.tAttributes());
+  texture.setFit(md_tex.fit());
   return texture;
 }
 

@@ -92,13 +92,13 @@ bool BaMDTexture::printOn(std::ostream& os) const {
   os << "  TEXTURE {\n";
   if (!BaPrintName(os, "    NAME: ", _name)) return false;
   os << "    UNIT: ";
-  BaPrintInt(os, _unit);
+  BaPrintInt(os, unit());
   os << '\n';
   if (_type != BaMDTexture_t::Decal2D) {
     os << "    TYPE: " << kTypeWords[static_cast<std::size_t>(_type)] << '\n';
   }
-  if (!PrintAttributes(os, "    S_ATTRIBUTES: ", _s_attributes)) return false;
-  if (!PrintAttributes(os, "    T_ATTRIBUTES: ", _t_attributes)) return false;
+  if (!PrintAttributes(os, "    S_ATTRIBUTES: ", sAttributes())) return false;
+  if (!PrintAttributes(os, "    T_ATTRIBUTES: ", tAttributes())) return false;
   os << "  }\n";
   return BaCheckWritten(os, "Unable to write file.");
 }
