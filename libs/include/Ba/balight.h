@@ -1,30 +1,12 @@
 // A light of a model.
 #pragma once
 
-#include <iosfwd>
+#include "Ba/balightrecord.h"
 
-#include "Ba/balightattr.h"
-
-class BaLight {
+class BaLight : public Ba_LightRecord {
  public:
-  [[nodiscard]] int id() const { return _id; }
-  void setId(int id) { _id = id; }
-  [[nodiscard]] bool on() const { return _on; }
-  void setOn(bool on) { _on = on; }
-  [[nodiscard]] const BaLightAttrs& attributes() const { return _attributes; }
-  BaLightAttrs& attributes() { return _attributes; }
-
-  // Reads what follows the record letter; false after a recorded error.
-  bool scanFrom(std::istream& is);
-  bool scanFrom(BtScanner& in);
-  void printOn(std::ostream& os) const;
+  BaLight() : Ba_LightRecord(kForm) {}
 
  private:
-  bool _scanAttribute(int code, BtScanner& in);
-  // Brings the exponent of a spot light into its range, with a warning.
-  void _clipSpotExponent();
-
-  int _id = -1;
-  bool _on = false;
-  BaLightAttrs _attributes;
+  static const Form kForm;
 };
