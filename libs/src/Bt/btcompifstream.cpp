@@ -97,7 +97,7 @@ class BtCompIFStream::Buf : public BtFileBuf {
 BtCompIFStream::BtCompIFStream(const char* name)
     : std::istream(nullptr), _job(std::make_unique<Bt_ShellJob>()) {
   BtAssert(name != nullptr, "name!=0");
-  if (!_job->open()) {
+  if (!_job->startKeeper()) {
     theExceptObj.set("%s", std::strerror(errno));
     theExceptObj.set(kUnpackFailed);
   } else if (_createNamedPipe()) {

@@ -154,7 +154,7 @@ BtCompOFStream::BtCompOFStream(const char* name)
       _job(std::make_unique<Bt_ShellJob>()),
       _replacement(std::make_unique<BtReplacement>()) {
   BtAssert(name != nullptr, "name!=0");
-  if (!_job->open()) {
+  if (!_job->startKeeper()) {
     theExceptObj.set("%s", std::strerror(errno));
     theExceptObj.set(kPackFailed);
   } else if (_createNamedPipe()) {

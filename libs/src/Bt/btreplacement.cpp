@@ -110,7 +110,7 @@ bool BtReplacement::_createBeside(Bt_ShellJob* writer) {
   if (writer == nullptr) {
     // Where there can be no other process, this one does without.
     _keeper = std::make_unique<Bt_ShellJob>();
-    if (_keeper->open()) writer = _keeper.get();
+    if (_keeper->startKeeper()) writer = _keeper.get();
   }
   return _takeFreshName([this, writer](const char* name) {
     struct stat older = {};

@@ -88,7 +88,7 @@ Bt_ShellJob::~Bt_ShellJob() {
   CloseFd(&_messages);
 }
 
-bool Bt_ShellJob::open() {
+bool Bt_ShellJob::startKeeper() {
   int ends[2] = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) == 0 &&
       (_messages = memfd_create("messages", MFD_CLOEXEC)) >= 0) {

@@ -22,7 +22,7 @@ class Bt_ShellJob {
   Bt_ShellJob& operator=(const Bt_ShellJob&) = delete;
 
   // Starts the keeper. False, with errno set, when that fails.
-  bool open();
+  bool startKeeper();
   // Have a pipe or a file, which this process is about to create, removed should this process die.
   // A job keeps one of each, the last one named.
   void keepPipe(const char* path) const { (void)_send(BtKeeperMessage::KeepPipe, path); }
