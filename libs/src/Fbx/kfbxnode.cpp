@@ -5,7 +5,6 @@
 
 #include "Bt/btassert.h"
 #include "Fbx/kfbxmesh.h"
-#include "Fbx/kfbxscene.h"
 #include "Fbx/kfbxsdkmanager.h"
 
 void KFbxTransformProperty::Set(const KFbxVector4& value) {
@@ -15,12 +14,6 @@ void KFbxTransformProperty::Set(const KFbxVector4& value) {
 
 KFbxNode* KFbxNode::Create(KFbxSdkManager* manager, const char* name) {
   return manager->Adopt(std::unique_ptr<KFbxNode>(new KFbxNode(manager, name)));
-}
-
-KFbxNode* KFbxNode::Create(KFbxScene* scene, const char* name) {
-  KFbxNode* node = Create(scene->GetFbxSdkManager(), name);
-  scene->_indexNode(node);
-  return node;
 }
 
 void KFbxNode::SetRotationActive(bool active) {

@@ -40,6 +40,13 @@ KFbxNode* KFbxScene::FindNodeByName(const char* name) const {
   return place < 0 ? nullptr : _nodes[static_cast<std::size_t>(place)];
 }
 
+// Here, as nodes know nothing of the scene that finds them by their names.
+KFbxNode* KFbxNode::Create(KFbxScene* scene, const char* name) {
+  KFbxNode* node = Create(scene->GetFbxSdkManager(), name);
+  scene->_indexNode(node);
+  return node;
+}
+
 void KFbxScene::_indexNode(KFbxNode* node) {
   if (FindNodeByName(node->GetName()) != nullptr) return;
   _nodes_by_name.insert(HashOf(node->GetName()), static_cast<int>(_nodes.size()));
