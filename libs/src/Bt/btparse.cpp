@@ -1,6 +1,7 @@
 #include "Bt/btparse.h"
 
 #include <bit>
+#include <cstdint>
 #include <cstring>
 #include <iostream>
 #include <limits>
@@ -31,28 +32,36 @@ bool HasReasonToEnd(const std::istream& is) { return is.bad() && BtError(); }
 
 bool RefuseNul() { return BtFail("Text contains a NUL character."); }
 
-// Copies plain lines of a block without the blanks that they begin with, sixteen characters at a
-// time: up to a character that means something in blocks, or until there are not so many left.
-// Moves `to` behind the copy and answers the place in the text. Behind the copy a few characters
-// are overwritten.
-constexpr std::size_t kWrittenAhead = 16;
+// Copies plain lines of a block without the blanks that they begin with, as many characters at a
+// time as most lines have: up to a character that means something in blocks, or until there are not
+// so many left. Moves `to` behind the copy and answers the place in the text. Behind the copy a few
+// characters are overwritten.
+constexpr std::size_t kWrittenAhead = 32;
 const char* CopyPlainLines(const char* p, const char* end, char** to) {
 #if defined(__SSE2__)
-  char* out = *to;
-  while (end - p >= 16) {
-    const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+  // Copies sixteen characters; bits for those that are special and for line ends, from bit `shift`.
+  std::uint64_t stops = 0;
+  std::uint64_t line_ends = 0;
+  const auto copy = [&stops, &line_ends](const char* from, char* out, unsigned shift) {
+    const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
     const auto is = [text](char c) { return _mm_cmpeq_epi8(text, _mm_set1_epi8(c)); };
     const __m128i special =
         _mm_or_si128(_mm_or_si128(_mm_or_si128(is('#'), is('{')), _mm_or_si128(is('}'), is('\\'))),
                      _mm_or_si128(is('\r'), is('\0')));
-    const auto stops = static_cast<unsigned>(_mm_movemask_epi8(special));
-    const auto line_ends = static_cast<unsigned>(_mm_movemask_epi8(is('\n')));
+    stops |= static_cast<std::uint64_t>(_mm_movemask_epi8(special)) << shift;
+    line_ends |= static_cast<std::uint64_t>(_mm_movemask_epi8(is('\n'))) << shift;
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), text);
-    const int count = std::countr_zero(stops | line_ends | 1U << 16U);
+  };
+  char* out = *to;
+  while (end - p >= static_cast<std::ptrdiff_t>(kWrittenAhead)) {
+    stops = line_ends = 0;
+    copy(p, out, 0);
+    copy(p + 16, out + 16, 16);
+    const int count = std::countr_zero(stops | line_ends | std::uint64_t{1} << kWrittenAhead);
     p += count;
     out += count;
-    if (count == 16) continue;
-    if ((stops >> static_cast<unsigned>(count) & 1U) != 0) break;
+    if (count == kWrittenAhead) continue;
+    if ((stops >> count & 1U) != 0) break;
     *out++ = '\n';
     do {
       ++p;
