@@ -53,7 +53,7 @@ bool GeometryReader::readTextureCoords(const BaMDItem& item) {
   BtScanner in(block);
   const BtViewReading reading(block);
   std::vector<BaTextureCoords> coords;
-  coords.reserve(BaRoomFor(item.value, 4));  // "0 0\n"
+  coords.reserve(BaRoomFor(item.value, '\n'));
   while (in.skipSpace()) {
     float numbers[2];
     if (!in.readFloats(numbers, 2)) return BtFail(kMessage);

@@ -145,7 +145,8 @@ void ListMaker<Entry>::end() {
 
 template <class Entry>
 bool ReadLines(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lists) {
-  lists->reserve(BaRoomFor(text, std::is_same_v<Entry, int> ? 2 : 4));  // "1 ", "1/1 "
+  const std::size_t n_lines = BaRoomFor(text, '\n');
+  lists->reserve(BaRoomFor(text, ' ') + n_lines, n_lines);
   ListMaker<Entry> maker(kind, lists);
   BtTextReading reading(text);
   const char* line = text.data();

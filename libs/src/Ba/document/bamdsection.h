@@ -113,11 +113,12 @@ BtDArray<T> BaToArray(std::span<const T> elements) {
   return array;
 }
 
-// How many entries of at least `fewest_chars` characters to make room for before a block is read:
-// all that a large text can hold, since room that stays empty is no memory; none for a small one.
-[[nodiscard]] inline std::size_t BaRoomFor(std::string_view text, std::size_t fewest_chars) {
-  constexpr std::size_t kLargeBlock = std::size_t{1} << 20;
-  return text.size() > kLargeBlock ? text.size() / fewest_chars : 0;
+// How many entries that `mark` ends to make room for before a block is read: as many as it is
+// likely to hold by its beginning, and a few more, since room that stays empty is no memory.
+[[nodiscard]] inline std::size_t BaRoomFor(std::string_view text, char mark) {
+  const std::string_view look = text.substr(0, std::size_t{1} << 14U);
+  const auto found = static_cast<std::size_t>(std::count(look.begin(), look.end(), mark)) + 1;
+  return look.size() == text.size() ? found : found * text.size() / look.size() * 17 / 16;
 }
 
 // Numbers as the stream's precision has them, without its field width.

@@ -79,7 +79,7 @@ bool VerticesReader::_readPoints(std::string_view text) {
   BtScanner in(block);
   const BtViewReading reading(block);
   std::vector<BaMDPoint> points;
-  points.reserve(BaRoomFor(text, 6));  // "0 0 0\n"
+  points.reserve(BaRoomFor(text, '\n'));
   while (in.skipSpace()) {
     float numbers[3];
     const int count = in.readSomeFloats(numbers, 3);
