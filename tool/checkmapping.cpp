@@ -163,7 +163,7 @@ void CheckVariables(const CheckInput& input, Findings* findings) {
     for (std::size_t i = 1; i < names.size(); ++i) text += ", " + names[i];
     const auto& [body_id, key] = spots[variable];
     findings->add(Kind("variable-shared"), {"variable", "", variable}, text,
-                  static_cast<int>(names.size()), {true, key, {}, {}, body_id});
+                  static_cast<int>(names.size()), {true, key, {}, {}, {}, body_id});
   }
 }
 

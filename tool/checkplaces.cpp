@@ -27,6 +27,10 @@ std::vector<std::string> NamesIn(std::string_view text) {
 BtPlace VertexOf(const TextRecords& text, const Finding& finding) {
   const Spot& spot = finding.spot;
   if (std::string_view(finding.place.kind) != "body" || !spot.vertex) return {};
+  if (spot.uv) {
+    const BtPlace place = text.textureCoordinateOf(finding.place.name, *spot.uv);
+    if (place.source != nullptr) return place;
+  }
   return text.vertexOf(finding.place.id.value_or(0), finding.place.name, *spot.vertex,
                        spot.key == "WEIGHTS");
 }
@@ -82,6 +86,7 @@ class Placer {
     // Legacy text shows parents that are wrong at its end only.
     const std::string_view code = finding->kind->code;
     const bool is_late = code == "parent-missing" || code == "parent-circle";
+    if (finding->where.line == 0) _placeLast(finding);
     if (finding->where.line == 0 || is_late) {
       _placeByNames(finding);
       const BtPlace found = _find(*finding);
@@ -89,7 +94,6 @@ class Placer {
     } else if (finding->body.empty() && finding->material.empty()) {
       _nameRecord(finding);
     }
-    if (finding->where.line == 0) _placeIds(finding);
     if (finding->where.file.empty()) finding->where.file = _fileOf(*finding);
     _placeLateFaults(finding);
     _tellOfTwin(finding);
@@ -114,7 +118,7 @@ class Placer {
   void _placeByName(const TextRecords& text, const std::string& name, Finding* finding);
   void _nameRecord(Finding* finding);
   void _placeLateFaults(Finding* finding);
-  void _placeIds(Finding* finding);
+  void _placeLast(Finding* finding);
   void _tellOfLateParent(Finding* finding);
   void _tellOfVariable(Finding* finding);
   void _tellOfTwin(Finding* finding);
@@ -186,6 +190,9 @@ void Placer::_placeLateFaults(Finding* finding) {
   } else if (finding->text.find("Invalid vertex index (") != std::string::npos) {
     const std::string number = NamesIn(finding->text).back();
     if (finding->where.text.find(number) == std::string::npos) place = text.weightOf(number);
+  } else if (finding->where.line == 0 && (finding->kind == Kind("vertex-duplicate") ||
+                                          finding->kind == Kind("polygon-degenerate"))) {
+    place = text.repeatedPosition();
   } else if (finding->kind == Kind("variable-overlap")) {
     const TextRecord* const include = text.find("INCLUDE", 0, " ");
     if (include != nullptr) place = text.placeOf(*include);
@@ -196,21 +203,32 @@ void Placer::_placeLateFaults(Finding* finding) {
   if (place.source != nullptr) finding->where = _finder.find(place);
 }
 
-// Ids that are wrong, or those of two bodies, are noticed when the file was read.
-void Placer::_placeIds(Finding* finding) {
+// What bodies and shapes must not have is noticed when the file was read: the last that has it.
+void Placer::_placeLast(Finding* finding) {
+  const std::string& message = finding->text;
   const std::string_view code = finding->kind->code;
-  if (code != "body-id-range" && code != "body-id-duplicate") return;
-  const std::size_t end = finding->text.find_last_of("0123456789");
-  const std::size_t start = finding->text.find_last_of(' ', end) + 1;
-  const std::string number = finding->text.substr(start, end + 1 - start);
+  const bool is_range = code == "body-id-range";
+  const bool is_shape =
+      message.find("A GEOMETRY section specifies an undefined") != std::string::npos;
+  const bool is_name = is_shape || message.find("bodies have name") != std::string::npos;
+  if (!is_range && !is_name && code != "body-id-duplicate") return;
+  const std::size_t end = message.find_last_of("0123456789");
+  const std::size_t start = message.find_last_of(' ', end) + 1;
+  const std::vector<std::string> names = NamesIn(message);
+  const std::string wanted = !is_name        ? message.substr(start, end + 1 - start)
+                             : names.empty() ? std::string()
+                                             : names.back();
+  const std::string_view key = is_shape ? "BODY" : is_name ? "NAME" : "ID";
   const TextRecords& text = _textOf(*finding);
   for (const TextRecord& record : text.records()) {
-    const TextItem* const item = record.key == "BODY" ? record.find("ID") : nullptr;
-    if (item == nullptr) continue;
-    const bool is_it =
-        code == "body-id-range" ? item->value == number : std::to_string(record.id) == number;
+    if (record.key != (is_shape ? "GEOMETRY" : "BODY")) continue;
+    const TextItem* const item = record.find(key);
+    const bool is_it = is_name ? record.name == wanted
+                               : item != nullptr && (std::to_string(record.id) == wanted ||
+                                                     (is_range && item->value == wanted));
     if (!is_it) continue;
-    finding->where = _finder.find(text.placeOf(record, item->offset));  // the last one
+    finding->where =
+        _finder.find(text.placeOf(record, item == nullptr ? record.offset : item->offset));
     finding->body = record.name;
   }
 }

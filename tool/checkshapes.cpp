@@ -102,6 +102,18 @@ double DistanceFrom(const Box& box) {
   return Length(gap);
 }
 
+// A character stands about where the axes cross.
+void CheckPlace(const CheckInput& input, const ModelShape& shape, Findings* findings) {
+  constexpr double kFar = 10;  // times its size
+  const double distance = DistanceFrom(shape.box);
+  if (input.bodies.empty() || distance >= kMeaningless) return;
+  if (distance <= kFar * SizeOf(shape.box) || SizeOf(shape.box) == 0) return;
+  findings->add(
+      Kind("far-away"), PlaceOf(*input.bodies.front()),
+      "it begins " + Short(distance) + " from there, with a size of " + Short(SizeOf(shape.box)), 1,
+      {false, "TRANSLATION"});
+}
+
 void CheckJoints(const CheckInput& input, const ModelShape& shape, Findings* findings) {
   constexpr std::size_t kFewBodies = 3;
   const double size = SizeOf(shape.box);
@@ -151,6 +163,7 @@ void CheckShape(const CheckInput& input, Findings* findings) {
     findings->add(Kind("no-polygons"), {"model", input.model_file, {}},
                   "only joints are converted");
   }
+  CheckPlace(input, shape, findings);
   if (!findings->has(Kind("number-odd"))) CheckSize(input, shape, findings);
   CheckStrays(input, shape, findings);
   CheckProportions(input, shape, findings);
@@ -161,7 +174,7 @@ template <class Elements>
 void CheckCoordinates(const BaBody& body, const Elements& elements, Findings* findings) {
   int count = 0;
   float largest = 0;
-  std::optional<std::array<float, 3>> first;
+  Spot spot;
   for (const auto* element : elements) {
     const auto& coordinates = element->textureCoords();
     for (int i = 0; i < coordinates.size(); ++i) {
@@ -170,14 +183,16 @@ void CheckCoordinates(const BaBody& body, const Elements& elements, Findings* fi
       ++count;
       largest = std::max(largest, far);
       const float* const p = element->vertices()[i].position();
-      if (!first) first = {p[0], p[1], p[2]};
+      if (spot.vertex) continue;
+      spot.vertex = {p[0], p[1], p[2]};
+      spot.uv = {coordinates[i].u, coordinates[i].v};
     }
   }
   if (count == 0) return;
   findings->add(
       Kind("texture-coordinates"), PlaceOf(body),
       Counted(count, "corner", "corners") + ", up to " + Short(static_cast<double>(largest)), count,
-      {false, {}, {}, first});
+      spot);
 }
 
 void CheckTextureCoordinates(const CheckInput& input, Findings* findings) {

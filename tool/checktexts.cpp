@@ -1,8 +1,11 @@
 // The rules of "check" about what readers pass over: units of angles that do not fit, sections that
 // nobody reads.
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <numbers>
+#include <sstream>
 
 #include "checkrules.h"
 #include "style.h"
@@ -97,6 +100,45 @@ void CheckAngles(const CheckInput& input, Findings* findings) {
   }
 }
 
+// Readers take what there is.
+void CheckColours(const CheckInput& input, Findings* findings) {
+  constexpr std::string_view kColours[] = {"EMISSION", "AMBIENT", "DIFFUSE", "SPECULAR"};
+  if (input.model.version() < 2.0F) return;
+  for (const TextRecord& record : input.texts->model().records()) {
+    for (const TextItem& item : record.items) {
+      if (record.key != "MATERIAL" || std::ranges::count(kColours, item.key) == 0) continue;
+      std::istringstream words{std::string(item.value)};
+      const auto count = std::distance(std::istream_iterator<std::string>(words), {});
+      if (count == 3) continue;
+      findings->add(Kind("colour-incomplete"), {"material", record.name, {}},
+                    std::string(item.key) + " has " + Counted(count, "number", "numbers"), 1,
+                    {false, std::string(item.key)});
+    }
+  }
+}
+
+// Legacy bodies name their parents twice.
+void CheckParentNames(const CheckInput& input, Findings* findings) {
+  if (input.model.version() >= 2.0F) return;
+  const TextRecords& text = input.texts->model();
+  for (const TextRecord& record : text.records()) {
+    if (record.key != "BODY") continue;
+    const std::string& all = text.files()[record.file]->text;
+    std::istringstream lines(all.substr(record.offset, record.end - record.offset));
+    std::array<std::string, 5> fields;  // the letter, name, id, name of the parent, its id
+    for (std::string& field : fields) lines >> std::ws&& std::getline(lines, field);
+    std::string& name = fields[3];
+    name.erase(name.find_last_not_of(" \t\r") + 1);
+    const BaBody* const body = input.model.findBody(record.id);
+    const BaBody* const parent = body == nullptr ? nullptr : input.model.findBody(body->parentId());
+    if (parent == nullptr || parent->id() == 0 || Text(parent->name()) == name) continue;
+    if (text.find("BODY", 0, name) == nullptr) continue;
+    findings->add(Kind("parent-name"), BodyPlace(record),
+                  "the parent is called " + name + ", but body " + std::to_string(parent->id()) +
+                      " is " + Text(parent->name()));
+  }
+}
+
 void CheckEnd(const TextRecords& text, const Place& place, Findings* findings) {
   for (const TextRecord& record : text.records()) {
     if (record.key != "END") continue;
@@ -119,7 +161,7 @@ void CheckEnds(const CheckInput& input, Findings* findings) {
   CheckEnd(input.texts->mapping(), {"mapping", input.dof_file, {}}, findings);
 }
 
-constexpr CheckRule kTextRules[] = {CheckAngles, CheckEnds};
+constexpr CheckRule kTextRules[] = {CheckAngles, CheckColours, CheckParentNames, CheckEnds};
 
 }  // namespace
 

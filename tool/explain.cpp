@@ -40,6 +40,10 @@ constexpr struct {
     {"Invalid datafile type", "The first line must be 'Zov Graphic Model File'."},
     {"Invalid datafile header id", "The first line must be 'Zov Graphic Mapping File'."},
     {"Version identifier not found", "The second line must be v1.30 or v2.00."},
+    {"Unsupported datafile version", "It stands in the second line."},
+    {"datafile version number", "It stands in the second line, such as v1.0."},
+    {"number of bodies",
+     "The third line is the number of variables, the fourth that of body maps."},
     {"Unsupported LENGTH units",
      "INCHES and METERS are read, with a factor: LENGTH: 0.01 METERS is for centimetres."},
     {"Unsupported ANGLE units", "DEGREES and RADIANS are read."},
@@ -128,7 +132,7 @@ Sniffed FindDamage(const std::string& file, const std::string& text, Where* wher
 Sniffed SniffLine(const Message& error) {
   const Where& where = error.where;
   if (where.line == 0) return {};
-  if (HasDecimalComma(where.text)) {
+  if (where.line > 1 && HasDecimalComma(where.text)) {
     return {"decimal-comma", "There is a decimal comma in this line; write a point."};
   }
   if (IsNoNumber(WordAt(where)) || HasNoNumber(where.text)) {
@@ -154,7 +158,8 @@ Sniffed SniffError(const std::string& file, FileKind expected, Message* error) {
 std::string StopText(const Message& error) {
   constexpr std::string_view kReading[] = {"Unable to read ", "Error reading ", "Cannot read ",
                                            "Unknown object type"};
-  constexpr std::string_view kValues[] = {"floating point", "No value given", "value for"};
+  constexpr std::string_view kValues[] = {"floating point", "integer value", "No value given",
+                                          "value for"};
   const std::string_view text = error.text;
   const std::size_t end = text.find_last_not_of(". ");
   const std::size_t stop = end == std::string_view::npos ? end : text.rfind(". ", end);
@@ -173,7 +178,8 @@ std::string StopText(const Message& error) {
 // A text in the other dialect than its second line says, or two in one file.
 std::string DialectText(const Message& error) {
   const std::string_view line = WithoutBlanks(error.where.text);
-  if (line == kBaModelFileId) return " Two files seem to be joined here.";
+  if (line == kBaModelFileId && error.where.line > 1) return " Two files seem to be joined here.";
+  if (line.starts_with("//") || line.starts_with("/*")) return " A comment begins with #.";
   if (Holds(error.text, "Unknown object type") && (line.ends_with('{') || Holds(line, ": "))) {
     return " It looks like a document: the second line of those is v2.00.";
   }
@@ -187,13 +193,16 @@ std::string DialectText(const Message& error) {
     return " Is the number of vertices in the first line of the record right?";
   }
   if (Holds(error.text, "Unknown object type") && is_number) {
-    return " Is the number of vertices of the record in front of it right?";
+    return " Does the record in front of it have too many numbers?";
   }
   return {};
 }
 
 std::string HintText(const Message& error, FileKind expected) {
   std::string text = DialectText(error);
+  if (expected == FileKind::Mapping && WordAt(error.where).starts_with('#')) {
+    return " Body maps hold no comments.";
+  }
   if (expected == FileKind::Mapping && HoldsOneOf(error.text, kCountFaults)) {
     return " Is the number of body maps in the fourth line right?";
   }
@@ -219,5 +228,6 @@ void ExplainError(const std::string& file, FileKind expected, std::vector<Messag
     error->code = sniffed.code;
     return;
   }
+  if (!error->text.ends_with('.')) error->text += '.';
   error->text += StopText(*error) + HintText(*error, expected);
 }

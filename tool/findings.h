@@ -24,6 +24,7 @@ struct Spot {
   std::string key = {};     // of a line in the record
   std::string value = {};   // which that line has; any where it is empty
   std::optional<std::array<float, 3>> vertex = {};  // of the body, where it has one
+  std::optional<std::array<float, 2>> uv = {};      // texture coordinates of it
   int map_of = 0;  // the id of the body whose map has it, where it is not about that body
 };
 

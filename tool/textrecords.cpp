@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <optional>
+#include <sstream>
 
 #include "Ba/babody.h"
 #include "Ba/balight.h"
@@ -351,12 +352,49 @@ BtPlace TextRecords::openBlock() const {
   return placeOf(record, inner == record.items.end() ? record.offset : inner->offset);
 }
 
+// Calls visit(offset, row) for the rows of a list of numbers until that answers false.
+template <class Visit>
+void TextRecords::_forEachRow(const TextRecord& record, std::string_view list, int width,
+                              Visit visit) const {
+  const TextItem* const item = record.find(list);
+  if (item == nullptr) return;
+  Words words(_files[record.file]->text, _behindLine(record, *item));
+  std::array<float, 3> row = {};
+  for (;;) {
+    const std::size_t offset = words.nextOffset();
+    if (words.in().peek() == '#') {
+      SkipLine(&words);
+    } else if (!words.in().readFloats(row.data(), width) || !visit(offset, row)) {
+      return;
+    }
+  }
+}
+
+const TextRecord* TextRecords::_setOf(const TextRecord& geometry) const {
+  const TextItem* const name = geometry.find("VERTICES");
+  if (name == nullptr) return nullptr;
+  return find("VERTICES", 0, SetName(geometry.file, name->value));
+}
+
+int TextRecords::_countRows(const TextRecord* record, std::string_view list, int width) const {
+  int count = 0;
+  if (record != nullptr) {
+    _forEachRow(*record, list, width, [&count](std::size_t, const auto&) { return ++count > 0; });
+  }
+  return count;
+}
+
 BtPlace TextRecords::indexOf(const std::string& number, bool is_texture) const {
   constexpr std::string_view kDigits = "0123456789";
   for (const TextRecord& record : _records) {
-    if (record.key != "GEOMETRY") continue;
+    const TextItem* const group =
+        record.key == "GEOMETRY" ? record.find("MATERIAL_GROUP") : nullptr;
+    if (group == nullptr) continue;
+    const int count = is_texture ? _countRows(&record, "TEXTURE_COORDINATES", 2)
+                                 : _countRows(_setOf(record), "COORDINATES", 3);
+    if (IntOf(number) <= count) continue;
     const std::string_view text = std::string_view(_files[record.file]->text).substr(0, record.end);
-    for (std::size_t at = text.find(number, record.offset); at != std::string_view::npos;
+    for (std::size_t at = text.find(number, group->offset); at != std::string_view::npos;
          at = text.find(number, at + 1)) {
       const char before = text[at - 1];
       const bool is_second = kWhite.find(before) == std::string_view::npos;
@@ -367,6 +405,56 @@ BtPlace TextRecords::indexOf(const std::string& number, bool is_texture) const {
     }
   }
   return {};
+}
+
+BtPlace TextRecords::textureCoordinateOf(const std::string& body_name,
+                                         const std::array<float, 2>& wanted) const {
+  BtPlace place;
+  const TextRecord* const geometry = find("GEOMETRY", 0, body_name);
+  if (geometry == nullptr) return place;
+  _forEachRow(*geometry, "TEXTURE_COORDINATES", 2, [&](std::size_t offset, const auto& row) {
+    if (row[0] == wanted[0] && row[1] == wanted[1]) place = placeOf(*geometry, offset);
+    return place.source == nullptr;
+  });
+  return place;
+}
+
+BtPlace TextRecords::repeatedPosition() const {
+  for (const TextRecord& record : _records) {
+    if (record.key != "GEOMETRY") continue;
+    std::vector<std::array<float, 3>> positions;
+    if (const TextRecord* const set = _setOf(record); set != nullptr) {
+      _forEachRow(*set, "COORDINATES", 3, [&positions](std::size_t, const auto& row) {
+        positions.push_back(row);
+        return true;
+      });
+    }
+    for (const TextItem& item : record.items) {
+      if (!item.key.ends_with("POLYGONS")) continue;
+      const std::size_t at = _repeatIn(record, item, positions);
+      if (at != std::string::npos) return placeOf(record, at);
+    }
+  }
+  return {};
+}
+
+// The line of a list of polygons in which two corners in a row are at one position.
+std::size_t TextRecords::_repeatIn(const TextRecord& record, const TextItem& list,
+                                   const std::vector<std::array<float, 3>>& positions) const {
+  Lines lines(_files[record.file]->text, list.offset);
+  for (lines.next(); lines.next() && WithoutComment(lines.line(), true) != "}";) {
+    std::vector<std::size_t> corners;
+    std::istringstream words(std::string(WithoutComment(lines.line(), true)));
+    for (std::string word; words >> word;) {
+      const auto number = static_cast<std::size_t>(IntOf(word));
+      if (number >= 1 && number <= positions.size()) corners.push_back(number - 1);
+    }
+    for (std::size_t i = 0; i < corners.size(); ++i) {
+      if (positions[corners[i]] == positions[corners[(i + 1) % corners.size()]])
+        return lines.offsetOf(Trimmed(lines.line()));
+    }
+  }
+  return std::string::npos;
 }
 
 BtPlace TextRecords::weightOf(const std::string& number) const {
@@ -468,31 +556,21 @@ BtPlace TextRecords::vertexOf(int body_id, const std::string& body_name,
     if (found) return {_files[element.file]->source, static_cast<long long>(*found)};
   }
   const TextRecord* const geometry = find("GEOMETRY", 0, body_name);
-  const TextItem* const set_name = geometry == nullptr ? nullptr : geometry->find("VERTICES");
-  if (set_name == nullptr) return {};
-  const TextRecord* const set = find("VERTICES", 0, SetName(geometry->file, set_name->value));
+  const TextRecord* const set = geometry == nullptr ? nullptr : _setOf(*geometry);
   return set == nullptr ? BtPlace() : _coordinateOf(*set, position, weights);
 }
 
 BtPlace TextRecords::_coordinateOf(const TextRecord& set, const std::array<float, 3>& position,
                                    bool weights) const {
-  const TextItem* const list = set.find("COORDINATES");
-  if (list == nullptr) return {};
-  Words words(_files[set.file]->text, _behindLine(set, *list));
-  std::array<float, 3> point = {};
-  for (int number = 1;;) {
-    const std::size_t offset = words.nextOffset();
-    if (words.in().peek() == '#') {
-      SkipLine(&words);
-    } else if (!words.in().readFloats(point.data(), 3)) {
-      return {};
-    } else if (point == position) {
-      const BtPlace weight = weights ? _weightOf(set, number) : BtPlace();
-      return weight.source != nullptr ? weight : placeOf(set, offset);
-    } else {
-      ++number;
-    }
-  }
+  BtPlace place;
+  int number = 0;
+  _forEachRow(set, "COORDINATES", 3, [&](std::size_t offset, const auto& row) {
+    ++number;
+    if (row == position) place = placeOf(set, offset);
+    return place.source == nullptr;
+  });
+  const BtPlace weight = weights && place.source != nullptr ? _weightOf(set, number) : BtPlace();
+  return weight.source != nullptr ? weight : place;
 }
 
 BtPlace TextRecords::_weightOf(const TextRecord& set, int number) const {

@@ -67,8 +67,14 @@ class TextRecords {
   // Where a closing brace is missing: the section that stands within another one, or the one that
   // does not end. Nowhere where all end.
   [[nodiscard]] BtPlace openBlock() const;
-  // The first corner of a polygon that names a vertex, or a texture coordinate, by its number.
+  // The first corner of a polygon that names a vertex, or a texture coordinate, by a number that is
+  // higher than there are.
   [[nodiscard]] BtPlace indexOf(const std::string& number, bool is_texture) const;
+  // Where a body has these texture coordinates, in a document.
+  [[nodiscard]] BtPlace textureCoordinateOf(const std::string& body_name,
+                                            const std::array<float, 2>& wanted) const;
+  // The first polygon of a document that has two corners in a row at one position.
+  [[nodiscard]] BtPlace repeatedPosition() const;
   // The first weight that names a vertex by its number.
   [[nodiscard]] BtPlace weightOf(const std::string& number) const;
   // Where a body has a vertex at this position, or in a document the first weight of that vertex.
@@ -85,6 +91,12 @@ class TextRecords {
   void _name(TextRecord* record) const;
   void _include(const TextRecord& record);
   void _addIndex();
+  template <class Visit>
+  void _forEachRow(const TextRecord& record, std::string_view list, int width, Visit visit) const;
+  [[nodiscard]] const TextRecord* _setOf(const TextRecord& geometry) const;
+  [[nodiscard]] int _countRows(const TextRecord* record, std::string_view list, int width) const;
+  [[nodiscard]] std::size_t _repeatIn(const TextRecord& record, const TextItem& list,
+                                      const std::vector<std::array<float, 3>>& positions) const;
   [[nodiscard]] BtPlace _coordinateOf(const TextRecord& set, const std::array<float, 3>& position,
                                       bool weights) const;
   [[nodiscard]] BtPlace _weightOf(const TextRecord& set, int number) const;
