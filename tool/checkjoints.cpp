@@ -14,7 +14,7 @@ namespace {
 constexpr double kOffBone = 0.1;   // of the usual length of bones, between an end and a joint
 constexpr float kFarthest = 1e9F;  // in any unit of lengths
 
-const Spot kTranslation = {false, "TRANSLATION"};
+Spot TranslationSpot() { return {false, "TRANSLATION"}; }
 
 std::array<float, 3> JointIn(const BaBody& body) {
   const Bt4X4FloatMat& transform = body.transform();
@@ -63,7 +63,7 @@ void AddChildren(const BaBody& body, double tolerance, BoneFits* fits) {
   std::erase_if(children, [&](const BaBody* child) {
     return std::ranges::any_of(all, [&](const BaBone* bone) { return is_at(bone, child); });
   });
-  fits->matched += static_cast<int>(all.size() - ends.size());
+  fits->matched += static_cast<int>(all.size()) - static_cast<int>(ends.size());
   if (ends.empty()) return;
   for (const BaBody* child : children) {
     double nearest = std::numeric_limits<double>::infinity();
@@ -75,12 +75,12 @@ void AddChildren(const BaBody& body, double tolerance, BoneFits* fits) {
 
 // Where most bones lead from joint to joint, one that does not was left behind.
 void CheckBones(const CheckInput& input, Findings* findings) {
-  constexpr std::size_t kMostParts = 200;  // of a body: all are compared with all
+  constexpr int kMostParts = 200;  // of a body: all are compared with all
   const double usual = UsualLength(input.model);
   if (usual == 0) return;
   BoneFits fits;
   for (const BaBody* body : input.bodies) {
-    const auto parts = static_cast<std::size_t>(body->bones().size() + body->numChildren());
+    const auto parts = body->bones().size() + body->numChildren();
     if (parts <= kMostParts) AddChildren(*body, kOffBone * usual, &fits);
   }
   if (fits.matched < 4 * static_cast<int>(fits.missed.size())) return;
@@ -88,7 +88,7 @@ void CheckBones(const CheckInput& input, Findings* findings) {
     findings->add(
         Kind("joint-off-bone"), PlaceOf(*child),
         "that of " + Text(child->parent()->name()) + " ends " + Short(distance) + " from it", 1,
-        kTranslation);
+        TranslationSpot());
   }
 }
 
@@ -101,7 +101,8 @@ void CheckNumbers(const CheckInput& input, Findings* findings) {
     const auto joint = JointIn(*body);
     if (const auto* const odd = std::ranges::find_if(joint, IsOdd); odd != joint.end()) {
       findings->add(Kind("number-odd"), PlaceOf(*body),
-                    "its translation has " + Short(static_cast<double>(*odd)), 1, kTranslation);
+                    "its translation has " + Short(static_cast<double>(*odd)), 1,
+                    TranslationSpot());
     }
     const BaModelData_PolySet set(body);
     for (const BaMDPoint& p : set.vertices()) {

@@ -1,4 +1,5 @@
 // The rules of "check" about faces beside each other, and on each other.
+#include <algorithm>
 #include <numeric>
 
 #include "Bt/bthash.h"
@@ -11,7 +12,7 @@ namespace {
 struct Face {
   const BaBody* body;
   std::array<float, 3> corner;  // the first
-  std::vector<int> places;      // of all, the smallest number first
+  std::vector<int> places;      // of all
   bool is_double = false;       // one in front of it is the same
 };
 
@@ -22,13 +23,13 @@ std::vector<Face> FacesOf(const CheckInput& input) {
   BtHashSet<std::string> seen;
   PlaceJoiner joiner(*box.min, GridOf(box));
   ForEachWorldFace(
-      input, [&](const BaBody& body, const BaVertex& corner, const std::vector<Point>& points) {
+      input, [&](const BaBody& body, const BaVertex& corner, std::vector<Point> points) {
         Face face = {&body, {}, {}};
         std::copy_n(corner.position(), 3, face.corner.begin());
         for (const Point& p : points) face.places.push_back(joiner.placeOf(p));
-        std::ranges::rotate(face.places, std::ranges::min_element(face.places));
-        const auto* const bytes = reinterpret_cast<const char*>(face.places.data());
-        face.is_double = !seen.emplace(bytes, face.places.size() * sizeof(int)).second;
+        std::rotate(points.begin(), std::min_element(points.begin(), points.end()), points.end());
+        const auto* const bytes = reinterpret_cast<const char*>(points.data());
+        face.is_double = !seen.emplace(bytes, points.size() * sizeof(Point)).second;
         faces.push_back(std::move(face));
       });
   return faces;
