@@ -1,4 +1,6 @@
 // Where findings are: the lines of the files that show them.
+#include <optional>
+
 #include "checkrules.h"
 #include "textrecords.h"
 
@@ -28,7 +30,7 @@ BtPlace VertexOf(const TextRecords& text, const Finding& finding) {
   const Spot& spot = finding.spot;
   if (std::string_view(finding.place.kind) != "body" || !spot.vertex) return {};
   if (spot.uv) {
-    const BtPlace place = text.textureCoordinateOf(finding.place.name, *spot.uv);
+    BtPlace place = text.textureCoordinateOf(finding.place.name, *spot.uv);
     if (place.source != nullptr) return place;
   }
   return text.vertexOf(finding.place.id.value_or(0), finding.place.name, *spot.vertex,
@@ -76,6 +78,35 @@ BtPlace ReferenceTo(const TextRecords& text, const std::string& name) {
     if (item != nullptr) return text.placeOf(record, item->offset);
   }
   return {};
+}
+
+// What is wrong with a record, as messages tell it.
+struct LateFault {
+  std::string_view record_key;
+  std::string_view item_key;  // of the line at fault
+  std::string value;
+
+  [[nodiscard]] bool is(const TextRecord& record) const {
+    if (item_key != "ID") return record.name == value;
+    // One that is out of range has no number.
+    const TextItem* const item = record.find(item_key);
+    return item != nullptr && (item->value == value || std::to_string(record.id) == value);
+  }
+};
+
+std::optional<LateFault> LateFaultOf(const Finding& finding) {
+  const std::string& message = finding.text;
+  const std::string_view code = finding.kind->code;
+  const std::vector<std::string> names = NamesIn(message);
+  const std::string name = names.empty() ? "" : names.back();
+  if (message.find("A GEOMETRY section specifies an undefined") != std::string::npos) {
+    return LateFault{"GEOMETRY", "BODY", name};
+  }
+  if (message.find("bodies have name") != std::string::npos) return LateFault{"BODY", "NAME", name};
+  if (code != "body-id-range" && code != "body-id-duplicate") return {};
+  const std::size_t end = message.find_last_of("0123456789");
+  const std::size_t start = message.find_last_of(' ', end) + 1;
+  return LateFault{"BODY", "ID", message.substr(start, end + 1 - start)};
 }
 
 class Placer {
@@ -175,60 +206,56 @@ void Placer::_nameRecord(Finding* finding) {
   }
 }
 
+// Numbers of vertices that there are not.
+BtPlace WrongIndex(const TextRecords& text, const Finding& finding) {
+  const std::vector<std::string> numbers = NamesIn(finding.text);
+  const std::size_t at = finding.text.find(" references a ");
+  if (numbers.empty()) return {};
+  if (at != std::string::npos) {
+    const bool is_texture = finding.text.compare(at, 22, " references a texture ") == 0;
+    return text.indexOf(numbers.back(), is_texture);
+  }
+  const bool is_weight = finding.text.find("Invalid vertex index (") != std::string::npos;
+  const bool is_there = finding.where.text.find(numbers.back()) != std::string::npos;
+  return is_weight && !is_there ? text.weightOf(numbers.back()) : BtPlace();
+}
+
+BtPlace NamelessRecord(const TextRecords& text, std::string_view key) {
+  const TextRecord* const record = text.find(key, 0, " ");
+  return record == nullptr ? BtPlace() : text.placeOf(*record);
+}
+
 // What readers notice at the end of a file only, or behind it.
 void Placer::_placeLateFaults(Finding* finding) {
   const TextRecords& text = _textOf(*finding);
+  const std::string_view code = finding->kind->code;
   BtPlace place;
   if (finding->text.find("Hit end of file without reading") != std::string::npos) {
     place = text.openBlock();
-    finding->text += std::string(finding->text.ends_with('.') ? "" : ".") +
-                     " A closing brace is missing before this line, or the file is cut off.";
-  } else if (const std::size_t at = finding->text.find(" references a "); at != std::string::npos) {
-    const bool is_texture = finding->text.compare(at, 22, " references a texture ") == 0;
-    const std::vector<std::string> numbers = NamesIn(finding->text);
-    if (!numbers.empty()) place = text.indexOf(numbers.back(), is_texture);
-  } else if (finding->text.find("Invalid vertex index (") != std::string::npos) {
-    const std::string number = NamesIn(finding->text).back();
-    if (finding->where.text.find(number) == std::string::npos) place = text.weightOf(number);
-  } else if (finding->where.line == 0 && (finding->kind == Kind("vertex-duplicate") ||
-                                          finding->kind == Kind("polygon-degenerate"))) {
-    place = text.repeatedPosition();
-  } else if (finding->kind == Kind("variable-overlap")) {
-    const TextRecord* const include = text.find("INCLUDE", 0, " ");
-    if (include != nullptr) place = text.placeOf(*include);
-  } else if (finding->kind == Kind("variable-count")) {
-    const TextRecord* const count = text.find("VARIABLES", 0, " ");
-    if (count != nullptr) place = text.placeOf(*count);
+    finding->text += finding->text.ends_with('.') ? "" : ".";
+    finding->text += " A closing brace is missing before this line, or the file is cut off.";
+  } else if (code == "variable-overlap") {
+    place = NamelessRecord(text, "INCLUDE");
+  } else if (code == "variable-count") {
+    place = NamelessRecord(text, "VARIABLES");
+  } else if (code == "vertex-duplicate" || code == "polygon-degenerate") {
+    if (finding->where.line == 0) place = text.repeatedPosition();
+  } else {
+    place = WrongIndex(text, *finding);
   }
   if (place.source != nullptr) finding->where = _finder.find(place);
 }
 
 // What bodies and shapes must not have is noticed when the file was read: the last that has it.
 void Placer::_placeLast(Finding* finding) {
-  const std::string& message = finding->text;
-  const std::string_view code = finding->kind->code;
-  const bool is_range = code == "body-id-range";
-  const bool is_shape =
-      message.find("A GEOMETRY section specifies an undefined") != std::string::npos;
-  const bool is_name = is_shape || message.find("bodies have name") != std::string::npos;
-  if (!is_range && !is_name && code != "body-id-duplicate") return;
-  const std::size_t end = message.find_last_of("0123456789");
-  const std::size_t start = message.find_last_of(' ', end) + 1;
-  const std::vector<std::string> names = NamesIn(message);
-  const std::string wanted = !is_name        ? message.substr(start, end + 1 - start)
-                             : names.empty() ? std::string()
-                                             : names.back();
-  const std::string_view key = is_shape ? "BODY" : is_name ? "NAME" : "ID";
+  const std::optional<LateFault> fault = LateFaultOf(*finding);
+  if (!fault) return;
   const TextRecords& text = _textOf(*finding);
   for (const TextRecord& record : text.records()) {
-    if (record.key != (is_shape ? "GEOMETRY" : "BODY")) continue;
-    const TextItem* const item = record.find(key);
-    const bool is_it = is_name ? record.name == wanted
-                               : item != nullptr && (std::to_string(record.id) == wanted ||
-                                                     (is_range && item->value == wanted));
-    if (!is_it) continue;
-    finding->where =
-        _finder.find(text.placeOf(record, item == nullptr ? record.offset : item->offset));
+    if (record.key != fault->record_key || !fault->is(record)) continue;
+    const TextItem* const item = record.find(fault->item_key);
+    const std::size_t at = item == nullptr ? record.offset : item->offset;
+    finding->where = _finder.find(text.placeOf(record, at));
     finding->body = record.name;
   }
 }

@@ -36,6 +36,8 @@ struct Angles {
   double largest = 0;
   const TextRecord* quarter = nullptr;  // the first that has pi or a half of it
   const TextRecord* first_odd = nullptr;
+  bool is_degrees = false;
+  bool is_radians = true;
 };
 
 void AddAngles(const TextRecord& body, Angles* angles) {
@@ -60,31 +62,34 @@ Place BodyPlace(const TextRecord& record) {
   return {"body", record.name, record.id == 0 ? std::nullopt : std::optional(record.id)};
 }
 
-void CheckAnglesOfFile(const TextRecords& text, std::size_t file, Findings* findings) {
+Angles AnglesOfFile(const TextRecords& text, std::size_t file) {
   Angles angles;
-  bool is_degrees = false;
-  bool is_radians = true;
   for (const TextRecord& record : text.records()) {
     if (record.file != file) continue;
     if (record.key == "BODY") AddAngles(record, &angles);
     const TextItem* const unit = record.key == "UNITS" ? record.find("ANGLE") : nullptr;
     if (unit == nullptr) continue;
     // With another factor nobody can tell.
-    is_radians = unit->value.starts_with("1 ") && unit->value.ends_with("RADIANS");
-    is_degrees = unit->value.starts_with("1 ") && unit->value.ends_with("DEGREES");
+    angles.is_radians = unit->value.starts_with("1 ") && unit->value.ends_with("RADIANS");
+    angles.is_degrees = unit->value.starts_with("1 ") && unit->value.ends_with("DEGREES");
   }
+  return angles;
+}
+
+void CheckAnglesOfFile(const TextRecords& text, std::size_t file, Findings* findings) {
+  const Angles angles = AnglesOfFile(text, file);
   const Spot spot = {false, "ROTATION"};
-  if (is_degrees && angles.first_odd != nullptr) {
+  if (angles.is_degrees && angles.first_odd != nullptr) {
     findings->add(Kind("number-odd"), BodyPlace(*angles.first_odd),
                   "it turns by up to " + Short(angles.largest) + " degrees", 1, spot);
   }
-  if (is_radians && angles.beyond_turn > 0) {
+  if (angles.is_radians && angles.beyond_turn > 0) {
     findings->add(Kind("angles-degrees"), BodyPlace(*angles.first_beyond),
                   Counted(angles.beyond_turn, "body turns", "bodies turn") + " by up to " +
                       Short(angles.largest) + " radians",
                   angles.beyond_turn, spot);
   }
-  if (is_degrees && angles.quarter != nullptr && angles.largest <= kTurn + kNear) {
+  if (angles.is_degrees && angles.quarter != nullptr && angles.largest <= kTurn + kNear) {
     findings->add(
         Kind("angles-radians"), BodyPlace(*angles.quarter),
         "no angle is above " + Short(angles.largest) + " degrees, and some are parts of pi", 1,

@@ -224,6 +224,21 @@ std::string_view ValueOf(std::string_view line) {
   return Trimmed(line);
 }
 
+// Finds a whole number that stands alone, or as the second of a pair "3/7".
+std::size_t FindIndex(std::string_view text, std::size_t from, std::string_view number,
+                      bool is_second) {
+  constexpr std::string_view kDigits = "0123456789";
+  for (std::size_t at = text.find(number, from); at != std::string_view::npos;
+       at = text.find(number, at + 1)) {
+    const char before = text[at - 1];
+    const char after = at + number.size() < text.size() ? text[at + number.size()] : ' ';
+    const bool is_whole = kDigits.find(before) == std::string_view::npos &&
+                          kDigits.find(after) == std::string_view::npos && after != '.';
+    if (is_whole && is_second == (kWhite.find(before) == std::string_view::npos)) return at;
+  }
+  return std::string_view::npos;
+}
+
 // Forgets what is recorded while it lives.
 class Unrecorded {
  public:
@@ -385,7 +400,6 @@ int TextRecords::_countRows(const TextRecord* record, std::string_view list, int
 }
 
 BtPlace TextRecords::indexOf(const std::string& number, bool is_texture) const {
-  constexpr std::string_view kDigits = "0123456789";
   for (const TextRecord& record : _records) {
     const TextItem* const group =
         record.key == "GEOMETRY" ? record.find("MATERIAL_GROUP") : nullptr;
@@ -394,15 +408,8 @@ BtPlace TextRecords::indexOf(const std::string& number, bool is_texture) const {
                                  : _countRows(_setOf(record), "COORDINATES", 3);
     if (IntOf(number) <= count) continue;
     const std::string_view text = std::string_view(_files[record.file]->text).substr(0, record.end);
-    for (std::size_t at = text.find(number, group->offset); at != std::string_view::npos;
-         at = text.find(number, at + 1)) {
-      const char before = text[at - 1];
-      const bool is_second = kWhite.find(before) == std::string_view::npos;
-      const char after = at + number.size() < text.size() ? text[at + number.size()] : ' ';
-      const bool is_whole = kDigits.find(before) == std::string_view::npos &&
-                            kDigits.find(after) == std::string_view::npos && after != '.';
-      if (is_whole && is_second == is_texture) return placeOf(record, at);
-    }
+    const std::size_t at = FindIndex(text, group->offset, number, is_texture);
+    if (at != std::string_view::npos) return placeOf(record, at);
   }
   return {};
 }
@@ -459,7 +466,7 @@ std::size_t TextRecords::_repeatIn(const TextRecord& record, const TextItem& lis
 
 BtPlace TextRecords::weightOf(const std::string& number) const {
   for (const TextRecord& record : _records) {
-    const BtPlace place = record.key == "VERTICES" ? _weightOf(record, IntOf(number)) : BtPlace();
+    BtPlace place = record.key == "VERTICES" ? _weightOf(record, IntOf(number)) : BtPlace();
     if (place.source != nullptr) return place;
   }
   return {};
@@ -569,7 +576,7 @@ BtPlace TextRecords::_coordinateOf(const TextRecord& set, const std::array<float
     if (row == position) place = placeOf(set, offset);
     return place.source == nullptr;
   });
-  const BtPlace weight = weights && place.source != nullptr ? _weightOf(set, number) : BtPlace();
+  BtPlace weight = weights && place.source != nullptr ? _weightOf(set, number) : BtPlace();
   return weight.source != nullptr ? weight : place;
 }
 
