@@ -1,7 +1,9 @@
 // Where findings are: the lines of the files that show them.
+#include <algorithm>
 #include <optional>
 
 #include "checkrules.h"
+#include "style.h"
 #include "textrecords.h"
 
 namespace {
@@ -266,7 +268,13 @@ void Placer::_tellOfLateParent(Finding* finding) {
   const std::vector<std::string> names = NamesIn(finding->text);
   if (names.size() < 2) return;
   const TextRecord* const parent = text.find("BODY", 0, names.back());
-  if (parent == nullptr) return;
+  if (parent == nullptr) {
+    const auto other = std::ranges::find_if(text.records(), [&names](const TextRecord& record) {
+      return record.key == "BODY" && LowerCase(record.name) == LowerCase(names.back());
+    });
+    if (other != text.records().end()) finding->text += " There is \"" + other->name + "\".";
+    return;
+  }
   finding->text += names.front() == names.back()
                        ? " It is its own parent."
                        : " That one is at " + WhereText(_finder.find(text.placeOf(*parent))) +
