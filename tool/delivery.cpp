@@ -102,7 +102,7 @@ std::string CharacterOf(const DeliveryRow& row, const fs::path& folder,
       row.output.empty() ? StemOf(file, kModelEnd).value_or(file) + ".fbx" : row.output;
   const fs::path path(output);
   const bool is_within = path.is_relative() && std::ranges::find(path, "..") == path.end();
-  if (!output.ends_with(".fbx") || path.stem().empty() || !is_within) {
+  if (!output.ends_with(".fbx") || path.filename() == ".fbx" || !is_within) {
     return "The output '" + output + "' must be a name that ends in .fbx, in or below the folder.";
   }
   character->name = output.substr(0, output.size() - std::string_view(".fbx").size());
