@@ -55,6 +55,8 @@ class BtScanner {
  private:
   template <class Number>
   bool _read(Number* value, const char* (*parse)(const char*, const char*, Number*));
+  template <class Number>
+  bool _extract(Number* value);
 
   std::istream& _is;
   std::streambuf* _buf;

@@ -155,6 +155,12 @@ bool BtScanner::_read(Number* value, const char* (*parse)(const char*, const cha
       return true;
     }
   }
+  return _extract(value);
+}
+
+// Kept out of the path of common numbers.
+template <class Number>
+[[gnu::noinline]] bool BtScanner::_extract(Number* value) {
   const BtClassicIos classic(_is);
   return static_cast<bool>(_is >> *value);
 }

@@ -56,6 +56,7 @@ void BaPolygon::_printTypeOn(std::ostream& os) const { os << 'F'; }
 void BaPolygon::_moveVertex(int from, int to) { _vertices[to] = std::move(_vertices[from]); }
 
 void BaPolygon::_removeDuplicates() {
+  if (!repeatsVertex()) return;
   int kept = 0;
   for (int i = 0; i < numVertices(); ++i) {
     if (kept > 0 && _vertices[i] == _vertices[kept - 1]) {

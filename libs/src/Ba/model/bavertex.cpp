@@ -27,7 +27,9 @@ std::unique_ptr<Ba_VertexEffect> ScanEffect(BtScanner& in, int type) {
   return effect;
 }
 
-bool ScanEffects(BtScanner& in, int type, BaVertexEffects* effects) {
+[[gnu::noinline]] bool ScanEffects(BtScanner& in, BaVertexEffects* effects) {
+  int type = kNoMoreEffects;
+  if (!in.readInt(&type)) return BtFail("Unable to read effect type.");
   BaVertexEffectsBuilder builder(effects);
   while (type != kNoMoreEffects) {
     std::unique_ptr<Ba_VertexEffect> effect = ScanEffect(in, type);
@@ -51,10 +53,8 @@ bool BaVertex::scanFrom(BtScanner& in) {
 
 bool BaVertex::scanEffectsFrom(BtScanner& in) {
   if (!_effects.empty()) _effects.clear();
-  if (in.skipLineEnd(" -1")) return true;  // no effects, as nearly all have
-  int type = kNoMoreEffects;
-  if (!in.readInt(&type)) return BtFail("Unable to read effect type.");
-  return type == kNoMoreEffects || ScanEffects(in, type, &_effects);
+  // Nearly all vertices have none.
+  return in.skipLineEnd(" -1") || ScanEffects(in, &_effects);
 }
 
 void BaVertex::printOn(std::ostream& os) const {
