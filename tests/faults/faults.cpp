@@ -77,9 +77,8 @@ int ArmAndRun(int argc, char** argv, char** environment) {
     const rlimit space = {static_cast<rlim_t>(fault.number) * 1024, RLIM_INFINITY};
     setrlimit(RLIMIT_AS, &space);
   }
-  const int status = real_main(argc, argv, environment);
-  WriteCount();
-  return status;
+  std::atexit(WriteCount);
+  return real_main(argc, argv, environment);
 }
 
 }  // namespace
