@@ -156,7 +156,7 @@ void AddSkin(KFbxScene* scene, KFbxMesh* mesh, KFbxNode* mesh_parent, const Skin
                                  });
   if (rigid) return;
 
-  KFbxSkin* skin = KFbxSkin::Create(scene, "");
+  KFbxSkin* skin = KFbxSkin::Create(scene, nullptr);
   std::vector<std::size_t> n_points(nodes.size());
   for (const Influence& influence : influences)
     ++n_points[static_cast<std::size_t>(influence.node)];
@@ -165,7 +165,7 @@ void AddSkin(KFbxScene* scene, KFbxMesh* mesh, KFbxNode* mesh_parent, const Skin
     const auto number = static_cast<std::size_t>(influence.node);
     KFbxCluster*& cluster = clusters[number];
     if (cluster == nullptr) {
-      cluster = KFbxCluster::Create(scene, "");
+      cluster = KFbxCluster::Create(scene, nullptr);
       cluster->GetControlPointIndices().reserve(n_points[number]);
       cluster->GetControlPointWeights().reserve(n_points[number]);
     }

@@ -41,9 +41,9 @@ class KFbxNode : public KFbxObject {
   // Nodes keep one set of pivots, the source.
   enum EPivotSet { eSOURCE_SET };
 
-  static KFbxNode* Create(KFbxSdkManager* manager, const char* name);
+  static KFbxNode* Create(KFbxSdkManager* manager, const BtStr& name);
   // A node that the scene finds by its name.
-  static KFbxNode* Create(KFbxScene* scene, const char* name);
+  static KFbxNode* Create(KFbxScene* scene, const BtStr& name);
 
   // The local transform: translation * pre-rotation * rotation * scaling, the last applied first.
   // Angles are in degrees, indexed by axis.

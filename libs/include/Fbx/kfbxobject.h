@@ -16,12 +16,11 @@ class KFbxObject {
   KFbxObject& operator=(const KFbxObject&) = delete;
 
   // As given when the object was made; empty where that was null.
-  [[nodiscard]] const char* GetName() const { return _name; }
+  [[nodiscard]] const char* GetName() const { return KFbxText(_name); }
   [[nodiscard]] KFbxSdkManager* GetFbxSdkManager() const { return _manager; }
 
  protected:
-  KFbxObject(KFbxSdkManager* manager, const char* name)
-      : _manager(manager), _name(KFbxText(name)) {}
+  KFbxObject(KFbxSdkManager* manager, const BtStr& name) : _manager(manager), _name(name) {}
 
  private:
   KFbxSdkManager* _manager;

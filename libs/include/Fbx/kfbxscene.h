@@ -56,7 +56,7 @@ class KFbxScene : public KFbxCreated<KFbxScene> {
  private:
   friend class KFbxCreated<KFbxScene>;
   friend class KFbxNode;
-  KFbxScene(KFbxSdkManager* manager, const char* name);
+  KFbxScene(KFbxSdkManager* manager, const BtStr& name);
   void _indexNode(KFbxNode* node);
 
   KFbxNode* _root;

@@ -40,11 +40,11 @@ class KFbxSdkManager {
 template <class T, class Base = KFbxObject>
 class KFbxCreated : public Base {
  public:
-  static T* Create(KFbxSdkManager* manager, const char* name) {
+  static T* Create(KFbxSdkManager* manager, const BtStr& name) {
     return manager->Adopt(std::unique_ptr<T>(new T(manager, name)));
   }
   // The same within a scene, or any other object: the new object belongs to its manager.
-  static T* Create(const KFbxObject* container, const char* name) {
+  static T* Create(const KFbxObject* container, const BtStr& name) {
     return Create(container->GetFbxSdkManager(), name);
   }
 

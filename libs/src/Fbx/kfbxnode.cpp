@@ -12,7 +12,7 @@ void KFbxTransformProperty::Set(const KFbxVector4& value) {
   _node->_forgetGlobal();
 }
 
-KFbxNode* KFbxNode::Create(KFbxSdkManager* manager, const char* name) {
+KFbxNode* KFbxNode::Create(KFbxSdkManager* manager, const BtStr& name) {
   return manager->Adopt(std::unique_ptr<KFbxNode>(new KFbxNode(manager, name)));
 }
 

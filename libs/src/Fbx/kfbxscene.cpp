@@ -29,7 +29,7 @@ const KFbxXMatrix& KFbxSceneEvaluator::GetNodeGlobalTransform(KFbxNode* node, KT
   return *node->_global;
 }
 
-KFbxScene::KFbxScene(KFbxSdkManager* manager, const char* name)
+KFbxScene::KFbxScene(KFbxSdkManager* manager, const BtStr& name)
     : KFbxCreated(manager, name), _root(KFbxNode::Create(manager, "RootNode")) {}
 
 KFbxNode* KFbxScene::FindNodeByName(const char* name) const {
@@ -41,7 +41,7 @@ KFbxNode* KFbxScene::FindNodeByName(const char* name) const {
 }
 
 // Here, as nodes know nothing of the scene that finds them by their names.
-KFbxNode* KFbxNode::Create(KFbxScene* scene, const char* name) {
+KFbxNode* KFbxNode::Create(KFbxScene* scene, const BtStr& name) {
   KFbxNode* node = Create(scene->GetFbxSdkManager(), name);
   scene->_indexNode(node);
   return node;
