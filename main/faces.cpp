@@ -23,6 +23,26 @@ struct Corner {
 Corner CornerOf(int vertex) { return {vertex - 1, -1}; }
 Corner CornerOf(const BaMDTexturedCorner& corner) { return {corner.vertex - 1, corner.coord - 1}; }
 
+// A geometry that makes faces.
+struct Piece {
+  const BaMDGeometry* geometry;
+  const BaMDVertices* vertices;
+  std::size_t body;  // index of the MeshBody
+};
+
+std::vector<Piece> PiecesOf(const BaModelData& model_data, const std::vector<MeshBody>& bodies) {
+  std::vector<Piece> pieces;
+  pieces.reserve(bodies.size());
+  for (std::size_t i = 0; i < bodies.size(); ++i) {
+    for (const BaMDGeometry* geometry : model_data.geometriesOf(bodies[i].body->name())) {
+      if (!geometry->hasPolygons()) continue;  // bones only
+      const BaMDVertices* vertices = model_data.vertexSetByName(geometry->verticesName());
+      if (vertices != nullptr) pieces.push_back({geometry, vertices, i});
+    }
+  }
+  return pieces;
+}
+
 // How much of everything the faces of some geometries are at most.
 struct Amount {
   std::size_t points = 0;
@@ -31,11 +51,10 @@ struct Amount {
   std::size_t faces = 0;
   bool textured = false;
 
-  void add(const BaMDVertices* vertices, const BaMDGeometry& geometry) {
-    if (vertices == nullptr || !geometry.hasPolygons()) return;
-    points += static_cast<std::size_t>(vertices->coordinates().size());
-    coords += static_cast<std::size_t>(geometry.textureCoords().size());
-    for (const BaMDMaterialGroup* group : geometry.materialGroups()) {
+  void add(const Piece& piece) {
+    points += static_cast<std::size_t>(piece.vertices->coordinates().size());
+    coords += static_cast<std::size_t>(piece.geometry->textureCoords().size());
+    for (const BaMDMaterialGroup* group : piece.geometry->materialGroups()) {
       textured = textured || group->texturedPolygons().count() > 0 ||
                  group->texturedTriangleStrips().count() > 0;
       _addPolygons(group->polygons());
@@ -61,10 +80,8 @@ struct Amount {
 
 class Gatherer {
  public:
-  Gatherer(const BaModelData& model_data, float scale_factor, const Amount& amount)
-      : _model_data(model_data),
-        _scale(static_cast<double>(scale_factor)),
-        _textured(amount.textured) {
+  Gatherer(float scale_factor, const Amount& amount)
+      : _scale(static_cast<double>(scale_factor)), _textured(amount.textured) {
     _faces.points.reserve(3 * amount.points);
     _faces.uvs.reserve(2 * amount.coords);
     _faces.corners.reserve(amount.corners);
@@ -72,18 +89,16 @@ class Gatherer {
     _faces.face_materials.reserve(amount.faces);
   }
 
-  void addGeometry(const BaMDGeometry& geometry, int body, const KFbxXMatrix& to_mesh) {
-    const BaMDVertices* vertices = _model_data.vertexSetByName(geometry.verticesName());
-    if (vertices == nullptr || !geometry.hasPolygons()) return;  // bones only
+  void add(const Piece& piece, const KFbxXMatrix& to_mesh) {
     _first_point = static_cast<int>(_faces.pointCount());
     _first_uv = static_cast<int>(_faces.uvs.size() / 2);
-    _faces.parts.push_back({body, vertices, _first_point});
-    _addPoints(*vertices, to_mesh);
-    for (const BaTextureCoords& coords : geometry.textureCoords()) {
+    _faces.parts.push_back({static_cast<int>(piece.body), piece.vertices, _first_point});
+    _addPoints(*piece.vertices, to_mesh);
+    for (const BaTextureCoords& coords : piece.geometry->textureCoords()) {
       _faces.uvs.push_back(static_cast<double>(coords.u));
       _faces.uvs.push_back(static_cast<double>(coords.v));
     }
-    for (const BaMDMaterialGroup* group : geometry.materialGroups()) _addGroup(*group);
+    for (const BaMDMaterialGroup* group : piece.geometry->materialGroups()) _addGroup(*group);
   }
 
   Faces take() { return std::move(_faces); }
@@ -159,7 +174,6 @@ class Gatherer {
     return entry->second;
   }
 
-  const BaModelData& _model_data;
   double _scale;
   bool _textured;
   Faces _faces;
@@ -174,17 +188,10 @@ class Gatherer {
 
 Faces GatherFaces(const BaModelData& model_data, const std::vector<MeshBody>& bodies,
                   float scale_factor) {
+  const std::vector<Piece> pieces = PiecesOf(model_data, bodies);
   Amount amount;
-  for (const MeshBody& body : bodies) {
-    for (const BaMDGeometry* geometry : model_data.geometriesOf(body.body->name())) {
-      amount.add(model_data.vertexSetByName(geometry->verticesName()), *geometry);
-    }
-  }
-  Gatherer gatherer(model_data, scale_factor, amount);
-  for (std::size_t i = 0; i < bodies.size(); ++i) {
-    for (const BaMDGeometry* geometry : model_data.geometriesOf(bodies[i].body->name())) {
-      gatherer.addGeometry(*geometry, static_cast<int>(i), bodies[i].to_mesh);
-    }
-  }
+  for (const Piece& piece : pieces) amount.add(piece);
+  Gatherer gatherer(scale_factor, amount);
+  for (const Piece& piece : pieces) gatherer.add(piece, bodies[piece.body].to_mesh);
   return gatherer.take();
 }

@@ -13,6 +13,12 @@ namespace {
 
 std::uint64_t HashOf(const char* name) { return BtHashOf(std::string_view(name)); }
 
+auto HasName(const std::vector<KFbxNode*>& nodes, const char* name) {
+  return [&nodes, name](int i) {
+    return std::strcmp(nodes[static_cast<std::size_t>(i)]->GetName(), name) == 0;
+  };
+}
+
 }  // namespace
 
 const KFbxXMatrix& KFbxSceneEvaluator::GetNodeGlobalTransform(KFbxNode* node, KTime /*time*/) {
@@ -34,9 +40,7 @@ KFbxScene::KFbxScene(KFbxSdkManager* manager, const BtStr& name)
 
 KFbxNode* KFbxScene::FindNodeByName(const char* name) const {
   if (name == nullptr) return nullptr;
-  const int place = _nodes_by_name.find(HashOf(name), [this, name](int i) {
-    return std::strcmp(_nodes[static_cast<std::size_t>(i)]->GetName(), name) == 0;
-  });
+  const int place = _nodes_by_name.find(HashOf(name), HasName(_nodes, name));
   return place < 0 ? nullptr : _nodes[static_cast<std::size_t>(place)];
 }
 
@@ -48,9 +52,11 @@ KFbxNode* KFbxNode::Create(KFbxScene* scene, const BtStr& name) {
 }
 
 void KFbxScene::_indexNode(KFbxNode* node) {
-  if (FindNodeByName(node->GetName()) != nullptr) return;
-  _nodes_by_name.insert(HashOf(node->GetName()), static_cast<int>(_nodes.size()));
-  _nodes.push_back(node);
+  const char* name = node->GetName();
+  const int place = static_cast<int>(_nodes.size());
+  if (_nodes_by_name.findOrInsert(HashOf(name), HasName(_nodes, name), place) == place) {
+    _nodes.push_back(node);
+  }
 }
 
 bool KFbxScene::AddPose(KFbxPose* pose) {
