@@ -40,15 +40,18 @@ struct Extent {
   double distance = 0.0;
 
   explicit Extent(const std::vector<double>& points) {
+    low.fill(std::numeric_limits<double>::max());
+    Place high;
+    high.fill(std::numeric_limits<double>::lowest());
+    for (std::size_t i = 0; i < points.size(); i += 3) {
+      for (std::size_t k = 0; k < 3; ++k) {
+        low[k] = std::min(low[k], points[i + k]);
+        high[k] = std::max(high[k], points[i + k]);
+      }
+    }
     double square = 0.0;
     for (std::size_t k = 0; k < 3; ++k) {
-      low[k] = std::numeric_limits<double>::max();
-      double high = std::numeric_limits<double>::lowest();
-      for (std::size_t i = k; i < points.size(); i += 3) {
-        low[k] = std::min(low[k], points[i]);
-        high = std::max(high, points[i]);
-      }
-      if (high > low[k]) square += (high - low[k]) * (high - low[k]);
+      if (high[k] > low[k]) square += (high[k] - low[k]) * (high[k] - low[k]);
     }
     distance = kCoincidence * std::sqrt(square);
   }
@@ -74,11 +77,15 @@ class Grid {
   // Calls visit(cell) for all cells within reach, two in each direction at most.
   template <class Visit>
   void forEachNear(const Place& p, Visit visit) const {
-    const auto low = [&](std::size_t k) { return _place(p[k] - _reach, k); };
-    const auto high = [&](std::size_t k) { return _place(p[k] + _reach, k); };
-    for (int x = low(0); x <= high(0); ++x) {
-      for (int y = low(1); y <= high(1); ++y) {
-        for (int z = low(2); z <= high(2); ++z) visit(_hash(x, y, z));
+    std::array<int, 3> low = {};
+    std::array<int, 3> high = {};
+    for (std::size_t k = 0; k < 3; ++k) {
+      low[k] = _place(p[k] - _reach, k);
+      high[k] = _place(p[k] + _reach, k);
+    }
+    for (int x = low[0]; x <= high[0]; ++x) {
+      for (int y = low[1]; y <= high[1]; ++y) {
+        for (int z = low[2]; z <= high[2]; ++z) visit(_hash(x, y, z));
       }
     }
   }
