@@ -249,27 +249,32 @@ void FbxDiffer::_compareNode(const FbxNodeFacts& a, const FbxNodeFacts& b) {
 }
 
 void FbxDiffer::_compareSettings() {
-  ForEachPair(SettingsOf(_a), SettingsOf(_b),
-              [this](const FbxPropertyText* a, const FbxPropertyText* b) {
-                _compare("settings-changed", "scene", (a != nullptr ? a : b)->name,
-                         a != nullptr ? a->text : "none", b != nullptr ? b->text : "none");
-              });
+  const auto visit = [this](const FbxPropertyText* a, const FbxPropertyText* b) {
+    if (a != nullptr) {
+      _compare("settings-changed", "scene", a->name, a->text, b == nullptr ? "none" : b->text);
+    } else if (b != nullptr) {
+      _add("settings-changed", "scene", b->name, "none", b->text);
+    }
+  };
+  ForEachPair(SettingsOf(_a), SettingsOf(_b), visit);
 }
 
 void FbxDiffer::_compareProperties(const FbxNodeFacts& a, const FbxNodeFacts& b) {
   const auto told = [](const FbxPropertyText& property) {
     return property.name + " " + property.text;
   };
+  const auto visit = [&](const FbxPropertyText* in_a, const FbxPropertyText* in_b) {
+    if (in_a != nullptr && in_b != nullptr) {
+      const bool is_near = !in_a->numbers.empty() && _near(in_a->numbers, in_b->numbers);
+      if (!is_near) _compare("property-changed", "node", a.name, told(*in_a), told(*in_b));
+    } else if (in_a != nullptr) {
+      _add("property-removed", "node", a.name, told(*in_a), "");
+    } else if (in_b != nullptr) {
+      _add("property-added", "node", a.name, "", told(*in_b));
+    }
+  };
   ForEachPair(UserPropertiesOf(_a.records, a.record), UserPropertiesOf(_b.records, b.record),
-              [&](const FbxPropertyText* in_a, const FbxPropertyText* in_b) {
-                if (in_b == nullptr) {
-                  _add("property-removed", "node", a.name, told(*in_a), "");
-                } else if (in_a == nullptr) {
-                  _add("property-added", "node", a.name, "", told(*in_b));
-                } else if (in_a->numbers.empty() || !_near(in_a->numbers, in_b->numbers)) {
-                  _compare("property-changed", "node", a.name, told(*in_a), told(*in_b));
-                }
-              });
+              visit);
 }
 
 void FbxDiffer::_compareMesh(const FbxMeshFacts& a_facts, const FbxMeshFacts& b_facts) {

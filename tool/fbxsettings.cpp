@@ -13,31 +13,40 @@ constexpr int kFirstTypedVersion = 7000;  // properties have two words for their
 
 using PropertiesByName = std::map<std::string, FbxPropertyText>;
 
-// Calls visit(property, flags) for each property of an object.
-template <class Visit>
-void ForEachProperty(const FbxRecordFile& file, std::size_t object, Visit visit) {
+// A property with the word that tells whose it is.
+struct FlaggedProperty {
+  FbxPropertyText property;
+  std::string_view flags;
+};
+
+// Values stand behind the flags, which are the value `flags_at`.
+FlaggedProperty ReadProperty(const FbxRecordFile::Record& record, std::size_t flags_at) {
+  FlaggedProperty read;
+  FbxPropertyText& property = read.property;
+  FbxValueCursor cursor(record.values);
+  FbxReadValue value;
+  for (std::size_t i = 0; cursor.next(&value); ++i) {
+    if (i == 0) property.name = value.bytes;
+    if (i == flags_at) read.flags = value.bytes;
+    if (i <= flags_at) continue;
+    const bool is_text = value.code == 'S' || value.code == 'R';
+    if (!is_text) property.numbers.push_back(value.number);
+    property.text += (property.text.empty() ? "" : " ") +
+                     (is_text ? std::string(value.bytes) : Short(value.number));
+  }
+  return read;
+}
+
+// Those of an object, by its record.
+std::vector<FlaggedProperty> PropertiesOf(const FbxRecordFile& file, std::size_t object) {
   const bool is_typed = file.version() >= kFirstTypedVersion;
-  const std::size_t list = object == FbxRecordFile::kNone
-                               ? object
-                               : file.child(object, is_typed ? "Properties70" : "Properties60");
-  if (list == FbxRecordFile::kNone) return;
-  const std::size_t flags_at = is_typed ? 3 : 2;
+  const std::size_t list = file.child(object, is_typed ? "Properties70" : "Properties60");
+  std::vector<FlaggedProperty> properties;
+  if (list == FbxRecordFile::kNone) return properties;
   file.forEachChild(list, [&](std::size_t record) {
-    FbxValueCursor cursor(file[record].values);
-    FbxPropertyText property;
-    std::string_view flags;
-    FbxReadValue value;
-    for (std::size_t i = 0; cursor.next(&value); ++i) {
-      if (i == 0) property.name = value.bytes;
-      if (i == flags_at) flags = value.bytes;
-      if (i <= flags_at) continue;
-      const bool is_text = value.code == 'S' || value.code == 'R';
-      if (!is_text) property.numbers.push_back(value.number);
-      property.text += (property.text.empty() ? "" : " ") +
-                       (is_text ? std::string(value.bytes) : Short(value.number));
-    }
-    visit(std::move(property), flags);
+    properties.push_back(ReadProperty(file[record], is_typed ? 3 : 2));
   });
+  return properties;
 }
 
 // Takes the number of a property out of those that are left.
@@ -75,9 +84,10 @@ std::string SecondsText(const std::string& name, PropertiesByName* properties) {
 
 std::vector<FbxPropertyText> UserPropertiesOf(const FbxRecordFile& file, std::size_t object) {
   std::vector<FbxPropertyText> properties;
-  ForEachProperty(file, object, [&](FbxPropertyText property, std::string_view flags) {
-    if (flags.find('U') != std::string_view::npos) properties.push_back(std::move(property));
-  });
+  for (FlaggedProperty& read : PropertiesOf(file, object)) {
+    const bool is_users = read.flags.find('U') != std::string_view::npos;
+    if (is_users) properties.push_back(std::move(read.property));
+  }
   return properties;
 }
 
@@ -90,10 +100,10 @@ std::vector<FbxPropertyText> SettingsOf(const FbxContents& contents) {
   }
   if (settings == FbxRecordFile::kNone) return {};
   PropertiesByName rest;
-  ForEachProperty(file, settings, [&rest](FbxPropertyText property, std::string_view /*flags*/) {
-    std::string name = property.name;
-    rest.try_emplace(std::move(name), std::move(property));
-  });
+  for (FlaggedProperty& read : PropertiesOf(file, settings)) {
+    std::string name = read.property.name;
+    rest.try_emplace(std::move(name), std::move(read.property));
+  }
   std::vector<FbxPropertyText> texts;
   texts.push_back({"axes",
                    "up " + AxisText("UpAxis", &rest) + ", front " + AxisText("FrontAxis", &rest) +

@@ -95,6 +95,7 @@ class ManyRuns {
 
  private:
   void _add(const ManyRow& row, const OwnRun& run);
+  void _addAnswer(const ManyRow& row, const OwnRun& run);
   void _addToTable(const std::string& name, std::size_t result, const std::string& told,
                    const std::string& summary);
   void _print() const;
@@ -118,29 +119,28 @@ void ManyRuns::_addToTable(const std::string& name, std::size_t result, const st
              result == 0 ? Style::Plain : Style::Error);
 }
 
+void ManyRuns::_addAnswer(const ManyRow& row, const OwnRun& run) {
+  Json answer = Json::parse(run.out, nullptr, false);
+  _answers.push_back({{"name", row.name},
+                      {"status", run.signal != 0 ? kExitTrouble : run.status},
+                      {"signal", run.signal == 0 ? Json(nullptr) : Json(run.signal)},
+                      {"messages", run.err.empty() ? Json(nullptr) : Json(run.err)},
+                      {"answer", answer.is_discarded() ? Json(nullptr) : std::move(answer)}});
+}
+
 void ManyRuns::_add(const ManyRow& row, const OwnRun& run) {
   _status = std::max(_status, run.signal != 0 ? kExitTrouble : run.status);
-  if (_arguments.json) {
-    Json answer = Json::parse(run.out, nullptr, false);
-    _answers.push_back({{"name", row.name},
-                        {"status", run.signal != 0 ? kExitTrouble : run.status},
-                        {"signal", run.signal == 0 ? Json(nullptr) : Json(run.signal)},
-                        {"messages", run.err.empty() ? Json(nullptr) : Json(run.err)},
-                        {"answer", answer.is_discarded() ? Json(nullptr) : std::move(answer)}});
-    return;
-  }
-  const bool is_good = run.signal == 0 && run.status == kExitGood;
-  if (_arguments.verbose || (!is_good && !_arguments.quiet)) {
+  if (_arguments.json) return _addAnswer(row, run);
+  const std::size_t result = ResultOf(_kind, run);
+  if (_arguments.verbose || (result != 0 && !_arguments.quiet)) {
     std::cout << Styled(Style::Title, row.name) << "\n" << run.out << std::flush;
     std::cerr << run.err;
     std::cout << "\n";
   }
-  const std::size_t result = ResultOf(_kind, run);
   const std::string told = run.signal == 0 ? std::string(_kind.results[result])
                                            : "crashed (signal " + std::to_string(run.signal) + ")";
-  const bool is_told_above = is_good || run.err.empty();
-  _addToTable(row.name, result, told,
-              is_told_above ? _kind.summary(run.out) : ComplaintOf(run.err));
+  const bool has_answer = result < kExitTrouble || run.err.empty();
+  _addToTable(row.name, result, told, has_answer ? _kind.summary(run.out) : ComplaintOf(run.err));
 }
 
 void ManyRuns::_print() const {
