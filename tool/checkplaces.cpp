@@ -227,23 +227,22 @@ BtPlace NamelessRecord(const TextRecords& text, std::string_view key) {
   return record == nullptr ? BtPlace() : text.placeOf(*record);
 }
 
+BtPlace LatePlace(const TextRecords& text, const Finding& finding) {
+  const std::string_view code = finding.kind->code;
+  if (code == "variable-overlap") return NamelessRecord(text, "INCLUDE");
+  if (code == "variable-count") return NamelessRecord(text, "VARIABLES");
+  if (code != "vertex-duplicate" && code != "polygon-degenerate") return WrongIndex(text, finding);
+  return finding.where.line == 0 ? text.repeatedPosition() : BtPlace();
+}
+
 // What readers notice at the end of a file only, or behind it.
 void Placer::_placeLateFaults(Finding* finding) {
   const TextRecords& text = _textOf(*finding);
-  const std::string_view code = finding->kind->code;
-  BtPlace place;
+  BtPlace place = LatePlace(text, *finding);
   if (finding->text.find("Hit end of file without reading") != std::string::npos) {
     place = text.openBlock();
     finding->text += finding->text.ends_with('.') ? "" : ".";
     finding->text += " A closing brace is missing before this line, or the file is cut off.";
-  } else if (code == "variable-overlap") {
-    place = NamelessRecord(text, "INCLUDE");
-  } else if (code == "variable-count") {
-    place = NamelessRecord(text, "VARIABLES");
-  } else if (code == "vertex-duplicate" || code == "polygon-degenerate") {
-    if (finding->where.line == 0) place = text.repeatedPosition();
-  } else {
-    place = WrongIndex(text, *finding);
   }
   if (place.source != nullptr) finding->where = _finder.find(place);
 }
