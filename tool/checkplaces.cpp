@@ -229,7 +229,8 @@ BtPlace NamelessRecord(const TextRecords& text, std::string_view key) {
 
 BtPlace LatePlace(const TextRecords& text, const Finding& finding) {
   const std::string_view code = finding.kind->code;
-  if (code == "variable-overlap") return NamelessRecord(text, "INCLUDE");
+  const bool is_included = code == "body-mapped-twice" && finding.where.line == 0;
+  if (code == "variable-overlap" || is_included) return NamelessRecord(text, "INCLUDE");
   if (code == "variable-count") return NamelessRecord(text, "VARIABLES");
   if (code != "vertex-duplicate" && code != "polygon-degenerate") return WrongIndex(text, finding);
   return finding.where.line == 0 ? text.repeatedPosition() : BtPlace();
