@@ -5,8 +5,8 @@
 
 class BaLight : public Ba_LightRecord {
  public:
-  BaLight() : Ba_LightRecord(kForm) {}
+  BaLight() : Ba_LightRecord(_form) {}
 
  private:
-  static const Form kForm;
+  static const Form _form;
 };

@@ -5,8 +5,8 @@
 
 class BaLightingModel : public Ba_LightRecord {
  public:
-  BaLightingModel() : Ba_LightRecord(kForm) {}
+  BaLightingModel() : Ba_LightRecord(_form) {}
 
  private:
-  static const Form kForm;
+  static const Form _form;
 };

@@ -38,5 +38,5 @@ class BtShared {
 
  private:
   // Packed, to leave no gap behind three floats.
-  [[gnu::packed]] alignas(float) T* _object = nullptr;
+  [[gnu::packed, gnu::aligned(alignof(float))]] T* _object = nullptr;
 };

@@ -1,6 +1,6 @@
 #include "Ba/balight.h"
 
-const BaLight::Form BaLight::kForm = {"I  ",
+const BaLight::Form BaLight::_form = {"I  ",
                                       "light",
                                       &Ba_LightAttrInfo::light_code,
                                       "Unable to read light id.",

@@ -1,6 +1,6 @@
 #include "Ba/balightingmodel.h"
 
-const BaLightingModel::Form BaLightingModel::kForm = {
+const BaLightingModel::Form BaLightingModel::_form = {
     "G  ",
     "lighting model",
     &Ba_LightAttrInfo::model_code,
