@@ -10,7 +10,7 @@
 #include "Bt/btexcept.h"
 #include "arguments.h"
 #include "conversion.h"
-#include "inputs.h"
+#include "messages.h"
 #include "objects.h"
 #include "options.h"
 

@@ -17,7 +17,7 @@
 #include "arguments.h"
 #include "bttextfile.h"
 #include "cancel.h"
-#include "inputs.h"
+#include "messages.h"
 #include "motionfiles.h"
 #include "progress.h"
 #include "save.h"

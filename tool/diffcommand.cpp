@@ -9,6 +9,7 @@
 #include "delivery.h"
 #include "differences.h"
 #include "fbxfacts.h"
+#include "inputs.h"
 #include "json.h"
 #include "manyfiles.h"
 #include "style.h"

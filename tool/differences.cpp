@@ -11,7 +11,7 @@
 #include "Bt/bthash.h"
 #include "bapicturefile.h"
 #include "geometry.h"
-#include "inputs.h"
+#include "messages.h"
 #include "namedpairs.h"
 #include "shapedifferences.h"
 #include "style.h"

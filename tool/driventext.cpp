@@ -1,6 +1,6 @@
 #include "driventext.h"
 
-#include "inputs.h"
+#include "messages.h"
 #include "style.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "inputs.h"
+#include "messages.h"
 #include "modelfacts.h"
 
 struct FbxFacts;

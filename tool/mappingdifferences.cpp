@@ -5,7 +5,7 @@
 
 #include "Ba/bamapping.h"
 #include "differences.h"
-#include "inputs.h"
+#include "messages.h"
 #include "style.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include "Bt/bthash.h"
 #include "bapicturefile.h"
 #include "geometry.h"
-#include "inputs.h"
+#include "messages.h"
 #include "picturefile.h"
 
 namespace {

@@ -7,7 +7,7 @@
 
 #include "Ba/baframe.h"
 #include "Ba/bamodel.h"
-#include "inputs.h"
+#include "messages.h"
 
 class BaMotion;
 class SourceFiles;

@@ -6,8 +6,10 @@
 #include "Ba/bamotion.h"
 #include "arguments.h"
 #include "driventext.h"
+#include "inputs.h"
 #include "json.h"
 #include "motionfiles.h"
+#include "style.h"
 #include "texttable.h"
 
 namespace {

@@ -5,6 +5,7 @@
 #include "Ba/bamodel.h"
 #include "Ba/bamotion.h"
 #include "arguments.h"
+#include "inputs.h"
 #include "modelfacts.h"
 #include "motionfiles.h"
 #include "rangeofmotion.h"

@@ -8,7 +8,7 @@
 
 #include "Bt/btexcept.h"
 #include "cancel.h"
-#include "inputs.h"
+#include "style.h"
 
 namespace {
 

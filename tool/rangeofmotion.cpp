@@ -7,7 +7,7 @@
 #include "Ba/bamotion.h"
 #include "Bt/btexcept.h"
 #include "Bt/bthash.h"
-#include "inputs.h"
+#include "messages.h"
 #include "style.h"
 
 namespace {

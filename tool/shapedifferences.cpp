@@ -8,7 +8,7 @@
 #include "Ba/bamodeldatapolyset.h"
 #include "Bt/bthash.h"
 #include "geometry.h"
-#include "inputs.h"
+#include "messages.h"
 #include "placeindex.h"
 #include "style.h"
 

@@ -9,8 +9,6 @@
 #include <cstdlib>
 #include <optional>
 
-#include "inputs.h"
-
 namespace {
 
 std::optional<std::array<bool, 2>> kept_terminals;
@@ -48,6 +46,14 @@ std::string Uncoloured(std::string_view text) {
     }
   }
   return plain;
+}
+
+std::string Printable(std::string_view text) {
+  std::string result(text);
+  std::replace_if(
+      result.begin(), result.end(),
+      [](char c) { return static_cast<unsigned char>(c) < ' ' || c == '\x7F'; }, '?');
+  return result;
 }
 
 std::string LowerCase(std::string_view text) {

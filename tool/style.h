@@ -12,6 +12,8 @@ bool IsOnTerminal(int stream);
 void KeepTerminals();
 // True when standard output is a terminal and NO_COLOR is not set.
 bool UseColour();
+// `text` with control characters replaced, so that it cannot steer a terminal or break a line.
+std::string Printable(std::string_view text);
 // `text`, coloured if wanted. Control characters in it are replaced.
 std::string Styled(Style style, std::string_view text);
 // `text` without its colours.

@@ -11,7 +11,7 @@
 #include "Ba/bamapping.h"
 #include "Bt/bthash.h"
 #include "geometry.h"
-#include "inputs.h"
+#include "messages.h"
 #include "silhouette.h"
 #include "utf8.h"
 

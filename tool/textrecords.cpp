@@ -15,7 +15,7 @@
 #include "Bt/btscan.h"
 #include "bamodelheader.h"
 #include "btviewstream.h"
-#include "inputs.h"
+#include "messages.h"
 #include "where.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "inputs.h"
+#include "messages.h"
 #include "style.h"
 
 inline void PrintTitle(const char* title, std::ostream& os) {

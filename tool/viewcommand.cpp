@@ -15,7 +15,7 @@
 #include "arguments.h"
 #include "checkedfiles.h"
 #include "checktext.h"
-#include "inputs.h"
+#include "messages.h"
 #include "motionfiles.h"
 #include "outputfile.h"
 #include "save.h"

@@ -7,7 +7,6 @@
 
 #include "Bt/btexcept.h"
 #include "bttextfile.h"
-#include "inputs.h"
 #include "style.h"
 
 namespace {
@@ -89,10 +88,10 @@ void WhereFinder::_locate(const Text& text, const BtPlace& place, Where* where) 
 Where WhereFinder::find(const BtPlace& place) {
   Where where;
   if (place.source == nullptr) return where;
-  where.file = ::Text(place.source->name);
+  where.file = std::string(place.source->name.view());
   for (const BtSource* by = place.source->included_by.get(); by != nullptr;
        by = by->included_by.get()) {
-    where.included_by.push_back(::Text(by->name));
+    where.included_by.emplace_back(by->name.view());
   }
   if (place.offset >= 0) _locate(_textOf(where.file), place, &where);
   return where;
