@@ -347,10 +347,9 @@ TEST(KFbxExporter, EmbedsPicturesOrWarns) {
 }
 
 TEST(KFbxExporter, RefusesScenesThatContradictThemselves) {
-  using Ints = std::vector<std::int32_t>;
-  const Ints one_triangle = {0, 1, -3};
-  const Ints two_materials = {0, 0};
-  const Ints no_such_material = {2};
+  const std::vector<std::int32_t> one_triangle = {0, 1, -3};
+  const std::vector<std::int32_t> two_materials = {0, 0};
+  const std::vector<std::int32_t> no_such_material = {2};
   const std::pair<const char*, std::function<void(TestScene&)>> cases[] = {
       {"its transform is not finite",
        [](TestScene& s) { s.head->LclTranslation.Set(KFbxVector4(0, INFINITY, 0)); }},
@@ -359,13 +358,13 @@ TEST(KFbxExporter, RefusesScenesThatContradictThemselves) {
       {"a corner names a point that is not there",
        [](TestScene& s) { s.mesh->GetControlPoints().resize(15); }},
       {"its last polygon has no end",
-       [](TestScene& s) { s.mesh->SetPolygons(Ints(3, 0), Ints(1, 0)); }},
+       [](TestScene& s) { s.mesh->SetPolygons(std::vector<std::int32_t>(3), {0}); }},
       {"its polygons and their materials differ in number",
        [&](TestScene& s) { s.mesh->SetPolygons(one_triangle, two_materials); }},
       {"a polygon names a material that is not there",
        [&](TestScene& s) { s.mesh->SetPolygons(one_triangle, no_such_material); }},
       {"its corners and their texture coordinates differ in number",
-       [&](TestScene& s) { s.mesh->SetPolygons(one_triangle, Ints(1, 0)); }},
+       [&](TestScene& s) { s.mesh->SetPolygons(one_triangle, {0}); }},
       {"a corner names a texture coordinate that is not there",
        [](TestScene& s) { s.mesh->SetUVs("map1", std::vector(2, 0.0)); }},
       {"its normals are not one for each place",
