@@ -75,7 +75,6 @@ bool Save(const Settings& settings, const SourceFiles& sources, KFbxSdkManager* 
     return Fail("Unable to save the fbx.", listener);
   }
   Report(listener);  // warnings of the save
-  listener->onSaved();
   return true;
 }
 

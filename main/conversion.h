@@ -19,8 +19,6 @@ class ConversionListener {
   // A mapping that does not turn each of its bodies about each axis once is an assertion failure
   // from here on. False, with what is wrong told already, ends the conversion.
   virtual bool onMapping(const BaUnlockedMapping& /*mapping*/) { return true; }
-  // The file is in its place. What is left to do is to give memory back.
-  virtual void onSaved() {}
 };
 
 // Runs the steps of a conversion in their order, from files to file. False after an error, an older

@@ -24,13 +24,6 @@ void KeepMemory() {
   mallopt(M_MXFAST, 0);  // small pieces are joined as they are freed, not all in one search
 }
 
-// Ends the program when all is done: the system takes back the memory of a million bodies at once,
-// while giving it back piece by piece would take a thirtieth of the time of the conversion.
-class ProgramListener : public ConversionListener {
- public:
-  void onSaved() override { std::exit(EXIT_SUCCESS); }
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -45,6 +38,6 @@ int main(int argc, char** argv) {
   Settings settings;
   if (!ParseOptions(argc, argv, &settings)) return EXIT_FAILURE;
   InstallCancel();
-  ProgramListener listener;
+  ConversionListener listener;
   return Convert(settings, &listener) ? EXIT_SUCCESS : EXIT_FAILURE;
 }

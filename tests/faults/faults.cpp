@@ -77,8 +77,9 @@ int ArmAndRun(int argc, char** argv, char** environment) {
     const rlimit space = {static_cast<rlim_t>(fault.number) * 1024, RLIM_INFINITY};
     setrlimit(RLIMIT_AS, &space);
   }
-  std::atexit(WriteCount);
-  return real_main(argc, argv, environment);
+  const int status = real_main(argc, argv, environment);
+  WriteCount();
+  return status;
 }
 
 }  // namespace
