@@ -51,6 +51,7 @@ struct BoneFits {
 // Children that no bone leads to, where a bone leads to no child.
 void AddChildren(const BaBody& body, double tolerance, BoneFits* fits) {
   std::vector<const BaBody*> children;
+  children.reserve(static_cast<std::size_t>(body.numChildren()));
   for (int i = 0; i < body.numChildren(); ++i) children.push_back(body.child(i));
   std::vector<const BaBone*> ends(body.bones().begin(), body.bones().end());
   const auto is_at = [tolerance](const BaBone* bone, const BaBody* child) {

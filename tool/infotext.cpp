@@ -199,6 +199,28 @@ void PrintMeshes(const FbxFacts& facts, std::ostream& os) {
   table.printOn(os);
 }
 
+void PrintFbxMaterials(const FbxFacts& facts, std::ostream& os) {
+  if (!facts.materials.empty()) PrintTitle("Materials", os);
+  for (const FbxMaterialFacts& material : facts.materials) {
+    os << "  " << Styled(Style::Plain, material.name) << "\n";
+    for (const auto& [name, values] : material.properties) {
+      os << "    " << Padded(name, 20) << Numbers(values) << "\n";
+    }
+  }
+}
+
+void PrintFbxPictures(const FbxFacts& facts, std::ostream& os) {
+  if (!facts.textures.empty()) PrintTitle("Textures", os);
+  for (const FbxTextureFacts& texture : facts.textures) {
+    std::string uses;
+    for (const std::string& use : texture.uses) uses += (uses.empty() ? " of " : ", ") + use;
+    os << "  " << Printable(texture.file + uses) << "\n";
+  }
+  for (const FbxVideoFacts& video : facts.videos) {
+    os << "  " << Printable(video.file) << ": " << video.embedded_bytes << " bytes embedded\n";
+  }
+}
+
 std::string TransformText(const BaUnlockedTransform& transform) {
   if (!transform.isCombination()) {
     const int variable = transform.exists() ? transform.sysVarId() : 0;
@@ -237,22 +259,8 @@ void PrintText(const FbxFacts& facts, bool tree_only, std::ostream& os) {
   PrintFbxSummary(facts, os);
   if (!facts.nodes.empty()) PrintNodes(facts, os);
   if (!facts.meshes.empty()) PrintMeshes(facts, os);
-  if (!facts.materials.empty()) PrintTitle("Materials", os);
-  for (const FbxMaterialFacts& material : facts.materials) {
-    os << "  " << Styled(Style::Plain, material.name) << "\n";
-    for (const auto& [name, values] : material.properties) {
-      os << "    " << Padded(name, 20) << Numbers(values) << "\n";
-    }
-  }
-  if (!facts.textures.empty()) PrintTitle("Textures", os);
-  for (const FbxTextureFacts& texture : facts.textures) {
-    std::string uses;
-    for (const std::string& use : texture.uses) uses += (uses.empty() ? " of " : ", ") + use;
-    os << "  " << Printable(texture.file + uses) << "\n";
-  }
-  for (const FbxVideoFacts& video : facts.videos) {
-    os << "  " << Printable(video.file) << ": " << video.embedded_bytes << " bytes embedded\n";
-  }
+  PrintFbxMaterials(facts, os);
+  PrintFbxPictures(facts, os);
 }
 
 void PrintText(const BaUnlockedMapping& mapping, std::ostream& os) {
