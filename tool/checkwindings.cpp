@@ -11,32 +11,52 @@ namespace {
 
 struct Face {
   const BaBody* body;
+  Point centre;
   std::array<float, 3> corner;  // the first
   std::vector<int> places;      // of all
   bool is_double = false;       // one in front of it is the same
 };
 
-std::vector<Face> FacesOf(const CheckInput& input) {
+struct Surface {
+  std::vector<Face> faces;
+  std::vector<Point> places;
+};
+
+Point CentreOf(const std::vector<Point>& points) {
+  Point sum = {};
+  for (const Point& p : points) {
+    for (std::size_t axis = 0; axis < 3; ++axis) sum[axis] += p[axis];
+  }
+  for (double& c : sum) c /= static_cast<double>(points.size());
+  return sum;
+}
+
+Surface SurfaceOf(const CheckInput& input) {
   const Box box = BoxOfFaces(input);
   if (!(GridOf(box) > 0)) return {};
-  std::vector<Face> faces;
+  Surface surface;
   BtHashSet<std::string> seen;
   PlaceJoiner joiner(*box.min, GridOf(box));
   ForEachWorldFace(
       input, [&](const BaBody& body, const BaVertex& corner, std::vector<Point> points) {
-        Face face = {&body, {}, {}};
+        Face face = {&body, CentreOf(points), {}, {}};
         std::copy_n(corner.position(), 3, face.corner.begin());
-        for (const Point& p : points) face.places.push_back(joiner.placeOf(p));
+        for (const Point& p : points) {
+          face.places.push_back(joiner.placeOf(p));
+          const bool is_new = face.places.back() == static_cast<int>(surface.places.size());
+          if (is_new) surface.places.push_back(p);
+        }
         std::rotate(points.begin(), std::min_element(points.begin(), points.end()), points.end());
         const auto* const bytes = reinterpret_cast<const char*>(points.data());
         face.is_double = !seen.emplace(bytes, points.size() * sizeof(Point)).second;
-        faces.push_back(std::move(face));
+        surface.faces.push_back(std::move(face));
       });
-  return faces;
+  return surface;
 }
 
 // The first two faces at an edge, and how many there are.
 struct Edge {
+  std::uint32_t ends[2] = {};  // places, the lower one first
   int faces[2] = {};
   bool forwards[2] = {};  // whether they go from the lower place to the higher one
   int count = 0;
@@ -54,7 +74,7 @@ std::vector<Edge> EdgesOf(const std::vector<Face>& faces) {
       if (a == b) continue;
       const std::uint64_t key = std::uint64_t{std::min(a, b)} << 32U | std::max(a, b);
       const auto [entry, is_new] = index.try_emplace(key, edges.size());
-      if (is_new) edges.emplace_back();
+      if (is_new) edges.push_back({{std::min(a, b), std::max(a, b)}});
       Edge& edge = edges[entry->second];
       const int number = edge.count++;
       if (number >= 2) continue;
@@ -91,13 +111,32 @@ class Patches {
   std::vector<int> _sizes;
 };
 
+// The way from an edge to the centre of one of its faces, at a right angle to the edge; its length
+// is that of the edge, squared, times the distance.
+Point WayInto(int face, const Edge& edge, const Surface& surface) {
+  const Point& start = surface.places[edge.ends[0]];
+  const Point along = surface.places[edge.ends[1]] - start;
+  const Point way = surface.faces[static_cast<std::size_t>(face)].centre - start;
+  return Cross(Cross(along, way), along);
+}
+
+// Whether the faces lie nearly on each other, as layers that begin at one seam do: both may be
+// right.
+bool IsFold(const Edge& edge, const Surface& surface) {
+  constexpr double kCosine = 0.9;
+  const Point a = WayInto(edge.faces[0], edge, surface);
+  const Point b = WayInto(edge.faces[1], edge, surface);
+  return Dot(a, b) > kCosine * Length(a) * Length(b);
+}
+
 // Of two patches that face opposite ways, the smaller one is wrong.
-BtHashSet<int> FlippedPatches(const std::vector<Edge>& edges, Patches* patches) {
+BtHashSet<int> FlippedPatches(const Surface& surface, Patches* patches) {
+  const std::vector<Edge> edges = EdgesOf(surface.faces);
   std::vector<const Edge*> breaks;
   for (const Edge& edge : edges) {
     if (edge.count != 2) continue;
     if (edge.forwards[0] == edge.forwards[1]) {
-      breaks.push_back(&edge);
+      if (!IsFold(edge, surface)) breaks.push_back(&edge);
     } else {
       patches->join(edge.faces[0], edge.faces[1]);
     }
@@ -130,9 +169,10 @@ void AddFaces(const FindingKind* kind, const std::vector<Face>& faces, IsMeant i
 }
 
 void CheckWindings(const CheckInput& input, Findings* findings) {
-  const std::vector<Face> faces = FacesOf(input);
+  const Surface surface = SurfaceOf(input);
+  const std::vector<Face>& faces = surface.faces;
   Patches patches(faces.size());
-  const BtHashSet<int> flipped = FlippedPatches(EdgesOf(faces), &patches);
+  const BtHashSet<int> flipped = FlippedPatches(surface, &patches);
   const auto is_flipped = [&](const Face& face) {
     return flipped.contains(patches.rootOf(static_cast<int>(&face - faces.data())));
   };

@@ -166,6 +166,12 @@ const struct CheckCase {
        "0 20 20\n9 9 9\n11 9 9\n11 11 9\n9 11 9\n9 9 11\n11 9 11\n11 11 11\n9 11 11\n"}},
      kSolid},
     {"polygon-flipped", 0, {{"4 3 2 1", "1 2 3 4"}}, kSolid},
+    // Two layers that begin at one seam.
+    {"",
+     0,
+     {{"\n0 20 20\n", "\n0 20 20\n30 0 0\n30 20 0\n50 0 0\n50 20 0\n50 0 1\n50 20 1\n"},
+      {"4 3 2 1", "4 3 2 1\n9 11 12 10\n9 13 14 10"}},
+     kSolid},
     {"polygon-double", 0, {{"4 3 2 1", "4 3 2 1\n2 1 4 3"}}, kSolid},
     {"number-odd", 0, {{"20 20 20\n", "20 20 1e30\n"}}, kSolid},
     {"number-odd", 0, {{"20 20 20\n", "20 20 1e-42\n"}}, kSolid},
