@@ -1,5 +1,6 @@
 #include "keptpipe.h"
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,9 +8,11 @@
 #include <array>
 #include <cerrno>
 #include <charconv>
+#include <cstring>
 #include <string_view>
 
 #include "inputs.h"
+#include "messages.h"
 
 namespace {
 
@@ -52,6 +55,14 @@ bool CopyAll(int from, int to) {
   }
 }
 
+// Half of what came must not be taken for all of it; a folder cannot be read.
+void MakeUnreadable(int descriptor) {
+  const int folder = open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (folder < 0) return;
+  dup2(folder, descriptor);
+  close(folder);
+}
+
 }  // namespace
 
 void KeepPipe(const std::string& file) {
@@ -60,7 +71,12 @@ void KeepPipe(const std::string& file) {
   if (pipe < 0 || fstat(pipe, &info) != 0) return;
   if (!S_ISFIFO(info.st_mode) && !S_ISSOCK(info.st_mode)) return;
   const int copy = memfd_create("pipe", MFD_CLOEXEC);
-  if (copy < 0) return;
-  if (CopyAll(pipe, copy)) dup2(copy, pipe);
-  close(copy);
+  if (copy >= 0 && CopyAll(pipe, copy)) {
+    dup2(copy, pipe);
+  } else {
+    Complain(file,
+             std::string("What comes through it cannot be kept: ") + std::strerror(errno) + ".");
+    MakeUnreadable(pipe);
+  }
+  if (copy >= 0) close(copy);
 }

@@ -1,7 +1,9 @@
 // Messages of readers say where: file, line, column, and who includes the file.
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <nlohmann/json.hpp>
 
 #include "main/runprogram.h"
@@ -136,14 +138,25 @@ TEST(Where, IncludedFilesAreNamedWithThoseThatIncludeThem) {
 }
 
 TEST(Where, PipesHaveLines) {
-  int ends[2] = {};
-  ASSERT_EQ(pipe(ends), 0);
+  std::signal(SIGXFSZ, SIG_IGN);
   const std::string text = kLegacy + "Q\n";
-  ASSERT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
-  close(ends[1]);
-  const std::string file = "/dev/fd/" + std::to_string(ends[0]);
-  EXPECT_TRUE(RunTool({"check", file}).out.starts_with(Located(file, "12:1"))) << ends[0];
-  close(ends[0]);
+  for (const bool is_kept : {true, false}) {
+    int ends[2] = {};
+    ASSERT_EQ(pipe(ends), 0);
+    ASSERT_EQ(write(ends[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    close(ends[1]);
+    const std::string file = "/dev/fd/" + std::to_string(ends[0]);
+    const rlimit unlimited = {RLIM_INFINITY, RLIM_INFINITY};
+    const rlimit limit = {is_kept ? RLIM_INFINITY : 20, RLIM_INFINITY};
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &limit), 0);
+    const ToolResult result = RunTool({"check", file});
+    ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &unlimited), 0);
+    const std::string start =
+        is_kept ? Located(file, "12:1") : file + ": error: file-unopened: model: ";
+    EXPECT_TRUE(result.out.starts_with(start)) << result.out << result.err;
+    EXPECT_EQ(result.err.find("cannot be kept") == std::string::npos, is_kept) << result.err;
+    close(ends[0]);
+  }
 }
 
 // The mark of a text is where the finding has to point; behind a second one begins the mapping.
