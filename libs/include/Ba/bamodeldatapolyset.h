@@ -131,7 +131,8 @@ class BaModelData_PolySet {
   void _addPolygons(const Elements& polygons, Add add);
   template <class Elements>
   void _expectNext(const Elements& elements, int i) const;
-  // The vertex at a position, -1 where it is none of those that are likely.
+  // The vertex at a position, -1 where it is none of those that are likely: the ones that were new
+  // right behind or before the last one found, for meshes run in rows, and those found last.
   [[nodiscard]] int _guess(const float* position) const;
   int _vertexAt(const BaVertex& vertex);
   // True when vertices would be one vertex.
@@ -151,12 +152,9 @@ class BaModelData_PolySet {
   std::vector<BaMDPoint> _vertices;
   std::vector<Effects> _effects;
   BtIndexTable _by_coordinates;
-  // Guesses at the next vertex, which are tried before the table: the vertices found last, and
-  // those found before each vertex last, for neighbours run along their common edge in opposite
-  // senses.
-  std::array<int, 6> _recent = {};  // the last one first
-  std::vector<int> _before;         // parallel to _vertices
-  Polygon _added = {};              // as answered last
+  // The vertices found last, the last one first.
+  std::array<int, 6> _recent = {};
+  Polygon _added = {};  // as answered last
   BaModelData_PolyList _polygons;
   BaModelData_PolyList _textured_polygons;
   BaModelData_PolyList _t_meshes;

@@ -62,7 +62,6 @@ BaModelData_PolySet::BaModelData_PolySet(const BaBody* body)
   const std::size_t n_vertices = corners / kCornersOfVertex + kVerticesAtBorders;
   _by_coordinates.reserve(n_vertices);
   _vertices.reserve(n_vertices);
-  _before.reserve(n_vertices);
   _addPolygons(body->polygons(), [this](const BaPolygon& polygon) { addPolygon(polygon); });
   _addPolygons(body->texturedPolygons(),
                [this](const BaTexturedPolygon& polygon) { addTexturedPolygon(polygon); });
@@ -97,7 +96,6 @@ void BaModelData_PolySet::_expectNext(const Elements& elements, int i) const {
 int BaModelData_PolySet::vertexAt(const BaVertex& vertex) {
   int index = _guess(vertex.position());
   if (index < 0) index = _vertexAt(vertex);
-  _before[static_cast<std::size_t>(index)] = _recent[0];
   std::copy_backward(_recent.begin(), _recent.end() - 1, _recent.end());
   _recent[0] = index;
   return index;
@@ -108,8 +106,9 @@ int BaModelData_PolySet::_guess(const float* position) const {
   const auto is_here = [this, position](int index) {
     return SamePlace(_vertices[static_cast<std::size_t>(index)], position);
   };
-  const int before = _before[static_cast<std::size_t>(_recent[0])];
-  if (is_here(before)) return before;
+  const int last = _recent[0];
+  if (last + 1 < SizeTToInt(_vertices.size()) && is_here(last + 1)) return last + 1;
+  if (last > 0 && is_here(last - 1)) return last - 1;
   const auto* const found = std::find_if(_recent.begin(), _recent.end(), is_here);
   return found == _recent.end() ? -1 : *found;
 }
@@ -128,7 +127,6 @@ int BaModelData_PolySet::_vertexAt(const BaVertex& vertex) {
     _by_coordinates.insert(hash, index);
   }
   _vertices.push_back({position[0], position[1], position[2]});
-  _before.push_back(0);
   if (!vertex.effects().empty()) _effects.push_back({index, &vertex.effects()});
   return index;
 }
