@@ -32,40 +32,39 @@ bool HasReasonToEnd(const std::istream& is) { return is.bad() && BtError(); }
 
 bool RefuseNul() { return BtFail("Text contains a NUL character."); }
 
-// Copies plain lines of a block without the blanks that they begin with, as many characters at a
-// time as most lines have: up to a character that means something in blocks, or until there are not
-// so many left. Moves `to` behind the copy and answers the place in the text. Behind the copy a few
+// Copies plain lines of a block without the blanks that they begin with, a whole line of numbers at
+// a time as a rule: up to a character that may mean something in blocks, or until there are not so
+// many left. Moves `to` behind the copy and answers the place in the text. Behind the copy a few
 // characters are overwritten.
-constexpr std::size_t kWrittenAhead = 32;
+constexpr std::size_t kWrittenAhead = 64;
 const char* CopyPlainLines(const char* p, const char* end, char** to) {
 #if defined(__SSE2__)
-  // Copies sixteen characters; bits for those that are special and for line ends, from bit `shift`.
-  std::uint64_t stops = 0;
-  std::uint64_t line_ends = 0;
-  const auto copy = [&stops, &line_ends](const char* from, char* out, unsigned shift) {
+  // Copies sixteen characters and answers a bit for each that is not plain: line ends, controls,
+  // what is special in blocks and what lies beyond "z".
+  const auto copy = [](const char* from, char* out) {
     const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-    const auto is = [text](char c) { return _mm_cmpeq_epi8(text, _mm_set1_epi8(c)); };
+    const auto all = [](char c) { return _mm_set1_epi8(c); };
+    const __m128i controls =
+        _mm_andnot_si128(_mm_cmpeq_epi8(text, all('\t')), _mm_cmplt_epi8(text, all(' ')));
     const __m128i special =
-        _mm_or_si128(_mm_or_si128(_mm_or_si128(is('#'), is('{')), _mm_or_si128(is('}'), is('\\'))),
-                     _mm_or_si128(is('\r'), is('\0')));
-    stops |= static_cast<std::uint64_t>(_mm_movemask_epi8(special)) << shift;
-    line_ends |= static_cast<std::uint64_t>(_mm_movemask_epi8(is('\n'))) << shift;
+        _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(text, all('#')), _mm_cmpeq_epi8(text, all('\\'))),
+                     _mm_cmpgt_epi8(text, all('z')));
     _mm_storeu_si128(reinterpret_cast<__m128i*>(out), text);
+    return static_cast<std::uint64_t>(_mm_movemask_epi8(_mm_or_si128(controls, special)));
   };
   char* out = *to;
   while (end - p >= static_cast<std::ptrdiff_t>(kWrittenAhead)) {
-    stops = line_ends = 0;
-    copy(p, out, 0);
-    copy(p + 16, out + 16, 16);
-    const int count = std::countr_zero(stops | line_ends | std::uint64_t{1} << kWrittenAhead);
+    const std::uint64_t stops = copy(p, out) | copy(p + 16, out + 16) << 16U |
+                                copy(p + 32, out + 32) << 32U | copy(p + 48, out + 48) << 48U;
+    const int count = std::countr_zero(stops);
     p += count;
     out += count;
-    if (count == kWrittenAhead) continue;
-    if ((stops >> count & 1U) != 0) break;
+    if (stops == 0) continue;
+    if (*p != '\n') break;
     *out++ = '\n';
     do {
       ++p;
-    } while (p != end && !kNotBlank.has(*p));
+    } while (p != end && (*p == ' ' || *p == '\t'));
   }
   *to = out;
 #else
