@@ -4,8 +4,10 @@
 
 #include <compare>
 #include <iosfwd>
+#include <limits>
 #include <string_view>
 
+#include "Bt/btassert.h"
 #include "Bt/btshared.h"
 
 // The text that several BtStr share. Counts its users; frees the text with the last of them.
@@ -160,7 +162,10 @@ BtStr BtFormat(const char* format, ...) __attribute__((format(printf, 1, 2)));
 BtStr BtVFormat(const char* format, __builtin_va_list args);
 
 // Narrowing that asserts the value fits.
-int SizeTToInt(std::size_t size);
+inline int SizeTToInt(std::size_t size) {
+  BtAssert(size <= static_cast<std::size_t>(std::numeric_limits<int>::max()), "size<=INT_MAX");
+  return static_cast<int>(size);
+}
 
 // Routines for plain character arrays of `size` bytes; each asserts that the result fits.
 char* BtStrCpy(char* dest, const char* src, int size);

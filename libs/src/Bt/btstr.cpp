@@ -418,8 +418,3 @@ BtStr& BtStr::_splice(int i, int n, std::string_view text) {
 }
 
 BtStr& BtStr::_become(std::string_view text) { return *this = BtStr(text); }
-
-int SizeTToInt(std::size_t size) {
-  BtAssert(size <= static_cast<std::size_t>(std::numeric_limits<int>::max()), "size<=INT_MAX");
-  return static_cast<int>(size);
-}
