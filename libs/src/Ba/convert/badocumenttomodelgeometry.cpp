@@ -1,5 +1,5 @@
 // The geometries of a document as polygons, meshes and bones of a model.
-#include <algorithm>
+#include <type_traits>
 
 #include "baconvert.h"
 #include "badocumenttomodelvertices.h"
@@ -34,25 +34,27 @@ class GeometryExtractor {
 
  private:
   bool _extractGroup(const BaMDMaterialGroup& group);
-  void _addPolygon(int material_id, std::span<const int> corners);
-  void _addTexturedPolygon(int material_id, std::span<const BaMDTexturedCorner> corners);
-  [[nodiscard]] BtDArray<BaVertex> _copyVertices(std::span<const int> corners) const;
-  // Splits corners into vertices and texture coordinates.
-  void _copyCorners(std::span<const BaMDTexturedCorner> corners, BtDArray<BaVertex>* vertices,
-                    BtDArray<BaTextureCoords>* coords) const;
+  template <class Polygon, class Corner>
+  void _addPolygon(int material_id, std::span<const Corner> corners);
+  template <class Strip, class Corner>
+  void _addStrip(int material_id, std::span<const Corner> corners);
+  // Gives an element the vertices, and the texture coordinates, of corners.
+  template <class Element>
+  void _setCorners(std::span<const int> corners, Element* element) const;
+  template <class Element>
+  void _setCorners(std::span<const BaMDTexturedCorner> corners, Element* element) const;
+  template <class Corner>
+  [[nodiscard]] BtDArray<BaVertex> _copyVertices(std::span<const Corner> corners) const;
   static int _indexOf(int corner) { return corner; }
   static int _indexOf(const BaMDTexturedCorner& corner) { return corner.vertex; }
   // The corners without those at the place of the one before; warns of each.
   template <class Corner>
-  std::span<const Corner> _withoutDuplicates(std::span<const Corner> corners,
-                                             std::vector<Corner>* kept) const;
+  [[nodiscard]] std::vector<Corner> _withoutDuplicates(std::span<const Corner> corners) const;
 
   const BaBody& _body;
   const BaMDGeometry& _geometry;
   BaSetVertices* _vertices;
   BaModel* _model;
-  std::vector<int> _kept;
-  std::vector<BaMDTexturedCorner> _kept_textured;
 };
 
 bool GeometryExtractor::extract() {
@@ -77,93 +79,81 @@ bool GeometryExtractor::_extractGroup(const BaMDMaterialGroup& group) {
     _model->load(std::move(bone));
   }
   for (int i = 0; i < group.polygons().count(); ++i) {
-    _addPolygon(material->id(), group.polygons()[i]);
+    _addPolygon<BaPolygon>(material->id(), group.polygons()[i]);
   }
   for (int i = 0; i < group.texturedPolygons().count(); ++i) {
-    _addTexturedPolygon(material->id(), group.texturedPolygons()[i]);
+    _addPolygon<BaTexturedPolygon>(material->id(), group.texturedPolygons()[i]);
   }
   for (int i = 0; i < group.triangleStrips().count(); ++i) {
-    auto mesh = BaVertexElement::makeIn<BaTMesh>(_model->arena(), _body.id(), material->id());
-    mesh->setVertices(_copyVertices(group.triangleStrips()[i]));
-    _model->load(std::move(mesh));
+    _addStrip<BaTMesh>(material->id(), group.triangleStrips()[i]);
   }
   for (int i = 0; i < group.texturedTriangleStrips().count(); ++i) {
-    auto mesh =
-        BaVertexElement::makeIn<BaTexturedTMesh>(_model->arena(), _body.id(), material->id());
-    BtDArray<BaVertex> vertices;
-    BtDArray<BaTextureCoords> coords;
-    _copyCorners(group.texturedTriangleStrips()[i], &vertices, &coords);
-    mesh->setVertices(std::move(vertices), std::move(coords));
-    _model->load(std::move(mesh));
+    _addStrip<BaTexturedTMesh>(material->id(), group.texturedTriangleStrips()[i]);
   }
   return true;
 }
 
 template <class Corner>
-std::span<const Corner> GeometryExtractor::_withoutDuplicates(std::span<const Corner> corners,
-                                                              std::vector<Corner>* kept) const {
+std::vector<Corner> GeometryExtractor::_withoutDuplicates(std::span<const Corner> corners) const {
   const auto same_place = [this](const Corner& a, const Corner& b) {
     return _vertices->point(_indexOf(a)) == _vertices->point(_indexOf(b));
   };
-  const bool has_some =
-      std::adjacent_find(corners.begin(), corners.end(), same_place) != corners.end() ||
-      (corners.size() > 1 && same_place(corners.front(), corners.back()));
-  if (!has_some) return corners;
-  kept->clear();
+  std::vector<Corner> kept;
   for (const Corner& corner : corners) {
-    if (!kept->empty() && same_place(corner, kept->back())) {
+    if (!kept.empty() && same_place(corner, kept.back())) {
       BtWarn(BtCode("vertex-duplicate"), DuplicateWarning());
     } else {
-      kept->push_back(corner);
+      kept.push_back(corner);
     }
   }
-  if (kept->size() > 1 && same_place(kept->front(), kept->back())) {
+  if (kept.size() > 1 && same_place(kept.front(), kept.back())) {
     BtWarn(BtCode("vertex-duplicate"), DuplicateWarning());
-    kept->pop_back();
+    kept.pop_back();
   }
-  return *kept;
+  return kept;
 }
 
-void GeometryExtractor::_addPolygon(int material_id, std::span<const int> corners) {
-  const std::span<const int> kept = _withoutDuplicates(corners, &_kept);
-  if (kept.size() < kFewestCorners)
-    return BtWarn(BtCode("polygon-degenerate"), DegenerateWarning(false));
-  auto polygon = BaVertexElement::makeIn<BaPolygon>(_model->arena(), _body.id(), material_id);
-  polygon->setVertices(_copyVertices(kept));
+template <class Polygon, class Corner>
+void GeometryExtractor::_addPolygon(int material_id, std::span<const Corner> corners) {
+  auto polygon = BaVertexElement::makeIn<Polygon>(_model->arena(), _body.id(), material_id);
+  _setCorners(corners, polygon.get());
+  if (polygon->repeatsVertex()) {
+    _setCorners(std::span<const Corner>(_withoutDuplicates(corners)), polygon.get());
+  }
+  if (polygon->numVertices() < kFewestCorners)
+    return BtWarn(BtCode("polygon-degenerate"), DegenerateWarning(!std::is_same_v<Corner, int>));
   _model->load(std::move(polygon));
 }
 
-void GeometryExtractor::_addTexturedPolygon(int material_id,
-                                            std::span<const BaMDTexturedCorner> corners) {
-  const std::span<const BaMDTexturedCorner> kept = _withoutDuplicates(corners, &_kept_textured);
-  if (kept.size() < kFewestCorners)
-    return BtWarn(BtCode("polygon-degenerate"), DegenerateWarning(true));
-  auto polygon =
-      BaVertexElement::makeIn<BaTexturedPolygon>(_model->arena(), _body.id(), material_id);
-  BtDArray<BaVertex> vertices;
+template <class Strip, class Corner>
+void GeometryExtractor::_addStrip(int material_id, std::span<const Corner> corners) {
+  auto strip = BaVertexElement::makeIn<Strip>(_model->arena(), _body.id(), material_id);
+  _setCorners(corners, strip.get());
+  _model->load(std::move(strip));
+}
+
+template <class Element>
+void GeometryExtractor::_setCorners(std::span<const int> corners, Element* element) const {
+  element->setVertices(_copyVertices(corners));
+}
+
+template <class Element>
+void GeometryExtractor::_setCorners(std::span<const BaMDTexturedCorner> corners,
+                                    Element* element) const {
+  const BtDArray<BaTextureCoords>& all = _geometry.textureCoords();
   BtDArray<BaTextureCoords> coords;
-  _copyCorners(kept, &vertices, &coords);
-  polygon->setVertices(std::move(vertices), std::move(coords));
-  _model->load(std::move(polygon));
+  coords.fillIn(_model->arena(), SizeTToInt(corners.size()),
+                [&](int i) { return all[corners[static_cast<std::size_t>(i)].coord - 1]; });
+  element->setVertices(_copyVertices(corners), std::move(coords));
 }
 
-BtDArray<BaVertex> GeometryExtractor::_copyVertices(std::span<const int> corners) const {
+template <class Corner>
+BtDArray<BaVertex> GeometryExtractor::_copyVertices(std::span<const Corner> corners) const {
   BtDArray<BaVertex> vertices;
-  vertices.fillIn(_model->arena(), SizeTToInt(corners.size()),
-                  [&](int i) { return _vertices->vertex(corners[static_cast<std::size_t>(i)]); });
+  vertices.fillIn(_model->arena(), SizeTToInt(corners.size()), [&](int i) {
+    return _vertices->vertex(_indexOf(corners[static_cast<std::size_t>(i)]));
+  });
   return vertices;
-}
-
-void GeometryExtractor::_copyCorners(std::span<const BaMDTexturedCorner> corners,
-                                     BtDArray<BaVertex>* vertices,
-                                     BtDArray<BaTextureCoords>* coords) const {
-  const int count = SizeTToInt(corners.size());
-  vertices->fillIn(_model->arena(), count, [&](int i) {
-    return _vertices->vertex(corners[static_cast<std::size_t>(i)].vertex);
-  });
-  coords->fillIn(_model->arena(), count, [&](int i) {
-    return _geometry.textureCoords()[corners[static_cast<std::size_t>(i)].coord - 1];
-  });
 }
 
 }  // namespace

@@ -61,16 +61,13 @@ void BaSetVertices::_sort() {
   _made.resize(n_vertices);
 }
 
-const BaVertexEffects& BaSetVertices::_effectsOf(std::size_t vertex) {
-  Made& made = _made[vertex];
-  if (made.parent_id == _parent_id) return made.effects;
-  made.parent_id = _parent_id;
-  made.effects.clear();
-  BaVertexEffectsBuilder builder(&made.effects);
+void BaSetVertices::_make(std::size_t vertex, Made* made) const {
+  made->parent_id = _parent_id;
+  made->effects.clear();
+  BaVertexEffectsBuilder builder(&made->effects);
   for (std::size_t i = _starts[vertex]; i < _starts[vertex + 1]; ++i) {
     builder.add(_toEffect(_entries[i]));
   }
-  return made.effects;
 }
 
 std::unique_ptr<Ba_VertexEffect> BaSetVertices::_toEffect(const Entry& entry) const {

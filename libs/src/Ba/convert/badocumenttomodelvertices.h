@@ -48,7 +48,12 @@ class BaSetVertices {
   // Calls `use(vertex, entry)` for all entries in their order, with the vertex from 0.
   template <class Use>
   void _forEachEntry(Use use) const;
-  const BaVertexEffects& _effectsOf(std::size_t vertex);
+  const BaVertexEffects& _effectsOf(std::size_t vertex) {
+    Made& made = _made[vertex];
+    if (made.parent_id != _parent_id) _make(vertex, &made);
+    return made.effects;
+  }
+  void _make(std::size_t vertex, Made* made) const;
   [[nodiscard]] std::unique_ptr<Ba_VertexEffect> _toEffect(const Entry& entry) const;
 
   const BaMDVertices& _set;
