@@ -152,8 +152,10 @@ class BaModelData_PolySet {
   std::vector<BaMDPoint> _vertices;
   std::vector<Effects> _effects;
   BtIndexTable _by_coordinates;
-  // The vertices found last, the last one first.
+  // The vertices found last: of all, and some more of them, each in the place of the oldest one.
+  int _last = 0;
   std::array<int, 6> _recent = {};
+  std::size_t _oldest = 0;
   Polygon _added = {};  // as answered last
   BaModelData_PolyList _polygons;
   BaModelData_PolyList _textured_polygons;

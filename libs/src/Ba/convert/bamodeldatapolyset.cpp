@@ -96,8 +96,9 @@ void BaModelData_PolySet::_expectNext(const Elements& elements, int i) const {
 int BaModelData_PolySet::vertexAt(const BaVertex& vertex) {
   int index = _guess(vertex.position());
   if (index < 0) index = _vertexAt(vertex);
-  std::copy_backward(_recent.begin(), _recent.end() - 1, _recent.end());
-  _recent[0] = index;
+  _recent[_oldest] = index;
+  _oldest = (_oldest + 1) % _recent.size();
+  _last = index;
   return index;
 }
 
@@ -106,9 +107,8 @@ int BaModelData_PolySet::_guess(const float* position) const {
   const auto is_here = [this, position](int index) {
     return SamePlace(_vertices[static_cast<std::size_t>(index)], position);
   };
-  const int last = _recent[0];
-  if (last + 1 < SizeTToInt(_vertices.size()) && is_here(last + 1)) return last + 1;
-  if (last > 0 && is_here(last - 1)) return last - 1;
+  if (_last + 1 < SizeTToInt(_vertices.size()) && is_here(_last + 1)) return _last + 1;
+  if (_last > 0 && is_here(_last - 1)) return _last - 1;
   const auto* const found = std::find_if(_recent.begin(), _recent.end(), is_here);
   return found == _recent.end() ? -1 : *found;
 }

@@ -28,7 +28,12 @@ class GeometryMaker {
 
  private:
   // The place of the group of a material, which is made at its first use.
-  std::size_t _placeOf(int material_id);
+  std::size_t _placeOf(int material_id) {
+    if (_groups.empty() || _last_material_id != material_id) _last_place = _find(material_id);
+    _last_material_id = material_id;
+    return _last_place;
+  }
+  std::size_t _find(int material_id);
   // The position of the texture coordinates of a corner. `vertex` is 0-based.
   int _coordAt(const BaTextureCoords& coord, int vertex);
   // Makes room in the groups for the polygons that they are to hold.
@@ -49,17 +54,15 @@ class GeometryMaker {
   std::vector<int> _last_coords;
 };
 
-std::size_t GeometryMaker::_placeOf(int material_id) {
-  if (!_groups.empty() && _last_material_id == material_id) return _last_place;
-  _last_material_id = material_id;
-  _last_place =
+std::size_t GeometryMaker::_find(int material_id) {
+  const auto place =
       static_cast<std::size_t>(MaterialIdAt(material_id, _material_ids, _material_id_map));
-  if (_last_place == _groups.size()) {
+  if (place == _groups.size()) {
     auto group = std::make_unique<BaMDMaterialGroup>();
     group->setMaterial(_material_names(material_id));
     _groups.push_back(_geometry->addMaterialGroup(std::move(group)));
   }
-  return _last_place;
+  return place;
 }
 
 template <class Entry>
