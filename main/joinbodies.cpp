@@ -62,6 +62,7 @@ class Pulls {
     _forEach(has_others, mesh,
              [this](std::size_t point, const Pull& pull) { _pulls[_starts[point + 1]++] = pull; });
     for (std::size_t point = 0; point < has_others.size(); ++point) {
+      if (!has_others[point]) continue;
       const std::span<Pull> pulls =
           std::span(_pulls).subspan(_starts[point], _starts[point + 1] - _starts[point]);
       std::sort(pulls.begin(), pulls.end(), [](const Pull& a, const Pull& b) {
