@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <random>
 #include <sstream>
 #include <string>
 #include <utility>
@@ -75,6 +76,28 @@ TEST(BtReadTaggedValue, ReadsDocumentsThroughAnyBuffer) {
       EXPECT_EQ(Items(is), document.items);
       EXPECT_EQ(testing::internal::GetCapturedStderr(), document.printed);
     }
+  }
+}
+
+// Long blocks are copied many characters at a time, where the buffer has so many.
+TEST(BtReadTaggedValue, CopiesLongBlocksAsIfCharacterByCharacter) {
+  const std::vector<std::string> pieces = {"#", "{", "}",  "\\",   ":",    "\t",     "\r\n",
+                                           "|", "~", "\n", "\n\n", "\n  ", "\n \t ", "\x7F\xE9"};
+  std::mt19937 random(7);
+  for (int i = 0; i < 2000; ++i) {
+    std::string text = "A {\n";
+    // Digits for the most part, so that all else comes at all places of a long run.
+    while (text.size() < 400) {
+      text += random() % 40 == 0 ? pieces[random() % pieces.size()] : std::to_string(random() % 10);
+    }
+    const auto read = [&text](std::size_t block) {
+      PiecesBuf buf(text + "\n}\nB: 1\n", 0, block);
+      std::istream is(&buf);
+      testing::internal::CaptureStderr();
+      const std::string items = Items(is);
+      return items + testing::internal::GetCapturedStderr();
+    };
+    ASSERT_EQ(read(1000), read(0)) << text;
   }
 }
 
