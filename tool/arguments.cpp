@@ -203,6 +203,17 @@ CLI::App* AddCommand(CLI::App* app, std::map<std::string, CLI::App*>* groups,
   return parent->add_subcommand(std::string(name.substr(blank + 1)), command.help);
 }
 
+// Tells why nothing is run, or what was asked for, and answers the exit status. Of a word that
+// nothing takes the parser says only that something else is missing.
+int Tell(const CLI::App& app, const CLI::ParseError& error) {
+  const std::vector<std::string> unknown = app.remaining(true);
+  if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::RequiredError) || unknown.empty()) {
+    return app.exit(error) == 0 ? kExitGood : kExitTrouble;
+  }
+  app.exit(CLI::ExtrasError({unknown.front()}));
+  return kExitTrouble;
+}
+
 }  // namespace
 
 std::span<const Command> Commands() { return kCommands; }
@@ -238,7 +249,7 @@ int RunCommandLine(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kExitGood : kExitTrouble;
+    return Tell(app, error);
   }
   return chosen == nullptr ? kExitTrouble : chosen->run(values);
 }

@@ -38,6 +38,24 @@ TEST(Help, ManualsNameEveryOption) {
   }
 }
 
+TEST(Help, NamesTheWordThatNothingTakes) {
+  const struct {
+    std::vector<std::string> words;
+    std::string message;
+  } rows[] = {
+      {{"inof", "a.mdl"}, "inof"},
+      {{"motion", "cutt"}, "cutt"},
+      {{"check", "--al"}, "--al"},
+      {{}, "A subcommand is required"},
+      {{"motion"}, "A subcommand is required"},
+  };
+  for (const auto& row : rows) {
+    const auto result = RunTool(row.words);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_NE(result.err.find(row.message), std::string::npos) << result.err;
+  }
+}
+
 // What bash offers for the last of the words.
 std::string BashOffers(const std::string& function, const std::string& words) {
   const std::string script = RunTool({"completion", "bash"}).out + "COMP_WORDS=(" + words +
