@@ -115,7 +115,10 @@ Globals GlobalsFromProperties(const Family& family, const FbxFile& file) {
 
 KFbxXMatrix MatrixOf(const std::vector<double>& values) {
   KFbxXMatrix matrix;
-  for (int i = 0; i < 16; ++i) matrix.Set(i / 4, i % 4, values.at(static_cast<std::size_t>(i)));
+  for (int i = 0; i < 12; ++i) {
+    const auto place = static_cast<std::size_t>(i / 3 * 4 + i % 3);
+    matrix.Set(i / 3, i % 3, values.at(place));
+  }
   return matrix;
 }
 

@@ -4,6 +4,8 @@
 #include <array>
 #include <cstddef>
 
+#include "Bt/btassert.h"
+
 // Four doubles: a point, a set of angles or scales in the first three, or a colour (red, green,
 // blue).
 class KFbxVector4 {
@@ -23,8 +25,9 @@ class KFbxVector4 {
 // values are those of the file.
 enum EFbxRotationOrder { eEULER_XYZ, eEULER_XZY, eEULER_YZX, eEULER_YXZ, eEULER_ZXY, eEULER_ZYX };
 
-// An affine matrix, 4x4 doubles in row order: the images of the X, Y and Z axes, then the
-// translation; the last column is 0 0 0 1.
+// An affine matrix of 4x4 doubles: its rows are the images of the X, Y and Z axes, then the
+// translation; the last column is 0 0 0 1 and takes no room, for a scene holds several matrices of
+// each node.
 class KFbxXMatrix {
  public:
   KFbxXMatrix() = default;  // the identity
@@ -35,11 +38,11 @@ class KFbxXMatrix {
                                             EFbxRotationOrder order = eEULER_XYZ);
   [[nodiscard]] static KFbxXMatrix Scaling(const KFbxVector4& s);
 
-  // Rows and columns from 0.
+  // Rows from 0 to 3 and columns from 0 to 2.
   [[nodiscard]] double Get(int row, int column) const { return _values[At(row, column)]; }
   void Set(int row, int column, double value) { _values[At(row, column)] = value; }
   // All 16 values, row after row, as the file holds them.
-  [[nodiscard]] const std::array<double, 16>& Values() const { return _values; }
+  [[nodiscard]] std::array<double, 16> Values() const;
 
   // The transform that applies `b` first and then `a`: global = parent_global * local.
   friend KFbxXMatrix operator*(const KFbxXMatrix& a, const KFbxXMatrix& b);
@@ -55,8 +58,9 @@ class KFbxXMatrix {
 
  private:
   static constexpr std::size_t At(int row, int column) {
-    return static_cast<std::size_t>(row) * 4 + static_cast<std::size_t>(column);
+    BtAssert(row >= 0 && row < 4 && column >= 0 && column < 3);
+    return static_cast<std::size_t>(row) * 3 + static_cast<std::size_t>(column);
   }
 
-  std::array<double, 16> _values = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+  std::array<double, 12> _values = {1, 0, 0, 0, 1, 0, 0, 0, 1, 0, 0, 0};
 };

@@ -62,6 +62,11 @@ KFbxXMatrix KFbxXMatrix::Scaling(const KFbxVector4& s) {
   return matrix;
 }
 
+std::array<double, 16> KFbxXMatrix::Values() const {
+  const auto& v = _values;
+  return {v[0], v[1], v[2], 0, v[3], v[4], v[5], 0, v[6], v[7], v[8], 0, v[9], v[10], v[11], 1};
+}
+
 KFbxXMatrix operator*(const KFbxXMatrix& a, const KFbxXMatrix& b) {
   KFbxXMatrix product;
   for (int row = 0; row < 4; ++row) {
