@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <variant>
 #include <vector>
@@ -79,7 +80,9 @@ class KFbxNode : public KFbxObject {
   // The index, from 0, by which polygons name the material: a new one at its first call, then the
   // same.
   int AddMaterial(KFbxSurfacePhong* material);
-  [[nodiscard]] int GetMaterialCount() const { return static_cast<int>(_materials.size()); }
+  [[nodiscard]] int GetMaterialCount() const {
+    return _materials == nullptr ? 0 : static_cast<int>(_materials->list.size());
+  }
   [[nodiscard]] KFbxSurfacePhong* GetMaterial(int i) const;
 
   // Gives a user property its value; a new name comes last.
@@ -94,15 +97,19 @@ class KFbxNode : public KFbxObject {
   friend class KFbxTransformProperty;
   using KFbxObject::KFbxObject;
 
+  struct Materials {
+    std::vector<KFbxSurfacePhong*> list;
+    BtHashMap<const KFbxSurfacePhong*, int> index;
+  };
+
   // Forgets the global transforms of this node and everything below it.
   void _forgetGlobal();
 
   KFbxNodeAttribute* _attribute = nullptr;
   KFbxNode* _parent = nullptr;
   std::vector<KFbxNode*> _children;
-  std::vector<KFbxSurfacePhong*> _materials;
+  std::unique_ptr<Materials> _materials;  // null for none: nodes are many, and few have some
   std::vector<KFbxUserProperty> _user_properties;
-  BtHashMap<const KFbxSurfacePhong*, int> _material_index;
   KFbxVector4 _pre_rotation{0, 0, 0};
   ERotationOrder _rotation_order = eEULER_XYZ;
   bool _rotation_active = false;

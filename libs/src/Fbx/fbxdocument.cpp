@@ -100,6 +100,13 @@ void FbxDocument::connect(const Reference& child, const Reference& parent,
   _sink.end();
 }
 
+void FbxDocument::connectChildren(const FbxSceneContent::Model& model, const Reference& parent) {
+  for (int child = model.first_child; child != FbxSceneContent::kNone;
+       child = _content.models[static_cast<std::size_t>(child)].next_sibling) {
+    connect(modelAt(child), parent);
+  }
+}
+
 FbxDocument::Reference FbxDocument::modelAt(int index) const {
   if (index == FbxSceneContent::kNone) return {0, {"Scene", "Model"}};
   const auto& model = _content.models[static_cast<std::size_t>(index)];
@@ -232,8 +239,9 @@ void FbxDocument::writeNodeProperties(const FbxSceneContent::Model& model,
       {"Lcl Scaling", node.LclScaling.Get()},
   };
   list->write(FbxNodeProperties(), settings, _family.selection);
-  for (std::size_t i = 0; i < model.user_names.size(); ++i) {
-    WriteUserProperty(model.user_names[i], node.GetUserProperties()[i], list);
+  auto name = _content.user_names.begin() + model.first_user_name;
+  for (const KFbxUserProperty& property : node.GetUserProperties()) {
+    WriteUserProperty(*name++, property, list);
   }
 }
 

@@ -48,6 +48,7 @@ class FbxDocument {
   void addReference(const Reference& object);
   // Hangs a child under a parent; with a property, the child drives that.
   void connect(const Reference& child, const Reference& parent, std::string_view property = "");
+  void connectChildren(const FbxSceneContent::Model& model, const Reference& parent);
 
   [[nodiscard]] Reference modelAt(int index) const;  // kNone for the root
   [[nodiscard]] static Reference refer(const FbxSceneContent::Material& entry);

@@ -214,8 +214,7 @@ std::vector<const FbxSceneContent::Channel*> FbxDocument61::_channelsOf(
   std::vector<const FbxSceneContent::Channel*> channels;
   if (model.attribute == FbxSceneContent::kNone) return channels;
   const auto& attribute = _content.attributes[static_cast<std::size_t>(model.attribute)];
-  for (const int index : attribute.blend_shapes) {
-    const auto& blend_shape = _content.blend_shapes[static_cast<std::size_t>(index)];
+  for (const auto& blend_shape : _content.blendShapesOf(attribute)) {
     for (const auto& channel : blend_shape.channels) channels.push_back(&channel);
   }
   return channels;
@@ -294,7 +293,7 @@ void FbxDocument61::_connectModel(int index) {
   for (const int texture : shown.textures()) {
     connect(refer(_content.textures[static_cast<std::size_t>(texture)]), parent);
   }
-  for (const int child : model.children) connect(modelAt(child), parent);
+  connectChildren(model, parent);
 }
 
 void FbxDocument61::_writeTakes() {

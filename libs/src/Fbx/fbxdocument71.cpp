@@ -234,7 +234,7 @@ void FbxDocument71::_connectModel(const FbxSceneContent::Model& model) {
     if (material == FbxSceneContent::kNone) continue;
     connect(refer(_content.materials[static_cast<std::size_t>(material)]), parent);
   }
-  for (const int child : model.children) connect(modelAt(child), parent);
+  connectChildren(model, parent);
 }
 
 void FbxDocument71::_connectTextures() {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <functional>
 #include <span>
+#include <utility>
 #include <variant>
 
 #include "Bt/btexcept.h"
@@ -164,13 +165,23 @@ bool FbxSceneContent::_collectModels(KFbxNode* root) {
     if (!_addModel(next.node, next.parent)) return false;
     add_children(next.node, LastIndex(models));
   }
+  _linkModels();
   return true;
+}
+
+// From the last one on, so that each comes before those that its parent has got already.
+void FbxSceneContent::_linkModels() {
+  for (int i = LastIndex(models); i >= 0; --i) {
+    Model& model = At(models, i);
+    if (model.parent == kNone) continue;
+    model.next_sibling = std::exchange(At(models, model.parent).first_child, i);
+  }
 }
 
 bool FbxSceneContent::_addModel(KFbxNode* node, int parent) {
   if (!IsFinite(node->LocalTransform())) return FailNumbers(*node);
   const auto index = static_cast<int>(models.size());
-  (parent == kNone ? top_models : At(models, parent).children).push_back(index);
+  if (parent == kNone) top_models.push_back(index);
   KFbxMesh* mesh = node->GetMesh();
   if (mesh != nullptr) {
     if (const char* fault = mesh->Complete(node->GetMaterialCount())) return Fail(*node, fault);
@@ -179,7 +190,7 @@ bool FbxSceneContent::_addModel(KFbxNode* node, int parent) {
   const KFbxSkeleton* bone = attribute == kNone ? nullptr : At(attributes, attribute).skeleton();
   if (bone != nullptr && !std::isfinite(bone->Size.Get()))
     return Fail(*node, "its size is not finite");
-  models.push_back({node, FbxCleanName(node->GetName()), parent, attribute, {}});
+  models.push_back({node, FbxCleanName(node->GetName()), parent, attribute});
   _models.try_emplace(node, index);
   return true;
 }
@@ -188,7 +199,7 @@ int FbxSceneContent::_addAttribute(KFbxNodeAttribute* attribute, int model) {
   if (attribute == nullptr) return kNone;
   const auto [found, is_new] =
       _attributes.try_emplace(attribute, static_cast<int>(attributes.size()));
-  if (is_new) attributes.push_back({attribute, FbxCleanName(attribute->GetName()), model, {}});
+  if (is_new) attributes.push_back({attribute, FbxCleanName(attribute->GetName()), model});
   return found->second;
 }
 
@@ -231,7 +242,7 @@ bool FbxSceneContent::_addDeformers(const KFbxMesh& mesh, int attribute, bool wi
       if (!_addSkin(static_cast<const KFbxSkin&>(*deformer), attribute)) return false;
     } else if (with_shapes) {
       const auto& blend_shape = static_cast<const KFbxBlendShape&>(*deformer);
-      if (At(attributes, attribute).blend_shapes.empty()) shape_names = ChannelNames();
+      if (At(attributes, attribute).blend_shape_count == 0) shape_names = ChannelNames();
       if (!_addBlendShape(blend_shape, attribute, &shape_names)) return false;
     }
   }
@@ -261,7 +272,9 @@ bool FbxSceneContent::_addBlendShape(const KFbxBlendShape& blend_shape, int attr
                                      FbxUniqueNames* names) {
   Attribute& bound = At(attributes, attribute);
   const int points = bound.mesh()->GetControlPointsCount();
-  bound.blend_shapes.push_back(static_cast<int>(blend_shapes.size()));
+  if (bound.blend_shape_count++ == 0) {
+    bound.first_blend_shape = static_cast<int>(blend_shapes.size());
+  }
   BlendShape& added =
       blend_shapes.emplace_back(BlendShape{FbxCleanName(blend_shape.GetName()), attribute, {}});
   for (int i = 0; i < blend_shape.GetBlendShapeChannelCount(); ++i) {
@@ -290,6 +303,7 @@ void FbxSceneContent::_collectDisplayLayers(const KFbxScene& scene) {
 
 bool FbxSceneContent::_nameUserProperties() {
   for (Model& model : models) {
+    model.first_user_name = static_cast<int>(user_names.size());
     for (const KFbxUserProperty& property : model.node->GetUserProperties()) {
       const auto* number = std::get_if<double>(&property.value);
       if (number != nullptr && !std::isfinite(*number)) {
@@ -300,7 +314,7 @@ bool FbxSceneContent::_nameUserProperties() {
       for (int i = 1; _hasProperty(model, unique); ++i) {
         unique = name + "_ncl1_" + std::to_string(i);
       }
-      model.user_names.push_back(unique);
+      user_names.push_back(unique);
     }
   }
   return true;
@@ -313,13 +327,12 @@ bool FbxSceneContent::_hasProperty(const Model& model, const std::string& name) 
       return true;
     }
   }
-  if (std::find(model.user_names.begin(), model.user_names.end(), name) != model.user_names.end()) {
-    return true;
-  }
+  const auto first = user_names.begin() + model.first_user_name;
+  if (std::find(first, user_names.end(), name) != user_names.end()) return true;
   if (model.attribute == kNone) return false;
-  for (const int i : attributes[static_cast<std::size_t>(model.attribute)].blend_shapes) {
-    const auto& channels = blend_shapes[static_cast<std::size_t>(i)].channels;
-    if (std::any_of(channels.begin(), channels.end(),
+  for (const BlendShape& shape :
+       blendShapesOf(attributes[static_cast<std::size_t>(model.attribute)])) {
+    if (std::any_of(shape.channels.begin(), shape.channels.end(),
                     [&name](const Channel& channel) { return channel.name == name; })) {
       return true;
     }

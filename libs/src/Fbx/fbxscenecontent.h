@@ -3,7 +3,9 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -33,8 +35,10 @@ struct FbxSceneContent {
   struct Attribute {
     KFbxNodeAttribute* attribute;
     std::string name;
-    int model;                      // the first that carries it
-    std::vector<int> blend_shapes;  // of a mesh
+    int model;  // the first that carries it
+    // Those of a mesh stand in a row.
+    int first_blend_shape = 0;
+    int blend_shape_count = 0;
     std::int64_t id = 0;
     [[nodiscard]] const KFbxMesh* mesh() const;          // null for another attribute
     [[nodiscard]] const KFbxSkeleton* skeleton() const;  // null for another attribute
@@ -44,8 +48,9 @@ struct FbxSceneContent {
     std::string name;
     int parent;     // kNone at the top
     int attribute;  // kNone for a plain transform
-    std::vector<int> children;
-    std::vector<std::string> user_names{};  // of the node's user properties
+    int first_child = kNone;
+    int next_sibling = kNone;
+    int first_user_name = 0;  // of as many as the node has user properties
     std::int64_t id = 0;
   };
   struct Pose {
@@ -119,6 +124,11 @@ struct FbxSceneContent {
   // objects have no ids in the file, their names tell them apart.
   bool collect(KFbxScene* scene, const KFbxIOSettings& settings, bool has_ids);
 
+  [[nodiscard]] std::span<const BlendShape> blendShapesOf(const Attribute& attribute) const {
+    return std::span(blend_shapes)
+        .subspan(static_cast<std::size_t>(attribute.first_blend_shape),
+                 static_cast<std::size_t>(attribute.blend_shape_count));
+  }
   [[nodiscard]] int modelOf(const KFbxNode* node) const { return _find(_models, node); }
   [[nodiscard]] int materialOf(const KFbxSurfacePhong* material) const {
     return _find(_materials, material);
@@ -130,6 +140,7 @@ struct FbxSceneContent {
   std::vector<Attribute> attributes;
   std::vector<Model> models;  // depth first, parents first
   std::vector<int> top_models;
+  std::vector<std::string> user_names;  // of the properties of all models
   std::vector<Pose> poses;
   std::vector<Material> materials;  // in the order of first use
   std::vector<Skin> skins;
@@ -160,6 +171,7 @@ struct FbxSceneContent {
 
   bool _collectModels(KFbxNode* root);
   bool _addModel(KFbxNode* node, int parent);
+  void _linkModels();
   int _addAttribute(KFbxNodeAttribute* attribute, int model);
   void _collectMaterials(bool with_textures);
   void _addTexture(KFbxTexture* texture);

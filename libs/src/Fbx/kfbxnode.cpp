@@ -69,14 +69,15 @@ KFbxNode* KFbxNode::GetChild(int i) const {
 
 int KFbxNode::AddMaterial(KFbxSurfacePhong* material) {
   BtAssert(material);
-  const auto [found, is_new] = _material_index.emplace(material, GetMaterialCount());
-  if (is_new) _materials.push_back(material);
+  if (_materials == nullptr) _materials = std::make_unique<Materials>();
+  const auto [found, is_new] = _materials->index.emplace(material, GetMaterialCount());
+  if (is_new) _materials->list.push_back(material);
   return found->second;
 }
 
 KFbxSurfacePhong* KFbxNode::GetMaterial(int i) const {
   BtAssert(i >= 0 && i < GetMaterialCount());
-  return _materials[static_cast<std::size_t>(i)];
+  return _materials->list[static_cast<std::size_t>(i)];
 }
 
 void KFbxNode::SetUserProperty(const BtStr& name, const KFbxUserProperty::Value& value) {
