@@ -2,6 +2,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <memory>
 #include <vector>
 
 #include "Ba/bamdindexlists.h"
@@ -38,20 +39,22 @@ class BaMDMaterialGroup {
   [[nodiscard]] const BtStr& material() const { return _material; }
   void setMaterial(const BtStr& name) { _material = name; }
 
-  [[nodiscard]] const std::vector<BaMDBone>& bones() const { return _bones; }
-  std::vector<BaMDBone>& bones() { return _bones; }
+  [[nodiscard]] const std::vector<BaMDBone>& bones() const { return _rare().bones; }
+  std::vector<BaMDBone>& bones() { return _makeRare().bones; }
   [[nodiscard]] const BaMDIndexLists<int>& polygons() const { return _polygons; }
   BaMDIndexLists<int>& polygons() { return _polygons; }
   [[nodiscard]] const BaMDIndexLists<BaMDTexturedCorner>& texturedPolygons() const {
     return _textured_polygons;
   }
   BaMDIndexLists<BaMDTexturedCorner>& texturedPolygons() { return _textured_polygons; }
-  [[nodiscard]] const BaMDIndexLists<int>& triangleStrips() const { return _triangle_strips; }
-  BaMDIndexLists<int>& triangleStrips() { return _triangle_strips; }
+  [[nodiscard]] const BaMDIndexLists<int>& triangleStrips() const { return _rare().strips; }
+  BaMDIndexLists<int>& triangleStrips() { return _makeRare().strips; }
   [[nodiscard]] const BaMDIndexLists<BaMDTexturedCorner>& texturedTriangleStrips() const {
-    return _textured_triangle_strips;
+    return _rare().textured_strips;
   }
-  BaMDIndexLists<BaMDTexturedCorner>& texturedTriangleStrips() { return _textured_triangle_strips; }
+  BaMDIndexLists<BaMDTexturedCorner>& texturedTriangleStrips() {
+    return _makeRare().textured_strips;
+  }
 
   // True when the group holds polygons or strips of any kind.
   [[nodiscard]] bool hasPolygons() const;
@@ -67,12 +70,23 @@ class BaMDMaterialGroup {
  private:
   friend class BaMDSource;
 
+  // What few groups hold; a model may have millions of groups.
+  struct Rare {
+    std::vector<BaMDBone> bones;
+    BaMDIndexLists<int> strips;
+    BaMDIndexLists<BaMDTexturedCorner> textured_strips;
+  };
+  static const Rare kNone;
+
   bool _scanFrom(BaMDSource& source, const Materials* materials);
+  [[nodiscard]] const Rare& _rare() const { return _if_rare == nullptr ? kNone : *_if_rare; }
+  Rare& _makeRare() {
+    if (_if_rare == nullptr) _if_rare = std::make_unique<Rare>();
+    return *_if_rare;
+  }
 
   BtStr _material;
-  std::vector<BaMDBone> _bones;
   BaMDIndexLists<int> _polygons;
   BaMDIndexLists<BaMDTexturedCorner> _textured_polygons;
-  BaMDIndexLists<int> _triangle_strips;
-  BaMDIndexLists<BaMDTexturedCorner> _textured_triangle_strips;
+  std::unique_ptr<Rare> _if_rare;
 };

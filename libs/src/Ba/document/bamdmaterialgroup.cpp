@@ -111,14 +111,16 @@ bool PrintBones(std::ostream& os, const std::vector<BaMDBone>& bones) {
 
 }  // namespace
 
+const BaMDMaterialGroup::Rare BaMDMaterialGroup::kNone;
+
 bool BaMDMaterialGroup::hasPolygons() const {
-  return !_polygons.empty() || !_textured_polygons.empty() || !_triangle_strips.empty() ||
-         !_textured_triangle_strips.empty();
+  return !_polygons.empty() || !_textured_polygons.empty() || !triangleStrips().empty() ||
+         !texturedTriangleStrips().empty();
 }
 
 void BaMDMaterialGroup::untexture() {
   Untexture(&_textured_polygons, &_polygons);
-  Untexture(&_textured_triangle_strips, &_triangle_strips);
+  if (_if_rare != nullptr) Untexture(&_if_rare->textured_strips, &_if_rare->strips);
 }
 
 bool BaMDMaterialGroup::scanFrom(std::istream& is, const Materials* materials) {
@@ -136,11 +138,11 @@ bool BaMDMaterialGroup::printOn(std::ostream& os) const {
   BtAssert(!_material.isNull(), "!_material.isNull()");
   os << "  MATERIAL_GROUP {\n";
   if (!BaPrintName(os, "    MATERIAL: ", _material)) return false;
-  if (!PrintBones(os, _bones)) return false;
+  if (!PrintBones(os, bones())) return false;
   BaPrintIndexLines(os, "POLYGONS", _polygons);
   BaPrintIndexLines(os, "TEXTURED_POLYGONS", _textured_polygons);
-  BaPrintIndexLines(os, "TRIANGLE_STRIPS", _triangle_strips);
-  BaPrintIndexLines(os, "TEXTURED_TRIANGLE_STRIPS", _textured_triangle_strips);
+  BaPrintIndexLines(os, "TRIANGLE_STRIPS", triangleStrips());
+  BaPrintIndexLines(os, "TEXTURED_TRIANGLE_STRIPS", texturedTriangleStrips());
   os << "  }\n";
   return BaCheckWritten(os, "Unable to write file.");
 }
