@@ -96,18 +96,24 @@ std::vector<MeshBody> MeshBuilder::_chainBelow(const BaMDBody& top, KFbxNode* to
   KFbxSceneEvaluator* evaluator = _scene->GetEvaluator();
   const KFbxXMatrix from_world = evaluator->GetNodeGlobalTransform(top_node).Inverse();
   std::vector<MeshBody> bodies;
-  std::vector<const BaMDBody*> waiting = {&top};
+  struct Waiting {
+    const BaMDBody* body;
+    KFbxNode* node;
+  };
+  std::vector<Waiting> waiting = {{&top, top_node}};
   while (!waiting.empty()) {
-    const BaMDBody* body = waiting.back();
+    const auto [body, node] = waiting.back();
     waiting.pop_back();
     if (body == &top) {
-      bodies.push_back({body, top_node, KFbxXMatrix()});
+      bodies.push_back({body, node, KFbxXMatrix()});
     } else {
-      KFbxNode* node = _scene->FindNodeByName(body->name());
       bodies.push_back({body, node, from_world * evaluator->GetNodeGlobalTransform(node)});
     }
+    // The nodes of its children are the first that hang under its own, in their order.
     const std::vector<BaMDBody*>& children = _model_data.childBodies(body->name());
-    waiting.insert(waiting.end(), children.rbegin(), children.rend());
+    for (int i = static_cast<int>(children.size()) - 1; i >= 0; --i) {
+      waiting.push_back({children[static_cast<std::size_t>(i)], node->GetChild(i)});
+    }
   }
   return bodies;
 }

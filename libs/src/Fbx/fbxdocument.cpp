@@ -263,9 +263,14 @@ void FbxDocument::writePoses() {
 void FbxDocument::writePose(const FbxSceneContent::Pose& entry) {
   const KFbxPose& pose = *entry.pose;
   // The root and nodes outside of the scene are no objects of the file.
-  std::vector<int> places;
+  struct Placed {
+    int place;  // in the pose
+    int model;
+  };
+  std::vector<Placed> placed;
   for (int i = 0; i < pose.GetCount(); ++i) {
-    if (_content.modelOf(pose.GetNode(i)) != FbxSceneContent::kNone) places.push_back(i);
+    const int model = _content.modelOf(pose.GetNode(i));
+    if (model != FbxSceneContent::kNone) placed.push_back({i, model});
   }
   const char* type = pose.IsBindPose() ? "BindPose" : "RestPose";
   openObject("Pose", {entry.id, {entry.name, "Pose"}}, type);
@@ -275,11 +280,11 @@ void FbxDocument::writePose(const FbxSceneContent::Pose& entry) {
     properties().begin();
     properties().end();
   }
-  _sink.leaf("NbPoseNodes", static_cast<std::int32_t>(places.size()));
-  for (const int i : places) {
+  _sink.leaf("NbPoseNodes", static_cast<std::int32_t>(placed.size()));
+  for (const auto& [i, model] : placed) {
     _sink.open("PoseNode");
     _sink.begin("Node");
-    addReference(modelAt(_content.modelOf(pose.GetNode(i))));
+    addReference(modelAt(model));
     _sink.end();
     writeMatrix("Matrix", GlobalMatrix(_source.scene, pose, i));
     _sink.end();
