@@ -39,4 +39,5 @@ if(KESTRIX_SANITIZE)
   add_compile_options(-fsanitize=${KESTRIX_SANITIZE} -fno-sanitize-recover=all
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${KESTRIX_SANITIZE})
+  add_compile_definitions(KESTRIX_SANITIZED)
 endif()

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
 #include <iosfwd>
 #include <limits>
 #include <string_view>
@@ -17,6 +18,10 @@ class Bt_CoreStr {
   ~Bt_CoreStr();
   Bt_CoreStr(const Bt_CoreStr&) = delete;
   Bt_CoreStr& operator=(const Bt_CoreStr&) = delete;
+  // Cores stand by themselves: a name that a scene shares with its model does not keep apart what
+  // is freed around it. What cores have stood on stays with the process, for others.
+  static void* operator new(std::size_t size);
+  static void operator delete(void* core);
   // Replaces the text. Asserts `_ref_count==1` and that `text` is not part of this core's buffer.
   Bt_CoreStr& operator=(const char* text);
 

@@ -41,7 +41,52 @@ void ForEachLine(std::string_view text, Use use) {
   }
 }
 
+// Sanitizers tell cores apart that have a block each.
+#ifdef KESTRIX_SANITIZED
+constexpr bool kSharesBlocks = false;
+#else
+constexpr bool kSharesBlocks = true;
+#endif
+
+// Memory for cores, in pieces of large blocks that are never freed.
+class CorePool {
+ public:
+  void* take() {
+    if (_free != nullptr) return std::exchange(_free, _free->next);
+    if (_rest == 0) {
+      _rest = _next_count;
+      _next_count = std::min(2 * _next_count, kMostCores);
+      _new = static_cast<std::byte*>(::operator new(_rest * sizeof(Bt_CoreStr)));
+    }
+    --_rest;
+    return std::exchange(_new, _new + sizeof(Bt_CoreStr));
+  }
+  void giveBack(void* core) { _free = ::new (core) Free{_free}; }
+
+ private:
+  struct Free {
+    Free* next;
+  };
+  static constexpr std::size_t kMostCores = 4096;  // in a block
+
+  Free* _free = nullptr;
+  std::byte* _new = nullptr;  // that no core has stood on
+  std::size_t _rest = 0;
+  std::size_t _next_count = 64;
+};
+
+constinit CorePool cores;
+
 }  // namespace
+
+void* Bt_CoreStr::operator new(std::size_t size) {
+  return kSharesBlocks ? cores.take() : ::operator new(size);
+}
+
+void Bt_CoreStr::operator delete(void* core) {
+  if (kSharesBlocks) return cores.giveBack(core);
+  ::operator delete(core);
+}
 
 Bt_CoreStr::~Bt_CoreStr() { _setNull(); }
 
