@@ -54,8 +54,9 @@ class BtFlatMap {
     }
     _entries.pop_back();
   }
+  // Leaves no memory.
   void clear() {
-    _entries.clear();
+    _entries = std::vector<Entry>();
     _places = {};
   }
 

@@ -165,6 +165,7 @@ bool FbxSceneContent::_collectModels(KFbxNode* root) {
     if (!_addModel(next.node, next.parent)) return false;
     add_children(next.node, LastIndex(models));
   }
+  _attributes.clear();
   _linkModels();
   return true;
 }
@@ -253,6 +254,7 @@ bool FbxSceneContent::_addSkin(const KFbxSkin& skin, int attribute) {
   const Attribute& bound = At(attributes, attribute);
   const int points = bound.mesh()->GetControlPointsCount();
   Skin& added = skins.emplace_back(Skin{FbxCleanName(skin.GetName()), attribute, {}});
+  added.clusters.reserve(static_cast<std::size_t>(skin.GetClusterCount()));
   for (int i = 0; i < skin.GetClusterCount(); ++i) {
     KFbxCluster* cluster = skin.GetCluster(i);
     const int link = modelOf(cluster->GetLink());
