@@ -26,11 +26,11 @@ constexpr std::array<int, 3> kRotationOrder = {3, 2, 1};
 
 // Warns of what three angles cannot say about the axes of a body.
 void WarnOfLostForm(const BtStr& body_name, const BtRotationAxes& axes) {
-  const BtStr start = "The transform of body \"" + body_name;
-  if (axes.isScaled())
-    BtWarn(BtCode("scaled-transform"), start + "\" is scaled.  The scale is not kept.");
-  if (axes.isSheared())
-    BtWarn(BtCode("scaled-transform"), start + "\" is sheared.  The shear is not kept.");
+  const auto warn = [&body_name](const char* what) {
+    BtWarn(BtCode("scaled-transform"), "The transform of body \"" + body_name + what);
+  };
+  if (axes.isScaled()) warn("\" is scaled.  The scale is not kept.");
+  if (axes.isSheared()) warn("\" is sheared.  The shear is not kept.");
 }
 
 class ModelFiller {
