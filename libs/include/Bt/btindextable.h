@@ -24,8 +24,11 @@ class BtIndexTable {
     if (slot != nullptr) const_cast<Slot*>(slot)->position = position;
     return slot != nullptr;
   }
-  // Makes room in an empty table for about so many positions.
-  void reserve(std::size_t count) { _slots.assign(std::bit_ceil(count * 4 / 3 + 1), kFree); }
+  // Empties the table and makes room for about so many positions.
+  void reserve(std::size_t count) {
+    _slots.assign(std::bit_ceil(count * 4 / 3 + 1), kFree);
+    _count = 0;
+  }
   // The position that find() answers; where there is none, `position` is added and answered.
   template <class Equal>
   int findOrInsert(std::uint64_t hash, Equal equal, int position) {

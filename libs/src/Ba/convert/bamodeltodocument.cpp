@@ -35,7 +35,12 @@ void WarnOfLostForm(const BtStr& body_name, const BtRotationAxes& axes) {
 
 class ModelFiller {
  public:
-  ModelFiller(const BaModel& model, BaModelData* data) : _model(model), _data(data) {}
+  ModelFiller(const BaModel& model, BaModelData* data)
+      : _model(model), _data(data), _geometry_maker([this](int id) {
+          const auto name = _material_names.find(id);
+          BtAssert(name != _material_names.end(), "model.materialById(material_id)");
+          return name->second;
+        }) {}
 
   // Adds all bodies, parents first; false after a recorded error.
   bool addBodies();
@@ -66,6 +71,7 @@ class ModelFiller {
   const BaModel& _model;
   BaModelData* _data;
   BtHashMap<int, BtStr> _material_names;  // by id
+  BaGeometryMaker _geometry_maker;
 };
 
 bool ModelFiller::_checkBody(const BaBody& body, Names* names) const {
@@ -215,12 +221,7 @@ void ModelFiller::_addShape(const BaBody& body, Shape shape) {
   if (shape.vertices != nullptr) {
     vertices_name = _data->addVertexSet(std::move(shape.vertices))->name();
   }
-  const BaMaterialNames material_names = [this](int id) {
-    const auto name = _material_names.find(id);
-    BtAssert(name != _material_names.end(), "model.materialById(material_id)");
-    return name->second;
-  };
-  _data->addGeometry(BaToMDGeometry(body, shape.poly_set.get(), vertices_name, material_names));
+  _data->addGeometry(_geometry_maker.make(body, shape.poly_set.get(), vertices_name));
 }
 
 bool ModelFiller::addShapes() {
