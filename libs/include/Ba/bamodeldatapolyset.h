@@ -48,6 +48,12 @@ class BaModelData_PolyList {
     _material_ids.push_back(material_id);
   }
   void append(const Polygon& polygon);
+  // Keeps the memory.
+  void clear() {
+    _material_ids.clear();
+    _vertices.clear();
+    _t_coords.clear();
+  }
   // Makes room for elements of a body, and for texture coordinates where they have some. Answers
   // the number of their corners.
   template <class Elements>
@@ -86,10 +92,13 @@ class BaModelData_PolySet {
 
   // Gathers the polygons and triangle meshes of a body. Those of fewer than two vertices, which a
   // legacy reader lets pass with a warning, are left out.
-  explicit BaModelData_PolySet(const BaBody* body);
+  explicit BaModelData_PolySet(const BaBody* body) { gather(body); }
   // A set without polygons.
   BaModelData_PolySet(int of_body_id, int of_parent_id)
       : body_id(of_body_id), parent_id(of_parent_id) {}
+
+  // Replaces the content by that of a body; memory is used again.
+  void gather(const BaBody* body);
 
   // While merging is on, which it is unless someone turns it off, vertices of equal coordinates are
   // one vertex, with the effects of the first. 0.0 equals -0.0.
@@ -123,8 +132,8 @@ class BaModelData_PolySet {
   [[nodiscard]] const BaModelData_PolyList& tMeshes() const { return _t_meshes; }
   [[nodiscard]] const BaModelData_PolyList& texturedTMeshes() const { return _textured_t_meshes; }
 
-  int body_id;
-  int parent_id;
+  int body_id = 0;
+  int parent_id = 0;
 
  private:
   template <class Elements, class Add>

@@ -49,9 +49,18 @@ std::size_t BaModelData_PolyList::reserveFor(const Elements& elements) {
   return corners;
 }
 
-BaModelData_PolySet::BaModelData_PolySet(const BaBody* body)
-    : body_id(body->id()), parent_id(body->parentId()) {
+void BaModelData_PolySet::gather(const BaBody* body) {
   BtAssert(body->isValid(), "body->isValid()");
+  body_id = body->id();
+  parent_id = body->parentId();
+  _vertices.clear();
+  _effects.clear();
+  _last = 0;
+  _recent = {};
+  for (BaModelData_PolyList* list :
+       {&_polygons, &_textured_polygons, &_t_meshes, &_textured_t_meshes}) {
+    list->clear();
+  }
   // A vertex of a closed surface belongs to four quads or six triangles.
   constexpr std::size_t kCornersOfVertex = 4;
   const std::size_t corners = _polygons.reserveFor(body->polygons()) +

@@ -55,14 +55,15 @@ class ModelFiller {
   using Names = BtNameMap<const BaBody*>;
   // Its polygons and their vertices; both are null for a body without polygons.
   struct Shape {
-    std::unique_ptr<BaModelData_PolySet> poly_set;
+    const BaModelData_PolySet* poly_set = nullptr;
     std::unique_ptr<BaMDVertices> vertices;
   };
 
   [[nodiscard]] bool _checkBody(const BaBody& body, Names* names) const;
   [[nodiscard]] bool _checkParent(const BaBody& body) const;
   std::unique_ptr<BaMDBody> _toMDBody(const BaBody& body) const;
-  [[nodiscard]] Shape _shapeOf(const BaBody& body) const;
+  // Until the next body's.
+  [[nodiscard]] Shape _shapeOf(const BaBody& body);
   void _addShape(const BaBody& body, Shape shape);
   // Adds the slider groups of the model that blends name and the document lacks.
   bool _addSliderGroupsOf(const BaMDVertices& vertices);
@@ -72,6 +73,7 @@ class ModelFiller {
   BaModelData* _data;
   BtHashMap<int, BtStr> _material_names;  // by id
   BaGeometryMaker _geometry_maker;
+  BaModelData_PolySet _poly_set{0, 0};  // of one body after the other
 };
 
 bool ModelFiller::_checkBody(const BaBody& body, Names* names) const {
@@ -209,11 +211,10 @@ void ModelFiller::addMaterials() {
   }
 }
 
-ModelFiller::Shape ModelFiller::_shapeOf(const BaBody& body) const {
+ModelFiller::Shape ModelFiller::_shapeOf(const BaBody& body) {
   if (!body.hasPolygons()) return {};
-  auto poly_set = std::make_unique<BaModelData_PolySet>(&body);
-  std::unique_ptr<BaMDVertices> vertices = BaToMDVertices(_model, *poly_set);
-  return {std::move(poly_set), std::move(vertices)};
+  _poly_set.gather(&body);
+  return {&_poly_set, BaToMDVertices(_model, _poly_set)};
 }
 
 void ModelFiller::_addShape(const BaBody& body, Shape shape) {
@@ -221,7 +222,7 @@ void ModelFiller::_addShape(const BaBody& body, Shape shape) {
   if (shape.vertices != nullptr) {
     vertices_name = _data->addVertexSet(std::move(shape.vertices))->name();
   }
-  _data->addGeometry(_geometry_maker.make(body, shape.poly_set.get(), vertices_name));
+  _data->addGeometry(_geometry_maker.make(body, shape.poly_set, vertices_name));
 }
 
 bool ModelFiller::addShapes() {
