@@ -65,7 +65,7 @@ bool ReadModel(const Settings& settings, BaModelData* model_data, SourceFiles* s
   if (!StepDone(listener)) return false;
   model.removeBones();
   model.removeUnusedMaterials(false);
-  model_data->fillFrom(model, true);
+  model_data->moveFrom(&model, true);
   sources->add(model.sourceFiles());
   sources->addPictures(*model_data, BtFileDirectory(settings.model_file));
   return StepDone(listener);

@@ -121,6 +121,13 @@ class BaBody : public BaBodyObj {
   void add(BaTexturedTMesh* mesh) { _textured_t_meshes.add(mesh, kChunk); }
   // Forgets the bones, which the caller deletes.
   void removeBones() { _bones.clear(); }
+  // Forgets the polygons and strips, with and without texture, which the caller deletes.
+  void removePolygons() {
+    _polygons.clear();
+    _textured_polygons.clear();
+    _t_meshes.clear();
+    _textured_t_meshes.clear();
+  }
   // Forgets the flexible polygons for which `is_gone(polygon)` holds, which the caller deletes.
   template <class IsGone>
   void removeFlexiblePolygons(IsGone is_gone) {

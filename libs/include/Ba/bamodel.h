@@ -229,6 +229,9 @@ class BaModel {
 
   // Deletes all bones, in the bodies as well.
   void removeBones();
+  // Deletes all polygons and strips, with and without texture, in the bodies as well. Flexible
+  // polygons stay.
+  void removePolygons();
   // Deletes the materials that nothing uses. With `renumber` the others get small ids in list
   // order; asserts that there are no flexible polygons then.
   void removeUnusedMaterials(bool renumber);

@@ -104,6 +104,9 @@ class BaModelData {
   // would repeat the one before it. Asserts that no error stands. A failure leaves an empty
   // document.
   bool fillFrom(const BaModel& model, bool merge_vertices);
+  // The same, but the polygons and strips of the model are deleted, before the last body that has
+  // some is added: there is never room for a large body in all of its forms.
+  bool moveFrom(BaModel* model, bool merge_vertices);
   // Adds one body of a model, its shape and the slider groups that its blends name; a group that
   // the document has already counts as it stands there. Asserts that the materials that the body
   // uses are there. A body whose name or id is taken or whose parent is not there, a name of its
@@ -150,7 +153,8 @@ class BaModelData {
                         const BtStr& body_name_suffix) const;
   bool _combineFile(const BtStr& file_name, const IncludeTarget& target, long long body_id_offset,
                     const BtStr& body_name_suffix) const;
-  bool _fillFrom(const BaModel& model);
+  bool _fillFrom(const BaModel& model, bool merge_vertices, BaModel* emptied);
+  bool _addAllOf(const BaModel& model, BaModel* emptied);
   // Extracts the content into a model that is being built.
   bool _extractInto(BaModel* model, bool empty_geometries = false) const;
   bool _printOn(std::ostream& os, const BtStr& directory) const;

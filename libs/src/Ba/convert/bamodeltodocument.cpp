@@ -33,6 +33,13 @@ void WarnOfLostForm(const BtStr& body_name, const BtRotationAxes& axes) {
   if (axes.isSheared()) warn("\" is sheared.  The shear is not kept.");
 }
 
+// The highest id of a body that has polygons, 0 where there is none.
+int LastWithPolygons(const BaModel& model) {
+  int id = model.bodies().size() - 1;
+  while (id > 0 && (model.findBody(id) == nullptr || !model.findBody(id)->hasPolygons())) --id;
+  return std::max(id, 0);
+}
+
 class ModelFiller {
  public:
   ModelFiller(const BaModel& model, BaModelData* data)
@@ -47,8 +54,9 @@ class ModelFiller {
   // Adds one body with its shape. Nothing is added when an error is recorded.
   bool addBody(const BaBody& body);
   void addMaterials();
-  // Adds the vertex sets and geometries of all bodies; false when the user wants to stop.
-  bool addShapes();
+  // Adds the vertex sets and geometries of all bodies; false when the user wants to stop. Deletes
+  // the polygons of `emptied`, which is the model or null, when they are no longer needed.
+  bool addShapes(BaModel* emptied);
   void warnOfLeftOut() const;
 
  private:
@@ -225,7 +233,8 @@ void ModelFiller::_addShape(const BaBody& body, Shape shape) {
   _data->addGeometry(_geometry_maker.make(body, shape.poly_set, vertices_name));
 }
 
-bool ModelFiller::addShapes() {
+bool ModelFiller::addShapes(BaModel* emptied) {
+  const int last_id = LastWithPolygons(_model);
   for (const std::unique_ptr<BaBody>& body : _model.bodies()) {
     if (theExceptObj.checkCancel()) return false;
     if (body == nullptr || (!body->hasPolygons() && body->bones().empty())) continue;
@@ -235,7 +244,9 @@ bool ModelFiller::addShapes() {
           "Polygons and bones of the world (body id 0) have no body in a model document.  They are "
           "left out.");
     } else {
-      _addShape(*body, _shapeOf(*body));
+      Shape shape = _shapeOf(*body);
+      if (emptied != nullptr && body->id() == last_id) emptied->removePolygons();
+      _addShape(*body, std::move(shape));
     }
   }
   return true;
@@ -253,16 +264,24 @@ void ModelFiller::warnOfLeftOut() const {
 }  // namespace
 
 bool BaModelData::fillFrom(const BaModel& model, bool merge_vertices) {
+  return _fillFrom(model, merge_vertices, nullptr);
+}
+
+bool BaModelData::moveFrom(BaModel* model, bool merge_vertices) {
+  return _fillFrom(*model, merge_vertices, model);
+}
+
+bool BaModelData::_fillFrom(const BaModel& model, bool merge_vertices, BaModel* emptied) {
   BtAssert(!BtError(), "!BtError()");
   BtAssert(!model.isLoading(), "!model.isLoading()");
   clear();
   const MergeSwitch merge_switch(merge_vertices);
-  if (_fillFrom(model)) return true;
+  if (_addAllOf(model, emptied)) return true;
   clear();
   return false;
 }
 
-bool BaModelData::_fillFrom(const BaModel& model) {
+bool BaModelData::_addAllOf(const BaModel& model, BaModel* emptied) {
   _combine_vertex_normals = model.combineVertexNormals();
   _length_units = model.lengthUnits();
   _angle_units = model.angleUnits();
@@ -272,7 +291,7 @@ bool BaModelData::_fillFrom(const BaModel& model) {
   ModelFiller filler(model, this);
   if (!filler.addBodies()) return false;
   filler.addMaterials();
-  if (!filler.addShapes()) return false;
+  if (!filler.addShapes(emptied)) return false;
   _assertGeometryBodies();
   if (!_checkBlendGroups() || !_checkBlendEffects()) return false;
   filler.warnOfLeftOut();

@@ -67,6 +67,18 @@ void BaModel::removeBones() {
   _bones.clear();
 }
 
+void BaModel::removePolygons() {
+  _assertEditable();
+  for (const auto& body : _bodies) {
+    if (body != nullptr) body->removePolygons();
+  }
+  _polygons.clear();
+  _textured_polygons.clear();
+  _t_meshes.clear();
+  _textured_t_meshes.clear();
+  if (_flexible_polygons.empty()) _arena.clear();
+}
+
 void GetUsedAndUnusedMaterials(const BaModel& model, BtList<BaMaterial*>* used,
                                BtList<BaMaterial*>* unused) {
   BtHashSet<int> used_ids;
