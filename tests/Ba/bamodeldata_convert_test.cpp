@@ -323,6 +323,24 @@ TEST(BaModelDataFill, LegacyModelsBecomeDocuments) {
   EXPECT_TRUE(data.childBodies("nobody").empty());
 }
 
+// Polygons go before the last body that has some is added; what else there is stays.
+TEST(BaModelDataFill, MovingEmptiesTheModel) {
+  for (const std::string& more : {std::string(), Body(2, "hand", 1) + "B 2 1 0 0 0 1 1 1\n",
+                                  Body(2, "hand", 1) + "f 1 1 2 2 0 5 0 0 -1 1 6 0 0 -1\n"}) {
+    LegacyModel model(kTwoQuads + more);
+    const std::string filled = Print(FilledDocument(model));
+    const int n_flexible = model.flexiblePolygons().size();
+    BaModelData moved;
+    ASSERT_TRUE(moved.moveFrom(&model, true)) << TakePrinted();
+    theExceptObj.clear();
+    EXPECT_EQ(Print(moved), filled);
+    EXPECT_TRUE(model.polygons().empty() && !model.findBody(1)->hasPolygons());
+    EXPECT_EQ(model.flexiblePolygons().size(), n_flexible);
+    BtStr fault;
+    EXPECT_TRUE(model.checkInvariants(&fault)) << fault;
+  }
+}
+
 TEST(BaModelDataFill, ErrorsAndWarnings) {
   for (const ErrorCase& c : ReadErrorCases("unfilled.txt")) {
     SCOPED_TRACE(c.text);
