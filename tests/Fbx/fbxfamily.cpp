@@ -116,8 +116,8 @@ Globals GlobalsFromProperties(const Family& family, const FbxFile& file) {
 KFbxXMatrix MatrixOf(const std::vector<double>& values) {
   KFbxXMatrix matrix;
   for (int i = 0; i < 12; ++i) {
-    const auto place = static_cast<std::size_t>(i / 3 * 4 + i % 3);
-    matrix.Set(i / 3, i % 3, values.at(place));
+    const int place = i / 3 * 4 + i % 3;
+    matrix.Set(i / 3, i % 3, values.at(static_cast<std::size_t>(place)));
   }
   return matrix;
 }

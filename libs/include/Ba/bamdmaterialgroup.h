@@ -76,10 +76,10 @@ class BaMDMaterialGroup {
     BaMDIndexLists<int> strips;
     BaMDIndexLists<BaMDTexturedCorner> textured_strips;
   };
-  static const Rare kNone;
+  static const Rare _no_rare;
 
   bool _scanFrom(BaMDSource& source, const Materials* materials);
-  [[nodiscard]] const Rare& _rare() const { return _if_rare == nullptr ? kNone : *_if_rare; }
+  [[nodiscard]] const Rare& _rare() const { return _if_rare == nullptr ? _no_rare : *_if_rare; }
   Rare& _makeRare() {
     if (_if_rare == nullptr) _if_rare = std::make_unique<Rare>();
     return *_if_rare;

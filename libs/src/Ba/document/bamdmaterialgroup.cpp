@@ -111,7 +111,7 @@ bool PrintBones(std::ostream& os, const std::vector<BaMDBone>& bones) {
 
 }  // namespace
 
-const BaMDMaterialGroup::Rare BaMDMaterialGroup::kNone;
+const BaMDMaterialGroup::Rare BaMDMaterialGroup::_no_rare;
 
 bool BaMDMaterialGroup::hasPolygons() const {
   return !_polygons.empty() || !_textured_polygons.empty() || !triangleStrips().empty() ||
