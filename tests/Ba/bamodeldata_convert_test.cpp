@@ -323,18 +323,44 @@ TEST(BaModelDataFill, LegacyModelsBecomeDocuments) {
   EXPECT_TRUE(data.childBodies("nobody").empty());
 }
 
+// What serves for one body after the other keeps nothing of the one before: a part of its shape, a
+// textured one and a plain one, another material.
+TEST(BaModelDataFill, BodiesHaveVerticesOfTheirOwn) {
+  const std::string quad = " 4  0 0 0 -1  1 0 0 -1  1 1 0 -1  0 1 0 -1\n";
+  const std::string textured = " 3  0 0 1 0 0 -1  1 0 1 1 0 -1  1 1 0 1 0 -1\n";
+  const LegacyModel model(kTwoQuads + Material(2, "cloth") + Body(2, "hand", 1) +
+                          Body(3, "hat", 1) + Body(4, "head", 1) + "F 2 2" + quad + "P 3 1" +
+                          textured + "F 4 1" + quad);
+  const FilledDocument data(model);
+  const struct {
+    int points;
+    int coords;
+    const char* material;
+  } expected[] = {{6, 0, "skin"}, {4, 0, "cloth"}, {3, 3, "skin"}, {4, 0, "skin"}};
+  for (int i = 0; i < 4; ++i) {
+    const BaMDGeometry& geometry = *data.geometries()[i];
+    EXPECT_EQ(data.vertexSetByName(geometry.verticesName())->coordinates().size(),
+              expected[i].points);
+    EXPECT_EQ(geometry.textureCoords().size(), expected[i].coords);
+    ASSERT_EQ(geometry.materialGroups().count(), 1);
+    EXPECT_EQ(geometry.materialGroups()[0]->material(), expected[i].material);
+  }
+}
+
 // Polygons go before the last body that has some is added; what else there is stays.
 TEST(BaModelDataFill, MovingEmptiesTheModel) {
   for (const std::string& more : {std::string(), Body(2, "hand", 1) + "B 2 1 0 0 0 1 1 1\n",
+                                  std::string("F 0 1 3 0 0 0 -1 1 0 0 -1 1 1 0 -1\n"),
                                   Body(2, "hand", 1) + "f 1 1 2 2 0 5 0 0 -1 1 6 0 0 -1\n"}) {
-    LegacyModel model(kTwoQuads + more);
+    const bool is_of_world = more.starts_with('F');
+    LegacyModel model((is_of_world ? Material(1, "skin") : kTwoQuads) + more);
     const std::string filled = Print(FilledDocument(model));
     const int n_flexible = model.flexiblePolygons().size();
     BaModelData moved;
     ASSERT_TRUE(moved.moveFrom(&model, true)) << TakePrinted();
     theExceptObj.clear();
     EXPECT_EQ(Print(moved), filled);
-    EXPECT_TRUE(model.polygons().empty() && !model.findBody(1)->hasPolygons());
+    EXPECT_TRUE(model.polygons().empty() && !model.findBody(is_of_world ? 0 : 1)->hasPolygons());
     EXPECT_EQ(model.flexiblePolygons().size(), n_flexible);
     BtStr fault;
     EXPECT_TRUE(model.checkInvariants(&fault)) << fault;

@@ -55,7 +55,7 @@ class BaModelData {
   // The geometries of a body, in document order. Valid until a geometry is added or a body renamed.
   [[nodiscard]] const std::vector<BaMDGeometry*>& geometriesOf(const BtStr& body_name) const;
 
-  // Both of them, by one search.
+  // The children and the geometries of a body, by one search. Valid as long as each of them.
   struct BodyParts {
     const std::vector<BaMDBody*>& children;
     const std::vector<BaMDGeometry*>& geometries;
@@ -111,8 +111,9 @@ class BaModelData {
   // would repeat the one before it. Asserts that no error stands. A failure leaves an empty
   // document.
   bool fillFrom(const BaModel& model, bool merge_vertices);
-  // The same, but the polygons and strips of the model are deleted, before the last body that has
-  // some is added: there is never room for a large body in all of its forms.
+  // The same, but the polygons and strips of the model are deleted, after a failure as well. They
+  // go before the last body that has some is added: there is never room for a large body in all of
+  // its forms.
   bool moveFrom(BaModel* model, bool merge_vertices);
   // Adds one body of a model, its shape and the slider groups that its blends name; a group that
   // the document has already counts as it stands there. Asserts that the materials that the body

@@ -268,7 +268,9 @@ bool BaModelData::fillFrom(const BaModel& model, bool merge_vertices) {
 }
 
 bool BaModelData::moveFrom(BaModel* model, bool merge_vertices) {
-  return _fillFrom(*model, merge_vertices, model);
+  const bool is_filled = _fillFrom(*model, merge_vertices, model);
+  model->removePolygons();  // after a failure, and those of the world
+  return is_filled;
 }
 
 bool BaModelData::_fillFrom(const BaModel& model, bool merge_vertices, BaModel* emptied) {
