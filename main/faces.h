@@ -8,7 +8,6 @@
 #include "Fbx/kfbxmath.h"
 
 class BaMDBody;
-class BaMDGeometry;
 class BaMDVertices;
 class BaModelData;
 class KFbxNode;
@@ -18,7 +17,6 @@ class SceneMaterials;
 struct MeshBody {
   const BaMDBody* body;
   KFbxNode* node;
-  const std::vector<BaMDGeometry*>* geometries;
   KFbxXMatrix to_mesh;  // from the body's space, already scaled, into the mesh's space
 };
 

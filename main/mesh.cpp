@@ -32,8 +32,8 @@ std::vector<std::uint32_t> CoincidentAmongParts(const Faces& faces) {
 
 }  // namespace
 
-bool HavePolys(const std::vector<BaMDGeometry*>& geometries) {
-  for (const BaMDGeometry* geo : geometries) {
+bool BodyHasPolys(const BaModelData& model_data, const BaMDBody& body) {
+  for (const BaMDGeometry* geo : model_data.geometriesOf(body.name())) {
     BtAssert(geo);
     if (geo->hasPolygons()) return true;
   }
@@ -51,9 +51,7 @@ MeshBuilder::MeshBuilder(KFbxScene* scene, const BaModelData& model_data, float 
 KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* node,
                                                 bool whole_chain) {
   const std::vector<MeshBody> bodies =
-      whole_chain ? _chainBelow(body, node)
-                  : std::vector<MeshBody>{
-                        {&body, node, &_model_data.geometriesOf(body.name()), KFbxXMatrix()}};
+      whole_chain ? _chainBelow(body, node) : std::vector<MeshBody>{{&body, node, KFbxXMatrix()}};
   Faces faces = GatherFaces(_model_data, bodies, _scale_factor);
 
   KFbxNode* mesh_node = KFbxNode::Create(_scene, body.name() + "_mesh");
@@ -106,14 +104,13 @@ std::vector<MeshBody> MeshBuilder::_chainBelow(const BaMDBody& top, KFbxNode* to
   while (!waiting.empty()) {
     const auto [body, node] = waiting.back();
     waiting.pop_back();
-    const auto& [children, geometries] = _model_data.partsOf(body->name());
     if (body == &top) {
-      bodies.push_back({body, node, &geometries, KFbxXMatrix()});
+      bodies.push_back({body, node, KFbxXMatrix()});
     } else {
-      bodies.push_back(
-          {body, node, &geometries, from_world * evaluator->GetNodeGlobalTransform(node)});
+      bodies.push_back({body, node, from_world * evaluator->GetNodeGlobalTransform(node)});
     }
     // The nodes of its children are the first that hang under its own, in their order.
+    const std::vector<BaMDBody*>& children = _model_data.childBodies(body->name());
     for (int i = static_cast<int>(children.size()) - 1; i >= 0; --i) {
       waiting.push_back({children[static_cast<std::size_t>(i)], node->GetChild(i)});
     }

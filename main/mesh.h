@@ -8,15 +8,14 @@
 #include "faces.h"
 
 class BaMDBody;
-class BaMDGeometry;
 class BaModelData;
 class KFbxMesh;
 class KFbxNode;
 class KFbxScene;
 class SceneMaterials;
 
-// Whether any of a body's geometries holds polygons.
-bool HavePolys(const std::vector<BaMDGeometry*>& geometries);
+// Whether any geometry of the body holds polygons.
+bool BodyHasPolys(const BaModelData& model_data, const BaMDBody& body);
 
 // Builds the mesh nodes of one scene. The skeleton nodes must stand already: a mesh takes the rest
 // transforms of its bodies from them, so that mesh, skeleton and bind pose agree to the last bit.

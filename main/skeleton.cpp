@@ -71,9 +71,9 @@ KFbxNode* CreateNode(KFbxScene* scene, const BaModelData& model_data, const BaMD
 struct Level {
   const BaMDBody* body;
   KFbxNode* node;
-  BaModelData::BodyParts parts;
-  std::size_t next_child = 0;
-  bool has_geometry = false;
+  const std::vector<BaMDBody*>* children;
+  std::size_t next_child;
+  bool has_geometry;
 };
 
 // Decides, once a body's subtree is built, whether the body gets a mesh.
@@ -145,19 +145,19 @@ KFbxNode* CreateSkeletonNodes(GeoBodies* geo_bodies, bool* has_geometry, KFbxSce
                               bool mesh_per_body) {
   *has_geometry = false;
   KFbxNode* const skel_node = CreateNode(scene, model_data, body, mapping, scale_factor);
-  std::vector<Level> levels = {{&body, skel_node, model_data.partsOf(body.name())}};
+  std::vector<Level> levels = {{&body, skel_node, &model_data.childBodies(body.name()), 0, false}};
   while (!theExceptObj.cancelAsked()) {
     Level& level = levels.back();
-    if (level.next_child < level.parts.children.size()) {
-      const BaMDBody* child = level.parts.children[level.next_child++];
+    if (level.next_child < level.children->size()) {
+      const BaMDBody* child = (*level.children)[level.next_child++];
       if (child == nullptr) continue;
       KFbxNode* child_node = CreateNode(scene, model_data, *child, mapping, scale_factor);
       BtAssert(child_node);
       level.node->AddChild(child_node);
-      levels.push_back({child, child_node, model_data.partsOf(child->name())});
+      levels.push_back({child, child_node, &model_data.childBodies(child->name()), 0, false});
       continue;
     }
-    const bool has_polys = HavePolys(level.parts.geometries);
+    const bool has_polys = BodyHasPolys(model_data, *level.body);
     const bool chain_has_polys = has_polys || level.has_geometry;
     if (chain_has_polys) AddGeoBody(level, has_polys, mesh_per_body, geo_bodies);
     levels.pop_back();

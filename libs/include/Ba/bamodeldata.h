@@ -55,13 +55,6 @@ class BaModelData {
   // The geometries of a body, in document order. Valid until a geometry is added or a body renamed.
   [[nodiscard]] const std::vector<BaMDGeometry*>& geometriesOf(const BtStr& body_name) const;
 
-  // The children and the geometries of a body, by one search. Valid as long as each of them.
-  struct BodyParts {
-    const std::vector<BaMDBody*>& children;
-    const std::vector<BaMDGeometry*>& geometries;
-  };
-  [[nodiscard]] BodyParts partsOf(const BtStr& body_name) const;
-
   // Adding. Names and ids must be set before: the lookups learn them here, and afterwards their
   // setters assert.
   BaMDBody* addBody(std::unique_ptr<BaMDBody> body);

@@ -60,18 +60,15 @@ BaMDBody* BaModelData::bodyById(int id) const {
 }
 
 const std::vector<BaMDBody*>& BaModelData::childBodies(const BtStr& parent_name) const {
-  return partsOf(parent_name).children;
+  static const std::vector<BaMDBody*> none;
+  const auto found = _by_body_name.find(parent_name);
+  return found == _by_body_name.end() ? none : found->second.children;
 }
 
 const std::vector<BaMDGeometry*>& BaModelData::geometriesOf(const BtStr& body_name) const {
-  return partsOf(body_name).geometries;
-}
-
-BaModelData::BodyParts BaModelData::partsOf(const BtStr& body_name) const {
-  static const BodyEntry none;
+  static const std::vector<BaMDGeometry*> none;
   const auto found = _by_body_name.find(body_name);
-  const BodyEntry& entry = found == _by_body_name.end() ? none : found->second;
-  return {entry.children, entry.geometries};
+  return found == _by_body_name.end() ? none : found->second.geometries;
 }
 
 BaMDMaterial* BaModelData::materialByName(const BtStr& name) const {
