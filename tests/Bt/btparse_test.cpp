@@ -81,8 +81,10 @@ TEST(BtReadTaggedValue, ReadsDocumentsThroughAnyBuffer) {
 
 // Long blocks are copied many characters at a time, where the buffer has so many.
 TEST(BtReadTaggedValue, CopiesLongBlocksAsIfCharacterByCharacter) {
-  const std::vector<std::string> pieces = {"#", "{", "}",  "\\",   ":",    "\t",     "\r\n",
-                                           "|", "~", "\n", "\n\n", "\n  ", "\n \t ", "\x7F\xE9"};
+  const std::vector<std::string> pieces = {
+      "#",    "{",    "}",      "\\",       ":",
+      "\t",   "\r\n", "|",      "~",        "\n",
+      "\n\n", "\n  ", "\n \t ", "\x7F\xE9", "\n" + std::string(90, ' ')};
   std::mt19937 random(7);
   for (int i = 0; i < 2000; ++i) {
     std::string text = "A {\n";

@@ -32,39 +32,61 @@ bool HasReasonToEnd(const std::istream& is) { return is.bad() && BtError(); }
 
 bool RefuseNul() { return BtFail("Text contains a NUL character."); }
 
-// Copies plain lines of a block without the blanks that they begin with, a whole line of numbers at
-// a time as a rule: up to a character that may mean something in blocks, or until there are not so
-// many left. Moves `to` behind the copy and answers the place in the text. Behind the copy a few
-// characters are overwritten.
-constexpr std::size_t kWrittenAhead = 64;
-const char* CopyPlainLines(const char* p, const char* end, char** to) {
+constexpr std::ptrdiff_t kWindow = 64;
+
 #if defined(__SSE2__)
-  // Copies sixteen characters and answers a bit for each that is not plain: line ends, controls,
-  // what is special in blocks and what lies beyond "z".
-  const auto copy = [](const char* from, char* out) {
-    const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
-    const auto all = [](char c) { return _mm_set1_epi8(c); };
-    const __m128i controls =
-        _mm_andnot_si128(_mm_cmpeq_epi8(text, all('\t')), _mm_cmplt_epi8(text, all(' ')));
+// What 64 characters of a block hold, with a bit for each of them.
+struct Window {
+  std::uint64_t line_ends = 0;
+  std::uint64_t others = 0;  // controls, what is special in blocks, and what lies beyond "z"
+};
+
+inline Window LookAt(const char* p) {
+  const auto all = [](char c) { return _mm_set1_epi8(c); };
+  Window window;
+  for (int i = 0; i < kWindow; i += 16) {
+    const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p + i));
+    const __m128i line_ends = _mm_cmpeq_epi8(text, all('\n'));
+    const __m128i plain = _mm_or_si128(line_ends, _mm_cmpeq_epi8(text, all('\t')));
+    const __m128i controls = _mm_andnot_si128(plain, _mm_cmplt_epi8(text, all(' ')));
     const __m128i special =
         _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(text, all('#')), _mm_cmpeq_epi8(text, all('\\'))),
                      _mm_cmpgt_epi8(text, all('z')));
-    _mm_storeu_si128(reinterpret_cast<__m128i*>(out), text);
-    return static_cast<std::uint64_t>(_mm_movemask_epi8(_mm_or_si128(controls, special)));
-  };
+    const auto bits = [i](__m128i found) {
+      return static_cast<std::uint64_t>(_mm_movemask_epi8(found)) << i;
+    };
+    window.line_ends |= bits(line_ends);
+    window.others |= bits(_mm_or_si128(controls, special));
+  }
+  return window;
+}
+#endif
+
+// Copies plain lines of a block without the blanks that they begin with: up to a character that may
+// mean something in blocks, or until there are not so many left. Moves `to` behind the copy and
+// answers the place in the text. Behind the copy some characters are overwritten: pieces are copied
+// as if they were 64 long. Line ends are looked for in one window after the other, wherever lines
+// begin, so that none has to wait for the one before it.
+constexpr std::size_t kWrittenAhead = kWindow;
+const char* CopyPlainLines(const char* p, const char* end, char** to) {
+#if defined(__SSE2__)
   char* out = *to;
-  while (end - p >= static_cast<std::ptrdiff_t>(kWrittenAhead)) {
-    const std::uint64_t stops = copy(p, out) | copy(p + 16, out + 16) << 16U |
-                                copy(p + 32, out + 32) << 32U | copy(p + 48, out + 48) << 48U;
-    const int count = std::countr_zero(stops);
-    p += count;
-    out += count;
-    if (stops == 0) continue;
-    if (*p != '\n') break;
-    *out++ = '\n';
-    do {
-      ++p;
-    } while (p != end && (*p == ' ' || *p == '\t'));
+  const auto copy_to = [&](const char* piece_end) {
+    std::memcpy(out, p, kWindow);
+    out += piece_end - p;
+    p = piece_end;
+  };
+  for (const char* start = p; end - start >= 2 * kWindow; start += kWindow) {
+    const auto [line_ends, others] = LookAt(start);
+    const char* const stop = start + std::countr_zero(others);
+    for (std::uint64_t left = line_ends; left != 0; left &= left - 1) {
+      const char* const line_end = start + std::countr_zero(left);
+      if (line_end > stop) break;
+      copy_to(line_end + 1);
+      while (p != end && (*p == ' ' || *p == '\t')) ++p;
+    }
+    if (p < stop) copy_to(stop);
+    if (others != 0) break;
   }
   *to = out;
 #else
