@@ -97,6 +97,39 @@ TEST(BaModelDataRead, RepeatedVerticesAreLeftOut) {
   }
 }
 
+// Entries are read by one look at many of them; tabs in place of blanks have each read by itself.
+TEST(BaModelDataRead, RowsOfIndicesAreReadAsOneByOne) {
+  const std::string gaps[] = {"  ", "\n", " \n", "\n\n", " 7 7 ", " 7/7 7/7 "};
+  const std::string odd[] = {"0", "1/0", "-1", "12/", "/7", "1/2/3", "1;2", "x", "123456789/1"};
+  std::mt19937 random(5);
+  const auto number = [&random] {
+    constexpr unsigned kRanges[] = {5, 1000, 100000000};
+    return std::to_string(1 + random() % kRanges[random() % std::size(kRanges)]);
+  };
+  int read_well = 0;
+  for (int round = 0; round < 3000; ++round) {
+    const bool textured = round % 2 == 0;
+    std::string rows;
+    while (rows.size() < 500) {
+      if (random() % 500 == 0) rows += odd[random() % std::size(odd)] + " ";
+      rows += number() + (textured ? "/" + number() : "");
+      rows += random() % 4 > 0 ? " " : gaps[random() % (round % 3 == 0 ? std::size(gaps) : 2)];
+    }
+    const auto read = [&rows, textured] {
+      std::istringstream is((textured ? "TEXTURED_POLYGONS {\n" : "POLYGONS {\n") + rows + "\n}\n");
+      BaMDMaterialGroup group;
+      group.setMaterial("m");
+      const bool is_well = group.scanFrom(is, nullptr);
+      return (is_well ? Print(group) : "") + TakePrinted();
+    };
+    const std::string as_rows = read();
+    std::replace(rows.begin(), rows.end(), ' ', '\t');
+    ASSERT_EQ(read(), as_rows) << rows;
+    read_well += as_rows.starts_with("  MATERIAL_GROUP") ? 1 : 0;
+  }
+  EXPECT_GT(read_well, 500);
+}
+
 // Items of a nested block are cut out of the text around them; read through a stream they are the
 // same, errors included. Shader blocks are passed over, so what follows tells where they ended.
 TEST(BaModelDataRead, NestedItemsAreThoseOfAStream) {

@@ -161,6 +161,8 @@ TEST(Where, PipesHaveLines) {
 
 // The mark of a text is where the finding has to point; behind a second one begins the mapping.
 TEST(Where, FindingsHaveIt) {
+  std::string polygons;
+  for (int i = 0; i < 30; ++i) polygons += "   1 2 3\n";
   const std::string effects =
       " EFFECTS {\n  FLEX {\n   @BODY: leg\n   WEIGHTS {\n    0.5 1\n   }\n  }\n }\n}\n";
   const struct {
@@ -186,6 +188,10 @@ TEST(Where, FindingsHaveIt) {
       {"model-unreadable", Replaced(Geometry(""), "GEOMETRY {\n ", "GEOMETRY {\n @BODY: toor\n# ")},
       {"vertex-duplicate",
        Replaced(Geometry("  POLYGONS {\n   @1 2 3\n  }\n"), "  1 0 0\n", "  0 0 0\n")},
+      {"vertex-duplicate",
+       Geometry("  POLYGONS {\n" + polygons + "   @1 2 2 3\n" + polygons + "  }\n")},
+      {"model-unreadable",
+       Geometry("  POLYGONS {\n" + polygons + "   1 @/2 3\n" + polygons + "  }\n")},
       {"model-unreadable", Replaced(kWhereDocument + kBody, "\t}\n", "") + "@" + kMaterial},
       {"model-unreadable", kWhereDocument + "INCLUDE {\n @FILE_NAME: none.mdl\n}\n"},
       {"include-backslash", kWhereDocument + "INCLUDE {\n @FILE_NAME: a\\b.mdl\n}\n"},

@@ -1,6 +1,7 @@
 // Decimal digits, several at a time: for readers of texts that are mostly numbers.
 #pragma once
 
+#include <array>
 #include <bit>
 #include <cstdint>
 #include <cstring>
@@ -24,25 +25,39 @@ constexpr int kBtMostJoined = 8;
   return static_cast<unsigned>(count - 1) < unsigned{kBtMostJoined};
 }
 
-// The number that the first `count` of eight digits make.
-[[nodiscard]] inline std::uint32_t Bt_JoinDigits(std::uint64_t v, int count) {
-  v <<= 8 * (kBtMostJoined - count);  // to the high end
+// The numbers that the first `a_count` and `b_count` of eight digits each make.
+[[nodiscard]] inline std::array<std::uint32_t, 2> Bt_JoinTwo(std::uint64_t a, int a_count,
+                                                             std::uint64_t b, int b_count) {
+  a <<= 8 * (kBtMostJoined - a_count);  // to the high end
+  b <<= 8 * (kBtMostJoined - b_count);
 #if defined(__SSE2__)
   // Digits become words, which are joined to pairs, fours and the whole.
-  const __m128i digits =
-      _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<long long>(v)), _mm_setzero_si128());
-  const __m128i pairs = _mm_madd_epi16(digits, _mm_set_epi16(1, 10, 100, 1000, 1, 10, 100, 1000));
-  const __m128i words = _mm_packs_epi32(pairs, pairs);
+  const auto pairs_of = [](std::uint64_t v) {
+    const __m128i digits =
+        _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<long long>(v)), _mm_setzero_si128());
+    return _mm_madd_epi16(digits, _mm_set_epi16(1, 10, 100, 1000, 1, 10, 100, 1000));
+  };
+  const __m128i words = _mm_packs_epi32(pairs_of(a), pairs_of(b));
   const __m128i fours =
       _mm_madd_epi16(words, _mm_set_epi16(1, 1, 10000, 10000, 1, 1, 10000, 10000));
-  return static_cast<std::uint32_t>(
-      _mm_cvtsi128_si32(_mm_add_epi32(fours, _mm_shuffle_epi32(fours, 1))));
+  const __m128i sums = _mm_add_epi32(fours, _mm_shuffle_epi32(fours, _MM_SHUFFLE(2, 3, 0, 1)));
+  const auto both = static_cast<std::uint64_t>(
+      _mm_cvtsi128_si64(_mm_shuffle_epi32(sums, _MM_SHUFFLE(3, 1, 2, 0))));
+  return {static_cast<std::uint32_t>(both), static_cast<std::uint32_t>(both >> 32U)};
 #else
   // Neighbours are joined three times: to pairs, to fours, to the whole.
-  v = (v * 10 + (v >> 8)) & 0x00FF00FF00FF00FFU;
-  v = (v * 100 + (v >> 16)) & 0x0000FFFF0000FFFFU;
-  return static_cast<std::uint32_t>(v * 10000 + (v >> 32));
+  const auto join = [](std::uint64_t v) {
+    v = (v * 10 + (v >> 8)) & 0x00FF00FF00FF00FFU;
+    v = (v * 100 + (v >> 16)) & 0x0000FFFF0000FFFFU;
+    return static_cast<std::uint32_t>(v * 10000 + (v >> 32));
+  };
+  return {join(a), join(b)};
 #endif
+}
+
+// The number that the first `count` of eight digits make.
+[[nodiscard]] inline std::uint32_t Bt_JoinDigits(std::uint64_t v, int count) {
+  return Bt_JoinTwo(v, count, 0, kBtMostJoined)[0];
 }
 
 // A bit for each of sixteen characters that is no digit, the lowest for the first.

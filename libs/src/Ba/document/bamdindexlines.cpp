@@ -59,29 +59,25 @@ const char* ReadIndex(const char* p, const char* end, const char* message, int* 
   return p;
 }
 
-// An entry of up to eight digits, or two such with a slash between, in one go: no branch on its
-// length. Null for others, which may be right in spite of that.
-constexpr std::ptrdiff_t kCommonRoom = 32;
-
-inline const char* ReadCommonEntry(const char* p, int* vertex) {
-  const int count = std::countr_zero(Bt_FindOthers(p));
-  if (!Bt_AreJoined(count)) return nullptr;
+// An entry of up to eight digits, or two such around `slash`, which is null where there is none: in
+// one go, with no branch on its length. False for others, which may be right in spite of that.
+inline bool JoinEntry(const char* p, const char* slash, const char* after, int* vertex) {
+  const auto count = static_cast<int>(after - p);
+  if (slash != nullptr || !Bt_AreJoined(count)) return false;
   *vertex = static_cast<int>(Bt_JoinDigits(Bt_LoadDigits(p), count));
-  return *vertex == 0 ? nullptr : p + count;
+  return *vertex != 0;
 }
 
-inline const char* ReadCommonEntry(const char* p, BaMDTexturedCorner* corner) {
-  const unsigned others = Bt_FindOthers(p);
-  const unsigned others_behind = others & (others - 1);
-  if (others_behind == 0) return nullptr;
-  const char* const slash = p + std::countr_zero(others);
-  const char* const after = p + std::countr_zero(others_behind);
-  const auto first_count = static_cast<int>(slash - p);
-  const auto second_count = static_cast<int>(after - slash) - 1;
-  if (*slash != '/' || !Bt_AreJoined(first_count) || !Bt_AreJoined(second_count)) return nullptr;
-  corner->vertex = static_cast<int>(Bt_JoinDigits(Bt_LoadDigits(p), first_count));
-  corner->coord = static_cast<int>(Bt_JoinDigits(Bt_LoadDigits(slash + 1), second_count));
-  return corner->vertex == 0 || corner->coord == 0 ? nullptr : after;
+inline bool JoinEntry(const char* p, const char* slash, const char* after,
+                      BaMDTexturedCorner* corner) {
+  if (slash == nullptr) return false;
+  const auto vertex_count = static_cast<int>(slash - p);
+  const auto coord_count = static_cast<int>(after - slash) - 1;
+  if (!Bt_AreJoined(vertex_count) || !Bt_AreJoined(coord_count)) return false;
+  const auto [vertex, coord] = Bt_JoinTwo(Bt_LoadDigits(p), vertex_count,  //
+                                          Bt_LoadDigits(slash + 1), coord_count);
+  *corner = {static_cast<int>(vertex), static_cast<int>(coord)};
+  return vertex != 0 && coord != 0;
 }
 
 const char* ReadEntry(const char* p, const char* end, int* vertex) {
@@ -144,33 +140,93 @@ void ListMaker<Entry>::end() {
 }
 
 template <class Entry>
+class LinesReader {
+ public:
+  LinesReader(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lists)
+      : _line(text.data()), _end(_line + text.size()), _maker(kind, lists), _reading(text) {}
+
+  // False after a recorded error.
+  bool read();
+
+ private:
+  const char* _readCommon(const char* p);
+  const char* _readAny(const char* p);
+  void _beginLine(const char* p) {
+    _line = p;
+    _reading.moveTo(p);
+  }
+
+  const char* _line;
+  const char* _end;
+  ListMaker<Entry> _maker;
+  BtTextReading _reading;
+};
+
+template <class Entry>
+bool LinesReader<Entry>::read() {
+  for (const char* p = _line; p != _end;) {
+    p = SkipBlanks(_readCommon(p), _end);
+    if (p == _end) break;
+    if (*p == '\n') {
+      _maker.end();
+      _beginLine(++p);
+    } else {
+      p = _readAny(p);
+      if (p == nullptr) return false;
+    }
+  }
+  _maker.end();
+  return true;
+}
+
+// Reads common entries with blanks and line ends between them, and answers the place behind them.
+// What is no digit is found 64 characters at a time, so that no entry waits for the one before it.
+template <class Entry>
+const char* LinesReader<Entry>::_readCommon(const char* p) {
+  constexpr std::ptrdiff_t kWindow = 64;
+  constexpr std::ptrdiff_t kReadAhead = 16;
+  const char* slash = nullptr;
+  for (const char* window = p; _end - window >= kWindow + kReadAhead; window += kWindow) {
+    std::uint64_t others = 0;
+    for (int i = 0; i < kWindow; i += 16) others |= std::uint64_t{Bt_FindOthers(window + i)} << i;
+    for (; others != 0; others &= others - 1) {
+      const char* const other = window + std::countr_zero(others);
+      if (*other == '/' && slash == nullptr) {
+        slash = other;
+        continue;
+      }
+      if (*other != ' ' && *other != '\n') return p;
+      if (other != p) {
+        Entry entry = {};
+        if (!JoinEntry(p, slash, other, &entry)) return p;
+        _maker.add(entry);
+        slash = nullptr;
+      }
+      p = other + 1;
+      if (*other != '\n') continue;
+      _maker.end();
+      _beginLine(p);
+    }
+  }
+  return p;
+}
+
+template <class Entry>
+const char* LinesReader<Entry>::_readAny(const char* p) {
+  Entry entry = {};
+  _reading.moveTo(p);
+  p = ReadEntry(p, _end, &entry);
+  if (p == nullptr) return nullptr;
+  _reading.moveTo(_line);
+  _maker.add(entry);
+  return p;
+}
+
+template <class Entry>
 bool ReadLines(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lists) {
   const std::size_t n_lines = BaRoomFor(text, '\n');
   lists->reserve(BaRoomFor(text, ' ') + n_lines, n_lines);
-  ListMaker<Entry> maker(kind, lists);
-  BtTextReading reading(text);
-  const char* line = text.data();
-  const char* const end = text.data() + text.size();
-  for (const char* p = SkipBlanks(text.data(), end); p != end; p = SkipBlanks(p, end)) {
-    if (*p == '\n') {
-      maker.end();
-      line = ++p;
-      reading.moveTo(line);
-      continue;
-    }
-    Entry entry = {};
-    const char* after = end - p >= kCommonRoom ? ReadCommonEntry(p, &entry) : nullptr;
-    if (after == nullptr) {
-      reading.moveTo(p);
-      after = ReadEntry(p, end, &entry);
-      if (after == nullptr) return false;
-      reading.moveTo(line);
-    }
-    p = after;
-    maker.add(entry);
-  }
-  maker.end();
-  return true;
+  return LinesReader<Entry>(text, kind, lists).read();
 }
 
 void PrintEntry(std::ostream& os, int vertex) { BaPrintInt(os, vertex); }
