@@ -40,7 +40,8 @@ Cost RunFunction(const std::function<bool()>& work) {
     std::exit(EXIT_FAILURE);
   }
   const std::chrono::duration<double> wall = std::chrono::steady_clock::now() - start;
-  return {Seconds(usage.ru_utime) + Seconds(usage.ru_stime), wall.count(),
+  const double user = Seconds(usage.ru_utime);
+  return {user + Seconds(usage.ru_stime), user, wall.count(),
           1024.0 * static_cast<double>(usage.ru_maxrss)};
 }
 
@@ -69,7 +70,8 @@ std::vector<Cost> Medians(int rounds, const std::vector<std::function<Cost()>>& 
       for (const Cost& cost : of_job) values.push_back(cost.*part);
       return Median(values);
     };
-    medians.push_back({median(&Cost::cpu), median(&Cost::wall), median(&Cost::peak)});
+    medians.push_back(
+        {median(&Cost::cpu), median(&Cost::user), median(&Cost::wall), median(&Cost::peak)});
   }
   return medians;
 }

@@ -7,6 +7,7 @@
 
 struct Cost {
   double cpu = 0;   // seconds, user and system
+  double user = 0;  // of these the program's own
   double wall = 0;  // seconds from start to exit
   double peak = 0;  // bytes of memory that were resident at most
 };
