@@ -210,7 +210,9 @@ std::vector<std::uint32_t> FirstCoincident(const std::vector<double>& points) {
   // Crowded points lie apart in memory, so those a few steps ahead are asked for.
   constexpr std::size_t kAhead = 16;
   for (std::size_t i = 0; i < crowded.size(); ++i) {
-    if (i + kAhead < crowded.size()) __builtin_prefetch(&points[3 * crowded[i + kAhead]]);
+    if (i + kAhead < crowded.size()) {
+      __builtin_prefetch(&points[std::size_t{3} * crowded[i + kAhead]]);
+    }
     first[crowded[i]] = standing.firstOf(crowded[i], PlaceAt(points, crowded[i]));
   }
   return first;

@@ -143,83 +143,97 @@ template <class Entry>
 class LinesReader {
  public:
   LinesReader(std::string_view text, BaMDLines kind, BaMDIndexLists<Entry>* lists)
-      : _line(text.data()), _end(_line + text.size()), _maker(kind, lists), _reading(text) {}
+      : _next(text.data()),
+        _end(_next + text.size()),
+        _line(_next),
+        _maker(kind, lists),
+        _reading(text) {}
 
   // False after a recorded error.
   bool read();
 
  private:
-  const char* _readCommon(const char* p);
-  const char* _readAny(const char* p);
-  void _beginLine(const char* p) {
-    _line = p;
-    _reading.moveTo(p);
+  void _readCommon();
+  bool _takeCommon(const char* other);
+  bool _readAny();
+  void _endLine() {
+    _maker.end();
+    _line = ++_next;
+    _reading.moveTo(_line);
   }
 
-  const char* _line;
+  const char* _next;  // what is not read yet
   const char* _end;
+  const char* _line;
+  const char* _slash = nullptr;  // behind _next, where it was met
   ListMaker<Entry> _maker;
   BtTextReading _reading;
 };
 
 template <class Entry>
 bool LinesReader<Entry>::read() {
-  for (const char* p = _line; p != _end;) {
-    p = SkipBlanks(_readCommon(p), _end);
-    if (p == _end) break;
-    if (*p == '\n') {
-      _maker.end();
-      _beginLine(++p);
-    } else {
-      p = _readAny(p);
-      if (p == nullptr) return false;
+  while (_next != _end) {
+    _readCommon();
+    _next = SkipBlanks(_next, _end);
+    if (_next == _end) break;
+    if (*_next == '\n') {
+      _endLine();
+    } else if (!_readAny()) {
+      return false;
     }
   }
   _maker.end();
   return true;
 }
 
-// Reads common entries with blanks and line ends between them, and answers the place behind them.
-// What is no digit is found 64 characters at a time, so that no entry waits for the one before it.
+// Reads common entries with blanks and line ends between them, as far as they go. What is no digit
+// is found 64 characters at a time, so that no entry waits for the one before it.
 template <class Entry>
-const char* LinesReader<Entry>::_readCommon(const char* p) {
+void LinesReader<Entry>::_readCommon() {
   constexpr std::ptrdiff_t kWindow = 64;
   constexpr std::ptrdiff_t kReadAhead = 16;
-  const char* slash = nullptr;
-  for (const char* window = p; _end - window >= kWindow + kReadAhead; window += kWindow) {
+  _slash = nullptr;
+  for (const char* window = _next; _end - window >= kWindow + kReadAhead; window += kWindow) {
     std::uint64_t others = 0;
     for (int i = 0; i < kWindow; i += 16) others |= std::uint64_t{Bt_FindOthers(window + i)} << i;
     for (; others != 0; others &= others - 1) {
-      const char* const other = window + std::countr_zero(others);
-      if (*other == '/' && slash == nullptr) {
-        slash = other;
-        continue;
-      }
-      if (*other != ' ' && *other != '\n') return p;
-      if (other != p) {
-        Entry entry = {};
-        if (!JoinEntry(p, slash, other, &entry)) return p;
-        _maker.add(entry);
-        slash = nullptr;
-      }
-      p = other + 1;
-      if (*other != '\n') continue;
-      _maker.end();
-      _beginLine(p);
+      if (!_takeCommon(window + std::countr_zero(others))) return;
     }
   }
-  return p;
+}
+
+// Takes what ends at the next character that is no digit; false where that is no common entry.
+template <class Entry>
+inline bool LinesReader<Entry>::_takeCommon(const char* other) {
+  if (*other == '/' && _slash == nullptr) {
+    _slash = other;
+    return true;
+  }
+  if (*other != ' ' && *other != '\n') return false;
+  if (other != _next) {
+    Entry entry = {};
+    if (!JoinEntry(_next, _slash, other, &entry)) return false;
+    _maker.add(entry);
+    _slash = nullptr;
+  }
+  _next = other;
+  if (*other == '\n') {
+    _endLine();
+  } else {
+    ++_next;
+  }
+  return true;
 }
 
 template <class Entry>
-const char* LinesReader<Entry>::_readAny(const char* p) {
+bool LinesReader<Entry>::_readAny() {
   Entry entry = {};
-  _reading.moveTo(p);
-  p = ReadEntry(p, _end, &entry);
-  if (p == nullptr) return nullptr;
+  _reading.moveTo(_next);
+  _next = ReadEntry(_next, _end, &entry);
+  if (_next == nullptr) return false;
   _reading.moveTo(_line);
   _maker.add(entry);
-  return p;
+  return true;
 }
 
 template <class Entry>
