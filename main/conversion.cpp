@@ -1,8 +1,5 @@
 #include "conversion.h"
 
-#include <malloc.h>
-
-#include <cstddef>
 #include <iostream>
 #include <memory>
 
@@ -40,14 +37,6 @@ bool Report(ConversionListener* listener) {
 bool StepDone(ConversionListener* listener) {
   if (!BtError()) theExceptObj.checkCancel();
   return !Report(listener);
-}
-
-// Gives what is free back to the system, which has use for it: a large file stands in its memory
-// until it is on the disk, and pages that have not been in use for long are dear. It is kept as
-// long as it is not much, since what is needed again would have to be asked for again.
-void ReturnMuchMemory() {
-  constexpr std::size_t kMuch = std::size_t{1} << 29U;
-  if (mallinfo2().fordblks >= kMuch) malloc_trim(0);
 }
 
 // Records the error above what is recorded already, and tells it all.
@@ -128,6 +117,5 @@ bool Convert(const Settings& settings, ConversionListener* listener) {
   if (!StepDone(listener)) return false;
   model_data.clear();
   mapping.clear();
-  ReturnMuchMemory();
   return Save(settings, sources, manager, scene, listener);
 }

@@ -124,9 +124,24 @@ bool FbxOutputFile::commit() {
 bool FbxOutputFile::_flush() {
   if (!_append({_buffer.get(), _used})) return false;
   _flushed += _used;
+  if (_memory == nullptr && !_in_memory) _sendToDisk();
   _used = 0;
   _room = std::min<std::uint64_t>(kBufferSize, _max_size - _flushed);
   return true;
+}
+
+// A large file goes to the disk while it is written, so that little is left to wait for at the end,
+// and what has arrived leaves the system's memory, whose next pages may be dear. This is advice:
+// whether the bytes are on the disk is asked when the file is put in its place.
+void FbxOutputFile::_sendToDisk() {
+  constexpr std::uint64_t kStretch = std::uint64_t{32} << 20U;
+  constexpr std::uint64_t kKept = 4 * kStretch;
+  for (; _flushed - _sent >= kStretch; _sent += kStretch) {
+    const auto begin = static_cast<off_t>(_sent);
+    sync_file_range(_fd, begin, kStretch, SYNC_FILE_RANGE_WRITE);
+    if (_sent < kKept) continue;
+    posix_fadvise(_fd, begin - static_cast<off_t>(kKept), kStretch, POSIX_FADV_DONTNEED);
+  }
 }
 
 bool FbxOutputFile::_append(std::span<const char> bytes) {

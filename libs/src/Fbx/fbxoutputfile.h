@@ -64,6 +64,7 @@ class FbxOutputFile {
   void _makeBuffer();
   bool _createInMemory();
   bool _flush();
+  void _sendToDisk();
   bool _append(std::span<const char> bytes);
   bool _writeAll(int fd, std::span<const char> bytes);
   bool _canceled();
@@ -81,6 +82,7 @@ class FbxOutputFile {
   std::size_t _used = 0;       // bytes in the buffer
   std::size_t _room = 0;       // bytes that it still takes; 0 once writing has failed
   std::uint64_t _flushed = 0;  // bytes that left it
+  std::uint64_t _sent = 0;     // of these, bytes that are on their way to the disk
   std::uint64_t _unasked = 0;  // bytes since the last question for a cancel
   BtIgnoredSignals _signals;
 };
