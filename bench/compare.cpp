@@ -194,7 +194,7 @@ class Comparison {
     };
     const Cost few = median(kFew, kRounds);
     const Cost many = median(kMany, kSlowRounds);
-    constexpr double kGrowth = kMany / kFew;
+    constexpr double kGrowth = double{kMany} / kFew;
     _row("CPU for a body of 1,000,000 / of 10,000", many.cpu / few.cpu / kGrowth, 1.5, 1.2);
     std::printf("| the same of user time alone | %.3g | | |\n", many.user / few.user / kGrowth);
     for (const char* suffix : {"", ".dof", ".fbx"}) {
