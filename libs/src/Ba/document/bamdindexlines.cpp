@@ -74,8 +74,9 @@ inline bool JoinEntry(const char* p, const char* slash, const char* after,
   const auto vertex_count = static_cast<int>(slash - p);
   const auto coord_count = static_cast<int>(after - slash) - 1;
   if (!Bt_AreJoined(vertex_count) || !Bt_AreJoined(coord_count)) return false;
-  const auto [vertex, coord] = Bt_JoinTwo(Bt_LoadDigits(p), vertex_count,  //
-                                          Bt_LoadDigits(slash + 1), coord_count);
+  const std::uint64_t vertex_digits = Bt_LoadDigits(p);
+  const std::uint64_t coord_digits = Bt_LoadDigits(slash + 1);
+  const auto [vertex, coord] = Bt_JoinTwo(vertex_digits, vertex_count, coord_digits, coord_count);
   *corner = {static_cast<int>(vertex), static_cast<int>(coord)};
   return vertex != 0 && coord != 0;
 }
