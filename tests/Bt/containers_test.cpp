@@ -226,53 +226,65 @@ TEST(BtFlatMap, KeepsWhatAnUnorderedMapWould) {
 
 using Cursor = BtDLListCursor<char>;
 
-std::string Text(const BtList<char>& list) {
+template <class T>
+std::string Text(const BtList<T>& list) {
   std::string text;
-  for (const char c : list) text += c;
+  for (const T& letter : list) text += letter;
   return text;
 }
 
 // A cursor at position i of a list.
-Cursor At(BtList<char>* list, int i) {
-  Cursor cursor(&list->list());
+template <class T>
+BtDLListCursor<T> At(BtList<T>* list, int i) {
+  BtDLListCursor<T> cursor(&list->list());
   for (; i > 0; --i) cursor.next();
   return cursor;
 }
 
-// Every set of removed elements under every set of cursors.
-TEST(BtList, CursorsSurviveTheRemovalOfTheirElement) {
+// Every set of removed elements under every set of cursors; letter(c) is an element.
+template <class T, class Letter>
+void RemoveUnderCursors(Letter letter) {
   const std::string all = "abcde";
   for (unsigned removed = 0; removed < 32; ++removed) {
     for (unsigned held = 0; held < 32; ++held) {
-      BtList<char> list{'a', 'b', 'c', 'd', 'e'};
-      std::vector<std::pair<char, Cursor>> cursors;
+      BtList<T> list;
+      for (const char c : all) list.append(letter(c));
+      std::vector<std::pair<char, BtDLListCursor<T>>> cursors;
       std::string left;
       for (int i = 0; i < 5; ++i) {
-        const char letter = all[static_cast<std::size_t>(i)];
+        const char c = all[static_cast<std::size_t>(i)];
         // Two on a node: it must stay until the second one leaves.
-        if ((held >> i & 1) != 0) cursors.insert(cursors.end(), 2, {letter, At(&list, i)});
-        if ((removed >> i & 1) == 0) left += letter;
+        if ((held >> i & 1) != 0) cursors.insert(cursors.end(), 2, {c, At(&list, i)});
+        if ((removed >> i & 1) == 0) left += c;
       }
       for (int i = 0; i < 5; ++i) {
-        if ((removed >> i & 1) != 0) list.removeValue(static_cast<char>('a' + i));
+        if ((removed >> i & 1) != 0) list.removeValue(letter(all[static_cast<std::size_t>(i)]));
       }
       ASSERT_EQ(Text(list), left);
       ASSERT_EQ(list.count(), static_cast<int>(left.size()));
-      for (int i = 0; i < list.count(); ++i) ASSERT_EQ(list[i], left[static_cast<std::size_t>(i)]);
-      ASSERT_TRUE(left.empty() || list.last() == left.back());
-      for (const auto& [letter, cursor] : cursors) {
-        const auto at = std::lower_bound(left.begin(), left.end(), letter);
+      for (int i = 0; i < list.count(); ++i)
+        ASSERT_EQ(list[i], letter(left[static_cast<std::size_t>(i)]));
+      ASSERT_TRUE(left.empty() || list.last() == letter(left.back()));
+      for (const auto& [c, cursor] : cursors) {
+        const auto at = std::lower_bound(left.begin(), left.end(), c);
         ASSERT_EQ(cursor.position(), at - left.begin());
       }
-      for (auto& [letter, cursor] : cursors) {
-        const auto after = std::upper_bound(left.begin(), left.end(), letter);
+      for (auto& [c, cursor] : cursors) {
+        const auto after = std::upper_bound(left.begin(), left.end(), c);
         cursor.next();
-        ASSERT_EQ(cursor.atEnd() ? '-' : *cursor.data(), after == left.end() ? '-' : *after);
+        ASSERT_EQ(cursor.atEnd() ? letter('-') : *cursor.data(),
+                  letter(after == left.end() ? '-' : *after));
       }
-      list.append('z');
+      list.append(letter('z'));
       ASSERT_EQ(Text(list), left + 'z');
     }
   }
+}
+
+// Small elements stand in the nodes, others apart.
+TEST(BtList, CursorsSurviveTheRemovalOfTheirElement) {
+  RemoveUnderCursors<char>([](char c) { return c; });
+  RemoveUnderCursors<std::string>([](char c) { return std::string(1, c); });
 }
 
 TEST(BtList, LoopsMayRemoveWhatTheyStandOn) {

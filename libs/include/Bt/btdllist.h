@@ -1,22 +1,30 @@
-// The doubly linked list under BtList, with untyped data, and its cursors. A node that is removed
-// while cursors stand on it stays linked, marked as deleted, until the last of them leaves.
+// The doubly linked list under BtList, with untyped data, and its cursors. Data stand apart from
+// their node or, where they are no larger than a pointer, in it: most lists are of pointers. A node
+// that is removed while cursors stand on it stays linked, marked as deleted, until the last of them
+// leaves.
 #pragma once
 
+#include <array>
+#include <bit>
+#include <cstddef>
 #include <utility>
 
 #include "Bt/btassert.h"
 
 class Bt_DLListCursor;
 
-// One element of a list. The list owns the node; the data belongs to the list's user.
+// One element of a list. The list owns the node; data that stand apart belong to the list's user.
 class Bt_DoubleLinkedList_Node {
  public:
-  explicit Bt_DoubleLinkedList_Node(void* data) : _data(data) {}
+  // With room for a value in the node.
+  Bt_DoubleLinkedList_Node() : _has_value(true) {}
+  explicit Bt_DoubleLinkedList_Node(void* data) : _room(std::bit_cast<Room>(data)) {}
   ~Bt_DoubleLinkedList_Node() { BtAssert(_ref_count == 0, "_ref_count==0"); }
   Bt_DoubleLinkedList_Node(const Bt_DoubleLinkedList_Node&) = delete;
   Bt_DoubleLinkedList_Node& operator=(const Bt_DoubleLinkedList_Node&) = delete;
 
   [[nodiscard]] bool isDeleted() const { return _deleted; }
+  [[nodiscard]] void* data() { return _has_value ? _room.data() : std::bit_cast<void*>(_room); }
   // Cursors that stand on the node.
   [[nodiscard]] int refCount() const { return _ref_count; }
 
@@ -24,11 +32,14 @@ class Bt_DoubleLinkedList_Node {
   friend class BtDoubleLinkedList;
   friend class Bt_DLListCursor;
 
-  void* _data;
+  using Room = std::array<std::byte, sizeof(void*)>;
+
+  alignas(void*) Room _room = {};  // the value, or the address of the data
   Bt_DoubleLinkedList_Node* _next = nullptr;
   Bt_DoubleLinkedList_Node* _prev = nullptr;
   int _ref_count = 0;
   bool _deleted = false;
+  bool _has_value = false;
 };
 
 // Positions are 0-based and count live nodes only. The list must be empty when it is destroyed, and
@@ -46,10 +57,14 @@ class BtDoubleLinkedList {
   // Data of the last live node, null in an empty list.
   [[nodiscard]] void* lastData() const;
 
-  void append(void* data);
+  void append(void* data) { _insert(nullptr, new Node(data)); }
   // Inserts before position i, which may be count().
-  void insert(int i, void* data);
-  // Removes an element and answers its data.
+  void insert(int i, void* data) { _insert(_nodeBehind(i), new Node(data)); }
+  // The same for a value of a pointer's size at most, for which there is room where the answer
+  // points to. It needs no destructor.
+  void* appendRoom() { return _insert(nullptr, new Node); }
+  void* insertRoom(int i) { return _insert(_nodeBehind(i), new Node); }
+  // Removes an element and answers its data, which are gone if they stood in the node.
   void* remove(int i);
   // Removes the element under the cursor; the cursor stays and can go on from there.
   void* remove(Bt_DLListCursor& cursor);
@@ -62,6 +77,10 @@ class BtDoubleLinkedList {
   friend class Bt_DLListCursor;
   using Node = Bt_DoubleLinkedList_Node;
 
+  // A new node in front of another one, null for behind the last; answers its data.
+  void* _insert(Node* behind, Node* node);
+  // The node in front of which position i is, null for behind the last.
+  [[nodiscard]] Node* _nodeBehind(int i) const;
   // The live node at a position that is known to be within bounds; null when the links disagree.
   [[nodiscard]] Node* _nodeAt(int i) const;
   void* _remove(Node* node);
@@ -102,7 +121,7 @@ class Bt_DLListCursor {
   [[nodiscard]] void* data() const {
     BtAssert(!atEnd(), "!atEnd()");
     if (_node->_deleted) _failDeleted();
-    return _node->_data;
+    return _node->data();
   }
   // To the next live node, or to the end.
   void next() {

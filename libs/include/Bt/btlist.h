@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <iterator>
+#include <new>
 #include <type_traits>
 #include <utility>
 
@@ -72,9 +73,21 @@ class BtList {
   }
   const T& last() const { return const_cast<BtList*>(this)->last(); }
 
-  void append(T element) { _list.append(new T(std::move(element))); }
+  void append(T element) {
+    if constexpr (kInNode) {
+      ::new (_list.appendRoom()) T(element);
+    } else {
+      _list.append(new T(std::move(element)));
+    }
+  }
   // Inserts before position i; i may be count().
-  void insert(int i, T element) { _list.insert(i, new T(std::move(element))); }
+  void insert(int i, T element) {
+    if constexpr (kInNode) {
+      ::new (_list.insertRoom(i)) T(element);
+    } else {
+      _list.insert(i, new T(std::move(element)));
+    }
+  }
   void remove(int i) { _free(_list.remove(i)); }
   // Removes the first element equal to `value`; false when there is none.
   bool removeValue(const T& value) {
@@ -118,7 +131,13 @@ class BtList {
   }
 
  private:
-  static void _free(void* data) { delete static_cast<T*>(data); }
+  // Whether elements stand in the nodes, which spares them a piece of memory each.
+  static constexpr bool kInNode =
+      std::is_trivially_copyable_v<T> && sizeof(T) <= sizeof(void*) && alignof(T) <= alignof(void*);
+
+  static void _free(void* data) {
+    if constexpr (!kInNode) delete static_cast<T*>(data);
+  }
 
   // Cursors count themselves in the nodes of a list that they only read.
   mutable BtDoubleLinkedList _list;

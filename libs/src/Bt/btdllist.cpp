@@ -15,42 +15,33 @@ BtDoubleLinkedList::~BtDoubleLinkedList() {
 void* BtDoubleLinkedList::operator[](int i) const {
   BtAssert(i >= 0, "i>=0");
   BtAssert(i <= _count - 1, "i<=_count-1");
-  const Node* node = _nodeAt(i);
+  Node* const node = _nodeAt(i);
   if (node == nullptr) {
     std::fprintf(stderr, "BtDoubleLinkedList::operator [] (int) : element %d not found!\n", i);
     return nullptr;
   }
-  return node->_data;
+  return node->data();
 }
 
 void* BtDoubleLinkedList::lastData() const {
-  const Node* node = _last;
+  Node* node = _last;
   while (node != nullptr && node->_deleted) node = node->_prev;
-  return node == nullptr ? nullptr : node->_data;
+  return node == nullptr ? nullptr : node->data();
 }
 
-void BtDoubleLinkedList::append(void* data) {
-  Node* const node = std::make_unique<Node>(data).release();
-  node->_prev = _last;
-  (_last == nullptr ? _first : _last->_next) = node;
-  _last = node;
+void* BtDoubleLinkedList::_insert(Node* behind, Node* node) {
+  node->_prev = behind == nullptr ? _last : behind->_prev;
+  node->_next = behind;
+  (node->_prev == nullptr ? _first : node->_prev->_next) = node;
+  (behind == nullptr ? _last : behind->_prev) = node;
   ++_count;
+  return node->data();
 }
 
-void BtDoubleLinkedList::insert(int i, void* data) {
+BtDoubleLinkedList::Node* BtDoubleLinkedList::_nodeBehind(int i) const {
   BtAssert(i >= 0, "i>=0");
   BtAssert(i <= _count, "i<=_count");
-  Node* const after = i == _count ? nullptr : _nodeAt(i);
-  if (after == nullptr) {
-    append(data);
-    return;
-  }
-  Node* const node = std::make_unique<Node>(data).release();
-  node->_prev = after->_prev;
-  node->_next = after;
-  (after->_prev == nullptr ? _first : after->_prev->_next) = node;
-  after->_prev = node;
-  ++_count;
+  return i == _count ? nullptr : _nodeAt(i);
 }
 
 void* BtDoubleLinkedList::remove(int i) {
@@ -72,7 +63,7 @@ void BtDoubleLinkedList::swap(Bt_DLListCursor& c1, Bt_DLListCursor& c2) {
   BtAssert(c2._listPtr() == this, "c2._listPtr()==this");
   BtAssert(!c1._node->isDeleted(), "!c1._node->isDeleted()");
   BtAssert(!c2._node->isDeleted(), "!c2._node->isDeleted()");
-  std::swap(c1._node->_data, c2._node->_data);
+  std::swap(c1._node->_room, c2._node->_room);
 }
 
 void BtDoubleLinkedList::swap(BtDoubleLinkedList& other) noexcept {
@@ -91,7 +82,7 @@ BtDoubleLinkedList::Node* BtDoubleLinkedList::_nodeAt(int i) const {
 
 void* BtDoubleLinkedList::_remove(Node* node) {
   BtAssert(node != nullptr && !node->_deleted, "!node->_deleted");
-  void* const data = node->_data;
+  void* const data = node->data();
   node->_deleted = true;
   --_count;
   if (node->_ref_count == 0) _unlink(node);
