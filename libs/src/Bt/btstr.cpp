@@ -48,14 +48,15 @@ constexpr bool kSharesBlocks = false;
 constexpr bool kSharesBlocks = true;
 #endif
 
-// Memory for cores, in pieces of large blocks that are never freed.
+// Memory for cores, in pieces of blocks that are never freed. Each is twice as large as the last,
+// so that few stand between what is freed, where large arrays can go then.
 class CorePool {
  public:
   void* take() {
     if (_free != nullptr) return std::exchange(_free, _free->next);
     if (_rest == 0) {
       _rest = _next_count;
-      _next_count = std::min(2 * _next_count, kMostCores);
+      _next_count *= 2;
       _new = static_cast<std::byte*>(::operator new(_rest * sizeof(Bt_CoreStr)));
     }
     --_rest;
@@ -67,8 +68,6 @@ class CorePool {
   struct Free {
     Free* next;
   };
-  static constexpr std::size_t kMostCores = 4096;  // in a block
-
   Free* _free = nullptr;
   std::byte* _new = nullptr;  // that no core has stood on
   std::size_t _rest = 0;
