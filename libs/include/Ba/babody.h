@@ -141,7 +141,9 @@ class BaBody : public BaBodyObj {
   [[nodiscard]] bool isValid() const { return _valid == 1; }
 
  private:
-  static constexpr int kChunk = 8;  // bodies are many, and most have elements of one kind at most
+  // As many as the smallest piece of memory has room for: bodies are many, and trimming must not
+  // leave a gap behind each.
+  static constexpr int kChunk = 3;
 
   BaElements<BaBone*> _bones;
   BaElements<BaPolygon*> _polygons;
