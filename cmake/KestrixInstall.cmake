@@ -12,7 +12,7 @@ set_target_properties(kestrix_ba PROPERTIES EXPORT_NAME ba)
 set_target_properties(kestrix_fbx PROPERTIES EXPORT_NAME fbx)
 set_target_properties(kestrix_main PROPERTIES EXPORT_NAME convert OUTPUT_NAME kestrix_convert)
 # The steps of a conversion that other projects may take: <kestrix/convert/scene.h> and so on.
-set(KESTRIX_CONVERT_HEADERS main/scene.h main/save.h)
+set(KESTRIX_CONVERT_HEADERS main/scene.h main/usedup.h main/save.h)
 
 set_target_properties(${KESTRIX_PROGRAMS} ${KESTRIX_LIBRARIES} PROPERTIES
   INSTALL_RPATH "$<$<BOOL:${BUILD_SHARED_LIBS}>:$ORIGIN/../${CMAKE_INSTALL_LIBDIR};$ORIGIN>")

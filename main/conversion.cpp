@@ -111,11 +111,10 @@ bool Convert(const Settings& settings, ConversionListener* listener) {
   }
   const std::unique_ptr<KFbxSdkManager, void (*)(KFbxSdkManager*)> owner(manager, DestroySdk);
   if (!CreateScene(manager, scene, model_data, settings.model_file, mapping, settings.scale_factor,
-                   settings.mesh_per_body)) {
+                   settings.mesh_per_body, {&model_data, &mapping})) {
     theExceptObj.set("Unable to create the fbx scene.");
   }
   if (!StepDone(listener)) return false;
   model_data.clear();
-  mapping.clear();
   return Save(settings, sources, manager, scene, listener);
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "Bt/btstr.h"
 #include "Fbx/kfbxmath.h"
 
 class BaMDBody;
@@ -35,7 +36,7 @@ struct Faces {
   std::vector<std::int32_t> corner_uvs;      // 0-based per corner, -1 for none; empty when no
                                              // face is textured
   std::vector<std::int32_t> face_materials;  // per face, index into `materials`
-  std::vector<const char*> materials;        // names in first-use order
+  std::vector<BtStr> materials;              // names in first-use order
   std::vector<Part> parts;
 
   [[nodiscard]] std::size_t pointCount() const { return points.size() / 3; }

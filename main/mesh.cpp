@@ -49,7 +49,7 @@ MeshBuilder::MeshBuilder(KFbxScene* scene, const BaModelData& model_data, float 
       _blend_shapes(scene, model_data, scale_factor) {}
 
 KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* node,
-                                                bool whole_chain) {
+                                                bool whole_chain, BaModelData* used_up) {
   const std::vector<MeshBody> bodies =
       whole_chain ? _chainBelow(body, node) : std::vector<MeshBody>{{&body, node, KFbxXMatrix()}};
   Faces faces = GatherFaces(_model_data, bodies, _scale_factor);
@@ -57,8 +57,8 @@ KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* 
   KFbxNode* mesh_node = KFbxNode::Create(_scene, body.name() + "_mesh");
   KFbxMesh* mesh = KFbxMesh::Create(_scene, body.name() + "_mesh");
   mesh_node->SetNodeAttribute(mesh);
-  for (const char* name : faces.materials) mesh_node->AddMaterial(_materials->material(name));
-  _completePoints(mesh, bodies, whole_chain, &faces);
+  for (const BtStr& name : faces.materials) mesh_node->AddMaterial(_materials->material(name));
+  _completePoints(mesh, bodies, whole_chain, &faces, used_up);
   mesh->GetControlPoints() = std::move(faces.points);
   mesh->SetPolygons(std::move(faces.corners), std::move(faces.face_materials));
   if (!faces.corner_uvs.empty()) {
@@ -69,16 +69,16 @@ KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* 
 
 // Gives the mesh its normals and what moves its points, and joins the bodies of a chain.
 void MeshBuilder::_completePoints(KFbxMesh* mesh, const std::vector<MeshBody>& bodies,
-                                  bool whole_chain, Faces* faces) {
+                                  bool whole_chain, Faces* faces, BaModelData* used_up) {
   const MeshBody& top = bodies.front();
   SkinWeights weights = CollectWeights(*_scene, bodies, *faces);
   SliderOffsets offsets = _blend_shapes.collect(bodies, *faces);
   std::vector<double> normals;
   const bool is_smooth = _model_data.combineVertexNormals();
+  if (is_smooth && !whole_chain) normals = _bodyNormals(*top.body, faces->pointCount());
+  if (used_up != nullptr) used_up->clearShapes();
   if (!is_smooth) {
     mesh->SetNormals(KFbxMesh::eBY_POLYGON_VERTEX, FlatNormals(*faces), FacePerCorner(*faces));
-  } else if (!whole_chain) {
-    normals = _bodyNormals(*top.body, faces->pointCount());
   }
   if (whole_chain) {
     const std::vector<std::uint32_t> first = CoincidentAmongParts(*faces);

@@ -27,7 +27,9 @@ class MeshBuilder {
   // A new node, named after the body with "_mesh" appended, for the caller to hang under `node`,
   // the body's own. It carries the geometry of the body alone, or of the body and all its
   // descendants when `whole_chain` is set, in the space of `node`.
-  KFbxNode* createSingleMeshGeometry(const BaMDBody& body, KFbxNode* node, bool whole_chain);
+  // The shapes of `used_up`, which is the document or null, go as soon as the faces stand.
+  KFbxNode* createSingleMeshGeometry(const BaMDBody& body, KFbxNode* node, bool whole_chain,
+                                     BaModelData* used_up = nullptr);
 
  private:
   // The normals of a whole chain, and where each of its bodies finds its own.
@@ -39,7 +41,7 @@ class MeshBuilder {
 
   std::vector<MeshBody> _chainBelow(const BaMDBody& top, KFbxNode* top_node) const;
   void _completePoints(KFbxMesh* mesh, const std::vector<MeshBody>& bodies, bool whole_chain,
-                       Faces* faces);
+                       Faces* faces, BaModelData* used_up);
   std::vector<double> _bodyNormals(const BaMDBody& body, std::size_t count);
   void _computeChain(const BaMDBody& top);
 

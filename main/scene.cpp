@@ -103,10 +103,10 @@ void DestroySdk(KFbxSdkManager* manager) {
 
 bool CreateScene(KFbxSdkManager* manager, KFbxScene* scene, const BaModelData& model_data,
                  const BtStr& model_file, const BaUnlockedMapping& mapping, float scale_factor,
-                 bool mesh_per_body) {
+                 bool mesh_per_body, UsedUp used_up) {
   if (!CheckNumbers(model_data)) return false;
   scene->SetSceneInfo(CreateDocumentInfo(manager, model_file));
   SceneMaterials materials(scene, model_data, BtFileDirectory(model_file));
-  CreateSkeletons(scene, model_data, mapping, scale_factor, mesh_per_body, &materials);
+  CreateSkeletons(scene, model_data, mapping, scale_factor, mesh_per_body, &materials, used_up);
   return !BtError();
 }

@@ -1,6 +1,8 @@
 // The scene of one conversion: created, filled and checked here.
 #pragma once
 
+#include "usedup.h"
+
 class BaModelData;
 class BaUnlockedMapping;
 class BtStr;
@@ -22,4 +24,4 @@ void DestroySdk(KFbxSdkManager* manager);
 // finite, or are not once they are scaled and put together.
 bool CreateScene(KFbxSdkManager* manager, KFbxScene* scene, const BaModelData& model_data,
                  const BtStr& model_file, const BaUnlockedMapping& mapping, float scale_factor,
-                 bool mesh_per_body);
+                 bool mesh_per_body, UsedUp used_up = {});

@@ -103,20 +103,23 @@ bool CheckPlaces(KFbxScene* scene) {
 
 void CreateSkeletons(KFbxScene* scene, const BaModelData& model_data,
                      const BaUnlockedMapping& mapping, float scale_factor, bool mesh_per_body,
-                     SceneMaterials* materials) {
+                     SceneMaterials* materials, UsedUp used_up) {
   GeoBodies geo_bodies;
   bool has_geometry = false;
   CreateChildSkeletonNodes(model_data, kWorld, &geo_bodies, &has_geometry, scene, mapping,
                            scale_factor, scene->GetRootNode(), mesh_per_body);
+  if (used_up.mapping != nullptr) used_up.mapping->clear();
   if (theExceptObj.checkCancel() || !CheckPlaces(scene)) return;
   SetLimbSizes(scene->GetRootNode());
   MeshBuilder meshes(scene, model_data, scale_factor, materials);
+  int n_left = geo_bodies.count();
   for (const BaMDBody* geo_body : geo_bodies) {
     if (theExceptObj.checkCancel()) return;
     BtAssert(geo_body, "geo_body_ptr");
     KFbxNode* node =
         geo_body->name() == kWorld ? scene->GetRootNode() : scene->FindNodeByName(geo_body->name());
-    node->AddChild(meshes.createSingleMeshGeometry(*geo_body, node, !mesh_per_body));
+    node->AddChild(meshes.createSingleMeshGeometry(*geo_body, node, !mesh_per_body,
+                                                   --n_left == 0 ? used_up.model_data : nullptr));
   }
   AddDisplayLayers(scene);
   StoreBindPose(scene, scene->GetRootNode(), "BindPose");

@@ -4,6 +4,7 @@
 
 #include "Bt/btlist.h"
 #include "Fbx/kfbxnode.h"
+#include "usedup.h"
 
 class BaMDBody;
 class BaModelData;
@@ -21,7 +22,7 @@ using GeoBodies = BtList<const BaMDBody*>;
 // not finite.
 void CreateSkeletons(KFbxScene* scene, const BaModelData& model_data,
                      const BaUnlockedMapping& mapping, float scale_factor, bool mesh_per_body,
-                     SceneMaterials* materials);
+                     SceneMaterials* materials, UsedUp used_up);
 
 // Builds the nodes of all bodies whose parent has the given name, with everything below them, and
 // adds them to `parent_node`. Appends the bodies that get a mesh to `geo_bodies`. `has_geometry`

@@ -20,6 +20,7 @@
 #include "Fbx/kfbxskeleton.h"
 #include "Fbx/kfbxsurfacephong.h"
 #include "builtscene.h"
+#include "save.h"
 #include "skeleton.h"
 #include "support/documenterrors.h"
 #include "support/printed.h"
@@ -273,6 +274,42 @@ TEST(Scene, RefusesNumbersThatAreNotFinite) {
     KFbxScene* scene = KFbxScene::Create(manager, "");
     EXPECT_FALSE(CreateScene(manager, scene, *data, "m.mdl", built.mapping, 1.0F, false));
     EXPECT_NE(TakePrinted().find(std::string(what) + " is not finite."), std::string::npos) << what;
+  }
+}
+
+// The 7.1 file of a scene; empty where it cannot be made.
+std::string FileOf(const BaModelData& data, const BaUnlockedMapping& mapping, bool mesh_per_body,
+                   UsedUp used_up) {
+  const std::unique_ptr<KFbxSdkManager, void (*)(KFbxSdkManager*)> manager(KFbxSdkManager::Create(),
+                                                                           DestroySdk);
+  KFbxScene* scene = KFbxScene::Create(manager.get(), "");
+  std::string bytes;
+  if (CreateScene(manager.get(), scene, data, "m.mdl", mapping, 1.0F, mesh_per_body, used_up)) {
+    const WriterChoice writer = FindMotionBuilderWriter(manager.get(), "2011", false);
+    SaveSceneInMemory(manager.get(), scene, false, true, writer.version, &bytes);
+  }
+  return bytes;
+}
+
+// Two chains, in the first of which bodies meet and one follows the other.
+TEST(Scene, IsTheSameWhenItUsesUpWhatItIsMadeOf) {
+  const BuiltScene built(kHeader + Body(1, "a", 0, "0 0 0") + Body(2, "b", 1, "1 0 0") +
+                             Body(3, "c", 0, "0 5 0") + kMaterial + Square(1, 0) + Square(2, 0) +
+                             Square(3, 0) + "F 2 1 3  0 0 0 2 0.5 -1  1 0 0 -1  0 1 0 -1\n",
+                         DofWithOrder("1 2 3 6 5 4"));
+  for (const bool is_smooth : {true, false}) {
+    for (const bool mesh_per_body : {true, false}) {
+      BaModelData data;
+      ASSERT_TRUE(data.fillFrom(built.model, true));
+      data.setCombineVertexNormals(is_smooth);
+      BaUnlockedMapping mapping = built.mapping;
+      const std::string kept = FileOf(data, mapping, mesh_per_body, {});
+      EXPECT_FALSE(kept.empty() || data.geometriesOf("b").empty() || mapping.bodyMaps().empty());
+      EXPECT_TRUE(FileOf(data, mapping, mesh_per_body, {&data, &mapping}) == kept);
+      EXPECT_TRUE(mapping.bodyMaps().empty() && data.geometriesOf("b").empty());
+      EXPECT_EQ(data.vertexSets().count() + data.geometries().count(), 0);
+      EXPECT_EQ(data.bodies().count(), 3);
+    }
   }
 }
 

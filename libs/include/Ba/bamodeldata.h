@@ -124,6 +124,8 @@ class BaModelData {
   // Renames bodies wherever the document names them; names that are not in the map stay.
   void changeBodyNames(const BtMap<BtStr, BtStr, std::less<BtStr>>& names);
 
+  // Forgets the vertex sets and geometries.
+  void clearShapes();
   // Forgets all sections, the units and the folder that names start from. The other settings stay.
   void clear();
 

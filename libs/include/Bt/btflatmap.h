@@ -10,8 +10,8 @@
 #include "Bt/btindextable.h"
 #include "Bt/btstr.h"
 
-// Values by key, with operations of std::unordered_map. Only for lookups: walking is not offered,
-// for the order of entries means nothing. Iterators and references hold until an entry is added or
+// Values by key, with operations of std::unordered_map. Only for lookups: the order of entries
+// means nothing. Iterators and references hold until an entry is added or
 // erased. There may be 2147483647 entries.
 template <class Key, class Value, class Hash = BtHash>
 class BtFlatMap {
@@ -53,6 +53,11 @@ class BtFlatMap {
           Hash()(entry->first), [last](int i) { return i == last; }, place);
     }
     _entries.pop_back();
+  }
+  // Calls visit(value) with every value.
+  template <class Visit>
+  void forEachValue(Visit visit) {
+    for (Entry& entry : _entries) visit(entry.second);
   }
   // Leaves no memory.
   void clear() {

@@ -34,18 +34,23 @@ void BaModelData::clear() {
   _deleteSections();
 }
 
+void BaModelData::clearShapes() {
+  _by_body_name.forEachValue([](BodyEntry& entry) { entry.geometries = std::vector<BaMDGeometry*>(); });
+  _vertex_sets_by_name.clear();
+  BaDeleteAll(&_vertex_sets);
+  BaDeleteAll(&_geometries);
+}
+
 // Needs no memory: the file may stand already when a document goes.
 void BaModelData::_deleteSections() {
   _by_body_name.clear();
   _by_body_id.clear();
   _slider_groups_by_name.clear();
   _materials_by_name.clear();
-  _vertex_sets_by_name.clear();
+  clearShapes();
   BaDeleteAll(&_bodies);
   BaDeleteAll(&_slider_groups);
   BaDeleteAll(&_materials);
-  BaDeleteAll(&_vertex_sets);
-  BaDeleteAll(&_geometries);
   BaDeleteAll(&_includes);
 }
 
