@@ -137,6 +137,18 @@ TEST(FbxExport, WritesTheMesh) {
   }
 }
 
+// Nodes may carry one attribute, which stands in the file once.
+TEST(FbxExport, WritesASharedAttributeOnce) {
+  const TestScene s;
+  const auto count = [&s] {
+    return Exported(s.scene, kBinary71).main.child("Objects").all("NodeAttribute").size();
+  };
+  const std::size_t n_bones = count();
+  AddNode(s.scene, "twin")->SetNodeAttribute(s.spine->GetNodeAttribute());
+  EXPECT_EQ(count(), n_bones);
+  EXPECT_EQ(n_bones, 3U);
+}
+
 // One material, one texture, normals of points: a value stands once where it holds for all, and
 // each texture has coordinates of its own where it does not drive the colour.
 TEST(FbxExport, WritesOnceWhatHoldsForTheWholeMesh) {
@@ -375,6 +387,8 @@ TEST(KFbxExporter, RefusesScenesThatContradictThemselves) {
   for (const auto& [reason, spoil] : cases) {
     for (const int format : {kBinary71, kBinary61}) {
       TestScene scene;
+      EXPECT_NE(SavedBytes(scene.scene, format), "");  // of which nothing must be left
+      (void)TakeMessage();
       spoil(scene);
       EXPECT_EQ(SavedBytes(scene.scene, format), "");
       const std::string error(TakeMessage());

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 
 #include "Bt/btassert.h"
 
@@ -23,7 +24,14 @@ class KFbxVector4 {
 
 // The order in which the angles about the three axes are applied: the first letter first. The
 // values are those of the file.
-enum EFbxRotationOrder { eEULER_XYZ, eEULER_XZY, eEULER_YZX, eEULER_YXZ, eEULER_ZXY, eEULER_ZYX };
+enum EFbxRotationOrder : std::uint8_t {
+  eEULER_XYZ,
+  eEULER_XZY,
+  eEULER_YZX,
+  eEULER_YXZ,
+  eEULER_ZXY,
+  eEULER_ZYX
+};
 
 // An affine matrix of 4x4 doubles: its rows are the images of the X, Y and Z axes, then the
 // translation; the last column is 0 0 0 1 and takes no room, for a scene holds several matrices of

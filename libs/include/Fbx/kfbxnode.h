@@ -92,6 +92,7 @@ class KFbxNode : public KFbxObject {
   }
 
  private:
+  friend struct FbxSceneContent;
   friend class KFbxScene;
   friend class KFbxSceneEvaluator;
   friend class KFbxTransformProperty;
@@ -113,6 +114,7 @@ class KFbxNode : public KFbxObject {
   KFbxVector4 _pre_rotation{0, 0, 0};
   ERotationOrder _rotation_order = eEULER_XYZ;
   bool _rotation_active = false;
+  int _file_place = -1;  // in what is being written, if that has the node there
   // Computed by the evaluator; present only where the parent's is.
   std::optional<KFbxXMatrix> _global;
 };

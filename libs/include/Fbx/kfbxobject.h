@@ -28,6 +28,8 @@ class KFbxObject {
 };
 
 // What a node is: a bone or a mesh. A node without one is a plain transform.
+struct FbxSceneContent;
+
 class KFbxNodeAttribute : public KFbxObject {
  public:
   enum EAttributeType { eSKELETON, eMESH };
@@ -35,6 +37,10 @@ class KFbxNodeAttribute : public KFbxObject {
 
  protected:
   using KFbxObject::KFbxObject;
+
+ private:
+  friend struct FbxSceneContent;
+  int _file_place = -1;  // in what is being written, if that has the attribute there
 };
 
 // A value of an object that callers set and writers read.

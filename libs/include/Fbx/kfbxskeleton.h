@@ -12,12 +12,13 @@ class KFbxSkeleton : public KFbxCreated<KFbxSkeleton, KFbxNodeAttribute> {
   [[nodiscard]] ESkeletonType GetSkeletonType() const { return _type; }
   [[nodiscard]] EAttributeType GetAttributeType() const override { return eSKELETON; }
 
-  // How large programs draw the bone.
-  KFbxProperty<double> Size{100.0};
-
  private:
   friend class KFbxCreated<KFbxSkeleton, KFbxNodeAttribute>;
   using KFbxCreated::KFbxCreated;
 
-  ESkeletonType _type = eLIMB_NODE;
+  ESkeletonType _type = eLIMB_NODE;  // in front of what is larger: bones are many
+
+ public:
+  // How large programs draw the bone.
+  KFbxProperty<double> Size{100.0};
 };

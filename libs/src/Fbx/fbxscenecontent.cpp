@@ -125,6 +125,13 @@ const KFbxSkeleton* FbxSceneContent::Attribute::skeleton() const {
   return is_skeleton ? static_cast<const KFbxSkeleton*>(attribute) : nullptr;
 }
 
+// Nodes and attributes know their places, which is quicker than looking for them among very many.
+int FbxSceneContent::modelOf(const KFbxNode* node) const {
+  if (node == nullptr) return kNone;
+  const auto place = static_cast<std::size_t>(node->_file_place);
+  return place < models.size() && models[place].node == node ? node->_file_place : kNone;
+}
+
 bool FbxSceneContent::collect(KFbxScene* scene, const KFbxIOSettings& settings, bool has_ids) {
   if (!_collectModels(scene->GetRootNode())) return false;
   if (settings.GetBoolProp(EXP_FBX_MATERIAL, true)) {
@@ -165,7 +172,6 @@ bool FbxSceneContent::_collectModels(KFbxNode* root) {
     if (!_addModel(next.node, next.parent)) return false;
     add_children(next.node, LastIndex(models));
   }
-  _attributes.clear();
   _linkModels();
   return true;
 }
@@ -192,16 +198,18 @@ bool FbxSceneContent::_addModel(KFbxNode* node, int parent) {
   if (bone != nullptr && !std::isfinite(bone->Size.Get()))
     return Fail(*node, "its size is not finite");
   models.push_back({node, FbxCleanName(node->GetName()), parent, attribute});
-  _models.try_emplace(node, index);
+  node->_file_place = index;
   return true;
 }
 
 int FbxSceneContent::_addAttribute(KFbxNodeAttribute* attribute, int model) {
   if (attribute == nullptr) return kNone;
-  const auto [found, is_new] =
-      _attributes.try_emplace(attribute, static_cast<int>(attributes.size()));
-  if (is_new) attributes.push_back({attribute, FbxCleanName(attribute->GetName()), model});
-  return found->second;
+  const auto place = static_cast<std::size_t>(attribute->_file_place);
+  if (place >= attributes.size() || attributes[place].attribute != attribute) {
+    attribute->_file_place = static_cast<int>(attributes.size());
+    attributes.push_back({attribute, FbxCleanName(attribute->GetName()), model});
+  }
+  return attribute->_file_place;
 }
 
 void FbxSceneContent::_collectMaterials(bool with_textures) {

@@ -129,7 +129,7 @@ struct FbxSceneContent {
         .subspan(static_cast<std::size_t>(attribute.first_blend_shape),
                  static_cast<std::size_t>(attribute.blend_shape_count));
   }
-  [[nodiscard]] int modelOf(const KFbxNode* node) const { return _find(_models, node); }
+  [[nodiscard]] int modelOf(const KFbxNode* node) const;
   [[nodiscard]] int materialOf(const KFbxSurfacePhong* material) const {
     return _find(_materials, material);
   }
@@ -188,8 +188,6 @@ struct FbxSceneContent {
   void _nameForReference();
   void _numberObjects();
 
-  Index _models;
-  Index _attributes;
   Index _materials;
   Index _textures;
   Index _videos;
