@@ -34,7 +34,7 @@ std::vector<Piece> PiecesOf(const BaModelData& model_data, const std::vector<Mes
   std::vector<Piece> pieces;
   pieces.reserve(bodies.size());
   for (std::size_t i = 0; i < bodies.size(); ++i) {
-    for (const BaMDGeometry* geometry : model_data.geometriesOf(bodies[i].body->name())) {
+    for (const BaMDGeometry* geometry : model_data.geometriesOf(*bodies[i].body)) {
       if (!geometry->hasPolygons()) continue;  // bones only
       const BaMDVertices* vertices = model_data.vertexSetByName(geometry->verticesName());
       if (vertices != nullptr) pieces.push_back({geometry, vertices, i});

@@ -33,7 +33,7 @@ std::vector<std::uint32_t> CoincidentAmongParts(const Faces& faces) {
 }  // namespace
 
 bool BodyHasPolys(const BaModelData& model_data, const BaMDBody& body) {
-  for (const BaMDGeometry* geo : model_data.geometriesOf(body.name())) {
+  for (const BaMDGeometry* geo : model_data.geometriesOf(body)) {
     BtAssert(geo);
     if (geo->hasPolygons()) return true;
   }
@@ -110,7 +110,7 @@ std::vector<MeshBody> MeshBuilder::_chainBelow(const BaMDBody& top, KFbxNode* to
       bodies.push_back({body, node, from_world * evaluator->GetNodeGlobalTransform(node)});
     }
     // The nodes of its children are the first that hang under its own, in their order.
-    const std::vector<BaMDBody*>& children = _model_data.childBodies(body->name());
+    const std::vector<BaMDBody*>& children = _model_data.childBodies(*body);
     for (int i = static_cast<int>(children.size()) - 1; i >= 0; --i) {
       waiting.push_back({children[static_cast<std::size_t>(i)], node->GetChild(i)});
     }

@@ -148,7 +148,7 @@ KFbxNode* CreateSkeletonNodes(GeoBodies* geo_bodies, bool* has_geometry, KFbxSce
                               bool mesh_per_body) {
   *has_geometry = false;
   KFbxNode* const skel_node = CreateNode(scene, model_data, body, mapping, scale_factor);
-  std::vector<Level> levels = {{&body, skel_node, &model_data.childBodies(body.name()), 0, false}};
+  std::vector<Level> levels = {{&body, skel_node, &model_data.childBodies(body), 0, false}};
   while (!theExceptObj.cancelAsked()) {
     Level& level = levels.back();
     if (level.next_child < level.children->size()) {
@@ -157,7 +157,7 @@ KFbxNode* CreateSkeletonNodes(GeoBodies* geo_bodies, bool* has_geometry, KFbxSce
       KFbxNode* child_node = CreateNode(scene, model_data, *child, mapping, scale_factor);
       BtAssert(child_node);
       level.node->AddChild(child_node);
-      levels.push_back({child, child_node, &model_data.childBodies(child->name()), 0, false});
+      levels.push_back({child, child_node, &model_data.childBodies(*child), 0, false});
       continue;
     }
     const bool has_polys = BodyHasPolys(model_data, *level.body);

@@ -166,6 +166,10 @@ TEST(BaModelDataEdit, ChangesBodyNamesEverywhere) {
   EXPECT_EQ(data.childBodies("b")[0]->name(), "c");
   EXPECT_EQ(data.childBodies("GLOBAL")[0]->name(), "b");
   EXPECT_EQ(data.geometriesOf("c").size(), 1U);
+  for (const BaMDBody* body : data.bodies()) {
+    EXPECT_EQ(&data.childBodies(*body), &data.childBodies(body->name()));
+    EXPECT_EQ(&data.geometriesOf(*body), &data.geometriesOf(body->name()));
+  }
   EXPECT_EQ(data.vertexSets()[0]->effects()[0]->asFlex()->bodyName(), "b");
 }
 

@@ -200,6 +200,7 @@ constexpr int kNames = 40;
 TEST(BtFlatMap, KeepsWhatAnUnorderedMapWould) {
   std::mt19937 random(20261121);
   BtFlatMap<std::string, int> map;
+  map.reserve(kNames / 4);
   std::unordered_map<std::string, int> expected;
   for (int step = 0; step < 20000; ++step) {
     const std::string name = "limb_" + std::to_string(random() % kNames);
@@ -209,6 +210,7 @@ TEST(BtFlatMap, KeepsWhatAnUnorderedMapWould) {
       const auto [added, is_new] = map.try_emplace(name, step);
       EXPECT_EQ(is_new, expected.try_emplace(name, step).second);
       EXPECT_EQ(added->second, expected[name]);
+      EXPECT_EQ(map.valueAt(map.placeOf(added)), expected[name]);
     } else if (entry != map.end()) {
       EXPECT_EQ(entry->second, expected[name]);
       map.erase(entry);
@@ -220,6 +222,9 @@ TEST(BtFlatMap, KeepsWhatAnUnorderedMapWould) {
     const std::string name = "limb_" + std::to_string(i);
     EXPECT_EQ(map.find(name) != map.end(), expected.contains(name)) << name;
   }
+  std::size_t n_values = 0;
+  map.forEachValue([&n_values](int) { ++n_values; });
+  EXPECT_EQ(n_values, expected.size());
   map.clear();
   EXPECT_EQ(map.find("limb_0"), map.end());
 }

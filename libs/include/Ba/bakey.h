@@ -21,17 +21,20 @@ class BaKey {
   [[nodiscard]] const T& get() const { return _value; }
   // Asserts that the value has no owner or stays the same.
   void set(const T& value) {
-    BtAssert(!_owned || value == _value, "!isOwned()");
+    BtAssert(_place == kNobody || value == _value, "!isOwned()");
     _value = value;
   }
 
-  // For the owner.
-  void own() { _owned = true; }
+  // For the owner, which may note where its lookups have the value.
+  void own(int place = 0) { _place = place; }
+  [[nodiscard]] int place() const { return _place; }
   void change(const T& value) { _value = value; }
 
   friend bool operator==(const BaKey& a, const BaKey& b) { return a._value == b._value; }
 
  private:
+  static constexpr int kNobody = -1;
+
   T _value = T();
-  bool _owned = false;
+  int _place = kNobody;
 };

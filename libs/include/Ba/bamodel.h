@@ -85,6 +85,8 @@ class BaModel {
   [[nodiscard]] float version() const { return _version; }
   // Indexed by body id; slots without a body are null.
   [[nodiscard]] const BtDArray<std::unique_ptr<BaBody>>& bodies() const { return _bodies; }
+  // How many of these there are.
+  [[nodiscard]] int numBodies() const { return _n_bodies; }
   [[nodiscard]] const BtList<std::unique_ptr<BaLightingModel>>& lightingModels() const {
     return _lighting_models;
   }

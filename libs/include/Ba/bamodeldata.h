@@ -49,11 +49,14 @@ class BaModelData {
   // The bodies whose parent has this name, in document order; those at the top for "GLOBAL". Valid
   // until a body is added or renamed.
   [[nodiscard]] const std::vector<BaMDBody*>& childBodies(const BtStr& parent_name) const;
+  // The same of a body of the document, found without looking for its name.
+  [[nodiscard]] const std::vector<BaMDBody*>& childBodies(const BaMDBody& parent) const;
   [[nodiscard]] BaMDMaterial* materialByName(const BtStr& name) const;
   [[nodiscard]] BaMDVertices* vertexSetByName(const BtStr& name) const;
   [[nodiscard]] BaMDSliderGroup* sliderGroupByName(const BtStr& name) const;
   // The geometries of a body, in document order. Valid until a geometry is added or a body renamed.
   [[nodiscard]] const std::vector<BaMDGeometry*>& geometriesOf(const BtStr& body_name) const;
+  [[nodiscard]] const std::vector<BaMDGeometry*>& geometriesOf(const BaMDBody& body) const;
 
   // Adding. Names and ids must be set before: the lookups learn them here, and afterwards their
   // setters assert.

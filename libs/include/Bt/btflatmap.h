@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "Bt/btassert.h"
 #include "Bt/bthash.h"
 #include "Bt/btindextable.h"
 #include "Bt/btstr.h"
@@ -32,6 +33,12 @@ class BtFlatMap {
     return _entries.data() + (std::as_const(*this).find(key) - _entries.data());
   }
 
+  // Makes room for so many entries in an empty map.
+  void reserve(std::size_t count) {
+    BtAssert(size() == 0, "size()==0");
+    _entries.reserve(count);
+    _places.reserve(count);
+  }
   // The entry of a key, and true where it is new.
   // NOLINTNEXTLINE(readability-identifier-naming): the standard's name.
   std::pair<iterator, bool> try_emplace(const Key& key, Value value = Value()) {
@@ -53,6 +60,14 @@ class BtFlatMap {
           Hash()(entry->first), [last](int i) { return i == last; }, place);
     }
     _entries.pop_back();
+  }
+  // The place of an entry, which stays the same until one is erased, and the value there.
+  [[nodiscard]] int placeOf(const_iterator entry) const {
+    return static_cast<int>(entry - _entries.data());
+  }
+  [[nodiscard]] const Value& valueAt(int place) const {
+    BtAssert(place >= 0 && static_cast<std::size_t>(place) < size());
+    return _entries[static_cast<std::size_t>(place)].second;
   }
   // Calls visit(value) with every value.
   template <class Visit>

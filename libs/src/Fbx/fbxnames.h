@@ -1,6 +1,7 @@
 // Names as the file holds them: valid, and told apart where readers tell objects apart by name.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,8 @@ std::string FbxCleanName(std::string_view name);
 // The names of one kind of objects.
 class FbxUniqueNames {
  public:
+  // Makes room for so many names, before there is any.
+  void makeRoom(std::size_t count) { _names.reserve(count); }
   // Names that their first bearers keep, to be told before the first make(). Telling one twice is
   // fine.
   void reserve(const std::string& name) { _names.try_emplace(name, kReserved); }

@@ -93,6 +93,7 @@ void MakeUnique(std::vector<T>* list, FbxUniqueNames* names) {
 template <class T>
 void MakeUnique(std::vector<T>* list) {
   FbxUniqueNames names;
+  names.makeRoom(list->size());
   MakeUnique(list, &names);
 }
 

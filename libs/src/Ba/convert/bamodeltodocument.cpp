@@ -140,6 +140,7 @@ std::unique_ptr<BaMDBody> ModelFiller::_toMDBody(const BaBody& body) const {
 
 bool ModelFiller::addBodies() {
   Names names;
+  names.reserve(static_cast<std::size_t>(_model.numBodies()));
   std::vector<const BaBody*> pending;
   for (int id = _model.bodies().size() - 1; id >= 1; --id) {
     const BaBody* body = _model.findBody(id);
@@ -290,6 +291,10 @@ bool BaModelData::_addAllOf(const BaModel& model, BaModel* emptied) {
   for (const std::unique_ptr<BaMDSliderGroup>& group : model.sliderGroups()) {
     addSliderGroup(std::make_unique<BaMDSliderGroup>(*group));
   }
+  const auto n_bodies = static_cast<std::size_t>(model.numBodies());
+  _by_body_name.reserve(n_bodies);
+  _by_body_id.reserve(n_bodies);
+  _vertex_sets_by_name.reserve(n_bodies);
   ModelFiller filler(model, this);
   if (!filler.addBodies()) return false;
   filler.addMaterials();

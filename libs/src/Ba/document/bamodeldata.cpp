@@ -70,6 +70,14 @@ const std::vector<BaMDBody*>& BaModelData::childBodies(const BtStr& parent_name)
   return found == _by_body_name.end() ? none : found->second.children;
 }
 
+const std::vector<BaMDBody*>& BaModelData::childBodies(const BaMDBody& parent) const {
+  return _by_body_name.valueAt(parent._name.place()).children;
+}
+
+const std::vector<BaMDGeometry*>& BaModelData::geometriesOf(const BaMDBody& body) const {
+  return _by_body_name.valueAt(body._name.place()).geometries;
+}
+
 const std::vector<BaMDGeometry*>& BaModelData::geometriesOf(const BtStr& body_name) const {
   static const std::vector<BaMDGeometry*> none;
   const auto found = _by_body_name.find(body_name);
@@ -89,11 +97,11 @@ BaMDSliderGroup* BaModelData::sliderGroupByName(const BtStr& name) const {
 }
 
 void BaModelData::_indexBody(BaMDBody* body) {
-  BodyEntry& entry = _by_body_name[body->name()];
-  if (entry.body == nullptr) entry.body = body;
+  auto* const entry = _by_body_name.try_emplace(body->name()).first;
+  if (entry->second.body == nullptr) entry->second.body = body;
+  body->_name.own(_by_body_name.placeOf(entry));
   if (body->hasId()) _by_body_id.try_emplace(body->id(), body);
   _by_body_name[body->parentName()].children.push_back(body);
-  body->_name.own();
   body->_id.own();
   body->_parent_name.own();
 }
