@@ -8,8 +8,8 @@
 #include "Ba/bamdbody.h"
 #include "Ba/bamdvertexeffects.h"
 #include "Ba/bamdvertices.h"
+#include "Bt/btassert.h"
 #include "Bt/btexcept.h"
-#include "Bt/btflatmap.h"
 #include "Fbx/kfbxdeformer.h"
 #include "Fbx/kfbxmesh.h"
 #include "Fbx/kfbxnode.h"
@@ -25,15 +25,18 @@ class FollowedNodes {
 
   int numberOf(const BtStr& body_name) { return numberOf(_scene.FindNodeByName(body_name)); }
   int numberOf(KFbxNode* node) {
-    const auto [entry, is_new] = _numbers.try_emplace(node, static_cast<int>(_nodes.size()));
-    if (is_new) _nodes.push_back(node);
-    return entry->second;
+    BtAssert(node != nullptr, "node");
+    const auto place = static_cast<std::size_t>(node->GetListPlace());
+    if (place >= _nodes.size() || _nodes[place] != node) {
+      node->SetListPlace(static_cast<int>(_nodes.size()));
+      _nodes.push_back(node);
+    }
+    return node->GetListPlace();
   }
 
  private:
   const KFbxScene& _scene;
   std::vector<KFbxNode*>& _nodes;
-  BtFlatMap<KFbxNode*, int> _numbers;
 };
 
 // What had to be put right in the weights of one body.

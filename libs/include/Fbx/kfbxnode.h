@@ -91,8 +91,12 @@ class KFbxNode : public KFbxObject {
     return _user_properties;
   }
 
+  // Where a list has the node, for whoever makes one: the node is in the list if it stands there,
+  // which is found out quicker than in a table. One list at a time.
+  void SetListPlace(int place) { _list_place = place; }
+  [[nodiscard]] int GetListPlace() const { return _list_place; }
+
  private:
-  friend struct FbxSceneContent;
   friend class KFbxScene;
   friend class KFbxSceneEvaluator;
   friend class KFbxTransformProperty;
@@ -114,7 +118,7 @@ class KFbxNode : public KFbxObject {
   KFbxVector4 _pre_rotation{0, 0, 0};
   ERotationOrder _rotation_order = eEULER_XYZ;
   bool _rotation_active = false;
-  int _file_place = -1;  // in what is being written, if that has the node there
+  int _list_place = -1;
   // Computed by the evaluator; present only where the parent's is.
   std::optional<KFbxXMatrix> _global;
 };

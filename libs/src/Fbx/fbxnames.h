@@ -19,6 +19,7 @@ class FbxUniqueNames {
  public:
   // Makes room for so many names, before there is any.
   void makeRoom(std::size_t count) { _names.reserve(count); }
+  [[nodiscard]] std::size_t count() const { return _names.size(); }
   // Names that their first bearers keep, to be told before the first make(). Telling one twice is
   // fine.
   void reserve(const std::string& name) { _names.try_emplace(name, kReserved); }

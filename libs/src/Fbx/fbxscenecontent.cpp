@@ -94,7 +94,8 @@ template <class T>
 void MakeUnique(std::vector<T>* list) {
   FbxUniqueNames names;
   names.makeRoom(list->size());
-  MakeUnique(list, &names);
+  for (const T& entry : *list) names.reserve(entry.name);
+  if (names.count() < list->size()) MakeUnique(list, &names);
 }
 
 // Gives each entry of a list the next id.
@@ -129,8 +130,8 @@ const KFbxSkeleton* FbxSceneContent::Attribute::skeleton() const {
 // Nodes and attributes know their places, which is quicker than looking for them among very many.
 int FbxSceneContent::modelOf(const KFbxNode* node) const {
   if (node == nullptr) return kNone;
-  const auto place = static_cast<std::size_t>(node->_file_place);
-  return place < models.size() && models[place].node == node ? node->_file_place : kNone;
+  const auto place = static_cast<std::size_t>(node->GetListPlace());
+  return place < models.size() && models[place].node == node ? node->GetListPlace() : kNone;
 }
 
 bool FbxSceneContent::collect(KFbxScene* scene, const KFbxIOSettings& settings, bool has_ids) {
@@ -199,7 +200,7 @@ bool FbxSceneContent::_addModel(KFbxNode* node, int parent) {
   if (bone != nullptr && !std::isfinite(bone->Size.Get()))
     return Fail(*node, "its size is not finite");
   models.push_back({node, FbxCleanName(node->GetName()), parent, attribute});
-  node->_file_place = index;
+  node->SetListPlace(index);
   return true;
 }
 

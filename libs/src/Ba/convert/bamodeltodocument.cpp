@@ -49,7 +49,9 @@ class ModelFiller {
           return name->second;
         }) {}
 
-  // Adds all bodies, parents first; false after a recorded error.
+  // False, with an error recorded, when a body has no form in a document that is empty.
+  [[nodiscard]] bool checkBodies() const;
+  // Adds all bodies, parents first; false when the user wants to stop.
   bool addBodies();
   // Adds one body with its shape. Nothing is added when an error is recorded.
   bool addBody(const BaBody& body);
@@ -138,16 +140,20 @@ std::unique_ptr<BaMDBody> ModelFiller::_toMDBody(const BaBody& body) const {
   return md_body;
 }
 
-bool ModelFiller::addBodies() {
+bool ModelFiller::checkBodies() const {
   Names names;
   names.reserve(static_cast<std::size_t>(_model.numBodies()));
+  for (const std::unique_ptr<BaBody>& body : _model.bodies()) {
+    if (body != nullptr && body->id() != 0 && !_checkBody(*body, &names)) return false;
+  }
+  return true;
+}
+
+bool ModelFiller::addBodies() {
   std::vector<const BaBody*> pending;
   for (int id = _model.bodies().size() - 1; id >= 1; --id) {
     const BaBody* body = _model.findBody(id);
     if (body != nullptr && body->parentId() == 0) pending.push_back(body);
-  }
-  for (const std::unique_ptr<BaBody>& body : _model.bodies()) {
-    if (body != nullptr && body->id() != 0 && !_checkBody(*body, &names)) return false;
   }
   while (!pending.empty()) {
     if (theExceptObj.checkCancel()) return false;
@@ -291,11 +297,12 @@ bool BaModelData::_addAllOf(const BaModel& model, BaModel* emptied) {
   for (const std::unique_ptr<BaMDSliderGroup>& group : model.sliderGroups()) {
     addSliderGroup(std::make_unique<BaMDSliderGroup>(*group));
   }
+  ModelFiller filler(model, this);
+  if (!filler.checkBodies()) return false;
   const auto n_bodies = static_cast<std::size_t>(model.numBodies());
   _by_body_name.reserve(n_bodies);
   _by_body_id.reserve(n_bodies);
   _vertex_sets_by_name.reserve(n_bodies);
-  ModelFiller filler(model, this);
   if (!filler.addBodies()) return false;
   filler.addMaterials();
   if (!filler.addShapes(emptied)) return false;

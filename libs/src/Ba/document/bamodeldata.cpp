@@ -35,7 +35,8 @@ void BaModelData::clear() {
 }
 
 void BaModelData::clearShapes() {
-  _by_body_name.forEachValue([](BodyEntry& entry) { entry.geometries = std::vector<BaMDGeometry*>(); });
+  _by_body_name.forEachValue(
+      [](BodyEntry& entry) { entry.geometries = std::vector<BaMDGeometry*>(); });
   _vertex_sets_by_name.clear();
   BaDeleteAll(&_vertex_sets);
   BaDeleteAll(&_geometries);
