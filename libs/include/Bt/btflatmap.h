@@ -12,8 +12,8 @@
 #include "Bt/btstr.h"
 
 // Values by key, with operations of std::unordered_map. Only for lookups: the order of entries
-// means nothing. Iterators and references hold until an entry is added or
-// erased. There may be 2147483647 entries.
+// means nothing. Iterators and references hold until an entry is added or erased. There may be
+// 2147483647 entries.
 template <class Key, class Value, class Hash = BtHash>
 class BtFlatMap {
  public:
