@@ -16,6 +16,9 @@ class Bt_DLListCursor;
 // One element of a list. The list owns the node; data that stand apart belong to the list's user.
 class Bt_DoubleLinkedList_Node {
  public:
+  // Bytes of room for a value, which are aligned as much.
+  static constexpr std::size_t kRoomSize = sizeof(void*);
+
   // With room for a value in the node.
   Bt_DoubleLinkedList_Node() : _has_value(true) {}
   explicit Bt_DoubleLinkedList_Node(void* data) : _room(std::bit_cast<Room>(data)) {}
@@ -32,9 +35,9 @@ class Bt_DoubleLinkedList_Node {
   friend class BtDoubleLinkedList;
   friend class Bt_DLListCursor;
 
-  using Room = std::array<std::byte, sizeof(void*)>;
+  using Room = std::array<std::byte, kRoomSize>;
 
-  alignas(void*) Room _room = {};  // the value, or the address of the data
+  alignas(kRoomSize) Room _room = {};  // the value, or the address of the data
   Bt_DoubleLinkedList_Node* _next = nullptr;
   Bt_DoubleLinkedList_Node* _prev = nullptr;
   int _ref_count = 0;

@@ -131,9 +131,13 @@ class BtList {
   }
 
  private:
-  // Whether elements stand in the nodes, which spares them a piece of memory each.
-  static constexpr bool kInNode =
-      std::is_trivially_copyable_v<T> && sizeof(T) <= sizeof(void*) && alignof(T) <= alignof(void*);
+  // An element in its node, where it may stand if it is small: that spares it a piece of memory.
+  struct InNode {
+    T element;
+  };
+  static constexpr bool kInNode = std::is_trivially_copyable_v<T> &&
+                                  sizeof(InNode) <= Bt_DoubleLinkedList_Node::kRoomSize &&
+                                  alignof(InNode) <= Bt_DoubleLinkedList_Node::kRoomSize;
 
   static void _free(void* data) {
     if constexpr (!kInNode) delete static_cast<T*>(data);
