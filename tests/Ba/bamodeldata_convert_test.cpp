@@ -1,7 +1,9 @@
 // Documents become models and models documents, and documents include others.
 
 #include <cmath>
+#include <functional>
 #include <map>
+#include <random>
 
 #include "Ba/bamodelcombine.h"
 #include "Ba/bamodeldatapolyset.h"
@@ -368,6 +370,46 @@ TEST(BaModelDataFill, MovingEmptiesTheModel) {
     EXPECT_EQ(model.flexiblePolygons().size(), n_flexible);
     BtStr fault;
     EXPECT_TRUE(model.checkInvariants(&fault)) << fault;
+  }
+}
+
+// A polygon or strip with a number of corners that differ, which stand in a row at a height.
+std::string Element(char letter, int body, int n_corners, int height) {
+  const bool is_strip = letter == 'T' || letter == 't';
+  const bool has_texture = letter == 'P' || letter == 't';
+  std::string text = {letter, ' '};
+  text += std::to_string(body) + " 1 " + std::to_string(n_corners);
+  for (int i = 0; i < n_corners; ++i) {
+    text += (is_strip ? " 0 " : " ") + std::to_string(i) + " " + std::to_string(i * i) + " " +
+            std::to_string(height) + (has_texture ? " 0.5 0.25 -1" : " -1");
+  }
+  return text + "\n";
+}
+
+// Memory goes while the polygons of other bodies are still needed, some of which have memory of
+// their own; orders differ from that of the bodies.
+TEST(BaModelDataFill, MovingFreesBodyAfterBody) {
+  constexpr int kBodies = 12;
+  constexpr int kElements = 3000;
+  std::mt19937 random(20261122);
+  const std::function<int(int)> body_of[] = {
+      [](int i) { return 1 + i * kBodies / kElements; },
+      [](int i) { return kBodies - i * kBodies / kElements; },
+      [&](int) { return 1 + static_cast<int>(random() % kBodies); },
+  };
+  for (const auto& body : body_of) {
+    std::string text = Material(1, "skin");
+    for (int id = 1; id <= kBodies; ++id) text += Body(id, "b" + std::to_string(id), 0);
+    for (int i = 0; i < kElements; ++i) {
+      const int n_corners = random() % 200 == 0 ? 300 : 3 + static_cast<int>(random() % 4);
+      text += Element("FPTt"[random() % 4], body(i), n_corners, i);
+    }
+    LegacyModel model(text);
+    const std::string filled = Print(FilledDocument(model));
+    BaModelData moved;
+    ASSERT_TRUE(moved.moveFrom(&model, true)) << TakePrinted();
+    EXPECT_TRUE(Print(moved) == filled);
+    EXPECT_EQ(model.polygons().size() + model.texturedTMeshes().size(), 0);
   }
 }
 

@@ -40,6 +40,13 @@ class BaElements {
     for (Pointer* gone = kept_end; gone != end; ++gone) *gone = nullptr;
     _size = static_cast<int>(kept_end - _elements.begin());
   }
+  // Deletes owned elements from position `first` on, as long as `is_gone(element)` holds, and
+  // leaves null in their places. Answers the position behind them.
+  template <class IsGone>
+  int deleteFrom(int first, IsGone is_gone) {
+    while (first < _size && is_gone(*_elements[first])) _elements[first++] = nullptr;
+    return first;
+  }
   void trim() { _elements.resize(_size); }
   // True when there are no spare places.
   [[nodiscard]] bool isTrimmed() const { return _size == _elements.size(); }

@@ -246,6 +246,7 @@ class BaModel {
 
  private:
   friend class Ba_ModelChecker;
+  friend class Ba_PolygonRemover;
   friend class BaModelData;  // which empties a model that it failed to extract to
 
   // What adds to the model, both for loading and for edits.

@@ -107,9 +107,8 @@ class BaModelData {
   // would repeat the one before it. Asserts that no error stands. A failure leaves an empty
   // document.
   bool fillFrom(const BaModel& model, bool merge_vertices);
-  // The same, but the polygons and strips of the model are deleted, after a failure as well. They
-  // go before the last body that has some is added: there is never room for a large body in all of
-  // its forms.
+  // The same, but the polygons and strips of the model are deleted, after a failure as well. Those
+  // of a body go before its shape is added: there is never room for all of them in both forms.
   bool moveFrom(BaModel* model, bool merge_vertices);
   // Adds one body of a model, its shape and the slider groups that its blends name; a group that
   // the document has already counts as it stands there. Asserts that the materials that the body

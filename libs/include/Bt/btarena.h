@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <vector>
 
 // Hands out small pieces of large blocks and gives all of them back at once: a piece costs no call
@@ -19,6 +20,9 @@ class BtArena {
   // The same for the objects that have the arrays: they stand by themselves, so that a walk through
   // them does not have to pass the arrays.
   void* takeForObject(std::size_t bytes) { return _take(bytes, &_objects); }
+  // Frees the blocks that were full before the first of these pieces was handed out; what stood
+  // there must be gone. None where a piece is not in the arena: nobody knows what is needed then.
+  void freeBefore(std::span<const void* const> pieces);
   // Frees everything; what stood there must be gone.
   void clear() {
     _blocks.clear();
@@ -50,7 +54,13 @@ class BtArena {
   }
   Block _newBlock();
 
-  std::vector<std::unique_ptr<std::byte[]>> _blocks;
+  // The memory of a block.
+  struct Owned {
+    std::unique_ptr<std::byte[]> bytes;
+    std::size_t size;
+  };
+
+  std::vector<Owned> _blocks;  // in the order in which they were begun
   Block _arrays;
   Block _objects;
   std::size_t _next_size = kFirstBlockSize;

@@ -9,6 +9,7 @@
 #include "baconvert.h"
 #include "bamdsection.h"
 #include "bamodelwalk.h"
+#include "bapolygonremover.h"
 
 namespace {
 
@@ -33,13 +34,6 @@ void WarnOfLostForm(const BtStr& body_name, const BtRotationAxes& axes) {
   if (axes.isSheared()) warn("\" is sheared.  The shear is not kept.");
 }
 
-// The highest id of a body that has polygons, 0 where there is none.
-int LastWithPolygons(const BaModel& model) {
-  int id = model.bodies().size() - 1;
-  while (id > 0 && (model.findBody(id) == nullptr || !model.findBody(id)->hasPolygons())) --id;
-  return std::max(id, 0);
-}
-
 class ModelFiller {
  public:
   ModelFiller(const BaModel& model, BaModelData* data)
@@ -57,7 +51,7 @@ class ModelFiller {
   bool addBody(const BaBody& body);
   void addMaterials();
   // Adds the vertex sets and geometries of all bodies; false when the user wants to stop. Deletes
-  // the polygons of `emptied`, which is the model or null, when they are no longer needed.
+  // the polygons of `emptied`, which is the model or null, as soon as they are not needed.
   bool addShapes(BaModel* emptied);
   void warnOfLeftOut() const;
 
@@ -241,7 +235,7 @@ void ModelFiller::_addShape(const BaBody& body, Shape shape) {
 }
 
 bool ModelFiller::addShapes(BaModel* emptied) {
-  const int last_id = LastWithPolygons(_model);
+  Ba_PolygonRemover remover(emptied);
   for (const std::unique_ptr<BaBody>& body : _model.bodies()) {
     if (theExceptObj.checkCancel()) return false;
     if (body == nullptr || (!body->hasPolygons() && body->bones().empty())) continue;
@@ -252,7 +246,7 @@ bool ModelFiller::addShapes(BaModel* emptied) {
           "left out.");
     } else {
       Shape shape = _shapeOf(*body);
-      if (emptied != nullptr && body->id() == last_id) emptied->removePolygons();
+      remover.removeUpTo(body->id());
       _addShape(*body, std::move(shape));
     }
   }
