@@ -135,9 +135,8 @@ class BtList {
   struct InNode {
     T element;
   };
-  static constexpr bool kInNode = std::is_trivially_copyable_v<T> &&
-                                  sizeof(InNode) <= Bt_DoubleLinkedList_Node::kRoomSize &&
-                                  alignof(InNode) <= Bt_DoubleLinkedList_Node::kRoomSize;
+  static constexpr bool kInNode =
+      std::is_trivially_copyable_v<T> && sizeof(InNode) <= Bt_DoubleLinkedList_Node::kRoomSize;
 
   static void _free(void* data) {
     if constexpr (!kInNode) delete static_cast<T*>(data);
