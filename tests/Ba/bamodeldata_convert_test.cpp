@@ -353,7 +353,7 @@ TEST(BaModelDataFill, BodiesHaveVerticesOfTheirOwn) {
   }
 }
 
-// Polygons go before the last body that has some is added; what else there is stays.
+// Polygons go as soon as the document has them; what else there is stays.
 TEST(BaModelDataFill, MovingEmptiesTheModel) {
   for (const std::string& more : {std::string(), Body(2, "hand", 1) + "B 2 1 0 0 0 1 1 1\n",
                                   std::string("F 0 1 3 0 0 0 -1 1 0 0 -1 1 1 0 -1\n"),
