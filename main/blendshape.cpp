@@ -49,12 +49,11 @@ void BlendShapeBuilder::addTo(KFbxMesh* mesh, const SliderOffsets& sliders) cons
   }
 }
 
-SliderOffsets BlendShapeBuilder::collect(const std::vector<MeshBody>& bodies,
-                                         const Faces& faces) const {
+SliderOffsets BlendShapeBuilder::collect(const MeshBodies& bodies, const Faces& faces) const {
   SliderOffsets sliders;
   if (_sliders.empty()) return sliders;
   for (const Faces::Part& part : faces.parts) {
-    const KFbxXMatrix& to_mesh = bodies[static_cast<std::size_t>(part.body)].to_mesh;
+    const KFbxXMatrix to_mesh = bodies.toMesh(static_cast<std::size_t>(part.body));
     for (const BaMDVertexEffects* effects : part.vertices->effects()) {
       const BaMDBlendVEffects* blend = effects->asBlend();
       if (blend == nullptr) continue;

@@ -29,8 +29,7 @@ class BlendShapeBuilder {
  public:
   BlendShapeBuilder(KFbxScene* scene, const BaModelData& model_data, float scale_factor);
 
-  [[nodiscard]] SliderOffsets collect(const std::vector<MeshBody>& bodies,
-                                      const Faces& faces) const;
+  [[nodiscard]] SliderOffsets collect(const MeshBodies& bodies, const Faces& faces) const;
   // Adds a deformer per slider group and in it a channel with one target per slider, in the
   // document's order. Groups and sliders that move no vertex of this mesh are left out.
   void addTo(KFbxMesh* mesh, const SliderOffsets& sliders) const;

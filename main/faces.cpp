@@ -27,13 +27,13 @@ Corner CornerOf(const BaMDTexturedCorner& corner) { return {corner.vertex - 1, c
 struct Piece {
   const BaMDGeometry* geometry;
   const BaMDVertices* vertices;
-  std::size_t body;  // index of the MeshBody
+  std::size_t body;  // its number among the bodies
 };
 
-std::vector<Piece> PiecesOf(const BaModelData& model_data, const std::vector<MeshBody>& bodies) {
+std::vector<Piece> PiecesOf(const BaModelData& model_data, const MeshBodies& bodies) {
   std::vector<Piece> pieces;
-  pieces.reserve(bodies.size());
-  for (std::size_t i = 0; i < bodies.size(); ++i) {
+  pieces.reserve(bodies.count());
+  for (std::size_t i = 0; i < bodies.count(); ++i) {
     for (const BaMDGeometry* geometry : model_data.geometriesOf(*bodies[i].body)) {
       if (!geometry->hasPolygons()) continue;  // bones only
       const BaMDVertices* vertices = model_data.vertexSetByName(geometry->verticesName());
@@ -186,12 +186,11 @@ class Gatherer {
 
 }  // namespace
 
-Faces GatherFaces(const BaModelData& model_data, const std::vector<MeshBody>& bodies,
-                  float scale_factor) {
+Faces GatherFaces(const BaModelData& model_data, const MeshBodies& bodies, float scale_factor) {
   const std::vector<Piece> pieces = PiecesOf(model_data, bodies);
   Amount amount;
   for (const Piece& piece : pieces) amount.add(piece);
   Gatherer gatherer(scale_factor, amount);
-  for (const Piece& piece : pieces) gatherer.add(piece, bodies[piece.body].to_mesh);
+  for (const Piece& piece : pieces) gatherer.add(piece, bodies.toMesh(piece.body));
   return gatherer.take();
 }

@@ -6,25 +6,15 @@
 #include <vector>
 
 #include "Bt/btstr.h"
-#include "Fbx/kfbxmath.h"
+#include "meshbodies.h"
 
-class BaMDBody;
 class BaMDVertices;
 class BaModelData;
-class KFbxNode;
-class SceneMaterials;
-
-// A body of the mesh and its place in it.
-struct MeshBody {
-  const BaMDBody* body;
-  KFbxNode* node;
-  KFbxXMatrix to_mesh;  // from the body's space, already scaled, into the mesh's space
-};
 
 struct Faces {
   // The control points that one vertex set of one body became.
   struct Part {
-    int body;                      // index of the MeshBody
+    int body;                      // its number among the bodies
     const BaMDVertices* vertices;  // the set
     int first_point;               // its points run up to the next part's first
   };
@@ -45,5 +35,4 @@ struct Faces {
 
 // Gathers the faces of the bodies in their order. Strips become triangles of alternating winding;
 // triangles that repeat a vertex and polygons of fewer than three corners make no face.
-Faces GatherFaces(const BaModelData& model_data, const std::vector<MeshBody>& bodies,
-                  float scale_factor);
+Faces GatherFaces(const BaModelData& model_data, const MeshBodies& bodies, float scale_factor);

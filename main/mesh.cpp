@@ -50,8 +50,10 @@ MeshBuilder::MeshBuilder(KFbxScene* scene, const BaModelData& model_data, float 
 
 KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* node,
                                                 bool whole_chain, BaModelData* used_up) {
-  const std::vector<MeshBody> bodies =
-      whole_chain ? _chainBelow(body, node) : std::vector<MeshBody>{{&body, node, KFbxXMatrix()}};
+  const MeshBody top = {&body, node};
+  KFbxSceneEvaluator* evaluator = _scene->GetEvaluator();
+  const MeshBodies bodies = whole_chain ? MeshBodies::chainBelow(evaluator, top, _model_data)
+                                        : MeshBodies(evaluator, top);
   Faces faces = GatherFaces(_model_data, bodies, _scale_factor);
 
   KFbxNode* mesh_node = KFbxNode::Create(_scene, body.name() + "_mesh");
@@ -68,9 +70,9 @@ KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* 
 }
 
 // Gives the mesh its normals and what moves its points, and joins the bodies of a chain.
-void MeshBuilder::_completePoints(KFbxMesh* mesh, const std::vector<MeshBody>& bodies,
-                                  bool whole_chain, Faces* faces, BaModelData* used_up) {
-  const MeshBody& top = bodies.front();
+void MeshBuilder::_completePoints(KFbxMesh* mesh, const MeshBodies& bodies, bool whole_chain,
+                                  Faces* faces, BaModelData* used_up) {
+  const MeshBody& top = bodies.top();
   SkinWeights weights = CollectWeights(*_scene, bodies, *faces);
   SliderOffsets offsets = _blend_shapes.collect(bodies, *faces);
   std::vector<double> normals;
@@ -88,34 +90,6 @@ void MeshBuilder::_completePoints(KFbxMesh* mesh, const std::vector<MeshBody>& b
   if (is_smooth) mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, std::move(normals));
   AddSkin(_scene, mesh, top.node, weights);
   _blend_shapes.addTo(mesh, offsets);
-}
-
-// The bodies of a chain, parents first, each with the transform from its rest place into that of
-// the chain's top.
-std::vector<MeshBody> MeshBuilder::_chainBelow(const BaMDBody& top, KFbxNode* top_node) const {
-  KFbxSceneEvaluator* evaluator = _scene->GetEvaluator();
-  const KFbxXMatrix from_world = evaluator->GetNodeGlobalTransform(top_node).Inverse();
-  std::vector<MeshBody> bodies;
-  struct Waiting {
-    const BaMDBody* body;
-    KFbxNode* node;
-  };
-  std::vector<Waiting> waiting = {{&top, top_node}};
-  while (!waiting.empty()) {
-    const auto [body, node] = waiting.back();
-    waiting.pop_back();
-    if (body == &top) {
-      bodies.push_back({body, node, KFbxXMatrix()});
-    } else {
-      bodies.push_back({body, node, from_world * evaluator->GetNodeGlobalTransform(node)});
-    }
-    // The nodes of its children are the first that hang under its own, in their order.
-    const std::vector<BaMDBody*>& children = _model_data.childBodies(*body);
-    for (int i = static_cast<int>(children.size()) - 1; i >= 0; --i) {
-      waiting.push_back({children[static_cast<std::size_t>(i)], node->GetChild(i)});
-    }
-  }
-  return bodies;
 }
 
 // The normals of a body that is a mesh of its own, taken from those of its whole chain: its
@@ -136,12 +110,14 @@ std::vector<double> MeshBuilder::_bodyNormals(const BaMDBody& body, std::size_t 
 
 void MeshBuilder::_computeChain(const BaMDBody& top) {
   _chain = {};
-  const std::vector<MeshBody> bodies = _chainBelow(top, _scene->FindNodeByName(top.name()));
+  const MeshBodies bodies = MeshBodies::chainBelow(
+      _scene->GetEvaluator(), {&top, _scene->FindNodeByName(top.name())}, _model_data);
   const Faces faces = GatherFaces(_model_data, bodies, _scale_factor);
   _chain.normals = SmoothNormals(faces, CoincidentAmongParts(faces));
   for (const Faces::Part& part : faces.parts) {
-    const MeshBody& body = bodies[static_cast<std::size_t>(part.body)];
-    _chain.first_point.try_emplace(body.body, static_cast<std::size_t>(part.first_point));
-    _chain.to_top.try_emplace(body.body, body.to_mesh);
+    const auto place = static_cast<std::size_t>(part.body);
+    const BaMDBody* body = bodies[place].body;
+    _chain.first_point.try_emplace(body, static_cast<std::size_t>(part.first_point));
+    _chain.to_top.try_emplace(body, bodies.toMesh(place));
   }
 }

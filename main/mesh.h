@@ -39,9 +39,8 @@ class MeshBuilder {
     BtHashMap<const BaMDBody*, KFbxXMatrix> to_top;
   };
 
-  std::vector<MeshBody> _chainBelow(const BaMDBody& top, KFbxNode* top_node) const;
-  void _completePoints(KFbxMesh* mesh, const std::vector<MeshBody>& bodies, bool whole_chain,
-                       Faces* faces, BaModelData* used_up);
+  void _completePoints(KFbxMesh* mesh, const MeshBodies& bodies, bool whole_chain, Faces* faces,
+                       BaModelData* used_up);
   std::vector<double> _bodyNormals(const BaMDBody& body, std::size_t count);
   void _computeChain(const BaMDBody& top);
 

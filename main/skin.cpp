@@ -131,8 +131,7 @@ void AddPart(int first_point, int last_point, int own_node, std::span<Influence>
 
 }  // namespace
 
-SkinWeights CollectWeights(const KFbxScene& scene, const std::vector<MeshBody>& bodies,
-                           const Faces& faces) {
+SkinWeights CollectWeights(const KFbxScene& scene, const MeshBodies& bodies, const Faces& faces) {
   SkinWeights all;
   FollowedNodes nodes(scene, &all.nodes);
   all.influences.reserve(faces.pointCount());

@@ -26,8 +26,7 @@ struct SkinWeights {
 
 // A vertex follows the body that it is defined on with what its flex weights leave of 1. Weights
 // that cannot stand as they are (negative ones, sums above 1) are put right with a warning.
-SkinWeights CollectWeights(const KFbxScene& scene, const std::vector<MeshBody>& bodies,
-                           const Faces& faces);
+SkinWeights CollectWeights(const KFbxScene& scene, const MeshBodies& bodies, const Faces& faces);
 
 // Binds the mesh to the nodes that its points follow, at their rest pose. A mesh of which every
 // point follows only the node that it hangs under needs no skin and gets none.
