@@ -127,7 +127,7 @@ class TakeFiller {
   // The origin of the rest transform times the map's matrix.
   void _addTranslation(const BaUnlockedBodyMap& map, KFbxNode* node) {
     const KFbxXMatrix rest = KFbxXMatrix::Rotation(node->GetPreRotation(KFbxNode::eSOURCE_SET));
-    const KFbxVector4& origin = node->LclTranslation.Get();
+    const KFbxVector4 origin = node->LclTranslation.Get();
     const bool plain = MovesPlainly(map);
     std::vector<float> places[kAxes];
     for (std::vector<float>& place : places) place.resize(_count);

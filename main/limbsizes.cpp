@@ -26,7 +26,7 @@ double Median(std::vector<double>* numbers) {
 double HalfDistanceToChildren(const KFbxNode& node) {
   std::vector<double> distances;
   for (int i = 0; i < node.GetChildCount(); ++i) {
-    const KFbxVector4& t = node.GetChild(i)->LclTranslation.Get();
+    const KFbxVector4 t = node.GetChild(i)->LclTranslation.Get();
     distances.push_back(std::sqrt(t[0] * t[0] + t[1] * t[1] + t[2] * t[2]));
   }
   return Median(&distances) / 2;

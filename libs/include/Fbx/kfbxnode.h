@@ -2,6 +2,7 @@
 // materials of that mesh.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -17,16 +18,17 @@ class KFbxNode;
 class KFbxScene;
 class KFbxSurfacePhong;
 
-// A part of a node's local transform.
+// A part of a node's local transform: three numbers, by axis.
 class KFbxTransformProperty {
  public:
-  KFbxTransformProperty(KFbxNode* node, const KFbxVector4& value) : _node(node), _value(value) {}
+  KFbxTransformProperty(KFbxNode* node, const KFbxVector4& value)
+      : _node(node), _value{value[0], value[1], value[2]} {}
   void Set(const KFbxVector4& value);
-  [[nodiscard]] const KFbxVector4& Get() const { return _value; }
+  [[nodiscard]] KFbxVector4 Get() const { return {_value[0], _value[1], _value[2]}; }
 
  private:
   KFbxNode* _node;
-  KFbxVector4 _value;
+  std::array<double, 3> _value;  // without a fourth, for nodes are many
 };
 
 // A property that no program needs, for people and scripts to read.
@@ -59,7 +61,7 @@ class KFbxNode : public KFbxObject {
   [[nodiscard]] ERotationOrder GetRotationOrder(EPivotSet /*set*/) const { return _rotation_order; }
   // In degrees, always combined in the order XYZ.
   void SetPreRotation(EPivotSet set, const KFbxVector4& degrees);
-  [[nodiscard]] const KFbxVector4& GetPreRotation(EPivotSet /*set*/) const { return _pre_rotation; }
+  [[nodiscard]] KFbxVector4 GetPreRotation(EPivotSet /*set*/) const { return _pre_rotation.Get(); }
   // The local transform that the values above make.
   [[nodiscard]] KFbxXMatrix LocalTransform() const;
 
@@ -80,15 +82,13 @@ class KFbxNode : public KFbxObject {
   // The index, from 0, by which polygons name the material: a new one at its first call, then the
   // same.
   int AddMaterial(KFbxSurfacePhong* material);
-  [[nodiscard]] int GetMaterialCount() const {
-    return _materials == nullptr ? 0 : static_cast<int>(_materials->list.size());
-  }
+  [[nodiscard]] int GetMaterialCount() const { return static_cast<int>(_rare().materials.size()); }
   [[nodiscard]] KFbxSurfacePhong* GetMaterial(int i) const;
 
   // Gives a user property its value; a new name comes last.
   void SetUserProperty(const BtStr& name, const KFbxUserProperty::Value& value);
   [[nodiscard]] const std::vector<KFbxUserProperty>& GetUserProperties() const {
-    return _user_properties;
+    return _rare().user_properties;
   }
 
   // Where a list has the node, for whoever makes one: the node is in the list if it stands there,
@@ -102,20 +102,27 @@ class KFbxNode : public KFbxObject {
   friend class KFbxTransformProperty;
   using KFbxObject::KFbxObject;
 
-  struct Materials {
-    std::vector<KFbxSurfacePhong*> list;
-    BtHashMap<const KFbxSurfacePhong*, int> index;
+  // What few nodes have.
+  struct Rare {
+    std::vector<KFbxSurfacePhong*> materials;
+    BtHashMap<const KFbxSurfacePhong*, int> material_index;
+    std::vector<KFbxUserProperty> user_properties;
   };
+  static const Rare _no_rare;
 
+  [[nodiscard]] const Rare& _rare() const { return _if_rare == nullptr ? _no_rare : *_if_rare; }
+  Rare& _makeRare() {
+    if (_if_rare == nullptr) _if_rare = std::make_unique<Rare>();
+    return *_if_rare;
+  }
   // Forgets the global transforms of this node and everything below it.
   void _forgetGlobal();
 
   KFbxNodeAttribute* _attribute = nullptr;
   KFbxNode* _parent = nullptr;
   std::vector<KFbxNode*> _children;
-  std::unique_ptr<Materials> _materials;  // null for none: nodes are many, and few have some
-  std::vector<KFbxUserProperty> _user_properties;
-  KFbxVector4 _pre_rotation{0, 0, 0};
+  std::unique_ptr<Rare> _if_rare;
+  KFbxTransformProperty _pre_rotation{this, KFbxVector4(0, 0, 0)};
   ERotationOrder _rotation_order = eEULER_XYZ;
   bool _rotation_active = false;
   int _list_place = -1;

@@ -7,8 +7,10 @@
 #include "Fbx/kfbxmesh.h"
 #include "Fbx/kfbxsdkmanager.h"
 
+const KFbxNode::Rare KFbxNode::_no_rare;
+
 void KFbxTransformProperty::Set(const KFbxVector4& value) {
-  _value = value;
+  _value = {value[0], value[1], value[2]};
   _node->_forgetGlobal();
 }
 
@@ -27,8 +29,7 @@ void KFbxNode::SetRotationOrder(EPivotSet /*set*/, ERotationOrder order) {
 }
 
 void KFbxNode::SetPreRotation(EPivotSet /*set*/, const KFbxVector4& degrees) {
-  _pre_rotation = degrees;
-  _forgetGlobal();
+  _pre_rotation.Set(degrees);
 }
 
 KFbxXMatrix KFbxNode::LocalTransform() const {
@@ -37,7 +38,7 @@ KFbxXMatrix KFbxNode::LocalTransform() const {
   if (!_rotation_active) {
     return translation * KFbxXMatrix::Rotation(LclRotation.Get()) * scaling;
   }
-  return translation * KFbxXMatrix::Rotation(_pre_rotation) *
+  return translation * KFbxXMatrix::Rotation(_pre_rotation.Get()) *
          KFbxXMatrix::Rotation(LclRotation.Get(), _rotation_order) * scaling;
 }
 
@@ -69,22 +70,23 @@ KFbxNode* KFbxNode::GetChild(int i) const {
 
 int KFbxNode::AddMaterial(KFbxSurfacePhong* material) {
   BtAssert(material);
-  if (_materials == nullptr) _materials = std::make_unique<Materials>();
-  const auto [found, is_new] = _materials->index.emplace(material, GetMaterialCount());
-  if (is_new) _materials->list.push_back(material);
+  Rare& rare = _makeRare();
+  const auto [found, is_new] = rare.material_index.emplace(material, GetMaterialCount());
+  if (is_new) rare.materials.push_back(material);
   return found->second;
 }
 
 KFbxSurfacePhong* KFbxNode::GetMaterial(int i) const {
   BtAssert(i >= 0 && i < GetMaterialCount());
-  return _materials->list[static_cast<std::size_t>(i)];
+  return _rare().materials[static_cast<std::size_t>(i)];
 }
 
 void KFbxNode::SetUserProperty(const BtStr& name, const KFbxUserProperty::Value& value) {
-  const auto held = std::find_if(_user_properties.begin(), _user_properties.end(),
+  std::vector<KFbxUserProperty>& properties = _makeRare().user_properties;
+  const auto held = std::find_if(properties.begin(), properties.end(),
                                  [&name](const auto& property) { return property.name == name; });
-  if (held == _user_properties.end()) {
-    _user_properties.push_back({name, value});
+  if (held == properties.end()) {
+    properties.push_back({name, value});
   } else {
     held->value = value;
   }
