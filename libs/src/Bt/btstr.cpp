@@ -148,8 +148,9 @@ void Bt_CoreStr::_setNull() {
 void Bt_CoreStr::_reserve(std::size_t length) {
   const int needed = SizeTToInt(length + 1);
   if (_text_ptr != nullptr && needed <= _size) return;
-  const int doubled = _size > std::numeric_limits<int>::max() / 2 ? needed : 2 * _size;
-  resize(std::max(needed, doubled));
+  // Names with an ending are many, and get nothing else: the first block takes just its text.
+  const bool doubles = _text_ptr != _short_text && _size <= std::numeric_limits<int>::max() / 2;
+  resize(doubles ? std::max(needed, 2 * _size) : needed);
 }
 
 void Bt_CoreStr::_splice(int i, int n, std::string_view text) {
