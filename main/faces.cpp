@@ -95,8 +95,8 @@ class Gatherer {
     _faces.parts.push_back({static_cast<int>(piece.body), piece.vertices, _first_point});
     _addPoints(*piece.vertices, to_mesh);
     for (const BaTextureCoords& coords : piece.geometry->textureCoords()) {
-      _faces.uvs.push_back(static_cast<double>(coords.u));
-      _faces.uvs.push_back(static_cast<double>(coords.v));
+      _faces.uvs.push_back(coords.u);
+      _faces.uvs.push_back(coords.v);
     }
     for (const BaMDMaterialGroup* group : piece.geometry->materialGroups()) _addGroup(*group);
   }

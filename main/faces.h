@@ -21,8 +21,8 @@ struct Faces {
 
   std::vector<double> points;  // x y z per control point, in the mesh's space
   std::vector<std::int32_t>
-      corners;              // 0-based point per corner, the last of a face as -(point) - 1
-  std::vector<double> uvs;  // u v per distinct texture coordinate
+      corners;             // 0-based point per corner, the last of a face as -(point) - 1
+  std::vector<float> uvs;  // u v per distinct texture coordinate
   std::vector<std::int32_t> corner_uvs;      // 0-based per corner, -1 for none; empty when no
                                              // face is textured
   std::vector<std::int32_t> face_materials;  // per face, index into `materials`

@@ -378,7 +378,7 @@ TEST(KFbxExporter, RefusesScenesThatContradictThemselves) {
       {"its corners and their texture coordinates differ in number",
        [&](TestScene& s) { s.mesh->SetPolygons(one_triangle, {0}); }},
       {"a corner names a texture coordinate that is not there",
-       [](TestScene& s) { s.mesh->SetUVs("map1", std::vector(2, 0.0)); }},
+       [](TestScene& s) { s.mesh->SetUVs("map1", std::vector(2, 0.0F)); }},
       {"its normals are not one for each place",
        [](TestScene& s) { s.mesh->SetNormals(KFbxMesh::eBY_CONTROL_POINT, std::vector(3, 1.0)); }},
       {"its skin names a bone outside of the scene",

@@ -1,5 +1,6 @@
 // KFbxMesh: points and polygons of a node. Its arrays stand in memory as the file has them, so that
-// a writer hands them on without copies; builders fill them in bulk or polygon by polygon.
+// a writer hands them on without copies, but for texture coordinates, which are floats in models;
+// builders fill them in bulk or polygon by polygon.
 #pragma once
 
 #include <cstdint>
@@ -52,10 +53,10 @@ class KFbxMesh : public KFbxCreated<KFbxMesh, KFbxNodeAttribute> {
   // for polygons that named their coordinates in AddPolygon(). A mesh that has no corner with a
   // coordinate has no set. Readers want a valid index everywhere: corners without one share an
   // added coordinate (0, 0), which is added when the mesh is written.
-  void SetUVs(const char* set_name, std::vector<double> uvs);
-  void SetUVs(const char* set_name, std::vector<double> uvs, std::vector<std::int32_t> indices);
+  void SetUVs(const char* set_name, std::vector<float> uvs);
+  void SetUVs(const char* set_name, std::vector<float> uvs, std::vector<std::int32_t> indices);
   [[nodiscard]] const char* GetUVSetName() const { return _uv_set; }
-  [[nodiscard]] const std::vector<double>& GetUVs() const { return _uvs; }
+  [[nodiscard]] const std::vector<float>& GetUVs() const { return _uvs; }
   [[nodiscard]] const std::vector<std::int32_t>& GetUVIndices() const { return _uv_indices; }
 
   // Skins and blend shapes. False for null and for one that is there already.
@@ -84,7 +85,7 @@ class KFbxMesh : public KFbxCreated<KFbxMesh, KFbxNodeAttribute> {
   std::vector<double> _normals;
   std::vector<std::int32_t> _normal_indices;
   BtStr _uv_set = "";
-  std::vector<double> _uvs;
+  std::vector<float> _uvs;
   std::vector<std::int32_t> _uv_indices;
   std::vector<KFbxDeformer*> _deformers;
 };

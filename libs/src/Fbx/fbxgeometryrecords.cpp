@@ -88,7 +88,7 @@ class GeometryWriter {
 
   void _writeUVs(std::string_view element) {
     _openElement(element, _mesh.GetUVSetName(), kByCorner, kIndexed);
-    _list("UV", _mesh.GetUVs());
+    _list("UV", std::vector<double>(_mesh.GetUVs().begin(), _mesh.GetUVs().end()));
     _list("UVIndex", _mesh.GetUVIndices());
     _sink.end();
   }

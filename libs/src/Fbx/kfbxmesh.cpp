@@ -18,8 +18,9 @@ bool AllBelow(std::span<const std::int32_t> indices, std::size_t limit) {
   });
 }
 
-bool AllFinite(std::span<const double> values) {
-  return std::all_of(values.begin(), values.end(), [](double v) { return std::isfinite(v); });
+template <class Number>
+bool AllFinite(const std::vector<Number>& values) {
+  return std::all_of(values.begin(), values.end(), [](Number v) { return std::isfinite(v); });
 }
 
 }  // namespace
@@ -59,12 +60,12 @@ void KFbxMesh::SetNormals(EMappingMode mapping, std::vector<double> normals,
   _normal_indices = std::move(indices);
 }
 
-void KFbxMesh::SetUVs(const char* set_name, std::vector<double> uvs) {
+void KFbxMesh::SetUVs(const char* set_name, std::vector<float> uvs) {
   _uv_set = set_name;
   _uvs = std::move(uvs);
 }
 
-void KFbxMesh::SetUVs(const char* set_name, std::vector<double> uvs,
+void KFbxMesh::SetUVs(const char* set_name, std::vector<float> uvs,
                       std::vector<std::int32_t> indices) {
   SetUVs(set_name, std::move(uvs));
   _uv_indices = std::move(indices);
@@ -98,7 +99,7 @@ void KFbxMesh::_completeUVs() {
   }
   if (std::find(_uv_indices.begin(), _uv_indices.end(), kNoUv) == _uv_indices.end()) return;
   const auto shared = static_cast<std::int32_t>(_uvs.size() / 2);
-  _uvs.insert(_uvs.end(), 2, 0.0);
+  _uvs.insert(_uvs.end(), 2, 0.0F);
   std::replace(_uv_indices.begin(), _uv_indices.end(), kNoUv, shared);
 }
 
