@@ -80,8 +80,9 @@ struct Amount {
 
 class Gatherer {
  public:
-  Gatherer(float scale_factor, const Amount& amount)
+  Gatherer(float scale_factor, std::size_t n_parts, const Amount& amount)
       : _scale(static_cast<double>(scale_factor)), _textured(amount.textured) {
+    _faces.parts.reserve(n_parts);
     _faces.points.reserve(3 * amount.points);
     _faces.uvs.reserve(2 * amount.coords);
     _faces.corners.reserve(amount.corners);
@@ -190,7 +191,7 @@ Faces GatherFaces(const BaModelData& model_data, const MeshBodies& bodies, float
   const std::vector<Piece> pieces = PiecesOf(model_data, bodies);
   Amount amount;
   for (const Piece& piece : pieces) amount.add(piece);
-  Gatherer gatherer(scale_factor, amount);
+  Gatherer gatherer(scale_factor, pieces.size(), amount);
   for (const Piece& piece : pieces) gatherer.add(piece, bodies.toMesh(piece.body));
   return gatherer.take();
 }

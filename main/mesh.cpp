@@ -73,12 +73,13 @@ KFbxNode* MeshBuilder::createSingleMeshGeometry(const BaMDBody& body, KFbxNode* 
 void MeshBuilder::_completePoints(KFbxMesh* mesh, const MeshBodies& bodies, bool whole_chain,
                                   Faces* faces, BaModelData* used_up) {
   const MeshBody& top = bodies.top();
-  SkinWeights weights = CollectWeights(*_scene, bodies, *faces);
+  SkinWeights weights = CollectFlexWeights(*_scene, bodies, *faces);
   SliderOffsets offsets = _blend_shapes.collect(bodies, *faces);
   std::vector<double> normals;
   const bool is_smooth = _model_data.combineVertexNormals();
   if (is_smooth && !whole_chain) normals = _bodyNormals(*top.body, faces->pointCount());
   if (used_up != nullptr) used_up->clearShapes();
+  CompleteWeights(bodies, *faces, &weights);
   if (!is_smooth) {
     mesh->SetNormals(KFbxMesh::eBY_POLYGON_VERTEX, FlatNormals(*faces), FacePerCorner(*faces));
   }

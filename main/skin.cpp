@@ -17,27 +17,16 @@
 
 namespace {
 
-// Numbers the nodes that vertices follow.
-class FollowedNodes {
- public:
-  FollowedNodes(const KFbxScene& scene, std::vector<KFbxNode*>* nodes)
-      : _scene(scene), _nodes(*nodes) {}
-
-  int numberOf(const BtStr& body_name) { return numberOf(_scene.FindNodeByName(body_name)); }
-  int numberOf(KFbxNode* node) {
-    BtAssert(node != nullptr, "node");
-    const auto place = static_cast<std::size_t>(node->GetListPlace());
-    if (place >= _nodes.size() || _nodes[place] != node) {
-      node->SetListPlace(static_cast<int>(_nodes.size()));
-      _nodes.push_back(node);
-    }
-    return node->GetListPlace();
+// The number of a node among those that vertices follow; a new one comes last.
+int NumberOf(KFbxNode* node, std::vector<KFbxNode*>* nodes) {
+  BtAssert(node != nullptr, "node");
+  const auto place = static_cast<std::size_t>(node->GetListPlace());
+  if (place >= nodes->size() || (*nodes)[place] != node) {
+    node->SetListPlace(static_cast<int>(nodes->size()));
+    nodes->push_back(node);
   }
-
- private:
-  const KFbxScene& _scene;
-  std::vector<KFbxNode*>& _nodes;
-};
+  return node->GetListPlace();
+}
 
 // What had to be put right in the weights of one body.
 struct Corrections {
@@ -58,40 +47,42 @@ void Warn(const BaMDBody& body, const Corrections& corrections) {
   }
 }
 
-// The flex weights of one part, sorted by point and node; points count from the start of the mesh.
-std::vector<Influence> FlexWeights(const BaMDVertices& vertices, int first_point,
-                                   FollowedNodes* nodes) {
-  std::vector<Influence> influences;
-  for (const BaMDVertexEffects* effects : vertices.effects()) {
+// Appends the flex weights of one part, sorted by point and node; points count from the start of
+// the mesh.
+void AddFlexWeights(const KFbxScene& scene, const Faces::Part& part, SkinWeights* all) {
+  const auto n_before = static_cast<std::ptrdiff_t>(all->influences.size());
+  for (const BaMDVertexEffects* effects : part.vertices->effects()) {
     const BaMDFlexVEffects* flex = effects->asFlex();
     if (flex == nullptr) continue;
-    const int node = nodes->numberOf(flex->bodyName());
+    const int node = NumberOf(scene.FindNodeByName(flex->bodyName()), &all->nodes);
     for (const BaMDFlexVEffects::Weight& weight : flex->weights()) {
-      influences.push_back(
-          {first_point + weight.vertex - 1, node, static_cast<double>(weight.weight)});
+      BtAssert(weight.vertex >= 1 && weight.vertex <= part.vertices->coordinates().size(),
+               "weight.vertex<=_n_vertices");
+      all->influences.push_back(
+          {part.first_point + weight.vertex - 1, node, static_cast<double>(weight.weight)});
     }
   }
-  std::stable_sort(influences.begin(), influences.end(),
+  std::stable_sort(all->influences.begin() + n_before, all->influences.end(),
                    [](const Influence& a, const Influence& b) {
                      return std::tie(a.point, a.node) < std::tie(b.point, b.node);
                    });
-  return influences;
 }
 
 // Several weights of a point toward one node count as one, of which only a positive one stays.
-void MergeWeights(std::vector<Influence>* influences, Corrections* corrections) {
+// Answers those that stand, which come to the front.
+std::span<Influence> MergeWeights(std::span<Influence> influences, Corrections* corrections) {
   std::size_t kept = 0;
-  for (std::size_t i = 0; i < influences->size();) {
-    Influence merged = (*influences)[i++];
-    for (; i < influences->size(); ++i) {
-      const Influence& next = (*influences)[i];
+  for (std::size_t i = 0; i < influences.size();) {
+    Influence merged = influences[i++];
+    for (; i < influences.size(); ++i) {
+      const Influence& next = influences[i];
       if (next.point != merged.point || next.node != merged.node) break;
       merged.weight += next.weight;
     }
     corrections->negative |= merged.weight < 0.0;
-    if (merged.weight > 0.0) (*influences)[kept++] = merged;
+    if (merged.weight > 0.0) influences[kept++] = merged;
   }
-  influences->resize(kept);
+  return influences.first(kept);
 }
 
 // Weights written with six decimals may miss 1 by their rounding.
@@ -131,23 +122,36 @@ void AddPart(int first_point, int last_point, int own_node, std::span<Influence>
 
 }  // namespace
 
-SkinWeights CollectWeights(const KFbxScene& scene, const MeshBodies& bodies, const Faces& faces) {
+SkinWeights CollectFlexWeights(const KFbxScene& scene, const MeshBodies& bodies,
+                               const Faces& faces) {
   SkinWeights all;
-  FollowedNodes nodes(scene, &all.nodes);
-  all.influences.reserve(faces.pointCount());
+  for (const Faces::Part& part : faces.parts) {
+    NumberOf(bodies[static_cast<std::size_t>(part.body)].node, &all.nodes);
+    AddFlexWeights(scene, part, &all);
+  }
+  return all;
+}
+
+void CompleteWeights(const MeshBodies& bodies, const Faces& faces, SkinWeights* weights) {
+  std::vector<Influence> all;
+  all.reserve(faces.pointCount());
+  std::span<Influence> flex = weights->influences;
   for (std::size_t i = 0; i < faces.parts.size(); ++i) {
     const Faces::Part& part = faces.parts[i];
     const MeshBody& body = bodies[static_cast<std::size_t>(part.body)];
     const int last_point = i + 1 < faces.parts.size() ? faces.parts[i + 1].first_point
                                                       : static_cast<int>(faces.pointCount());
+    const auto end = std::find_if(flex.begin(), flex.end(), [last_point](const Influence& next) {
+      return next.point >= last_point;
+    });
+    const auto of_part = flex.first(static_cast<std::size_t>(end - flex.begin()));
+    flex = flex.subspan(of_part.size());
     Corrections corrections;
-    const int own_node = nodes.numberOf(body.node);
-    std::vector<Influence> flex = FlexWeights(*part.vertices, part.first_point, &nodes);
-    MergeWeights(&flex, &corrections);
-    AddPart(part.first_point, last_point, own_node, flex, &corrections, &all.influences);
+    AddPart(part.first_point, last_point, body.node->GetListPlace(),
+            MergeWeights(of_part, &corrections), &corrections, &all);
     Warn(*body.body, corrections);
   }
-  return all;
+  weights->influences = std::move(all);
 }
 
 void AddSkin(KFbxScene* scene, KFbxMesh* mesh, KFbxNode* mesh_parent, const SkinWeights& weights) {

@@ -24,9 +24,14 @@ struct SkinWeights {
   std::vector<Influence> influences;
 };
 
-// A vertex follows the body that it is defined on with what its flex weights leave of 1. Weights
-// that cannot stand as they are (negative ones, sums above 1) are put right with a warning.
-SkinWeights CollectWeights(const KFbxScene& scene, const MeshBodies& bodies, const Faces& faces);
+// The flex weights as the document has them. They are all that the skin needs of it; asserts that
+// they are of vertices that there are.
+SkinWeights CollectFlexWeights(const KFbxScene& scene, const MeshBodies& bodies,
+                               const Faces& faces);
+// Makes of collected flex weights those of all points: a vertex follows the body that it is defined
+// on with what its flex weights leave of 1. Weights that cannot stand as they are (negative ones,
+// sums above 1) are put right with a warning.
+void CompleteWeights(const MeshBodies& bodies, const Faces& faces, SkinWeights* weights);
 
 // Binds the mesh to the nodes that its points follow, at their rest pose. A mesh of which every
 // point follows only the node that it hangs under needs no skin and gets none.
