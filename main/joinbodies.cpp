@@ -22,23 +22,22 @@ constexpr double kSameOffset = 1e-4;
 // find its like among so many stays by itself.
 constexpr int kMostKinds = 32;
 
-// A node or a slider, and how far a point follows it.
+// A node or a slider, and how far a point follows it: a weight, or an offset of three numbers.
+// They stay where they are, for points that meet come by the million.
 struct Pull {
+  const double* amount;
+  std::uint32_t by;  // number of the node, or place of the slider
   bool is_slider;
-  std::uint32_t by;              // number of the node, or place of the slider
-  std::array<double, 3> amount;  // an offset; of a weight the first number
 };
 
 bool IsAlike(const Pull& a, const Pull& b) {
   if (a.is_slider != b.is_slider || a.by != b.by) return false;
-  double most = kSameWeight;
-  if (a.is_slider) {
-    const auto length = [](const Pull& p) {
-      return std::hypot(p.amount[0], p.amount[1], p.amount[2]);
-    };
-    most = kSameOffset * std::max(length(a), length(b));
-  }
-  return std::equal(a.amount.begin(), a.amount.end(), b.amount.begin(),
+  if (!a.is_slider) return std::fabs(*a.amount - *b.amount) <= kSameWeight;
+  const auto length = [](const Pull& p) {
+    return std::hypot(p.amount[0], p.amount[1], p.amount[2]);
+  };
+  const double most = kSameOffset * std::max(length(a), length(b));
+  return std::equal(a.amount, a.amount + 3, b.amount,
                     [most](double x, double y) { return std::fabs(x - y) <= most; });
 }
 
@@ -82,13 +81,13 @@ class Pulls {
     for (const Influence& influence : mesh.weights->influences) {
       const auto point = static_cast<std::size_t>(influence.point);
       if (!has_others[point] || influence.weight <= kSameWeight) continue;
-      visit(point, {false, static_cast<std::uint32_t>(influence.node), {influence.weight, 0, 0}});
+      visit(point, {&influence.weight, static_cast<std::uint32_t>(influence.node), false});
     }
     for (const auto& [slider, offsets] : *mesh.offsets) {
       for (const auto& [index, offset] : offsets) {
         const auto point = static_cast<std::size_t>(index);
         if (!has_others[point] || offset == std::array<double, 3>{}) continue;
-        visit(point, {true, static_cast<std::uint32_t>(slider), offset});
+        visit(point, {offset.data(), static_cast<std::uint32_t>(slider), true});
       }
     }
   }
