@@ -329,6 +329,19 @@ TEST_F(BtCompStream, LeavesNothingWhicheverProcessIsKilled) {
   prctl(PR_SET_CHILD_SUBREAPER, 0);
 }
 
+// A program that has lost its keeper is about to open the pipe, which makes a file where there is
+// none any more. This one has a session of its own, in which nobody ends it.
+TEST_F(BtCompStream, RemovesThePipeWhenNobodyOpensItAnyMore) {
+  ASSERT_TRUE(Save("a.gz", "text"));
+  setProgram("gunzip", R"(export pipe=$(readlink /proc/$$/fd/1)
+read -r pid name state keeper rest < /proc/$PPID/stat
+export keeper
+exec setsid sh -c 'kill -9 $keeper; sleep 0.3; : >> $pipe')");
+  EXPECT_FALSE(Load("a.gz"));
+  EXPECT_NE(TakeMessages(), "");
+  usleep(500000);
+}
+
 TEST_F(BtCompStream, TellsThatThereCanBeNoPipe) {
   constexpr int kTaken = 2000;
   const auto name = [](int i) {

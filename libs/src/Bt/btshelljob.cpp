@@ -1,5 +1,6 @@
 #include "btshelljob.h"
 
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -22,9 +23,9 @@ namespace {
 // itself when its work is done.
 constexpr int kQuestionMs = 100;
 constexpr int kFinishMs = 60000;
-// How often, and how many microseconds apart, it is tried whether killed processes have gone.
-constexpr int kEndTries = 100;
-constexpr int kEndTryUs = 1000;
+// How often, and how many milliseconds apart, it is tried whether killed processes have gone.
+constexpr int kEndTries = 1000;
+constexpr int kEndTryMs = 1;
 constexpr std::size_t kMaxMessages = 1000;
 constexpr int kSignalStatus = 128;
 
@@ -61,9 +62,14 @@ bool ReadNumber(int channel, int* number) {
   return true;
 }
 
-// Ends a shell that has lost its keeper, and whatever runs with it.
-void EndGroup(pid_t group) {
-  for (int i = 0; group > 0 && i < kEndTries && kill(-group, SIGKILL) == 0; ++i) usleep(kEndTryUs);
+// Ends a shell that has lost its keeper, and whatever runs with it. Of a group that the keeper had
+// no time to name it waits for the end, which comes by itself: a program that is about to open the
+// pipe would make a file of that name once it is removed.
+void EndGroup(pid_t group, int lives) {
+  pollfd file = {lives, 0, 0};  // asks for nothing, which answers the end
+  for (int i = 0; i < kEndTries && poll(&file, 1, kEndTryMs) <= 0; ++i) {
+    if (group > 0) kill(-group, SIGKILL);
+  }
 }
 
 // Collects a child; somebody else may have done that already.
@@ -90,18 +96,21 @@ Bt_ShellJob::~Bt_ShellJob() {
 
 bool Bt_ShellJob::startKeeper() {
   int ends[2] = {-1, -1};
+  int lives[2] = {-1, -1};
   if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) == 0 &&
-      (_messages = memfd_create("messages", MFD_CLOEXEC)) >= 0) {
+      pipe2(lives, O_CLOEXEC) == 0 && (_messages = memfd_create("messages", MFD_CLOEXEC)) >= 0) {
     const Undisturbed until_forked;
     _keeper = fork();
     if (_keeper == 0) {
       close(ends[0]);
-      Bt_KeepShellJob(ends[1], _messages);
+      Bt_KeepShellJob(ends[1], _messages, lives[1]);
     }
   }
   const int error = errno;
   CloseFd(&ends[1]);
+  CloseFd(&lives[1]);
   _channel = ends[0];
+  _lives = lives[0];
   if (_keeper >= 0) return true;
   end();
   errno = error;
@@ -163,9 +172,10 @@ void Bt_ShellJob::end() {
     int answer = 0;
     while (ReadNumber(_channel, &answer)) {
     }
-    if (answer != kBtKeeperDone) EndGroup(_group);
+    if (answer != kBtKeeperDone) EndGroup(_group, _lives);
   }
   CloseFd(&_channel);
+  CloseFd(&_lives);
   if (_keeper >= 0) Collect(_keeper);
   _keeper = -1;
   _group = -1;

@@ -10,7 +10,8 @@
 
 // A keeper, forked first of all, is the parent of the shell. It outlives this process for as long
 // as it takes to end the shell's group and to remove the pipe and the file that it keeps; its own
-// death ends the shell, and that its group. A keeper may serve without a command.
+// death ends the shell, and that its group, which this process waits for. A keeper may serve
+// without a command.
 class Bt_ShellJob {
  public:
   enum class Event { Ready, Over, Canceled, Late };
@@ -50,6 +51,7 @@ class Bt_ShellJob {
 
   int _channel = -1;   // to the keeper; its end of file tells either side of the other's death
   int _messages = -1;  // the file in memory that takes the standard error
+  int _lives = -1;     // a pipe that keeper, shell and command write to: it ends with the last one
   pid_t _keeper = -1;
   bool _is_over = false;
   pid_t _group = -1;  // of shell and command, while they may run

@@ -19,6 +19,7 @@ namespace {
 // The files that the keeper has open; all others are closed.
 constexpr int kChannel = 3;
 constexpr int kSignals = 4;
+constexpr int kLives = 5;  // the only one that shell and command get, too
 constexpr int kFirstOwnFd = 10;
 
 // A path may be quoted in a command, four characters for one, twice.
@@ -150,11 +151,12 @@ void Keeper::_endShell() {
 
 // Gives up all files of the process that this one was forked from: who waits for the end of a pipe
 // there must not wait for the keeper.
-void TakeFiles(int channel, int messages) {
+void TakeFiles(int channel, int messages, int lives) {
   channel = fcntl(channel, F_DUPFD_CLOEXEC, kFirstOwnFd);
   messages = fcntl(messages, F_DUPFD_CLOEXEC, kFirstOwnFd);
+  lives = fcntl(lives, F_DUPFD_CLOEXEC, kFirstOwnFd);
   const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
-  if (channel < 0 || messages < 0 || nothing < 0) _exit(1);
+  if (channel < 0 || messages < 0 || lives < 0 || nothing < 0) _exit(1);
   dup2(nothing, STDIN_FILENO);
   dup2(nothing, STDOUT_FILENO);
   dup2(messages, STDERR_FILENO);
@@ -167,16 +169,17 @@ void TakeFiles(int channel, int messages) {
     if (signals < 0) _exit(1);
     dup3(signals, kSignals, O_CLOEXEC);
   }
-  close_range(kSignals + 1, ~0U, 0);
+  dup2(lives, kLives);
+  close_range(kLives + 1, ~0U, 0);
 }
 
 }  // namespace
 
-void Bt_KeepShellJob(int channel, int messages) {
+void Bt_KeepShellJob(int channel, int messages, int lives) {
   prctl(PR_SET_CHILD_SUBREAPER, 1);  // in a container there may be nobody else to collect orphans
   setsid();  // signals to the terminal's group, or to a job of the shell, are not for the keeper
   std::signal(SIGCHLD, SIG_DFL);  // an ignored one would let the shell go uncollected
-  TakeFiles(channel, messages);
+  TakeFiles(channel, messages, lives);
   Keeper keeper;
   keeper.run();
 }

@@ -8,7 +8,8 @@ inline constexpr int kBtKeeperDone = -2;
 
 // Serves one job and ends the process: takes messages from `channel`, runs the command, answers
 // there with the shell's process id (or the negative error), then with its exit status, and when
-// the channel ends cleans up and says kBtKeeperDone. `messages` takes the command's standard error.
+// the channel ends cleans up and says kBtKeeperDone. `messages` takes the command's standard error;
+// `lives` is a pipe that every process of the job has open.
 // Of the process that it was forked from nothing is used but the stack and what is constant: other
 // threads may have held any lock.
-[[noreturn]] void Bt_KeepShellJob(int channel, int messages);
+[[noreturn]] void Bt_KeepShellJob(int channel, int messages, int lives);
