@@ -14,6 +14,7 @@
 #include "Bt/btlist.h"
 #include "Bt/btmap.h"
 #include "Bt/btnullable.h"
+#include "Bt/btnumbered.h"
 #include "Bt/btrbtree.h"
 #include "Bt/btset.h"
 #include "Bt/deathcases.h"
@@ -384,6 +385,57 @@ TEST(ContainersDeathTest, MisuseIsAnAssertion) {
   EXPECT_EXIT(BtReallocOrExit(nullptr, std::size_t{1} << 62, 8), testing::ExitedWithCode(1),
               "^Unable to allocate memory!\nAttempted to allocate 4611686018427387904 elements, "
               "total size: 36893488147419103232\n$");
+}
+
+// An object that counts its owners, and all of its kind that there are.
+struct Counted {
+  explicit Counted(int v) : value(v) { ++n_alive; }
+  ~Counted() { --n_alive; }
+  Counted(const Counted&) = delete;
+  Counted& operator=(const Counted&) = delete;
+  [[nodiscard]] int refCount() const { return n_owners; }
+  void incRefCount() { ++n_owners; }
+  int decRefCount() { return --n_owners; }
+
+  static inline int n_alive = 0;
+  int value;
+  int n_owners = 1;
+};
+
+TEST(BtNumbered, HasTheOwnersOfASharedPointer) {
+  constexpr std::size_t kPlaces = 20;
+  std::vector<BtNumbered<Counted>> numbered(kPlaces);
+  std::vector<std::shared_ptr<int>> pointers(kPlaces);
+  std::mt19937 random(5);
+  for (int round = 0; round < 5000; ++round) {
+    const std::size_t to = random() % kPlaces;
+    const std::size_t from = random() % kPlaces;
+    switch (random() % 4) {
+      case 0:
+        numbered[to] = BtNumbered(std::make_unique<Counted>(round));
+        pointers[to] = std::make_shared<int>(round);
+        break;
+      case 1:
+        numbered[to] = numbered[from];
+        pointers[to] = pointers[from];
+        break;
+      case 2:
+        numbered[to] = BtNumbered(std::move(numbered[from]));
+        pointers[to] = std::shared_ptr(std::move(pointers[from]));
+        break;
+      default:
+        numbered[to] = BtNumbered<Counted>();
+        pointers[to].reset();
+    }
+    std::set<const int*> alive;
+    for (std::size_t i = 0; i < kPlaces; ++i) {
+      ASSERT_EQ(numbered[i].nOwners(), pointers[i].use_count());
+      if (pointers[i] == nullptr) continue;
+      ASSERT_EQ(numbered[i]->value, *pointers[i]);
+      alive.insert(pointers[i].get());
+    }
+    ASSERT_EQ(Counted::n_alive, static_cast<int>(alive.size()));
+  }
 }
 
 }  // namespace

@@ -8,7 +8,7 @@
 class BtScanner;
 
 // Positions are in the system of the body that the vertex belongs to. Millions of vertices make a
-// model, so one without effects is nothing but its three floats and a null pointer.
+// model, so one without effects is nothing but its three floats and a zero.
 class BaVertex {
  public:
   BaVertex() = default;
@@ -43,4 +43,4 @@ class BaVertex {
   BaVertexEffects _effects;
 };
 
-static_assert(sizeof(BaVertex) <= 20);
+static_assert(sizeof(BaVertex) <= 16);

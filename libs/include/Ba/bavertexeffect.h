@@ -6,7 +6,6 @@
 #include <iosfwd>
 #include <memory>
 
-#include "Bt/btshared.h"
 #include "Bt/btstr.h"
 
 class BtScanner;
@@ -40,7 +39,7 @@ class Ba_VertexEffect {
   [[nodiscard]] const Ba_VertexEffect* next() const { return _next.get(); }
   [[nodiscard]] Ba_VertexEffect* next() { return _next.get(); }
 
-  // Of the first effect of a chain: how many vertices have the chain. BtShared counts them.
+  // Of the first effect of a chain: how many vertices have the chain. BtNumbered counts them.
   [[nodiscard]] int refCount() const { return _ref_count; }
   void incRefCount() { ++_ref_count; }
   int decRefCount() { return --_ref_count; }

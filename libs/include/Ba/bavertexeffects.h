@@ -6,9 +6,9 @@
 
 #include "Ba/bavertexeffect.h"
 #include "Bt/bthash.h"
-#include "Bt/btshared.h"
+#include "Bt/btnumbered.h"
 
-// The effects of one vertex, in the order in which they were added: one pointer, null for none.
+// The effects of one vertex, in the order in which they were added: one number of four bytes.
 // Copies share the effects; the one that is changed gets effects of its own first.
 class BaVertexEffects {
  public:
@@ -36,13 +36,14 @@ class BaVertexEffects {
 
  private:
   friend class BaVertexEffectsBuilder;
+  using Chain = BtNumbered<Ba_VertexEffect>;
 
   // Gives effects that are shared to this vertex alone, as copies.
   void _unshare();
   // Appends an effect behind `last`, the last one or null for none.
   void _append(Ba_VertexEffect* last, std::unique_ptr<Ba_VertexEffect> effect);
 
-  BtShared<Ba_VertexEffect> _chain;
+  Chain _chain;
 };
 
 template <class IsGone>
@@ -51,7 +52,7 @@ void BaVertexEffects::removeIf(IsGone is_gone) {
   while (gone != nullptr && !is_gone(*gone)) gone = gone->next();
   if (gone == nullptr) return;
   if (nOwners() > 1) _unshare();
-  while (!empty() && is_gone(std::as_const(*_chain))) _chain = BtShared(std::move(_chain->_next));
+  while (!empty() && is_gone(std::as_const(*_chain))) _chain = Chain(std::move(_chain->_next));
   for (Ba_VertexEffect* kept = _chain.get(); kept != nullptr && kept->next() != nullptr;) {
     if (is_gone(std::as_const(*kept->_next))) {
       kept->_next = std::move(kept->_next->_next);

@@ -37,6 +37,6 @@ class BtShared {
   [[nodiscard]] int nOwners() const { return _object == nullptr ? 0 : _object->refCount(); }
 
  private:
-  // Packed, to leave no gap behind three floats.
+  // Packed, to leave no gap beside smaller members: names and their places are many.
   [[gnu::packed, gnu::aligned(alignof(float))]] T* _object = nullptr;
 };

@@ -39,7 +39,7 @@ void BaVertexEffects::_unshare() {
     last->_next = shared->cloneBa();
     last = last->next();
   }
-  _chain = BtShared(std::move(own));
+  _chain = Chain(std::move(own));
 }
 
 int BaVertexEffects::count() const {
@@ -54,7 +54,7 @@ void BaVertexEffects::add(std::unique_ptr<Ba_VertexEffect> effect) {
 
 void BaVertexEffects::_append(Ba_VertexEffect* last, std::unique_ptr<Ba_VertexEffect> effect) {
   if (last == nullptr) {
-    _chain = BtShared(std::move(effect));
+    _chain = Chain(std::move(effect));
   } else {
     last->_next = std::move(effect);
   }
