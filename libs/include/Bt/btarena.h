@@ -29,15 +29,19 @@ class BtArena {
     _arrays = {};
     _objects = {};
     _next_size = kFirstBlockSize;
+    _largest_size = kLargestBlockSize;
   }
+  // Blocks that are begun from now on are not larger. For where memory is free in pieces, in which
+  // larger ones find no place.
+  void limitBlocks(std::size_t bytes) { _largest_size = bytes; }
 
   static constexpr std::size_t kLargestPiece = 4096;
 
  private:
   static constexpr std::size_t kAlignment = alignof(void*);
-  // Blocks double in size, so that few are needed and little is left over.
+  // Blocks double in size, so that few are needed and little is left over, up to the largest.
   static constexpr std::size_t kFirstBlockSize = std::size_t{1} << 16U;
-  static constexpr std::size_t kLastBlockSize = std::size_t{1} << 21U;
+  static constexpr std::size_t kLargestBlockSize = std::size_t{1} << 21U;
 
   // A block that pieces are taken from, at its end.
   struct Block {
@@ -64,4 +68,5 @@ class BtArena {
   Block _arrays;
   Block _objects;
   std::size_t _next_size = kFirstBlockSize;
+  std::size_t _largest_size = kLargestBlockSize;
 };

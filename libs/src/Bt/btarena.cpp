@@ -6,10 +6,10 @@
 #include <functional>
 
 BtArena::Block BtArena::_newBlock() {
-  std::size_t size = _next_size;
+  std::size_t size = std::min(_next_size, _largest_size);
   _blocks.push_back({std::make_unique_for_overwrite<std::byte[]>(size), size});
   const Block block = {_blocks.back().bytes.get(), size};
-  _next_size = std::min(2 * size, kLastBlockSize);
+  _next_size = 2 * size;
   // All pages at once, which is quicker than one by one as they are met. Where the system does not
   // know how, they come as they are met.
   constexpr std::size_t kPage = 4096;

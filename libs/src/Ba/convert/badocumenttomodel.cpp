@@ -1,6 +1,7 @@
 // From a document to a model.
 #include <algorithm>
 
+#include "Bt/btarena.h"
 #include "Bt/bthash.h"
 #include "baconvert.h"
 #include "badocumenttomodelvertices.h"
@@ -113,6 +114,10 @@ class VertexSetsInUse {
   BtHashMap<const BaMDVertices*, Use> _sets;
 };
 
+// A geometry of a large document leaves a megabyte or two in one piece when it is emptied. What is
+// left over there beside blocks of this size is little, whatever its size.
+constexpr std::size_t kBlockInPlaceOfGeometries = std::size_t{3} << 18U;
+
 }  // namespace
 
 bool BaModelData::extractTo(BaModel* model) const {
@@ -141,6 +146,7 @@ bool BaModelData::_extractInto(BaModel* model, bool empty_geometries) const {
       !_checkVertices()) {
     return false;
   }
+  if (empty_geometries) model->arena()->limitBlocks(kBlockInPlaceOfGeometries);
   VertexSetsInUse sets(*this);
   for (BaMDGeometry* geometry : _geometries) {
     if (theExceptObj.checkCancel() ||
