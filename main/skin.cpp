@@ -147,7 +147,7 @@ void CompleteWeights(const MeshBodies& bodies, const Faces& faces, SkinWeights* 
     const auto of_part = flex.first(static_cast<std::size_t>(end - flex.begin()));
     flex = flex.subspan(of_part.size());
     Corrections corrections;
-    AddPart(part.first_point, last_point, body.node->GetListPlace(),
+    AddPart(part.first_point, last_point, NumberOf(body.node, &weights->nodes),
             MergeWeights(of_part, &corrections), &corrections, &all);
     Warn(*body.body, corrections);
   }

@@ -30,7 +30,7 @@ SkinWeights CollectFlexWeights(const KFbxScene& scene, const MeshBodies& bodies,
                                const Faces& faces);
 // Makes of collected flex weights those of all points: a vertex follows the body that it is defined
 // on with what its flex weights leave of 1. Weights that cannot stand as they are (negative ones,
-// sums above 1) are put right with a warning.
+// sums above 1) are put right with a warning. The nodes must still have their list places.
 void CompleteWeights(const MeshBodies& bodies, const Faces& faces, SkinWeights* weights);
 
 // Binds the mesh to the nodes that its points follow, at their rest pose. A mesh of which every

@@ -12,7 +12,7 @@
 
 // As BtShared, in four bytes: the object's number in a table of all objects of the type. For what
 // could be in millions of places and is in few, since each object has a place in the table, too.
-// There may be 4294967295 objects.
+// The table stays as large as it was for most objects at once; there may be 4294967295.
 template <class T>
 class BtNumbered {
  public:
