@@ -76,6 +76,20 @@ TEST(BtHash, SpreadsNumbersInRows) {
   }
 }
 
+TEST(BtHash, NamesAndNumbersThatCountUpStandSideBySide) {
+  // Sixteen keys that begin a row, each of the last four bits once.
+  const auto name = [](std::size_t i) { return std::string("limb_12") + "@ABCDEFGHIJKLMNO"[i]; };
+  for (std::size_t i = 1; i < 16; ++i) {
+    EXPECT_EQ(BtHash()(name(i)) ^ BtHash()(name(0)), i);
+    EXPECT_EQ(BtHash()(160 + i) ^ BtHash()(160), i);
+  }
+  // Beyond them nothing is near by but by chance, whatever differs.
+  for (const char* other : {"limb_13@", "limb_12P", "limb_1@", "mimb_12@"}) {
+    EXPECT_NE(BtHash()(other) >> 4U, BtHash()(name(0)) >> 4U) << other;
+  }
+  EXPECT_NE(BtHash()(176) >> 4U, BtHash()(160) >> 4U);
+}
+
 TEST(BtHash, TellsTextsApartByEveryByteAndTheirLength) {
   BtHashSet<std::uint64_t> hashes;
   std::size_t n_texts = 0;

@@ -68,9 +68,9 @@ BtHashKeys BtHashKeys::_make() {
   return {number(1) & kPrime, number(2), {number(3), number(4), number(5)}};
 }
 
-// The text is a polynomial whose coefficients are its length and its pieces, and the hash its value
-// at a secret place: two texts of n bytes agree at n / 7 places of 2^61 at most.
-std::uint64_t BtHashOf(std::string_view text) {
+// The text is a polynomial whose coefficients are its length and its pieces, and the hash follows
+// from its value at a secret place: two texts of n bytes agree at n / 7 places of 2^61 at most.
+std::uint64_t BtHashOf(std::string_view text, std::uint32_t number) {
   const std::uint64_t place = BtHashKeys::ofProcess().place;
   std::uint64_t value = text.size() & kPrime;
   for (; text.size() > kPiece; text.remove_prefix(kPiece)) {
@@ -79,5 +79,6 @@ std::uint64_t BtHashOf(std::string_view text) {
   value = Product(value, place) + LastPiece(text);
   value = (value & kPrime) + (value >> 61U);
   if (value >= kPrime) value -= kPrime;
-  return BtHashOf(static_cast<std::uint32_t>(value), static_cast<std::uint32_t>(value >> 32U), 0U);
+  return BtHashOf(static_cast<std::uint32_t>(value), static_cast<std::uint32_t>(value >> 32U),
+                  number);
 }

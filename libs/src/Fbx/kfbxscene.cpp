@@ -11,7 +11,7 @@
 
 namespace {
 
-std::uint64_t HashOf(const char* name) { return BtHashOf(std::string_view(name)); }
+std::size_t HashOf(const char* name) { return BtHash()(std::string_view(name)); }
 
 auto HasName(const std::vector<KFbxNode*>& nodes, const char* name) {
   return [&nodes, name](int i) {
