@@ -47,16 +47,11 @@ inline std::uint64_t BtHashOf(float a, float b, float c = 0.0F) {
 std::uint64_t BtHashOf(std::string_view text, std::uint32_t number = 0);
 
 // The one hash of all tables, in the place of std::hash. Files count: limb_10, limb_11, limb_12.
-// Keys that differ in nothing but the last four bits differ in nothing else here, so that what is
-// asked for in turn stands side by side in a large table. Only these sixteen can be brought close
-// to each other.
+// The hashes of numbers that differ in their last four bits alone, and of texts that differ in
+// their last digit alone, differ in the last four bits alone, so that what is asked for in turn
+// stands side by side in a large table. No more than these can be brought close to each other.
 struct BtHash {
-  std::size_t operator()(std::string_view text) const {
-    if (text.empty()) return BtHashOf(text);
-    const auto last = static_cast<unsigned char>(text.back());
-    text.remove_suffix(1);
-    return BtHashOf(text, last >> kRowBits) ^ (last & kInRow);
-  }
+  std::size_t operator()(std::string_view text) const;
   template <class Text>
   requires requires(const Text& text) { text.view(); }
   std::size_t operator()(const Text& text) const { return (*this)(std::string_view(text.view())); }

@@ -54,6 +54,13 @@ std::uint64_t Mixed(std::uint64_t number) {
   return number ^ number >> 31U;
 }
 
+// Its place, npos where there is none.
+std::size_t LastDigit(std::string_view text) {
+  std::size_t i = text.size();
+  while (i > 0 && (text[i - 1] < '0' || text[i - 1] > '9')) --i;
+  return i - 1;
+}
+
 }  // namespace
 
 // Linux hands 16 random bytes to every program that it starts, without a call that could fail.
@@ -81,4 +88,13 @@ std::uint64_t BtHashOf(std::string_view text, std::uint32_t number) {
   if (value >= kPrime) value -= kPrime;
   return BtHashOf(static_cast<std::uint32_t>(value), static_cast<std::uint32_t>(value >> 32U),
                   number);
+}
+
+std::size_t BtHash::operator()(std::string_view text) const {
+  const std::size_t place = LastDigit(text);
+  if (place == std::string_view::npos) return BtHashOf(text, 1);  // not as one that ends in 0
+  const std::string_view behind = text.substr(place + 1);
+  const std::uint64_t number = behind.empty() ? 0 : BtHashOf(behind);
+  return BtHashOf(text.substr(0, place), static_cast<std::uint32_t>(number)) ^
+         static_cast<std::size_t>(text[place] - '0');
 }
