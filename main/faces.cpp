@@ -23,24 +23,18 @@ struct Corner {
 Corner CornerOf(int vertex) { return {vertex - 1, -1}; }
 Corner CornerOf(const BaMDTexturedCorner& corner) { return {corner.vertex - 1, corner.coord - 1}; }
 
-// A geometry that makes faces.
-struct Piece {
-  const BaMDGeometry* geometry;
-  const BaMDVertices* vertices;
-  std::size_t body;  // its number among the bodies
-};
-
-std::vector<Piece> PiecesOf(const BaModelData& model_data, const MeshBodies& bodies) {
-  std::vector<Piece> pieces;
-  pieces.reserve(bodies.count());
+// The geometries that make faces, without their points yet.
+std::vector<Faces::Part> PartsOf(const BaModelData& model_data, const MeshBodies& bodies) {
+  std::vector<Faces::Part> parts;
+  parts.reserve(bodies.count());
   for (std::size_t i = 0; i < bodies.count(); ++i) {
     for (const BaMDGeometry* geometry : model_data.geometriesOf(*bodies[i].body)) {
       if (!geometry->hasPolygons()) continue;  // bones only
       const BaMDVertices* vertices = model_data.vertexSetByName(geometry->verticesName());
-      if (vertices != nullptr) pieces.push_back({geometry, vertices, i});
+      if (vertices != nullptr) parts.push_back({geometry, vertices, static_cast<int>(i), 0});
     }
   }
-  return pieces;
+  return parts;
 }
 
 // How much of everything the faces of some geometries are at most.
@@ -51,10 +45,10 @@ struct Amount {
   std::size_t faces = 0;
   bool textured = false;
 
-  void add(const Piece& piece) {
-    points += static_cast<std::size_t>(piece.vertices->coordinates().size());
-    coords += static_cast<std::size_t>(piece.geometry->textureCoords().size());
-    for (const BaMDMaterialGroup* group : piece.geometry->materialGroups()) {
+  void add(const Faces::Part& part) {
+    points += static_cast<std::size_t>(part.vertices->coordinates().size());
+    coords += static_cast<std::size_t>(part.geometry->textureCoords().size());
+    for (const BaMDMaterialGroup* group : part.geometry->materialGroups()) {
       textured = textured || group->texturedPolygons().count() > 0 ||
                  group->texturedTriangleStrips().count() > 0;
       _addPolygons(group->polygons());
@@ -80,9 +74,8 @@ struct Amount {
 
 class Gatherer {
  public:
-  Gatherer(float scale_factor, std::size_t n_parts, const Amount& amount)
+  Gatherer(float scale_factor, const Amount& amount)
       : _scale(static_cast<double>(scale_factor)), _textured(amount.textured) {
-    _faces.parts.reserve(n_parts);
     _faces.points.reserve(3 * amount.points);
     _faces.uvs.reserve(2 * amount.coords);
     _faces.corners.reserve(amount.corners);
@@ -90,19 +83,22 @@ class Gatherer {
     _faces.face_materials.reserve(amount.faces);
   }
 
-  void add(const Piece& piece, const KFbxXMatrix& to_mesh) {
+  void add(const KFbxXMatrix& to_mesh, Faces::Part* part) {
     _first_point = static_cast<int>(_faces.pointCount());
     _first_uv = static_cast<int>(_faces.uvs.size() / 2);
-    _faces.parts.push_back({static_cast<int>(piece.body), piece.vertices, _first_point});
-    _addPoints(*piece.vertices, to_mesh);
-    for (const BaTextureCoords& coords : piece.geometry->textureCoords()) {
+    part->first_point = _first_point;
+    _addPoints(*part->vertices, to_mesh);
+    for (const BaTextureCoords& coords : part->geometry->textureCoords()) {
       _faces.uvs.push_back(coords.u);
       _faces.uvs.push_back(coords.v);
     }
-    for (const BaMDMaterialGroup* group : piece.geometry->materialGroups()) _addGroup(*group);
+    for (const BaMDMaterialGroup* group : part->geometry->materialGroups()) _addGroup(*group);
   }
 
-  Faces take() { return std::move(_faces); }
+  Faces take(std::vector<Faces::Part> parts) {
+    _faces.parts = std::move(parts);
+    return std::move(_faces);
+  }
 
  private:
   void _addPoints(const BaMDVertices& vertices, const KFbxXMatrix& to_mesh) {
@@ -188,10 +184,12 @@ class Gatherer {
 }  // namespace
 
 Faces GatherFaces(const BaModelData& model_data, const MeshBodies& bodies, float scale_factor) {
-  const std::vector<Piece> pieces = PiecesOf(model_data, bodies);
+  std::vector<Faces::Part> parts = PartsOf(model_data, bodies);
   Amount amount;
-  for (const Piece& piece : pieces) amount.add(piece);
-  Gatherer gatherer(scale_factor, pieces.size(), amount);
-  for (const Piece& piece : pieces) gatherer.add(piece, bodies.toMesh(piece.body));
-  return gatherer.take();
+  for (const Faces::Part& part : parts) amount.add(part);
+  Gatherer gatherer(scale_factor, amount);
+  for (Faces::Part& part : parts) {
+    gatherer.add(bodies.toMesh(static_cast<std::size_t>(part.body)), &part);
+  }
+  return gatherer.take(std::move(parts));
 }

@@ -8,15 +8,18 @@
 #include "Bt/btstr.h"
 #include "meshbodies.h"
 
+class BaMDGeometry;
 class BaMDVertices;
 class BaModelData;
 
 struct Faces {
-  // The control points that one vertex set of one body became.
+  // What one geometry of one body became. Geometry and vertices are the document's, and go when it
+  // forgets them.
   struct Part {
-    int body;                      // its number among the bodies
-    const BaMDVertices* vertices;  // the set
-    int first_point;               // its points run up to the next part's first
+    const BaMDGeometry* geometry;
+    const BaMDVertices* vertices;
+    int body;         // its number among the bodies
+    int first_point;  // its points run up to the next part's first
   };
 
   std::vector<double> points;  // x y z per control point, in the mesh's space

@@ -21,7 +21,7 @@ Faces RandomFaces(unsigned seed, double size) {
   };
   const double reach = 1e-5 * size;
   Faces faces;
-  faces.parts = {{0, nullptr, 0}, {1, nullptr, 300}};
+  faces.parts = {{nullptr, nullptr, 0, 0}, {nullptr, nullptr, 1, 300}};
   faces.points = {-size / 2, -size / 2, -size / 2, size / 2, size / 2, size / 2};
   while (faces.points.size() < std::size_t{1800}) {
     const std::size_t twin = random() % 100;
