@@ -15,6 +15,7 @@
 #include "Bt/btmap.h"
 #include "Bt/btnullable.h"
 #include "Bt/btnumbered.h"
+#include "Bt/btrare.h"
 #include "Bt/btrbtree.h"
 #include "Bt/btset.h"
 #include "Bt/deathcases.h"
@@ -385,6 +386,21 @@ TEST(ContainersDeathTest, MisuseIsAnAssertion) {
   EXPECT_EXIT(BtReallocOrExit(nullptr, std::size_t{1} << 62, 8), testing::ExitedWithCode(1),
               "^Unable to allocate memory!\nAttempted to allocate 4611686018427387904 elements, "
               "total size: 36893488147419103232\n$");
+}
+
+TEST(BtRare, CopiesChangeApartAndCompareByValue) {
+  using Rare = BtRare<std::vector<int>>;
+  Rare none;
+  EXPECT_TRUE(none->empty());
+  Rare some(std::vector<int>{1, 2});
+  Rare copy = some;
+  copy.change().push_back(3);
+  EXPECT_EQ(*some, (std::vector<int>{1, 2}));
+  none = some;
+  EXPECT_EQ(none, some);
+  EXPECT_FALSE(copy == some);
+  none.change().clear();
+  EXPECT_EQ(none, Rare());
 }
 
 // An object that counts its owners, and all of its kind that there are.

@@ -2,12 +2,12 @@
 #pragma once
 
 #include <iosfwd>
-#include <memory>
 #include <vector>
 
 #include "Ba/bamdindexlists.h"
 #include "Ba/bamdvertices.h"
 #include "Bt/btflatmap.h"
+#include "Bt/btrare.h"
 #include "Bt/btstr.h"
 
 class BaMDMaterial;
@@ -39,21 +39,21 @@ class BaMDMaterialGroup {
   [[nodiscard]] const BtStr& material() const { return _material; }
   void setMaterial(const BtStr& name) { _material = name; }
 
-  [[nodiscard]] const std::vector<BaMDBone>& bones() const { return _rare().bones; }
-  std::vector<BaMDBone>& bones() { return _makeRare().bones; }
+  [[nodiscard]] const std::vector<BaMDBone>& bones() const { return _rare->bones; }
+  std::vector<BaMDBone>& bones() { return _rare.change().bones; }
   [[nodiscard]] const BaMDIndexLists<int>& polygons() const { return _polygons; }
   BaMDIndexLists<int>& polygons() { return _polygons; }
   [[nodiscard]] const BaMDIndexLists<BaMDTexturedCorner>& texturedPolygons() const {
     return _textured_polygons;
   }
   BaMDIndexLists<BaMDTexturedCorner>& texturedPolygons() { return _textured_polygons; }
-  [[nodiscard]] const BaMDIndexLists<int>& triangleStrips() const { return _rare().strips; }
-  BaMDIndexLists<int>& triangleStrips() { return _makeRare().strips; }
+  [[nodiscard]] const BaMDIndexLists<int>& triangleStrips() const { return _rare->strips; }
+  BaMDIndexLists<int>& triangleStrips() { return _rare.change().strips; }
   [[nodiscard]] const BaMDIndexLists<BaMDTexturedCorner>& texturedTriangleStrips() const {
-    return _rare().textured_strips;
+    return _rare->textured_strips;
   }
   BaMDIndexLists<BaMDTexturedCorner>& texturedTriangleStrips() {
-    return _makeRare().textured_strips;
+    return _rare.change().textured_strips;
   }
 
   // True when the group holds polygons or strips of any kind.
@@ -76,17 +76,11 @@ class BaMDMaterialGroup {
     BaMDIndexLists<int> strips;
     BaMDIndexLists<BaMDTexturedCorner> textured_strips;
   };
-  static const Rare _no_rare;
 
   bool _scanFrom(BaMDSource& source, const Materials* materials);
-  [[nodiscard]] const Rare& _rare() const { return _if_rare == nullptr ? _no_rare : *_if_rare; }
-  Rare& _makeRare() {
-    if (_if_rare == nullptr) _if_rare = std::make_unique<Rare>();
-    return *_if_rare;
-  }
 
   BtStr _material;
   BaMDIndexLists<int> _polygons;
   BaMDIndexLists<BaMDTexturedCorner> _textured_polygons;
-  std::unique_ptr<Rare> _if_rare;
+  BtRare<Rare> _rare;
 };

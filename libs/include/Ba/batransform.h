@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "Bt/array.h"
+#include "Bt/btrare.h"
 
 enum class BtAxis_t : std::uint8_t { X, Y, Z };
 // Prints "XAxis", "YAxis" or "ZAxis".
@@ -77,16 +78,16 @@ class BaUnlockedTransform : public Ba_Transform {
   // The variable of a single-variable transform; asserts that this is one.
   [[nodiscard]] int sysVarId() const;
   // Constant and terms of a linear combination; 0 and none for other transforms.
-  [[nodiscard]] float constant() const { return _constant; }
-  [[nodiscard]] const BtDArray<Term>& terms() const { return _terms; }
+  [[nodiscard]] float constant() const { return _combination->constant; }
+  [[nodiscard]] const BtDArray<Term>& terms() const { return _combination->terms; }
 
   // The value in a frame, which `value_of` tells: value_of(id) is the value of a variable, 1 or
   // above, as BaFrame answers it. 0 for a transform that nothing drives.
   template <class Frame>
   [[nodiscard]] double value(const Frame& value_of) const {
     if (_sysvar_id > 0) return static_cast<double>(value_of(_sysvar_id));
-    auto sum = static_cast<double>(_constant);
-    for (const Term& term : _terms) {
+    auto sum = static_cast<double>(constant());
+    for (const Term& term : terms()) {
       sum += static_cast<double>(term.coefficient) * static_cast<double>(value_of(term.sysvar_id));
     }
     return sum;
@@ -99,7 +100,7 @@ class BaUnlockedTransform : public Ba_Transform {
   template <class Visit>
   void forEachSysVarId(Visit visit) const {
     if (_sysvar_id > 0) visit(_sysvar_id);
-    for (const Term& term : _terms) visit(term.sysvar_id);
+    for (const Term& term : terms()) visit(term.sysvar_id);
   }
   // Replaces every variable id by renumber(id); 0 stays, as it stands for no variable. Asserts that
   // a new id is 0 or above, in a combination 1 or above.
@@ -109,7 +110,8 @@ class BaUnlockedTransform : public Ba_Transform {
       _sysvar_id = renumber(_sysvar_id);
       BtAssert(_sysvar_id >= 0, "sysvar_id>=0");
     }
-    for (Term& term : _terms) {
+    if (!isCombination()) return;
+    for (Term& term : _combination.change().terms) {
       term.sysvar_id = renumber(term.sysvar_id);
       BtAssert(term.sysvar_id >= 1, "sysvar_id>=1");
     }
@@ -118,9 +120,14 @@ class BaUnlockedTransform : public Ba_Transform {
   bool operator==(const BaUnlockedTransform& other) const = default;
 
  private:
+  struct Combination {
+    float constant = 0;
+    BtDArray<Term> terms;
+    bool operator==(const Combination& other) const = default;
+  };
+
   int _sysvar_id = -1;  // of a single variable; 0 in a combination; -1 when driven by nothing
-  float _constant = 0;
-  BtDArray<Term> _terms;
+  BtRare<Combination> _combination;
 };
 
 // Transforms in the order in which they are applied.

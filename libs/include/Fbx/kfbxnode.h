@@ -4,12 +4,12 @@
 
 #include <array>
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <variant>
 #include <vector>
 
 #include "Bt/bthash.h"
+#include "Bt/btrare.h"
 #include "Fbx/kfbxmath.h"
 #include "Fbx/kfbxobject.h"
 
@@ -82,13 +82,13 @@ class KFbxNode : public KFbxObject {
   // The index, from 0, by which polygons name the material: a new one at its first call, then the
   // same.
   int AddMaterial(KFbxSurfacePhong* material);
-  [[nodiscard]] int GetMaterialCount() const { return static_cast<int>(_rare().materials.size()); }
+  [[nodiscard]] int GetMaterialCount() const { return static_cast<int>(_rare->materials.size()); }
   [[nodiscard]] KFbxSurfacePhong* GetMaterial(int i) const;
 
   // Gives a user property its value; a new name comes last.
   void SetUserProperty(const BtStr& name, const KFbxUserProperty::Value& value);
   [[nodiscard]] const std::vector<KFbxUserProperty>& GetUserProperties() const {
-    return _rare().user_properties;
+    return _rare->user_properties;
   }
 
   // Where a list has the node, for whoever makes one: the node is in the list if it stands there,
@@ -108,20 +108,13 @@ class KFbxNode : public KFbxObject {
     BtHashMap<const KFbxSurfacePhong*, int> material_index;
     std::vector<KFbxUserProperty> user_properties;
   };
-  static const Rare _no_rare;
-
-  [[nodiscard]] const Rare& _rare() const { return _if_rare == nullptr ? _no_rare : *_if_rare; }
-  Rare& _makeRare() {
-    if (_if_rare == nullptr) _if_rare = std::make_unique<Rare>();
-    return *_if_rare;
-  }
   // Forgets the global transforms of this node and everything below it.
   void _forgetGlobal();
 
   KFbxNodeAttribute* _attribute = nullptr;
   KFbxNode* _parent = nullptr;
   std::vector<KFbxNode*> _children;
-  std::unique_ptr<Rare> _if_rare;
+  BtRare<Rare> _rare;
   KFbxTransformProperty _pre_rotation{this, KFbxVector4(0, 0, 0)};
   ERotationOrder _rotation_order = eEULER_XYZ;
   bool _rotation_active = false;

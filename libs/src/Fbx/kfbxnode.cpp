@@ -7,8 +7,6 @@
 #include "Fbx/kfbxmesh.h"
 #include "Fbx/kfbxsdkmanager.h"
 
-const KFbxNode::Rare KFbxNode::_no_rare;
-
 void KFbxTransformProperty::Set(const KFbxVector4& value) {
   _value = {value[0], value[1], value[2]};
   _node->_forgetGlobal();
@@ -70,7 +68,7 @@ KFbxNode* KFbxNode::GetChild(int i) const {
 
 int KFbxNode::AddMaterial(KFbxSurfacePhong* material) {
   BtAssert(material);
-  Rare& rare = _makeRare();
+  Rare& rare = _rare.change();
   const auto [found, is_new] = rare.material_index.emplace(material, GetMaterialCount());
   if (is_new) rare.materials.push_back(material);
   return found->second;
@@ -78,11 +76,11 @@ int KFbxNode::AddMaterial(KFbxSurfacePhong* material) {
 
 KFbxSurfacePhong* KFbxNode::GetMaterial(int i) const {
   BtAssert(i >= 0 && i < GetMaterialCount());
-  return _rare().materials[static_cast<std::size_t>(i)];
+  return _rare->materials[static_cast<std::size_t>(i)];
 }
 
 void KFbxNode::SetUserProperty(const BtStr& name, const KFbxUserProperty::Value& value) {
-  std::vector<KFbxUserProperty>& properties = _makeRare().user_properties;
+  std::vector<KFbxUserProperty>& properties = _rare.change().user_properties;
   const auto held = std::find_if(properties.begin(), properties.end(),
                                  [&name](const auto& property) { return property.name == name; });
   if (held == properties.end()) {

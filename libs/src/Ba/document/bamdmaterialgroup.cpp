@@ -111,8 +111,6 @@ bool PrintBones(std::ostream& os, const std::vector<BaMDBone>& bones) {
 
 }  // namespace
 
-const BaMDMaterialGroup::Rare BaMDMaterialGroup::_no_rare;
-
 bool BaMDMaterialGroup::hasPolygons() const {
   return !_polygons.empty() || !_textured_polygons.empty() || !triangleStrips().empty() ||
          !texturedTriangleStrips().empty();
@@ -120,7 +118,8 @@ bool BaMDMaterialGroup::hasPolygons() const {
 
 void BaMDMaterialGroup::untexture() {
   Untexture(&_textured_polygons, &_polygons);
-  if (_if_rare != nullptr) Untexture(&_if_rare->textured_strips, &_if_rare->strips);
+  if (_rare->textured_strips.empty()) return;
+  Untexture(&_rare.change().textured_strips, &_rare.change().strips);
 }
 
 bool BaMDMaterialGroup::scanFrom(std::istream& is, const Materials* materials) {

@@ -55,9 +55,8 @@ BaUnlockedTransform::BaUnlockedTransform(int id, int sysvar_id)
 BaUnlockedTransform::BaUnlockedTransform(int id, float constant, BtDArray<Term> terms)
     : Ba_Transform(SingleType(id) + 1, TransformOf(id).axis),
       _sysvar_id(0),
-      _constant(constant),
-      _terms(std::move(terms)) {
-  for (const Term& term : _terms) BtAssert(term.sysvar_id >= 1, "sysvar_id>=1");
+      _combination({constant, std::move(terms)}) {
+  for (const Term& term : this->terms()) BtAssert(term.sysvar_id >= 1, "sysvar_id>=1");
 }
 
 int BaUnlockedTransform::sysVarId() const {
@@ -67,14 +66,14 @@ int BaUnlockedTransform::sysVarId() const {
 
 bool BaUnlockedTransform::usesSysVarId(int var_id) const {
   if (!isCombination()) return _sysvar_id == var_id;
-  return std::any_of(_terms.begin(), _terms.end(),
+  return std::any_of(terms().begin(), terms().end(),
                      [var_id](const Term& term) { return term.sysvar_id == var_id; });
 }
 
 double BaUnlockedTransform::factor(int var_id) const {
   if (!isCombination()) return _sysvar_id == var_id ? 1 : 0;
   double sum = 0;
-  for (const Term& term : _terms) {
+  for (const Term& term : terms()) {
     if (term.sysvar_id == var_id) sum += static_cast<double>(term.coefficient);
   }
   return sum;
