@@ -2,9 +2,10 @@
 #pragma once
 
 #include <memory>
-#include <utility>
+#include <new>
 #include <vector>
 
+#include "Bt/btarena.h"
 #include "Fbx/kfbxiopluginregistry.h"
 #include "Fbx/kfbxobject.h"
 
@@ -17,22 +18,28 @@ class KFbxSdkManager {
 
   [[nodiscard]] const KFbxIOPluginRegistry* GetIOPluginRegistry() const { return &_registry; }
 
-  // For the Create() functions of the object classes: takes the object over.
-  template <class T>
-  T* Adopt(std::unique_ptr<T> object) {
-    T* const adopted = object.get();
-    _objects.push_back(std::move(object));
-    return adopted;
+  // For the Create() functions of the object classes: owns the object that make_at(room) makes.
+  template <class T, class MakeAt>
+  T* Make(MakeAt make_at) {
+    static_assert(sizeof(T) <= BtArena::kLargestPiece && alignof(T) <= alignof(void*));
+    T* const object = make_at(_arena.takeForObject(sizeof(T)));
+    _objects.emplace_back(object);
+    return object;
   }
-  // Destroys one object before the others.
+  // Destroys one object before the others. Its memory goes with theirs.
   void DestroyObject(const KFbxObject* object);
 
  private:
   KFbxSdkManager() = default;
   ~KFbxSdkManager() = default;
 
+  struct Destructor {
+    void operator()(const KFbxObject* object) const { object->~KFbxObject(); }
+  };
+
   KFbxIOPluginRegistry _registry;
-  std::vector<std::unique_ptr<KFbxObject>> _objects;
+  BtArena _arena;  // of the objects: a scene may have millions
+  std::vector<std::unique_ptr<KFbxObject, Destructor>> _objects;
 };
 
 // Gives the class T its Create() functions. T needs a constructor from manager and name that this
@@ -41,7 +48,7 @@ template <class T, class Base = KFbxObject>
 class KFbxCreated : public Base {
  public:
   static T* Create(KFbxSdkManager* manager, const BtStr& name) {
-    return manager->Adopt(std::unique_ptr<T>(new T(manager, name)));
+    return manager->Make<T>([&](void* room) { return ::new (room) T(manager, name); });
   }
   // The same within a scene, or any other object: the new object belongs to its manager.
   static T* Create(const KFbxObject* container, const BtStr& name) {

@@ -1,7 +1,6 @@
 #include "Fbx/kfbxnode.h"
 
 #include <algorithm>
-#include <memory>
 
 #include "Bt/btassert.h"
 #include "Fbx/kfbxmesh.h"
@@ -13,7 +12,7 @@ void KFbxTransformProperty::Set(const KFbxVector4& value) {
 }
 
 KFbxNode* KFbxNode::Create(KFbxSdkManager* manager, const BtStr& name) {
-  return manager->Adopt(std::unique_ptr<KFbxNode>(new KFbxNode(manager, name)));
+  return manager->Make<KFbxNode>([&](void* room) { return ::new (room) KFbxNode(manager, name); });
 }
 
 void KFbxNode::SetRotationActive(bool active) {
