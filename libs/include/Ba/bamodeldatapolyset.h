@@ -11,7 +11,6 @@
 #include "Ba/batexturecoords.h"
 #include "Ba/bavertex.h"
 #include "Bt/array.h"
-#include "Bt/bthash.h"
 #include "Bt/btindextable.h"
 #include "Bt/btlist.h"
 
@@ -193,7 +192,7 @@ class BaModelData_TMeshTriIter {
 };
 
 // Material ids by their position in an array, in the order of their first use.
-using MaterialIdMap = BtHashMap<int, int>;
+using MaterialIdMap = BtIndexTable;
 // The position of a material id, which is appended when it is new.
 int MaterialIdAt(int material_id, BtDynArray<int>& material_ids, MaterialIdMap& map);
 

@@ -22,6 +22,9 @@ class KFbxSceneEvaluator {
   // The place of a node by its own values: takes are not played, so every time gives the same
   // answer. The reference is good until the node or one above it is changed.
   const KFbxXMatrix& GetNodeGlobalTransform(KFbxNode* node, KTime time = KTIME_INFINITE);
+
+ private:
+  std::vector<KFbxNode*> _unknown;  // nodes being computed, the lowest first
 };
 
 class KFbxScene : public KFbxCreated<KFbxScene> {

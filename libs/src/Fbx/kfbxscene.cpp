@@ -23,12 +23,11 @@ auto HasName(const std::vector<KFbxNode*>& nodes, const char* name) {
 
 const KFbxXMatrix& KFbxSceneEvaluator::GetNodeGlobalTransform(KFbxNode* node, KTime /*time*/) {
   BtAssert(node);
-  std::vector<KFbxNode*> unknown;
   for (KFbxNode* above = node; above != nullptr && !above->_global; above = above->_parent) {
-    unknown.push_back(above);
+    _unknown.push_back(above);
   }
-  for (; !unknown.empty(); unknown.pop_back()) {
-    KFbxNode* next = unknown.back();
+  for (; !_unknown.empty(); _unknown.pop_back()) {
+    KFbxNode* next = _unknown.back();
     const KFbxXMatrix local = next->LocalTransform();
     next->_global = next->_parent == nullptr ? local : *next->_parent->_global * local;
   }

@@ -301,9 +301,10 @@ void BaModelData_TMeshTriIter::getNextTri(int (*triangle)[3]) {
 }
 
 int MaterialIdAt(int material_id, BtDynArray<int>& material_ids, MaterialIdMap& map) {
-  const auto [entry, is_new] = map.try_emplace(material_id, material_ids.size());
-  if (is_new) material_ids.append(material_id);
-  const int index = entry->second;
+  const int index = map.findOrInsert(
+      BtHash()(material_id), [&](int i) { return material_ids[i] == material_id; },
+      material_ids.size());
+  if (index == material_ids.size()) material_ids.append(material_id);
   BtAssert(index >= 0 && index < material_ids.size(), "index>=0 && index<material_ids.size()");
   return index;
 }

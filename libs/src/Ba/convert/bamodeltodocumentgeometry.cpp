@@ -3,6 +3,12 @@
 #include "baconvert.h"
 #include "bamdsection.h"
 
+namespace {
+
+constexpr std::size_t kMaterialsOfMost = 8;
+
+}  // namespace
+
 std::size_t BaGeometryMaker::_find(int material_id) {
   const auto place =
       static_cast<std::size_t>(MaterialIdAt(material_id, _material_ids, _material_id_map));
@@ -78,7 +84,7 @@ void BaGeometryMaker::_addBones(const BaElements<BaBone*>& bones) {
 
 void BaGeometryMaker::_forgetBody() {
   _material_ids.clear();
-  _material_id_map = {};  // to empty a table costs as much as it ever held
+  _material_id_map.reserve(kMaterialsOfMost);  // in the memory that it has
   _groups.clear();
   _coords.clear();
 }
