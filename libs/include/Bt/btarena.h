@@ -36,9 +36,9 @@ class BtArena {
   void limitBlocks(std::size_t bytes) { _largest_size = bytes; }
 
   static constexpr std::size_t kLargestPiece = 4096;
+  static constexpr std::size_t kAlignment = alignof(void*);
 
  private:
-  static constexpr std::size_t kAlignment = alignof(void*);
   // Blocks double in size, so that few are needed and little is left over, up to the largest.
   static constexpr std::size_t kFirstBlockSize = std::size_t{1} << 16U;
   static constexpr std::size_t kLargestBlockSize = std::size_t{1} << 21U;

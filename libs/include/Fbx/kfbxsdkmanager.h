@@ -21,7 +21,8 @@ class KFbxSdkManager {
   // For the Create() functions of the object classes: owns the object that make_at(room) makes.
   template <class T, class MakeAt>
   T* Make(MakeAt make_at) {
-    static_assert(sizeof(T) <= BtArena::kLargestPiece && alignof(T) <= alignof(void*));
+    static_assert(sizeof(T) <= BtArena::kLargestPiece);
+    static_assert(alignof(T) <= BtArena::kAlignment);
     T* const object = make_at(_arena.takeForObject(sizeof(T)));
     _objects.emplace_back(object);
     return object;
